@@ -1,0 +1,33 @@
+# Settings that every target shares: the language, the warnings, the sanitizers, the output folders.
+include_guard()
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo)
+endif()
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+endif()
+
+set(CORVID_SANITIZERS "" CACHE STRING "Sanitizers of this build, as -fsanitize takes them")
+if(CORVID_SANITIZERS)
+  add_compile_options(-fsanitize=${CORVID_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${CORVID_SANITIZERS})
+endif()
+
+# Links this project's own code with its warnings as errors. Apply to every target with sources of ours.
+add_library(corvid_warnings INTERFACE)
+target_compile_options(corvid_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)

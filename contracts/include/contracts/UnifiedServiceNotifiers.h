@@ -1,0 +1,9 @@
+#pragma once
+
+#include "contracts/UnifiedBusinessObjectNotifiers.h"
+
+/// The notifiers of what every service has. Dispatcher thread only.
+class UnifiedServiceNotifiers : public virtual UnifiedBusinessObjectNotifiers {
+public:
+    virtual std::shared_ptr<PropertyNotifier> getBulkUpdateInProgressNotifier() = 0;
+};

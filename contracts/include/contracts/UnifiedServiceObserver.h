@@ -1,0 +1,11 @@
+#pragma once
+
+#include "contracts/UnifiedBusinessObjectObserver.h"
+
+/// Observer of what every service has.
+class UnifiedServiceObserver : public virtual UnifiedBusinessObjectObserver {
+public:
+    virtual void OnBulkUpdateInProgressChanged() {}
+
+    std::string getInterfaceName() const override { return "UnifiedServiceObserver"; }
+};

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Text helpers. Narrow text is UTF-8; wide text has 32-bit units, one for each code point. All of them may be called
+/// on any thread, none of them throws on ill-formed input.
+namespace QuillCoreUtils {
+
+/// UTF-8 to wide; every ill-formed sequence becomes U+FFFD.
+std::wstring toWideString(std::string_view text);
+/// "true" or "false".
+std::wstring toWideString(bool value);
+/// Decimal.
+std::wstring toWideString(int value);
+
+/// Wide to UTF-8; a unit that is no Unicode scalar value becomes U+FFFD.
+std::string toString(std::wstring_view text);
+
+/// Splits at each separator and keeps every empty field: "a::b" gives three parts, "key=" two, "" one.
+/// @param parts is emptied first. @param separator one character or more; an empty one gives the whole text.
+void split(std::string_view text, std::vector<std::string>& parts, std::string_view separator);
+void split(std::wstring_view text, std::vector<std::wstring>& parts, std::wstring_view separator);
+
+/// The text without the ASCII white space (space, tab, CR, LF, VT, FF) at both ends, or at its start.
+std::string trim(std::string_view text);
+std::wstring trim(std::wstring_view text);
+std::string trimleft(std::string_view text);
+std::wstring trimleft(std::wstring_view text);
+
+/// Three-way comparison without regard to case: negative, 0 or positive. ASCII letters are folded by a table, other
+/// code points by Unicode simple case folding; the order is that of the folded code points. Narrow and wide agree.
+std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b);
+std::int32_t caseInsensitiveStringCompare(std::string_view a, std::string_view b);
+
+/// True if caseInsensitiveStringCompare gives 0.
+bool caseInsensitiveStringEquals(std::wstring_view a, std::wstring_view b);
+bool caseInsensitiveStringEquals(std::string_view a, std::string_view b);
+
+/// Position of the first occurrence of part in text without regard to case; npos if there is none. An empty part is
+/// found at 0.
+std::size_t caseInsensitiveFind(std::wstring_view text, std::wstring_view part);
+
+/// Lower-case copy, of the same length in code points: only one-to-one mappings are applied.
+std::wstring toLowercase(std::wstring_view text);
+std::string toLowercase(std::string_view text);
+
+/// True for "true", "1", "yes" and "on" in any case after trim(); anything else is false.
+bool toBool(std::string_view text);
+bool toBool(std::wstring_view text);
+
+/// The whole trimmed text must be a decimal integer with an optional sign that fits 32 bits; else the fallback.
+std::int32_t toInt(std::wstring_view text, std::int32_t fallback);
+std::int32_t toInt(std::string_view text, std::int32_t fallback);
+
+}  // namespace QuillCoreUtils

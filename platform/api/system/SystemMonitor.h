@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+
+namespace TesselSystemMonitor {
+
+namespace PowerEventTypeEnum {
+/// What the machine is about to do, or has done.
+enum PowerEventType {
+    None = 0,
+    Sleep = 1,      ///< the machine is about to sleep
+    Resume = 2,     ///< the machine has woken up
+    PowerDown = 3,  ///< the machine is about to power down
+};
+}  // namespace PowerEventTypeEnum
+
+/// Told of power events, on a thread of the monitor's.
+class PowerEventObserver {
+public:
+    virtual void onPowerEvent(PowerEventTypeEnum::PowerEventType type) = 0;
+
+protected:
+    ~PowerEventObserver() = default;
+};
+
+/// Watches the machine's power state. Any thread.
+class SystemMonitor {
+public:
+    virtual ~SystemMonitor() = default;
+
+    /// Observers are held weakly; the same observer counts once.
+    virtual void addPowerEventObserver(std::weak_ptr<PowerEventObserver> observer) = 0;
+
+    /// One that is not registered is no error.
+    virtual void removePowerEventObserver(std::weak_ptr<PowerEventObserver> observer) = 0;
+};
+
+class SystemMonitorFactory {
+public:
+    /// The monitor of the host's World; one that never reports anything if the world has none. Never null. Any thread.
+    static std::shared_ptr<SystemMonitor> getInstance();
+};
+
+}  // namespace TesselSystemMonitor

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+namespace tessel {
+
+/// A manual-reset event: once set, every wait returns at once until reset() is called. Any thread.
+class Event {
+public:
+    /// @param signalled the state to start in.
+    explicit Event(bool signalled) : signalled_(signalled) {}
+
+    Event(const Event&) = delete;
+    Event& operator=(const Event&) = delete;
+
+    void set();
+    void reset();
+
+    /// Waits until the event is set, at most for the given number of milliseconds (0 does not wait).
+    /// @return true if the event was set, false if the time ran out.
+    bool timedWait(unsigned long milliseconds);
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool signalled_;
+};
+
+}  // namespace tessel

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace tessel {
+
+/// One record as it reaches a sink.
+struct LogRecord {
+    int level;                ///< 2 to 5
+    const std::string& logger;
+    const char* file;
+    int line;
+    const char* function;
+    const std::string& text;  ///< UTF-8
+};
+
+/// Where records go. A host sets one; a test sets a recording one.
+class LogSink {
+public:
+    virtual ~LogSink() = default;
+
+    /// Called on any thread, possibly under the caller's locks: must neither wait for another thread nor call back.
+    virtual void write(const LogRecord& record) = 0;
+
+    /// Returns when everything written so far has reached its end.
+    virtual void flush() {}
+};
+
+/// The process-wide log set-up. Any thread.
+class LogControl {
+public:
+    /// Sets the sink; null drops every record. The old sink is kept alive until calls into it have returned.
+    static void setSink(std::shared_ptr<LogSink> sink);
+
+    /// Records with a level above this are dropped; 3 at start. From 2 to 5.
+    static void setLevel(int level);
+    static int getLevel();
+
+    /// Flushes the current sink, if there is one.
+    static void flush();
+};
+
+}  // namespace tessel

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <shared_mutex>
+
+#include "tessel/ThreadAnnotations.h"
+
+namespace tessel {
+
+/// Many readers or one writer. Not reentrant: a thread that holds it must not lock it again in any way.
+class TESSEL_CAPABILITY("rwlock") RWLock {
+public:
+    RWLock() = default;
+    RWLock(const RWLock&) = delete;
+    RWLock& operator=(const RWLock&) = delete;
+
+    void lockRead() TESSEL_ACQUIRE_SHARED() { mutex_.lock_shared(); }
+    void unlockRead() TESSEL_RELEASE_SHARED() { mutex_.unlock_shared(); }
+    void lockWrite() TESSEL_ACQUIRE() { mutex_.lock(); }
+    void unlockWrite() TESSEL_RELEASE() { mutex_.unlock(); }
+
+private:
+    std::shared_mutex mutex_;
+};
+
+/// Holds an RWLock for reading for the length of a scope.
+class TESSEL_SCOPED_CAPABILITY ScopedReadLock {
+public:
+    explicit ScopedReadLock(RWLock& lock) TESSEL_ACQUIRE_SHARED(lock) : lock_(lock) { lock_.lockRead(); }
+    ~ScopedReadLock() TESSEL_RELEASE_GENERIC() { lock_.unlockRead(); }
+
+    ScopedReadLock(const ScopedReadLock&) = delete;
+    ScopedReadLock& operator=(const ScopedReadLock&) = delete;
+
+private:
+    RWLock& lock_;
+};
+
+/// Holds an RWLock for writing for the length of a scope.
+class TESSEL_SCOPED_CAPABILITY ScopedWriteLock {
+public:
+    explicit ScopedWriteLock(RWLock& lock) TESSEL_ACQUIRE(lock) : lock_(lock) { lock_.lockWrite(); }
+    ~ScopedWriteLock() TESSEL_RELEASE() { lock_.unlockWrite(); }
+
+    ScopedWriteLock(const ScopedWriteLock&) = delete;
+    ScopedWriteLock& operator=(const ScopedWriteLock&) = delete;
+
+private:
+    RWLock& lock_;
+};
+
+}  // namespace tessel

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace tessel {
+
+/// Overwrites secrets in place, in a way that the compiler cannot drop. The length stays; every byte becomes zero.
+class SecureStringUtils {
+public:
+    static void TesselZeroString(std::string& text);
+    static void TesselZeroWstring(std::wstring& text);
+
+    /// @param memory may be null if length is 0. @param length in bytes.
+    static void TesselZeroMemory(void* memory, std::size_t length);
+};
+
+}  // namespace tessel

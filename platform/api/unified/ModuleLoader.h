@@ -1,0 +1,19 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+class UnifiedFactory;
+
+/// How a factory finds the module that brings a service or a feature set that was asked for and is not there.
+class ModuleLoader {
+public:
+    virtual ~ModuleLoader() = default;
+
+    /// Loads the module that brings the type, and lets it register itself with the factory. Called without any lock of
+    /// the factory, at most once for each type and kind, on the thread that asked. A type that no module brings is no
+    /// error.
+    /// @param typeName as typeMapName() gives it.
+    virtual void loadService(const std::string& typeName, const std::shared_ptr<UnifiedFactory>& factory) = 0;
+    virtual void loadFeatureSet(const std::string& typeName, const std::shared_ptr<UnifiedFactory>& factory) = 0;
+};

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <typeinfo>
+
+/// The compiler's name of a type, as a TypeMap uses it; "NULL" when there is none.
+inline std::string typeMapName(const std::type_info& type) {
+    const char* const name = type.name();
+    return name == nullptr ? "NULL" : name;
+}
+
+/// Items under two keys: the name of the type by which they are asked for, and a number.
+/// Not synchronised: the owner's lock guards it.
+class TypeMap {
+public:
+    /// Puts the item under the name of T and under the number, over whatever was under either of them.
+    template <typename T>
+    void setItem(unsigned number, const std::shared_ptr<T>& item) {
+        // The pointer that is kept is exactly a T*, so getItem<T>() may cast it back without knowing more.
+        const std::shared_ptr<void> erased = item;
+        byName_[typeMapName(typeid(T))] = erased;
+        byNumber_[number] = erased;
+    }
+
+    /// The item under the name of T; null if there is none.
+    template <typename T>
+    std::shared_ptr<T> getItem() const {
+        const auto found = byName_.find(typeMapName(typeid(T)));
+        return found == byName_.end() ? nullptr : std::static_pointer_cast<T>(found->second);
+    }
+
+    /// True if something stands under the number.
+    bool hasNumber(unsigned number) const { return byNumber_.count(number) != 0; }
+
+    bool empty() const { return byName_.empty(); }
+
+    /// Drops all items, outside the map's own walk: destructors may come back to an empty map.
+    void clear() {
+        std::map<std::string, std::shared_ptr<void>> byName;
+        std::map<unsigned, std::shared_ptr<void>> byNumber;
+        byName.swap(byName_);
+        byNumber.swap(byNumber_);
+    }
+
+private:
+    std::map<std::string, std::shared_ptr<void>> byName_;
+    std::map<unsigned, std::shared_ptr<void>> byNumber_;
+};

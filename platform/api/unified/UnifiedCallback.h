@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+/// Base of the callbacks that a module registers with a provider of the host.
+class UnifiedCallback {
+public:
+    virtual ~UnifiedCallback() = default;
+    virtual std::string getInterfaceName() const = 0;
+};
