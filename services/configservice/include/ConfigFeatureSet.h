@@ -1,0 +1,77 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "ConfigStore.h"
+#include "unified/FeatureSet.h"
+
+/// The configuration feature set: the chain of stores as other modules see it. Obtained from the factory with
+/// getFeatureSet<ConfigFeatureSet>(); may be called on any thread unless an operation says otherwise.
+///
+/// Before the feature set has been started, reads and writes work on the stores that the installation and the user's
+/// files give; only addConfigStore() and removeConfigStore() refuse.
+///
+/// startTftpConfigSource(), stopTftpConfigSource() and refreshConfigFeatureSet() are lifecycle operations, one at a
+/// time. Called from inside a change notification while another thread is at one, they are queued and run on the
+/// dispatcher thread after the notification; otherwise they have run when the call returns.
+class ConfigFeatureSet : public FeatureSet {
+public:
+    /// Adds a store of the caller's to the chain; one of the same name is replaced. Its keys are reported before the
+    /// call returns. Refused, with a level 2 line, while the feature set is not started. A store named
+    /// "PresenceConfigStore" makes the caller wait for the server's file first, at most 20 seconds.
+    virtual void addConfigStore(std::shared_ptr<ConfigStore> store) = 0;
+
+    /// Takes a store and the cached copy of it out of the chain, its cache file included.
+    /// @return true if either was there. Refused, with a level 2 line, while the feature set is not started.
+    virtual bool removeConfigStore(const std::string& name) = 0;
+
+    /// Takes every cached store out of the chain and deletes the cache files.
+    virtual void removeAllCachedConfigStores() = 0;
+
+    /// The winning value of a key, aliases included.
+    /// @param value receives the text. @param skipLocal true: only stores that the user cannot write are asked.
+    /// @return true if a store holds the key.
+    virtual bool getConfig(const std::wstring& key, std::wstring& value, bool skipLocal) = 0;
+
+    /// The same with the name of the store that answered.
+    /// @param usedOtherKeyName becomes true if the value came from the key's other name; never set to false.
+    virtual bool getConfig(const std::wstring& key, std::wstring& value, std::wstring& storeName,
+                           bool& usedOtherKeyName, bool skipLocal) = 0;
+
+    /// Stores a user value in the first writable store of the chain; it is persisted later, on the host's task queue.
+    /// @return true if a store took it. Whether the value wins is another question: ask getConfig().
+    virtual bool setConfig(const std::wstring& key, const std::wstring& value) = 0;
+
+    /// Stores several user values, in every writable store. @return true if there is a writable store.
+    virtual bool setConfig(std::map<std::wstring, std::wstring> values) = 0;
+
+    /// Stores a value in memory only, ahead of nothing but the installation's defaults.
+    virtual bool setInMemoryConfig(const std::wstring& key, const std::wstring& value) = 0;
+
+    /// Removes a key, under all its names, from every writable store.
+    virtual void resetConfig(const std::wstring& key) = 0;
+
+    /// True if the key's value must not be shown in a log.
+    virtual bool isKeySensitive(const std::wstring& key) = 0;
+
+    /// Marks a key as sensitive, for the life of the feature set.
+    virtual void setKeySensitive(const std::wstring& key) = 0;
+
+    /// Turns the download of the server's file on. A second call while on does nothing.
+    virtual void startTftpConfigSource() = 0;
+
+    /// Turns it off. A download that is under way goes on.
+    virtual void stopTftpConfigSource() = 0;
+
+    /// Builds the user's stores anew from their files while the feature set keeps running; values in memory are gone,
+    /// and the remote source is off afterwards.
+    virtual void refreshConfigFeatureSet() = 0;
+
+    /// Applies a provisioning link, once. @return true if it was taken.
+    virtual bool setUrlProvisioningData(std::wstring data) = 0;
+
+    /// Allows another provisioning link after one was taken. @return true if there was something to allow.
+    virtual bool resetAllowUriProvisioningData() = 0;
+};

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "ConfigValueNotifiers.h"
+#include "ConfigValueObserver.h"
+#include "contracts/UnifiedBusinessObject.h"
+
+// An observer of another layer does not compile: the overloads hide those of the base on purpose.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Woverloaded-virtual"
+
+/// The live object of one configuration key.
+///
+/// There is one for each key; it holds what the chain last said about the key and changes when the chain's answer
+/// changes. An object of a key that no store holds is undefined, with empty texts, and becomes defined when a value
+/// arrives: a client that observes it needs no retry.
+///
+/// Dispatcher thread only, for reading as well: off that thread every operation throws an exception derived from
+/// std::logic_error. Shared with the service, which updates the object for as long as the service lives.
+class ConfigValue : public virtual UnifiedBusinessObject {
+public:
+    /// Held weakly. Told of every change on the dispatcher thread.
+    virtual void addObserver(std::weak_ptr<ConfigValueObserver> observer) = 0;
+    virtual void removeObserver(std::weak_ptr<ConfigValueObserver> observer) = 0;
+
+    /// The notifiers of this object, made at the first request. Never null.
+    virtual std::shared_ptr<ConfigValueNotifiers> getConfigValueNotifiers() = 0;
+
+    /// The key, under its current name, in the spelling of the first request for it.
+    virtual std::wstring getKey() const = 0;
+
+    /// The effective value: what the chain resolved by priority. The real text for a sensitive key too.
+    virtual std::wstring getValue() const = 0;
+
+    /// The administrator's value: that of the first store that the user cannot write. Empty if none has the key.
+    virtual std::wstring getOriginalValue() const = 0;
+
+    /// True if a store that the user can write stands ahead of the administrator's for this key.
+    virtual bool getisOverridden() const = 0;
+
+    /// True if some store holds the key.
+    virtual bool getisDefined() const = 0;
+
+    /// Names of the stores that gave the value and the administrator's value; empty if none did.
+    virtual std::wstring getValueStoreName() const = 0;
+    virtual std::wstring getOriginalValueStoreName() const = 0;
+
+    /// Asks the feature set to store a user value. This object changes when the change comes back from the chain: on
+    /// this thread before the call returns. A value that does not win changes nothing here.
+    virtual void setConfig(std::wstring value) = 0;
+
+    /// True if the effective value equals the text without regard to case.
+    virtual bool equals(std::wstring value) = 0;
+
+    /// Asks the feature set to remove the user's value.
+    virtual void reset() = 0;
+
+    /// True if the value does not come straight from the administrator.
+    virtual bool isValueLocal() = 0;
+
+    std::string getInterfaceName() const override { return "ConfigValue"; }
+};
+
+#pragma GCC diagnostic pop

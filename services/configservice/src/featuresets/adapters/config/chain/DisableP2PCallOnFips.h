@@ -1,0 +1,18 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+class ConfigValueImpl;
+
+/// In FIPS mode peer-to-peer calling always reads as off.
+class DisableP2PCallOnFips {
+public:
+    /// Makes the value "false" if the key is "telephony_p2p_enabled", without regard to case, and FIPS mode is on. The
+    /// mode is asked only once the key has matched, and anew on each call. Any thread.
+    static void DisableP2PCallConfigValueOnFips(const std::wstring& key, std::wstring& value);
+
+    /// Sets the object's value to "false" if its value, not its key, is the text "telephony_p2p_enabled" without regard
+    /// to case, and FIPS mode is on. Fires nothing. Dispatcher thread.
+    static void DisableP2PCallConfigValueOnFips(const std::shared_ptr<ConfigValueImpl>& object);
+};

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <istream>
+#include <string>
+#include <vector>
+
+#include "ConfigStore.h"
+#include "chain/ConfigMap.h"
+
+/// The settings that the installer wrote: a text file of "key:value" lines with "#" comments, read once, at
+/// construction. A missing file leaves an empty store and one level 3 line.
+class BootstrapConfigStore : public ConfigStore {
+public:
+    BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority);
+
+    bool getValue(const std::wstring& key, std::wstring& value) override;
+
+    /// Does nothing, false.
+    bool storeValue(const std::wstring& key, const std::wstring& value) override;
+    std::vector<std::wstring> getKeys() override;
+
+    /// Does nothing, false.
+    bool removeValue(const std::wstring& key) override;
+    void removeAllValues() override;
+    bool isReadOnly() override;
+    std::string getName() override;
+    std::int32_t getPriority() override;
+    void persistValues() override;
+    void destroy() override;
+    bool isLocal() override;
+    bool waitForStoreReady() override;
+    bool shouldCacheConfigStore() override;
+
+    /// ":"
+    static const std::string& SPLITTER();
+
+private:
+    bool readConfigFromFile(std::istream& stream);
+    bool readKeyValue(const std::string& line, std::string& key, std::string& value);
+    bool isLineComment(std::string line);
+    bool isValidConfigValue(const std::vector<std::string>& parts);
+    bool getValueFromMap(const ConfigMap& map, const std::wstring& key, std::wstring& value);
+
+    const std::int32_t priority_;
+    ConfigMap values_;
+    const std::string filePath_;
+    const std::string name_;
+};

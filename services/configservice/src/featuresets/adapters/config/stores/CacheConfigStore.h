@@ -1,0 +1,16 @@
+#pragma once
+
+#include "stores/XmlConfigStore.h"
+
+/// The copy of a remote store that survives a restart: an XmlConfigStore that can also write its file.
+class CacheConfigStore : public XmlConfigStore {
+public:
+    /// Reads an existing cache file; one that is missing or broken gives an empty store.
+    CacheConfigStore(std::string name, std::int32_t priority, std::string filePath);
+
+    /// Takes the values and writes the file at once. A file that cannot be written leaves the store working in memory.
+    CacheConfigStore(std::string name, std::int32_t priority, std::string filePath, const ConfigMap& values);
+
+    /// Writes the values to the file; the old file stays whole if that fails.
+    void persistValues() override;
+};

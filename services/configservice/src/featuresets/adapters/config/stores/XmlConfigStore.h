@@ -1,0 +1,56 @@
+#pragma once
+
+#include <memory>
+
+#include "ConfigStore.h"
+#include "chain/ConfigMap.h"
+#include "tessel/RWLock.h"
+
+/// A read-only store whose values come from one configuration document, read once, at construction. A file that is
+/// missing or broken leaves an empty store; the parser logs why. A later change of the file is not noticed.
+class XmlConfigStore : public ConfigStore {
+public:
+    /// @param name, filePath UTF-8. @param readFromFile false: the store starts empty and the file is not touched.
+    XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath, bool readFromFile);
+
+    bool getValue(const std::wstring& key, std::wstring& value) override;
+
+    /// Memory only; nothing reaches the file.
+    bool storeValue(const std::wstring& key, const std::wstring& value) override;
+    std::vector<std::wstring> getKeys() override;
+    bool removeValue(const std::wstring& key) override;
+
+    /// Does nothing.
+    void removeAllValues() override;
+    bool isReadOnly() override;
+    std::string getName() override;
+    std::int32_t getPriority() override;
+
+    /// Does nothing.
+    void persistValues() override;
+    void destroy() override;
+    bool isLocal() override;
+    bool waitForStoreReady() override;
+    bool shouldCacheConfigStore() override;
+
+protected:
+    const std::string& getFilePath() const { return filePath_; }
+
+    /// The values at this moment, for reading without a lock.
+    std::shared_ptr<const ConfigMap> snapshot() const;
+
+    /// Puts the values, before anyone else has the store.
+    void setValues(ConfigMap values);
+
+    /// Guards the file.
+    tessel::RWLock& lock() { return lock_; }
+
+private:
+    // Replaced whole by a change and never changed in place, so that removeValue() may do with the read lock.
+    std::shared_ptr<const ConfigMap> values_;
+    const std::string filePath_;
+    mutable tessel::RWLock lock_;
+    const bool isLocal_;
+    const std::int32_t priority_;
+    const std::string name_;
+};
