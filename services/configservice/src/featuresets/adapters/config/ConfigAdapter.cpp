@@ -139,7 +139,6 @@ void ConfigAdapter::registerResetDataCallbackOnce() {
         dispatcher->enqueueBlock(std::make_shared<QuillCoreUtils::FunctionTask>(
             weakly(&ConfigAdapter::registerResetDataCallback), "ConfigAdapter::registerResetDataCallback"));
     }
-    resetDataCallbackRegistered_.store(true, std::memory_order_relaxed);
 }
 
 std::shared_ptr<SystemService> ConfigAdapter::findSystemService(const char* function, const std::string& consequence) {
@@ -162,8 +161,7 @@ void ConfigAdapter::connectUserProfile() {
 }
 
 bool ConfigAdapter::noteUserProfile() {
-    std::wstring profile;
-    getConfig(LAST_LOADED_USER_PROFILE, profile, false);
+    const std::wstring profile = readConfig(LAST_LOADED_USER_PROFILE);
     const bool changed = profile != lastLoadedUserProfile_ && !lastLoadedUserProfile_.empty();
     lastLoadedUserProfile_ = profile;
     return changed;

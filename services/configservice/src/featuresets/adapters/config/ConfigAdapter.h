@@ -156,6 +156,9 @@ private:
 
     static TesselLogger* logger();
     bool isStarted() const { return started_.load(std::memory_order_relaxed); }
+
+    /// The value of a key by getConfig(); empty if no store holds it, whatever a store leaves behind on a miss.
+    std::wstring readConfig(const std::wstring& key);
     void logNotStarted(const char* function, const std::string& consequence) const;
 
     // Lifecycle. The second group expects featureSetMutex_ to be held.
@@ -164,6 +167,7 @@ private:
     void runExclusively(const std::string& name, Operation operation);
     boost::function<void()> weakly(Operation operation);
     std::shared_ptr<SystemService> findSystemService(const char* function, const std::string& consequence);
+    std::shared_ptr<ResetDataProvider> findResetDataProvider(const char* function, const std::string& consequence);
     void onUserProfileChanged();
     static void disconnectProperty(Connection connection);
 

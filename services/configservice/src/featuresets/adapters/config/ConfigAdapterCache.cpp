@@ -41,8 +41,7 @@ std::wstring readQuietly(ConfigStoreManager& manager, const std::wstring& key) {
     std::wstring value;
     std::wstring storeName;
     bool usedOtherKeyName = false;
-    manager.getValue(key, value, storeName, usedOtherKeyName, false);
-    return value;
+    return manager.getValue(key, value, storeName, usedOtherKeyName, false) ? value : std::wstring();
 }
 
 }  // namespace
@@ -186,16 +185,13 @@ void ConfigAdapter::updateCacheStorePriority(const std::string& storeName, int p
     if (configStoreManager_ == nullptr) {
         return;
     }
-    std::wstring text;
-    getConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, text, false);
-    PriorityList list = PriorityList::parse(text);
+    PriorityList list = PriorityList::parse(readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
     list.set(QuillCoreUtils::toWideString(storeName), priority);
     configStoreManager_->storeValue(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, list.toText());
 }
 
 void ConfigAdapter::removeFromCachedStorePriorityMap(const std::wstring& storeName) {
-    std::wstring text;
-    getConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, text, false);
+    const std::wstring text = readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
     setConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, PriorityList::textWithout(text, storeName));
 }
 

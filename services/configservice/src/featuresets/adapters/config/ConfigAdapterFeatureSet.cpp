@@ -11,8 +11,8 @@ namespace {
 
 bool refusesUrlProvisioning(ConfigStoreManager& manager) {
     std::wstring value;
-    manager.getValue(ConfigStoreConstants::ALLOW_URL_PROVISIONING_KEY, value, false);
-    return QuillCoreUtils::caseInsensitiveStringEquals(value, L"false");
+    return manager.getValue(ConfigStoreConstants::ALLOW_URL_PROVISIONING_KEY, value, false) &&
+           QuillCoreUtils::caseInsensitiveStringEquals(value, L"false");
 }
 
 }  // namespace
@@ -43,6 +43,11 @@ bool ConfigAdapter::getConfig(const std::wstring& key, std::wstring& value, std:
     }
     return configStoreManager_ != nullptr &&
            configStoreManager_->getValue(key, value, storeName, usedOtherKeyName, skipLocal);
+}
+
+std::wstring ConfigAdapter::readConfig(const std::wstring& key) {
+    std::wstring value;
+    return getConfig(key, value, false) ? value : std::wstring();
 }
 
 bool ConfigAdapter::setConfig(const std::wstring& key, const std::wstring& value) {

@@ -1,23 +1,30 @@
 #include "ConfigAdapter.h"
 
-namespace {
-
-std::shared_ptr<ResetDataProvider> resetDataProvider(const std::shared_ptr<SystemService>& service) {
-    return service == nullptr ? nullptr : service->getResetDataProvider();
+std::shared_ptr<ResetDataProvider> ConfigAdapter::findResetDataProvider(const char* function,
+                                                                        const std::string& consequence) {
+    const std::shared_ptr<SystemService> service = findSystemService(function, consequence);
+    std::shared_ptr<ResetDataProvider> provider = service == nullptr ? nullptr : service->getResetDataProvider();
+    if (service != nullptr && provider == nullptr) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, function, "No reset data provider: " + consequence);
+    }
+    return provider;
 }
 
-}  // namespace
-
 void ConfigAdapter::registerResetDataCallback() {
-    const auto service = findSystemService("registerResetDataCallback", "the reset data callback is not registered");
-    if (const auto provider = resetDataProvider(service)) {
-        provider->registerResetDataCallback(shared_from_this());
+    const auto provider =
+        findResetDataProvider("registerResetDataCallback", "the reset data callback is not registered");
+    if (provider == nullptr) {
+        // The flag stays down, so that the next start tries again.
+        return;
     }
+    provider->registerResetDataCallback(shared_from_this());
+    resetDataCallbackRegistered_.store(true, std::memory_order_relaxed);
 }
 
 void ConfigAdapter::unRegisterResetDataCallback() {
-    const auto service = findSystemService("unRegisterResetDataCallback", "the reset data callback is not removed");
-    if (const auto provider = resetDataProvider(service)) {
+    const auto provider =
+        findResetDataProvider("unRegisterResetDataCallback", "the reset data callback is not removed");
+    if (provider != nullptr) {
         provider->removeResetDataCallback(shared_from_this());
     }
 }

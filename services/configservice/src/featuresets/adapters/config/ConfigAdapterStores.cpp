@@ -97,9 +97,9 @@ void ConfigAdapter::switchTftpSourceOn() {
 
 void ConfigAdapter::initialiseTftpConfigStore() {
     TftpServerDetails details;
-    getConfig(ConfigStoreConstants::TFTP_SERVER_1_KEY, details.server1, false);
-    getConfig(ConfigStoreConstants::TFTP_SERVER_2_KEY, details.server2, false);
-    getConfig(ConfigStoreConstants::TFTP_SERVER_3_KEY, details.server3, false);
+    details.server1 = readConfig(ConfigStoreConstants::TFTP_SERVER_1_KEY);
+    details.server2 = readConfig(ConfigStoreConstants::TFTP_SERVER_2_KEY);
+    details.server3 = readConfig(ConfigStoreConstants::TFTP_SERVER_3_KEY);
     if (!getConfig(ConfigStoreConstants::CONFIGURATION_FILE_KEY, details.file, false)) {
         details.file = ConfigStoreConstants::DEFAULT_TFTP_CONFIGURATION_FILE_NAME;
     }
