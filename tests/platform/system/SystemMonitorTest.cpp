@@ -12,7 +12,7 @@ using ::testing::IsEmpty;
 
 namespace {
 
-class Observer : public PowerEventObserver {
+class Observer final : public PowerEventObserver {
 public:
     explicit Observer(std::function<void(PowerEventTypeEnum::PowerEventType)> told) : told_(std::move(told)) {}
 

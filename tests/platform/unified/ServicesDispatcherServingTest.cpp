@@ -10,6 +10,22 @@
 
 using ::testing::ElementsAre;
 
+namespace {
+
+/// Locks a mutex on the dispatcher thread without standing in the way of a holder that waits for that thread.
+/// @param asked called after each try.
+void lockServing(
+    ServicesDispatcherImpl& dispatcher, tessel::Mutex& mutex, const std::function<void()>& asked = [] {})
+    TESSEL_ACQUIRE(mutex) TESSEL_NO_THREAD_SAFETY_ANALYSIS {
+    dispatcher.serveBlockedCallersUntil([&] {
+        const bool locked = mutex.tryLock();
+        asked();
+        return locked;
+    });
+}
+
+}  // namespace
+
 // A thread holds a mutex and waits for the dispatcher thread, and the dispatcher thread wants the mutex. Waiting for it
 // with lock() would never end.
 TEST(ServicesDispatcherServing, EndsTheWaitForAMutexWhoseHolderBlocks) {
@@ -22,12 +38,10 @@ TEST(ServicesDispatcherServing, EndsTheWaitForAMutexWhoseHolderBlocks) {
 
     mutex.lock();
     dispatcher.enqueue(makeTask([&] {
-        dispatcher.serveBlockedCallersUntil([&] {
-            const bool locked = mutex.tryLock();
+        lockServing(dispatcher, mutex, [&] {
             if (std::exchange(firstTime, false)) {
                 found.count_down();
             }
-            return locked;
         });
         trace.add("dispatcher has the mutex");
         mutex.unlock();
@@ -62,7 +76,7 @@ TEST(ServicesDispatcherServing, ManyHoldersAndTheDispatcherThreadAllGetTheMutex)
     int taken = 0;
     for (int i = 0; i < rounds; ++i) {
         dispatcher.enqueue(makeTask([&] {
-            dispatcher.serveBlockedCallersUntil([&] { return mutex.tryLock(); });
+            lockServing(dispatcher, mutex);
             ++taken;
             mutex.unlock();
         }));
@@ -95,10 +109,10 @@ protected:
         queued.acquire();
     }
 
+    Trace trace;
     std::counting_semaphore<> queued{0};
     ServicesDispatcherImpl dispatcher;
     std::vector<std::thread> callers;
-    Trace trace;
 };
 
 }  // namespace

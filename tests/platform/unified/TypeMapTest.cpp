@@ -51,7 +51,8 @@ TEST(TypeMap, OverwritesWhatStandsUnderTheNumber) {
     TypeMap map;
     auto first = std::make_shared<Left>();
     const std::weak_ptr<Left> watch = first;
-    map.setItem<Left>(1, std::move(first));
+    map.setItem<Left>(1, first);
+    first.reset();
     map.setItem<Right>(1, std::make_shared<Right>());
     EXPECT_NE(map.getItem<Left>(), nullptr);
     map.setItem<Left>(2, std::make_shared<Left>());
@@ -62,7 +63,8 @@ TEST(TypeMap, ClearDropsWhatBothKeysHold) {
     TypeMap map;
     auto item = std::make_shared<Left>();
     const std::weak_ptr<Left> watch = item;
-    map.setItem<Left>(1, std::move(item));
+    map.setItem<Left>(1, item);
+    item.reset();
     map.clear();
     EXPECT_TRUE(watch.expired());
     EXPECT_TRUE(map.empty());
