@@ -4,7 +4,9 @@
 
 #include "ConfigStoreConstants.h"
 #include "ConfigValue.h"
+#include "chain/ConfigKeyAliasesMapper.h"
 #include "chain/ConfigStoreManager.h"
+#include "chain/KeyResolver.h"
 #include "quill/StringUtils.h"
 #include "tessel/FipsUtils.h"
 
@@ -14,7 +16,6 @@ namespace {
 
 using QuillCoreUtils::caseInsensitiveStringEquals;
 using QuillCoreUtils::toString;
-using QuillCoreUtils::toWideString;
 
 constexpr const wchar_t* FIPS_KEY = L"telephony_p2p_enabled";
 
@@ -24,23 +25,22 @@ bool isFipsRule(const std::wstring& key) {
 
 }  // namespace
 
+ChainReader::ChainReader(ConfigStoreManager& chain, bool reveal) : chain_(chain), reveal_(reveal) {
+    ConfigKeyAliasesMapper::GetConfigKeyAliases(currentNames_, oldNames_);
+}
+
 std::wstring ChainReader::currentName(const std::wstring& key) const {
-    std::wstring current;
-    if (chain_.isKeyAlias(key, current)) {
-        return current;
+    if (const auto renamed = currentNames_.find(key); renamed != currentNames_.end()) {
+        return renamed->second;
     }
-    std::wstring old;
-    if (chain_.hasKeyAlias(key, old) && chain_.isKeyAlias(old, current)) {
-        return current;
-    }
-    return key;
+    const auto known = oldNames_.find(key);
+    return known == oldNames_.end() ? key : known->first;
 }
 
 std::vector<std::wstring> ChainReader::namesInOrder(const std::wstring& key) const {
     std::vector<std::wstring> names = {currentName(key)};
-    std::wstring old;
-    if (chain_.hasKeyAlias(names.front(), old)) {
-        names.push_back(old);
+    if (const auto old = oldNames_.find(names.front()); old != oldNames_.end()) {
+        names.push_back(old->second);
     }
     return names;
 }
@@ -56,35 +56,25 @@ std::string ChainReader::shown(const std::wstring& text, bool sensitive) const {
 }
 
 ValueView ChainReader::describe(const std::wstring& key) const {
-    const std::vector<std::wstring> names = namesInOrder(key);
-    const std::wstring& current = names.front();
-
-    // The same composition as in a report of the chain's.
-    std::wstring value;
-    std::wstring store;
-    bool usedOtherName = false;
-    const bool isDefined = chain_.getValue(current, value, store, usedOtherName, false);
-    std::wstring original;
-    std::wstring originalStore;
-    bool originalUsedOtherName = false;
-    const bool overridden = chain_.getOriginalValue(current, original, originalStore, originalUsedOtherName);
-    const bool administratorsNameWins = usedOtherName && !originalUsedOtherName && overridden;
-    if (administratorsNameWins) {
-        value = original;
-    }
+    const std::wstring current = currentName(key);
+    const StoreList stores = chain_.getStores();
+    const KeyResolver::Resolution resolution = KeyResolver(stores, currentNames_, oldNames_).resolve(current);
+    const KeyResolver::ChangeReport& report = resolution.report.value();  // a current name always has one
 
     ValueView view;
     view.key = toString(current);
-    view.isDefined = isDefined;
-    view.isOverridden = isDefined && overridden && !administratorsNameWins;
+    view.isDefined = report.isDefined;
+    view.isOverridden = report.isOverridden;
     view.isSensitive = isSensitive(current);
-    // The FIPS rule answers for a key that no store holds, and a miss may leave anything: only that rule counts then.
-    view.value = isDefined || isFipsRule(current) ? shown(value, view.isSensitive) : std::string();
-    view.valueStoreName = isDefined ? toString(store) : std::string();
-    view.originalValue = originalStore.empty() ? std::string() : shown(original, view.isSensitive);
-    view.originalValueStoreName = toString(originalStore);
-    if (isDefined && usedOtherName && names.size() > 1) {
-        view.foundUnder = toString(names.back());
+    // For a key that no store holds only the FIPS rule may answer; a store may leave anything in a miss.
+    const bool hasValue = report.isDefined || isFipsRule(current);
+    const bool hasOriginal = !report.originalValueStoreName.empty();
+    view.value = hasValue ? shown(report.value, view.isSensitive) : std::string();
+    view.originalValue = hasOriginal ? shown(report.originalValue, view.isSensitive) : std::string();
+    view.valueStoreName = report.isDefined ? toString(report.valueStoreName) : std::string();
+    view.originalValueStoreName = toString(report.originalValueStoreName);
+    if (report.isDefined && resolution.lookup.usedOtherKeyName()) {
+        view.foundUnder = toString(resolution.lookup.otherName);
     }
     return view;
 }
@@ -140,8 +130,8 @@ ExplanationView ChainReader::explain(const std::wstring& key) const {
 std::vector<StoreView> ChainReader::stores() const {
     std::vector<StoreView> views;
     for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
-        views.push_back({store->getName(), store->getPriority(), store->isReadOnly(), store->isLocal(),
-                         store->getKeys().size()});
+        views.push_back(
+            {store->getName(), store->getPriority(), store->isReadOnly(), store->isLocal(), store->getKeys().size()});
     }
     return views;
 }

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "Views.h"
+#include "chain/ConfigMap.h"
 
 class ConfigStoreManager;
 class ConfigValue;
@@ -14,7 +15,7 @@ namespace corvidctl {
 class ChainReader {
 public:
     /// @param chain must outlive this. @param reveal show sensitive texts.
-    ChainReader(ConfigStoreManager& chain, bool reveal) : chain_(chain), reveal_(reveal) {}
+    ChainReader(ConfigStoreManager& chain, bool reveal);
 
     /// The chain's answer for a key, under its current name whichever of its names is given.
     ValueView describe(const std::wstring& key) const;
@@ -49,6 +50,8 @@ private:
 
     ConfigStoreManager& chain_;
     const bool reveal_;
+    ConfigMap currentNames_;  ///< old name to current name
+    ConfigMap oldNames_;      ///< current name to old name
 };
 
 }  // namespace corvidctl

@@ -159,8 +159,8 @@ std::string checkInvocation(Invocation& invocation) {
     invocation.colours = !plain && isatty(STDOUT_FILENO) == 1;
     invocation.host.colours = !plain && isatty(STDERR_FILENO) == 1;
 
-    for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
-                             checkLog}) {
+    for (const auto check :
+         {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips, checkLog}) {
         if (std::string problem = check(invocation); !problem.empty()) {
             return problem;
         }

@@ -5,8 +5,8 @@
 
 #include "Views.h"
 
-/// The machine-readable forms, as scripts rely on them. Each is one text without a line end at its end; ill-formed UTF-8
-/// becomes U+FFFD.
+/// The machine-readable forms, as scripts rely on them. Each is one text without a line end at its end; ill-formed
+/// UTF-8 becomes U+FFFD.
 namespace corvidctl::json {
 
 std::string value(const ValueView& view);

@@ -15,9 +15,8 @@ KeySelection::KeySelection(const std::vector<std::string>& globs, const ChainRea
 }
 
 bool KeySelection::contains(const std::wstring& key) const {
-    return patterns_.empty() || std::any_of(patterns_.begin(), patterns_.end(), [&key](const std::wstring& pattern) {
-               return globMatches(pattern, key);
-           });
+    return patterns_.empty() || std::any_of(patterns_.begin(), patterns_.end(),
+                                            [&key](const std::wstring& pattern) { return globMatches(pattern, key); });
 }
 
 }  // namespace corvidctl

@@ -62,8 +62,12 @@ private:
 LiveWatcher::LiveWatcher(ConfigStoreManager& chain, std::shared_ptr<ConfigService> service,
                          std::shared_ptr<ServicesDispatcher> dispatcher, ChainReader reader, KeySelection selection,
                          Listener listener)
-    : chain_(chain), service_(std::move(service)), dispatcher_(std::move(dispatcher)), reader_(reader),
-      selection_(std::move(selection)), listener_(std::move(listener)) {}
+    : chain_(chain),
+      service_(std::move(service)),
+      dispatcher_(std::move(dispatcher)),
+      reader_(reader),
+      selection_(std::move(selection)),
+      listener_(std::move(listener)) {}
 
 LiveWatcher::~LiveWatcher() = default;
 

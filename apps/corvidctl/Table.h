@@ -19,7 +19,7 @@ class Table {
 public:
     struct Column {
         std::string heading;
-        std::size_t widest;        ///< columns after which a text is shortened; 0: never
+        std::size_t widest;         ///< columns after which a text is shortened; 0: never
         bool rightAligned = false;  ///< for numbers
     };
 

@@ -64,12 +64,14 @@ struct ValidationView {
     struct Entry {
         std::string key;
         std::string value;
+        int line = 0;
         bool isSensitive = false;
         bool isMarkup = false;
     };
 
     std::string file;
     bool valid = false;
+    bool isLocalFile = false;
     std::vector<Entry> entries;
     std::vector<std::string> warnings;
     std::vector<std::string> errors;

@@ -15,16 +15,19 @@ struct Ended {
     std::string error;
 };
 
+/// How a program is started.
+struct ChildOptions {
+    /// Added to the test's own environment; an empty text removes the variable.
+    std::map<std::string, std::string> environment;
+
+    /// Give the program a terminal for its standard output.
+    bool terminal = false;
+};
+
 /// A program started by a test, which reads what it prints and may send it signals.
 class ChildProcess {
 public:
-    struct Options {
-        /// Added to the test's own environment; an empty text removes the variable.
-        std::map<std::string, std::string> environment;
-
-        /// Give the program a terminal for its standard output.
-        bool terminal = false;
-    };
+    using Options = ChildOptions;
 
     /// @param command the path of the program and its arguments. @throws std::runtime_error if it cannot be started.
     explicit ChildProcess(const std::vector<std::string>& command, const Options& options = {});

@@ -33,9 +33,8 @@ std::vector<ValueView> collect(const Invocation& invocation, Session::Inside& in
             continue;
         }
         ValueView view = inside.reader.describe(key);
-        const bool wanted =
-            !invocation.storeGiven ||
-            QuillCoreUtils::caseInsensitiveStringEquals(invocation.store, view.valueStoreName);
+        const bool wanted = !invocation.storeGiven ||
+                            QuillCoreUtils::caseInsensitiveStringEquals(invocation.store, view.valueStoreName);
         if (wanted && (view.isDefined || invocation.all)) {
             views.push_back(std::move(view));
         }
