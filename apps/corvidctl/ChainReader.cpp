@@ -76,12 +76,13 @@ ValueView ChainReader::describe(const std::wstring& key) const {
     if (report.isDefined && resolution.lookup.usedOtherKeyName()) {
         view.foundUnder = toString(resolution.lookup.otherName);
     }
+    view.shadowsUser = !view.isOverridden && !writableHolders(current).empty();
     return view;
 }
 
 ValueView ChainReader::describe(const ConfigValue& object) const {
     ValueView view;
-    view.key = toString(object.getKey());
+    view.key = toString(currentName(object.getKey()));
     view.isDefined = object.getisDefined();
     view.isOverridden = object.getisOverridden();
     view.isSensitive = isSensitive(object.getKey());

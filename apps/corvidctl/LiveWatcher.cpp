@@ -73,7 +73,8 @@ LiveWatcher::~LiveWatcher() = default;
 
 void LiveWatcher::start() {
     started_ = true;
-    for (const std::shared_ptr<ConfigValue>& object : *service_->getAllConfig()) {
+    const auto objects = service_->getAllConfig();
+    for (const std::shared_ptr<ConfigValue>& object : *objects) {
         subscribe(object);
     }
     chain_.AddObserver(this);

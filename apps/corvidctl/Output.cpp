@@ -25,6 +25,9 @@ std::string remarks(const ValueView& view) {
     if (view.isOverridden) {
         add(view.originalValueStoreName.empty() ? "user only" : "overridden");
     }
+    if (view.shadowsUser) {
+        add("the user's value waits behind it");
+    }
     if (!view.isDefined) {
         add("undefined");
     }

@@ -21,6 +21,9 @@ struct ValueView {
 
     /// The old name under which the value was found; empty if it was under the key's own.
     std::string foundUnder;
+
+    /// A store that the user can write holds the key, and another store wins all the same.
+    bool shadowsUser = false;
 };
 
 /// One store of the chain.

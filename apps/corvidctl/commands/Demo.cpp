@@ -53,13 +53,19 @@ void observeOneChange(Session& session, Demonstration& demo) {
     });
 }
 
+const char* whoWrites(const StoreView& store) {
+    if (store.isReadOnly) {
+        return "the administrator";
+    }
+    return store.isLocal ? "the client, for this run" : "the user";
+}
+
 void printStores(const Demonstration& demo, Output& output) {
     output.out << styled("The stores, in the order in which a key is looked for", Style::Strong, output.colours)
                << "\nThe first that holds the key wins.\n\n";
     Table table({{"PRIORITY", 0, true}, {"STORE", 0}, {"WHO WRITES IT", 0}, {"KEYS", 0, true}});
     for (const StoreView& store : demo.stores) {
-        table.addRow({std::to_string(store.priority), store.name, store.isReadOnly ? "the administrator" : "the user",
-                      std::to_string(store.keys)});
+        table.addRow({std::to_string(store.priority), store.name, whoWrites(store), std::to_string(store.keys)});
     }
     table.print(output.out, output.colours);
 }

@@ -18,7 +18,8 @@ SensitiveKeySet keysToList(const Invocation& invocation, Session::Inside& inside
     const std::vector<std::wstring> defined = inside.reader.definedKeys();
     SensitiveKeySet keys(defined.begin(), defined.end());
     if (invocation.all) {
-        for (const std::shared_ptr<ConfigValue>& object : *inside.service.getAllConfig()) {
+        const auto objects = inside.service.getAllConfig();
+        for (const std::shared_ptr<ConfigValue>& object : *objects) {
             keys.insert(object->getKey());
         }
     }
