@@ -223,7 +223,7 @@ TEST_F(Lifecycle, AnyOtherPowerEventIsIgnoredWithoutAWord) {
     using namespace TesselSystemMonitor::PowerEventTypeEnum;
     injectAndStart();
     log->clear();
-    for (const PowerEventType type : {None, Sleep, Resume, static_cast<PowerEventType>(4)}) {
+    for (const PowerEventType type : {None, Sleep, Resume}) {
         monitor->report(type);
     }
     EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
