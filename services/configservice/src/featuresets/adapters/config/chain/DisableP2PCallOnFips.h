@@ -12,6 +12,9 @@ public:
     /// mode is asked only once the key has matched, and anew on each call. Any thread.
     static void DisableP2PCallConfigValueOnFips(const std::wstring& key, std::wstring& value);
 
+    /// The same rule without a copy: the given value, or the text "false". Any thread.
+    static const std::wstring& valueAsRead(const std::wstring& key, const std::wstring& value);
+
     /// Sets the object's value to "false" if its value, not its key, is the text "telephony_p2p_enabled" without regard
     /// to case, and FIPS mode is on. Fires nothing. Dispatcher thread.
     static void DisableP2PCallConfigValueOnFips(const std::shared_ptr<ConfigValueImpl>& object);

@@ -1,0 +1,72 @@
+#include "unified/UnifiedBusinessObjectImpl.h"
+
+#include <atomic>
+#include <cstdint>
+#include <stdexcept>
+#include <utility>
+
+#include "impl/unified/WeakObservers.h"
+#include "tessel/TesselLogger.h"
+
+namespace {
+
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("UnifiedBusinessObject");
+    return instance;
+}
+
+std::string nextGuid() {
+    static std::atomic<std::uint64_t> last{0};
+    return std::to_string(last.fetch_add(1, std::memory_order_relaxed) + 1);
+}
+
+}  // namespace
+
+UnifiedBusinessObjectImpl::UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, std::string className)
+    : UnifiedBusinessObjectImpl(std::move(factory), true, std::move(className)) {}
+
+UnifiedBusinessObjectImpl::UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, bool checksAccess,
+                                                     std::string className)
+    : factory_(std::move(factory)), className_(std::move(className)), checksAccess_(checksAccess), guid_(nextGuid()) {}
+
+UnifiedBusinessObjectImpl::~UnifiedBusinessObjectImpl() = default;
+
+void UnifiedBusinessObjectImpl::addObserver(std::weak_ptr<UnifiedBusinessObjectObserver> observer) {
+    const std::shared_ptr<UnifiedBusinessObjectObserver> added = observer.lock();
+    std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> outlivesLock;
+    const tessel::ScopedLock lock(mutex_);
+    outlivesLock = platform::addAlive(observers_, added);
+}
+
+void UnifiedBusinessObjectImpl::removeObserver(std::weak_ptr<UnifiedBusinessObjectObserver> observer) {
+    const std::shared_ptr<UnifiedBusinessObjectObserver> removed = observer.lock();
+    std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> outlivesLock;
+    const tessel::ScopedLock lock(mutex_);
+    outlivesLock = platform::removeAlive(observers_, removed);
+}
+
+std::shared_ptr<UnifiedBusinessObjectNotifiers> UnifiedBusinessObjectImpl::getUnifiedBusinessObjectNotifiers() {
+    return notifiers_;
+}
+
+std::string UnifiedBusinessObjectImpl::getGuid() const { return guid_; }
+
+std::string UnifiedBusinessObjectImpl::toString() const { return className_ + " " + guid_; }
+
+std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> UnifiedBusinessObjectImpl::lockObservers() {
+    const tessel::ScopedLock lock(mutex_);
+    return platform::lockAlive(observers_);
+}
+
+void UnifiedBusinessObjectImpl::EnsureUpdateAccess(bool required) const {
+    if (!required || !checksAccess_ || factory_ == nullptr) {
+        return;
+    }
+    const std::shared_ptr<ServicesDispatcher> dispatcher = factory_->getServicesDispatcher();
+    if (dispatcher == nullptr || dispatcher->checkForUpdateAccess()) {
+        return;
+    }
+    const std::string text = className_ + " called without update access; call it on the dispatcher thread";
+    TesselLog(logger(), 2, __FILE__, __LINE__, __func__, text);
+    throw std::logic_error(text);
+}

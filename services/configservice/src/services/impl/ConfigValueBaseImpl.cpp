@@ -1,0 +1,133 @@
+#include "ConfigValueBaseImpl.h"
+
+#include <utility>
+
+#include "ConfigValueNotifiersImpl.h"
+
+const char* const ConfigValueBaseImpl::className = "ConfigValueBaseImpl";
+
+ConfigValueBaseImpl::ConfigValueBaseImpl(const std::shared_ptr<UnifiedFactory>& factory)
+    : UnifiedBusinessObjectImpl(factory, className) {}
+
+ConfigValueBaseImpl::ConfigValueBaseImpl(const std::shared_ptr<UnifiedFactory>& factory, bool checksAccess)
+    : UnifiedBusinessObjectImpl(factory, checksAccess, className) {}
+
+TesselLogger* ConfigValueBaseImpl::logger() {
+    static TesselLogger* const logger = TesselLogger_getLogger("ConfigValue-Base-Impl");
+    return logger;
+}
+
+void ConfigValueBaseImpl::initNotifiers() {
+    if (notifiers_ != nullptr) {
+        return;
+    }
+    const auto notifiers = std::make_shared<ConfigValueNotifiersImpl>();
+    notifiers_ = notifiers;
+    addObserver(std::weak_ptr<ConfigValueObserver>(notifiers));
+}
+
+std::wstring ConfigValueBaseImpl::getKey() const {
+    EnsureUpdateAccess(true);
+    return key_;
+}
+
+void ConfigValueBaseImpl::setKey(std::wstring key) {
+    EnsureUpdateAccess(true);
+    key_ = std::move(key);
+}
+
+std::wstring ConfigValueBaseImpl::getValue() const {
+    EnsureUpdateAccess(true);
+    return value_;
+}
+
+void ConfigValueBaseImpl::setValue(std::wstring value) {
+    EnsureUpdateAccess(true);
+    value_ = std::move(value);
+}
+
+std::wstring ConfigValueBaseImpl::getOriginalValue() const {
+    EnsureUpdateAccess(true);
+    return originalValue_;
+}
+
+void ConfigValueBaseImpl::setOriginalValue(std::wstring originalValue) {
+    EnsureUpdateAccess(true);
+    originalValue_ = std::move(originalValue);
+}
+
+bool ConfigValueBaseImpl::getisOverridden() const {
+    EnsureUpdateAccess(true);
+    return isOverridden_;
+}
+
+void ConfigValueBaseImpl::setisOverridden(bool isOverridden) {
+    EnsureUpdateAccess(true);
+    isOverridden_ = isOverridden;
+}
+
+bool ConfigValueBaseImpl::getisDefined() const {
+    EnsureUpdateAccess(true);
+    return isDefined_;
+}
+
+void ConfigValueBaseImpl::setisDefined(bool isDefined) {
+    EnsureUpdateAccess(true);
+    isDefined_ = isDefined;
+}
+
+std::wstring ConfigValueBaseImpl::getValueStoreName() const {
+    EnsureUpdateAccess(true);
+    return valueStoreName_;
+}
+
+void ConfigValueBaseImpl::setValueStoreName(std::wstring valueStoreName) {
+    EnsureUpdateAccess(true);
+    valueStoreName_ = std::move(valueStoreName);
+}
+
+std::wstring ConfigValueBaseImpl::getOriginalValueStoreName() const {
+    EnsureUpdateAccess(true);
+    return originalValueStoreName_;
+}
+
+void ConfigValueBaseImpl::setOriginalValueStoreName(std::wstring originalValueStoreName) {
+    EnsureUpdateAccess(true);
+    originalValueStoreName_ = std::move(originalValueStoreName);
+}
+
+void ConfigValueBaseImpl::addObserver(std::weak_ptr<ConfigValueObserver> observer) {
+    UnifiedBusinessObjectImpl::addObserver(observer);
+}
+
+void ConfigValueBaseImpl::removeObserver(std::weak_ptr<ConfigValueObserver> observer) {
+    UnifiedBusinessObjectImpl::removeObserver(observer);
+}
+
+std::shared_ptr<ConfigValueNotifiers> ConfigValueBaseImpl::getConfigValueNotifiers() {
+    initNotifiers();
+    return std::dynamic_pointer_cast<ConfigValueNotifiers>(notifiers_);
+}
+
+void ConfigValueBaseImpl::fire(void (ConfigValueObserver::*changed)()) {
+    EnsureUpdateAccess(true);
+    for (const auto& observer : lockObservers()) {
+        if (auto* const valueObserver = dynamic_cast<ConfigValueObserver*>(observer.get())) {
+            (valueObserver->*changed)();
+        }
+    }
+}
+
+void ConfigValueBaseImpl::fireKey() { fire(&ConfigValueObserver::OnKeyChanged); }
+
+void ConfigValueBaseImpl::fireValue() { fire(&ConfigValueObserver::OnValueChanged); }
+
+void ConfigValueBaseImpl::fireOriginalValue() { fire(&ConfigValueObserver::OnOriginalValueChanged); }
+
+void ConfigValueBaseImpl::fireisOverridden() { fire(&ConfigValueObserver::OnisOverriddenChanged); }
+
+void ConfigValueBaseImpl::fireisDefined() { fire(&ConfigValueObserver::OnisDefinedChanged); }
+
+void ConfigValueBaseImpl::fireValueStoreName() { fire(&ConfigValueObserver::OnValueStoreNameChanged); }
+
+void ConfigValueBaseImpl::fireOriginalValueStoreName() { fire(&ConfigValueObserver::OnOriginalValueStoreNameChanged); }

@@ -1,0 +1,157 @@
+#include "ConfigValueImpl.h"
+
+#include <utility>
+
+#include "ConfigFeatureSet.h"
+#include "chain/DisableP2PCallOnFips.h"
+#include "quill/StringUtils.h"
+
+ConfigValueImpl::ConfigValueImpl(const std::shared_ptr<UnifiedFactory>& factory, const std::wstring& key)
+    : ConfigValueBaseImpl(factory) {
+    initialize(key, {}, {}, false, false, {}, {});
+}
+
+ConfigValueImpl::ConfigValueImpl(const std::shared_ptr<UnifiedFactory>& factory, const std::wstring& key,
+                                 const std::wstring& value, const std::wstring& originalValue, bool isOverridden,
+                                 const std::wstring& valueStoreName, const std::wstring& originalValueStoreName)
+    : ConfigValueBaseImpl(factory) {
+    initialize(key, value, originalValue, isOverridden, true, valueStoreName, originalValueStoreName);
+}
+
+void ConfigValueImpl::initialize(const std::wstring& key, const std::wstring& value, const std::wstring& originalValue,
+                                 bool isOverridden, bool isDefined, const std::wstring& valueStoreName,
+                                 const std::wstring& originalValueStoreName) {
+    setKey(key);
+    setValue(value);
+    setOriginalValue(originalValue);
+    setisOverridden(isOverridden);
+    setisDefined(isDefined);
+    setValueStoreName(valueStoreName);
+    setOriginalValueStoreName(originalValueStoreName);
+    pendingValueFire_ = false;
+    pendingOriginalValueFire_ = false;
+    pendingisOverriddenFire_ = false;
+    pendingisDefinedFire_ = false;
+    pendingValueStoreNameFire_ = false;
+    pendingOriginalValueStoreNameFire_ = false;
+}
+
+const std::wstring& ConfigValueImpl::currentValue() const {
+    return DisableP2PCallOnFips::valueAsRead(storedKey(), storedValue());
+}
+
+std::wstring ConfigValueImpl::getValue() const {
+    EnsureUpdateAccess(true);
+    return currentValue();
+}
+
+void ConfigValueImpl::setConfig(std::wstring value) {
+    EnsureUpdateAccess(true);
+    if (const auto featureSet = getFactory()->getFeatureSet<ConfigFeatureSet>()) {
+        featureSet->setConfig(getKey(), value);
+    }
+}
+
+bool ConfigValueImpl::equals(std::wstring value) {
+    EnsureUpdateAccess(true);
+    return QuillCoreUtils::caseInsensitiveStringEquals(currentValue(), value);
+}
+
+void ConfigValueImpl::reset() {
+    EnsureUpdateAccess(true);
+    if (const auto featureSet = getFactory()->getFeatureSet<ConfigFeatureSet>()) {
+        featureSet->resetConfig(getKey());
+    }
+}
+
+bool ConfigValueImpl::isValueLocal() {
+    EnsureUpdateAccess(true);
+    return storedOriginalValue() != currentValue() || storedOriginalValueStoreName() != storedValueStoreName();
+}
+
+void ConfigValueImpl::update(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
+                             std::wstring valueStoreName, std::wstring originalValueStoreName) {
+    EnsureUpdateAccess(true);
+    if (value != currentValue()) {
+        setValue(std::move(value));
+        fireValue();
+    }
+    if (originalValue != storedOriginalValue()) {
+        setOriginalValue(std::move(originalValue));
+        fireOriginalValue();
+    }
+    if (isOverridden != getisOverridden()) {
+        setisOverridden(isOverridden);
+        fireisOverridden();
+    }
+    if (isDefined != getisDefined()) {
+        setisDefined(isDefined);
+        fireisDefined();
+    }
+    if (valueStoreName != storedValueStoreName()) {
+        setValueStoreName(std::move(valueStoreName));
+        fireValueStoreName();
+    }
+    if (originalValueStoreName != storedOriginalValueStoreName()) {
+        setOriginalValueStoreName(std::move(originalValueStoreName));
+        fireOriginalValueStoreName();
+    }
+}
+
+void ConfigValueImpl::silentUpdate(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
+                                   std::wstring valueStoreName, std::wstring originalValueStoreName) {
+    EnsureUpdateAccess(true);
+    if (value != currentValue()) {
+        setValue(std::move(value));
+        pendingValueFire_ = true;
+    }
+    if (originalValue != storedOriginalValue()) {
+        setOriginalValue(std::move(originalValue));
+        pendingOriginalValueFire_ = true;
+    }
+    if (isOverridden != getisOverridden()) {
+        setisOverridden(isOverridden);
+        pendingisOverriddenFire_ = true;
+    }
+    // Unlike update(): a batch can define a key but never undefine it, and a key that stays undefined is told anew.
+    if (!getisDefined()) {
+        setisDefined(isDefined);
+        pendingisDefinedFire_ = true;
+    }
+    if (valueStoreName != storedValueStoreName()) {
+        setValueStoreName(std::move(valueStoreName));
+        pendingValueStoreNameFire_ = true;
+    }
+    if (originalValueStoreName != storedOriginalValueStoreName()) {
+        setOriginalValueStoreName(std::move(originalValueStoreName));
+        pendingOriginalValueStoreNameFire_ = true;
+    }
+}
+
+void ConfigValueImpl::fireRequired() {
+    // Each mark is cleared after its fire, so that an observer which causes the same mark again causes no second fire.
+    if (pendingValueFire_) {
+        fireValue();
+        pendingValueFire_ = false;
+    }
+    if (pendingOriginalValueFire_) {
+        fireOriginalValue();
+        pendingOriginalValueFire_ = false;
+    }
+    if (pendingisOverriddenFire_) {
+        fireisOverridden();
+        pendingisOverriddenFire_ = false;
+    }
+    if (pendingisDefinedFire_) {
+        fireisDefined();
+        pendingisDefinedFire_ = false;
+    }
+    if (pendingValueStoreNameFire_) {
+        fireValueStoreName();
+        pendingValueStoreNameFire_ = false;
+    }
+    if (pendingOriginalValueStoreNameFire_) {
+        fireOriginalValueStoreName();
+        pendingOriginalValueStoreNameFire_ = false;
+    }
+}
