@@ -15,10 +15,14 @@ const std::wstring peerToPeerKey = L"telephony_p2p_enabled";
 template <typename State>
 auto& textOf(State& state, Property property) {
     switch (property) {
-        case Property::OriginalValue: return state.originalValue;
-        case Property::ValueStoreName: return state.valueStoreName;
-        case Property::OriginalValueStoreName: return state.originalValueStoreName;
-        default: return state.value;
+    case Property::OriginalValue:
+        return state.originalValue;
+    case Property::ValueStoreName:
+        return state.valueStoreName;
+    case Property::OriginalValueStoreName:
+        return state.originalValueStoreName;
+    default:
+        return state.value;
     }
 }
 
@@ -114,8 +118,7 @@ void LiveOracle::tell(const ObjectPtr& object, Property property) {
 
 void LiveOracle::changeAndTell(const ObjectPtr& object, const Report& report) {
     const auto takeText = [&](Property property) {
-        const std::wstring now =
-            property == Property::Value ? shownValue(*object) : textOf(object->stored, property);
+        const std::wstring now = property == Property::Value ? shownValue(*object) : textOf(object->stored, property);
         const std::wstring& then = textOf(report, property);
         if (now != then) {
             textOf(object->stored, property) = then;
