@@ -66,14 +66,20 @@ void ModuleWorld::hear(int watcher, Property property, const ConfigValue& value)
 }
 
 std::shared_ptr<SimulatedStore> ModuleWorld::makeStore(const ModelStore& description) {
+    const std::lock_guard<std::mutex> lock(knownMutex_);
     return known_[folded(description.name)] = std::make_shared<SimulatedStore>(description);
 }
 
 void ModuleWorld::refill(const ModelStore& description) {
-    const auto found = known_.find(folded(description.name));
-    if (found != known_.end()) {
-        const std::vector<std::wstring> oldKeys = found->second->refill(description.entries);
-        module_.manager().updateStoreValues(found->second, oldKeys);
+    std::shared_ptr<SimulatedStore> store;
+    {
+        const std::lock_guard<std::mutex> lock(knownMutex_);
+        const auto found = known_.find(folded(description.name));
+        store = found == known_.end() ? nullptr : found->second;
+    }
+    if (store != nullptr) {
+        const std::vector<std::wstring> oldKeys = store->refill(description.entries);
+        module_.manager().updateStoreValues(store, oldKeys);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -40,8 +41,7 @@ public:
     ModuleWorld(const ModuleWorld&) = delete;
     ModuleWorld& operator=(const ModuleWorld&) = delete;
 
-    /// Steps that touch the service or its objects belong to the dispatcher thread, the others may come from any, with
-    /// the same store name from one thread only.
+    /// Steps that touch the service or its objects belong to the dispatcher thread, the others may come from any.
     /// @return what the operation answers, for steps that answer.
     std::optional<bool> apply(const Step& step);
 
@@ -59,7 +59,8 @@ private:
 
     SimulatedModule module_;
     ChainRecorder recorder_;
-    std::map<std::string, std::shared_ptr<SimulatedStore>> known_;
+    std::mutex knownMutex_;
+    std::map<std::string, std::shared_ptr<SimulatedStore>> known_;  ///< guarded by knownMutex_
     std::map<int, std::shared_ptr<Watcher>> watchers_;
     std::map<int, std::deque<Step>> reactions_;
     std::vector<Heard> heard_;

@@ -1,15 +1,20 @@
 #include "SimulatedModule.h"
 
 #include <limits>
+#include <utility>
 
 #include "ConfigAdapter.h"
 #include "InjectConfigService.h"
 
 namespace simulation {
 
-SimulatedModule::SimulatedModule(std::shared_ptr<ServicesDispatcher> dispatcher)
+SimulatedModule::SimulatedModule(std::shared_ptr<ServicesDispatcher> dispatcher,
+                                 const std::function<void(fakes::ScopedWorld&)>& prepare)
     : persistence_(std::make_shared<fakes::HandSteppedTaskDispatcher>()),
       factory_(std::make_shared<UnifiedFactory>(std::move(dispatcher), persistence_)) {
+    if (prepare) {
+        prepare(world_);
+    }
     InjectConfigService(factory_);
     service_ = factory_->getService<ConfigService>();
     featureSet_ = factory_->getFeatureSet<ConfigFeatureSet>();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,7 +19,11 @@ namespace simulation {
 /// Made and destroyed on the dispatcher thread. The persistence queue is stepped by hand, so nothing is written.
 class SimulatedModule {
 public:
-    explicit SimulatedModule(std::shared_ptr<ServicesDispatcher> dispatcher);
+    /// @param prepare changes the world before the module sees it.
+    explicit SimulatedModule(std::shared_ptr<ServicesDispatcher> dispatcher,
+                             const std::function<void(fakes::ScopedWorld&)>& prepare = {});
+
+    /// Stops and destroys the feature set and clears the factory.
     ~SimulatedModule();
 
     SimulatedModule(const SimulatedModule&) = delete;

@@ -1,6 +1,7 @@
 #include "StepGenerator.h"
 
 #include <array>
+#include <utility>
 
 namespace simulation {
 
@@ -72,6 +73,33 @@ StepGenerator::StepGenerator(std::uint64_t seed) : engine_(seed) {
         const auto& spellings = anyOf(keyGroups());
         keys_.insert(keys_.end(), spellings.begin(), spellings.end());
     }
+}
+
+StepGenerator::StepGenerator(std::uint64_t seed, std::vector<std::wstring> keys)
+    : engine_(seed), keys_(std::move(keys)) {}
+
+void StepGenerator::letWatchersAct() {
+    reactions_ = {
+        {StepKind::Store, 4},
+        {StepKind::StoreThroughService, 4},
+        {StepKind::StoreThroughObject, 2},
+        {StepKind::StoreMap, 3},
+        {StepKind::StoreInMemoryThroughService, 3},
+        {StepKind::EraseThroughService, 4},
+        {StepKind::EraseThroughObject, 2},
+        {StepKind::MarkSensitive, 1},
+        {StepKind::Ask, 2},
+        {StepKind::Unwatch, 2},
+        {StepKind::DropWatcher, 2},
+    };
+}
+
+void StepGenerator::letWatchersChangeTheChain() {
+    letWatchersAct();
+    const std::vector<Choice> more = {{StepKind::AddStore, 8},    {StepKind::AddStoreThroughFeatureSet, 4},
+                                      {StepKind::RemoveStore, 6}, {StepKind::RefillStore, 4},
+                                      {StepKind::ClearStores, 1}, {StepKind::ResetData, 1}};
+    reactions_.insert(reactions_.end(), more.begin(), more.end());
 }
 
 const std::vector<std::wstring>& StepGenerator::alphabet() {
@@ -182,24 +210,11 @@ void StepGenerator::fillWatch(Step& step) {
     }
     step.watcher = static_cast<int>(watched_.size()) + 1;
     watched_.push_back({step.watcher, step.key});
-    if (!watchersAct_) {
+    if (reactions_.empty()) {
         return;
     }
-    static const std::vector<Choice> choices = {
-        {StepKind::Store, 4},
-        {StepKind::StoreThroughService, 4},
-        {StepKind::StoreThroughObject, 2},
-        {StepKind::StoreMap, 3},
-        {StepKind::StoreInMemoryThroughService, 3},
-        {StepKind::EraseThroughService, 4},
-        {StepKind::EraseThroughObject, 2},
-        {StepKind::MarkSensitive, 1},
-        {StepKind::Ask, 2},
-        {StepKind::Unwatch, 2},
-        {StepKind::DropWatcher, 2},
-    };
     for (std::size_t count = below(4); count > 0; --count) {
-        step.reactions.push_back(make(pick(choices)));
+        step.reactions.push_back(make(pick(reactions_)));
     }
 }
 

@@ -15,8 +15,14 @@ class StepGenerator {
 public:
     explicit StepGenerator(std::uint64_t seed);
 
-    /// Lets watchers act inside their notifications.
-    void letWatchersAct() { watchersAct_ = true; }
+    /// Uses these keys and no others.
+    StepGenerator(std::uint64_t seed, std::vector<std::wstring> keys);
+
+    /// Lets watchers ask, write, erase and go inside their notifications.
+    void letWatchersAct();
+
+    /// Lets them add and remove stores there as well.
+    void letWatchersChangeTheChain();
 
     std::vector<Step> sequence(std::size_t length);
     Step next();
@@ -62,7 +68,7 @@ private:
     std::mt19937_64 engine_;
     std::vector<std::wstring> keys_;
     std::vector<Watched> watched_;
-    bool watchersAct_ = false;
+    std::vector<Choice> reactions_;
     bool fips_ = false;
 };
 
