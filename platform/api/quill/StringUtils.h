@@ -11,6 +11,8 @@ namespace QuillCoreUtils {
 
 /// UTF-8 to wide; every ill-formed sequence becomes U+FFFD.
 std::wstring toWideString(std::string_view text);
+/// The same for a literal, which would otherwise be taken for a truth value. Not null.
+inline std::wstring toWideString(const char* text) { return toWideString(std::string_view(text)); }
 /// "true" or "false".
 std::wstring toWideString(bool value);
 /// Decimal.

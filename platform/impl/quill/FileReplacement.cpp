@@ -1,0 +1,198 @@
+#include "impl/quill/FileReplacement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <functional>
+#include <optional>
+
+#include "impl/quill/FileDescriptor.h"
+#include "impl/quill/SiblingFile.h"
+#include "quill/FileUtils.h"
+
+namespace QuillCoreUtils {
+namespace {
+
+constexpr int longestChainOfLinks = 40;
+constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+
+using Existing = std::optional<struct stat>;
+
+/// Writes the new file, knowing what stood at the destination.
+using Fill = std::function<int(SiblingFile&, const Existing&)>;
+
+/// EISDIR for a folder, EINVAL for a device, a pipe and the like.
+int refuseIrregular(mode_t mode) {
+    if (S_ISREG(mode)) {
+        return 0;
+    }
+    return S_ISDIR(mode) ? EISDIR : EINVAL;
+}
+
+/// What stands at the destination. Nothing, a file or a link are fine; the rest is refused: to put a file in the place
+/// of a device would do harm far beyond this process.
+int examineDestination(const std::string& path, Existing& existing) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return errno == ENOENT ? 0 : errno;
+    }
+    existing = status;
+    return S_ISLNK(status.st_mode) ? 0 : refuseIrregular(status.st_mode);
+}
+
+int fillAndReplace(const std::string& destination, bool failIfExists, const Fill& fill) {
+    Existing existing;
+    if (const int error = examineDestination(destination, existing)) {
+        return error;
+    }
+    if (existing && failIfExists) {
+        return EEXIST;
+    }
+    SiblingFile sibling(destination);
+    if (const int error = sibling.create()) {
+        return error;
+    }
+    if (const int error = fill(sibling, existing)) {
+        return error;
+    }
+    return sibling.becomeDestination(failIfExists);
+}
+
+/// A link at the path stays and what it leads to is replaced, with the permissions that it had.
+int replaceThroughLinks(const std::string& path, bool failIfExists, const std::function<int(SiblingFile&)>& fill) {
+    std::string destination;
+    if (const int error = resolveLinks(path, destination)) {
+        return error;
+    }
+    return fillAndReplace(destination, failIfExists, [&](SiblingFile& sibling, const Existing& existing) {
+        const int error = fill(sibling);
+        return error == 0 && existing ? adoptPermissions(sibling.get(), *existing) : error;
+    });
+}
+
+/// A move keeps the file's own permissions, as a rename would.
+int moveAcross(const std::string& from, const std::string& to, bool failIfExists) {
+    int descriptor = -1;
+    if (const int error = openRegularFile(from, descriptor)) {
+        return error;
+    }
+    const FileDescriptor source(descriptor);
+    const Fill fill = [&](SiblingFile& sibling, const Existing&) {
+        const int error = sibling.appendAllOf(source.get());
+        struct stat status {};
+        if (error != 0 || fstat(source.get(), &status) != 0) {
+            return error != 0 ? error : errno;
+        }
+        return adoptPermissions(sibling.get(), status);
+    };
+    if (const int error = fillAndReplace(to, failIfExists, fill)) {
+        return error;
+    }
+    return errorOf(::unlink(from.c_str()));
+}
+
+/// Gives a finished sibling the destination's permissions and makes its contents durable.
+int finishSibling(const std::string& sibling, const Existing& existing) {
+    const FileDescriptor file(
+        uninterrupted([&] { return ::open(sibling.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
+    struct stat status {};
+    if (!file.isOpen() || fstat(file.get(), &status) != 0) {
+        return errno;
+    }
+    if (const int error = refuseIrregular(status.st_mode)) {
+        return error;
+    }
+    const int error = existing ? adoptPermissions(file.get(), *existing) : errorOf(fchmod(file.get(), ownerOnly));
+    return error != 0 ? error : errorOf(uninterrupted([&] { return fsync(file.get()); }));
+}
+
+int finishAndRename(const std::string& sibling, const std::string& to) {
+    std::string destination;
+    if (const int error = resolveLinks(to, destination)) {
+        return error;
+    }
+    Existing existing;
+    if (const int error = examineDestination(destination, existing)) {
+        return error;
+    }
+    if (const int error = finishSibling(sibling, existing)) {
+        return error;
+    }
+    const int error = renameFile(sibling, destination, false);
+    return error != 0 ? error : syncDirectoryOf(destination);
+}
+
+}  // namespace
+
+int openRegularFile(const std::string& path, int& descriptor) {
+    // Without O_NONBLOCK the opening of a pipe would wait for its other end.
+    descriptor = uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); });
+    if (descriptor < 0) {
+        return errno;
+    }
+    struct stat status {};
+    const int error = fstat(descriptor, &status) != 0 ? errno : refuseIrregular(status.st_mode);
+    if (error != 0) {
+        ::close(descriptor);
+        descriptor = -1;
+    }
+    return error;
+}
+
+int resolveLinks(const std::string& path, std::string& resolved) {
+    resolved = path;
+    for (int links = 0; links < longestChainOfLinks; ++links) {
+        char target[PATH_MAX];
+        const ssize_t length = readlink(resolved.c_str(), target, sizeof target);
+        if (length < 0) {
+            // No link, or nothing there yet: this is the end of the chain.
+            return errno == EINVAL || errno == ENOENT ? 0 : errno;
+        }
+        const std::string next(target, static_cast<std::size_t>(length));
+        const std::string parent = FileUtils::getParentDirectory(resolved);
+        resolved = next.starts_with('/') || parent.empty() ? next : parent + "/" + next;
+    }
+    return ELOOP;
+}
+
+int copyOver(const std::string& from, const std::string& to, bool failIfExists) {
+    int descriptor = -1;
+    if (const int error = openRegularFile(from, descriptor)) {
+        return error;
+    }
+    const FileDescriptor source(descriptor);
+    return replaceThroughLinks(to, failIfExists,
+                               [&](SiblingFile& sibling) { return sibling.appendAllOf(source.get()); });
+}
+
+int writeOver(const std::string& to, const std::string& contents) {
+    return replaceThroughLinks(to, false, [&](SiblingFile& sibling) { return sibling.append(contents); });
+}
+
+int putInPlace(const std::string& sibling, const std::string& to) {
+    int error = finishAndRename(sibling, to);
+    if (error == EXDEV) {
+        // The destination is a link to another file system.
+        error = copyOver(sibling, to, false);
+        ::unlink(sibling.c_str());
+    } else if (error != 0) {
+        ::unlink(sibling.c_str());
+    }
+    return error;
+}
+
+int moveOver(const std::string& from, const std::string& to, bool failIfExists) {
+    struct stat status {};
+    if (lstat(from.c_str(), &status) != 0) {
+        return errno;
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return EISDIR;
+    }
+    const int error = renameFile(from, to, failIfExists);
+    return error == EXDEV ? moveAcross(from, to, failIfExists) : error;
+}
+
+}  // namespace QuillCoreUtils

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+namespace QuillCoreUtils {
+
+/// The steps behind FileUtils' durable operations. All give 0 or an errno; nothing is logged. Any thread.
+
+/// Opens what a path names for reading if it is a regular file. @param descriptor receives it, for the caller to close;
+/// -1 on failure.
+int openRegularFile(const std::string& path, int& descriptor);
+
+/// The path that remains when the last part of a path is followed as long as it is a link. What it names need not
+/// exist.
+/// @param resolved receives it.
+int resolveLinks(const std::string& path, std::string& resolved);
+
+/// Copies a regular file over a destination, as FileUtils::copyFile says.
+int copyOver(const std::string& from, const std::string& to, bool failIfExists);
+
+/// Writes bytes over a destination with the same promise.
+int writeOver(const std::string& to, const std::string& contents);
+
+/// Puts a finished sibling in a destination's place, as FileUtils::replaceFileDurably says.
+int putInPlace(const std::string& sibling, const std::string& to);
+
+/// Renames a file or a link, as FileUtils::moveFile says.
+int moveOver(const std::string& from, const std::string& to, bool failIfExists);
+
+}  // namespace QuillCoreUtils

@@ -1,0 +1,120 @@
+#include "impl/tessel/SpdlogSink.h"
+
+#include <fcntl.h>
+#include <spdlog/async_logger.h>
+#include <spdlog/details/thread_pool.h>
+#include <spdlog/sinks/ansicolor_sink.h>
+#include <spdlog/sinks/basic_file_sink.h>
+#include <spdlog/sinks/stdout_sinks.h>
+#include <sys/stat.h>
+
+#include <mutex>
+#include <utility>
+
+#include "impl/quill/FileDescriptor.h"
+#include "impl/tessel/CountingSink.h"
+#include "impl/tessel/PrintableText.h"
+#include "tessel/TesselLogger.h"
+
+namespace tessel {
+namespace {
+
+constexpr const char* linePattern = "%Y-%m-%d %H:%M:%S.%e %z %^%l%$ [%t] %v";
+
+/// Places in spdlog's queue beyond those of the records, for flushes.
+constexpr std::size_t flushPlaces = 16;
+
+/// More than one would mix up the order of the lines.
+constexpr std::size_t threads = 1;
+
+spdlog::level::level_enum spdlogLevel(int level) {
+    switch (level) {
+    case 3:
+        return spdlog::level::warn;
+    case 4:
+        return spdlog::level::info;
+    case 5:
+        return spdlog::level::debug;
+    default:
+        return spdlog::level::err;
+    }
+}
+
+/// Opens a file so that it is there with mode 0600 before spdlog opens it with a wider one. @return 0 or an errno.
+int prepareFile(const std::string& path) {
+    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
+    const QuillCoreUtils::FileDescriptor file(
+        QuillCoreUtils::uninterrupted([&] { return ::open(path.c_str(), flags, S_IRUSR | S_IWUSR); }));
+    return file.isOpen() ? 0 : errno;
+}
+
+}  // namespace
+
+class SpdlogSink::Engine {
+public:
+    explicit Engine(std::shared_ptr<spdlog::sinks::sink> end)
+        : sink_(std::make_shared<CountingSink>(std::move(end), queueCapacity)),
+          pool_(std::make_shared<spdlog::details::thread_pool>(queueCapacity + flushPlaces, threads)),
+          logger_(std::make_shared<spdlog::async_logger>("", sink_, pool_, spdlog::async_overflow_policy::block)) {
+        sink_->set_pattern(linePattern);
+        logger_->set_level(spdlog::level::trace);
+    }
+
+    void write(const LogRecord& record) {
+        // Whoever was admitted finds a place in the queue, so the queue never makes a writer wait.
+        if (sink_->admit()) {
+            const std::string line = "[" + record.logger + "] " + record.function + ": " + record.text;
+            logger_->log(spdlogLevel(record.level), printableText(line));
+        }
+    }
+
+    void flush() {
+        unsigned long number = 0;
+        {
+            // The queue keeps the order of its entries, so the number tells which flush is this one.
+            const std::lock_guard<std::mutex> lock(flushMutex_);
+            number = ++flushes_;
+            logger_->flush();
+        }
+        sink_->waitForFlush(number);
+    }
+
+private:
+    const std::shared_ptr<CountingSink> sink_;
+    const std::shared_ptr<spdlog::details::thread_pool> pool_;
+    const std::shared_ptr<spdlog::async_logger> logger_;
+    std::mutex flushMutex_;
+    unsigned long flushes_ = 0;  ///< guarded by flushMutex_
+};
+
+SpdlogSink::SpdlogSink(std::unique_ptr<Engine> engine) : engine_(std::move(engine)) {}
+
+SpdlogSink::~SpdlogSink() = default;
+
+std::shared_ptr<SpdlogSink> SpdlogSink::toStandardError(bool colours) {
+    std::shared_ptr<spdlog::sinks::sink> end;
+    if (colours) {
+        end = std::make_shared<spdlog::sinks::ansicolor_stderr_sink_mt>(spdlog::color_mode::always);
+    } else {
+        end = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+    }
+    return std::shared_ptr<SpdlogSink>(new SpdlogSink(std::make_unique<Engine>(std::move(end))));
+}
+
+std::shared_ptr<SpdlogSink> SpdlogSink::toFile(const std::string& path) {
+    if (prepareFile(path) != 0) {
+        return nullptr;
+    }
+    try {
+        auto end = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
+        return std::shared_ptr<SpdlogSink>(new SpdlogSink(std::make_unique<Engine>(std::move(end))));
+    } catch (const spdlog::spdlog_ex&) {
+        return nullptr;
+    }
+}
+
+void SpdlogSink::write(const LogRecord& record) { engine_->write(record); }
+
+void SpdlogSink::flush() { engine_->flush(); }
+
+}  // namespace tessel
