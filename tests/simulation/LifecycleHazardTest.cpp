@@ -166,13 +166,16 @@ TEST_F(LifecycleHazards, AStopInsideANotificationLeavesTheLocalStores) {
     EXPECT_EQ(module.service().getConfig(L"Theme")->getValue(), L"");
 }
 
-TEST_F(LifecycleHazards, APowerEventAfterTheModuleHasGoneFindsNobody) {
-    module.factory()->clear();
-    EXPECT_FALSE(monitor->observer.expired());
-    // The module's own references, held by this test, are the last.
-    const std::shared_ptr<PowerEventObserver> observer = monitor->observer.lock();
-    observer->onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
-    EXPECT_FALSE(isStarted());
+TEST(TheModule, LeavesNothingBehindThatAPowerEventCouldReach) {
+    const auto monitor = std::make_shared<TellTaleMonitor>();
+    auto module = std::make_unique<SimulatedModule>(
+        std::make_shared<fakes::HandSteppedDispatcher>(),
+        [&](fakes::ScopedWorld& world) { world.change([&](platform::World& set) { set.systemMonitor = monitor; }); });
+    ASSERT_FALSE(monitor->observer.expired());
+
+    module.reset();
+
+    EXPECT_TRUE(monitor->observer.expired());
 }
 
 TEST(TheModule, SurvivesStartsAndStopsFromSeveralThreadsWhileTheDispatcherThreadRefreshes) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -48,12 +49,14 @@ private:
     std::unique_ptr<ModuleWorld> world_;
 };
 
-/// One round: a watcher on each key, three threads that write and change the chain, and the dispatcher thread that
-/// writes at the same time. Whatever order the threads fell into, the chain's own calls tell it.
+/// One round: a watcher on each key, three threads that write and change the chain, one that reads, and the
+/// dispatcher thread that writes at the same time. Whatever order the threads fell into, the chain's own calls tell it.
 class Round {
 public:
     explicit Round(std::uint64_t seed) : keys_(StepGenerator(seed).keys()) {
         module_.onDispatcher([this] { watchAllKeys(); });
+        std::atomic<bool> writing = true;
+        std::thread reader([&] { readWhile(writing); });
         std::vector<std::thread> threads;
         for (std::uint64_t number = 1; number <= 3; ++number) {
             threads.emplace_back([this, seed, number] { write(seed * 10 + number); });
@@ -65,6 +68,8 @@ public:
         for (std::thread& thread : threads) {
             thread.join();
         }
+        writing = false;
+        reader.join();
     }
 
     std::optional<std::string> difference() {
@@ -96,6 +101,19 @@ private:
         for (int count = 0; count < 40; ++count) {
             const bool changesTheChain = count % 4 == 0;
             module_.world().apply(changesTheChain ? generator.nextMembership() : generator.nextWrite());
+        }
+    }
+
+    void readWhile(const std::atomic<bool>& writing) {
+        SimulatedModule& module = module_.world().module();
+        while (writing) {
+            for (const std::wstring& key : keys_) {
+                std::wstring value;
+                module.featureSet().getConfig(key, value, false);
+                module.featureSet().isKeySensitive(key);
+            }
+            module.manager().waitForStoreReady("Alpha");
+            module.manager().waitForStoresReady();
         }
     }
 
