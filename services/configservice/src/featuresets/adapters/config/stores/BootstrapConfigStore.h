@@ -7,12 +7,17 @@
 #include "ConfigStore.h"
 #include "chain/ConfigMap.h"
 
-/// The settings that the installer wrote: a text file of "key:value" lines with "#" comments, read once, at
-/// construction. A missing file leaves an empty store and one level 3 line.
+/// The settings that the installer wrote, read once, at construction. A missing or unreadable file leaves an empty
+/// store and one level 3 line. Any thread, without a lock: nothing changes afterwards.
+///
+/// The file is UTF-8 text. A line is "key:value", split at its first colon, both sides trimmed; a line without a colon
+/// is a key with an empty value. Empty lines, and lines whose first character after white space is "#", are skipped. Of
+/// several lines with one key (case ignored) the last one gives the value.
 class BootstrapConfigStore : public ConfigStore {
 public:
     BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority);
 
+    /// Applies the rule for FIPS mode to a hit and to a miss: a miss may hand back "false" with the result false.
     bool getValue(const std::wstring& key, std::wstring& value) override;
 
     /// Does nothing, false.
@@ -31,7 +36,7 @@ public:
     bool waitForStoreReady() override;
     bool shouldCacheConfigStore() override;
 
-    /// ":"
+    /// ":", built at its first use.
     static const std::string& SPLITTER();
 
 private:

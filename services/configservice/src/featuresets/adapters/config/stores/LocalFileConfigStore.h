@@ -3,16 +3,24 @@
 #include <libxml/tree.h>
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "ConfigStore.h"
 #include "chain/ConfigMap.h"
+#include "stores/FileStamp.h"
 #include "tessel/Mutex.h"
+#include "xml/XmlFileWriter.h"
 
 /// Name and value pairs in a small XML file of its own: the user's writable store, and the read-only defaults file of
 /// the installation. Reads its file at construction; writes it only in persistValues(), the whole map each time.
+///
+/// Any thread. Reading and storing take the lock of the values only, and so never wait for a disk.
+///
+/// A key comes back from the file in lower case, which a lookup does not notice. A character that XML cannot hold comes
+/// back as U+FFFD. An entry with the empty key stays in memory. "VVM_Mailstore_Server_0" is stored under its current
+/// name, "VoicemailPrimaryServer", by every store of this class, and read under it by all but the defaults store.
 class LocalFileConfigStore : public ConfigStore {
 public:
     /// The user's file, "corvidLocalConfig.xml" in the configuration directory; writable.
@@ -22,7 +30,10 @@ public:
     LocalFileConfigStore(std::string name, std::int32_t priority, std::string directory, std::string fileName,
                          bool isLocal, bool readOnly);
 
+    /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
+
+    /// Memory only, and always true, on a read-only or destroyed store too.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
     std::vector<std::wstring> getKeys() override;
     bool removeValue(const std::wstring& key) override;
@@ -31,10 +42,12 @@ public:
     std::string getName() override;
     std::int32_t getPriority() override;
 
-    /// Writes the file, atomically and durably, unless the store is read-only or destroyed. A failure is logged and
-    /// leaves the old file whole; the values stay in memory and the next call that can writes them. Skipped when the
-    /// file already holds these very bytes by this store's own hand.
+    /// Writes the file, atomically and durably, unless the store is read-only or destroyed. A failure is logged (a
+    /// temporary file that cannot be opened is not) and leaves the old file whole; the values stay in memory and the
+    /// next call that can writes them. Skipped when the file already holds these very values by this store's own hand.
     void persistValues() override;
+
+    /// Waits for a write that is under way; the file is not written again.
     void destroy() override;
     bool isLocal() override;
     bool waitForStoreReady() override;
@@ -43,24 +56,47 @@ public:
     /// True if a change has not reached the file.
     bool hasUnpersistedValues();
 
-    /// Takes over all values of a store that this one replaces, when they could not be written to the file that this
-    /// one has read. They count as not persisted.
+    /// Takes over all values of a store that this one replaces, in place of its own, when they could not be written to
+    /// the file that this one has read. They count as not persisted. Holds one store's lock at a time.
     void takeOverValues(LocalFileConfigStore& replaced);
 
+    /// Adds the file's entries to the values that are there; the first entry of a key stays. A file that is no
+    /// well-formed document is moved aside: its name's last extension becomes "-backup.xml".
+    /// @return false if there is no file.
     bool readFromFile();
 
 private:
-    void processXml(xmlNode* node);
-    void processUserConfigXml(xmlNode* node);
+    /// The values at one moment. Each change of them has a number of its own, counted from 1; 0 is what the
+    /// constructor read.
+    struct Values {
+        ConfigMap map;
+        std::uint64_t change = 0;
+    };
+
+    void processXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
+    void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
+    void setInvalidFileAside();
     void createConfigDirectory();
+    std::string filePath() const { return directory_ + fileName_; }
+    Values copyValues();
+    bool isInFile(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
+    bool writeFile(XmlFileWriter& writer, const ConfigMap& map);
+    bool replaceFile(const std::string& temporaryPath);
+    void notePersisted(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
 
     const std::string name_;
     const std::int32_t priority_;
     const bool isLocal_;
     const bool readOnly_;
-    bool destroyed_ = false;
-    tessel::Mutex mutex_;
-    ConfigMap values_ TESSEL_GUARDED_BY(mutex_);
     const std::string directory_;
     const std::string fileName_;
+
+    // Held for a whole write, and taken before mutex_.
+    tessel::Mutex fileMutex_;
+    bool destroyed_ TESSEL_GUARDED_BY(fileMutex_) = false;
+    FileStamp writtenFile_ TESSEL_GUARDED_BY(fileMutex_);
+
+    tessel::Mutex mutex_;
+    Values values_ TESSEL_GUARDED_BY(mutex_);
+    std::uint64_t persistedChange_ TESSEL_GUARDED_BY(mutex_) = 0;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 
 #include "ConfigStore.h"
 #include "chain/ConfigMap.h"
@@ -8,16 +9,22 @@
 
 /// A read-only store whose values come from one configuration document, read once, at construction. A file that is
 /// missing or broken leaves an empty store; the parser logs why. A later change of the file is not noticed.
+///
+/// Any thread. "CertificateValidationEnabled" is listed by getKeys() and never answered by getValue(): that key must
+/// not be taken from a document.
 class XmlConfigStore : public ConfigStore {
 public:
     /// @param name, filePath UTF-8. @param readFromFile false: the store starts empty and the file is not touched.
     XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath, bool readFromFile);
 
+    /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
 
-    /// Memory only; nothing reaches the file.
+    /// Memory only; nothing reaches the file. Copies the whole map.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
     std::vector<std::wstring> getKeys() override;
+
+    /// Memory only; waits for no reader. Copies the whole map.
     bool removeValue(const std::wstring& key) override;
 
     /// Does nothing.
@@ -36,20 +43,22 @@ public:
 protected:
     const std::string& getFilePath() const { return filePath_; }
 
-    /// The values at this moment, for reading without a lock.
+    /// The values at this moment, for reading without a lock. Never null.
     std::shared_ptr<const ConfigMap> snapshot() const;
 
     /// Puts the values, before anyone else has the store.
     void setValues(ConfigMap values);
 
-    /// Guards the file.
-    tessel::RWLock& lock() { return lock_; }
-
 private:
+    /// Puts the new values unless someone has changed the old ones meanwhile. @return whether they were put.
+    bool replaceValues(const std::shared_ptr<const ConfigMap>& old, std::shared_ptr<const ConfigMap> values);
+
     // Replaced whole by a change and never changed in place, so that removeValue() may do with the read lock.
     std::shared_ptr<const ConfigMap> values_;
     const std::string filePath_;
     mutable tessel::RWLock lock_;
+    // Leaf lock of the reference alone: held for its copy or its exchange.
+    mutable std::mutex referenceMutex_;
     const bool isLocal_;
     const std::int32_t priority_;
     const std::string name_;

@@ -1,0 +1,126 @@
+#include "stores/BootstrapConfigStore.h"
+
+#include <fstream>
+#include <utility>
+
+#include "chain/DisableP2PCallOnFips.h"
+#include "quill/StringUtils.h"
+#include "tessel/TesselLogger.h"
+
+namespace {
+
+// A folder opens like a file and fails at the first read only.
+bool isReadable(std::ifstream& file) {
+    if (!file.is_open()) {
+        return false;
+    }
+    file.peek();
+    const bool readable = !file.bad();
+    file.clear();
+    return readable;
+}
+
+}  // namespace
+
+BootstrapConfigStore::BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority)
+    : priority_(priority), filePath_(filePath), name_(name) {
+    std::ifstream file(filePath_, std::ios::binary);
+    if (!isReadable(file)) {
+        static TesselLogger* const logger = TesselLogger_getLogger("BootstrapConfigStore");
+        TesselLog(logger, 3, __FILE__, __LINE__, "BootstrapConfigStore",
+                  L"File does not exist " + QuillCoreUtils::toWideString(filePath_));
+        return;
+    }
+    readConfigFromFile(file);
+}
+
+bool BootstrapConfigStore::getValue(const std::wstring& key, std::wstring& value) {
+    const bool found = getValueFromMap(values_, key, value);
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    return found;
+}
+
+bool BootstrapConfigStore::storeValue(const std::wstring&, const std::wstring&) { return false; }
+
+std::vector<std::wstring> BootstrapConfigStore::getKeys() {
+    std::vector<std::wstring> keys;
+    keys.reserve(values_.size());
+    for (const auto& entry : values_) {
+        keys.push_back(entry.first);
+    }
+    return keys;
+}
+
+bool BootstrapConfigStore::removeValue(const std::wstring&) { return false; }
+
+void BootstrapConfigStore::removeAllValues() {}
+
+bool BootstrapConfigStore::isReadOnly() { return true; }
+
+std::string BootstrapConfigStore::getName() { return name_; }
+
+std::int32_t BootstrapConfigStore::getPriority() { return priority_; }
+
+void BootstrapConfigStore::persistValues() {}
+
+void BootstrapConfigStore::destroy() {}
+
+bool BootstrapConfigStore::isLocal() { return true; }
+
+bool BootstrapConfigStore::waitForStoreReady() { return true; }
+
+bool BootstrapConfigStore::shouldCacheConfigStore() { return false; }
+
+const std::string& BootstrapConfigStore::SPLITTER() {
+    static const std::string splitter = ":";
+    return splitter;
+}
+
+bool BootstrapConfigStore::readConfigFromFile(std::istream& stream) {
+    std::string line;
+    while (stream.good()) {
+        line.clear();
+        std::getline(stream, line);
+        std::string key;
+        std::string value;
+        if (!line.empty() && readKeyValue(line, key, value)) {
+            values_[QuillCoreUtils::toWideString(key)] = QuillCoreUtils::toWideString(value);
+        }
+    }
+    return true;
+}
+
+bool BootstrapConfigStore::readKeyValue(const std::string& line, std::string& key, std::string& value) {
+    if (isLineComment(QuillCoreUtils::trimleft(line))) {
+        return false;
+    }
+    std::vector<std::string> parts;
+    QuillCoreUtils::split(line, parts, SPLITTER());
+    if (!isValidConfigValue(parts)) {
+        return false;
+    }
+    key = QuillCoreUtils::trim(parts.front());
+    value.clear();
+    for (std::size_t index = 1; index < parts.size(); ++index) {
+        value += parts[index];
+        if (index + 1 < parts.size()) {
+            value += SPLITTER();
+        }
+    }
+    value = QuillCoreUtils::trim(value);
+    return true;
+}
+
+bool BootstrapConfigStore::isLineComment(std::string line) { return line.starts_with('#'); }
+
+bool BootstrapConfigStore::isValidConfigValue(const std::vector<std::string>& parts) { return !parts.empty(); }
+
+bool BootstrapConfigStore::getValueFromMap(const ConfigMap& map, const std::wstring& key, std::wstring& value) {
+    const auto entry = map.find(key);
+    if (entry == map.end()) {
+        value.clear();
+        return false;
+    }
+    value = QuillCoreUtils::trim(entry->second);
+    return true;
+}

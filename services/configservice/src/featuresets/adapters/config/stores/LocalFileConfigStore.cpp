@@ -1,0 +1,262 @@
+#include "stores/LocalFileConfigStore.h"
+
+#include <memory>
+#include <utility>
+
+#include "ConfigStoreConstants.h"
+#include "chain/DisableP2PCallOnFips.h"
+#include "quill/FileUtils.h"
+#include "quill/StringUtils.h"
+#include "tessel/TesselLogger.h"
+#include "xml/LocalFileFormat.h"
+#include "xml/XmlCharacters.h"
+#include "xml/XmlDocument.h"
+
+using QuillCoreUtils::FileUtils;
+
+namespace {
+
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("LocalFileConfigStore");
+    return instance;
+}
+
+std::string withSeparator(const std::string& directory) {
+    return directory.empty() ? directory : directory + FileUtils::FileSeparator();
+}
+
+std::string backupNameOf(const std::string& fileName) {
+    return fileName.substr(0, fileName.rfind('.')) + "-backup.xml";
+}
+
+void writeEntry(XmlFileWriter& writer, const std::wstring& key, const std::wstring& value) {
+    const XmlText name = toXmlText(key);
+    const XmlText text = toXmlText(value);
+    if (name.replaced || text.replaced) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "persistValues",
+                  "characters that XML cannot hold were replaced in the entry: " + name.text);
+    }
+    writer.startElement("userConfig");
+    writer.writeAttribute("name", name.text);
+    writer.writeAttribute("value", text.text);
+    writer.endElement();
+}
+
+}  // namespace
+
+LocalFileConfigStore::LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal)
+    : LocalFileConfigStore(std::move(name), priority, FileUtils::getConfigDirectory(),
+                           ConfigStoreConstants::LOCAL_FILE_CONFIG_STORE_FILE_NAME, isLocal, false) {}
+
+LocalFileConfigStore::LocalFileConfigStore(std::string name, std::int32_t priority, std::string directory,
+                                           std::string fileName, bool isLocal, bool readOnly)
+    : name_(std::move(name)),
+      priority_(priority),
+      isLocal_(isLocal),
+      readOnly_(readOnly),
+      directory_(withSeparator(directory)),
+      fileName_(std::move(fileName)) {
+    readFromFile();
+}
+
+bool LocalFileConfigStore::getValue(const std::wstring& key, std::wstring& value) {
+    tessel::ScopedLock lock(mutex_);
+    const auto entry = values_.map.find(key);
+    if (entry == values_.map.end()) {
+        value.clear();
+        return false;
+    }
+    value = entry->second;
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    return true;
+}
+
+bool LocalFileConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
+    tessel::ScopedLock lock(mutex_);
+    const auto [entry, isNew] = values_.map.try_emplace(LocalFileFormat::currentKey(key), value);
+    if (isNew || entry->second != value) {
+        entry->second = value;
+        ++values_.change;
+    }
+    return true;
+}
+
+std::vector<std::wstring> LocalFileConfigStore::getKeys() {
+    tessel::ScopedLock lock(mutex_);
+    std::vector<std::wstring> keys;
+    keys.reserve(values_.map.size());
+    for (const auto& entry : values_.map) {
+        keys.push_back(entry.first);
+    }
+    return keys;
+}
+
+bool LocalFileConfigStore::removeValue(const std::wstring& key) {
+    tessel::ScopedLock lock(mutex_);
+    if (values_.map.erase(key) == 0) {
+        return false;
+    }
+    ++values_.change;
+    return true;
+}
+
+void LocalFileConfigStore::removeAllValues() {
+    tessel::ScopedLock lock(mutex_);
+    values_.map.clear();
+    ++values_.change;
+}
+
+bool LocalFileConfigStore::isReadOnly() { return readOnly_; }
+
+std::string LocalFileConfigStore::getName() { return name_; }
+
+std::int32_t LocalFileConfigStore::getPriority() { return priority_; }
+
+void LocalFileConfigStore::persistValues() {
+    tessel::ScopedLock fileLock(fileMutex_);
+    if (readOnly_ || destroyed_) {
+        return;
+    }
+    const Values values = copyValues();
+    if (isInFile(values.change)) {
+        return;
+    }
+    createConfigDirectory();
+    tessel::ScopedLock siblingLock(XmlFileWriter::siblingMutex());
+    const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
+    XmlFileWriter writer(temporaryPath);
+    if (!writer.isOpen()) {
+        return;
+    }
+    if (writeFile(writer, values.map) && replaceFile(temporaryPath)) {
+        notePersisted(values.change);
+    }
+    FileUtils::removeFile(temporaryPath);
+}
+
+void LocalFileConfigStore::destroy() {
+    tessel::ScopedLock fileLock(fileMutex_);
+    destroyed_ = true;
+}
+
+bool LocalFileConfigStore::isLocal() { return isLocal_; }
+
+bool LocalFileConfigStore::waitForStoreReady() { return true; }
+
+bool LocalFileConfigStore::shouldCacheConfigStore() { return false; }
+
+bool LocalFileConfigStore::hasUnpersistedValues() {
+    tessel::ScopedLock lock(mutex_);
+    return values_.change != persistedChange_;
+}
+
+void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
+    Values taken = replaced.copyValues();
+    tessel::ScopedLock lock(mutex_);
+    values_.map = std::move(taken.map);
+    ++values_.change;
+}
+
+bool LocalFileConfigStore::readFromFile() {
+    tessel::ScopedLock fileLock(fileMutex_);
+    tessel::ScopedLock lock(mutex_);
+    if (!FileUtils::fileExists(filePath())) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
+                  L"Read config FAILED, config file doesn't exist: " + QuillCoreUtils::toWideString(filePath()));
+        return false;
+    }
+    const std::shared_ptr<xmlDoc> document = readXmlFile(filePath());
+    if (document != nullptr) {
+        processXml(xmlDocGetRootElement(document.get()));
+    } else {
+        setInvalidFileAside();
+    }
+    return true;
+}
+
+void LocalFileConfigStore::processXml(xmlNode* node) {
+    for (xmlNode* current = node; current != nullptr; current = nextXmlNode(current, node)) {
+        if (current->type == XML_ELEMENT_NODE) {
+            processUserConfigXml(current);
+        }
+    }
+}
+
+void LocalFileConfigStore::processUserConfigXml(xmlNode* node) {
+    if (!LocalFileFormat::isEntry(node)) {
+        return;
+    }
+    if (auto entry = LocalFileFormat::readEntry(node, LocalFileFormat::movesVoicemailKey(name_))) {
+        values_.map.try_emplace(std::move(entry->key), std::move(entry->value));
+    }
+}
+
+void LocalFileConfigStore::setInvalidFileAside() {
+    const std::string backupName = backupNameOf(fileName_);
+    TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
+              "Error Invalid XML syntax detected - Unable to read localFileConfigStore configuration\n"
+              "renaming invalid file to: " +
+                  backupName + " and creating new blank XML document");
+    std::string contents;
+    FileUtils::readFile(filePath(), contents);
+    TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
+              "contents of invalid xml with string length: " + std::to_string(contents.length()) + "\n" + contents);
+    const std::string backupPath = directory_ + backupName;
+    if (FileUtils::moveFile(filePath(), backupPath, false) != 0) {
+        TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
+                  L"error creating backup file: " + QuillCoreUtils::toWideString(backupPath));
+    }
+}
+
+void LocalFileConfigStore::createConfigDirectory() {
+    if (directory_.empty()) {
+        return;
+    }
+    std::string directory = directory_;
+    if (directory.rfind(FileUtils::FileSeparator()) == directory.length() - 1) {
+        directory.pop_back();
+    }
+    FileUtils::createDirectory(directory);
+}
+
+LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
+    tessel::ScopedLock lock(mutex_);
+    return values_;
+}
+
+bool LocalFileConfigStore::isInFile(std::uint64_t change) {
+    if (!writtenFile_.exists() || !(FileStamp::of(filePath()) == writtenFile_)) {
+        return false;
+    }
+    tessel::ScopedLock lock(mutex_);
+    return change == persistedChange_;
+}
+
+bool LocalFileConfigStore::writeFile(XmlFileWriter& writer, const ConfigMap& map) {
+    writer.startElement("Corvid");
+    for (const auto& [key, value] : map) {
+        writeEntry(writer, key, value);
+    }
+    writer.endElement();
+    if (writer.finish()) {
+        return true;
+    }
+    TesselLog(logger(), 2, __FILE__, __LINE__, "persistValues",
+              "writing temp file failed, config file left as it was: " + filePath());
+    return false;
+}
+
+bool LocalFileConfigStore::replaceFile(const std::string& temporaryPath) {
+    if (FileUtils::copyFile(temporaryPath, filePath(), false)) {
+        return true;
+    }
+    TesselLog(logger(), 2, __FILE__, __LINE__, "persistValues",
+              std::string("copying temp file to destination failed, copyfile returned"));
+    return false;
+}
+
+void LocalFileConfigStore::notePersisted(std::uint64_t change) {
+    writtenFile_ = FileStamp::of(filePath());
+    tessel::ScopedLock lock(mutex_);
+    persistedChange_ = change;
+}

@@ -1,0 +1,312 @@
+#include "xml/XmlConfigParser.h"
+
+#include <libxml/parser.h>
+
+#include <algorithm>
+
+#include "chain/DisableP2PCallOnFips.h"
+#include "chain/SensitiveKeySecuringUtility.h"
+#include "quill/FileUtils.h"
+#include "quill/StringUtils.h"
+#include "quill/XmlUtils.h"
+#include "tessel/SecureStringUtils.h"
+#include "tessel/TesselLogger.h"
+#include "xml/XmlCharacters.h"
+#include "xml/XmlDocument.h"
+#include "xml/XmlFileWriter.h"
+
+namespace {
+
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("XmlConfigParser");
+    return instance;
+}
+
+std::string narrow(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
+
+// A name that does not end in ".xml", so that no reader of the folder takes an unfinished file for a store.
+std::string siblingOf(const std::string& path) { return path + ".temp"; }
+
+void createParentDirectory(const std::string& path) {
+    const std::string directory = QuillCoreUtils::FileUtils::getParentDirectory(path);
+    if (!directory.empty() && !QuillCoreUtils::FileUtils::fileExists(directory)) {
+        QuillCoreUtils::FileUtils::createDirectory(directory);
+    }
+}
+
+void writeEntry(XmlFileWriter& writer, const std::wstring& key, const std::wstring& value) {
+    const XmlText name = toXmlText(key);
+    XmlText text = toXmlText(value);
+    if (name.replaced || text.replaced) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "writeToFile",
+                  "characters that XML cannot hold were replaced in the entry: " + name.text);
+    }
+    writer.writeElement(name.text, text.text);
+    tessel::SecureStringUtils::TesselZeroString(text.text);
+}
+
+bool writeCachedForm(XmlFileWriter& writer, const ConfigMap& values) {
+    writer.startElement("Corvid");
+    writer.startElement("CachedConfig");
+    for (const auto& [key, value] : values) {
+        writeEntry(writer, key, value);
+    }
+    writer.endElement();
+    writer.endElement();
+    return writer.finish();
+}
+
+// The root's element child "version" that stands last.
+std::string lastVersion(const xmlNode* root) {
+    std::string version;
+    for (xmlNode* child = root->children; child != nullptr; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE && narrow(child->name) == "version") {
+            version = XmlConfigParser::extractStringFromXmlNode(child);
+        }
+    }
+    return version;
+}
+
+void logMissingRoot(const char* function) {
+    TesselLog(logger(), 3, __FILE__, __LINE__, function, std::string("XML document root element not available."));
+}
+
+bool isTextOrCdata(const xmlNode* node) { return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE; }
+
+bool isWellKnownSecret(const std::wstring& name) {
+    const auto& keys = SensitiveKeySecuringUtility::WELL_KNOWN_SENSITIVE_KEYS;
+    return std::any_of(keys.begin(), keys.end(), [&name](const std::wstring& key) {
+        return QuillCoreUtils::caseInsensitiveStringEquals(key, name);
+    });
+}
+
+bool isSharedContent(const xmlNode* node) {
+    return node->doc != nullptr && node->doc->dict != nullptr && xmlDictOwns(node->doc->dict, node->content) == 1;
+}
+
+}  // namespace
+
+bool XmlConfigParser::writeToFile(const std::string& path, const ConfigMap& values) {
+    createParentDirectory(path);
+    tessel::ScopedLock lock(XmlFileWriter::siblingMutex());
+    const std::string sibling = siblingOf(path);
+    XmlFileWriter writer(sibling);
+    if (!writer.isOpen()) {
+        return false;
+    }
+    const bool written = writeCachedForm(writer, values);
+    if (written && QuillCoreUtils::FileUtils::replaceFileDurably(sibling, path)) {
+        TesselLog(logger(), 4, __FILE__, __LINE__, "writeToFile", "data written to file: " + path);
+        return true;
+    }
+    if (!written) {
+        QuillCoreUtils::FileUtils::removeFile(sibling);
+    }
+    TesselLog(logger(), 2, __FILE__, __LINE__, "writeToFile", "data NOT written to file: " + path);
+    return true;
+}
+
+bool XmlConfigParser::writeToFile(const std::string& path, const std::string& text) {
+    // The terminating zero byte is handed over too: it is where libxml2 looks for the end of the document.
+    const std::shared_ptr<xmlDoc> document = readXmlMemory(text.c_str(), text.length() + 1, path);
+    createParentDirectory(path);
+    tessel::ScopedLock lock(XmlFileWriter::siblingMutex());
+    const std::string sibling = siblingOf(path);
+    if (document == nullptr || !XmlFileWriter::saveDocument(sibling, *document)) {
+        return false;
+    }
+    return QuillCoreUtils::FileUtils::replaceFileDurably(sibling, path);
+}
+
+bool XmlConfigParser::readFromFile(const std::string& path, ConfigMap& values, SensitiveKeySet& sensitiveKeys) {
+    values.clear();
+    if (!QuillCoreUtils::FileUtils::fileExists(path)) {
+        return false;
+    }
+    const std::shared_ptr<xmlDoc> document = readXmlFile(path);
+    if (document == nullptr) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
+                  L"XML in file did not exist or is an invalid XML document: " + QuillCoreUtils::toWideString(path));
+        return false;
+    }
+    return parseXmlConfig(document, values, sensitiveKeys);
+}
+
+bool XmlConfigParser::readFromMemory(const std::string& text, ConfigMap& values, SensitiveKeySet& sensitiveKeys) {
+    values.clear();
+    if (text.empty()) {
+        return false;
+    }
+    return parseXmlConfig(readXmlMemory(text.data(), text.length(), "xmlDocument"), values, sensitiveKeys);
+}
+
+bool XmlConfigParser::parseXmlConfig(const std::shared_ptr<xmlDoc>& document, ConfigMap& values,
+                                     SensitiveKeySet& sensitiveKeys) {
+    if (document == nullptr) {
+        TesselLog(logger(), 2, __FILE__, __LINE__, "parseXmlConfig",
+                  std::string("\n************\nError Invalid XML syntax detected - Unable to read xml "
+                              "configuration.\n************"));
+        return false;
+    }
+    const xmlNode* const root = xmlDocGetRootElement(document.get());
+    if (root == nullptr) {
+        logMissingRoot("parseXmlConfig");
+        return false;
+    }
+    for (xmlNode* group = root->children; group != nullptr; group = group->next) {
+        if (group->type == XML_ELEMENT_NODE) {
+            parseXmlGroup(document, group, values, sensitiveKeys);
+        }
+    }
+    return true;
+}
+
+void XmlConfigParser::parseXmlGroup(const std::shared_ptr<xmlDoc>& document, xmlNode* group, ConfigMap& values,
+                                    SensitiveKeySet& sensitiveKeys) {
+    for (xmlNode* entry = group->children; entry != nullptr; entry = entry->next) {
+        if (entry->type != XML_ELEMENT_NODE) {
+            continue;
+        }
+        const std::wstring key = extractKey(entry);
+        if (values.contains(key)) {
+            continue;
+        }
+        std::wstring value = extractValue(document, entry, key);
+        values[key] = value;
+        tessel::SecureStringUtils::TesselZeroWstring(value);
+        if (parseSensitiveAttribute(entry)) {
+            sensitiveKeys.insert(key);
+        }
+    }
+}
+
+std::wstring XmlConfigParser::extractKey(const xmlNode* entry) {
+    return QuillCoreUtils::toLowercase(QuillCoreUtils::toWideString(narrow(entry->name)));
+}
+
+bool XmlConfigParser::isMarkup(const xmlNode* entry) {
+    for (const xmlNode* child = entry->children; child != nullptr; child = child->next) {
+        if (!isTextOrCdata(child)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::wstring XmlConfigParser::extractValue(const std::shared_ptr<xmlDoc>& document, xmlNode* entry,
+                                           const std::wstring& key) {
+    std::string text = isMarkup(entry) ? extractXmlStringFromXmlNode(document, entry) : extractStringFromXmlNode(entry);
+    std::wstring value = QuillCoreUtils::toWideString(text);
+    tessel::SecureStringUtils::TesselZeroString(text);
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    return value;
+}
+
+bool XmlConfigParser::readChainedConfigFile(const std::string& path, ChainedStoreMap& stores) {
+    if (!QuillCoreUtils::FileUtils::fileExists(path)) {
+        return false;
+    }
+    const std::shared_ptr<xmlDoc> document = readXmlFile(path);
+    if (document == nullptr) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "readChainedConfigFile",
+                  "XML in file did not exist or is an invalid XML document: " + path);
+        return false;
+    }
+    parseChainedConfigXml(xmlDocGetRootElement(document.get()), stores);
+    return false;
+}
+
+void XmlConfigParser::parseChainedConfigXml(xmlNode* node, ChainedStoreMap& stores) {
+    for (xmlNode* current = node; current != nullptr; current = nextXmlNode(current, node)) {
+        if (current->type == XML_ELEMENT_NODE) {
+            parseChainedAttribute(current, stores);
+        }
+    }
+}
+
+void XmlConfigParser::parseChainedAttribute(xmlNode* node, ChainedStoreMap& stores) {
+    if (!QuillCoreUtils::caseInsensitiveStringEquals(narrow(node->name), "ConfigStore")) {
+        return;
+    }
+    std::string name;
+    std::string chainedTo;
+    for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
+        const std::string attributeName = narrow(attribute->name);
+        if (QuillCoreUtils::caseInsensitiveStringEquals(attributeName, "name")) {
+            name = xmlAttributeText(attribute);
+        } else if (QuillCoreUtils::caseInsensitiveStringEquals(attributeName, "chainedTo")) {
+            chainedTo = xmlAttributeText(attribute);
+        }
+    }
+    if (!name.empty() && !chainedTo.empty()) {
+        TesselLog(logger(), 4, __FILE__, __LINE__, "parseChainedAttribute",
+                  "ConfigStore: [" + name + "] depends on ConfigStore [" + chainedTo + "]");
+        stores[name].insert(chainedTo);
+    }
+}
+
+std::string XmlConfigParser::parseUdsVersionFromXmlResponse(const std::string& body) {
+    if (body.empty()) {
+        return {};
+    }
+    const std::shared_ptr<xmlDoc> document = readXmlMemory(body.data(), body.length(), "xmlDocument");
+    if (document == nullptr) {
+        return {};
+    }
+    const xmlNode* const root = xmlDocGetRootElement(document.get());
+    if (root == nullptr) {
+        logMissingRoot("parseUdsVersionFromXmlResponse");
+        return {};
+    }
+    return lastVersion(root);
+}
+
+std::string XmlConfigParser::extractStringFromXmlNode(xmlNode* node) {
+    std::string text;
+    if (node->children != nullptr && node->children->content != nullptr) {
+        const std::wstring name = QuillCoreUtils::toWideString(narrow(node->name));
+        for (xmlNode* child = node->children; child != nullptr; child = child->next) {
+            if (isTextOrCdata(child) && child->content != nullptr) {
+                text += narrow(child->content);
+                memzeroSensitiveNodeValue(child, name, nullptr);
+            }
+        }
+    }
+    std::string trimmed = QuillCoreUtils::trim(text);
+    tessel::SecureStringUtils::TesselZeroString(text);
+    return trimmed;
+}
+
+std::string XmlConfigParser::extractXmlStringFromXmlNode(const std::shared_ptr<xmlDoc>& document, xmlNode* node) {
+    const std::shared_ptr<xmlBuffer> buffer(xmlBufferCreate(), QuillCoreUtils::XmlUtils::xmlBufferFreer);
+    if (buffer == nullptr) {
+        return {};
+    }
+    xmlNodeDump(buffer.get(), document.get(), node, 0, 0);
+    std::string text = narrow(buffer->content);
+    memzeroSensitiveNodeValue(node, QuillCoreUtils::toWideString(narrow(node->name)), buffer);
+    return text;
+}
+
+bool XmlConfigParser::parseSensitiveAttribute(xmlNode* node) {
+    for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
+        if (attribute->type == XML_ATTRIBUTE_NODE &&
+            QuillCoreUtils::toLowercase(narrow(attribute->name)) == "sensitive") {
+            return QuillCoreUtils::toBool(xmlAttributeText(attribute));
+        }
+    }
+    return false;
+}
+
+void memzeroSensitiveNodeValue(xmlNode* node, const std::wstring& elementName,
+                               const std::shared_ptr<xmlBuffer>& buffer) {
+    if (node == nullptr || !isWellKnownSecret(elementName)) {
+        return;
+    }
+    if (node->content != nullptr && !isSharedContent(node)) {
+        tessel::SecureStringUtils::TesselZeroMemory(node->content, static_cast<std::size_t>(xmlStrlen(node->content)));
+    }
+    if (buffer != nullptr && buffer->content != nullptr) {
+        tessel::SecureStringUtils::TesselZeroMemory(buffer->content, buffer->size);
+    }
+}

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Releases a parsed document.
+struct XmlDocFreer {
+    void operator()(xmlDoc* document) const;
+};
+
+/// What libxml2 had to say about a document.
+struct XmlProblem {
+    bool isError;      ///< false: a warning
+    int line;          ///< from 1; 0 if unknown
+    int column;        ///< from 1; 0 if unknown
+    std::string text;  ///< without a line feed at its end
+};
+
+/// Reads a file as a document, with no parser options: no external entity is loaded, no network is touched, entities
+/// that grow out of proportion and elements nested deeper than 256 make the file unreadable.
+///
+/// With no options libxml2 refuses a text or an attribute of more than 10,000,000 bytes too, which this system's own
+/// stores may have written. A file of more than that size that was refused is therefore read a second time with that
+/// limit lifted; a document type declaration or deeper nesting ends this second reading, so it gives an attacker no
+/// more room than the first. Any thread.
+/// @return null if there is no well-formed document.
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
+
+/// The same, with libxml2's diagnostics in a list instead of on the standard error stream.
+/// @param problems receives what the deciding reading found, in order.
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems);
+
+/// Reads a text as a document, with no parser options, as the first reading of readXmlFile().
+/// @param baseName the name under which the document knows itself.
+/// @return null if there is no well-formed document, or if the text is longer than 2,147,483,647 bytes.
+std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName);
+
+/// The node that follows in document order within the tree of top and top's following siblings; null after the last.
+/// Entity references are not entered: what stands below them is the declaration, whose neighbours are other
+/// declarations, and a walk through these need not end.
+xmlNode* nextXmlNode(const xmlNode* node, const xmlNode* top);
+
+/// The text of an attribute with its entities expanded; empty for an attribute without one.
+std::string xmlAttributeText(const xmlAttr* attribute);
