@@ -45,7 +45,7 @@ ConfigServiceImpl::ConfigServiceImpl(const std::shared_ptr<UnifiedFactory>& fact
 
 ConfigServiceImpl::~ConfigServiceImpl() = default;
 
-void ConfigServiceImpl::initialize(const std::shared_ptr<UnifiedFactory>&) { ConfigValueCache().swap(valueCache_); }
+void ConfigServiceImpl::initialize(const std::shared_ptr<UnifiedFactory>&) { valueCache_.clear(); }
 
 std::shared_ptr<ConfigValue> ConfigServiceImpl::getConfig(std::wstring key) {
     EnsureUpdateAccess(true);
@@ -160,8 +160,7 @@ void ConfigServiceImpl::setupConfigKeyAliases(ConfigMap aliases) {
 
 void ConfigServiceImpl::reset() {
     EnsureUpdateAccess(true);
-    // Emptied before the objects die: what dies with them may come back here.
-    ConfigValueCache().swap(valueCache_);
+    valueCache_.clear();
 }
 
 void ConfigServiceImpl::refreshConfigFeatureSet() {
