@@ -62,7 +62,7 @@ bool ChainOracle::isHidden(const std::wstring& key) const { return fips_ && fold
 bool ChainOracle::read(const ModelStore& store, const std::wstring& key, std::wstring& text) const {
     const auto found = store.entries.find(folded(key));
     if (found == store.entries.end()) {
-        text.clear();
+        text = store.hidesEvenWhatItLacks && isHidden(key) ? L"false" : L"";
         return false;
     }
     text = store.hidesPeerToPeerOnFips && isHidden(key) ? L"false" : found->second.text;

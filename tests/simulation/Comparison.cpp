@@ -150,7 +150,8 @@ private:
 
 std::optional<std::string> differenceOfLiveValues(LiveOracle& model, ConfigService& service) {
     std::vector<ValueState> actual;
-    for (const auto& value : *service.getAllConfig()) {
+    const auto values = service.getAllConfig();
+    for (const auto& value : *values) {
         actual.push_back(stateOf(*value));
     }
     return differenceOf("live value", model.askAll(), actual);

@@ -107,10 +107,11 @@ TEST_F(LifecycleHazards, ALifecycleCallInsideANotificationWaitsForNoThreadThatWa
     std::latch go(1);
     monitor->onAdd = [&] {
         holding.count_down();
+        dispatcher->wake();
         go.wait();
     };
     std::thread starter([this] { start(); });
-    holding.wait();
+    dispatcher->serveBlockedCallersUntil([&] { return holding.try_wait(); });
 
     insideNotification([&] {
         go.count_down();

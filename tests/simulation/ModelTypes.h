@@ -35,6 +35,7 @@ struct ModelStore {
     bool cached = false;                 ///< a copy is kept on disk, under "cached" + name + ".xml"
     bool refusesWrites = false;          ///< takes no value although the user may write to it
     bool hidesPeerToPeerOnFips = false;  ///< the module's own stores apply the FIPS rule, outside ones do not
+    bool hidesEvenWhatItLacks = false;   ///< the bootstrap store: hands out the hidden text with a miss as well
     bool movesOldVoicemailKey = false;   ///< the user's file keeps the old voicemail server under its current name
     ModelEntries entries;
 

@@ -52,6 +52,7 @@ std::vector<ModelStore> storesAfterStart() {
     bootstrap.priority = 500;
     bootstrap.readOnly = true;
     bootstrap.local = true;
+    bootstrap.hidesEvenWhatItLacks = true;
 
     ModelStore inMemory;
     inMemory.name = "InMemoryConfigStore";

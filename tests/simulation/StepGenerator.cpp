@@ -90,15 +90,15 @@ void StepGenerator::letWatchersAct() {
         {StepKind::MarkSensitive, 1},
         {StepKind::Ask, 2},
         {StepKind::Unwatch, 2},
-        {StepKind::DropWatcher, 2},
     };
 }
 
 void StepGenerator::letWatchersChangeTheChain() {
     letWatchersAct();
-    const std::vector<Choice> more = {{StepKind::AddStore, 8},    {StepKind::AddStoreThroughFeatureSet, 4},
-                                      {StepKind::RemoveStore, 6}, {StepKind::RefillStore, 4},
-                                      {StepKind::ClearStores, 1}, {StepKind::ResetData, 1}};
+    const std::vector<Choice> more = {
+        {StepKind::DropWatcher, 2}, {StepKind::AddStore, 8},    {StepKind::AddStoreThroughFeatureSet, 4},
+        {StepKind::RemoveStore, 6}, {StepKind::RefillStore, 4}, {StepKind::ClearStores, 1},
+        {StepKind::ResetData, 1}};
     reactions_.insert(reactions_.end(), more.begin(), more.end());
 }
 

@@ -18,10 +18,11 @@ public:
     /// Uses these keys and no others.
     StepGenerator(std::uint64_t seed, std::vector<std::wstring> keys);
 
-    /// Lets watchers ask, write, erase and go inside their notifications.
+    /// Lets watchers ask, write, erase and sign off inside their notifications.
     void letWatchersAct();
 
-    /// Lets them add and remove stores there as well.
+    /// Lets them add and remove stores there as well, and drop the last reference to a watcher. A dropped watcher hears
+    /// on for as long as a notification under way holds it, which no model here tells.
     void letWatchersChangeTheChain();
 
     std::vector<Step> sequence(std::size_t length);
