@@ -80,14 +80,22 @@ void follow(const Step& step, std::map<int, std::wstring>& attached, std::map<in
     }
 }
 
-bool belongsHere(const Step& step) { return step.kind != StepKind::SwitchFips; }
+/// Leaves out what may leave a live value behind the chain, observers or not: a change of the FIPS mode is no change of
+/// the chain, and a replaced store takes its cached copy with it without a word about the keys of the copy.
+std::vector<Step> withoutSilentChanges(std::vector<Step> steps) {
+    std::erase_if(steps, [](const Step& step) { return step.kind == StepKind::SwitchFips; });
+    for (Step& step : steps) {
+        step.store.cached = false;
+        step.reactions = withoutSilentChanges(std::move(step.reactions));
+    }
+    return steps;
+}
 
 TEST(TheModule, SettlesOnTheChainsAnswersWhileObserversChangeTheChainInsideNotifications) {
     for (const std::uint64_t seed : campaignSeeds(200001, sequences(600))) {
         StepGenerator generator(seed, plainKeys);
         generator.letWatchersChangeTheChain();
-        std::vector<Step> steps = generator.sequence(40);
-        std::erase_if(steps, [](const Step& step) { return !belongsHere(step); });
+        const std::vector<Step> steps = withoutSilentChanges(generator.sequence(40));
 
         ModuleWorld world(std::make_shared<fakes::HandSteppedDispatcher>());
         std::map<int, std::wstring> attached;
