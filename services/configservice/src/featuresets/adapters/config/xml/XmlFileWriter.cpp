@@ -16,7 +16,7 @@ const xmlChar* xmlText(const std::string& text) { return reinterpret_cast<const 
 
 // libxml2 creates a file with the permissions of the process, and keeps those of a file that is there.
 bool createPrivateFile(const std::string& path) {
-    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (file < 0) {
         return false;
     }
