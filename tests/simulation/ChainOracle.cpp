@@ -30,6 +30,22 @@ const std::vector<Renaming>& renamings() {
     return table;
 }
 
+/// One name of a renamed key, folded, to the other.
+using Names = std::map<std::wstring, std::wstring>;
+
+Names namesBy(std::wstring Renaming::*from, std::wstring Renaming::*to) {
+    Names names;
+    for (const Renaming& renaming : renamings()) {
+        names[folded(renaming.*from)] = renaming.*to;
+    }
+    return names;
+}
+
+const std::wstring* find(const Names& names, const std::wstring& key) {
+    const auto found = names.find(folded(key));
+    return found == names.end() ? nullptr : &found->second;
+}
+
 bool isInMemory(const ModelStore& store) { return folded(store.name) == "inmemoryconfigstore"; }
 bool takesUserValues(const ModelStore& store) { return !store.readOnly && !isInMemory(store); }
 bool sameName(const std::string& a, const std::string& b) { return folded(a) == folded(b); }
@@ -40,21 +56,13 @@ std::wstring wide(const std::string& ascii) { return std::wstring(ascii.begin(),
 ChainOracle::ChainOracle(Listener listener) : listener_(std::move(listener)) {}
 
 const std::wstring* ChainOracle::currentNameOf(const std::wstring& key) {
-    for (const Renaming& renaming : renamings()) {
-        if (folded(renaming.oldName) == folded(key)) {
-            return &renaming.currentName;
-        }
-    }
-    return nullptr;
+    static const Names names = namesBy(&Renaming::oldName, &Renaming::currentName);
+    return find(names, key);
 }
 
 const std::wstring* ChainOracle::oldNameOf(const std::wstring& key) {
-    for (const Renaming& renaming : renamings()) {
-        if (folded(renaming.currentName) == folded(key)) {
-            return &renaming.oldName;
-        }
-    }
-    return nullptr;
+    static const Names names = namesBy(&Renaming::currentName, &Renaming::oldName);
+    return find(names, key);
 }
 
 bool ChainOracle::isHidden(const std::wstring& key) const { return fips_ && folded(key) == L"telephony_p2p_enabled"; }
