@@ -36,12 +36,4 @@ TEST(SensitiveKeySet, IgnoresCase) {
     EXPECT_EQ(keys.count(L"passWord"), 1u);
 }
 
-TEST(ChainedStoreMap, IgnoresCaseInNamesOfStores) {
-    ChainedStoreMap map;
-    map["Server"].insert("Phone");
-    map["SERVER"].insert("PHONE");
-    ASSERT_EQ(map.size(), 1u);
-    EXPECT_EQ(map["server"].size(), 1u);
-}
-
 }  // namespace
