@@ -102,8 +102,10 @@ bool LocalFileConfigStore::removeValue(const std::wstring& key) {
 
 void LocalFileConfigStore::removeAllValues() {
     tessel::ScopedLock lock(mutex_);
-    values_.map.clear();
-    ++values_.change;
+    if (!values_.map.empty()) {
+        values_.map.clear();
+        ++values_.change;
+    }
 }
 
 bool LocalFileConfigStore::isReadOnly() { return readOnly_; }
