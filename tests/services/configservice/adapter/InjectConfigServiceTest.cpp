@@ -13,6 +13,7 @@ class Injection : public AdapterFixture {};
 TEST_F(Injection, RegistersTheServiceAndTheFeatureSetUnder1300) {
     inject();
     EXPECT_NE(factory->getService<ConfigService>(), nullptr);
+    EXPECT_TRUE(factory->hasService(1300));
     EXPECT_NE(factory->getFeatureSetAdapter(1300), nullptr);
     EXPECT_EQ(std::dynamic_pointer_cast<ConfigFeatureSet>(factory->getFeatureSetAdapter(1300)),
               factory->getFeatureSet<ConfigFeatureSet>());
