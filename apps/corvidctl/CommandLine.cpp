@@ -120,21 +120,27 @@ std::string emptyOption(const CLI::App& app) {
     return {};
 }
 
+/// What to say about a word that no option and no command took.
+CommandLine unknownWord(const std::string& word) {
+    const bool isOption = word.size() > 1 && word.front() == '-';
+    return wrongUse(isOption ? "unknown option '" + word + "', expected one that --help lists"
+                             : "unknown command '" + word + "', expected one of: " + namesOfCommands());
+}
+
+/// The option of a word like "--name=", for which the parser would take the next word as the value; else empty.
+std::string optionWithoutValue(const std::string& word) {
+    const bool isOne = word.size() > 3 && word.compare(0, 2, "--") == 0 && word.find('=') == word.size() - 1;
+    return isOne ? word.substr(0, word.size() - 1) : std::string();
+}
+
 CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const std::vector<CLI::App*> commands = app.get_subcommands();
+    if (const std::vector<std::string> words = app.remaining(true); !words.empty()) {
+        return unknownWord(words.front());
+    }
     if (commands.empty()) {
-        const std::vector<std::string> words = app.remaining();
-        if (words.empty()) {
-            return wrongUse("COMMAND is missing, expected one of: " + namesOfCommands());
-        }
-        const bool isOption = words.front().size() > 1 && words.front().front() == '-';
-        return wrongUse(isOption ? "unknown option '" + words.front() + "', expected one that --help lists"
-                                 : "unknown command '" + words.front() + "', expected one of: " + namesOfCommands());
+        return wrongUse("COMMAND is missing, expected one of: " + namesOfCommands());
     }
-    if (!app.remaining().empty()) {
-        return wrongUse("unknown option '" + app.remaining().front() + "', expected one that --help lists");
-    }
-
     if (const std::string problem = emptyOption(app); !problem.empty()) {
         return wrongUse(problem);
     }
@@ -157,6 +163,16 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
 }  // namespace
 
 CommandLine readCommandLine(int argc, const char* const* argv) {
+    // What follows two dashes is no option; the parser would take it for one inside a command.
+    const char* const* const end = argv + argc;
+    const char* const* const dashes =
+        std::find_if(argv, end, [](const char* word) { return std::string_view(word) == "--"; });
+    for (const char* const* word = argv; word != dashes; ++word) {
+        if (const std::string option = optionWithoutValue(*word); !option.empty()) {
+            return wrongUse(option + " is empty, expected a value");
+        }
+    }
+
     Invocation invocation;
     CLI::App app("Looks into, tries out and drives the configuration service.", "corvidctl");
     app.set_version_flag("--version", "corvidctl " CORVID_VERSION);
@@ -173,7 +189,7 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
     app.allow_extras();
 
     try {
-        app.parse(argc, argv);
+        app.parse(static_cast<int>(dashes - argv), argv);
     } catch (const CLI::CallForHelp&) {
         const std::vector<CLI::App*> commands = app.get_subcommands();
         return printed(commands.empty() ? app.help() : commands.front()->help());
@@ -181,6 +197,9 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
         return printed(std::string(version.what()) + "\n");
     } catch (const CLI::ParseError& error) {
         return wrongUse(error.what());
+    }
+    if (dashes != end) {
+        invocation.arguments.insert(invocation.arguments.end(), dashes + 1, end);
     }
     return fromParsed(app, std::move(invocation));
 }

@@ -110,6 +110,8 @@ TEST_F(Tool, ColoursNothingUnderNoColor) {
 TEST_F(Tool, AsksForDashesBeforeAValueThatLooksLikeAnOption) {
     EXPECT_EQ(run({"set", "Offset", "--", "-5"}).status, 0);
     EXPECT_EQ(run({"get", "Offset"}).out, "-5\n");
+    EXPECT_EQ(run({"set", "--", "Offset", "--json"}).status, 0);
+    EXPECT_EQ(run({"get", "--", "Offset"}).out, "--json\n");
 }
 
 TEST_F(Tool, TakesTheNameOfACommandAsAKey) {
