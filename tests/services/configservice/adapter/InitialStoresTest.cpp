@@ -95,7 +95,7 @@ TEST_F(InitialStores, AreBuiltByTheConstructorInOrder) {
     std::vector<std::string> heard;
     std::vector<std::shared_ptr<ConfigValue>> values;
     std::vector<std::shared_ptr<NamedObserver>> observers;
-    for (const std::string& key : {"def", "url", "srv", "boot", "ovr", "loc"}) {
+    for (const std::string key : {"def", "url", "srv", "boot", "ovr", "loc"}) {
         values.push_back(firstService->getConfig(std::wstring(key.begin(), key.end())));
         observers.push_back(std::make_shared<NamedObserver>(key, heard));
         values.back()->addObserver(std::weak_ptr<ConfigValueObserver>(observers.back()));
