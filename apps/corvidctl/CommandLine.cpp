@@ -48,9 +48,31 @@ std::string namesOfCommands() {
     return names;
 }
 
+const CommandShape& shapeOf(std::string_view name) {
+    return *std::find_if(COMMANDS.begin(), COMMANDS.end(),
+                         [name](const CommandShape& shape) { return name == shape.name; });
+}
+
 std::string usageOf(const CommandShape& shape) {
     return "corvidctl " + std::string(shape.name) + (*shape.arguments == '\0' ? "" : " ") + shape.arguments;
 }
+
+/// The help, with each command's arguments as they are called in its messages.
+class HelpFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App* app, std::string) const override {
+        const std::string usage = app->get_parent() == nullptr ? "COMMAND [arguments]" : usageWords(app->get_name());
+        return "Usage: corvidctl [global options] " + usage + "\n";
+    }
+
+    std::string make_positionals(const CLI::App*) const override { return {}; }
+
+private:
+    static std::string usageWords(const std::string& command) {
+        const std::string usage = usageOf(shapeOf(command));
+        return usage.substr(usage.find(' ') + 1);
+    }
+};
 
 void addGlobalOptions(CLI::App& app, Invocation& invocation) {
     app.add_option("--config-dir", invocation.configDirectory,
@@ -147,11 +169,8 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
 
     const CLI::App& command = *commands.front();
     invocation.command = command.get_name();
-    const auto shape = std::find_if(COMMANDS.begin(), COMMANDS.end(), [&invocation](const CommandShape& candidate) {
-        return invocation.command == candidate.name;
-    });
     invocation.storeGiven = invocation.command == "list" && command.count("--store") > 0;
-    if (const std::string problem = mismatch(*shape, invocation.arguments); !problem.empty()) {
+    if (const std::string problem = mismatch(shapeOf(invocation.command), invocation.arguments); !problem.empty()) {
         return wrongUse(problem);
     }
 
@@ -175,12 +194,14 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
 
     Invocation invocation;
     CLI::App app("Looks into, tries out and drives the configuration service.", "corvidctl");
+    app.formatter(std::make_shared<HelpFormatter>());
     app.set_version_flag("--version", "corvidctl " CORVID_VERSION);
     app.require_subcommand(0, 1);
     addGlobalOptions(app, invocation);
     for (const CommandShape& shape : COMMANDS) {
         CLI::App* const command = app.add_subcommand(shape.name, shape.summary);
-        command->fallthrough();
+        command->group("Commands")->fallthrough();
+        command->footer("corvidctl --help lists the global options.");
         addCommandOptions(*command, shape.name, invocation);
         command->add_option("arguments", invocation.arguments, shape.arguments)
             ->type_name("")

@@ -24,7 +24,7 @@ TEST_F(Tool, HelpNamesEveryCommandAndGlobalOption) {
 TEST_F(Tool, HelpOfACommandShowsItsArguments) {
     const support::Ended ended = run({"get", "--help"});
     EXPECT_EQ(ended.status, 0);
-    EXPECT_THAT(ended.out, HasSubstr("KEY"));
+    EXPECT_THAT(ended.out, HasSubstr("Usage: corvidctl [global options] get KEY\n"));
     EXPECT_THAT(ended.out, HasSubstr("--show-origin"));
 }
 
