@@ -15,7 +15,7 @@ namespace simulation {
 /// How many sequences a campaign runs: the full number in a plain build, fewer where a sanitizer makes each one dear.
 constexpr std::size_t sequences(std::size_t plain) {
 #ifdef CORVID_SANITIZED
-    return plain / 20;
+    return plain / 10;
 #else
     return plain;
 #endif
