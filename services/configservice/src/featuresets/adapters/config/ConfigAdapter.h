@@ -1,26 +1,44 @@
 #pragma once
 
+#include <atomic>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "ConfigFeatureSet.h"
+#include "FeatureSetLock.h"
+#include "GuardedValue.h"
+#include "ReportGate.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager.h"
+#include "chain/ConfigStoreManager_Observer.h"
 #include "contracts/PropertyNotifier.h"
 #include "remote/TftpConfigStoreObserver.h"
 #include "system/ResetDataProvider.h"
 #include "system/ServerHealthInformation.h"
 #include "system/SystemMonitor.h"
+#include "system/SystemService.h"
 #include "tessel/Mutex.h"
+#include "tessel/TesselLogger.h"
 #include "unified/FeatureSetAdapter.h"
 #include "unified/UnifiedFactory.h"
 
 class ConfigServiceImpl;
+class LocalFileConfigStore;
 class TftpConfigStore;
 
 /// The feature set: owns the chain, decides which stores exist and when, and passes the chain's reports to the service.
+///
+/// Must be held by a shared reference before it is started; InjectConfigService() sees to that. Any thread.
+///
+/// The lifecycle operations (start, stop, destroy, refresh, and the switching of the remote source) run one at a time.
+/// Two of them wait for the dispatcher thread: the start, when called on another one, and the stop. Called from inside
+/// a notification, which holds the locks of the chain, a lifecycle operation runs at once if no other thread is at one;
+/// otherwise it is queued and runs on the dispatcher thread after the notification.
+///
+/// Lock order: the lifecycle mutex, then the remote store's observer lock, then the locks of the chain.
 class ConfigAdapter : public FeatureSetAdapter,
                       public ConfigFeatureSet,
                       public ConfigStoreManager_Observer,
@@ -29,12 +47,190 @@ class ConfigAdapter : public FeatureSetAdapter,
                       public std::enable_shared_from_this<ConfigAdapter>,
                       public ProviderResetDataCallback {
 public:
+    /// Builds the chain from the files of the host's directories; reads work when this returns.
+    /// Dispatcher thread, after the ConfigService has been given to the factory.
     explicit ConfigAdapter(const std::shared_ptr<UnifiedFactory>& factory);
+
+    /// Lets go of everyone who might call back. Does not stop the feature set.
     ~ConfigAdapter() override;
+
+    ConfigAdapter(const ConfigAdapter&) = delete;
+    ConfigAdapter& operator=(const ConfigAdapter&) = delete;
+
+    // The framework's side. Identifiers other than CONFIG_SERVICE_ID are ignored; the events are not looked at.
+
+    void StartFeatureSet(unsigned featureSetId, ServiceEvents events) override;
+    void StopFeatureSet(unsigned featureSetId, ServiceEvents events) override;
+
+    /// Ends the life of the stores on disk. The remote source, the power observer and the connection to the user
+    /// profile are left alone. May be followed by a start.
+    void Destroy() override;
+
+    /// Waits for a lifecycle operation that is under way, unless called from inside a notification.
+    bool IsFeatureSetStarted(unsigned featureSetId) override;
+    bool IsFeatureSetProvisioned(unsigned featureSetId) override;
+    std::vector<unsigned> GetFeatureSetDependencies(unsigned featureSetId) override;
+
+    // The clients' side; see ConfigFeatureSet.
+
+    void addConfigStore(std::shared_ptr<ConfigStore> store) override;
+    bool removeConfigStore(const std::string& name) override;
+    void removeAllCachedConfigStores() override;
+    bool getConfig(const std::wstring& key, std::wstring& value, bool skipLocal) override;
+    bool getConfig(const std::wstring& key, std::wstring& value, std::wstring& storeName, bool& usedOtherKeyName,
+                   bool skipLocal) override;
+    bool setConfig(const std::wstring& key, const std::wstring& value) override;
+    bool setConfig(std::map<std::wstring, std::wstring> values) override;
+    bool setInMemoryConfig(const std::wstring& key, const std::wstring& value) override;
+    void resetConfig(const std::wstring& key) override;
+    bool isKeySensitive(const std::wstring& key) override;
+    void setKeySensitive(const std::wstring& key) override;
+    void startTftpConfigSource() override;
+    void stopTftpConfigSource() override;
+    void refreshConfigFeatureSet() override;
+    bool setUrlProvisioningData(std::wstring data) override;
+    bool resetAllowUriProvisioningData() override;
+
+    // Reports of the chain: on the dispatcher thread the service has been told when these return, elsewhere it is told
+    // later, on the dispatcher thread, in the order of the reports. Nothing is filtered or merged.
+
+    void onFireIfRequired(std::wstring key) override;
+    void onSensitiveKeyAddedOrUpdated(std::wstring key) override;
+    void onConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue, bool isOverridden,
+                                bool isDefined, std::wstring valueStoreName, std::wstring originalValueStoreName,
+                                bool silent) override;
+
+    // Other reports.
+
+    /// First content puts the remote store into the chain; new content updates it there. Both write its cached copy.
+    void onTftpConfigDownloaded(std::vector<std::wstring> keys) override;
+
+    /// Ends the stores when the machine powers down.
+    void onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) override;
+    void InvokeResetData() override;
+
+    // For the module itself.
+
+    /// Tells the service the table of renamed keys.
+    void notifyConfigKeyAliases();
+
+    /// Works out "Telephony_Enabled", "Voicemail_Enabled" and "Meetings_Enabled" anew from the servers that are
+    /// configured. A flag that someone has set on purpose is left alone.
+    void SetEnabledServices();
+
+    /// Enters the adapter at the host's provider of data resets. Dispatcher thread.
+    void registerResetDataCallback();
+    void unRegisterResetDataCallback();
+
+    /// Watches for telephony's connection in edge mode. Moves itself to the dispatcher thread.
+    void checkEdgeReady();
+
+    /// Store name to priority text, from the text of the key "PrimaryConfigStores".
+    static ConfigMap getCachedConfigStorePrioityMap(const std::wstring& list);
+
+    /// Puts the cached copy of each listed store into the chain; 40 where the priority is no number.
+    void addCachedConfigStores(const std::wstring& list);
+
+    /// Does nothing: old copies are left where they are.
+    void removeOldCacheConfigStores(const std::shared_ptr<std::vector<std::string>>& names, const ConfigMap& map);
+
+    /// Number of XML files in the cache directory.
+    static int getNumCacheStores();
+
+    // Whether a store's name begins so, case ignored.
+
+    static bool isHcmConfigStore(std::string name);
+    static bool isPresenceConfigStore(std::string name);
+    static bool isTftpConfigStore(std::string name);
+    static bool isAUCILyncRegistryConfigStore(std::string name);
 
     /// The chain, for the tool and for tests that look inside.
     const std::shared_ptr<ConfigStoreManager>& getConfigStoreManager() const { return configStoreManager_; }
 
+    /// The remote store while its source is on, else null; for the tool and for tests that look inside.
+    std::shared_ptr<TftpConfigStore> getTftpConfigStore() const { return tftpConfigStore_.get(); }
+
 private:
+    using Connection = std::weak_ptr<PropertyNotifierConnection>;
+    using Operation = void (ConfigAdapter::*)();
+
+    static TesselLogger* logger();
+    bool isStarted() const { return started_.load(std::memory_order_relaxed); }
+
+    /// The value of a key by getConfig(); empty if no store holds it, whatever a store leaves behind on a miss.
+    std::wstring readConfig(const std::wstring& key);
+    void logNotStarted(const char* function, const std::string& consequence) const;
+
+    // Lifecycle. The second group expects featureSetMutex_ to be held.
+
+    FeatureSetLock lockFeatureSet();
+    void runExclusively(const std::string& name, Operation operation);
+    boost::function<void()> weakly(Operation operation);
+    std::shared_ptr<SystemService> findSystemService(const char* function, const std::string& consequence);
+    std::shared_ptr<ResetDataProvider> findResetDataProvider(const char* function, const std::string& consequence);
+    void onUserProfileChanged();
+    static void disconnectProperty(Connection connection);
+
+    void startConfigFeatureSet();
+    void stopConfigFeatureSet();
+    void destroyStores();
+    void refresh();
+    void registerResetDataCallbackOnce();
+    void connectUserProfile();
+    bool noteUserProfile();
+    void resetChainOnDispatcherThread();
+    void disconnectEdgeWatch();
+    void clearEdgeEntries();
+
+    // Initial stores.
+
+    void addInitialConfigStores();
+    void addInMemoryStore();
+    void addLocalFileStore();
+    void addOverrideStore();
+    void removeCustomServerValuesIfPolicySet();
+    void initialiseTftpConfigStore();
+    void switchTftpSourceOn();
+    void switchTftpSourceOff();
+    void detachTftpConfigStore();
+
+    // Cached stores.
+
+    void InitialiseCachedConfigStores();
+    void initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority);
+    void addCachedConfigStore(std::string storeName, int priority);
+    void removeFromCachedStorePriorityMap(const std::wstring& storeName);
+    void updateCacheStorePriority(const std::string& storeName, int priority);
+    void copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values);
+    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store);
+    void waitForChainedStoresReady(const std::string& storeName, const std::set<std::string>& dependencies);
+    void updateExistingConfigStore(const std::shared_ptr<ConfigStore>& store, const std::vector<std::wstring>& keys);
+
+    // Enablement flags.
+
+    void SetTelephonyEnabled();
+    void SetVoicemailEnabled();
+    void SetMeetingsEnabled();
+    bool isExplicitlySet(const std::wstring& flagKey, const char* function);
+    std::wstring readServer(const std::wstring& key);
+
+    const std::shared_ptr<UnifiedFactory> factory_;
+    tessel::Mutex featureSetMutex_;
+    std::atomic<bool> started_ = false;
+    std::atomic<bool> tftpSourceStarted_ = false;
+    GuardedValue<Connection> userProfileConnection_;
+    std::wstring lastLoadedUserProfile_;  // under featureSetMutex_
+    std::atomic<bool> resetDataCallbackRegistered_ = false;
+    GuardedValue<std::shared_ptr<TftpConfigStore>> tftpConfigStore_;
     std::shared_ptr<ConfigStoreManager> configStoreManager_;
+    std::shared_ptr<ConfigServiceImpl> configService_;
+    ChainedStoreMap chainedStores_;  // constant after construction
+    GuardedValue<Connection> serverHealthListConnection_;
+    GuardedValue<Connection> softphoneStatusConnection_;
+    GuardedValue<Connection> secondTelephonyStatusConnection_;
+    GuardedValue<std::shared_ptr<ServerHealthInformation>> softphoneHealth_;
+    GuardedValue<std::shared_ptr<ServerHealthInformation>> secondTelephonyHealth_;
+
+    std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
+    const std::shared_ptr<ReportGate> reportGate_;
 };

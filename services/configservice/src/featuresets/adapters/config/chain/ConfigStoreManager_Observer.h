@@ -12,7 +12,7 @@ public:
     /// Fire what silent reports for this key have left pending.
     virtual void onFireIfRequired(std::wstring key) = 0;
 
-    /// The key has been marked as sensitive.
+    /// The key has been marked as sensitive. Under the observer lock alone, so this one must not call the manager.
     virtual void onSensitiveKeyAddedOrUpdated(std::wstring key) = 0;
 
     /// The whole new state of a key, under its current name.

@@ -1,0 +1,240 @@
+#include <utility>
+
+#include "ConfigAdapter.h"
+#include "ConfigStoreConstants.h"
+#include "PriorityList.h"
+#include "quill/FileUtils.h"
+#include "quill/StringUtils.h"
+#include "remote/TftpConfigStore.h"
+#include "stores/CacheConfigStore.h"
+
+using QuillCoreUtils::FileUtils;
+
+namespace {
+
+constexpr std::int32_t URL_PROVISIONING_PRIORITY = 499;
+constexpr std::int32_t DEFAULT_CACHED_PRIORITY = 240;
+
+/// Kept apart from the one above: addCachedConfigStores() has always had this number.
+constexpr std::int32_t DEFAULT_LISTED_PRIORITY = 40;
+
+std::string cacheDirectory() {
+    return FileUtils::getConfigDirectory() + FileUtils::FileSeparator() +
+           ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
+}
+
+/// The name of a store's cached copy, in the chain and in the cache directory alike.
+std::string cachedName(const std::string& storeName) { return "cached" + storeName + ".xml"; }
+
+std::string cachePath(const std::string& fileName) { return cacheDirectory() + FileUtils::FileSeparator() + fileName; }
+
+bool beginsWith(const std::string& name, const std::wstring& prefix) {
+    return QuillCoreUtils::caseInsensitiveFind(QuillCoreUtils::toWideString(name), prefix) == 0;
+}
+
+bool isPresenceName(const std::wstring& name) {
+    return QuillCoreUtils::caseInsensitiveStringEquals(name, ConfigStoreConstants::PRESENCE_CONFIG_STORE_NAME);
+}
+
+/// Asks the manager itself, so that nothing is logged before the start.
+std::wstring readQuietly(ConfigStoreManager& manager, const std::wstring& key) {
+    std::wstring value;
+    std::wstring storeName;
+    bool usedOtherKeyName = false;
+    return manager.getValue(key, value, storeName, usedOtherKeyName, false) ? value : std::wstring();
+}
+
+}  // namespace
+
+bool ConfigAdapter::isHcmConfigStore(std::string name) { return beginsWith(name, ConfigStoreConstants::HCM_PREFIX); }
+
+bool ConfigAdapter::isPresenceConfigStore(std::string name) {
+    return beginsWith(name, ConfigStoreConstants::PRESENCE_CONFIG_STORE_NAME);
+}
+
+bool ConfigAdapter::isTftpConfigStore(std::string name) { return beginsWith(name, ConfigStoreConstants::TFTP_PREFIX); }
+
+bool ConfigAdapter::isAUCILyncRegistryConfigStore(std::string name) {
+    return beginsWith(name, ConfigStoreConstants::AUCILYNC_REGISTRY_CONFIG_STORE_NAME);
+}
+
+ConfigMap ConfigAdapter::getCachedConfigStorePrioityMap(const std::wstring& list) {
+    return PriorityList::parse(list).entries();
+}
+
+int ConfigAdapter::getNumCacheStores() {
+    std::vector<std::string> files;
+    FileUtils::getFilesFromDirectory(cacheDirectory(), ".xml", files);
+    return static_cast<int>(files.size());
+}
+
+void ConfigAdapter::InitialiseCachedConfigStores() {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
+    const std::wstring list = readQuietly(*configStoreManager_, ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
+    const ConfigMap entries = getCachedConfigStorePrioityMap(list);
+    for (const auto& [storeName, priority] : entries) {
+        if (!isPresenceName(storeName)) {
+            addCachedConfigStore(QuillCoreUtils::toString(storeName),
+                                 QuillCoreUtils::toInt(priority, DEFAULT_CACHED_PRIORITY));
+        }
+    }
+    const auto presence = entries.find(ConfigStoreConstants::PRESENCE_CONFIG_STORE_NAME);
+    if (presence != entries.end()) {
+        initialiseCachedPresenceStore(presence->first, presence->second);
+    }
+    configStoreManager_->addStore(std::make_shared<CacheConfigStore>(
+        ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME, URL_PROVISIONING_PRIORITY,
+        cachePath(cachedName(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME))));
+}
+
+void ConfigAdapter::initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority) {
+    const std::wstring productMode = readQuietly(*configStoreManager_, ConfigStoreConstants::PRODUCT_MODE_KEY);
+    if (QuillCoreUtils::caseInsensitiveStringEquals(productMode, ConfigStoreConstants::PHONE_MODE)) {
+        removeFromCachedStorePriorityMap(ConfigStoreConstants::PRESENCE_CONFIG_STORE_NAME);
+        return;
+    }
+    addCachedConfigStore(QuillCoreUtils::toString(storeName), QuillCoreUtils::toInt(priority, DEFAULT_CACHED_PRIORITY));
+}
+
+void ConfigAdapter::addCachedConfigStore(std::string storeName, int priority) {
+    const std::string name = cachedName(storeName);
+    configStoreManager_->addStore(std::make_shared<CacheConfigStore>(name, priority, cachePath(name)));
+}
+
+void ConfigAdapter::addCachedConfigStores(const std::wstring& list) {
+    for (const auto& [storeName, priority] : getCachedConfigStorePrioityMap(list)) {
+        addCachedConfigStore(QuillCoreUtils::toString(storeName),
+                             QuillCoreUtils::toInt(priority, DEFAULT_LISTED_PRIORITY));
+    }
+}
+
+void ConfigAdapter::removeOldCacheConfigStores(const std::shared_ptr<std::vector<std::string>>& /*names*/,
+                                               const ConfigMap& /*map*/) {}
+
+void ConfigAdapter::addConfigStore(std::shared_ptr<ConfigStore> store) {
+    if (store == nullptr) {
+        return;
+    }
+    const std::string name = store->getName();
+    if (!isStarted()) {
+        logNotStarted("addConfigStore", ", failed to add ConfigStore with name: [" + name + "]");
+        return;
+    }
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
+    configStoreManager_->addStore(store);
+    const auto chained = chainedStores_.find(name);
+    if (chained != chainedStores_.end()) {
+        waitForChainedStoresReady(name, chained->second);
+    }
+    if (store->shouldCacheConfigStore()) {
+        cacheStoreOnConfigStoreAdded(store);
+    }
+    removeCustomServerValuesIfPolicySet();
+    if (isHcmConfigStore(name) || isPresenceConfigStore(name) || isTftpConfigStore(name) ||
+        isAUCILyncRegistryConfigStore(name)) {
+        SetEnabledServices();
+    }
+}
+
+void ConfigAdapter::waitForChainedStoresReady(const std::string& /*storeName*/,
+                                              const std::set<std::string>& dependencies) {
+    for (const std::string& dependency : dependencies) {
+        if (configStoreManager_->containsStore(dependency)) {
+            configStoreManager_->waitForStoreReady(dependency);
+            continue;
+        }
+        // Before its first download the remote store exists without being in the chain.
+        const std::shared_ptr<TftpConfigStore> remote = tftpConfigStore_.get();
+        if (remote == nullptr || !QuillCoreUtils::caseInsensitiveStringEquals(dependency, remote->getName())) {
+            continue;
+        }
+        if (remote->isTftpConfigured()) {
+            remote->waitForStoreReady();
+        }
+        SetEnabledServices();
+    }
+}
+
+void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store) {
+    ConfigMap values;
+    copyAllStoreValues(store, values);
+    updateCacheStorePriority(store->getName(), store->getCachedPriority());
+    const std::string name = cachedName(store->getName());
+    // Made for the file that its constructor writes; it never joins the chain, so its priority has no effect.
+    const CacheConfigStore writer(name, store->getCachedPriority() + 200, cachePath(name), values);
+    if (configStoreManager_->containsStore(name)) {
+        configStoreManager_->removeStoreWithSameName(name);
+    }
+}
+
+void ConfigAdapter::copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values) {
+    for (const std::wstring& key : store->getKeys()) {
+        std::wstring value;
+        // A secret must not lie in a cache file; after a restart it is missing until the next download.
+        if (store->getValue(key, value) && !isKeySensitive(key)) {
+            values[key] = value;
+        }
+    }
+}
+
+void ConfigAdapter::updateCacheStorePriority(const std::string& storeName, int priority) {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
+    PriorityList list = PriorityList::parse(readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
+    list.set(QuillCoreUtils::toWideString(storeName), priority);
+    configStoreManager_->storeValue(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, list.toText());
+}
+
+void ConfigAdapter::removeFromCachedStorePriorityMap(const std::wstring& storeName) {
+    const std::wstring text = readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
+    setConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, PriorityList::textWithout(text, storeName));
+}
+
+bool ConfigAdapter::removeConfigStore(const std::string& name) {
+    if (!isStarted()) {
+        logNotStarted("removeConfigStore", ", failed to remove ConfigStore with name: [" + name + "]");
+        return false;
+    }
+    if (configStoreManager_ == nullptr) {
+        return false;
+    }
+    bool removed = false;
+    const std::string copy = cachedName(name);
+    if (configStoreManager_->containsStore(copy) && configStoreManager_->removeStoreWithSameName(copy)) {
+        removed = true;
+        configStoreManager_->removeCacheFile(copy);
+    }
+    if (configStoreManager_->containsStore(name) && configStoreManager_->removeStoreWithSameName(name)) {
+        removed = true;
+    }
+    removeFromCachedStorePriorityMap(QuillCoreUtils::toWideString(name));
+    return removed;
+}
+
+void ConfigAdapter::onTftpConfigDownloaded(std::vector<std::wstring> keys) {
+    const std::shared_ptr<TftpConfigStore> store = tftpConfigStore_.get();
+    if (store == nullptr || configStoreManager_ == nullptr) {
+        return;
+    }
+    if (keys.empty()) {
+        addConfigStore(store);
+    } else {
+        updateExistingConfigStore(store, keys);
+    }
+}
+
+void ConfigAdapter::updateExistingConfigStore(const std::shared_ptr<ConfigStore>& store,
+                                              const std::vector<std::wstring>& keys) {
+    if (!isStarted() || configStoreManager_ == nullptr) {
+        return;
+    }
+    configStoreManager_->updateStoreValues(store, keys);
+    if (store->shouldCacheConfigStore()) {
+        cacheStoreOnConfigStoreAdded(store);
+    }
+}

@@ -1,0 +1,90 @@
+#include "ReportGate.h"
+
+#include <limits>
+#include <utility>
+
+#include "quill/FunctionTask.h"
+
+namespace {
+
+/// Counts a scope, also when an observer leaves it by an exception.
+class Depth {
+public:
+    explicit Depth(std::atomic<int>& depth) : depth_(depth) { depth_.fetch_add(1, std::memory_order_relaxed); }
+    ~Depth() { depth_.fetch_sub(1, std::memory_order_relaxed); }
+    Depth(const Depth&) = delete;
+    Depth& operator=(const Depth&) = delete;
+
+private:
+    std::atomic<int>& depth_;
+};
+
+}  // namespace
+
+ReportGate::ReportGate(std::shared_ptr<ServicesDispatcher> dispatcher) : dispatcher_(std::move(dispatcher)) {}
+
+void ReportGate::pass(Delivery delivery, const std::string& taskName) {
+    if (dispatcher_ == nullptr) {
+        return;
+    }
+    const std::uint64_t ticket = put(std::move(delivery));
+    if (dispatcher_->checkForUpdateAccess()) {
+        deliverUpTo(ticket);
+        return;
+    }
+    dispatcher_->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
+        [weak = weak_from_this()] {
+            if (const auto gate = weak.lock()) {
+                gate->deliverOldest(std::numeric_limits<std::uint64_t>::max());
+            }
+        },
+        taskName));
+}
+
+void ReportGate::passBeside(Delivery delivery, const std::string& taskName) {
+    if (dispatcher_ == nullptr) {
+        return;
+    }
+    if (dispatcher_->checkForUpdateAccess()) {
+        delivery();
+        return;
+    }
+    dispatcher_->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(std::move(delivery), taskName));
+}
+
+bool ReportGate::isInsideNotification() const {
+    return depth_.load(std::memory_order_relaxed) > 0 && dispatcher_->checkForUpdateAccess();
+}
+
+std::uint64_t ReportGate::put(Delivery delivery) {
+    const tessel::ScopedLock lock(mutex_);
+    box_.push_back({++lastTicket_, std::move(delivery)});
+    return lastTicket_;
+}
+
+bool ReportGate::take(std::uint64_t lastTicket, Delivery& delivery) {
+    const tessel::ScopedLock lock(mutex_);
+    if (box_.empty() || box_.front().ticket > lastTicket) {
+        return false;
+    }
+    delivery = std::move(box_.front().delivery);
+    box_.pop_front();
+    return true;
+}
+
+bool ReportGate::deliverOldest(std::uint64_t lastTicket) {
+    Delivery delivery;
+    if (!take(lastTicket, delivery)) {
+        return false;
+    }
+    delivery();
+    return true;
+}
+
+void ReportGate::deliverUpTo(std::uint64_t ticket) {
+    // The caller's own report went through the box as well. An observer that writes while older reports are still being
+    // delivered comes back in here, and delivers the rest of them, that own report included, before its newer one.
+    const Depth depth(depth_);
+    while (deliverOldest(ticket)) {
+    }
+}

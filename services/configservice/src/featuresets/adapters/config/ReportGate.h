@@ -1,0 +1,59 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "tessel/Mutex.h"
+#include "unified/ServicesDispatcher.h"
+
+/// The gate between the threads that change the chain and the dispatcher thread, on which the service is told.
+///
+/// On the dispatcher thread a report is delivered before pass() returns; from any other thread a task brings it there
+/// later. Both ways share one first-in-first-out box, so reports are delivered in the order in which they were passed:
+/// a report that waits for its task cannot land after a newer one that was made on the dispatcher thread itself.
+/// Any thread, under any lock of the chain.
+class ReportGate : public std::enable_shared_from_this<ReportGate> {
+public:
+    /// Tells the service one thing. Runs on the dispatcher thread, once, with no lock of the gate held.
+    using Delivery = std::function<void()>;
+
+    /// @param dispatcher null: nothing is ever delivered.
+    explicit ReportGate(std::shared_ptr<ServicesDispatcher> dispatcher);
+
+    ReportGate(const ReportGate&) = delete;
+    ReportGate& operator=(const ReportGate&) = delete;
+
+    /// Delivers in order: on the dispatcher thread at once, after all that waits; elsewhere through a task, which
+    /// delivers whatever report is then the oldest, or finds none. The task is harmless once the gate is gone.
+    void pass(Delivery delivery, const std::string& taskName);
+
+    /// Delivers beside the box: on the dispatcher thread at once, elsewhere through a task of its own.
+    void passBeside(Delivery delivery, const std::string& taskName);
+
+    /// True on the dispatcher thread inside a delivery that pass() makes before it returns, which means: inside a
+    /// notification that runs under the locks of the chain.
+    bool isInsideNotification() const;
+
+private:
+    struct Report {
+        std::uint64_t ticket;
+        Delivery delivery;
+    };
+
+    std::uint64_t put(Delivery delivery);
+
+    /// Delivers the oldest waiting report if its ticket is not above the given one. @return whether there was one.
+    bool deliverOldest(std::uint64_t lastTicket);
+    bool take(std::uint64_t lastTicket, Delivery& delivery);
+    void deliverUpTo(std::uint64_t ticket);
+
+    const std::shared_ptr<ServicesDispatcher> dispatcher_;
+    std::atomic<int> depth_ = 0;
+    tessel::Mutex mutex_;
+    std::deque<Report> box_ TESSEL_GUARDED_BY(mutex_);
+    std::uint64_t lastTicket_ TESSEL_GUARDED_BY(mutex_) = 0;
+};

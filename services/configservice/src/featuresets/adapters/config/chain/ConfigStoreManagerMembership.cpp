@@ -1,0 +1,186 @@
+#include "chain/ConfigStoreManager.h"
+
+#include "ConfigStoreConstants.h"
+#include "quill/FileUtils.h"
+#include "quill/StringUtils.h"
+
+namespace {
+
+bool sameName(const std::string& a, const std::string& b) { return QuillCoreUtils::caseInsensitiveStringEquals(a, b); }
+
+std::string cacheNameOf(const std::string& storeName) { return "cached" + storeName + ".xml"; }
+
+std::string cacheFolder() {
+    return QuillCoreUtils::FileUtils::getConfigDirectory() + QuillCoreUtils::FileUtils::FileSeparator() +
+           ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
+}
+
+/// The store made from a link has a file, although it says that it is not to be cached.
+bool hasCacheFile(ConfigStore& store) {
+    return store.shouldCacheConfigStore() ||
+           sameName(store.getName(), ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME);
+}
+
+/// The stores of the installation. The defaults go by the name of their file.
+bool survivesDataReset(const std::string& name) {
+    return name == ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME ||
+           name == ConfigStoreConstants::BOOTSTRAP_STORE_NAME ||
+           name == ConfigStoreConstants::DEFAULT_CONFIG_STORE_FILE_NAME ||
+           name == ConfigStoreConstants::TFTP_OVERRIDE_CONFIG_STORE_NAME;
+}
+
+}  // namespace
+
+void ConfigStoreManager::addStore(const std::shared_ptr<ConfigStore>& store) {
+    if (store == nullptr) {
+        return;
+    }
+    const StoreChain::Lock lock(chain_);
+    if (containsStore(store->getName())) {
+        updateStoreValues(store);
+        return;
+    }
+    chain_.insert(store);
+    notifyObservers(store);
+}
+
+bool ConfigStoreManager::containsStore(std::string name) { return chain_.find(name) != nullptr; }
+
+void ConfigStoreManager::updateStoreValues(const std::shared_ptr<ConfigStore>& store) {
+    if (store == nullptr) {
+        return;
+    }
+    const StoreChain::Lock lock(chain_);
+    // By place and to the end, over a chain that each match changes: a store that has moved down is met once more.
+    std::size_t index = 0;
+    while (const std::shared_ptr<ConfigStore> old = chain_.at(index)) {
+        if (sameName(store->getName(), old->getName())) {
+            updateStoreValues(store, old->getKeys());
+        }
+        ++index;
+    }
+}
+
+void ConfigStoreManager::updateStoreValues(const std::shared_ptr<ConfigStore>& store,
+                                           const std::vector<std::wstring>& oldKeys) {
+    if (store == nullptr) {
+        return;
+    }
+    const StoreChain::Lock lock(chain_);
+    const std::shared_ptr<ConfigStore> old = chain_.find(store->getName());
+    if (old == nullptr) {
+        return;
+    }
+    removeStoreOnDuplicateAdded(old->getName());
+    // A set, since both lists may be long.
+    const std::vector<std::wstring> keys = store->getKeys();
+    const SensitiveKeySet newKeys(keys.begin(), keys.end());
+    for (const std::wstring& oldKey : oldKeys) {
+        if (newKeys.count(oldKey) == 0) {
+            updateKey(oldKey, false);
+        }
+    }
+    addStore(store);
+}
+
+bool ConfigStoreManager::isInMemoryConfigStore(std::string name) {
+    return sameName(name, ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME);
+}
+
+bool ConfigStoreManager::removeStoreWithSameName(const std::string& name) {
+    const StoreChain::Lock lock(chain_);
+    const std::shared_ptr<ConfigStore> store = chain_.find(name);
+    if (store == nullptr) {
+        return false;
+    }
+    if (hasCacheFile(*store)) {
+        // The store's own spelling, not the caller's: the file was written under that.
+        removeCacheFile(cacheNameOf(store->getName()));
+    }
+    chain_.erase(store);
+    notifyObservers(store);
+    return true;
+}
+
+void ConfigStoreManager::removeStoreOnDuplicateAdded(const std::string& name) {
+    const StoreChain::Lock lock(chain_);
+    // The place moves on behind a removal too, so the store that has taken the place of the removed one is passed over.
+    std::size_t index = 0;
+    while (const std::shared_ptr<ConfigStore> store = chain_.at(index)) {
+        if (sameName(store->getName(), name)) {
+            if (store->shouldCacheConfigStore()) {
+                removeStoreOnDuplicateAdded(cacheNameOf(store->getName()));
+            }
+            // This very store: the removal of its copy may have moved it to another place.
+            chain_.erase(store);
+        }
+        ++index;
+    }
+}
+
+bool ConfigStoreManager::removeCacheFile(const std::string& fileName) {
+    const StoreChain::Lock lock(chain_);
+    const std::string path = cacheFolder() + QuillCoreUtils::FileUtils::FileSeparator() + fileName;
+    const bool exists = QuillCoreUtils::FileUtils::fileExists(path);
+    if (exists) {
+        QuillCoreUtils::FileUtils::removeFile(path);
+    }
+    return exists;
+}
+
+void ConfigStoreManager::removeAllCachedConfigStores() {
+    std::vector<std::string> files;
+    QuillCoreUtils::FileUtils::getFilesFromDirectory(cacheFolder(), "xml", files);
+    for (const std::string& file : files) {
+        const std::string fileName = QuillCoreUtils::FileUtils::getFileName(file);
+        removeStoreWithSameName(fileName);
+        removeCacheFile(fileName);
+    }
+}
+
+void ConfigStoreManager::destroy() {
+    chain_.walk([](const std::shared_ptr<ConfigStore>& store) {
+        store->destroy();
+        return true;
+    });
+}
+
+void ConfigStoreManager::reset() { clearConfigStores(); }
+
+void ConfigStoreManager::clearConfigStores() {
+    chain_.walkBackwards([this](const std::shared_ptr<ConfigStore>& store) {
+        if (!store->isLocal()) {
+            chain_.erase(store);
+            notifyObservers(store);
+        }
+    });
+}
+
+void ConfigStoreManager::resetConfigData() {
+    chain_.walkBackwards([this](const std::shared_ptr<ConfigStore>& store) {
+        if (!survivesDataReset(store->getName())) {
+            removeStoreWithSameName(store->getName());
+        }
+    });
+}
+
+bool ConfigStoreManager::waitForStoresReady() {
+    bool ready = true;
+    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
+        ready = store->waitForStoreReady();
+        return ready;
+    });
+    return ready;
+}
+
+void ConfigStoreManager::waitForStoreReady(const std::string& name) {
+    // Outside the lock: lookups go on while the store blocks.
+    if (const std::shared_ptr<ConfigStore> store = chain_.find(name)) {
+        store->waitForStoreReady();
+    }
+}
+
+void ConfigStoreManager::atomically(const std::function<void()>& change) {
+    const StoreChain::Lock lock(chain_);
+    change();
+}

@@ -1,0 +1,61 @@
+#include "chain/ConfigStoreManager.h"
+
+#include <optional>
+
+void ConfigStoreManager::updateKey(std::wstring key, bool silent) {
+    const StoreChain::Lock lock(chain_);
+    const std::shared_ptr<const StoreList> stores = chain_.stores();
+    const KeyResolver::Resolution resolution = resolverFor(*stores).resolve(key);
+    logLookup(key, resolution.lookup, false);
+    if (const auto& report = resolution.report) {
+        NotifyConfigAddedOrUpdated(report->key, report->value, report->originalValue, report->isOverridden,
+                                   report->isDefined, report->valueStoreName, report->originalValueStoreName, silent);
+    }
+}
+
+void ConfigStoreManager::notifyObservers(const std::shared_ptr<ConfigStore>& store) {
+    if (store != nullptr) {
+        notifyObservers(store->getKeys());
+    }
+}
+
+void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) {
+    // An observer may read in its turn: with the chain lock taken first, the two locks are always taken in one order.
+    const StoreChain::Lock lock(chain_);
+    for (const std::wstring& key : keys) {
+        updateKey(key, true);
+    }
+    for (const std::wstring& key : keys) {
+        const std::shared_ptr<const StoreList> stores = chain_.stores();
+        if (const std::optional<std::wstring> name = resolverFor(*stores).reportedName(key)) {
+            NotifyFireIfRequired(*name);
+        }
+    }
+}
+
+void ConfigStoreManager::NotifyConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue,
+                                                    bool isOverridden, bool isDefined, std::wstring valueStoreName,
+                                                    std::wstring originalValueStoreName, bool silent) {
+    forEachObserver([&](ConfigStoreManager_Observer& observer) {
+        observer.onConfigAddedOrUpdated(key, value, originalValue, isOverridden, isDefined, valueStoreName,
+                                        originalValueStoreName, silent);
+    });
+}
+
+void ConfigStoreManager::NotifyFireIfRequired(std::wstring key) {
+    forEachObserver([&](ConfigStoreManager_Observer& observer) { observer.onFireIfRequired(key); });
+}
+
+void ConfigStoreManager::AddObserver(ConfigStoreManager_Observer* observer) {
+    if (observer != nullptr) {
+        const tessel::ScopedLock lock(observersMutex_);
+        observers_.insert(observer);
+    }
+}
+
+void ConfigStoreManager::RemoveObserver(ConfigStoreManager_Observer* observer) {
+    if (observer != nullptr) {
+        const tessel::ScopedLock lock(observersMutex_);
+        observers_.erase(observer);
+    }
+}

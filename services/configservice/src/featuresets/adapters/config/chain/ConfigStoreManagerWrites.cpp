@@ -1,0 +1,118 @@
+#include "chain/ConfigStoreManager.h"
+
+#include "ConfigStoreConstants.h"
+#include "quill/FunctionTask.h"
+#include "quill/StringUtils.h"
+#include "tessel/TesselLogger.h"
+
+namespace {
+
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("ConfigStoreManager");
+    return instance;
+}
+
+bool takesUserValues(ConfigStore& store) {
+    return !store.isReadOnly() && !ConfigStoreManager::isInMemoryConfigStore(store.getName());
+}
+
+void storeAll(ConfigStore& store, const std::map<std::wstring, std::wstring>& values) {
+    for (const auto& [key, value] : values) {
+        if (!store.storeValue(key, value)) {
+            TesselLog(logger(), 3, __FILE__, __LINE__, "storeValue",
+                      L"Unable to store the value with key: " + key.substr(0, 1));
+        }
+    }
+}
+
+}  // namespace
+
+bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring& value) {
+    bool stored = false;
+    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
+        if (!takesUserValues(*store)) {
+            return true;
+        }
+        stored = store->storeValue(key, value);
+        enqueuePersist(store);
+        updateKey(key, false);
+        return false;
+    });
+    return stored;
+}
+
+bool ConfigStoreManager::storeValue(const std::map<std::wstring, std::wstring>& values) {
+    bool reachedOne = false;
+    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
+        if (takesUserValues(*store)) {
+            storeAll(*store, values);
+            enqueuePersist(store);
+            for (const auto& entry : values) {
+                updateKey(entry.first, false);
+            }
+            reachedOne = true;
+        }
+        return true;
+    });
+    return reachedOne;
+}
+
+bool ConfigStoreManager::storeInMemoryValue(const std::wstring& key, const std::wstring& value) {
+    const StoreChain::Lock lock(chain_);
+    const std::shared_ptr<ConfigStore> store = chain_.find(ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME);
+    if (store == nullptr) {
+        return false;
+    }
+    const bool stored = store->storeValue(key, value);
+    updateKey(key, false);
+    return stored;
+}
+
+bool ConfigStoreManager::eraseKey(const std::wstring& key) {
+    const StoreChain::Lock lock(chain_);
+    std::vector<std::wstring> names = {key};
+    std::wstring otherName;
+    if (isKeyAlias(key, otherName)) {
+        names.push_back(otherName);
+    }
+    if (hasKeyAlias(key, otherName)) {
+        names.push_back(otherName);
+    }
+    bool removed = false;
+    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
+        if (store->isReadOnly()) {
+            return true;
+        }
+        for (const std::wstring& name : names) {
+            if (store->removeValue(name)) {
+                enqueuePersist(store);
+                removed = true;
+            }
+        }
+        return true;
+    });
+    if (removed) {
+        updateKey(key, false);
+    }
+    return removed;
+}
+
+void ConfigStoreManager::setKeySensitive(const std::wstring& key) {
+    {
+        const tessel::ScopedLock lock(sensitiveKeysMutex_);
+        sensitiveKeys_.insert(key);
+    }
+    forEachObserver([&](ConfigStoreManager_Observer& observer) { observer.onSensitiveKeyAddedOrUpdated(key); });
+}
+
+void ConfigStoreManager::enqueuePersist(const std::shared_ptr<ConfigStore>& store) {
+    const std::shared_ptr<Processing::TaskDispatcher> dispatcher =
+        factory_ != nullptr ? factory_->getTaskDispatcher() : nullptr;
+    if (dispatcher == nullptr) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "enqueuePersist",
+                  "No task dispatcher, the values are not persisted of store: " + store->getName());
+        return;
+    }
+    dispatcher->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>([store] { store->persistValues(); },
+                                                                       "ConfigStore::persistValues"));
+}

@@ -1,0 +1,97 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "chain/ConfigMap.h"
+#include "chain/StoreChain.h"
+
+/// The rules by which a chain of stores answers for a key: pure functions over a list of stores and the two alias
+/// tables, without a lock, a log or an observer. The stores are asked, and nothing is kept.
+///
+/// Holds references: the list and the tables must outlive it, and stay as they are meanwhile.
+class KeyResolver {
+public:
+    /// What the chain answered. A lookup goes on from what it is given here: on a miss the value is what the last store
+    /// that was asked has left in it, and with no store to ask it stays as it was; the store's name changes on a hit
+    /// only.
+    struct Answer {
+        bool found = false;
+        std::wstring value;
+        std::wstring storeName;
+    };
+
+    /// Whose name a lookup under all names of a key has ended on.
+    enum class Road {
+        AsAsked,     ///< the name that was asked for
+        CurrentKey,  ///< asked for an old name, found under the current one
+        OwnOldName,  ///< asked for an old name, found under that very name, since the current one has no value
+        LegacyKey,   ///< asked for a current name, found under its old one
+    };
+
+    struct Lookup : Answer {
+        Road road = Road::AsAsked;
+        /// For CurrentKey and LegacyKey: the name that was found.
+        std::wstring otherName;
+
+        /// True if the value lies under an old name while the current one has none.
+        bool usedOtherKeyName() const { return road == Road::OwnOldName || road == Road::LegacyKey; }
+    };
+
+    /// What the read-only stores answer: the value that the user's own settings may hide.
+    struct Original {
+        std::wstring value;
+        /// Kept from the lookup before if this one finds nothing.
+        std::wstring storeName;
+        bool found = false;
+        /// A writable store with the key stands ahead of the read-only ones, or there are none that have it.
+        bool isOverridden = false;
+        bool usedOtherKeyName = false;
+    };
+
+    /// The state of a key as observers are told it; onConfigAddedOrUpdated() says what each value means.
+    struct ChangeReport {
+        std::wstring key;
+        std::wstring value;
+        std::wstring originalValue;
+        bool isOverridden = false;
+        bool isDefined = false;
+        std::wstring valueStoreName;
+        std::wstring originalValueStoreName;
+    };
+
+    struct Resolution {
+        /// The lookup behind the report.
+        Lookup lookup;
+        /// Nothing if the key is an old name and the current one has a value of its own, which alone counts.
+        std::optional<ChangeReport> report;
+    };
+
+    KeyResolver(const StoreList& stores, const ConfigMap& aliasMap, const ConfigMap& legacyMap)
+        : stores_(stores), aliasMap_(aliasMap), legacyMap_(legacyMap) {}
+
+    /// Asks the stores in order for exactly this key; the first that has it wins.
+    /// @param skipLocal true: only the read-only stores are asked.
+    void lookUpExactly(const std::wstring& key, bool skipLocal, Answer& answer) const;
+
+    /// Asks for the key under its current name, then under its old one, whichever of the two is given.
+    void lookUp(const std::wstring& key, bool skipLocal, Lookup& lookup) const;
+
+    /// The first read-only store's value of exactly this key, and whether a writable store hides it. An empty value
+    /// does not end the search: a later store of the same kind is still asked, and its name replaces the earlier one.
+    void lookUpOriginalExactly(const std::wstring& key, Original& original) const;
+
+    /// The same under both names of the key.
+    void lookUpOriginal(const std::wstring& key, Original& original) const;
+
+    /// The name under which observers hear of the key; nothing if it is an old name whose current one has a value.
+    std::optional<std::wstring> reportedName(const std::wstring& key) const;
+
+    /// The whole state of a key over the chain.
+    Resolution resolve(const std::wstring& key) const;
+
+private:
+    const StoreList& stores_;
+    const ConfigMap& aliasMap_;
+    const ConfigMap& legacyMap_;
+};

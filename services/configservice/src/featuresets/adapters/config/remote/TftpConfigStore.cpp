@@ -1,0 +1,171 @@
+#include "remote/TftpConfigStore.h"
+
+#include <utility>
+
+#include "ConfigFeatureSet.h"
+#include "ConfigStoreConstants.h"
+#include "chain/DisableP2PCallOnFips.h"
+#include "quill/FileUtils.h"
+#include "quill/StringUtils.h"
+
+using QuillCoreUtils::FileUtils;
+
+TftpConfigStore::TftpConfigStore(std::shared_ptr<UnifiedFactory> factory, std::string name, std::int32_t priority,
+                                 std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file)
+    : priority_(priority),
+      name_(std::move(name)),
+      lastServerDetails_({std::move(server1), std::move(server2), std::move(server3), std::move(file)}),
+      factory_(std::move(factory)) {
+    removeLegacyTftpCachedFile();
+}
+
+TesselLogger* TftpConfigStore::logger() {
+    static TesselLogger* const logger = TesselLogger_getLogger("TftpConfigStore");
+    return logger;
+}
+
+void TftpConfigStore::removeLegacyTftpCachedFile() {
+    const std::string path = FileUtils::getConfigDirectory() + FileUtils::FileSeparator() +
+                             ConfigStoreConstants::LEGACY_TFTP_CACHE_FILE_NAME;
+    if (FileUtils::fileExists(path)) {
+        TesselLog(logger(), 4, __FILE__, __LINE__, "removeLegacyTftpCachedFile",
+                  "Removing file cached file : [" + path + "]");
+        FileUtils::removeFile(path);
+        return;
+    }
+    TesselLog(logger(), 4, __FILE__, __LINE__, "removeLegacyTftpCachedFile",
+              "Failed to remove legacy cached file: [" + path + "] file does not exist");
+}
+
+bool TftpConfigStore::getValue(const std::wstring& key, std::wstring& value) {
+    const tessel::ScopedLock lock(valuesMutex_);
+    const QueryState state = currentQueryState_.load(std::memory_order_relaxed);
+    if (state != FINISHED) {
+        TesselLog(logger(), 4, __FILE__, __LINE__, "getValue",
+                  "TftpConfigStore::getValue() currentQueryState is not FINISHED - Current State: " +
+                      std::to_string(state));
+    }
+    const auto found = configValues_.find(key);
+    if (found == configValues_.end() ||
+        QuillCoreUtils::caseInsensitiveStringEquals(key, ConfigStoreConstants::certificateValidationEnabled)) {
+        value.clear();
+        return false;
+    }
+    value = found->second;
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    return true;
+}
+
+bool TftpConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
+    const tessel::ScopedLock lock(valuesMutex_);
+    configValues_[key] = value;
+    return true;
+}
+
+std::vector<std::wstring> TftpConfigStore::getKeys() {
+    const tessel::ScopedLock lock(valuesMutex_);
+    std::vector<std::wstring> keys;
+    keys.reserve(configValues_.size());
+    for (const auto& entry : configValues_) {
+        keys.push_back(entry.first);
+    }
+    return keys;
+}
+
+bool TftpConfigStore::removeValue(const std::wstring& key) {
+    const tessel::ScopedLock lock(valuesMutex_);
+    return configValues_.erase(key) != 0;
+}
+
+void TftpConfigStore::removeAllValues() {
+    TesselLog(logger(), 3, __FILE__, __LINE__, "removeAllValues",
+              std::string("TftpConfigStore::removeAllValues() should not be called on read only store"));
+}
+
+bool TftpConfigStore::isReadOnly() { return true; }
+
+std::string TftpConfigStore::getName() { return name_; }
+
+std::int32_t TftpConfigStore::getPriority() { return priority_; }
+
+void TftpConfigStore::persistValues() {
+    TesselLog(logger(), 3, __FILE__, __LINE__, "persistValues",
+              std::string("TftpConfigStore::persistValues() ignoring for TftpConfigStore"));
+}
+
+void TftpConfigStore::destroy() {}
+
+bool TftpConfigStore::isLocal() { return false; }
+
+bool TftpConfigStore::waitForStoreReady() { return true; }
+
+bool TftpConfigStore::shouldCacheConfigStore() { return true; }
+
+bool TftpConfigStore::getConfigStoreValue(const std::wstring& key, std::wstring& value, std::wstring& storeName,
+                                          bool /*flag*/) {
+    const std::shared_ptr<ConfigFeatureSet> featureSet = factory_->getFeatureSet<ConfigFeatureSet>();
+    if (featureSet == nullptr) {
+        return false;
+    }
+    bool usedOtherKeyName = false;
+    featureSet->getConfig(key, value, storeName, usedOtherKeyName, false);
+    return !value.empty();
+}
+
+void TftpConfigStore::onConfigAddedOrUpdated(std::wstring, std::wstring, std::wstring, bool, bool, std::wstring,
+                                             std::wstring, bool) {
+    // Which changes of the server keys call for a download is decided once there is something that downloads.
+}
+
+void TftpConfigStore::onFireIfRequired(std::wstring) {}
+
+void TftpConfigStore::onSensitiveKeyAddedOrUpdated(std::wstring) {}
+
+bool TftpConfigStore::isTftpConfigured() const { return tftpConfigured_.load(std::memory_order_relaxed); }
+
+void TftpConfigStore::clearCachedAddresses() { lastServerDetails_.set({}); }
+
+TftpServerDetails TftpConfigStore::lastServerDetails() const { return lastServerDetails_.get(); }
+
+void TftpConfigStore::attemptDownloadFromCachedAddress() {
+    // Without an engine that downloads, no cycle can begin.
+}
+
+void TftpConfigStore::addObserver(TftpConfigStoreObserver* observer) {
+    const tessel::ScopedLock lock(observerMutex_);
+    if (observer != nullptr) {
+        observers_.insert(observer);
+    }
+}
+
+void TftpConfigStore::removeObserver(TftpConfigStoreObserver* observer) {
+    const tessel::ScopedLock lock(observerMutex_);
+    observers_.erase(observer);
+}
+
+void TftpConfigStore::setSensitiveKeys(const SensitiveKeySet& keys) {
+    const std::shared_ptr<ConfigFeatureSet> featureSet = factory_->getFeatureSet<ConfigFeatureSet>();
+    if (featureSet == nullptr) {
+        return;
+    }
+    for (const std::wstring& key : keys) {
+        featureSet->setKeySensitive(key);
+    }
+}
+
+void TftpConfigStore::logConfigMap(const SensitiveKeySet& sensitiveKeys) {
+    const std::shared_ptr<ConfigFeatureSet> featureSet = factory_->getFeatureSet<ConfigFeatureSet>();
+    ConfigMap values;
+    {
+        // The feature set must not be asked with a lock of the store's held: it takes the locks of the chain.
+        const tessel::ScopedLock lock(valuesMutex_);
+        values = configValues_;
+    }
+    std::wstring text;
+    for (const auto& [key, value] : values) {
+        const bool sensitive =
+            sensitiveKeys.count(key) != 0 || (featureSet != nullptr && featureSet->isKeySensitive(key));
+        text += L"\n" + key + L": " + (sensitive ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : value);
+    }
+    TesselLog(logger(), 4, __FILE__, __LINE__, "logConfigMap", text);
+}

@@ -1,0 +1,125 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "ConfigStore.h"
+#include "GuardedValue.h"
+#include "chain/ConfigMap.h"
+#include "chain/ConfigStoreManager_Observer.h"
+#include "remote/TftpConfigStoreObserver.h"
+#include "tessel/Mutex.h"
+#include "tessel/TesselLogger.h"
+#include "unified/UnifiedFactory.h"
+
+/// Where the server's configuration file is to be had.
+struct TftpServerDetails {
+    std::wstring server1;
+    std::wstring server2;
+    std::wstring server3;
+    std::wstring file;
+
+    bool operator==(const TftpServerDetails&) const = default;
+};
+
+/// The values of the administrator's configuration file on the call-control server: read-only towards the user, not
+/// machine-local, and with a copy kept on disk. The adapter puts the store into the chain after its first download.
+///
+/// The file travels over HTTP or HTTPS from the server's TFTP service ports. Any thread, unless an operation says
+/// otherwise. Must be held by a shared reference.
+class TftpConfigStore : public ConfigStore,
+                        public ConfigStoreManager_Observer,
+                        public std::enable_shared_from_this<TftpConfigStore> {
+public:
+    /// Where the download stands. The numbers are part of the log.
+    enum QueryState : std::int32_t {
+        NOT_STARTED = 0,      ///< no cycle has begun
+        IN_PROGRESS = 1,      ///< a cycle is running
+        CANCELLED = 2,        ///< never assigned
+        RESTART_PENDING = 3,  ///< new server details arrived during a cycle
+        FINISHED = 4,         ///< the last cycle has ended, with or without a file
+    };
+
+    /// Also removes the copy of the server's file that earlier versions kept in the configuration directory.
+    /// @param server1, server2, server3 addresses; empty for none. @param file its name on the server.
+    TftpConfigStore(std::shared_ptr<UnifiedFactory> factory, std::string name, std::int32_t priority,
+                    std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file);
+
+    /// A miss for "CertificateValidationEnabled", whatever the file holds: the server cannot turn off the check of its
+    /// own certificate. Before the first download has ended: answers all the same, with a level 4 line.
+    bool getValue(const std::wstring& key, std::wstring& value) override;
+
+    /// Works although the store is read-only towards the chain. Always true.
+    bool storeValue(const std::wstring& key, const std::wstring& value) override;
+    std::vector<std::wstring> getKeys() override;
+    bool removeValue(const std::wstring& key) override;
+
+    /// Leaves the values alone, with a level 3 line.
+    void removeAllValues() override;
+    bool isReadOnly() override;
+    std::string getName() override;
+    std::int32_t getPriority() override;
+
+    /// Writes nothing, with a level 3 line.
+    void persistValues() override;
+    void destroy() override;
+    bool isLocal() override;
+
+    /// Waits until a download that is under way has ended. Always true.
+    bool waitForStoreReady() override;
+    bool shouldCacheConfigStore() override;
+
+    /// Asks the whole chain, not this store. @param storeName receives the name of the store that answered. The flag
+    /// is ignored. @return true if the value is not empty.
+    virtual bool getConfigStoreValue(const std::wstring& key, std::wstring& value, std::wstring& storeName, bool flag);
+
+    void onConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue, bool isOverridden,
+                                bool isDefined, std::wstring valueStoreName, std::wstring originalValueStoreName,
+                                bool silent) override;
+    void onFireIfRequired(std::wstring key) override;
+    void onSensitiveKeyAddedOrUpdated(std::wstring key) override;
+
+    /// True once any server details have been acted on.
+    bool isTftpConfigured() const;
+
+    /// Forgets the addresses and the file name, so that the next ones count as new. The values stay.
+    void clearCachedAddresses();
+
+    /// The addresses and the file name last seen, for tests and the tool.
+    TftpServerDetails lastServerDetails() const;
+
+    /// Starts a download if a server is known.
+    void attemptDownloadFromCachedAddress();
+
+    /// @param observer told of each finished download until it is removed; counts once; null is ignored.
+    void addObserver(TftpConfigStoreObserver* observer);
+
+    /// Waits for a report that is under way on another thread. Null and an unknown observer are ignored.
+    void removeObserver(TftpConfigStoreObserver* observer);
+
+    /// Marks keys as sensitive in the feature set.
+    void setSensitiveKeys(const SensitiveKeySet& keys);
+
+    /// Writes all values into one level 4 line, those of sensitive keys masked.
+    /// @param sensitiveKeys counts besides what the feature set knows.
+    void logConfigMap(const SensitiveKeySet& sensitiveKeys);
+
+private:
+    static TesselLogger* logger();
+    static void removeLegacyTftpCachedFile();
+
+    std::atomic<QueryState> currentQueryState_ = NOT_STARTED;
+    const std::int32_t priority_;
+    const std::string name_;
+    GuardedValue<TftpServerDetails> lastServerDetails_;
+    tessel::Mutex observerMutex_;
+    tessel::Mutex valuesMutex_;
+    ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
+    std::atomic<bool> tftpConfigured_ = false;
+    std::set<TftpConfigStoreObserver*> observers_ TESSEL_GUARDED_BY(observerMutex_);
+    const std::shared_ptr<UnifiedFactory> factory_;
+};

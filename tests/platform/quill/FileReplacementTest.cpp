@@ -1,0 +1,390 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <latch>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "fakes/RecordingLogSink.h"
+#include "fakes/TemporaryDirectory.h"
+#include "impl/quill/SiblingFile.h"
+#include "quill/FileUtils.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+namespace QuillCoreUtils {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FileReplacement : public testing::Test {
+protected:
+    std::string path(const std::string& name) const { return directory_.path(name); }
+
+    struct stat statusOf(const std::string& name) const {
+        struct stat status {};
+        EXPECT_EQ(lstat(path(name).c_str(), &status), 0);
+        return status;
+    }
+
+    unsigned modeOf(const std::string& name) const { return statusOf(name).st_mode & 07777U; }
+
+    std::vector<std::string> names() const {
+        std::vector<std::string> names;
+        for (const auto& entry : fs::directory_iterator(directory_.path())) {
+            names.push_back(entry.path().filename().string());
+        }
+        return names;
+    }
+
+    bool copy(const std::string& from, const std::string& to, bool failIfExists = false) const {
+        return FileUtils::copyFile(path(from), path(to), failIfExists);
+    }
+
+    int move(const std::string& from, const std::string& to, bool failIfExists = false) const {
+        return FileUtils::moveFile(path(from), path(to), failIfExists);
+    }
+
+    const fakes::TemporaryDirectory directory_;
+    const fakes::ScopedRecordingLog log_;
+};
+
+TEST_F(FileReplacement, CopiesIntoANewFileForTheOwnerOnly) {
+    directory_.write("from", "contents");
+    fs::permissions(path("from"), fs::perms(0666));
+    EXPECT_TRUE(copy("from", "to"));
+    EXPECT_EQ(directory_.read("to"), "contents");
+    EXPECT_EQ(modeOf("to"), 0600U);
+    EXPECT_EQ(directory_.read("from"), "contents");
+    EXPECT_THAT(log_->lines(), IsEmpty());
+}
+
+TEST_F(FileReplacement, CopiesOverAFileAndKeepsItsPermissions) {
+    directory_.write("from", std::string(300000, 'x'));
+    directory_.write("to", "old");
+    fs::permissions(path("to"), fs::perms(0640));
+    EXPECT_TRUE(copy("from", "to"));
+    EXPECT_EQ(directory_.read("to"), std::string(300000, 'x'));
+    EXPECT_EQ(modeOf("to"), 0640U);
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "to"));
+}
+
+TEST_F(FileReplacement, KeepsTheOwnerOfTheDestination) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may give files away";
+    }
+    directory_.write("from", "new");
+    directory_.write("to", "old");
+    ASSERT_EQ(chown(path("to").c_str(), 12345, 23456), 0);
+    EXPECT_TRUE(copy("from", "to"));
+    EXPECT_EQ(statusOf("to").st_uid, 12345U);
+    EXPECT_EQ(statusOf("to").st_gid, 23456U);
+}
+
+TEST_F(FileReplacement, NeverWritesIntoTheFileThatIsThere) {
+    directory_.write("from", "new");
+    directory_.write("to", "old");
+    fs::create_hard_link(path("to"), path("second name"));
+    EXPECT_TRUE(copy("from", "to"));
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_EQ(directory_.read("second name"), "old");
+}
+
+TEST_F(FileReplacement, CopiesAFileOntoItself) {
+    directory_.write("file", "contents");
+    EXPECT_TRUE(copy("file", "file"));
+    EXPECT_EQ(directory_.read("file"), "contents");
+}
+
+TEST_F(FileReplacement, CopiesOverAnExistingFileOnlyIfAllowed) {
+    directory_.write("from", "new");
+    directory_.write("to", "old");
+    EXPECT_FALSE(copy("from", "to", true));
+    EXPECT_EQ(directory_.read("to"), "old");
+    EXPECT_THAT(log_->texts(3), ElementsAre("cannot copy [" + path("from") + "] to [" + path("to") + "]: File exists"));
+    EXPECT_TRUE(copy("from", "new", true));
+    EXPECT_EQ(directory_.read("new"), "new");
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "to", "new"));
+}
+
+TEST_F(FileReplacement, WritesWhereALinkLeads) {
+    directory_.write("from", "new");
+    directory_.write("folder/target", "old");
+    fs::permissions(path("folder/target"), fs::perms(0644));
+    fs::create_symlink("folder/target", path("inner"));
+    fs::create_symlink(path("inner"), path("outer"));
+    EXPECT_TRUE(copy("from", "outer"));
+    EXPECT_TRUE(fs::is_symlink(path("outer")));
+    EXPECT_TRUE(fs::is_symlink(path("inner")));
+    EXPECT_EQ(directory_.read("folder/target"), "new");
+    EXPECT_EQ(modeOf("folder/target"), 0644U);
+}
+
+TEST_F(FileReplacement, MakesTheMissingTargetOfALink) {
+    directory_.write("from", "new");
+    fs::create_symlink("target", path("link"));
+    EXPECT_TRUE(copy("from", "link"));
+    EXPECT_TRUE(fs::is_symlink(path("link")));
+    EXPECT_EQ(directory_.read("target"), "new");
+}
+
+TEST_F(FileReplacement, GivesUpOnLinksThatLeadInACircle) {
+    directory_.write("from", "new");
+    fs::create_symlink("b", path("a"));
+    fs::create_symlink("a", path("b"));
+    EXPECT_FALSE(copy("from", "a"));
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "a", "b"));
+}
+
+TEST_F(FileReplacement, RefusesADestinationThatIsNoFile) {
+    directory_.write("from", "new");
+    fs::create_directory(path("folder"));
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(copy("from", "folder"));
+    EXPECT_FALSE(copy("from", "pipe"));
+    EXPECT_FALSE(FileUtils::copyFile(path("from"), "/dev/full", false));
+    EXPECT_FALSE(FileUtils::writeFileAtomically("/dev/full", "new"));
+    EXPECT_TRUE(fs::is_directory(path("folder")));
+    EXPECT_TRUE(fs::is_fifo(path("pipe")));
+    EXPECT_TRUE(fs::is_character_file("/dev/full"));
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "folder", "pipe"));
+    EXPECT_EQ(log_->texts(3).size(), 4U);
+}
+
+TEST_F(FileReplacement, RefusesADestinationThatCannotBe) {
+    directory_.write("from", "new");
+    EXPECT_FALSE(copy("from", "from/below"));
+    EXPECT_FALSE(copy("from", "missing/to"));
+    EXPECT_FALSE(copy("from", std::string(256, 'n')));
+    EXPECT_FALSE(FileUtils::copyFile(path("from"), "", false));
+    EXPECT_THAT(names(), ElementsAre("from"));
+    EXPECT_EQ(log_->texts(3).size(), 4U);
+}
+
+TEST_F(FileReplacement, TakesTheLongestNameThereIs) {
+    const std::string name(255, 'n');
+    directory_.write("from", "new");
+    EXPECT_TRUE(copy("from", name));
+    EXPECT_EQ(directory_.read(name), "new");
+}
+
+TEST_F(FileReplacement, RefusesASourceThatIsNoFile) {
+    directory_.write("to", "old");
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    EXPECT_FALSE(copy("missing", "to"));
+    EXPECT_FALSE(copy("pipe", "to"));
+    EXPECT_FALSE(FileUtils::copyFile(directory_.path(), path("to"), false));
+    EXPECT_FALSE(FileUtils::copyFile("/dev/zero", path("to"), false));
+    EXPECT_EQ(directory_.read("to"), "old");
+    EXPECT_THAT(names(), UnorderedElementsAre("to", "pipe"));
+}
+
+TEST_F(FileReplacement, RemovesWhatDeadProcessesLeftAndNothingElse) {
+    directory_.write("from", "new");
+    directory_.write(".to.1.1.new", "half");
+    directory_.write(".to." + std::to_string(getpid()) + ".999999.new", "half");
+    const std::vector<std::string> kept = {".to.new",         ".to.1.new",  ".to.1.x.new",
+                                           ".to.1.1.new.xml", "to.1.1.new", ".to.1..new",
+                                           ".other.1.1.new",  ".to..1.new", ".to.1.1.1.new"};
+    for (const std::string& name : kept) {
+        directory_.write(name, "kept");
+    }
+    EXPECT_TRUE(copy("from", "to"));
+    for (const std::string& name : kept) {
+        EXPECT_EQ(directory_.read(name), "kept") << name;
+    }
+    EXPECT_EQ(names().size(), kept.size() + 2);
+}
+
+TEST_F(FileReplacement, LeavesASiblingThatIsAtWork) {
+    directory_.write("from", "new");
+    SiblingFile other(path("to"));
+    ASSERT_EQ(other.create(), 0);
+    ASSERT_EQ(other.append("other"), 0);
+    EXPECT_TRUE(copy("from", "to"));
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_EQ(other.becomeDestination(false), 0);
+    EXPECT_EQ(directory_.read("to"), "other");
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "to"));
+}
+
+TEST_F(FileReplacement, NamesASiblingSoThatNoSearchForDocumentsFindsIt) {
+    SiblingFile sibling(path("to.xml"));
+    ASSERT_EQ(sibling.create(), 0);
+    EXPECT_THAT(names(), ElementsAre(testing::MatchesRegex("\\.to\\.xml\\.[0-9]+\\.[0-9]+\\.new")));
+    EXPECT_EQ(modeOf(names().front()), 0600U);
+}
+
+TEST_F(FileReplacement, LetsOnlyOneOfManyThreadsMakeANewFile) {
+    constexpr std::size_t count = 4;
+    std::latch start(count);
+    std::vector<int> made(count, 0);
+    std::vector<std::thread> threads;
+    for (std::size_t i = 0; i < count; ++i) {
+        directory_.write("from" + std::to_string(i), std::to_string(i));
+        threads.emplace_back([&, i] {
+            start.arrive_and_wait();
+            made[i] = copy("from" + std::to_string(i), "to", true);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    ASSERT_EQ(std::count(made.begin(), made.end(), 1), 1);
+    EXPECT_EQ(directory_.read("to"), std::to_string(std::find(made.begin(), made.end(), 1) - made.begin()));
+    EXPECT_EQ(names().size(), count + 1);
+}
+
+TEST_F(FileReplacement, WritesContentsWithTheSamePromise) {
+    EXPECT_TRUE(FileUtils::writeFileAtomically(path("to"), std::string("a\0b", 3)));
+    EXPECT_EQ(directory_.read("to"), std::string("a\0b", 3));
+    EXPECT_EQ(modeOf("to"), 0600U);
+    fs::permissions(path("to"), fs::perms(0644));
+    EXPECT_TRUE(FileUtils::writeFileAtomically(path("to"), ""));
+    EXPECT_EQ(directory_.read("to"), "");
+    EXPECT_EQ(modeOf("to"), 0644U);
+    EXPECT_FALSE(FileUtils::writeFileAtomically(path("to/below"), "x"));
+    EXPECT_EQ(log_->count(3, "cannot write [" + path("to/below") + "]: Not a directory"), 1U);
+}
+
+TEST_F(FileReplacement, PutsAFinishedSiblingInPlace) {
+    directory_.write("to.new", "new");
+    fs::permissions(path("to.new"), fs::perms(0666));
+    EXPECT_TRUE(FileUtils::replaceFileDurably(path("to.new"), path("to")));
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_EQ(modeOf("to"), 0600U);
+    EXPECT_THAT(names(), ElementsAre("to"));
+}
+
+TEST_F(FileReplacement, PutsAFinishedSiblingInPlaceWithThePermissionsOfTheOldFile) {
+    directory_.write("to", "old");
+    fs::permissions(path("to"), fs::perms(0644));
+    fs::create_symlink("to", path("link"));
+    EXPECT_TRUE(FileUtils::replaceFileDurably(directory_.write("to.new", "new"), path("link")));
+    EXPECT_TRUE(fs::is_symlink(path("link")));
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_EQ(modeOf("to"), 0644U);
+    EXPECT_THAT(names(), UnorderedElementsAre("to", "link"));
+}
+
+TEST_F(FileReplacement, RemovesAFinishedSiblingThatCannotBePutInPlace) {
+    fs::create_directory(path("folder"));
+    EXPECT_FALSE(FileUtils::replaceFileDurably(directory_.write("a.new", "new"), path("folder")));
+    EXPECT_FALSE(FileUtils::replaceFileDurably(directory_.write("b.new", "new"), path("missing/to")));
+    EXPECT_FALSE(FileUtils::replaceFileDurably(path("missing"), path("to")));
+    EXPECT_THAT(names(), ElementsAre("folder"));
+    EXPECT_EQ(
+        log_->count(3, "cannot move [" + path("missing") + "] to [" + path("to") + "]: No such file or directory"), 1U);
+}
+
+TEST_F(FileReplacement, MovesAFile) {
+    directory_.write("from", "new");
+    fs::permissions(path("from"), fs::perms(0640));
+    directory_.write("to", "old");
+    EXPECT_EQ(move("from", "to"), 0);
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_EQ(modeOf("to"), 0640U);
+    EXPECT_THAT(names(), ElementsAre("to"));
+    EXPECT_THAT(log_->lines(), IsEmpty());
+}
+
+TEST_F(FileReplacement, MovesOverAnExistingFileOnlyIfAllowed) {
+    directory_.write("from", "new");
+    directory_.write("to", "old");
+    EXPECT_EQ(move("from", "to", true), EEXIST);
+    EXPECT_EQ(directory_.read("from"), "new");
+    EXPECT_EQ(directory_.read("to"), "old");
+    EXPECT_THAT(log_->texts(3), ElementsAre("cannot move [" + path("from") + "] to [" + path("to") + "]: File exists"));
+    EXPECT_EQ(move("from", "free", true), 0);
+    EXPECT_EQ(directory_.read("free"), "new");
+}
+
+TEST_F(FileReplacement, MovesALinkAsALink) {
+    directory_.write("target", "contents");
+    fs::create_symlink("target", path("link"));
+    EXPECT_EQ(move("link", "moved"), 0);
+    EXPECT_TRUE(fs::is_symlink(path("moved")));
+    EXPECT_THAT(names(), UnorderedElementsAre("target", "moved"));
+}
+
+TEST_F(FileReplacement, GivesTheErrorOfAMoveThatFailed) {
+    directory_.write("from", "new");
+    fs::create_directory(path("folder"));
+    EXPECT_EQ(move("missing", "to"), ENOENT);
+    EXPECT_EQ(move("folder", "to"), EISDIR);
+    EXPECT_EQ(move("from", "folder"), EISDIR);
+    EXPECT_EQ(move("from", "from/below"), ENOTDIR);
+    EXPECT_EQ(move("from", std::string(256, 'n')), ENAMETOOLONG);
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "folder"));
+}
+
+/// A folder on another file system than the temporary one.
+class FolderElsewhere {
+public:
+    FolderElsewhere() {
+        char pattern[] = "/dev/shm/corvid-test-XXXXXX";
+        if (const char* const made = mkdtemp(pattern)) {
+            path_ = made;
+        }
+    }
+    ~FolderElsewhere() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+
+    bool isElsewhereThan(const std::string& other) const {
+        struct stat own {};
+        struct stat others {};
+        return stat(path_.c_str(), &own) == 0 && stat(other.c_str(), &others) == 0 && own.st_dev != others.st_dev;
+    }
+
+    std::string path(const std::string& name) const { return path_ + "/" + name; }
+
+private:
+    std::string path_ = "/nowhere";
+};
+
+std::string contentsOf(const std::string& path) {
+    std::string contents;
+    EXPECT_TRUE(FileUtils::readFile(path, contents));
+    return contents;
+}
+
+TEST_F(FileReplacement, MovesAcrossFileSystems) {
+    const FolderElsewhere elsewhere;
+    if (!elsewhere.isElsewhereThan(directory_.path())) {
+        GTEST_SKIP() << "this machine has one file system only";
+    }
+    fs::permissions(directory_.write("from", "new"), fs::perms(0640));
+    EXPECT_EQ(FileUtils::moveFile(path("from"), elsewhere.path("to"), true), 0);
+    EXPECT_EQ(contentsOf(elsewhere.path("to")), "new");
+    EXPECT_EQ(static_cast<unsigned>(fs::status(elsewhere.path("to")).permissions()), 0640U);
+    EXPECT_FALSE(directory_.exists("from"));
+    directory_.write("from", "newer");
+    EXPECT_EQ(FileUtils::moveFile(path("from"), elsewhere.path("to"), true), EEXIST);
+    EXPECT_EQ(contentsOf(elsewhere.path("to")), "new");
+    EXPECT_EQ(FileUtils::moveFile(path("from"), elsewhere.path("to"), false), 0);
+    EXPECT_EQ(contentsOf(elsewhere.path("to")), "newer");
+}
+
+TEST_F(FileReplacement, PutsAFinishedSiblingWhereALinkLeadsAcrossFileSystems) {
+    const FolderElsewhere elsewhere;
+    if (!elsewhere.isElsewhereThan(directory_.path())) {
+        GTEST_SKIP() << "this machine has one file system only";
+    }
+    fs::create_symlink(elsewhere.path("target"), path("link"));
+    EXPECT_TRUE(FileUtils::replaceFileDurably(directory_.write("to.new", "new"), path("link")));
+    EXPECT_EQ(contentsOf(elsewhere.path("target")), "new");
+    EXPECT_THAT(names(), ElementsAre("link"));
+}
+
+}  // namespace
+}  // namespace QuillCoreUtils

@@ -1,0 +1,106 @@
+#include "AdapterFixture.h"
+
+using testing::Contains;
+using testing::Not;
+
+namespace {
+
+class Refresh : public AdapterFixture {};
+
+}  // namespace
+
+TEST_F(Refresh, BeforeTheStartRunsAndAddsTheStores) {
+    inject();
+    const auto local = storeNamed("LocalFileConfigStore");
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_THAT(chain(), Contains("TftpOverrideConfigStore"));
+    EXPECT_THAT(chain(), Contains("InMemoryConfigStore"));
+    EXPECT_NE(storeNamed("LocalFileConfigStore"), nullptr);
+    EXPECT_NE(storeNamed("LocalFileConfigStore"), local);
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
+}
+
+TEST_F(Refresh, LeavesTheFeatureSetStarted) {
+    injectAndStart();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+    EXPECT_EQ(monitor->removed, 0);
+}
+
+TEST_F(Refresh, ForgetsValuesInMemoryAndKeepsPersistedOnes) {
+    injectAndStart();
+    adapter()->setInMemoryConfig(L"mem", L"m");
+    adapter()->setConfig(L"key", L"value");
+    tasks->runAll();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"mem"), L"<none>");
+    EXPECT_EQ(get(L"key"), L"value");
+}
+
+TEST_F(Refresh, KeepsAValueThatIsNotYetPersisted) {
+    injectAndStart();
+    adapter()->setConfig(L"key", L"value");
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"key"), L"value");
+}
+
+TEST_F(Refresh, RemovesStoresFromOutsideThatAreNotLocal) {
+    injectAndStart();
+    const auto remote = std::make_shared<fakes::ScriptedStore>("Remote", 30);
+    remote->remote();
+    adapter()->addConfigStore(remote);
+    adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("Local", 31));
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_THAT(chain(), Not(Contains("Remote")));
+    EXPECT_THAT(chain(), Contains("Local"));
+}
+
+TEST_F(Refresh, KeepsACachedStoreThatIsNoLongerListed) {
+    writeLocal({{"PrimaryConfigStores", "Server:230;"}});
+    injectAndStart();
+    adapter()->setConfig(L"PrimaryConfigStores", L"");
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_THAT(chain(), Contains("cachedServer.xml"));
+}
+
+TEST_F(Refresh, SeesProductModeInTheDefaultsFile) {
+    writeDefaults({{"ProductMode", "Phone_Mode"}});
+    writeLocal({{"PrimaryConfigStores", "PresenceConfigStore:230;"}});
+    injectAndStart();
+    // The constructor read the mode before the defaults file was there.
+    EXPECT_THAT(chain(), Contains("cachedPresenceConfigStore.xml"));
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(Refresh, WorksOutTheFlagsIfThereAreCacheFiles) {
+    writeDefaults({{"Telephony_Enabled", "default"}});
+    writeLocal({{"CtiServer1", "host"}});
+    injectAndStart();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"Telephony_Enabled"), L"default");
+    writeCache("cachedAny.xml", {});
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"Telephony_Enabled"), L"true");
+}
+
+TEST_F(Refresh, AppliesTheServerPolicy) {
+    injectAndStart();
+    adapter()->setConfig(L"CtiServer1", L"user's");
+    writeOverride({{"customize_phone_server", "false"}});
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"CtiServer1"), L"<none>");
+}
+
+TEST_F(Refresh, ResetsOnTheCallersThread) {
+    injectAndStart();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_THAT(dispatcher->allNames(), Not(Contains("ConfigStoreManager::reset (block)")));
+}
+
+TEST_F(Refresh, IsReachedThroughTheService) {
+    injectAndStart();
+    adapter()->setInMemoryConfig(L"mem", L"m");
+    std::dynamic_pointer_cast<ConfigServiceImpl>(service())->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"mem"), L"<none>");
+}

@@ -1,0 +1,115 @@
+#include "AdapterFixture.h"
+
+using testing::Contains;
+using testing::Not;
+
+namespace {
+
+/// A change of the user's profile counts if it removes the copy of the server's values.
+class UserProfile : public AdapterFixture {
+protected:
+    void startWithProfile(const std::string& profile) {
+        Values values = {{"PrimaryConfigStores", "TFTPConfigStore:240;"}};
+        if (!profile.empty()) {
+            values["LastLoadedUserProfile"] = profile;
+        }
+        writeLocal(values);
+        writeCache("cachedTFTPConfigStore.xml", {{"key", "value"}});
+        injectAndStart();
+    }
+
+    void changeTo(const std::wstring& profile) {
+        adapter()->setConfig(L"LastLoadedUserProfile", profile);
+        systemService->userProfileChanged();
+    }
+
+    bool serverValuesAreThere() const { return manager()->containsStore("cachedTFTPConfigStore.xml"); }
+
+    /// Puts the remote store's copy back, as a download would.
+    void addServerValues() {
+        adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("cachedTFTPConfigStore.xml", 240));
+    }
+};
+
+}  // namespace
+
+TEST_F(UserProfile, FromNoneToOneRemovesNothing) {
+    startWithProfile("");
+    changeTo(L"a");
+    EXPECT_TRUE(serverValuesAreThere());
+}
+
+TEST_F(UserProfile, FromOneToAnotherRemovesTheServersValuesItsFileAndItsEntry) {
+    startWithProfile("a");
+    changeTo(L"b");
+    EXPECT_FALSE(serverValuesAreThere());
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(UserProfile, LeavesTheRemoteSourceOn) {
+    startWithProfile("a");
+    adapter()->startTftpConfigSource();
+    changeTo(L"b");
+    EXPECT_NE(adapter()->getTftpConfigStore(), nullptr);
+}
+
+TEST_F(UserProfile, ReportedWithoutAChangeRemovesNothing) {
+    startWithProfile("a");
+    systemService->userProfileChanged();
+    EXPECT_TRUE(serverValuesAreThere());
+}
+
+TEST_F(UserProfile, ThatDiffersOnlyInCaseCounts) {
+    startWithProfile("a");
+    changeTo(L"A");
+    EXPECT_FALSE(serverValuesAreThere());
+}
+
+TEST_F(UserProfile, ToEmptyCountsAndTheNextOneDoesNot) {
+    startWithProfile("a");
+    changeTo(L"");
+    EXPECT_FALSE(serverValuesAreThere());
+    addServerValues();
+    changeTo(L"c");
+    EXPECT_TRUE(serverValuesAreThere());
+}
+
+TEST_F(UserProfile, WhoseKeyIsGoneCountsAsEmpty) {
+    startWithProfile("a");
+    adapter()->resetConfig(L"LastLoadedUserProfile");
+    systemService->userProfileChanged();
+    EXPECT_FALSE(serverValuesAreThere());
+}
+
+TEST_F(UserProfile, IsNotWatchedAfterTheStop) {
+    startWithProfile("a");
+    stop();
+    log->clear();
+    systemService->userProfileChanged();
+    EXPECT_FALSE(log->mentions("Not Started"));
+}
+
+TEST_F(UserProfile, KeepsItsFormerValueOverARestartIfTheKeyIsAbsentThen) {
+    startWithProfile("a");
+    adapter()->resetConfig(L"LastLoadedUserProfile");
+    stop();
+    start();
+    changeTo(L"b");
+    EXPECT_FALSE(serverValuesAreThere());
+}
+
+TEST_F(UserProfile, IsWatchedOnceAfterDestroyAndStart) {
+    startWithProfile("a");
+    adapter()->Destroy();
+    start();
+    log->clear();
+    changeTo(L"b");
+    EXPECT_FALSE(serverValuesAreThere());
+    // A second connection would read the key once more.
+    std::size_t reads = 0;
+    for (const auto& line : log->lines()) {
+        reads += line.text.rfind("key : [LastLoadedUserProfile]", 0) == 0 ? 1 : 0;
+    }
+    EXPECT_LE(reads, 2U);
+}
