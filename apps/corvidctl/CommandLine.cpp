@@ -48,9 +48,31 @@ std::string namesOfCommands() {
     return names;
 }
 
+const CommandShape& shapeOf(std::string_view name) {
+    return *std::find_if(COMMANDS.begin(), COMMANDS.end(),
+                         [name](const CommandShape& shape) { return name == shape.name; });
+}
+
 std::string usageOf(const CommandShape& shape) {
     return "corvidctl " + std::string(shape.name) + (*shape.arguments == '\0' ? "" : " ") + shape.arguments;
 }
+
+/// The help, with each command's arguments as they are called in its messages.
+class HelpFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App* app, std::string) const override {
+        const std::string usage = app->get_parent() == nullptr ? "COMMAND [arguments]" : usageWords(app->get_name());
+        return "Usage: corvidctl [global options] " + usage + "\n";
+    }
+
+    std::string make_positionals(const CLI::App*) const override { return {}; }
+
+private:
+    static std::string usageWords(const std::string& command) {
+        const std::string usage = usageOf(shapeOf(command));
+        return usage.substr(usage.find(' ') + 1);
+    }
+};
 
 void addGlobalOptions(CLI::App& app, Invocation& invocation) {
     app.add_option("--config-dir", invocation.configDirectory,
@@ -120,32 +142,35 @@ std::string emptyOption(const CLI::App& app) {
     return {};
 }
 
+/// What to say about a word that no option and no command took.
+CommandLine unknownWord(const std::string& word) {
+    const bool isOption = word.size() > 1 && word.front() == '-';
+    return wrongUse(isOption ? "unknown option '" + word + "', expected one that --help lists"
+                             : "unknown command '" + word + "', expected one of: " + namesOfCommands());
+}
+
+/// The option of a word like "--name=", for which the parser would take the next word as the value; else empty.
+std::string optionWithoutValue(const std::string& word) {
+    const bool isOne = word.size() > 3 && word.compare(0, 2, "--") == 0 && word.find('=') == word.size() - 1;
+    return isOne ? word.substr(0, word.size() - 1) : std::string();
+}
+
 CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const std::vector<CLI::App*> commands = app.get_subcommands();
+    if (const std::vector<std::string> words = app.remaining(true); !words.empty()) {
+        return unknownWord(words.front());
+    }
     if (commands.empty()) {
-        const std::vector<std::string> words = app.remaining();
-        if (words.empty()) {
-            return wrongUse("COMMAND is missing, expected one of: " + namesOfCommands());
-        }
-        const bool isOption = words.front().size() > 1 && words.front().front() == '-';
-        return wrongUse(isOption ? "unknown option '" + words.front() + "', expected one that --help lists"
-                                 : "unknown command '" + words.front() + "', expected one of: " + namesOfCommands());
+        return wrongUse("COMMAND is missing, expected one of: " + namesOfCommands());
     }
-    if (!app.remaining().empty()) {
-        return wrongUse("unknown option '" + app.remaining().front() + "', expected one that --help lists");
-    }
-
     if (const std::string problem = emptyOption(app); !problem.empty()) {
         return wrongUse(problem);
     }
 
     const CLI::App& command = *commands.front();
     invocation.command = command.get_name();
-    const auto shape = std::find_if(COMMANDS.begin(), COMMANDS.end(), [&invocation](const CommandShape& candidate) {
-        return invocation.command == candidate.name;
-    });
     invocation.storeGiven = invocation.command == "list" && command.count("--store") > 0;
-    if (const std::string problem = mismatch(*shape, invocation.arguments); !problem.empty()) {
+    if (const std::string problem = mismatch(shapeOf(invocation.command), invocation.arguments); !problem.empty()) {
         return wrongUse(problem);
     }
 
@@ -157,14 +182,26 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
 }  // namespace
 
 CommandLine readCommandLine(int argc, const char* const* argv) {
+    // What follows two dashes is no option; the parser would take it for one inside a command.
+    const char* const* const end = argv + argc;
+    const char* const* const dashes =
+        std::find_if(argv, end, [](const char* word) { return std::string_view(word) == "--"; });
+    for (const char* const* word = argv; word != dashes; ++word) {
+        if (const std::string option = optionWithoutValue(*word); !option.empty()) {
+            return wrongUse(option + " is empty, expected a value");
+        }
+    }
+
     Invocation invocation;
     CLI::App app("Looks into, tries out and drives the configuration service.", "corvidctl");
+    app.formatter(std::make_shared<HelpFormatter>());
     app.set_version_flag("--version", "corvidctl " CORVID_VERSION);
     app.require_subcommand(0, 1);
     addGlobalOptions(app, invocation);
     for (const CommandShape& shape : COMMANDS) {
         CLI::App* const command = app.add_subcommand(shape.name, shape.summary);
-        command->fallthrough();
+        command->group("Commands")->fallthrough();
+        command->footer("corvidctl --help lists the global options.");
         addCommandOptions(*command, shape.name, invocation);
         command->add_option("arguments", invocation.arguments, shape.arguments)
             ->type_name("")
@@ -173,7 +210,7 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
     app.allow_extras();
 
     try {
-        app.parse(argc, argv);
+        app.parse(static_cast<int>(dashes - argv), argv);
     } catch (const CLI::CallForHelp&) {
         const std::vector<CLI::App*> commands = app.get_subcommands();
         return printed(commands.empty() ? app.help() : commands.front()->help());
@@ -181,6 +218,9 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
         return printed(std::string(version.what()) + "\n");
     } catch (const CLI::ParseError& error) {
         return wrongUse(error.what());
+    }
+    if (dashes != end) {
+        invocation.arguments.insert(invocation.arguments.end(), dashes + 1, end);
     }
     return fromParsed(app, std::move(invocation));
 }

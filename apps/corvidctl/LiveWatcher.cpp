@@ -109,8 +109,8 @@ void LiveWatcher::betweenReports(const std::wstring& key, bool silent) {
     const std::weak_ptr<LiveWatcher> weak = weak_from_this();
     onDispatcher([weak, key, silent] {
         if (const std::shared_ptr<LiveWatcher> self = weak.lock(); self != nullptr && self->started_) {
-            self->flush(key);
             self->follow(key, silent);
+            self->flush(key);
         }
     });
 }

@@ -4,7 +4,6 @@
 
 #include <cerrno>
 #include <filesystem>
-#include <stdexcept>
 #include <system_error>
 
 namespace corvidctl {
@@ -12,15 +11,14 @@ namespace corvidctl {
 namespace fs = std::filesystem;
 
 ProfileCopy::ProfileCopy(const std::string& profile) {
-    if (!fs::is_directory(profile)) {
-        throw std::runtime_error("no profile to show in " + profile);
-    }
     std::string path = (fs::temp_directory_path() / "corvid-demo-XXXXXX").string();
     if (mkdtemp(path.data()) == nullptr) {
         throw std::system_error(errno, std::generic_category(), path);
     }
     path_ = path;
-    fs::copy(profile, path_, fs::copy_options::recursive);
+    if (fs::exists(profile)) {
+        fs::copy(profile, path_, fs::copy_options::recursive);
+    }
 }
 
 ProfileCopy::~ProfileCopy() {

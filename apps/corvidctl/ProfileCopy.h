@@ -4,10 +4,11 @@
 
 namespace corvidctl {
 
-/// A copy of a configuration directory in a fresh temporary place, removed at the end.
+/// A copy of a configuration directory in a fresh temporary place, removed at the end. One that is missing counts as an
+/// empty one.
 class ProfileCopy {
 public:
-    /// @throws std::runtime_error (std::filesystem::filesystem_error) with one line if it cannot be copied.
+    /// @throws std::system_error with one line if it cannot be copied.
     explicit ProfileCopy(const std::string& profile);
     ~ProfileCopy();
 

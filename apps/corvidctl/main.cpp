@@ -1,9 +1,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <exception>
 #include <iostream>
+#include <string>
 #include <string_view>
 
 #include "CommandLine.h"
@@ -63,7 +66,12 @@ int main(int argc, char** argv) {
     output.colours = invocation.colours;
     try {
         const int status = runCommand(invocation, output);
+        errno = 0;
         std::cout.flush();
+        if (!std::cout && errno != 0 && errno != EPIPE) {  // a reader that has had enough is no failure
+            printError(output, std::string("the output could not be written: ") + std::strerror(errno));
+            return Status::AnswerIsNo;
+        }
         return status;
     } catch (const std::exception& error) {
         printError(output, error.what());

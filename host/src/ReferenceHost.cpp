@@ -60,8 +60,7 @@ struct ReferenceHost::Parts {
         std::make_shared<TesselSystemMonitor::SystemMonitorImpl>();
     std::shared_ptr<SystemServiceImpl> systemService = std::make_shared<SystemServiceImpl>();
     std::shared_ptr<DlModuleLoader> moduleLoader = std::make_shared<DlModuleLoader>();
-    std::shared_ptr<UnifiedFactory> factory =
-        std::make_shared<UnifiedFactory>(dispatcher, persistQueue, moduleLoader);
+    std::shared_ptr<UnifiedFactory> factory = std::make_shared<UnifiedFactory>(dispatcher, persistQueue, moduleLoader);
 };
 
 ReferenceHost::ReferenceHost(Options options) : options_(std::move(options)) {}
@@ -134,7 +133,8 @@ bool ReferenceHost::putModuleIn() {
         return false;
     }
     if (service() == nullptr || parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID) == nullptr) {
-        failure_ = "no configuration service came from the module " + options_.modulePath;
+        failure_ = "the module brought no configuration service" +
+                   (options_.modulePath.empty() ? std::string() : ": " + options_.modulePath);
         return false;
     }
     return true;
@@ -142,8 +142,9 @@ bool ReferenceHost::putModuleIn() {
 
 void ReferenceHost::startFeatureSet() {
     // On the dispatcher thread, so that every report of the start has landed when this returns.
-    runOnDispatcher(
-        [this] { parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID)->StartFeatureSet(CONFIG_SERVICE_ID, nullptr); });
+    runOnDispatcher([this] {
+        parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID)->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    });
 }
 
 void ReferenceHost::stop() {
@@ -206,9 +207,7 @@ void ReferenceHost::persistAll() {
     }
 }
 
-std::shared_ptr<UnifiedFactory> ReferenceHost::factory() const {
-    return parts_ == nullptr ? nullptr : parts_->factory;
-}
+std::shared_ptr<UnifiedFactory> ReferenceHost::factory() const { return parts_ == nullptr ? nullptr : parts_->factory; }
 
 std::shared_ptr<ConfigService> ReferenceHost::service() const {
     return parts_ == nullptr ? nullptr : parts_->factory->getService<ConfigService>();

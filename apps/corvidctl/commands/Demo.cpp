@@ -11,7 +11,9 @@
 #include "quill/StringUtils.h"
 #include "unified/UnifiedFactory.h"
 
+#include <filesystem>
 #include <ostream>
+#include <stdexcept>
 
 namespace corvidctl {
 
@@ -107,11 +109,21 @@ void printChange(const Demonstration& demo, Output& output) {
     }
 }
 
+std::string profileToShow(const Invocation& invocation) {
+    if (!invocation.configDirectory.empty()) {
+        return invocation.host.configDirectory;
+    }
+    const std::string sample = dataDirectory() + "/sample";
+    if (!std::filesystem::is_directory(sample)) {
+        throw std::runtime_error("the sample profile is missing: " + sample);
+    }
+    return sample;
+}
+
 }  // namespace
 
 int runDemo(const Invocation& invocation, Output& output) {
-    const bool ownProfile = !invocation.configDirectory.empty();
-    const ProfileCopy profile(ownProfile ? invocation.host.configDirectory : dataDirectory() + "/sample");
+    const ProfileCopy profile(profileToShow(invocation));
     Invocation onCopy = invocation;
     onCopy.host.configDirectory = profile.path();
 

@@ -1,7 +1,9 @@
 #include <ostream>
 
+#include "ConfigStoreConstants.h"
 #include "Json.h"
 #include "Text.h"
+#include "chain/ConfigMap.h"
 #include "commands/Commands.h"
 #include "quill/StringUtils.h"
 #include "xml/DocumentInspector.h"
@@ -28,6 +30,18 @@ std::vector<std::string> withPlaces(const std::vector<DocumentReport::Finding>& 
     return texts;
 }
 
+/// The module hides these whatever a document says.
+bool isAlwaysSensitive(const std::wstring& key) {
+    using namespace ConfigStoreConstants;
+    const SensitiveKeySet keys = {ADDTIONAL_INFO,
+                                  AD_PASSWORD_KEY,
+                                  AD_USERNAME_KEY,
+                                  BDI_CONNECTION_PASSWORD_STRING,
+                                  BDI_CONNECTION_USERNAME_STRING,
+                                  BDI_CONNECTION_USERDN_STRING};
+    return keys.count(key) != 0;
+}
+
 ValidationView inspect(const std::string& file, bool reveal) {
     const DocumentReport report = inspectDocument(file);
     ValidationView view;
@@ -37,10 +51,11 @@ ValidationView inspect(const std::string& file, bool reveal) {
     view.warnings = withPlaces(report.warnings);
     view.errors = withPlaces(report.errors);
     for (const DocumentReport::Entry& entry : report.entries) {
-        const bool hidden = entry.sensitive && !reveal;
-        view.entries.push_back({QuillCoreUtils::toString(entry.key),
-                                hidden ? "VALUE_HIDDEN" : QuillCoreUtils::toString(entry.value), entry.line,
-                                entry.sensitive, entry.isMarkup});
+        const bool sensitive = entry.sensitive || isAlwaysSensitive(entry.key);
+        const std::wstring& shown =
+            sensitive && !reveal ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : entry.value;
+        view.entries.push_back({QuillCoreUtils::toString(entry.key), QuillCoreUtils::toString(shown), entry.line,
+                                sensitive, entry.isMarkup});
     }
     return view;
 }

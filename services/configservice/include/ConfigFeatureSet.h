@@ -19,15 +19,17 @@
 class ConfigFeatureSet : public FeatureSet {
 public:
     /// Adds a store of the caller's to the chain; one of the same name is replaced. Its keys are reported before the
-    /// call returns. Refused, with a level 2 line, while the feature set is not started. A store named
-    /// "PresenceConfigStore" makes the caller wait for the server's file first, at most 20 seconds.
+    /// call returns on the dispatcher thread, and queued for it from any other. Refused, with a level 2 line, while the
+    /// feature set is not started. A store named "PresenceConfigStore" makes the caller wait for the server's file
+    /// first, at most 20 seconds.
     virtual void addConfigStore(std::shared_ptr<ConfigStore> store) = 0;
 
     /// Takes a store and the cached copy of it out of the chain, its cache file included.
     /// @return true if either was there. Refused, with a level 2 line, while the feature set is not started.
     virtual bool removeConfigStore(const std::string& name) = 0;
 
-    /// Takes every cached store out of the chain and deletes the cache files.
+    /// Takes the cached copies of remote stores out of the chain and deletes all cache files; what a provisioning link
+    /// has set goes on answering until the next start.
     virtual void removeAllCachedConfigStores() = 0;
 
     /// The winning value of a key, aliases included.

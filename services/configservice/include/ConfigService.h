@@ -20,8 +20,8 @@
 /// store brings, changes or loses the key.
 ///
 /// Dispatcher thread only, unless an operation says otherwise; off it an operation throws an exception derived from
-/// std::logic_error before it has touched anything. Without a feature set the forwarding operations do nothing and
-/// answer false.
+/// std::logic_error before it has touched anything. The registration of observers and the notifiers are not checked;
+/// the thread is the caller's duty there. Without a feature set the forwarding operations do nothing and answer false.
 class ConfigService : public virtual UnifiedService {
 public:
     virtual void addObserver(std::weak_ptr<ConfigServiceObserver> observer) = 0;
@@ -54,7 +54,8 @@ public:
     /// Takes a store and its cached copy out of the chain, cache file included. @return true if either was there.
     virtual bool removeConfigStoreAndCache(std::wstring storeName) = 0;
 
-    /// Takes every cached store out of the chain and deletes the cache files.
+    /// Takes the cached copies of remote stores out of the chain and deletes all cache files; what a provisioning link
+    /// has set goes on answering until the next start.
     virtual void removeAllCachedConfigStores() = 0;
 
     /// Writes the "Master Configuration Settings" report of all live objects as one log record of level 4.

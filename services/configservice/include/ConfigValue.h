@@ -17,8 +17,10 @@
 /// changes. An object of a key that no store holds is undefined, with empty texts, and becomes defined when a value
 /// arrives: a client that observes it needs no retry.
 ///
-/// Dispatcher thread only, for reading as well: off that thread every operation throws an exception derived from
-/// std::logic_error. Shared with the service, which updates the object for as long as the service lives.
+/// Dispatcher thread only, for reading as well: off that thread the properties' getters and the operations that act on
+/// them throw an exception derived from std::logic_error. The registration of observers and the notifiers are not
+/// checked; the thread is the caller's duty there. Shared with the service, which updates the object for as long as the
+/// service lives.
 class ConfigValue : public virtual UnifiedBusinessObject {
 public:
     /// Held weakly. Told of every change on the dispatcher thread.

@@ -61,11 +61,12 @@ TEST_F(Tool, DemoWorksOnACopyOfANamedProfile) {
     EXPECT_EQ(files(), before);
 }
 
-TEST_F(Tool, DemoOfAMissingProfileIsStatusOne) {
+TEST_F(Tool, DemoTakesAMissingProfileForAnEmptyOne) {
     const support::Ended ended =
-        support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", directory_.path("no"), "demo"});
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(ended.error, "corvidctl: no profile to show in " + directory_.path("no") + "\n");
+        support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", directory_.path("no"), "--json", "demo"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(entryOf(json::parse(ended.out).at("values"), "ServicesDomain").at("value"), "example.org");
+    EXPECT_FALSE(directory_.exists("no"));
 }
 
 TEST_F(Tool, DemoLeavesNoCopyBehind) {

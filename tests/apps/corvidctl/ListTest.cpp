@@ -110,3 +110,8 @@ TEST_F(Tool, ListChangesNothing) {
     EXPECT_EQ(run({"list"}).status, 0);
     EXPECT_EQ(files(), before);
 }
+
+TEST_F(Tool, ListRemarksAUsersValueThatDoesNotWin) {
+    EXPECT_THAT(run({"list", "Telephony_Enabled"}).out, HasSubstr("the user's value waits behind it"));
+    EXPECT_THAT(run({"list", "DockedWindow"}).out, Not(HasSubstr("waits behind")));
+}

@@ -24,7 +24,7 @@ TEST_F(Tool, HelpNamesEveryCommandAndGlobalOption) {
 TEST_F(Tool, HelpOfACommandShowsItsArguments) {
     const support::Ended ended = run({"get", "--help"});
     EXPECT_EQ(ended.status, 0);
-    EXPECT_THAT(ended.out, HasSubstr("KEY"));
+    EXPECT_THAT(ended.out, HasSubstr("Usage: corvidctl [global options] get KEY\n"));
     EXPECT_THAT(ended.out, HasSubstr("--show-origin"));
 }
 
@@ -110,9 +110,25 @@ TEST_F(Tool, ColoursNothingUnderNoColor) {
 TEST_F(Tool, AsksForDashesBeforeAValueThatLooksLikeAnOption) {
     EXPECT_EQ(run({"set", "Offset", "--", "-5"}).status, 0);
     EXPECT_EQ(run({"get", "Offset"}).out, "-5\n");
+    EXPECT_EQ(run({"set", "--", "Offset", "--json"}).status, 0);
+    EXPECT_EQ(run({"get", "--", "Offset"}).out, "--json\n");
 }
 
 TEST_F(Tool, TakesTheNameOfACommandAsAKey) {
     EXPECT_EQ(run({"set", "list", "stores"}).status, 0);
     EXPECT_EQ(run({"get", "list"}).out, "stores\n");
+}
+
+TEST_F(Tool, TellsThatItsOutputCouldNotBeWritten) {
+    const support::Ended ended =
+        support::runProgram({"/bin/sh", "-c", "exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" list >/dev/full",
+                             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n");
+}
+
+TEST_F(Tool, SurvivesAReaderThatGoesAway) {
+    support::ChildProcess list(command({"list"}));
+    list.stopReading();
+    EXPECT_EQ(list.wait().status, 0);
 }

@@ -10,7 +10,7 @@ TEST_F(Tool, ReportPrintsTheMasterReport) {
     EXPECT_THAT(ended.out,
                 StartsWith("\n*********************** Master Configuration Settings *********************\n"));
     EXPECT_THAT(ended.out, HasSubstr("\nDefined Values\n--------------\n"));
-    EXPECT_THAT(ended.out, HasSubstr("Key: DockedWindow -  Value - [false] valueStoreName [LocalFileConfigStore] | "
+    EXPECT_THAT(ended.out, HasSubstr("Key: dockedwindow -  Value - [false] valueStoreName [LocalFileConfigStore] | "
                                      "OriginalValue [true] originalValueStoreName [corvid-config-defaults.xml]\n"));
 }
 

@@ -68,10 +68,16 @@ TEST_F(WrongUseTool, NamesAnUnknownOption) {
 }
 
 TEST_F(WrongUseTool, RefusesALogLevelOutsideTwoToFive) {
-    for (const std::string level : {"1", "6", "0", "-3", "33", "three", "3x", ""}) {
+    for (const std::string level : {"1", "6", "0", "-3", "33", "three", "3x"}) {
         expectRefused({"--log-level=" + level, "set", "A", "b"},
                       "--log-level '" + level + "': expected a number from 2 to 5");
     }
+}
+
+TEST_F(WrongUseTool, RefusesAnOptionWhoseValueIsMissing) {
+    expectRefused({"--log-level", "", "set", "A", "b"}, "--log-level '': expected a number from 2 to 5");
+    expectRefused({"--log-level=", "set", "A", "b"}, "--log-level is empty, expected a value");
+    expectRefused({"--config-dir=", "list", "stores"}, "--config-dir is empty, expected a value");
 }
 
 TEST_F(WrongUseTool, RefusesAnUnknownFipsMode) {

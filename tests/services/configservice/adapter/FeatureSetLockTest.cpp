@@ -11,6 +11,15 @@ namespace {
 
 using IfBusy = FeatureSetLock::IfBusy;
 
+class CountingDispatcher : public fakes::HandSteppedDispatcher {
+public:
+    void wake() override {
+        ++wakes;
+        HandSteppedDispatcher::wake();
+    }
+    int wakes = 0;
+};
+
 /// Holds the mutex on a thread of its own until told to let go.
 class OtherHolder {
 public:
@@ -91,12 +100,18 @@ TEST(FeatureSetLock, OnTheDispatcherThreadServesTheHolderThatWaitsForIt) {
     EXPECT_TRUE(ran);
 }
 
-TEST(FeatureSetLock, WakesTheDispatcherThreadThatWaits) {
+TEST(FeatureSetLock, WakesTheDispatcherThreadAtEveryRelease) {
     tessel::Mutex mutex;
-    const auto dispatcher = std::make_shared<fakes::HandSteppedDispatcher>();
-    OtherHolder holder(mutex, dispatcher);
-    holder.release();
-    // Nothing but the holder's release can end this wait, since nobody gives the dispatcher a task.
-    const FeatureSetLock lock(mutex, dispatcher, IfBusy::Wait);
-    EXPECT_TRUE(lock.isHeld());
+    const auto dispatcher = std::make_shared<CountingDispatcher>();
+    { const FeatureSetLock lock(mutex, dispatcher, IfBusy::Wait); }
+    { const FeatureSetLock lock(mutex, dispatcher, IfBusy::GiveUp); }
+    EXPECT_EQ(dispatcher->wakes, 2);
+}
+
+TEST(FeatureSetLock, WakesNobodyIfItWasNotHeld) {
+    tessel::Mutex mutex;
+    const auto dispatcher = std::make_shared<CountingDispatcher>();
+    const OtherHolder holder(mutex, nullptr);
+    { const FeatureSetLock lock(mutex, dispatcher, IfBusy::GiveUp); }
+    EXPECT_EQ(dispatcher->wakes, 0);
 }

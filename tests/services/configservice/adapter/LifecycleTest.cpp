@@ -165,9 +165,8 @@ TEST_F(Lifecycle, DestroyThenStopRunsNoReset) {
     EXPECT_EQ(monitor->removed, 0);
 }
 
-TEST_F(Lifecycle, DestroyDestroysEachStoreInChainOrder) {
+TEST_F(Lifecycle, DestroyDestroysEveryStore) {
     injectAndStart();
-    std::vector<std::string> order;
     const auto first = std::make_shared<fakes::ScriptedStore>("First", 1);
     const auto last = std::make_shared<fakes::ScriptedStore>("Last", 700);
     adapter()->addConfigStore(last);

@@ -109,7 +109,7 @@ TEST_F(Threads, ObserversComeAndGoWhileOthersReport) {
 TEST_F(Threads, ObserversActInsideTheirReports) {
     manager.addStore(makeStore("User", 100));
     observer.onReport([this](const fakes::ManagerReport& report) {
-        if (report.key == L"a") {
+        if (report.kind == fakes::ManagerReport::Kind::Change && report.key == L"a") {
             manager.storeValue(L"b", report.value);
             manager.eraseKey(L"c");
             manager.addStore(makeReadOnly("FromInside", 200));

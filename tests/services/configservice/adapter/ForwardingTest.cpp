@@ -1,0 +1,168 @@
+#include <thread>
+
+#include "AdapterFixture.h"
+#include "ConfigValueObserver.h"
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class Forwarding : public AdapterFixture {
+protected:
+    static void elsewhere(const std::function<void()>& work) { std::thread(work).join(); }
+};
+
+/// Counts the changes of a value, and does something at each.
+class ValueListener : public ConfigValueObserver {
+public:
+    explicit ValueListener(std::function<void()> action) : action_(std::move(action)) {}
+    void OnValueChanged() override { action_(); }
+
+private:
+    const std::function<void()> action_;
+};
+
+}  // namespace
+
+TEST_F(Forwarding, ReachesTheLiveValueAtOnceOnTheDispatcherThread) {
+    writeDefaults({{"key", "default"}});
+    inject();
+    const auto live = service()->getConfig(L"key");
+    EXPECT_EQ(live->getValue(), L"default");
+    adapter()->setConfig(L"key", L"value");
+    EXPECT_EQ(live->getValue(), L"value");
+    EXPECT_EQ(live->getOriginalValue(), L"default");
+    EXPECT_TRUE(live->getisOverridden());
+    EXPECT_TRUE(live->getisDefined());
+    EXPECT_EQ(live->getValueStoreName(), L"LocalFileConfigStore");
+    EXPECT_EQ(live->getOriginalValueStoreName(), L"corvid-config-defaults.xml");
+    EXPECT_THAT(dispatcher->allNames(), IsEmpty());
+}
+
+TEST_F(Forwarding, ReachesTheLiveValueByTaskFromAnotherThread) {
+    inject();
+    const auto live = service()->getConfig(L"key");
+    elsewhere([this] { adapter()->setConfig(L"key", L"value"); });
+    EXPECT_EQ(live->getValue(), L"");
+    EXPECT_THAT(dispatcher->waitingNames(), ElementsAre("ConfigServiceImpl::OnConfigChanged"));
+    dispatcher->runAll();
+    EXPECT_EQ(live->getValue(), L"value");
+    EXPECT_EQ(live->getValueStoreName(), L"LocalFileConfigStore");
+    EXPECT_TRUE(live->getisDefined());
+    EXPECT_FALSE(live->getisOverridden() && live->getOriginalValue().empty() && !live->getisDefined());
+}
+
+TEST_F(Forwarding, OfAStoreThatJoinsOnAnotherThreadReportsAllKeysBeforeItFires) {
+    injectAndStart();
+    const auto store = std::make_shared<fakes::ScriptedStore>("Outside", 30);
+    store->readOnly().with(L"a", L"1").with(L"b", L"2");
+    std::wstring otherAtFirstFire;
+    const auto a = service()->getConfig(L"a");
+    const auto b = service()->getConfig(L"b");
+    const auto listener = std::make_shared<ValueListener>([&] { otherAtFirstFire = b->getValue(); });
+    a->addObserver(std::weak_ptr<ConfigValueObserver>(listener));
+    elsewhere([&] { adapter()->addConfigStore(store); });
+    EXPECT_THAT(dispatcher->waitingNames(),
+                ElementsAre("ConfigServiceImpl::OnConfigChanged", "ConfigServiceImpl::OnConfigChanged",
+                            "ConfigServiceImpl::FireIfRequired", "ConfigServiceImpl::FireIfRequired"));
+    dispatcher->runAll();
+    EXPECT_EQ(otherAtFirstFire, L"2");
+}
+
+TEST_F(Forwarding, DoesNotLetAnOlderReportLandLast) {
+    inject();
+    const auto live = service()->getConfig(L"key");
+    elsewhere([this] { adapter()->setConfig(L"key", L"older"); });
+    adapter()->setConfig(L"key", L"newer");
+    EXPECT_EQ(live->getValue(), L"newer");
+    dispatcher->runAll();
+    EXPECT_EQ(live->getValue(), L"newer");
+}
+
+TEST_F(Forwarding, KeepsTheOrderWhenAnObserverWrites) {
+    inject();
+    const auto live = service()->getConfig(L"key");
+    const auto other = service()->getConfig(L"other");
+    std::vector<std::wstring> seen;
+    const auto writer = std::make_shared<ValueListener>([&] {
+        if (other->getValue() == L"go") {
+            adapter()->setConfig(L"key", L"by the observer");
+        }
+    });
+    const auto listener = std::make_shared<ValueListener>([&] { seen.push_back(live->getValue()); });
+    other->addObserver(std::weak_ptr<ConfigValueObserver>(writer));
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(listener));
+    elsewhere([this] {
+        adapter()->setConfig(L"other", L"go");
+        adapter()->setConfig(L"key", L"waiting");
+    });
+    adapter()->setConfig(L"key", L"direct");
+    dispatcher->runAll();
+    EXPECT_THAT(seen, ElementsAre(L"waiting", L"direct", L"by the observer"));
+    EXPECT_EQ(live->getValue(), get(L"key"));
+}
+
+TEST_F(Forwarding, NeitherFiltersNorMerges) {
+    inject();
+    elsewhere([this] {
+        adapter()->setConfig(L"key", L"same");
+        adapter()->setConfig(L"key", L"same");
+    });
+    EXPECT_EQ(dispatcher->waitingNames().size(), 2U);
+}
+
+TEST_F(Forwarding, KeepsSensitiveKeysOutOfTheBox) {
+    inject();
+    const auto live = service()->getConfig(L"key");
+    elsewhere([this] { adapter()->setConfig(L"key", L"waiting"); });
+    adapter()->setKeySensitive(L"secret");
+    EXPECT_EQ(live->getValue(), L"");
+    EXPECT_TRUE(service()->isKeySensitive(L"secret"));
+}
+
+TEST_F(Forwarding, HappensBeforeTheStartAndAfterTheStop) {
+    inject();
+    const auto live = service()->getConfig(L"key");
+    adapter()->setInMemoryConfig(L"key", L"before");
+    EXPECT_EQ(live->getValue(), L"before");
+    start();
+    stop();
+    adapter()->setInMemoryConfig(L"key", L"after");
+    EXPECT_EQ(live->getValue(), L"after");
+}
+
+TEST_F(Forwarding, OffTheDispatcherThreadTheConstructorQueuesTheAliasesFirst) {
+    factory->setService<ConfigService>(CONFIG_SERVICE_ID, std::make_shared<ConfigServiceImpl>(factory));
+    dispatcher->setUpdateAccess(false);
+    const auto made = std::make_shared<ConfigAdapter>(factory);
+    std::vector<std::string> expected = {"ConfigServiceImpl::setupConfigKeyAliases"};
+    expected.insert(expected.end(), 6, "ConfigServiceImpl::OnConfigChanged");
+    EXPECT_EQ(dispatcher->waitingNames(), expected);
+    dispatcher->setUpdateAccess(true);
+    dispatcher->runAll();
+    std::wstring current;
+    EXPECT_TRUE(std::dynamic_pointer_cast<ConfigServiceImpl>(service())->isKeyAlias(L"TftpServer1", current));
+    EXPECT_TRUE(service()->isKeySensitive(L"connectionpassword"));
+}
+
+TEST_F(Forwarding, TellsTheServiceTheAliasesAtOnce) {
+    inject();
+    const auto live = service()->getConfig(L"TftpServer1");
+    EXPECT_EQ(live, service()->getConfig(L"TFTPPrimaryServer"));
+}
+
+TEST_F(Forwarding, OfWhatIsStillQueuedIsHarmlessOnceTheModuleIsGone) {
+    inject();
+    const std::weak_ptr<ConfigAdapter> gone = adapter();
+    const std::weak_ptr<ConfigService> goneService = service();
+    elsewhere([this] {
+        adapter()->setConfig(L"key", L"value");
+        adapter()->setKeySensitive(L"key");
+        adapter()->notifyConfigKeyAliases();
+    });
+    factory->clear();
+    EXPECT_TRUE(gone.expired());
+    EXPECT_TRUE(goneService.expired());
+    EXPECT_EQ(dispatcher->runAll(), 3U);
+}

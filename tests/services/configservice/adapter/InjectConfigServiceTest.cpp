@@ -1,0 +1,86 @@
+#include <stdexcept>
+#include <thread>
+
+#include "AdapterFixture.h"
+#include "fakes/ScriptedFeatureSet.h"
+
+namespace {
+
+class Injection : public AdapterFixture {};
+
+}  // namespace
+
+TEST_F(Injection, RegistersTheServiceAndTheFeatureSetUnder1300) {
+    inject();
+    EXPECT_NE(factory->getService<ConfigService>(), nullptr);
+    EXPECT_TRUE(factory->hasService(1300));
+    EXPECT_NE(factory->getFeatureSetAdapter(1300), nullptr);
+    EXPECT_EQ(std::dynamic_pointer_cast<ConfigFeatureSet>(factory->getFeatureSetAdapter(1300)),
+              factory->getFeatureSet<ConfigFeatureSet>());
+}
+
+TEST_F(Injection, MakesTheServiceBeforeTheAdapterThatPushesIntoIt) {
+    writeDefaults({{"key", "value"}});
+    inject();
+    EXPECT_EQ(service()->getConfig(L"key")->getValue(), L"value");
+    EXPECT_TRUE(service()->isKeySensitive(L"connectionpassword"));
+    EXPECT_TRUE(service()->getConfigReady());
+}
+
+TEST_F(Injection, ASecondTimeMakesASecondServiceAndKeepsTheAdapter) {
+    inject();
+    const auto firstService = service();
+    const auto firstAdapter = adapter();
+    inject();
+    EXPECT_NE(service(), firstService);
+    EXPECT_EQ(adapter(), firstAdapter);
+}
+
+TEST_F(Injection, ASecondTimeLeavesTheAdapterPushingToTheFirstService) {
+    inject();
+    const auto firstService = service();
+    const auto live = firstService->getConfig(L"key");
+    inject();
+    const auto secondLive = service()->getConfig(L"key");
+    service()->setConfig(L"key", L"value");
+    EXPECT_EQ(live->getValue(), L"value");
+    EXPECT_EQ(secondLive->getValue(), L"");
+}
+
+TEST_F(Injection, LeavesAFeatureSetThatIsThere) {
+    const auto other = std::make_shared<fakes::ScriptedFeatureSet>();
+    factory->setFeatureSetAdapter<ConfigFeatureSet>(CONFIG_SERVICE_ID, other);
+    inject();
+    EXPECT_EQ(factory->getFeatureSetAdapter(1300), other);
+    EXPECT_NE(service(), nullptr);
+}
+
+TEST_F(Injection, OffTheDispatcherThreadThrowsAndRegistersNothing) {
+    std::thread([this] { EXPECT_THROW(inject(), std::logic_error); }).join();
+    EXPECT_EQ(service(), nullptr);
+    EXPECT_EQ(factory->getFeatureSetAdapter(1300), nullptr);
+}
+
+TEST_F(Injection, CarriesAValueFromTheClientToTheFileAndBack) {
+    injectAndStart();
+    service()->setConfig(L"Key", L"value");
+    EXPECT_EQ(service()->getConfig(L"key")->getValue(), L"value");
+    tasks->runAll();
+    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"Key\" value=\"value\""));
+    const auto nextRun = std::make_shared<UnifiedFactory>(dispatcher, tasks);
+    InjectConfigService(nextRun);
+    EXPECT_EQ(nextRun->getService<ConfigService>()->getConfig(L"KEY")->getValue(), L"value");
+    nextRun->clear();
+}
+
+TEST_F(Injection, LeavesNothingBehindOnceTheFactoryIsCleared) {
+    injectAndStart();
+    adapter()->startTftpConfigSource();
+    const std::weak_ptr<ConfigAdapter> weakAdapter = adapter();
+    const std::weak_ptr<ConfigService> weakService = service();
+    const std::weak_ptr<ConfigStoreManager> weakManager = manager();
+    factory->clear();
+    EXPECT_TRUE(weakAdapter.expired());
+    EXPECT_TRUE(weakService.expired());
+    EXPECT_TRUE(weakManager.expired());
+}

@@ -1,0 +1,331 @@
+#include <latch>
+#include <thread>
+
+#include "AdapterFixture.h"
+#include "ConfigValueObserver.h"
+#include "impl/unified/ServicesDispatcherImpl.h"
+#include "impl/unified/TaskDispatcherImpl.h"
+#include "quill/FunctionTask.h"
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Not;
+
+namespace {
+
+/// The test's thread is the dispatcher thread; another one is at a lifecycle operation.
+class LifecycleThreads : public AdapterFixture {
+protected:
+    /// Runs an action once, inside the notification of a change that this thread makes.
+    void insideANotification(const std::function<void()>& action) {
+        const auto live = service()->getConfig(L"key");
+        const auto client = std::make_shared<Client>(action);
+        live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
+        adapter()->setConfig(L"key", L"value");
+    }
+
+private:
+    class Client : public ConfigValueObserver {
+    public:
+        explicit Client(std::function<void()> action) : action_(std::move(action)) {}
+        void OnValueChanged() override { action_(); }
+
+    private:
+        const std::function<void()> action_;
+    };
+};
+
+}  // namespace
+
+TEST_F(LifecycleThreads, ARefreshOnTheDispatcherThreadServesTheStartThatWaitsForIt) {
+    inject();
+    std::thread starter([this] { start(); });
+    dispatcher->waitForWaiting(1);
+    adapter()->refreshConfigFeatureSet();
+    starter.join();
+    EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+    EXPECT_EQ(systemService->provider->names.size(), 1U);
+}
+
+TEST_F(LifecycleThreads, ARefreshOnTheDispatcherThreadServesTheStopThatWaitsForIt) {
+    injectAndStart();
+    std::thread stopper([this] { stop(); });
+    dispatcher->waitForWaiting(1);
+    adapter()->refreshConfigFeatureSet();
+    stopper.join();
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
+    EXPECT_THAT(chain(), Contains("LocalFileConfigStore"));
+}
+
+TEST_F(LifecycleThreads, AskingWhetherItIsStartedServesTheStartToo) {
+    inject();
+    std::thread starter([this] { start(); });
+    dispatcher->waitForWaiting(1);
+    EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+    starter.join();
+}
+
+TEST_F(LifecycleThreads, FromInsideANotificationAFreeOperationRunsAtOnce) {
+    injectAndStart();
+    bool startedInside = true;
+    insideANotification([&] {
+        stop();
+        startedInside = adapter()->IsFeatureSetStarted(1300);
+    });
+    EXPECT_FALSE(startedInside);
+    EXPECT_THAT(dispatcher->waitingNames(), testing::IsEmpty());
+}
+
+TEST_F(LifecycleThreads, FromInsideANotificationABusyOperationRunsAfterIt) {
+    inject();
+    adapter()->setInMemoryConfig(L"mem", L"m");
+    std::thread starter;
+    bool startedInside = true;
+    insideANotification([&] {
+        if (!starter.joinable()) {
+            // The start has the lifecycle mutex now, and will want the chain that this thread has.
+            starter = std::thread([this] { start(); });
+            dispatcher->waitForWaiting(1);
+            startedInside = adapter()->IsFeatureSetStarted(1300);
+            adapter()->startTftpConfigSource();
+            adapter()->refreshConfigFeatureSet();
+            stop();
+        }
+    });
+    EXPECT_FALSE(startedInside);
+    EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
+    EXPECT_THAT(dispatcher->waitingNames(),
+                ElementsAre("ConfigAdapter::registerResetDataCallback", "ConfigAdapter::startTftpConfigSource",
+                            "ConfigAdapter::refreshConfigFeatureSet", "ConfigAdapter::stopConfigFeatureSet"));
+    ASSERT_TRUE(dispatcher->runOne());
+    starter.join();
+    EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+    dispatcher->runAll();
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
+    EXPECT_THAT(chain(), Not(Contains("LocalFileConfigStore")));
+}
+
+TEST_F(LifecycleThreads, FromInsideANotificationAProfileChangeAndAPowerDownWaitTheirTurnToo) {
+    inject();
+    std::thread starter;
+    insideANotification([&] {
+        if (!starter.joinable()) {
+            starter = std::thread([this] { start(); });
+            dispatcher->waitForWaiting(1);
+            adapter()->onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
+        }
+    });
+    ASSERT_TRUE(dispatcher->runOne());
+    starter.join();
+    EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+    EXPECT_THAT(dispatcher->waitingNames(), Contains("ConfigAdapter::Destroy"));
+    dispatcher->runAll();
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
+}
+
+TEST_F(LifecycleThreads, AnOperationThatWaitsIsHarmlessOnceTheAdapterIsGone) {
+    inject();
+    std::thread starter;
+    insideANotification([&] {
+        if (!starter.joinable()) {
+            starter = std::thread([held = adapter()] { held->StartFeatureSet(CONFIG_SERVICE_ID, nullptr); });
+            dispatcher->waitForWaiting(1);
+            adapter()->refreshConfigFeatureSet();
+        }
+    });
+    ASSERT_TRUE(dispatcher->runOne());
+    starter.join();
+    const std::weak_ptr<ConfigAdapter> gone = adapter();
+    factory->clear();
+    EXPECT_TRUE(gone.expired());
+    EXPECT_THAT(dispatcher->waitingNames(), Contains("ConfigAdapter::refreshConfigFeatureSet"));
+    dispatcher->runAll();
+}
+
+TEST_F(LifecycleThreads, NotifiersFindNobodyOnceTheAdapterIsGone) {
+    injectAndStart();
+    const auto keptManager = manager();
+    const std::weak_ptr<ConfigAdapter> gone = adapter();
+    factory->clear();
+    EXPECT_TRUE(gone.expired());
+    log->clear();
+    systemService->userProfileChanged();
+    monitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
+    EXPECT_TRUE(keptManager->storeInMemoryValue(L"key", L"value"));
+    EXPECT_THAT(adapterLines(4), testing::IsEmpty());
+}
+
+namespace {
+
+/// The module under the platform's own dispatcher and task queue.
+class RealThreads : public ::testing::Test {
+protected:
+    static constexpr int ROUNDS = 60;
+
+    RealThreads() {
+        realDispatcher->start();
+        factory->setService<SystemService>(7, std::make_shared<SystemServiceImpl>());
+        onDispatcher([this] { InjectConfigService(factory); });
+        adapter = std::dynamic_pointer_cast<ConfigAdapter>(factory->getFeatureSetAdapter(CONFIG_SERVICE_ID));
+    }
+
+    ~RealThreads() override {
+        adapter->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+        realTasks->stop();
+        onDispatcher([this] {
+            live.reset();
+            std::dynamic_pointer_cast<SystemServiceImpl>(factory->getService<SystemService>())
+                ->resetDataProvider()
+                ->clear();
+            adapter.reset();
+            factory->clear();
+        });
+        realDispatcher->stop();
+    }
+
+    void onDispatcher(const std::function<void()>& work) {
+        realDispatcher->enqueueBlock(std::make_shared<QuillCoreUtils::FunctionTask>(work, "test"));
+    }
+
+    void watch(const std::wstring& key) {
+        onDispatcher([&] { live = factory->getService<ConfigService>()->getConfig(key); });
+    }
+
+    std::wstring chainValue(const std::wstring& key) {
+        std::wstring value;
+        return adapter->getConfigStoreManager()->getValue(key, value, false) ? value : L"";
+    }
+
+    std::wstring liveValue() {
+        std::wstring value;
+        onDispatcher([&] { value = live->getValue(); });
+        return value;
+    }
+
+    fakes::ScopedWorld world;
+    const std::shared_ptr<ServicesDispatcherImpl> realDispatcher = std::make_shared<ServicesDispatcherImpl>();
+    const std::shared_ptr<TaskDispatcherImpl> realTasks = std::make_shared<TaskDispatcherImpl>();
+    const std::shared_ptr<UnifiedFactory> factory = std::make_shared<UnifiedFactory>(realDispatcher, realTasks);
+    std::shared_ptr<ConfigAdapter> adapter;
+    std::shared_ptr<ConfigValue> live;
+};
+
+/// A client that starts, stops or refreshes whenever its value changes.
+class MeddlingClient : public ConfigValueObserver {
+public:
+    explicit MeddlingClient(std::function<void()> action) : action_(std::move(action)) {}
+    void OnValueChanged() override {
+        if (!busy_) {
+            busy_ = true;
+            action_();
+            busy_ = false;
+        }
+    }
+
+private:
+    const std::function<void()> action_;
+    bool busy_ = false;
+};
+
+}  // namespace
+
+TEST_F(RealThreads, TheLiveValueEndsWithTheChainsAnswerHoweverWritesInterleave) {
+    watch(L"key");
+    const auto write = [this](const std::wstring& who) {
+        for (int i = 0; i < ROUNDS; ++i) {
+            adapter->setConfig(L"key", who + std::to_wstring(i));
+        }
+    };
+    std::thread first([&] { write(L"first"); });
+    std::thread second([&] { write(L"second"); });
+    for (int i = 0; i < ROUNDS; ++i) {
+        onDispatcher([&] {
+            adapter->setConfig(L"key", L"dispatcher" + std::to_wstring(i));
+            // What this thread has stored it finds in the live value, or something that another one stored later.
+            EXPECT_FALSE(live->getValue().empty());
+        });
+    }
+    first.join();
+    second.join();
+    EXPECT_EQ(liveValue(), chainValue(L"key"));
+}
+
+TEST_F(RealThreads, LifecycleOperationsOfSeveralThreadsDoNotBlockOneAnother) {
+    const auto startAndStop = [this] {
+        for (int i = 0; i < ROUNDS; ++i) {
+            adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+            adapter->startTftpConfigSource();
+            adapter->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+        }
+    };
+    std::thread first(startAndStop);
+    std::thread second(startAndStop);
+    for (int i = 0; i < ROUNDS; ++i) {
+        onDispatcher([this] {
+            adapter->refreshConfigFeatureSet();
+            adapter->IsFeatureSetStarted(CONFIG_SERVICE_ID);
+            adapter->setConfig(L"key", L"value");
+        });
+    }
+    first.join();
+    second.join();
+    adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    EXPECT_TRUE(adapter->IsFeatureSetStarted(CONFIG_SERVICE_ID));
+    EXPECT_TRUE(adapter->getConfigStoreManager()->containsStore("LocalFileConfigStore"));
+}
+
+TEST_F(RealThreads, AClientMayMeddleWithTheLifecycleFromInsideItsNotifications) {
+    bool start = false;
+    const auto client = std::make_shared<MeddlingClient>([&] {
+        start = !start;
+        if (start) {
+            adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+        } else {
+            adapter->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+        }
+        adapter->refreshConfigFeatureSet();
+    });
+    watch(L"key");
+    onDispatcher([&] { live->addObserver(std::weak_ptr<ConfigValueObserver>(client)); });
+    std::thread refresher([this] {
+        for (int i = 0; i < ROUNDS; ++i) {
+            adapter->refreshConfigFeatureSet();
+        }
+    });
+    std::thread starter([this] {
+        for (int i = 0; i < ROUNDS; ++i) {
+            adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+            adapter->setConfig(L"key", std::to_wstring(i));
+            adapter->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+        }
+    });
+    for (int i = 0; i < ROUNDS; ++i) {
+        onDispatcher([&] { adapter->setConfig(L"key", L"dispatcher" + std::to_wstring(i)); });
+    }
+    refresher.join();
+    starter.join();
+    // Whatever still waits has run when this has; then both sides agree.
+    onDispatcher([] {});
+    EXPECT_EQ(liveValue(), chainValue(L"key"));
+}
+
+TEST_F(RealThreads, AStoredValueIsNeverLostByStartsAndRefreshesAmongWrites) {
+    adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    std::thread refresher([this] {
+        for (int i = 0; i < ROUNDS; ++i) {
+            adapter->refreshConfigFeatureSet();
+        }
+    });
+    std::vector<std::wstring> stored;
+    for (int i = 0; i < ROUNDS; ++i) {
+        const std::wstring key = L"key" + std::to_wstring(i);
+        // Between the reset and the new store there is no writable store; the call says so.
+        if (adapter->setConfig(key, L"value")) {
+            stored.push_back(key);
+        }
+    }
+    refresher.join();
+    for (const std::wstring& key : stored) {
+        EXPECT_EQ(chainValue(key), L"value");
+    }
+}
