@@ -1,5 +1,7 @@
 #include "ModelWorld.h"
 
+#include <algorithm>
+
 #include "SimulatedModule.h"
 
 namespace simulation {
@@ -27,7 +29,8 @@ void ModelWorld::react(int watcher) {
 
 void ModelWorld::refill(const ModelStore& description) {
     const auto found = known_.find(folded(description.name));
-    if (found == known_.end()) {
+    const auto& chain = chain_.chain();
+    if (found == known_.end() || std::find(chain.begin(), chain.end(), found->second) == chain.end()) {
         return;
     }
     const ChainOracle::StorePtr store = found->second;

@@ -1,5 +1,6 @@
 #include "ModuleWorld.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "ConfigValueObserver.h"
@@ -77,7 +78,9 @@ void ModuleWorld::refill(const ModelStore& description) {
         const auto found = known_.find(folded(description.name));
         store = found == known_.end() ? nullptr : found->second;
     }
-    if (store != nullptr) {
+    const auto chain = module_.manager().getStores();
+    // Another of the same name may have taken its place; the keys of this one say nothing about that one.
+    if (std::find(chain.begin(), chain.end(), store) != chain.end()) {
         const std::vector<std::wstring> oldKeys = store->refill(description.entries);
         module_.manager().updateStoreValues(store, oldKeys);
     }
