@@ -1,4 +1,5 @@
 #include <functional>
+#include <future>
 #include <thread>
 
 #include "StoreTestSupport.h"
@@ -13,16 +14,22 @@ class ReadersDuringAWrite : public StoreTest {
 protected:
     /// Calls the action while a persist run of the store stands before its disk and cannot go on.
     void whileAWriteIsHeldUp(ConfigStore& store, const std::function<void()>& action) {
-        std::thread persister;
-        {
+        std::promise<void> isHeld;
+        std::promise<void> mayGoOn;
+        std::thread holder([&isHeld, goOn = mayGoOn.get_future()] {
             tessel::ScopedLock heldUp(XmlFileWriter::siblingMutex());
-            persister = std::thread([&store] { store.persistValues(); });
-            // The folder is made by the run just before it is held up.
-            while (!world_.directory().exists("folder")) {
-                std::this_thread::yield();
-            }
-            action();
+            isHeld.set_value();
+            goOn.wait();
+        });
+        isHeld.get_future().wait();
+        std::thread persister([&store] { store.persistValues(); });
+        // The folder is made by the run just before it is held up.
+        while (!world_.directory().exists("folder")) {
+            std::this_thread::yield();
         }
+        action();
+        mayGoOn.set_value();
+        holder.join();
         persister.join();
     }
 };
