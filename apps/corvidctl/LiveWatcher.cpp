@@ -82,9 +82,7 @@ void LiveWatcher::start() {
 
 void LiveWatcher::stop() {
     chain_.RemoveObserver(this);
-    for (const auto& [key, subscription] : subscriptions_) {
-        flush(key);
-    }
+    flush();
     started_ = false;
     subscriptions_.clear();
 }
@@ -110,7 +108,7 @@ void LiveWatcher::betweenReports(const std::wstring& key, bool silent) {
     onDispatcher([weak, key, silent] {
         if (const std::shared_ptr<LiveWatcher> self = weak.lock(); self != nullptr && self->started_) {
             self->follow(key, silent);
-            self->flush(key);
+            self->flush();
         }
     });
 }
@@ -137,24 +135,27 @@ void LiveWatcher::onDispatcher(const std::function<void()>& function) {
 }
 
 void LiveWatcher::flushLater(const std::wstring& key) {
+    waiting_.push_back(key);
     const std::weak_ptr<LiveWatcher> weak = weak_from_this();
     dispatcher_->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
-        [weak, key] {
+        [weak] {
             if (const std::shared_ptr<LiveWatcher> self = weak.lock()) {
-                self->flush(key);
+                self->flush();
             }
         },
         "LiveWatcher::flush"));
 }
 
-void LiveWatcher::flush(const std::wstring& key) {
-    const auto found = subscriptions_.find(key);
-    if (found == subscriptions_.end() || !started_) {
-        return;
-    }
-    const std::vector<std::string> changed = found->second->takeChanged();
-    if (!changed.empty() && selection_.contains(found->second->object().getKey())) {
-        listener_({reader_.describe(found->second->object()), changed});
+void LiveWatcher::flush() {
+    for (const std::wstring& key : std::exchange(waiting_, {})) {
+        const auto found = subscriptions_.find(key);
+        if (found == subscriptions_.end()) {
+            continue;
+        }
+        const std::vector<std::string> changed = found->second->takeChanged();
+        if (!changed.empty() && selection_.contains(found->second->object().getKey())) {
+            listener_({reader_.describe(found->second->object()), changed});
+        }
     }
 }
 

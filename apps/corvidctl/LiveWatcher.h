@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "KeySelection.h"
 #include "Views.h"
@@ -53,7 +54,7 @@ private:
     void follow(const std::wstring& key, bool silent);
     std::shared_ptr<Subscription> subscribe(const std::shared_ptr<ConfigValue>& object);
     void flushLater(const std::wstring& key);
-    void flush(const std::wstring& key);
+    void flush();
 
     ConfigStoreManager& chain_;
     const std::shared_ptr<ConfigService> service_;
@@ -62,6 +63,7 @@ private:
     const KeySelection selection_;
     const Listener listener_;
     bool started_ = false;
+    std::vector<std::wstring> waiting_;  ///< keys with a change that has not been told, in the order of their reports
     std::map<std::wstring, std::shared_ptr<Subscription>, caseInsensitiveMapComparator> subscriptions_;
 };
 

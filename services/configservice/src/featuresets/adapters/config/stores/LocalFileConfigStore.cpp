@@ -124,16 +124,9 @@ void LocalFileConfigStore::persistValues() {
         return;
     }
     createConfigDirectory();
-    tessel::ScopedLock siblingLock(XmlFileWriter::siblingMutex());
-    const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
-    XmlFileWriter writer(temporaryPath);
-    if (!writer.isOpen()) {
-        return;
-    }
-    if (writeFile(writer, values.map) && replaceFile(temporaryPath)) {
+    if (writeFile(values.map)) {
         notePersisted(values.change);
     }
-    FileUtils::removeFile(temporaryPath);
 }
 
 void LocalFileConfigStore::destroy() {
@@ -234,7 +227,19 @@ bool LocalFileConfigStore::isInFile(std::uint64_t change) {
     return change == persistedChange_;
 }
 
-bool LocalFileConfigStore::writeFile(XmlFileWriter& writer, const ConfigMap& map) {
+bool LocalFileConfigStore::writeFile(const ConfigMap& map) {
+    tessel::ScopedLock siblingLock(XmlFileWriter::siblingMutex());
+    const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
+    XmlFileWriter writer(temporaryPath);
+    if (!writer.isOpen()) {
+        return false;
+    }
+    const bool written = writeDocument(writer, map) && replaceFile(temporaryPath);
+    FileUtils::removeFile(temporaryPath);
+    return written;
+}
+
+bool LocalFileConfigStore::writeDocument(XmlFileWriter& writer, const ConfigMap& map) {
     writer.startElement("Corvid");
     for (const auto& [key, value] : map) {
         writeEntry(writer, key, value);

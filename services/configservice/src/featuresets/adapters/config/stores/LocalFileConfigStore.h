@@ -80,7 +80,8 @@ private:
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
     bool isInFile(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
-    bool writeFile(XmlFileWriter& writer, const ConfigMap& map);
+    bool writeFile(const ConfigMap& map) TESSEL_REQUIRES(fileMutex_);
+    bool writeDocument(XmlFileWriter& writer, const ConfigMap& map);
     bool replaceFile(const std::string& temporaryPath);
     void notePersisted(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
 
