@@ -117,29 +117,33 @@ void LiveOracle::tell(const ObjectPtr& object, Property property) {
 }
 
 void LiveOracle::changeAndTell(const ObjectPtr& object, const Report& report) {
+    const unsigned long state = ++object->states;
+    // A watcher that causes a newer state ends this one: what is left of it is dropped.
+    const auto isNewest = [&] { return object->states == state; };
     const auto takeText = [&](Property property) {
         const std::wstring now = property == Property::Value ? shownValue(*object) : textOf(object->stored, property);
         const std::wstring& then = textOf(report, property);
-        if (now != then) {
+        if (isNewest() && now != then) {
             textOf(object->stored, property) = then;
+            tell(object, property);
+        }
+    };
+    const auto takeFlag = [&](Property property, bool& now, bool then) {
+        if (isNewest() && now != then) {
+            now = then;
             tell(object, property);
         }
     };
     takeText(Property::Value);
     takeText(Property::OriginalValue);
-    if (object->stored.isOverridden != report.isOverridden) {
-        object->stored.isOverridden = report.isOverridden;
-        tell(object, Property::isOverridden);
-    }
-    if (object->stored.isDefined != report.isDefined) {
-        object->stored.isDefined = report.isDefined;
-        tell(object, Property::isDefined);
-    }
+    takeFlag(Property::isOverridden, object->stored.isOverridden, report.isOverridden);
+    takeFlag(Property::isDefined, object->stored.isDefined, report.isDefined);
     takeText(Property::ValueStoreName);
     takeText(Property::OriginalValueStoreName);
 }
 
 void LiveOracle::changeAndOwe(Object& object, const Report& report) const {
+    ++object.states;
     const auto owe = [&](Property property) { object.owed.at(static_cast<std::size_t>(property)) = true; };
     const auto takeText = [&](Property property) {
         const std::wstring now = property == Property::Value ? shownValue(object) : textOf(object.stored, property);

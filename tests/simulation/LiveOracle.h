@@ -42,6 +42,7 @@ private:
     struct Object {
         ValueState stored;
         std::array<bool, propertyCount> owed{};
+        unsigned long states = 0;  ///< how many states have been taken in
         std::vector<int> watchers;
     };
 
