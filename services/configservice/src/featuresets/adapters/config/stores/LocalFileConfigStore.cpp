@@ -9,6 +9,7 @@
 #include "quill/StringUtils.h"
 #include "tessel/TesselLogger.h"
 #include "xml/LocalFileFormat.h"
+#include "xml/SiblingLock.h"
 #include "xml/XmlCharacters.h"
 #include "xml/XmlDocument.h"
 
@@ -228,7 +229,7 @@ bool LocalFileConfigStore::isInFile(std::uint64_t change) {
 }
 
 bool LocalFileConfigStore::writeFile(const ConfigMap& map) {
-    tessel::ScopedLock siblingLock(XmlFileWriter::siblingMutex());
+    const SiblingLock siblingLock(directory_);
     const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
     XmlFileWriter writer(temporaryPath);
     if (!writer.isOpen()) {

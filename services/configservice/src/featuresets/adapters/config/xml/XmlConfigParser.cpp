@@ -11,6 +11,7 @@
 #include "quill/XmlUtils.h"
 #include "tessel/SecureStringUtils.h"
 #include "tessel/TesselLogger.h"
+#include "xml/SiblingLock.h"
 #include "xml/XmlCharacters.h"
 #include "xml/XmlDocument.h"
 #include "xml/XmlFileWriter.h"
@@ -88,7 +89,7 @@ bool isSharedContent(const xmlNode* node) {
 
 bool XmlConfigParser::writeToFile(const std::string& path, const ConfigMap& values) {
     createParentDirectory(path);
-    tessel::ScopedLock lock(XmlFileWriter::siblingMutex());
+    const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
     const std::string sibling = siblingOf(path);
     XmlFileWriter writer(sibling);
     if (!writer.isOpen()) {
@@ -110,7 +111,7 @@ bool XmlConfigParser::writeToFile(const std::string& path, const std::string& te
     // The terminating zero byte is handed over too: it is where libxml2 looks for the end of the document.
     const std::shared_ptr<xmlDoc> document = readXmlMemory(text.c_str(), text.length() + 1, path);
     createParentDirectory(path);
-    tessel::ScopedLock lock(XmlFileWriter::siblingMutex());
+    const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
     const std::string sibling = siblingOf(path);
     if (document == nullptr || !XmlFileWriter::saveDocument(sibling, *document)) {
         return false;
