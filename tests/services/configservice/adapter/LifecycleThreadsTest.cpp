@@ -1,5 +1,6 @@
 #include <latch>
 #include <thread>
+#include <utility>
 
 #include "AdapterFixture.h"
 #include "ConfigValueObserver.h"
@@ -28,10 +29,14 @@ private:
     class Client : public ConfigValueObserver {
     public:
         explicit Client(std::function<void()> action) : action_(std::move(action)) {}
-        void OnValueChanged() override { action_(); }
+        void OnValueChanged() override {
+            if (const auto once = std::exchange(action_, nullptr)) {
+                once();
+            }
+        }
 
     private:
-        const std::function<void()> action_;
+        std::function<void()> action_;
     };
 };
 
@@ -82,15 +87,13 @@ TEST_F(LifecycleThreads, FromInsideANotificationABusyOperationRunsAfterIt) {
     std::thread starter;
     bool startedInside = true;
     insideANotification([&] {
-        if (!starter.joinable()) {
-            // The start has the lifecycle mutex now, and will want the chain that this thread has.
-            starter = std::thread([this] { start(); });
-            dispatcher->waitForWaiting(1);
-            startedInside = adapter()->IsFeatureSetStarted(1300);
-            adapter()->startTftpConfigSource();
-            adapter()->refreshConfigFeatureSet();
-            stop();
-        }
+        // The start has the lifecycle mutex now, and will want the chain that this thread has.
+        starter = std::thread([this] { start(); });
+        dispatcher->waitForWaiting(1);
+        startedInside = adapter()->IsFeatureSetStarted(1300);
+        adapter()->startTftpConfigSource();
+        adapter()->refreshConfigFeatureSet();
+        stop();
     });
     EXPECT_FALSE(startedInside);
     EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
@@ -106,20 +109,33 @@ TEST_F(LifecycleThreads, FromInsideANotificationABusyOperationRunsAfterIt) {
 }
 
 TEST_F(LifecycleThreads, FromInsideANotificationAProfileChangeAndAPowerDownWaitTheirTurnToo) {
-    inject();
+    writeLocal({{"PrimaryConfigStores", "TFTPConfigStore:240;"}, {"LastLoadedUserProfile", "a"}});
+    writeCache("cachedTFTPConfigStore.xml", {{"server", "value"}});
+    const auto provider = std::exchange(systemService->provider, nullptr);
+    injectAndStart();
+    adapter()->Destroy();
+    // The first start has found no provider, so the second one, on another thread, waits for this one once more.
+    systemService->provider = provider;
     std::thread starter;
     insideANotification([&] {
-        if (!starter.joinable()) {
-            starter = std::thread([this] { start(); });
-            dispatcher->waitForWaiting(1);
-            adapter()->onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
-        }
+        starter = std::thread([this] { start(); });
+        dispatcher->waitForWaiting(1);
+        systemService->userProfileChanged();
+        adapter()->onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
     });
     ASSERT_TRUE(dispatcher->runOne());
     starter.join();
     EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
-    EXPECT_THAT(dispatcher->waitingNames(), Contains("ConfigAdapter::Destroy"));
-    dispatcher->runAll();
+    // Behind these two wait the reports of the start.
+    ASSERT_GE(dispatcher->waitingNames().size(), 2U);
+    EXPECT_EQ(dispatcher->waitingNames()[0], "ConfigAdapter::onUserProfileChanged");
+    EXPECT_EQ(dispatcher->waitingNames()[1], "ConfigAdapter::Destroy");
+    adapter()->setConfig(L"LastLoadedUserProfile", L"b");
+    EXPECT_THAT(chain(), Contains("cachedTFTPConfigStore.xml"));
+    ASSERT_TRUE(dispatcher->runOne());
+    EXPECT_THAT(chain(), Not(Contains("cachedTFTPConfigStore.xml")));
+    EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+    ASSERT_TRUE(dispatcher->runOne());
     EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
 }
 
@@ -127,11 +143,9 @@ TEST_F(LifecycleThreads, AnOperationThatWaitsIsHarmlessOnceTheAdapterIsGone) {
     inject();
     std::thread starter;
     insideANotification([&] {
-        if (!starter.joinable()) {
-            starter = std::thread([held = adapter()] { held->StartFeatureSet(CONFIG_SERVICE_ID, nullptr); });
-            dispatcher->waitForWaiting(1);
-            adapter()->refreshConfigFeatureSet();
-        }
+        starter = std::thread([held = adapter()] { held->StartFeatureSet(CONFIG_SERVICE_ID, nullptr); });
+        dispatcher->waitForWaiting(1);
+        adapter()->refreshConfigFeatureSet();
     });
     ASSERT_TRUE(dispatcher->runOne());
     starter.join();

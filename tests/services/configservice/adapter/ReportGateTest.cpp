@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "fakes/HandSteppedDispatcher.h"
+#include "fakes/RecordingLogSink.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -95,6 +96,35 @@ TEST_F(ReportGateTest, GoesOnAfterADeliveryThatThrows) {
     EXPECT_FALSE(gate_->isInsideNotification());
     gate_->pass(note("next"), "task");
     EXPECT_THAT(delivered_, ElementsAre("next"));
+}
+
+TEST_F(ReportGateTest, DeliversTheCallersOwnReportBehindAnOlderOneThatThrows) {
+    std::thread([&] {
+        gate_->pass([] { throw std::runtime_error("older"); }, "task");
+        gate_->pass(note("older"), "task");
+    }).join();
+    EXPECT_THROW(gate_->pass(note("own"), "task"), std::runtime_error);
+    EXPECT_THAT(delivered_, ElementsAre("older", "own"));
+    EXPECT_EQ(dispatcher_->runAll(), 2U);
+    EXPECT_THAT(delivered_, ElementsAre("older", "own"));
+}
+
+TEST_F(ReportGateTest, ThrowsTheFirstOfSeveralExceptionsAndLogsTheOthers) {
+    const fakes::ScopedRecordingLog log;
+    std::thread([&] {
+        gate_->pass([] { throw std::runtime_error("first"); }, "task");
+        gate_->pass([] { throw std::logic_error("second"); }, "task");
+        gate_->pass([] { throw 3; }, "task");
+    }).join();
+    try {
+        gate_->pass(note("own"), "task");
+        FAIL() << "nothing was thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "first");
+    }
+    EXPECT_THAT(log->texts(2), ElementsAre("A further report threw: second",
+                                           "A further report threw: an exception of an unknown type"));
+    EXPECT_THAT(delivered_, ElementsAre("own"));
 }
 
 TEST_F(ReportGateTest, KnowsThatItIsInsideANotification) {

@@ -74,6 +74,8 @@ TEST_F(ConfigKeyAliases, ManagerKnowsEveryRenameBothWays) {
 TEST_F(ConfigKeyAliases, IgnoreCase) {
     EXPECT_TRUE(manager.isKeyAlias(L"tftpserver1", name));
     EXPECT_EQ(name, L"TFTPPrimaryServer");
+    EXPECT_TRUE(manager.hasKeyAlias(L"tftpPRIMARYserver", name));
+    EXPECT_EQ(name, L"TftpServer1");
 }
 
 TEST_F(ConfigKeyAliases, SpellThePollingIntervalWrong) {

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "fakes/RecordingLogSink.h"
+#include "fakes/ScriptedStore.h"
 #include "fakes/StoreContract.h"
 
 namespace fakes {
@@ -74,5 +75,12 @@ public:
 TEST(ConfigStore, IsNotCachedUnlessItSaysSo) { EXPECT_FALSE(PlainStore().shouldCacheConfigStore()); }
 
 TEST(ConfigStore, CachedCopyStandsTwoHundredPlacesBehind) { EXPECT_EQ(PlainStore().getCachedPriority(), 501); }
+
+TEST(ConfigStore, CachedCopyOfOneOfTheLastPlacesStandsInTheLast) {
+    EXPECT_EQ(ConfigStore::twoHundredBehind(2147483447), 2147483647);
+    EXPECT_EQ(ConfigStore::twoHundredBehind(2147483446), 2147483646);
+    EXPECT_EQ(fakes::ScriptedStore("Last", 2147483647).getCachedPriority(), 2147483647);
+    EXPECT_EQ(fakes::ScriptedStore("First", -2147483647 - 1).getCachedPriority(), -2147483448);
+}
 
 }  // namespace

@@ -226,4 +226,23 @@ TEST_F(Membership, WaitingForAnUnknownStoreReturnsAtOnce) {
     EXPECT_THAT(a->calls(), IsEmpty());
 }
 
+TEST_F(Membership, DestroysTheStoresInTheOrderOfTheChain) {
+    std::vector<std::string> destroyed;
+    const auto named = [&](const std::string& name, std::int32_t priority) {
+        const auto store = makeStore(name, priority);
+        store->onDestroy([&destroyed, name] { destroyed.push_back(name); });
+        return store;
+    };
+    addQuietly({named("Last", 300), named("First", 100), named("Middle", 200)});
+    manager.destroy();
+    EXPECT_THAT(destroyed, ElementsAre("First", "Middle", "Last"));
+}
+
+TEST_F(Membership, FindsAStoreByItsNameInAnyCase) {
+    const auto a = makeStore("Server", 100);
+    addQuietly({a});
+    EXPECT_EQ(manager.findStore("sERVER"), a);
+    EXPECT_EQ(manager.findStore("Other"), nullptr);
+}
+
 }  // namespace

@@ -194,4 +194,59 @@ TEST_F(Threads, NobodySeesTheMiddleOfAnAtomicChange) {
     EXPECT_EQ(misses, 0);
 }
 
+TEST_F(Threads, KeysAreMarkedAndTheirNamesComparedWhileTheChainIsTaken) {
+    std::latch taken(1);
+    std::latch free(1);
+    const auto slow = makeReadOnly("Slow", 100);
+    slow->onGetValue([&](const std::wstring&) {
+        taken.count_down();
+        free.wait();
+    });
+    addQuietly({slow});
+    std::thread reader([&] {
+        std::wstring value;
+        std::wstring storeName;
+        manager.getValueFromStores(L"a", value, storeName, false);
+    });
+    taken.wait();
+    // Any of these would wait for ever if it wanted the chain.
+    manager.setKeySensitive(L"a");
+    std::wstring name;
+    EXPECT_TRUE(manager.isKeySensitive(L"A"));
+    EXPECT_TRUE(manager.isKeyAlias(L"TftpServer1", name));
+    EXPECT_TRUE(manager.hasKeyAlias(L"TFTPPrimaryServer", name));
+    free.count_down();
+    reader.join();
+    EXPECT_THAT(observer.course(), testing::ElementsAre("a?"));
+}
+
+TEST_F(Threads, NobodyReadsWhileAllStoresAreWaitedFor) {
+    std::latch readerIsThere(1);
+    std::atomic<bool> hasRead = false;
+    bool hasReadMeanwhile = false;
+    std::thread reader;
+    const auto first = makeReadOnly("First", 100);
+    first->onWait([&] {
+        reader = std::thread([&] {
+            readerIsThere.count_down();
+            valueOf(L"a");
+            hasRead = true;
+        });
+        readerIsThere.wait();
+    });
+    const auto second = makeReadOnly("Second", 200);
+    second->onWait([&] {
+        // Enough turns for the reader to come through, if anything lets it.
+        for (int turn = 0; turn < 10000; ++turn) {
+            std::this_thread::yield();
+        }
+        hasReadMeanwhile = hasRead;
+    });
+    addQuietly({first, second});
+    EXPECT_TRUE(manager.waitForStoresReady());
+    reader.join();
+    EXPECT_FALSE(hasReadMeanwhile);
+    EXPECT_TRUE(hasRead);
+}
+
 }  // namespace

@@ -13,6 +13,19 @@ namespace {
 
 const wchar_t* const LAST_LOADED_USER_PROFILE = L"LastLoadedUserProfile";
 
+/// Raises a flag for the length of a scope, and puts back what it was.
+class Turn {
+public:
+    explicit Turn(bool& flag) : flag_(flag), former_(std::exchange(flag, true)) {}
+    ~Turn() { flag_ = former_; }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+private:
+    bool& flag_;
+    const bool former_;
+};
+
 }  // namespace
 
 ConfigAdapter::ConfigAdapter(const std::shared_ptr<UnifiedFactory>& factory)
@@ -85,7 +98,8 @@ FeatureSetLock ConfigAdapter::lockFeatureSet() {
 
 void ConfigAdapter::runExclusively(const std::string& name, Operation operation) {
     const FeatureSetLock lock = lockFeatureSet();
-    if (lock.isHeld()) {
+    if (isMyTurn(lock)) {
+        const Turn turn(isOperating_);
         (this->*operation)();
         return;
     }
@@ -95,6 +109,12 @@ void ConfigAdapter::runExclusively(const std::string& name, Operation operation)
         }
     };
     factory_->getServicesDispatcher()->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(again, name));
+}
+
+bool ConfigAdapter::isMyTurn(const FeatureSetLock& lock) const {
+    // The mutex lets in the thread that has it. A client that is notified in the midst of an operation, and asks for
+    // another one, would find the chain half changed; without a dispatcher there is no later to put it off to.
+    return lock.isHeld() && (!isOperating_ || factory_->getServicesDispatcher() == nullptr);
 }
 
 boost::function<void()> ConfigAdapter::weakly(Operation operation) {
@@ -171,7 +191,7 @@ void ConfigAdapter::onUserProfileChanged() {
     bool changed = false;
     {
         const FeatureSetLock lock = lockFeatureSet();
-        if (!lock.isHeld()) {
+        if (!isMyTurn(lock)) {
             factory_->getServicesDispatcher()->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
                 weakly(&ConfigAdapter::onUserProfileChanged), "ConfigAdapter::onUserProfileChanged"));
             return;
@@ -187,7 +207,7 @@ void ConfigAdapter::stopConfigFeatureSet() {
     if (!isStarted()) {
         return;
     }
-    stopTftpConfigSource();
+    switchTftpSourceOff();
     TesselSystemMonitor::SystemMonitorFactory::getInstance()->removePowerEventObserver(shared_from_this());
     disconnectProperty(userProfileConnection_.get());
     resetChainOnDispatcherThread();

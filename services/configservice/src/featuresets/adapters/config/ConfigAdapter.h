@@ -35,8 +35,9 @@ class TftpConfigStore;
 ///
 /// The lifecycle operations (start, stop, destroy, refresh, and the switching of the remote source) run one at a time.
 /// Two of them wait for the dispatcher thread: the start, when called on another one, and the stop. Called from inside
-/// a notification, which holds the locks of the chain, a lifecycle operation runs at once if no other thread is at one;
-/// otherwise it is queued and runs on the dispatcher thread after the notification.
+/// a notification, which holds the locks of the chain, a lifecycle operation runs at once if none is under way;
+/// otherwise it is queued and runs on the dispatcher thread after the notification. That holds for one that this very
+/// thread is at, too: a notification may come from the midst of it.
 ///
 /// Lock order: the lifecycle mutex, then the remote store's observer lock, then the locks of the chain.
 class ConfigAdapter : public FeatureSetAdapter,
@@ -165,6 +166,7 @@ private:
 
     FeatureSetLock lockFeatureSet();
     void runExclusively(const std::string& name, Operation operation);
+    bool isMyTurn(const FeatureSetLock& lock) const;
     boost::function<void()> weakly(Operation operation);
     std::shared_ptr<SystemService> findSystemService(const char* function, const std::string& consequence);
     std::shared_ptr<ResetDataProvider> findResetDataProvider(const char* function, const std::string& consequence);
@@ -187,6 +189,7 @@ private:
     void addInitialConfigStores();
     void addInMemoryStore();
     void addLocalFileStore();
+    void persistLocalFileStore();
     void addOverrideStore();
     void removeCustomServerValuesIfPolicySet();
     void initialiseTftpConfigStore();
@@ -216,6 +219,7 @@ private:
 
     const std::shared_ptr<UnifiedFactory> factory_;
     tessel::Mutex featureSetMutex_;
+    bool isOperating_ = false;  // under featureSetMutex_
     std::atomic<bool> started_ = false;
     std::atomic<bool> tftpSourceStarted_ = false;
     GuardedValue<Connection> userProfileConnection_;

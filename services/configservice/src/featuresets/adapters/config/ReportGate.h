@@ -29,6 +29,8 @@ public:
 
     /// Delivers in order: on the dispatcher thread at once, after all that waits; elsewhere through a task, which
     /// delivers whatever report is then the oldest, or finds none. The task is harmless once the gate is gone.
+    /// On the dispatcher thread a delivery that throws does not keep the later ones back: the first exception leaves
+    /// when all are made, and each further one is a level 2 line.
     void pass(Delivery delivery, const std::string& taskName);
 
     /// Delivers beside the box: on the dispatcher thread at once, elsewhere through a task of its own.
