@@ -233,7 +233,7 @@ private:
 TEST_F(Files, AreListedWithoutASubFolderThatCannotBeRead) {
     directory_.write("a/file", "");
     directory_.write("closed/file", "");
-    fs::permissions(directory_.path(), fs::perms::owner_all | fs::perms::others_read | fs::perms::others_exec);
+    fs::permissions(directory_.path(), fs::perms(0755));
     fs::permissions(path("closed"), fs::perms::none);
     std::vector<std::string> files;
     {
