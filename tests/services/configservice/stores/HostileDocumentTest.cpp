@@ -62,7 +62,15 @@ protected:
         return stores;
     }
 
-    /// Both forms of one attack; the secret must be found nowhere.
+    /// Nothing if the text is refused.
+    static Map readFromMemory(const std::string& document) {
+        ConfigMap values;
+        SensitiveKeySet sensitiveKeys;
+        XmlConfigParser::readFromMemory(document, values, sensitiveKeys);
+        return plain(values);
+    }
+
+    /// All forms of one attack; the secret must be found nowhere.
     void expectNoSecret(const std::string& documentType, const std::string& reference) {
         for (const auto& [key, value] : readServerForm(documentType + "<r><G><K>" + reference + "</K></G></r>")) {
             EXPECT_EQ(value.find(L"TOP-SECRET"), std::wstring::npos);
@@ -71,6 +79,13 @@ protected:
              readLocalForm(documentType + "<r><userConfig name='a' value='1'/>" + reference + "</r>")) {
             EXPECT_EQ(value.find(L"TOP-SECRET"), std::wstring::npos);
         }
+        for (const auto& [key, value] : readFromMemory(documentType + "<r><G><K>" + reference + "</K></G></r>")) {
+            EXPECT_EQ(value.find(L"TOP-SECRET"), std::wstring::npos);
+        }
+        EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(documentType + "<r><version>1" + reference +
+                                                                  "</version></r>")
+                      .find("TOP-SECRET"),
+                  std::string::npos);
         EXPECT_FALSE(log_->mentions("TOP-SECRET"));
     }
 };
@@ -130,6 +145,22 @@ TEST_F(HostileDocuments, KeepAnExternalReferenceInAValueAsMarkup) {
 TEST_F(HostileDocuments, RefuseABillionLaughsInText) {
     EXPECT_EQ(readServerForm(laughs() + "<r><G><K>&l9;</K></G></r>"), Map{});
     EXPECT_EQ(readLocalForm(laughs() + "<r>&l9;<userConfig name='a' value='1'/></r>"), Map{});
+}
+
+TEST_F(HostileDocuments, InMemoryLoadNothingAtAll) {
+    const std::string secret = write("secret.txt", "TOP-SECRET");
+    const std::string type =
+        "<!DOCTYPE r SYSTEM 'http://127.0.0.1:9/x.dtd' [<!ENTITY e SYSTEM 'file://" + secret + "'>]>";
+    const ScopedEntityLoader loader;
+    EXPECT_EQ(readFromMemory(type + "<r><G><K>1&e;</K></G></r>"), (Map{{L"k", L"<K>1&e;</K>"}}));
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(type + "<r><version>1&e;2</version></r>"), "12");
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::IsEmpty());
+}
+
+TEST_F(HostileDocuments, RefuseABillionLaughsInMemory) {
+    EXPECT_EQ(readFromMemory(laughs() + "<r><G><K>&l9;</K></G></r>"), Map{});
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(laughs() + "<r><version>1&l9;</version></r>"), "");
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(laughs() + "<r><version a='&l9;'>1</version></r>"), "");
 }
 
 TEST_F(HostileDocuments, RefuseABillionLaughsInAnAttribute) {

@@ -1,11 +1,11 @@
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
+#include <atomic>
 #include <filesystem>
+#include <latch>
 #include <thread>
 
-#include "StoreTestSupport.h"
+#include "FaultSupport.h"
 #include "stores/LocalFileConfigStore.h"
 
 namespace storetests {
@@ -31,40 +31,20 @@ protected:
     }
 };
 
-/// Lets no file of this process grow beyond a size, as on a full disk, without a signal.
-class ScopedFileSizeLimit {
-public:
-    explicit ScopedFileSizeLimit(rlim_t bytes) : handler_(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &old_);
-        const rlimit limit{bytes, old_.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~ScopedFileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &old_);
-        std::signal(SIGXFSZ, handler_);
-    }
-
-    ScopedFileSizeLimit(const ScopedFileSizeLimit&) = delete;
-    ScopedFileSizeLimit& operator=(const ScopedFileSizeLimit&) = delete;
-
-private:
-    void (*handler_)(int);
-    rlimit old_{};
-};
-
 TEST_F(LocalFilePersisting, WritesTheWholeMapInItsOrder) {
     LocalFileConfigStore store = open();
     store.storeValue(L"b", L"2 < \"3\" & '4'");
     store.storeValue(L"A", L"1");
     store.persistValues();
-    EXPECT_EQ(read("folder/local.xml"),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Corvid>\n <userConfig name=\"A\" value=\"1\"/>\n"
+    EXPECT_EQ(withSmallDeclaration(read("folder/local.xml")),
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<Corvid>\n <userConfig name=\"A\" value=\"1\"/>\n"
               " <userConfig name=\"b\" value=\"2 &lt; &quot;3&quot; &amp; '4'\"/>\n</Corvid>\n");
 }
 
 TEST_F(LocalFilePersisting, WritesAnEmptyMapAsAnEmptyRoot) {
     open().persistValues();
-    EXPECT_EQ(read("folder/local.xml"), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Corvid/>\n");
+    EXPECT_EQ(withSmallDeclaration(read("folder/local.xml")),
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<Corvid/>\n");
 }
 
 TEST_F(LocalFilePersisting, LeavesNothingBesideTheFileAndLetsTheUserAloneReadIt) {
@@ -94,6 +74,14 @@ TEST_F(LocalFilePersisting, StoresTheOldVoicemailKeyUnderItsCurrentName) {
     EXPECT_TRUE(store.storeValue(L"vvm_MAILSTORE_server_0", L"h"));
     EXPECT_TRUE(misses(store, L"VVM_Mailstore_Server_0"));
     EXPECT_EQ(valueOf(store, L"VoicemailPrimaryServer"), L"h");
+}
+
+TEST_F(LocalFilePersisting, RemovesTheVoicemailKeyUnderItsCurrentNameOnly) {
+    LocalFileConfigStore store = open();
+    store.storeValue(L"VVM_Mailstore_Server_0", L"h");
+    EXPECT_FALSE(store.removeValue(L"VVM_Mailstore_Server_0"));
+    EXPECT_EQ(valueOf(store, L"VoicemailPrimaryServer"), L"h");
+    EXPECT_TRUE(store.removeValue(L"VoicemailPrimaryServer"));
 }
 
 TEST_F(LocalFilePersisting, MovesTheVoicemailKeyAtStoringInTheDefaultsStoreToo) {
@@ -269,6 +257,20 @@ TEST_F(LocalFilePersisting, TakesOverTheValuesOfTheStoreThatItReplaces) {
     EXPECT_EQ(restarted(), (Map{{L"a", L"new"}}));
 }
 
+TEST_F(LocalFilePersisting, TakesNothingOverFromAStoreOfAnotherFile) {
+    write("other/local.xml", "<r><userConfig name='a' value='1'/></r>");
+    write("folder/local.xml", "<r><userConfig name='b' value='2'/></r>");
+    LocalFileConfigStore otherFolder("Local", 20, path("other"), "local.xml", false, false);
+    LocalFileConfigStore otherName("Local", 20, path("folder"), "other.xml", false, false);
+    otherFolder.storeValue(L"a", L"changed");
+    otherName.storeValue(L"a", L"changed");
+    LocalFileConfigStore store = open();
+    store.takeOverValues(otherFolder);
+    store.takeOverValues(otherName);
+    EXPECT_EQ(contentsOf(store), (Map{{L"b", L"2"}}));
+    EXPECT_FALSE(store.hasUnpersistedValues());
+}
+
 TEST_F(LocalFilePersisting, MakesTheFolderWhateverSeparatorItsNameEndsIn) {
     LocalFileConfigStore store("X", 20, path("deep/er/"), "local.xml", false, false);
     store.persistValues();
@@ -277,17 +279,29 @@ TEST_F(LocalFilePersisting, MakesTheFolderWhateverSeparatorItsNameEndsIn) {
 
 TEST_F(LocalFilePersisting, WritesNothingAfterADestroyThatMeetsARunningWrite) {
     LocalFileConfigStore store = open();
-    std::thread persister([&store] {
-        for (int round = 0; round < 20; ++round) {
+    std::latch firstIsWritten(1);
+    std::atomic<bool> isDestroyed{false};
+    int lastRound = 0;
+    std::thread persister([&] {
+        int roundsAfterwards = 0;
+        for (int round = 0; roundsAfterwards < 5; ++round) {
+            roundsAfterwards += isDestroyed ? 1 : 0;
             store.storeValue(L"round", std::to_wstring(round));
             store.persistValues();
+            lastRound = round;
+            if (round == 0) {
+                firstIsWritten.count_down();
+            }
         }
     });
+    firstIsWritten.wait();
     store.destroy();
     const std::string atDestroy = read("folder/local.xml");
+    isDestroyed = true;
     persister.join();
+    EXPECT_THAT(atDestroy, testing::HasSubstr("name=\"round\""));
     EXPECT_EQ(read("folder/local.xml"), atDestroy);
-    EXPECT_EQ(valueOf(store, L"round"), L"19");
+    EXPECT_EQ(valueOf(store, L"round"), std::to_wstring(lastRound));
 }
 
 }  // namespace

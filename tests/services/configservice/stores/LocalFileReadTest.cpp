@@ -78,6 +78,16 @@ TEST_F(LocalFileReading, IgnoresTextAndOtherAttributes) {
     EXPECT_EQ(contents("<r>text<userConfig other='x' name='a' value='1'>text</userConfig></r>"), (Map{{L"a", L"1"}}));
 }
 
+TEST_F(LocalFileReading, IgnoresOtherElementsWithANameAndAValue) {
+    EXPECT_EQ(contents("<r name='r' value='0'><config name='a' value='1'/><userConfigs name='b' value='2'/>"
+                       "<userConfig name='c' value='3'/></r>"),
+              (Map{{L"c", L"3"}}));
+}
+
+TEST_F(LocalFileReading, TakesTheLastOfTwoAttributesThatDifferInCase) {
+    EXPECT_EQ(contents("<r><userConfig name='a' NAME='b' value='1' Value='2'/></r>"), (Map{{L"b", L"2"}}));
+}
+
 TEST_F(LocalFileReading, ExpandsEntitiesInAttributes) {
     EXPECT_EQ(contents("<!DOCTYPE r [<!ENTITY h 'host'>]><r><userConfig name='a&amp;b' value='x&h;&#33;'/></r>"),
               (Map{{L"a&b", L"xhost!"}}));
@@ -115,6 +125,20 @@ TEST_F(LocalFileReading, SetsAnInvalidFileAsideAndLogsItsContents) {
                          "configuration\nrenaming invalid file to: local-backup.xml and creating new blank "
                          "XML document"},
                     Line{2, logger, "readFromFile", "contents of invalid xml with string length: 40\n" + broken}));
+}
+
+TEST_F(LocalFileReading, SaysTrueForAnInvalidFile) {
+    LocalFileConfigStore store = open();
+    write("local.xml", "not xml");
+    EXPECT_TRUE(store.readFromFile());
+    EXPECT_FALSE(store.readFromFile()) << "it was set aside";
+}
+
+TEST_F(LocalFileReading, SetsAnInvalidFileAsideForAReadOnlyStoreToo) {
+    write("local.xml", "not xml");
+    LocalFileConfigStore store("X", 20, world_.directory().path(), "local.xml", true, true);
+    EXPECT_FALSE(world_.directory().exists("local.xml"));
+    EXPECT_EQ(read("local-backup.xml"), "not xml");
 }
 
 TEST_F(LocalFileReading, ReplacesAnOlderBackup) {

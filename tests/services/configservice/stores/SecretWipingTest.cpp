@@ -76,6 +76,7 @@ TEST_F(SecretWiping, GivesASecretThatIsMarkupWithItsTags) {
     load("<ConnectionPassword>hunter22<!-- c --></ConnectionPassword>");
     EXPECT_EQ(parseLoaded(),
               (Map{{L"connectionpassword", L"<ConnectionPassword>hunter22<!-- c --></ConnectionPassword>"}}));
+    EXPECT_EQ(textOf(firstEntry()->children), "hunter22") << "the tree below stays until the document ends";
 }
 
 }  // namespace

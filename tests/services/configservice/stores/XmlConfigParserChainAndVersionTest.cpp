@@ -41,6 +41,19 @@ TEST_F(ChainedConfigFile, IgnoresAHalfDeclaration) {
                     .empty());
 }
 
+TEST_F(ChainedConfigFile, IgnoresOtherElementsWithBothAttributes) {
+    EXPECT_EQ(
+        readChain("<r name='A' chainedTo='B'><Store name='A' chainedTo='B'/>"
+                  "<ConfigStores name='C' chainedTo='D'><ConfigStore name='E' chainedTo='F'/></ConfigStores></r>"),
+        (ChainedStoreMap{{"E", Names{"F"}}}));
+}
+
+TEST_F(ChainedConfigFile, KeepsStoresToWaitForThatDifferInCase) {
+    const auto stores = readChain("<r><ConfigStore name='A' chainedTo='b'/><ConfigStore name='A' chainedTo='B'/></r>");
+    ASSERT_EQ(stores.size(), 1u);
+    EXPECT_THAT(stores.begin()->second, testing::ElementsAre("B", "b"));
+}
+
 TEST_F(ChainedConfigFile, LogsEachDeclaration) {
     readChain("<r><ConfigStore name='A' chainedTo='B'/></r>");
     EXPECT_EQ(log_->count(4, "ConfigStore: [A] depends on ConfigStore [B]"), 1u);
@@ -72,6 +85,13 @@ TEST_F(VersionResponse, GivesTheTrimmedTextOfTheVersionElement) {
 
 TEST_F(VersionResponse, GivesTheLastOfTwoVersions) {
     EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse("<i><version>1</version><version>2</version></i>"), "2");
+}
+
+TEST_F(VersionResponse, GivesTheTextBesideACommentOrAnElement) {
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse("<i><version>10<!-- c -->.5</version></i>"), "10.5");
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse("<i><version>10<b>9</b>.5</version></i>"), "10.5");
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse("<i><version><b>9</b>10</version></i>"), "")
+        << "the first child has no text";
 }
 
 TEST_F(VersionResponse, FindsNoVersionInAnotherCaseOrDepth) {

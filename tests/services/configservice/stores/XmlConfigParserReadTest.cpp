@@ -20,6 +20,10 @@ TEST_F(XmlConfigParserReading, LowersTheCaseOfKeys) {
     EXPECT_EQ(parse(serverDocument("<TFTPPrimaryServer>h</TFTPPrimaryServer>")), (Map{{L"tftpprimaryserver", L"h"}}));
 }
 
+TEST_F(XmlConfigParserReading, TakesTheLocalNameOfAnElementWithAPrefix) {
+    EXPECT_EQ(parse(serverDocument("<p:Key xmlns:p='urn:x'>v</p:Key>")), (Map{{L"key", L"v"}}));
+}
+
 TEST_F(XmlConfigParserReading, IgnoresTextCommentsAndAttributesUnderTheRoot) {
     EXPECT_EQ(parse("<r a='1'>text<!-- c --><G b='2'><K c='3'>v</K></G>more</r>"), (Map{{L"k", L"v"}}));
 }

@@ -147,6 +147,9 @@ bool LocalFileConfigStore::hasUnpersistedValues() {
 }
 
 void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
+    if (replaced.filePath() != filePath()) {
+        return;
+    }
     Values taken = replaced.copyValues();
     tessel::ScopedLock lock(mutex_);
     values_.map = std::move(taken.map);
