@@ -34,7 +34,9 @@ public:
     virtual void removeAllCachedConfigStores() = 0;
 
     /// The winning value of a key, aliases included.
-    /// @param value receives the text. @param skipLocal true: only stores that the user cannot write are asked.
+    /// @param value receives the text on a hit; on a miss its contents are undefined (in FIPS mode
+    ///              "telephony_p2p_enabled" reads "false" even then). @param skipLocal true: only stores that the user
+    ///              cannot write are asked.
     /// @return true if a store holds the key.
     virtual bool getConfig(const std::wstring& key, std::wstring& value, bool skipLocal) = 0;
 
@@ -51,6 +53,7 @@ public:
     virtual bool setConfig(std::map<std::wstring, std::wstring> values) = 0;
 
     /// Stores a value in memory only, ahead of nothing but the installation's defaults.
+    /// @return true if there is an in-memory store. Whether the value wins is another question: ask getConfig().
     virtual bool setInMemoryConfig(const std::wstring& key, const std::wstring& value) = 0;
 
     /// Removes a key, under all its names, from every writable store.
@@ -72,7 +75,10 @@ public:
     /// and the remote source is off afterwards.
     virtual void refreshConfigFeatureSet() = 0;
 
-    /// Applies a provisioning link, once. @return true if it was taken.
+    /// Applies a provisioning link: fewer than 1000 characters, and behind the first "?" pairs of key "=" value joined
+    /// by "&", without any escaping. Keys other than the fourteen of URL_PROVISIONING_CONFIG_KEY_ARRAY are dropped.
+    /// @return true if it was taken; false if it holds none of those keys, is too long or has no "?", or if a link was
+    ///         taken before ("AllowUrlProvisioning" reads "false").
     virtual bool setUrlProvisioningData(std::wstring data) = 0;
 
     /// Allows another provisioning link after one was taken. @return true if there was something to allow.

@@ -24,7 +24,10 @@
 /// the thread is the caller's duty there. Without a feature set the forwarding operations do nothing and answer false.
 class ConfigService : public virtual UnifiedService {
 public:
+    /// Held weakly; the same observer counts once.
     virtual void addObserver(std::weak_ptr<ConfigServiceObserver> observer) = 0;
+
+    /// One that is not registered is no error.
     virtual void removeObserver(std::weak_ptr<ConfigServiceObserver> observer) = 0;
 
     /// Made at the first request. Never null.
@@ -38,10 +41,13 @@ public:
     /// the object of its current name. Never null; the same object for every spelling of the key.
     virtual std::shared_ptr<ConfigValue> getConfig(std::wstring key) = 0;
 
-    /// Stores a user value. The live object changes when the change comes back from the chain: before this returns.
+    /// Stores a user value, which is written to the user's file later. The live object changes when the change comes
+    /// back from the chain: before this returns. A value that does not win, or that no store takes, changes nothing in
+    /// it and is no error: the live object tells what holds.
     virtual void setConfig(std::wstring key, std::wstring value) = 0;
 
-    /// Stores a value in memory, for this run only; it overrules nothing but the installation's defaults.
+    /// Stores a value in memory; it overrules nothing but the installation's defaults, and is gone after the next start
+    /// or refresh of the feature set.
     virtual void setInMemoryConfig(std::wstring key, std::wstring value) = 0;
 
     /// All live objects in the order of their keys, undefined ones included. The vector is the caller's; its entries
@@ -67,7 +73,7 @@ public:
     /// True once the mark has come back from the chain: right after setKeySensitive() on this thread.
     virtual bool isKeySensitive(std::wstring key) = 0;
 
-    /// Applies a provisioning link. Any thread. @return true if it was taken.
+    /// Applies a provisioning link, once; see ConfigFeatureSet. Any thread. @return true if it was taken.
     virtual bool setUrlProvisioningData(std::wstring data) = 0;
 
     /// Allows another provisioning link after one was taken. Any thread. @return true if there was something to allow.

@@ -52,7 +52,9 @@ public:
     /// isReadOnly(). Constant for the store's life.
     virtual bool isLocal() = 0;
 
-    /// Waits until the store has its data; true when ready. Stores that have it from the start return at once.
+    /// Waits until the store has its data. Stores that have it from the start return at once. May be called with the
+    /// chain's lock held, and every lookup waits meanwhile: bound the wait.
+    /// @return true when ready; false ends a wait for several stores.
     virtual bool waitForStoreReady() = 0;
 
     /// True if a copy of this store is to be kept on disk for the next start.
