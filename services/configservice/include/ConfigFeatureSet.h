@@ -14,8 +14,9 @@
 /// files give; only addConfigStore() and removeConfigStore() refuse.
 ///
 /// startTftpConfigSource(), stopTftpConfigSource() and refreshConfigFeatureSet() are lifecycle operations, one at a
-/// time. Called from inside a change notification while another thread is at one, they are queued and run on the
-/// dispatcher thread after the notification; otherwise they have run when the call returns.
+/// time, as the start and the stop are. Called from inside a change notification while one is under way, on another
+/// thread or as the cause of that very notification, they are queued and run on the dispatcher thread afterwards;
+/// otherwise they have run when the call returns.
 class ConfigFeatureSet : public FeatureSet {
 public:
     /// Adds a store of the caller's to the chain; one of the same name is replaced. Its keys are reported before the

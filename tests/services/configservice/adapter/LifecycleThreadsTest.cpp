@@ -13,26 +13,30 @@ using testing::Not;
 
 namespace {
 
+class Client : public ConfigValueObserver {
+public:
+    explicit Client(std::function<void()> action) : action_(std::move(action)) {}
+    void OnValueChanged() override { action_(); }
+
+private:
+    const std::function<void()> action_;
+};
+
 /// The test's thread is the dispatcher thread; another one is at a lifecycle operation.
 class LifecycleThreads : public AdapterFixture {
 protected:
     /// Runs an action once, inside the notification of a change that this thread makes.
     void insideANotification(const std::function<void()>& action) {
         const auto live = service()->getConfig(L"key");
-        const auto client = std::make_shared<Client>(action);
+        bool acted = false;
+        const auto client = std::make_shared<Client>([&] {
+            if (!std::exchange(acted, true)) {
+                action();
+            }
+        });
         live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
         adapter()->setConfig(L"key", L"value");
     }
-
-private:
-    class Client : public ConfigValueObserver {
-    public:
-        explicit Client(std::function<void()> action) : action_(std::move(action)) {}
-        void OnValueChanged() override { action_(); }
-
-    private:
-        const std::function<void()> action_;
-    };
 };
 
 }  // namespace
@@ -82,15 +86,13 @@ TEST_F(LifecycleThreads, FromInsideANotificationABusyOperationRunsAfterIt) {
     std::thread starter;
     bool startedInside = true;
     insideANotification([&] {
-        if (!starter.joinable()) {
-            // The start has the lifecycle mutex now, and will want the chain that this thread has.
-            starter = std::thread([this] { start(); });
-            dispatcher->waitForWaiting(1);
-            startedInside = adapter()->IsFeatureSetStarted(1300);
-            adapter()->startTftpConfigSource();
-            adapter()->refreshConfigFeatureSet();
-            stop();
-        }
+        // The start has the lifecycle mutex now, and will want the chain that this thread has.
+        starter = std::thread([this] { start(); });
+        dispatcher->waitForWaiting(1);
+        startedInside = adapter()->IsFeatureSetStarted(1300);
+        adapter()->startTftpConfigSource();
+        adapter()->refreshConfigFeatureSet();
+        stop();
     });
     EXPECT_FALSE(startedInside);
     EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
@@ -105,15 +107,37 @@ TEST_F(LifecycleThreads, FromInsideANotificationABusyOperationRunsAfterIt) {
     EXPECT_THAT(chain(), Not(Contains("LocalFileConfigStore")));
 }
 
+TEST_F(LifecycleThreads, FromInsideANotificationOfAnOperationAnotherOneRunsAfterIt) {
+    injectAndStart();
+    adapter()->setInMemoryConfig(L"mem", L"m");
+    const auto live = service()->getConfig(L"mem");
+    const auto client = std::make_shared<Client>([this] { adapter()->refreshConfigFeatureSet(); });
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_THAT(dispatcher->waitingNames(), ElementsAre("ConfigAdapter::refreshConfigFeatureSet"));
+    const auto local = storeNamed("LocalFileConfigStore");
+    dispatcher->runAll();
+    EXPECT_NE(storeNamed("LocalFileConfigStore"), local);
+    // The store that is in the chain is alive on disk: no half of the inner operation was undone by the outer one.
+    adapter()->setConfig(L"key", L"value");
+    tasks->runAll();
+    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"key\" value=\"value\""));
+}
+
+TEST_F(LifecycleThreads, AnOperationFromInsideANotificationTakesItsOwnSteps) {
+    injectAndStart();
+    adapter()->startTftpConfigSource();
+    insideANotification([&] { adapter()->refreshConfigFeatureSet(); });
+    EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
+}
+
 TEST_F(LifecycleThreads, FromInsideANotificationAProfileChangeAndAPowerDownWaitTheirTurnToo) {
     inject();
     std::thread starter;
     insideANotification([&] {
-        if (!starter.joinable()) {
-            starter = std::thread([this] { start(); });
-            dispatcher->waitForWaiting(1);
-            adapter()->onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
-        }
+        starter = std::thread([this] { start(); });
+        dispatcher->waitForWaiting(1);
+        adapter()->onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
     });
     ASSERT_TRUE(dispatcher->runOne());
     starter.join();
@@ -127,11 +151,9 @@ TEST_F(LifecycleThreads, AnOperationThatWaitsIsHarmlessOnceTheAdapterIsGone) {
     inject();
     std::thread starter;
     insideANotification([&] {
-        if (!starter.joinable()) {
-            starter = std::thread([held = adapter()] { held->StartFeatureSet(CONFIG_SERVICE_ID, nullptr); });
-            dispatcher->waitForWaiting(1);
-            adapter()->refreshConfigFeatureSet();
-        }
+        starter = std::thread([held = adapter()] { held->StartFeatureSet(CONFIG_SERVICE_ID, nullptr); });
+        dispatcher->waitForWaiting(1);
+        adapter()->refreshConfigFeatureSet();
     });
     ASSERT_TRUE(dispatcher->runOne());
     starter.join();
@@ -146,8 +168,12 @@ TEST_F(LifecycleThreads, NotifiersFindNobodyOnceTheAdapterIsGone) {
     injectAndStart();
     const auto keptManager = manager();
     const std::weak_ptr<ConfigAdapter> gone = adapter();
+    const auto profileConnection = systemService->lastProfileConnection();
+    ASSERT_NE(profileConnection, nullptr);
+    EXPECT_TRUE(profileConnection->connected());
     factory->clear();
     EXPECT_TRUE(gone.expired());
+    EXPECT_FALSE(profileConnection->connected());
     log->clear();
     systemService->userProfileChanged();
     monitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
@@ -247,7 +273,8 @@ TEST_F(RealThreads, TheLiveValueEndsWithTheChainsAnswerHoweverWritesInterleave) 
     }
     first.join();
     second.join();
-    EXPECT_EQ(liveValue(), chainValue(L"key"));
+    const std::wstring last = liveValue();
+    EXPECT_EQ(last, chainValue(L"key"));
 }
 
 TEST_F(RealThreads, LifecycleOperationsOfSeveralThreadsDoNotBlockOneAnother) {
@@ -275,8 +302,13 @@ TEST_F(RealThreads, LifecycleOperationsOfSeveralThreadsDoNotBlockOneAnother) {
 }
 
 TEST_F(RealThreads, AClientMayMeddleWithTheLifecycleFromInsideItsNotifications) {
+    int meddlings = ROUNDS;
     bool start = false;
     const auto client = std::make_shared<MeddlingClient>([&] {
+        if (meddlings == 0) {
+            return;
+        }
+        --meddlings;
         start = !start;
         if (start) {
             adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
@@ -304,9 +336,10 @@ TEST_F(RealThreads, AClientMayMeddleWithTheLifecycleFromInsideItsNotifications) 
     }
     refresher.join();
     starter.join();
-    // Whatever still waits has run when this has; then both sides agree.
-    onDispatcher([] {});
-    EXPECT_EQ(liveValue(), chainValue(L"key"));
+    // What a queued operation tells the client makes it queue two more; with that ended, whatever waits runs dry.
+    onDispatcher([&] { meddlings = 0; });
+    const std::wstring last = liveValue();
+    EXPECT_EQ(last, chainValue(L"key"));
 }
 
 TEST_F(RealThreads, AStoredValueIsNeverLostByStartsAndRefreshesAmongWrites) {

@@ -92,30 +92,33 @@ TEST_F(ReportGateTest, AnObserverThatWritesFindsItsOwnReportDelivered) {
 
 TEST_F(ReportGateTest, GoesOnAfterADeliveryThatThrows) {
     EXPECT_THROW(gate_->pass([] { throw std::runtime_error("observer"); }, "task"), std::runtime_error);
-    EXPECT_FALSE(gate_->isInsideNotification());
+    EXPECT_EQ(gate_->notificationDepth(), 0);
     gate_->pass(note("next"), "task");
     EXPECT_THAT(delivered_, ElementsAre("next"));
 }
 
 TEST_F(ReportGateTest, KnowsThatItIsInsideANotification) {
-    bool inside = false;
-    bool elsewhere = true;
+    int inside = 0;
+    int insideAnother = 0;
+    int elsewhere = -1;
     gate_->pass(
         [&] {
-            inside = gate_->isInsideNotification();
-            std::thread([&] { elsewhere = gate_->isInsideNotification(); }).join();
+            inside = gate_->notificationDepth();
+            gate_->pass([&] { insideAnother = gate_->notificationDepth(); }, "task");
+            std::thread([&] { elsewhere = gate_->notificationDepth(); }).join();
         },
         "task");
-    EXPECT_TRUE(inside);
-    EXPECT_FALSE(elsewhere);
-    EXPECT_FALSE(gate_->isInsideNotification());
+    EXPECT_EQ(inside, 1);
+    EXPECT_EQ(insideAnother, 2);
+    EXPECT_EQ(elsewhere, 0);
+    EXPECT_EQ(gate_->notificationDepth(), 0);
 }
 
 TEST_F(ReportGateTest, ADeliveryByTaskIsNoNotificationUnderTheChainsLocks) {
-    bool inside = true;
-    std::thread([&] { gate_->pass([&] { inside = gate_->isInsideNotification(); }, "task"); }).join();
+    int inside = -1;
+    std::thread([&] { gate_->pass([&] { inside = gate_->notificationDepth(); }, "task"); }).join();
     dispatcher_->runAll();
-    EXPECT_FALSE(inside);
+    EXPECT_EQ(inside, 0);
 }
 
 TEST_F(ReportGateTest, TasksAreHarmlessOnceTheGateIsGone) {
@@ -140,5 +143,5 @@ TEST_F(ReportGateTest, WithoutADispatcherDeliversNothing) {
     gate->pass(note("a"), "task");
     gate->passBeside(note("b"), "task");
     EXPECT_THAT(delivered_, IsEmpty());
-    EXPECT_FALSE(gate->isInsideNotification());
+    EXPECT_EQ(gate->notificationDepth(), 0);
 }

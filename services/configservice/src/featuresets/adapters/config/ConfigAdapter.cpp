@@ -13,6 +13,19 @@ namespace {
 
 const wchar_t* const LAST_LOADED_USER_PROFILE = L"LastLoadedUserProfile";
 
+/// Holds the depth of an operation for its length, also when a client's observer ends it by an exception.
+class DepthOfOperation {
+public:
+    DepthOfOperation(int& current, int depth) : current_(current), outer_(std::exchange(current, depth)) {}
+    ~DepthOfOperation() { current_ = outer_; }
+    DepthOfOperation(const DepthOfOperation&) = delete;
+    DepthOfOperation& operator=(const DepthOfOperation&) = delete;
+
+private:
+    int& current_;
+    const int outer_;
+};
+
 }  // namespace
 
 ConfigAdapter::ConfigAdapter(const std::shared_ptr<UnifiedFactory>& factory)
@@ -80,12 +93,16 @@ std::vector<unsigned> ConfigAdapter::GetFeatureSetDependencies(unsigned /*featur
 FeatureSetLock ConfigAdapter::lockFeatureSet() {
     // Inside a notification this thread holds the locks of the chain, and whoever holds the mutex may want them.
     return {featureSetMutex_, factory_->getServicesDispatcher(),
-            reportGate_->isInsideNotification() ? FeatureSetLock::IfBusy::GiveUp : FeatureSetLock::IfBusy::Wait};
+            reportGate_->notificationDepth() > 0 ? FeatureSetLock::IfBusy::GiveUp : FeatureSetLock::IfBusy::Wait};
 }
 
 void ConfigAdapter::runExclusively(const std::string& name, Operation operation) {
     const FeatureSetLock lock = lockFeatureSet();
-    if (lock.isHeld()) {
+    const int depth = reportGate_->notificationDepth();
+    // A client that is told of a change by an operation must not start another one in the middle of it: the rest of the
+    // outer one would undo the inner one by halves. A call at the same depth is a step of the operation itself.
+    if (lock.isHeld() && (operationDepth_ == NO_OPERATION || depth <= operationDepth_)) {
+        const DepthOfOperation scope(operationDepth_, depth);
         (this->*operation)();
         return;
     }

@@ -35,8 +35,9 @@ class TftpConfigStore;
 ///
 /// The lifecycle operations (start, stop, destroy, refresh, and the switching of the remote source) run one at a time.
 /// Two of them wait for the dispatcher thread: the start, when called on another one, and the stop. Called from inside
-/// a notification, which holds the locks of the chain, a lifecycle operation runs at once if no other thread is at one;
-/// otherwise it is queued and runs on the dispatcher thread after the notification.
+/// a notification, which holds the locks of the chain, a lifecycle operation runs at once if none is under way;
+/// otherwise, also if the notification comes from that very operation, it is queued and runs on the dispatcher thread
+/// afterwards.
 ///
 /// Lock order: the lifecycle mutex, then the remote store's observer lock, then the locks of the chain.
 class ConfigAdapter : public FeatureSetAdapter,
@@ -154,6 +155,8 @@ private:
     using Connection = std::weak_ptr<PropertyNotifierConnection>;
     using Operation = void (ConfigAdapter::*)();
 
+    static constexpr int NO_OPERATION = -1;
+
     static TesselLogger* logger();
     bool isStarted() const { return started_.load(std::memory_order_relaxed); }
 
@@ -232,5 +235,6 @@ private:
     GuardedValue<std::shared_ptr<ServerHealthInformation>> secondTelephonyHealth_;
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
+    int operationDepth_ = NO_OPERATION;                     // under featureSetMutex_
     const std::shared_ptr<ReportGate> reportGate_;
 };

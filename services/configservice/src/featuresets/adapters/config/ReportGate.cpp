@@ -52,8 +52,8 @@ void ReportGate::passBeside(Delivery delivery, const std::string& taskName) {
     dispatcher_->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(std::move(delivery), taskName));
 }
 
-bool ReportGate::isInsideNotification() const {
-    return depth_.load(std::memory_order_relaxed) > 0 && dispatcher_->checkForUpdateAccess();
+int ReportGate::notificationDepth() const {
+    return dispatcher_ != nullptr && dispatcher_->checkForUpdateAccess() ? depth_.load(std::memory_order_relaxed) : 0;
 }
 
 std::uint64_t ReportGate::put(Delivery delivery) {

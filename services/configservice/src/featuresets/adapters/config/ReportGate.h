@@ -34,9 +34,9 @@ public:
     /// Delivers beside the box: on the dispatcher thread at once, elsewhere through a task of its own.
     void passBeside(Delivery delivery, const std::string& taskName);
 
-    /// True on the dispatcher thread inside a delivery that pass() makes before it returns, which means: inside a
-    /// notification that runs under the locks of the chain.
-    bool isInsideNotification() const;
+    /// On the dispatcher thread: how many deliveries that pass() makes before it returns are under way, one inside
+    /// another. Above 0 this thread is inside a notification, under the locks of the chain. On any other thread 0.
+    int notificationDepth() const;
 
 private:
     struct Report {
