@@ -59,6 +59,11 @@ void ScriptedStore::onWait(std::function<void()> action) {
     onWait_ = std::move(action);
 }
 
+void ScriptedStore::onDestroy(std::function<void()> action) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    onDestroy_ = std::move(action);
+}
+
 void ScriptedStore::onDestruction(std::function<void()> action) { onDestruction_ = std::move(action); }
 
 std::vector<std::string> ScriptedStore::calls() const {
@@ -139,8 +144,15 @@ void ScriptedStore::persistValues() {
 }
 
 void ScriptedStore::destroy() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    record("destroy");
+    std::function<void()> action;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        record("destroy");
+        action = onDestroy_;
+    }
+    if (action) {
+        action();
+    }
 }
 
 bool ScriptedStore::waitForStoreReady() {

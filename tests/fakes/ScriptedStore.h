@@ -51,6 +51,9 @@ public:
     /// Runs inside every waitForStoreReady().
     void onWait(std::function<void()> action);
 
+    /// Runs inside every destroy().
+    void onDestroy(std::function<void()> action);
+
     /// Runs in the destructor.
     void onDestruction(std::function<void()> action);
 
@@ -105,6 +108,7 @@ private:
     std::map<std::wstring, std::wstring, IgnoreCase> values_;
     std::function<void(const std::wstring&)> onGetValue_;
     std::function<void()> onWait_;
+    std::function<void()> onDestroy_;
     std::vector<std::string> calls_;
     std::vector<std::wstring> lookups_;
 };

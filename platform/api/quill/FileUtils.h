@@ -6,7 +6,9 @@
 namespace QuillCoreUtils {
 
 /// File helpers. Paths are UTF-8 bytes as the file system has them. Nothing throws; failures are told by the result and
-/// logged once at level 3 by the logger "FileUtils", with the path and the system's reason. Any thread.
+/// logged once at level 3 by the logger "FileUtils", with the path and the system's reason. What is merely absent is no
+/// failure of fileExists() and getFilesFromDirectory(). All of them use the disk: hold no lock that others wait for.
+/// Any thread.
 class FileUtils {
 public:
     /// The user's configuration directory, without a trailing separator, as the host's World says.
@@ -27,18 +29,25 @@ public:
     /// Creates a folder with its parents, mode 0700. True if it is there afterwards.
     static bool createDirectory(const std::string& path);
 
-    /// Removes a file, or a link itself; never a folder. True if it was there and is gone.
+    /// Removes a file, or a link itself; never a folder. True if it was there and is gone; false, and logged, if there
+    /// was none.
     static bool removeFile(const std::string& path);
 
     /// Replaces the destination durably and atomically: copies into a fresh sibling of it (permissions of an existing
     /// destination kept, 0600 for a new one), syncs that, renames it over the destination and syncs the folder. After a
     /// crash at any instant the destination is the old file or the new one, whole. Stale siblings of earlier crashes
-    /// are removed on the way.
+    /// are removed on the way. On failure the destination is as it was and no sibling remains.
+    ///
+    /// A destination that is a link stays one: what it leads to is replaced, or made if it is missing. The owner is
+    /// kept along with the permissions; where the process may not give files away, the permissions are cut down to the
+    /// owner's. Source and destination must be regular files: folders, devices and pipes are refused.
     /// @param failIfExists true: the call fails if the destination exists; false: it is replaced.
-    /// @return true if the destination holds the new contents and the disk has them.
+    /// @return true if the destination holds the new contents and the disk has them. False after the renaming only if
+    ///         the folder could not be synced: the destination is the new one then, and whole.
     static bool copyFile(const std::string& from, const std::string& to, bool failIfExists);
 
-    /// Renames a file (across file systems: copies and removes).
+    /// Renames a file, or a link itself; never a folder (EISDIR). Its permissions stay. Across file systems it is
+    /// copied as copyFile says, a link as the file that it leads to, and removed.
     /// @param failIfExists as in copyFile.
     /// @return 0 on success, else the system's error number (errno).
     static int moveFile(const std::string& from, const std::string& to, bool failIfExists);
@@ -48,12 +57,17 @@ public:
 
     /// Renames a finished sibling over its destination with the promise of copyFile: syncs it, renames it, syncs the
     /// folder. On failure the sibling is removed and the destination stays as it was.
+    /// @param finishedSibling a regular file, closed by its writer, on the destination's file system (on another one it
+    /// is
+    ///        copied). It gets the permissions of an existing destination, 0600 for a new one.
     static bool replaceFileDurably(const std::string& finishedSibling, const std::string& destination);
 
-    /// Reads a whole file as bytes. False if it cannot be read; contents is empty then.
+    /// Reads a whole regular file as bytes. False if it cannot be read or is no regular file; contents is empty then.
     static bool readFile(const std::string& path, std::string& contents);
 
-    /// All regular files and links below a folder, sub-folders included, sorted by path; links are never followed.
+    /// All regular files and links below a folder, sub-folders included, sorted by the bytes of the path; links are
+    /// listed and never followed, but the folder itself may be one. A sub-folder that cannot be read is logged and left
+    /// out.
     /// @param extension with or without its dot, case ignored; empty for all files.
     /// @param files is emptied first; receives full paths. A missing folder gives none.
     static void getFilesFromDirectory(const std::string& directory, const std::string& extension,

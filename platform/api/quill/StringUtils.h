@@ -9,7 +9,8 @@
 /// on any thread, none of them throws on ill-formed input.
 namespace QuillCoreUtils {
 
-/// UTF-8 to wide; every ill-formed sequence becomes U+FFFD.
+/// UTF-8 to wide. Of ill-formed input each maximal subpart (the longest start of a well-formed sequence, at least one
+/// byte; Unicode Standard, section 3.9) becomes one U+FFFD, and nothing after it is lost.
 std::wstring toWideString(std::string_view text);
 /// The same for a literal, which would otherwise be taken for a truth value. Not null.
 inline std::wstring toWideString(const char* text) { return toWideString(std::string_view(text)); }
@@ -33,7 +34,8 @@ std::string trimleft(std::string_view text);
 std::wstring trimleft(std::wstring_view text);
 
 /// Three-way comparison without regard to case: negative, 0 or positive. ASCII letters are folded by a table, other
-/// code points by Unicode simple case folding; the order is that of the folded code points. Narrow and wide agree.
+/// code points by Unicode simple case folding; the order is that of the folded code points, a beginning before the
+/// whole. What is no text counts as U+FFFD. Narrow and wide agree.
 std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b);
 std::int32_t caseInsensitiveStringCompare(std::string_view a, std::string_view b);
 
@@ -45,7 +47,10 @@ bool caseInsensitiveStringEquals(std::string_view a, std::string_view b);
 /// found at 0.
 std::size_t caseInsensitiveFind(std::wstring_view text, std::wstring_view part);
 
-/// Lower-case copy, of the same length in code points: only one-to-one mappings are applied.
+/// Lower-case copy, of the same length in code points: only one-to-one mappings are applied. It is the folding of the
+/// comparison, so that two texts are equal without regard to case exactly when their lower-case copies are the same; a
+/// few letters therefore become the form that stands for all of their kind (final sigma the common one, long s an s).
+/// What is no text becomes U+FFFD. For matching, not for display.
 std::wstring toLowercase(std::wstring_view text);
 std::string toLowercase(std::string_view text);
 

@@ -17,7 +17,8 @@ public:
     void set();
     void reset();
 
-    /// Waits until the event is set, at most for the given number of milliseconds (0 does not wait).
+    /// Waits until the event is set, at most for the given number of milliseconds (0 does not wait;
+    /// more than a year counts as a year).
     /// @return true if the event was set, false if the time ran out.
     bool timedWait(unsigned long milliseconds);
 

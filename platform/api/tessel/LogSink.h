@@ -7,7 +7,7 @@ namespace tessel {
 
 /// One record as it reaches a sink.
 struct LogRecord {
-    int level;                ///< 2 to 5
+    int level;  ///< 2 to 5
     const std::string& logger;
     const char* file;
     int line;
@@ -30,10 +30,11 @@ public:
 /// The process-wide log set-up. Any thread.
 class LogControl {
 public:
-    /// Sets the sink; null drops every record. The old sink is kept alive until calls into it have returned.
+    /// Sets the sink; null drops every record. The old sink is kept alive until calls into it have returned;
+    /// it may be destroyed by the thread of such a call.
     static void setSink(std::shared_ptr<LogSink> sink);
 
-    /// Records with a level above this are dropped; 3 at start. From 2 to 5.
+    /// Records with a level above this are dropped; 3 at start. What lies outside 2 to 5 becomes the nearer of these.
     static void setLevel(int level);
     static int getLevel();
 

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <typeinfo>
+#include <utility>
 
 /// The compiler's name of a type, as a TypeMap uses it; "NULL" when there is none.
 inline std::string typeMapName(const std::type_info& type) {
@@ -15,13 +16,19 @@ inline std::string typeMapName(const std::type_info& type) {
 /// Not synchronised: the owner's lock guards it.
 class TypeMap {
 public:
+    /// What a new item has pushed out: the earlier one of its type and the earlier one of its number. For the owner to
+    /// drop once it holds no lock, since the end of an item may come back to the owner.
+    struct Displaced {
+        std::shared_ptr<void> byName;
+        std::shared_ptr<void> byNumber;
+    };
+
     /// Puts the item under the name of T and under the number, over whatever was under either of them.
     template <typename T>
-    void setItem(unsigned number, const std::shared_ptr<T>& item) {
+    Displaced setItem(unsigned number, const std::shared_ptr<T>& item) {
         // The pointer that is kept is exactly a T*, so getItem<T>() may cast it back without knowing more.
         const std::shared_ptr<void> erased = item;
-        byName_[typeMapName(typeid(T))] = erased;
-        byNumber_[number] = erased;
+        return {std::exchange(byName_[typeMapName(typeid(T))], erased), std::exchange(byNumber_[number], erased)};
     }
 
     /// The item under the name of T; null if there is none.

@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 #include <typeinfo>
+#include <utility>
 
 #include "tessel/Mutex.h"
 #include "unified/FeatureSetAdapter.h"
@@ -33,8 +34,9 @@ public:
     /// Registers a service under the type T and the number, over any earlier one under either.
     template <typename T>
     void setService(unsigned number, const std::shared_ptr<T>& service) {
+        TypeMap::Displaced displaced;  // ends after the lock
         const tessel::ScopedLock lock(mutex_);
-        services_.setItem<T>(number, service);
+        displaced = services_.setItem<T>(number, service);
     }
 
     /// The service of type T. The first miss for a type loads its module and looks again; later misses give null.
@@ -51,9 +53,11 @@ public:
         if (featureSet == nullptr) {
             return;
         }
+        TypeMap::Displaced displaced;  // both end after the lock
+        std::shared_ptr<FeatureSetAdapter> displacedAdapter;
         const tessel::ScopedLock lock(mutex_);
-        featureSets_.setItem<T>(number, featureSet);
-        adapters_[number] = adapter;
+        displaced = featureSets_.setItem<T>(number, featureSet);
+        displacedAdapter = std::exchange(adapters_[number], adapter);
     }
 
     /// The feature set of type T. The first miss for a type loads its module and looks again; later misses give null.
@@ -61,6 +65,9 @@ public:
     std::shared_ptr<T> getFeatureSet() {
         return find<T>(featureSets_, [this](const std::string& name) { return loadFeatureSet(name); });
     }
+
+    /// True if a service is registered under the number.
+    bool hasService(unsigned number) const;
 
     /// The adapter registered under the number, for the host; null if there is none.
     std::shared_ptr<FeatureSetAdapter> getFeatureSetAdapter(unsigned number) const;

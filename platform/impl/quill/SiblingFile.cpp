@@ -30,7 +30,9 @@ std::string directoryOf(const std::string& path) {
 }
 
 std::string prefixFor(const std::string& destination) {
-    return "." + FileUtils::getFileName(destination).substr(0, longestPrefix) + ".";
+    std::string prefix(1, '.');
+    prefix.append(FileUtils::getFileName(destination), 0, longestPrefix);
+    return prefix.append(1, '.');
 }
 
 bool isNumber(std::string_view text) {

@@ -65,7 +65,8 @@ std::wstring toWideString(int value) { return std::to_wstring(value); }
 
 std::string toString(std::wstring_view text) {
     std::string narrow;
-    narrow.reserve(text.size());
+    // Counted first: a text that grows would leave an unwiped copy of a secret behind.
+    narrow.reserve(utf8Length(text));
     while (!text.empty()) {
         appendUtf8(narrow, takeCodePoint(text));
     }

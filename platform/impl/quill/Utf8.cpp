@@ -60,6 +60,15 @@ char32_t takeBeyondAscii(std::string_view& text) {
     return value;
 }
 
+std::size_t utf8Length(std::wstring_view text) {
+    std::size_t length = 0;
+    for (const wchar_t unit : text) {
+        const char32_t codePoint = scalarValue(unit);
+        length += 1U + (codePoint >= 0x80) + (codePoint >= 0x800) + (codePoint >= 0x10000);
+    }
+    return length;
+}
+
 void appendUtf8(std::string& text, char32_t codePoint) {
     boost::locale::utf::utf_traits<char>::encode(codePoint, std::back_inserter(text));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -38,6 +39,9 @@ inline char32_t takeCodePoint(std::wstring_view& text) {
     text.remove_prefix(1);
     return codePoint;
 }
+
+/// The bytes that a wide text needs as UTF-8.
+std::size_t utf8Length(std::wstring_view text);
 
 /// Appends a Unicode scalar value as UTF-8.
 void appendUtf8(std::string& text, char32_t codePoint);

@@ -60,6 +60,12 @@ public:
         logger_->set_level(spdlog::level::trace);
     }
 
+    // The queue's thread ends first. Its messages hold the logger too, and must not be the last to do so.
+    ~Engine() { pool_.reset(); }
+
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+
     void write(const LogRecord& record) {
         // Whoever was admitted finds a place in the queue, so the queue never makes a writer wait.
         if (sink_->admit()) {
@@ -81,7 +87,7 @@ public:
 
 private:
     const std::shared_ptr<CountingSink> sink_;
-    const std::shared_ptr<spdlog::details::thread_pool> pool_;
+    std::shared_ptr<spdlog::details::thread_pool> pool_;
     const std::shared_ptr<spdlog::async_logger> logger_;
     std::mutex flushMutex_;
     unsigned long flushes_ = 0;  ///< guarded by flushMutex_

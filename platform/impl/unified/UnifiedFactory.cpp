@@ -11,6 +11,11 @@ UnifiedFactory::UnifiedFactory(std::shared_ptr<ServicesDispatcher> servicesDispa
 
 UnifiedFactory::~UnifiedFactory() { clear(); }
 
+bool UnifiedFactory::hasService(unsigned number) const {
+    const tessel::ScopedLock lock(mutex_);
+    return services_.hasNumber(number);
+}
+
 std::shared_ptr<FeatureSetAdapter> UnifiedFactory::getFeatureSetAdapter(unsigned number) const {
     const tessel::ScopedLock lock(mutex_);
     const auto found = adapters_.find(number);

@@ -14,25 +14,29 @@
 /// files give; only addConfigStore() and removeConfigStore() refuse.
 ///
 /// startTftpConfigSource(), stopTftpConfigSource() and refreshConfigFeatureSet() are lifecycle operations, one at a
-/// time, as the start and the stop are. Called from inside a change notification while one is under way, on another
-/// thread or as the cause of that very notification, they are queued and run on the dispatcher thread afterwards;
+/// time. Called from inside a change notification while one is under way, on another thread or on this very one, whose
+/// step the notification then tells of, they are queued and run on the dispatcher thread after the notification;
 /// otherwise they have run when the call returns.
 class ConfigFeatureSet : public FeatureSet {
 public:
     /// Adds a store of the caller's to the chain; one of the same name is replaced. Its keys are reported before the
-    /// call returns. Refused, with a level 2 line, while the feature set is not started. A store named
-    /// "PresenceConfigStore" makes the caller wait for the server's file first, at most 20 seconds.
+    /// call returns on the dispatcher thread, and queued for it from any other. Refused, with a level 2 line, while the
+    /// feature set is not started. A store named "PresenceConfigStore" makes the caller wait for the server's file
+    /// first, at most 20 seconds.
     virtual void addConfigStore(std::shared_ptr<ConfigStore> store) = 0;
 
     /// Takes a store and the cached copy of it out of the chain, its cache file included.
     /// @return true if either was there. Refused, with a level 2 line, while the feature set is not started.
     virtual bool removeConfigStore(const std::string& name) = 0;
 
-    /// Takes every cached store out of the chain and deletes the cache files.
+    /// Takes the cached copies of remote stores out of the chain and deletes all cache files; what a provisioning link
+    /// has set goes on answering until the next start.
     virtual void removeAllCachedConfigStores() = 0;
 
     /// The winning value of a key, aliases included.
-    /// @param value receives the text. @param skipLocal true: only stores that the user cannot write are asked.
+    /// @param value receives the text on a hit; on a miss its contents are undefined (in FIPS mode
+    ///              "telephony_p2p_enabled" reads "false" even then). @param skipLocal true: only stores that the user
+    ///              cannot write are asked.
     /// @return true if a store holds the key.
     virtual bool getConfig(const std::wstring& key, std::wstring& value, bool skipLocal) = 0;
 
@@ -49,6 +53,7 @@ public:
     virtual bool setConfig(std::map<std::wstring, std::wstring> values) = 0;
 
     /// Stores a value in memory only, ahead of nothing but the installation's defaults.
+    /// @return true if there is an in-memory store. Whether the value wins is another question: ask getConfig().
     virtual bool setInMemoryConfig(const std::wstring& key, const std::wstring& value) = 0;
 
     /// Removes a key, under all its names, from every writable store.
@@ -70,7 +75,10 @@ public:
     /// and the remote source is off afterwards.
     virtual void refreshConfigFeatureSet() = 0;
 
-    /// Applies a provisioning link, once. @return true if it was taken.
+    /// Applies a provisioning link: fewer than 1000 characters, and behind the first "?" pairs of key "=" value joined
+    /// by "&", without any escaping. Keys other than the fourteen of URL_PROVISIONING_CONFIG_KEY_ARRAY are dropped.
+    /// @return true if it was taken; false if it holds none of those keys, is too long or has no "?", or if a link was
+    ///         taken before ("AllowUrlProvisioning" reads "false").
     virtual bool setUrlProvisioningData(std::wstring data) = 0;
 
     /// Allows another provisioning link after one was taken. @return true if there was something to allow.

@@ -20,11 +20,14 @@
 /// store brings, changes or loses the key.
 ///
 /// Dispatcher thread only, unless an operation says otherwise; off it an operation throws an exception derived from
-/// std::logic_error before it has touched anything. Without a feature set the forwarding operations do nothing and
-/// answer false.
+/// std::logic_error before it has touched anything. The registration of observers and the notifiers are not checked;
+/// the thread is the caller's duty there. Without a feature set the forwarding operations do nothing and answer false.
 class ConfigService : public virtual UnifiedService {
 public:
+    /// Held weakly; the same observer counts once.
     virtual void addObserver(std::weak_ptr<ConfigServiceObserver> observer) = 0;
+
+    /// One that is not registered is no error.
     virtual void removeObserver(std::weak_ptr<ConfigServiceObserver> observer) = 0;
 
     /// Made at the first request. Never null.
@@ -38,10 +41,13 @@ public:
     /// the object of its current name. Never null; the same object for every spelling of the key.
     virtual std::shared_ptr<ConfigValue> getConfig(std::wstring key) = 0;
 
-    /// Stores a user value. The live object changes when the change comes back from the chain: before this returns.
+    /// Stores a user value, which is written to the user's file later. The live object changes when the change comes
+    /// back from the chain: before this returns. A value that does not win, or that no store takes, changes nothing in
+    /// it and is no error: the live object tells what holds.
     virtual void setConfig(std::wstring key, std::wstring value) = 0;
 
-    /// Stores a value in memory, for this run only; it overrules nothing but the installation's defaults.
+    /// Stores a value in memory; it overrules nothing but the installation's defaults, and is gone after the next start
+    /// or refresh of the feature set.
     virtual void setInMemoryConfig(std::wstring key, std::wstring value) = 0;
 
     /// All live objects in the order of their keys, undefined ones included. The vector is the caller's; its entries
@@ -54,7 +60,8 @@ public:
     /// Takes a store and its cached copy out of the chain, cache file included. @return true if either was there.
     virtual bool removeConfigStoreAndCache(std::wstring storeName) = 0;
 
-    /// Takes every cached store out of the chain and deletes the cache files.
+    /// Takes the cached copies of remote stores out of the chain and deletes all cache files; what a provisioning link
+    /// has set goes on answering until the next start.
     virtual void removeAllCachedConfigStores() = 0;
 
     /// Writes the "Master Configuration Settings" report of all live objects as one log record of level 4.
@@ -66,7 +73,7 @@ public:
     /// True once the mark has come back from the chain: right after setKeySensitive() on this thread.
     virtual bool isKeySensitive(std::wstring key) = 0;
 
-    /// Applies a provisioning link. Any thread. @return true if it was taken.
+    /// Applies a provisioning link, once; see ConfigFeatureSet. Any thread. @return true if it was taken.
     virtual bool setUrlProvisioningData(std::wstring data) = 0;
 
     /// Allows another provisioning link after one was taken. Any thread. @return true if there was something to allow.

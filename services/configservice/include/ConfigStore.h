@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -51,12 +52,20 @@ public:
     /// isReadOnly(). Constant for the store's life.
     virtual bool isLocal() = 0;
 
-    /// Waits until the store has its data; true when ready. Stores that have it from the start return at once.
+    /// Waits until the store has its data. Stores that have it from the start return at once. May be called with the
+    /// chain's lock held, and every lookup waits meanwhile: bound the wait.
+    /// @return true when ready; false ends a wait for several stores.
     virtual bool waitForStoreReady() = 0;
 
     /// True if a copy of this store is to be kept on disk for the next start.
     virtual bool shouldCacheConfigStore() { return false; }
 
-    /// The place in the chain for that copy.
-    virtual std::int32_t getCachedPriority() { return getPriority() + 200; }
+    /// The place in the chain for that copy: 200 behind the store itself, or the last place of all.
+    virtual std::int32_t getCachedPriority() { return twoHundredBehind(getPriority()); }
+
+    /// @return priority + 200, or the greatest number if that does not fit.
+    static constexpr std::int32_t twoHundredBehind(std::int32_t priority) {
+        constexpr std::int32_t last = std::numeric_limits<std::int32_t>::max();
+        return priority > last - 200 ? last : priority + 200;
+    }
 };

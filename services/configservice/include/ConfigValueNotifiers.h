@@ -2,8 +2,8 @@
 
 #include "contracts/UnifiedBusinessObjectNotifiers.h"
 
-/// The per-property notifiers of a ConfigValue. Each comes into being at the first request; changes before that are
-/// not replayed. Dispatcher thread only. A client that connects must disconnect.
+/// The per-property notifiers of a ConfigValue, owned by it. Each comes into being at the first request and is never
+/// null; changes before that are not replayed. Dispatcher thread only. A client that connects must disconnect.
 class ConfigValueNotifiers : public virtual UnifiedBusinessObjectNotifiers {
 public:
     virtual std::shared_ptr<PropertyNotifier> getKeyNotifier() = 0;

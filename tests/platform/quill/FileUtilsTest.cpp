@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <string>
@@ -205,6 +206,65 @@ TEST_F(Files, AreNoneInAMissingFolder) {
     EXPECT_THAT(list("missing", "xml"), IsEmpty());
     EXPECT_THAT(list("file", ""), IsEmpty());
     EXPECT_THAT(log_->lines(), IsEmpty());
+}
+
+/// Makes this process an ordinary user for the length of a test, if it is root, whom no permissions stop.
+class OrdinaryUser {
+public:
+    OrdinaryUser() : wasRoot_(geteuid() == 0), isOrdinary_(!wasRoot_ || seteuid(nobody) == 0) {}
+    ~OrdinaryUser() {
+        if (wasRoot_) {
+            EXPECT_EQ(seteuid(0), 0);
+        }
+    }
+
+    OrdinaryUser(const OrdinaryUser&) = delete;
+    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+
+    bool isOrdinary() const { return isOrdinary_; }
+    bool wasRoot() const { return wasRoot_; }
+
+private:
+    static constexpr uid_t nobody = 65534;
+    const bool wasRoot_;
+    const bool isOrdinary_;
+};
+
+TEST_F(Files, AreListedWithoutASubFolderThatCannotBeRead) {
+    directory_.write("a/file", "");
+    directory_.write("closed/file", "");
+    fs::permissions(directory_.path(), fs::perms(0755));
+    fs::permissions(path("closed"), fs::perms::none);
+    std::vector<std::string> files;
+    {
+        const OrdinaryUser user;
+        if (!user.isOrdinary()) {
+            GTEST_SKIP() << "this machine has no other user";
+        }
+        files = list("", "");
+    }
+    fs::permissions(path("closed"), fs::perms::owner_all);
+    EXPECT_THAT(files, ElementsAre(path("a/file")));
+    EXPECT_THAT(log_->lines(),
+                ElementsAre(fakes::RecordingLogSink::Line{3, "FileUtils", "getFilesFromDirectory",
+                                                          "cannot list [" + path("closed") + "]: Permission denied"}));
+}
+
+TEST_F(Files, OfAnotherOwnerAreReplacedByOnesForTheirOwnerOnly) {
+    directory_.write("from", "new");
+    directory_.write("to", "old");
+    fs::permissions(path("from"), fs::perms(0644));
+    fs::permissions(path("to"), fs::perms(0664));
+    fs::permissions(directory_.path(), fs::perms::all);
+    {
+        const OrdinaryUser user;
+        if (!user.wasRoot() || !user.isOrdinary()) {
+            GTEST_SKIP() << "files of two owners take root to make";
+        }
+        EXPECT_TRUE(FileUtils::copyFile(path("from"), path("to"), false));
+    }
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_EQ(modeOf("to"), 0600U);
 }
 
 /// Lets this process open few files for the length of a test.

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "impl/quill/Utf8.h"
+
 using namespace std::string_literals;
 
 namespace QuillCoreUtils {
@@ -103,6 +105,14 @@ TEST(Utf8, AWideUnitThatIsNoScalarValueBecomesTheReplacement) {
                                                                                         "b"s)
             << value;
     }
+}
+
+TEST(Utf8, TheLengthOfAWideTextIsKnownBeforeItIsWritten) {
+    const std::wstring text = std::wstring(L"a\u00FC\u2603\U0001F600") + static_cast<wchar_t>(0xD800) +
+                              static_cast<wchar_t>(0x110000) + L'\0';
+    EXPECT_EQ(utf8Length(text), 1U + 2U + 3U + 4U + 3U + 3U + 1U);
+    EXPECT_EQ(toString(text).size(), utf8Length(text));
+    EXPECT_EQ(utf8Length(L""), 0U);
 }
 
 TEST(Utf8, TheTwoHalvesOfASurrogatePairAreNotJoined) {

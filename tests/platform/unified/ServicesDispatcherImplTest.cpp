@@ -100,7 +100,18 @@ TEST(ServicesDispatcherImpl, LetsGoOfATaskBeforeItsBlockedCallerGoesOn) {
     dispatcher.start();
     auto held = std::make_shared<int>(1);
     const std::weak_ptr<int> watch = held;
-    dispatcher.enqueueBlock(makeTask([held = std::move(held)] { *held = 2; }));
+    auto task = makeTask([held = std::move(held)] { *held = 2; });
+    dispatcher.enqueueBlock(std::move(task));
+    EXPECT_TRUE(watch.expired());
+}
+
+TEST(ServicesDispatcherImpl, HoldsNoLockWhileItLetsGoOfATask) {
+    ServicesDispatcherImpl dispatcher;
+    dispatcher.start();
+    auto lastWord = std::make_shared<LastWord>([&] { dispatcher.wake(); });
+    const std::weak_ptr<LastWord> watch = lastWord;
+    auto task = makeTask([lastWord = std::move(lastWord)] {});
+    dispatcher.enqueueBlock(std::move(task));
     EXPECT_TRUE(watch.expired());
 }
 

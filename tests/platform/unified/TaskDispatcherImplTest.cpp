@@ -82,6 +82,20 @@ TEST(TaskDispatcherImpl, DrainWaitsForWhatTheTasksQueued) {
     EXPECT_THAT(trace.events(), ElementsAre("task", "its own", "its own's own"));
 }
 
+TEST(TaskDispatcherImpl, DrainWaitsForTheTaskThatIsUnderWay) {
+    TaskDispatcherImpl dispatcher;
+    std::latch underWay(1);
+    bool ended = false;
+    dispatcher.enqueue(makeTask([&] {
+        underWay.count_down();
+        letOthersRun();
+        ended = true;
+    }));
+    underWay.wait();
+    dispatcher.drain();
+    EXPECT_TRUE(ended);
+}
+
 TEST(TaskDispatcherImpl, DrainOnTheWorkerReturnsAtOnce) {
     TaskDispatcherImpl dispatcher;
     bool returned = false;
@@ -98,10 +112,21 @@ TEST(TaskDispatcherImpl, LetsGoOfATaskBeforeDrainReturns) {
     auto held = std::make_shared<int>(1);
     const std::weak_ptr<int> watch = held;
     int seen = 0;
-    dispatcher.enqueue(makeTask([&seen, held = std::move(held)] { seen = *held; }));
+    auto task = makeTask([&seen, held = std::move(held)] { seen = *held; });
+    dispatcher.enqueue(std::move(task));
     dispatcher.drain();
     EXPECT_EQ(seen, 1);
     EXPECT_TRUE(watch.expired());
+}
+
+TEST(TaskDispatcherImpl, HoldsNoLockWhileItLetsGoOfATask) {
+    TaskDispatcherImpl dispatcher;
+    bool followed = false;
+    auto lastWord = std::make_shared<LastWord>([&] { dispatcher.enqueue(makeTask([&] { followed = true; })); });
+    auto task = makeTask([lastWord = std::move(lastWord)] {});
+    dispatcher.enqueue(std::move(task));
+    dispatcher.drain();
+    EXPECT_TRUE(followed);
 }
 
 TEST(TaskDispatcherImpl, LogsATaskThatThrowsAndRunsTheNext) {
@@ -120,16 +145,16 @@ TEST(TaskDispatcherImpl, LogsATaskThatThrowsAndRunsTheNext) {
 
 TEST(TaskDispatcherImpl, StopRunsWhatIsQueuedAndWhatThatQueues) {
     TaskDispatcherImpl dispatcher;
-    std::latch gate(1);
+    std::latch underWay(1);
     Trace trace;
     dispatcher.enqueue(makeTask([&] {
-        gate.wait();
+        underWay.count_down();
+        letOthersRun();
         dispatcher.enqueue(makeTask([&] { trace.add("followed"); }));
         trace.add("ran");
     }));
-    std::thread stopper([&] { dispatcher.stop(); });
-    gate.count_down();
-    stopper.join();
+    underWay.wait();
+    dispatcher.stop();
     EXPECT_THAT(trace.events(), ElementsAre("ran", "followed"));
 }
 

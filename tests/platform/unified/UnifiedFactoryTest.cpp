@@ -236,6 +236,30 @@ TEST(UnifiedFactory, ClearDropsAdaptersBeforeServicesAndHoldsNoLock) {
     EXPECT_EQ(factory->getService<Service>(), nullptr);
 }
 
+TEST(UnifiedFactory, HoldsNoLockWhileAReplacedObjectEnds) {
+    const auto factory = makeFactory();
+    Trace trace;
+    const auto useOnAnotherThread = [&] { std::thread([&] { factory->getService<OtherService>(); }).join(); };
+    factory->setService<Service>(1, std::make_shared<Dying<Service>>([&] {
+                                     useOnAnotherThread();
+                                     trace.add("service");
+                                 }));
+    factory->setFeatureSetAdapter<Chat>(1, std::make_shared<Dying<ChatAdapter>>([&] {
+                                            useOnAnotherThread();
+                                            trace.add("adapter");
+                                        }));
+    factory->setService<Service>(1, std::make_shared<Service>());
+    factory->setFeatureSetAdapter<Chat>(1, std::make_shared<ChatAdapter>());
+    EXPECT_THAT(trace.events(), ElementsAre("service", "adapter"));
+}
+
+TEST(UnifiedFactory, KnowsTheNumbersOfItsServices) {
+    const auto factory = makeFactory();
+    factory->setService<Service>(7, std::make_shared<Service>());
+    EXPECT_TRUE(factory->hasService(7));
+    EXPECT_FALSE(factory->hasService(8));
+}
+
 TEST(UnifiedFactory, ClearKeepsTheQueues) {
     const auto services = std::make_shared<fakes::HandSteppedDispatcher>();
     UnifiedFactory factory(services, nullptr);

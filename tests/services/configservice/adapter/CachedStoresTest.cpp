@@ -1,3 +1,5 @@
+#include <thread>
+
 #include "AdapterFixture.h"
 
 using testing::Contains;
@@ -216,9 +218,80 @@ TEST_F(CachedStores, RemoveTheLiveStoreWithItsFile) {
     injectAndStart();
     adapter()->addConfigStore(server());
     ASSERT_TRUE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_TRUE(adapter()->removeConfigStore("TFTPConfigStore"));
+    EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(CachedStores, RemoveTheLiveStoreWithItsFileByAnotherCaseOfItsName) {
+    injectAndStart();
+    adapter()->addConfigStore(server());
     EXPECT_TRUE(adapter()->removeConfigStore("tftpconfigstore"));
     EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
     EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(CachedStores, RemoveTheCopyWithItsFileByAnotherCaseOfItsName) {
+    writeLocal({{"PrimaryConfigStores", "TFTPConfigStore:240;"}});
+    writeCache("cachedTFTPConfigStore.xml", {{"key", "old"}});
+    injectAndStart();
+    EXPECT_TRUE(adapter()->removeConfigStore("tftpCONFIGstore"));
+    EXPECT_THAT(chain(), Not(Contains("cachedTFTPConfigStore.xml")));
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(CachedStores, AreFoundAtTheNextStartThoughTheListHadTheirNameInAnotherCase) {
+    writeLocal({{"PrimaryConfigStores", "tftpconfigstore:240;"}});
+    injectAndStart();
+    const auto store = server();
+    store->with(L"key", L"server's");
+    adapter()->addConfigStore(store);
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
+    tasks->runAll();
+    const auto nextRun = std::make_shared<UnifiedFactory>(dispatcher, tasks);
+    InjectConfigService(nextRun);
+    EXPECT_EQ(nextRun->getService<ConfigService>()->getConfig(L"key")->getValue(), L"server's");
+    nextRun->clear();
+}
+
+TEST_F(CachedStores, OfAStoreInTheLastPlaceAreListedInTheLastPlace) {
+    injectAndStart();
+    const auto last = std::make_shared<fakes::ScriptedStore>("Last", 2147483647);
+    last->readOnly().remote().cached().with(L"key", L"value");
+    adapter()->addConfigStore(last);
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"Last:2147483647;");
+    EXPECT_THAT(cacheFile("cachedLast.xml"), HasSubstr("<key>value</key>"));
+}
+
+TEST_F(CachedStores, APresenceStoreThatWaitsHindersNobodyElse) {
+    injectAndStart();
+    const auto other = server();
+    other->with(L"key", L"value");
+    std::wstring value;
+    bool started = false;
+    other->onWait([&] {
+        std::thread([&] {
+            adapter()->getConfig(L"key", value, false);
+            started = adapter()->IsFeatureSetStarted(1300);
+        }).join();
+    });
+    adapter()->addConfigStore(other);
+    adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("PresenceConfigStore", 41));
+    EXPECT_EQ(value, L"value");
+    EXPECT_TRUE(started);
+}
+
+TEST_F(CachedStores, RemovalOfAllLeavesTheStoreOfTheLinkAnsweringWithoutItsFile) {
+    injectAndStart();
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(L"x?ServicesDomain=example.com"));
+    ASSERT_TRUE(world.directory().exists("config/Cache/cachedUrlProvisioningConfigStore.xml"));
+    adapter()->removeAllCachedConfigStores();
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedUrlProvisioningConfigStore.xml"));
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    EXPECT_EQ(storeOf(L"ServicesDomain"), L"UrlProvisioningConfigStore");
 }
 
 TEST_F(CachedStores, RemovalOfAnUnknownNameYieldsFalseAndRewritesTheList) {

@@ -91,3 +91,70 @@ TEST_F(DownloadReport, APresenceStoreWorksOutTheFlagsOnceWhileNoRemoteSourceIsOn
     adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("PresenceConfigStore", 41));
     EXPECT_EQ(flagRuns(), 1U);
 }
+
+TEST_F(DownloadReport, WithoutFormerKeysPutsARemovedStoreBack) {
+    switchOn();
+    download(L"CtiServer1", L"host");
+    adapter()->removeConfigStore("TFTPConfigStore");
+    adapter()->onTftpConfigDownloaded({});
+    EXPECT_EQ(storeOf(L"CtiServer1"), L"TFTPConfigStore");
+}
+
+TEST_F(DownloadReport, AfterANewStartOfTheSourcePutsARemovedStoreBack) {
+    switchOn();
+    download(L"CtiServer1", L"host");
+    adapter()->removeConfigStore("TFTPConfigStore");
+    adapter()->stopTftpConfigSource();
+    adapter()->startTftpConfigSource();
+    download(L"CtiServer1", L"another");
+    EXPECT_EQ(get(L"CtiServer1"), L"another");
+    EXPECT_EQ(storeOf(L"CtiServer1"), L"TFTPConfigStore");
+}
+
+TEST_F(DownloadReport, WithNewContentDoesNotApplyItsServerPolicy) {
+    switchOn();
+    download(L"key", L"value");
+    adapter()->setConfig(L"CtiServer1", L"user's");
+    download(L"Customize_Phone_Server", L"false");
+    EXPECT_EQ(get(L"Customize_Phone_Server"), L"false");
+    EXPECT_EQ(get(L"CtiServer1"), L"user's");
+}
+
+TEST_F(DownloadReport, WithFirstContentAppliesItsServerPolicy) {
+    switchOn();
+    adapter()->setConfig(L"CtiServer1", L"user's");
+    download(L"Customize_Phone_Server", L"false");
+    EXPECT_EQ(get(L"CtiServer1"), L"<none>");
+}
+
+TEST_F(DownloadReport, LeavesItsStoreInTheChainWhenTheSourceIsTurnedOff) {
+    switchOn();
+    download(L"key", L"value");
+    const std::weak_ptr<TftpConfigStore> store = adapter()->getTftpConfigStore();
+    adapter()->stopTftpConfigSource();
+    EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
+    EXPECT_FALSE(store.expired());
+    EXPECT_EQ(get(L"key"), L"value");
+    EXPECT_EQ(storeOf(L"key"), L"TFTPConfigStore");
+}
+
+TEST_F(DownloadReport, LeavesTheCheckOfCertificatesOutOfTheCacheFile) {
+    switchOn();
+    const auto store = adapter()->getTftpConfigStore();
+    store->storeValue(L"CertificateValidationEnabled", L"false");
+    store->storeValue(L"key", L"value");
+    adapter()->onTftpConfigDownloaded({});
+    EXPECT_THAT(store->getKeys(), Contains(L"CertificateValidationEnabled"));
+    EXPECT_THAT(cacheFile("cachedTFTPConfigStore.xml"), HasSubstr("<key>value</key>"));
+    EXPECT_THAT(cacheFile("cachedTFTPConfigStore.xml"), Not(HasSubstr("CertificateValidationEnabled")));
+}
+
+TEST_F(DownloadReport, StoresTheListAgainThoughItHasNotChanged) {
+    switchOn();
+    download(L"key", L"value");
+    tasks->runAll();
+    observe();
+    adapter()->onTftpConfigDownloaded({L"key"});
+    EXPECT_THAT(observer.course(), Contains("PrimaryConfigStores=TFTPConfigStore:240;").Times(1));
+    EXPECT_THAT(tasks->waitingNames(), testing::ElementsAre("ConfigStore::persistValues"));
+}

@@ -35,6 +35,24 @@ TEST_F(Enablement, IsWorkedOutInOrderAndLoggedWhenOnlyTheDefaultsSpeak) {
     }
 }
 
+TEST_F(Enablement, ReadsItsKeysInThisOrderAndSpelling) {
+    injectWithDefaults();
+    adapter()->SetEnabledServices();
+    std::vector<std::string> reads;
+    for (const std::string& text : log->texts(5)) {
+        if (text.rfind("key : [", 0) == 0) {
+            reads.push_back(text.substr(7, text.find(']') - 7));
+        }
+    }
+    // The report of each worked-out flag reads that flag once more.
+    EXPECT_THAT(reads,
+                ElementsAre("Telephony_Enabled", "CtiServer1", "HubCipServer1", "Telephony_Enabled",
+                            "Voicemail_Enabled", "VoicemailPrimaryServer", "VVM_Mailstore_Server_0",
+                            "Voicemail_Enabled", "Meetings_Enabled", "Meeting_Server_Address", "Meeting_Server_Type",
+                            "Meeting_Server_Address_Backup", "Meeting_Server_Type_Backup",
+                            "Meeting_Server_Address_Backup2", "Meeting_Server_Type_Backup2", "Meetings_Enabled"));
+}
+
 TEST_F(Enablement, IsTrueForConfiguredServers) {
     injectWithDefaults();
     adapter()->setConfig({{L"CtiServer1", L"c"}, {L"VoicemailPrimaryServer", L"v"}, {L"Meeting_Server_Address", L"m"}});

@@ -50,7 +50,37 @@ TEST_F(Forwarding, ReachesTheLiveValueByTaskFromAnotherThread) {
     EXPECT_EQ(live->getValue(), L"value");
     EXPECT_EQ(live->getValueStoreName(), L"LocalFileConfigStore");
     EXPECT_TRUE(live->getisDefined());
-    EXPECT_FALSE(live->getisOverridden() && live->getOriginalValue().empty() && !live->getisDefined());
+    EXPECT_TRUE(live->getisOverridden());
+    EXPECT_EQ(live->getOriginalValue(), L"");
+}
+
+TEST_F(Forwarding, TellsAnAdministratorsValueFromTheUsersOwn) {
+    writeOverride({{"key", "administrator's"}});
+    inject();
+    const auto live = service()->getConfig(L"key");
+    adapter()->setConfig(L"key", L"user's");
+    EXPECT_EQ(live->getValue(), L"administrator's");
+    EXPECT_TRUE(live->getisDefined());
+    EXPECT_FALSE(live->getisOverridden());
+    EXPECT_EQ(live->getOriginalValue(), L"administrator's");
+    EXPECT_EQ(live->getValueStoreName(), L"TftpOverrideConfigStore");
+    EXPECT_EQ(live->getOriginalValueStoreName(), L"TftpOverrideConfigStore");
+}
+
+TEST_F(Forwarding, OfTheSameStateFromAnotherThreadIsATaskThatFiresNothing) {
+    inject();
+    adapter()->setConfig(L"key", L"value");
+    const auto live = service()->getConfig(L"key");
+    int fires = 0;
+    const auto listener = std::make_shared<ValueListener>([&] { ++fires; });
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(listener));
+    elsewhere([this] { adapter()->setConfig(L"key", L"value"); });
+    EXPECT_THAT(dispatcher->waitingNames(), ElementsAre("ConfigServiceImpl::OnConfigChanged"));
+    EXPECT_EQ(dispatcher->runAll(), 1U);
+    EXPECT_EQ(fires, 0);
+    elsewhere([this] { adapter()->setConfig(L"key", L"another"); });
+    dispatcher->runAll();
+    EXPECT_EQ(fires, 1);
 }
 
 TEST_F(Forwarding, OfAStoreThatJoinsOnAnotherThreadReportsAllKeysBeforeItFires) {
@@ -103,6 +133,27 @@ TEST_F(Forwarding, KeepsTheOrderWhenAnObserverWrites) {
     EXPECT_EQ(live->getValue(), get(L"key"));
 }
 
+TEST_F(Forwarding, KeepsTheOrderWhenAnObserverWritesInsideATask) {
+    inject();
+    const auto live = service()->getConfig(L"key");
+    const auto other = service()->getConfig(L"other");
+    std::vector<std::wstring> seen;
+    const auto writer = std::make_shared<ValueListener>([&] { adapter()->setConfig(L"key", L"by the observer"); });
+    const auto listener = std::make_shared<ValueListener>([&] { seen.push_back(live->getValue()); });
+    other->addObserver(std::weak_ptr<ConfigValueObserver>(writer));
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(listener));
+    elsewhere([this] {
+        adapter()->setConfig(L"other", L"go");
+        adapter()->setConfig(L"key", L"waiting");
+        adapter()->setConfig(L"key", L"waiting too");
+    });
+    ASSERT_TRUE(dispatcher->runOne());
+    EXPECT_THAT(seen, ElementsAre(L"waiting", L"waiting too", L"by the observer"));
+    dispatcher->runAll();
+    EXPECT_EQ(seen.size(), 3U);
+    EXPECT_EQ(live->getValue(), get(L"key"));
+}
+
 TEST_F(Forwarding, NeitherFiltersNorMerges) {
     inject();
     elsewhere([this] {
@@ -119,6 +170,15 @@ TEST_F(Forwarding, KeepsSensitiveKeysOutOfTheBox) {
     adapter()->setKeySensitive(L"secret");
     EXPECT_EQ(live->getValue(), L"");
     EXPECT_TRUE(service()->isKeySensitive(L"secret"));
+}
+
+TEST_F(Forwarding, OfASensitiveKeyIsDoneWhenTheServiceReturns) {
+    inject();
+    EXPECT_FALSE(service()->isKeySensitive(L"secret"));
+    service()->setKeySensitive(L"Secret");
+    EXPECT_TRUE(service()->isKeySensitive(L"secret"));
+    EXPECT_TRUE(manager()->isKeySensitive(L"secret"));
+    EXPECT_THAT(dispatcher->allNames(), IsEmpty());
 }
 
 TEST_F(Forwarding, HappensBeforeTheStartAndAfterTheStop) {

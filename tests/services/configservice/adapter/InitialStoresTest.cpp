@@ -206,3 +206,10 @@ TEST_F(InitialStores, ApplyAPolicyThatArrivesWithAnAddedStore) {
     adapter()->addConfigStore(store);
     EXPECT_EQ(get(L"CtiServer1"), L"<none>");
 }
+
+TEST_F(InitialStores, EraseServersByAPolicyInTheUsersOwnFile) {
+    writeLocal({{"Customize_Phone_Server", "False"}, {"CtiServer1", "user's"}});
+    inject();
+    EXPECT_EQ(get(L"CtiServer1"), L"<none>");
+    EXPECT_EQ(storeOf(L"Customize_Phone_Server"), L"LocalFileConfigStore");
+}

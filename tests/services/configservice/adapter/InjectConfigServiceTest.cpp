@@ -1,24 +1,22 @@
-#include <stdexcept>
-#include <thread>
-
 #include "AdapterFixture.h"
-#include "fakes/ScriptedFeatureSet.h"
 
 namespace {
 
-class Injection : public AdapterFixture {};
+/// What injection makes of the service and the adapter together.
+class InjectedModule : public AdapterFixture {};
 
 }  // namespace
 
-TEST_F(Injection, RegistersTheServiceAndTheFeatureSetUnder1300) {
+TEST_F(InjectedModule, RegistersTheServiceAndTheFeatureSetUnder1300) {
     inject();
     EXPECT_NE(factory->getService<ConfigService>(), nullptr);
+    EXPECT_TRUE(factory->hasService(1300));
     EXPECT_NE(factory->getFeatureSetAdapter(1300), nullptr);
     EXPECT_EQ(std::dynamic_pointer_cast<ConfigFeatureSet>(factory->getFeatureSetAdapter(1300)),
               factory->getFeatureSet<ConfigFeatureSet>());
 }
 
-TEST_F(Injection, MakesTheServiceBeforeTheAdapterThatPushesIntoIt) {
+TEST_F(InjectedModule, MakesTheServiceBeforeTheAdapterThatPushesIntoIt) {
     writeDefaults({{"key", "value"}});
     inject();
     EXPECT_EQ(service()->getConfig(L"key")->getValue(), L"value");
@@ -26,7 +24,7 @@ TEST_F(Injection, MakesTheServiceBeforeTheAdapterThatPushesIntoIt) {
     EXPECT_TRUE(service()->getConfigReady());
 }
 
-TEST_F(Injection, ASecondTimeMakesASecondServiceAndKeepsTheAdapter) {
+TEST_F(InjectedModule, ASecondTimeMakesASecondServiceAndKeepsTheAdapter) {
     inject();
     const auto firstService = service();
     const auto firstAdapter = adapter();
@@ -35,7 +33,7 @@ TEST_F(Injection, ASecondTimeMakesASecondServiceAndKeepsTheAdapter) {
     EXPECT_EQ(adapter(), firstAdapter);
 }
 
-TEST_F(Injection, ASecondTimeLeavesTheAdapterPushingToTheFirstService) {
+TEST_F(InjectedModule, ASecondTimeLeavesTheAdapterPushingToTheFirstService) {
     inject();
     const auto firstService = service();
     const auto live = firstService->getConfig(L"key");
@@ -46,21 +44,7 @@ TEST_F(Injection, ASecondTimeLeavesTheAdapterPushingToTheFirstService) {
     EXPECT_EQ(secondLive->getValue(), L"");
 }
 
-TEST_F(Injection, LeavesAFeatureSetThatIsThere) {
-    const auto other = std::make_shared<fakes::ScriptedFeatureSet>();
-    factory->setFeatureSetAdapter<ConfigFeatureSet>(CONFIG_SERVICE_ID, other);
-    inject();
-    EXPECT_EQ(factory->getFeatureSetAdapter(1300), other);
-    EXPECT_NE(service(), nullptr);
-}
-
-TEST_F(Injection, OffTheDispatcherThreadThrowsAndRegistersNothing) {
-    std::thread([this] { EXPECT_THROW(inject(), std::logic_error); }).join();
-    EXPECT_EQ(service(), nullptr);
-    EXPECT_EQ(factory->getFeatureSetAdapter(1300), nullptr);
-}
-
-TEST_F(Injection, CarriesAValueFromTheClientToTheFileAndBack) {
+TEST_F(InjectedModule, CarriesAValueFromTheClientToTheFileAndBack) {
     injectAndStart();
     service()->setConfig(L"Key", L"value");
     EXPECT_EQ(service()->getConfig(L"key")->getValue(), L"value");
@@ -72,7 +56,7 @@ TEST_F(Injection, CarriesAValueFromTheClientToTheFileAndBack) {
     nextRun->clear();
 }
 
-TEST_F(Injection, LeavesNothingBehindOnceTheFactoryIsCleared) {
+TEST_F(InjectedModule, LeavesNothingBehindOnceTheFactoryIsCleared) {
     injectAndStart();
     adapter()->startTftpConfigSource();
     const std::weak_ptr<ConfigAdapter> weakAdapter = adapter();

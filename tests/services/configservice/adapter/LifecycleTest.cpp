@@ -165,15 +165,17 @@ TEST_F(Lifecycle, DestroyThenStopRunsNoReset) {
     EXPECT_EQ(monitor->removed, 0);
 }
 
-TEST_F(Lifecycle, DestroyDestroysEveryStore) {
+TEST_F(Lifecycle, DestroyDestroysEveryStoreInTheOrderOfTheChain) {
     injectAndStart();
     const auto first = std::make_shared<fakes::ScriptedStore>("First", 1);
     const auto last = std::make_shared<fakes::ScriptedStore>("Last", 700);
+    std::vector<std::string> destroyed;
+    first->onDestroy([&] { destroyed.push_back("first"); });
+    last->onDestroy([&] { destroyed.push_back("last"); });
     adapter()->addConfigStore(last);
     adapter()->addConfigStore(first);
     adapter()->Destroy();
-    EXPECT_EQ(first->count("destroy"), 1U);
-    EXPECT_EQ(last->count("destroy"), 1U);
+    EXPECT_THAT(destroyed, ElementsAre("first", "last"));
 }
 
 TEST_F(Lifecycle, DestroyBeforeAnyStartEndsTheStoresToo) {
@@ -298,4 +300,17 @@ TEST_F(Lifecycle, ALocalFileThatWasChangedMeanwhileIsReadAnewWhenNothingIsUnsave
     writeLocal({{"key", "new"}});
     start();
     EXPECT_EQ(get(L"key"), L"new");
+}
+
+TEST_F(Lifecycle, AValueThatDestroyKeptFromTheDiskReachesItAfterTheNextStart) {
+    injectAndStart();
+    adapter()->setConfig(L"key", L"value");
+    adapter()->Destroy();
+    tasks->runAll();
+    ASSERT_FALSE(world.directory().exists("config/corvidLocalConfig.xml"));
+    start();
+    EXPECT_EQ(get(L"key"), L"value");
+    EXPECT_THAT(tasks->waitingNames(), ElementsAre("ConfigStore::persistValues"));
+    tasks->runAll();
+    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"key\" value=\"value\""));
 }

@@ -1,5 +1,6 @@
 #include <latch>
 #include <thread>
+#include <utility>
 
 #include "AdapterFixture.h"
 #include "ConfigValueObserver.h"
@@ -13,30 +14,30 @@ using testing::Not;
 
 namespace {
 
-class Client : public ConfigValueObserver {
-public:
-    explicit Client(std::function<void()> action) : action_(std::move(action)) {}
-    void OnValueChanged() override { action_(); }
-
-private:
-    const std::function<void()> action_;
-};
-
 /// The test's thread is the dispatcher thread; another one is at a lifecycle operation.
 class LifecycleThreads : public AdapterFixture {
 protected:
     /// Runs an action once, inside the notification of a change that this thread makes.
     void insideANotification(const std::function<void()>& action) {
         const auto live = service()->getConfig(L"key");
-        bool acted = false;
-        const auto client = std::make_shared<Client>([&] {
-            if (!std::exchange(acted, true)) {
-                action();
-            }
-        });
+        const auto client = std::make_shared<Client>(action);
         live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
         adapter()->setConfig(L"key", L"value");
     }
+
+private:
+    class Client : public ConfigValueObserver {
+    public:
+        explicit Client(std::function<void()> action) : action_(std::move(action)) {}
+        void OnValueChanged() override {
+            if (const auto once = std::exchange(action_, nullptr)) {
+                once();
+            }
+        }
+
+    private:
+        std::function<void()> action_;
+    };
 };
 
 }  // namespace
@@ -107,43 +108,34 @@ TEST_F(LifecycleThreads, FromInsideANotificationABusyOperationRunsAfterIt) {
     EXPECT_THAT(chain(), Not(Contains("LocalFileConfigStore")));
 }
 
-TEST_F(LifecycleThreads, FromInsideANotificationOfAnOperationAnotherOneRunsAfterIt) {
-    injectAndStart();
-    adapter()->setInMemoryConfig(L"mem", L"m");
-    const auto live = service()->getConfig(L"mem");
-    const auto client = std::make_shared<Client>([this] { adapter()->refreshConfigFeatureSet(); });
-    live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
-    adapter()->refreshConfigFeatureSet();
-    EXPECT_THAT(dispatcher->waitingNames(), ElementsAre("ConfigAdapter::refreshConfigFeatureSet"));
-    const auto local = storeNamed("LocalFileConfigStore");
-    dispatcher->runAll();
-    EXPECT_NE(storeNamed("LocalFileConfigStore"), local);
-    // The store that is in the chain is alive on disk: no half of the inner operation was undone by the outer one.
-    adapter()->setConfig(L"key", L"value");
-    tasks->runAll();
-    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"key\" value=\"value\""));
-}
-
-TEST_F(LifecycleThreads, AnOperationFromInsideANotificationTakesItsOwnSteps) {
-    injectAndStart();
-    adapter()->startTftpConfigSource();
-    insideANotification([&] { adapter()->refreshConfigFeatureSet(); });
-    EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
-}
-
 TEST_F(LifecycleThreads, FromInsideANotificationAProfileChangeAndAPowerDownWaitTheirTurnToo) {
-    inject();
+    writeLocal({{"PrimaryConfigStores", "TFTPConfigStore:240;"}, {"LastLoadedUserProfile", "a"}});
+    writeCache("cachedTFTPConfigStore.xml", {{"server", "value"}});
+    const auto provider = std::exchange(systemService->provider, nullptr);
+    injectAndStart();
+    adapter()->Destroy();
+    // The first start has found no provider, so the second one, on another thread, waits for this one once more.
+    systemService->provider = provider;
     std::thread starter;
     insideANotification([&] {
         starter = std::thread([this] { start(); });
         dispatcher->waitForWaiting(1);
+        systemService->userProfileChanged();
         adapter()->onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
     });
     ASSERT_TRUE(dispatcher->runOne());
     starter.join();
     EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
-    EXPECT_THAT(dispatcher->waitingNames(), Contains("ConfigAdapter::Destroy"));
-    dispatcher->runAll();
+    // Behind these two wait the reports of the start.
+    ASSERT_GE(dispatcher->waitingNames().size(), 2U);
+    EXPECT_EQ(dispatcher->waitingNames()[0], "ConfigAdapter::onUserProfileChanged");
+    EXPECT_EQ(dispatcher->waitingNames()[1], "ConfigAdapter::Destroy");
+    adapter()->setConfig(L"LastLoadedUserProfile", L"b");
+    EXPECT_THAT(chain(), Contains("cachedTFTPConfigStore.xml"));
+    ASSERT_TRUE(dispatcher->runOne());
+    EXPECT_THAT(chain(), Not(Contains("cachedTFTPConfigStore.xml")));
+    EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+    ASSERT_TRUE(dispatcher->runOne());
     EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
 }
 

@@ -31,10 +31,10 @@ TEST(PriorityList, WritesInTheMapsOrderAndEndsEveryEntry) {
     EXPECT_EQ(list.toText(), L"a:1;b:2;C:3;TFTPConfigStore:240;");
 }
 
-TEST(PriorityList, ReplacesThePriorityOfAListedStore) {
-    PriorityList list = PriorityList::parse(L"TFTPConfigStore:1;");
-    list.set(L"tftpconfigstore", 240);
-    EXPECT_EQ(list.toText(), L"TFTPConfigStore:240;");
+TEST(PriorityList, ReplacesTheEntryOfAListedStoreAndTheSpellingOfItsName) {
+    PriorityList list = PriorityList::parse(L"tftpconfigstore:1;Z:2;");
+    list.set(L"TFTPConfigStore", 240);
+    EXPECT_EQ(list.toText(), L"TFTPConfigStore:240;Z:2;");
 }
 
 TEST(PriorityList, TextWithoutAnEntryIgnoresCaseAndKeepsTheRest) {

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "fakes/HandSteppedDispatcher.h"
+#include "fakes/RecordingLogSink.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -92,33 +93,59 @@ TEST_F(ReportGateTest, AnObserverThatWritesFindsItsOwnReportDelivered) {
 
 TEST_F(ReportGateTest, GoesOnAfterADeliveryThatThrows) {
     EXPECT_THROW(gate_->pass([] { throw std::runtime_error("observer"); }, "task"), std::runtime_error);
-    EXPECT_EQ(gate_->notificationDepth(), 0);
+    EXPECT_FALSE(gate_->isInsideNotification());
     gate_->pass(note("next"), "task");
     EXPECT_THAT(delivered_, ElementsAre("next"));
 }
 
+TEST_F(ReportGateTest, DeliversTheCallersOwnReportBehindAnOlderOneThatThrows) {
+    std::thread([&] {
+        gate_->pass([] { throw std::runtime_error("older"); }, "task");
+        gate_->pass(note("older"), "task");
+    }).join();
+    EXPECT_THROW(gate_->pass(note("own"), "task"), std::runtime_error);
+    EXPECT_THAT(delivered_, ElementsAre("older", "own"));
+    EXPECT_EQ(dispatcher_->runAll(), 2U);
+    EXPECT_THAT(delivered_, ElementsAre("older", "own"));
+}
+
+TEST_F(ReportGateTest, ThrowsTheFirstOfSeveralExceptionsAndLogsTheOthers) {
+    const fakes::ScopedRecordingLog log;
+    std::thread([&] {
+        gate_->pass([] { throw std::runtime_error("first"); }, "task");
+        gate_->pass([] { throw std::logic_error("second"); }, "task");
+        gate_->pass([] { throw 3; }, "task");
+    }).join();
+    try {
+        gate_->pass(note("own"), "task");
+        FAIL() << "nothing was thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "first");
+    }
+    EXPECT_THAT(log->texts(2), ElementsAre("A further report threw: second",
+                                           "A further report threw: an exception of an unknown type"));
+    EXPECT_THAT(delivered_, ElementsAre("own"));
+}
+
 TEST_F(ReportGateTest, KnowsThatItIsInsideANotification) {
-    int inside = 0;
-    int insideAnother = 0;
-    int elsewhere = -1;
+    bool inside = false;
+    bool elsewhere = true;
     gate_->pass(
         [&] {
-            inside = gate_->notificationDepth();
-            gate_->pass([&] { insideAnother = gate_->notificationDepth(); }, "task");
-            std::thread([&] { elsewhere = gate_->notificationDepth(); }).join();
+            inside = gate_->isInsideNotification();
+            std::thread([&] { elsewhere = gate_->isInsideNotification(); }).join();
         },
         "task");
-    EXPECT_EQ(inside, 1);
-    EXPECT_EQ(insideAnother, 2);
-    EXPECT_EQ(elsewhere, 0);
-    EXPECT_EQ(gate_->notificationDepth(), 0);
+    EXPECT_TRUE(inside);
+    EXPECT_FALSE(elsewhere);
+    EXPECT_FALSE(gate_->isInsideNotification());
 }
 
 TEST_F(ReportGateTest, ADeliveryByTaskIsNoNotificationUnderTheChainsLocks) {
-    int inside = -1;
-    std::thread([&] { gate_->pass([&] { inside = gate_->notificationDepth(); }, "task"); }).join();
+    bool inside = true;
+    std::thread([&] { gate_->pass([&] { inside = gate_->isInsideNotification(); }, "task"); }).join();
     dispatcher_->runAll();
-    EXPECT_EQ(inside, 0);
+    EXPECT_FALSE(inside);
 }
 
 TEST_F(ReportGateTest, TasksAreHarmlessOnceTheGateIsGone) {
@@ -143,5 +170,5 @@ TEST_F(ReportGateTest, WithoutADispatcherDeliversNothing) {
     gate->pass(note("a"), "task");
     gate->passBeside(note("b"), "task");
     EXPECT_THAT(delivered_, IsEmpty());
-    EXPECT_EQ(gate->notificationDepth(), 0);
+    EXPECT_FALSE(gate->isInsideNotification());
 }

@@ -1,5 +1,8 @@
 #include "AdapterFixture.h"
 
+using testing::Contains;
+using testing::Not;
+
 namespace {
 
 /// A change of the user's profile counts if it removes the copy of the server's values.
@@ -103,4 +106,27 @@ TEST_F(UserProfile, ConnectionEndsWithTheStop) {
     startWithProfile("a");
     stop();
     EXPECT_FALSE(systemService->lastProfileConnection()->connected());
+}
+
+TEST_F(UserProfile, RemovesTheLiveStoreWithItsFileAndItsEntry) {
+    startWithProfile("a");
+    adapter()->startTftpConfigSource();
+    adapter()->getTftpConfigStore()->storeValue(L"key", L"downloaded");
+    adapter()->onTftpConfigDownloaded({});
+    ASSERT_EQ(storeOf(L"key"), L"TFTPConfigStore");
+    changeTo(L"b");
+    EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+    EXPECT_EQ(get(L"key"), L"<none>");
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+    EXPECT_NE(adapter()->getTftpConfigStore(), nullptr);
+}
+
+TEST_F(UserProfile, IsStillWatchedAfterDestroy) {
+    startWithProfile("a");
+    adapter()->Destroy();
+    log->clear();
+    changeTo(L"b");
+    EXPECT_THAT(adapterLines(2), Contains("removeConfigStore: Config FeatureSet Not Started, failed to remove "
+                                          "ConfigStore with name: [TFTPConfigStore]"));
 }

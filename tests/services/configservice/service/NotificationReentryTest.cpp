@@ -47,11 +47,16 @@ TEST_F(NotificationReentry, AnObserverWritesTheSameKey) {
     EXPECT_THAT(observer->told, ElementsAre("Value", "Value", "isOverridden", "isDefined", "ValueStoreName"));
 }
 
-TEST_F(NotificationReentry, AnObserverErasesTheKey) {
+TEST_F(NotificationReentry, AnObserverErasesTheKeyAndNothingOfTheOlderStateLandsOnTop) {
     inside = [this] { service->getConfig(L"Key")->reset(); };
     service->setConfig(L"Key", L"1");
     EXPECT_THAT(featureSet->calls(), ElementsAre(Call{"setConfig", {L"Key", L"1"}}, Call{"resetConfig", {L"Key"}}));
-    EXPECT_EQ(service->getConfig(L"Key")->getValue(), L"");
+    const auto key = service->getConfig(L"Key");
+    EXPECT_EQ(key->getValue(), L"");
+    EXPECT_FALSE(key->getisDefined());
+    EXPECT_FALSE(key->getisOverridden());
+    EXPECT_EQ(key->getValueStoreName(), L"");
+    EXPECT_THAT(observer->told, ElementsAre("Value", "Value"));
 }
 
 TEST_F(NotificationReentry, AnObserverAsksForOtherValues) {

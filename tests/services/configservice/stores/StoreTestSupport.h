@@ -12,6 +12,7 @@
 #include "fakes/RecordingLogSink.h"
 #include "fakes/ScopedWorld.h"
 #include "quill/FileUtils.h"
+#include "quill/StringUtils.h"
 #include "xml/XmlConfigParser.h"
 
 /// Short forms for the tests of the stores and of the parser.
@@ -47,6 +48,13 @@ inline bool misses(ConfigStore& store, const std::wstring& key) {
 /// A whole document of the server's form around one group's contents.
 inline std::string serverDocument(const std::string& entries) {
     return "<?xml version=\"1.0\"?><config version=\"1.0\"><Group>" + entries + "</Group></config>";
+}
+
+/// A document with its first line in small letters: libraries differ in how they spell the name of the encoding.
+inline std::string withSmallDeclaration(const std::string& document) {
+    const std::size_t end = document.find('\n');
+    return end == std::string::npos ? document
+                                    : QuillCoreUtils::toLowercase(document.substr(0, end)) + document.substr(end);
 }
 
 /// What the parser reads from a text that it must be able to read.

@@ -72,27 +72,30 @@ bool ConfigValueImpl::isValueLocal() {
 void ConfigValueImpl::update(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
                              std::wstring valueStoreName, std::wstring originalValueStoreName) {
     EnsureUpdateAccess(true);
+    // An observer may change the key from inside its notification, and the newer state is then applied in full before
+    // the fire returns. What is left of this older one must not land on top of it.
+    const std::uint64_t state = ++newestState_;
     if (value != currentValue()) {
         setValue(std::move(value));
         fireValue();
     }
-    if (originalValue != storedOriginalValue()) {
+    if (state == newestState_ && originalValue != storedOriginalValue()) {
         setOriginalValue(std::move(originalValue));
         fireOriginalValue();
     }
-    if (isOverridden != getisOverridden()) {
+    if (state == newestState_ && isOverridden != getisOverridden()) {
         setisOverridden(isOverridden);
         fireisOverridden();
     }
-    if (isDefined != getisDefined()) {
+    if (state == newestState_ && isDefined != getisDefined()) {
         setisDefined(isDefined);
         fireisDefined();
     }
-    if (valueStoreName != storedValueStoreName()) {
+    if (state == newestState_ && valueStoreName != storedValueStoreName()) {
         setValueStoreName(std::move(valueStoreName));
         fireValueStoreName();
     }
-    if (originalValueStoreName != storedOriginalValueStoreName()) {
+    if (state == newestState_ && originalValueStoreName != storedOriginalValueStoreName()) {
         setOriginalValueStoreName(std::move(originalValueStoreName));
         fireOriginalValueStoreName();
     }
@@ -101,6 +104,7 @@ void ConfigValueImpl::update(std::wstring value, std::wstring originalValue, boo
 void ConfigValueImpl::silentUpdate(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
                                    std::wstring valueStoreName, std::wstring originalValueStoreName) {
     EnsureUpdateAccess(true);
+    ++newestState_;
     if (value != currentValue()) {
         setValue(std::move(value));
         pendingValueFire_ = true;

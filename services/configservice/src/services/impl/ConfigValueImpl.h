@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -33,8 +34,9 @@ public:
                     const std::wstring& originalValueStoreName);
 
     /// Takes in a new state and tells observers of each property that differs, one property after another: an observer
-    /// of the value still sees the former texts and flags beside it. The caller keeps a reference to this object, for
-    /// an observer may drop all others. Neither reads nor clears what silentUpdate() left pending.
+    /// of the value still sees the former texts and flags beside it. If an observer causes a newer state to be taken in
+    /// meanwhile, the rest of this one is dropped. The caller keeps a reference to this object, for an observer may
+    /// drop all others. Neither reads nor clears what silentUpdate() left pending.
     void update(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
                 std::wstring valueStoreName, std::wstring originalValueStoreName);
 
@@ -51,6 +53,7 @@ public:
     const std::wstring& currentValue() const;
 
 private:
+    std::uint64_t newestState_ = 0;  ///< number of the state that was taken in last
     bool pendingValueFire_ = false;
     bool pendingOriginalValueFire_ = false;
     bool pendingisOverriddenFire_ = false;

@@ -13,17 +13,17 @@ namespace {
 
 const wchar_t* const LAST_LOADED_USER_PROFILE = L"LastLoadedUserProfile";
 
-/// Holds the depth of an operation for its length, also when a client's observer ends it by an exception.
-class DepthOfOperation {
+/// Raises a flag for the length of a scope, and puts back what it was.
+class Turn {
 public:
-    DepthOfOperation(int& current, int depth) : current_(current), outer_(std::exchange(current, depth)) {}
-    ~DepthOfOperation() { current_ = outer_; }
-    DepthOfOperation(const DepthOfOperation&) = delete;
-    DepthOfOperation& operator=(const DepthOfOperation&) = delete;
+    explicit Turn(bool& flag) : flag_(flag), former_(std::exchange(flag, true)) {}
+    ~Turn() { flag_ = former_; }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
 
 private:
-    int& current_;
-    const int outer_;
+    bool& flag_;
+    const bool former_;
 };
 
 }  // namespace
@@ -93,16 +93,13 @@ std::vector<unsigned> ConfigAdapter::GetFeatureSetDependencies(unsigned /*featur
 FeatureSetLock ConfigAdapter::lockFeatureSet() {
     // Inside a notification this thread holds the locks of the chain, and whoever holds the mutex may want them.
     return {featureSetMutex_, factory_->getServicesDispatcher(),
-            reportGate_->notificationDepth() > 0 ? FeatureSetLock::IfBusy::GiveUp : FeatureSetLock::IfBusy::Wait};
+            reportGate_->isInsideNotification() ? FeatureSetLock::IfBusy::GiveUp : FeatureSetLock::IfBusy::Wait};
 }
 
 void ConfigAdapter::runExclusively(const std::string& name, Operation operation) {
     const FeatureSetLock lock = lockFeatureSet();
-    const int depth = reportGate_->notificationDepth();
-    // A client that is told of a change by an operation must not start another one in the middle of it: the rest of the
-    // outer one would undo the inner one by halves. A call at the same depth is a step of the operation itself.
-    if (lock.isHeld() && (operationDepth_ == NO_OPERATION || depth <= operationDepth_)) {
-        const DepthOfOperation scope(operationDepth_, depth);
+    if (isMyTurn(lock)) {
+        const Turn turn(isOperating_);
         (this->*operation)();
         return;
     }
@@ -112,6 +109,12 @@ void ConfigAdapter::runExclusively(const std::string& name, Operation operation)
         }
     };
     factory_->getServicesDispatcher()->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(again, name));
+}
+
+bool ConfigAdapter::isMyTurn(const FeatureSetLock& lock) const {
+    // The mutex lets in the thread that has it. A client that is notified in the midst of an operation, and asks for
+    // another one, would find the chain half changed; without a dispatcher there is no later to put it off to.
+    return lock.isHeld() && (!isOperating_ || factory_->getServicesDispatcher() == nullptr);
 }
 
 boost::function<void()> ConfigAdapter::weakly(Operation operation) {
@@ -188,7 +191,7 @@ void ConfigAdapter::onUserProfileChanged() {
     bool changed = false;
     {
         const FeatureSetLock lock = lockFeatureSet();
-        if (!lock.isHeld()) {
+        if (!isMyTurn(lock)) {
             factory_->getServicesDispatcher()->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
                 weakly(&ConfigAdapter::onUserProfileChanged), "ConfigAdapter::onUserProfileChanged"));
             return;
@@ -204,7 +207,7 @@ void ConfigAdapter::stopConfigFeatureSet() {
     if (!isStarted()) {
         return;
     }
-    stopTftpConfigSource();
+    switchTftpSourceOff();
     TesselSystemMonitor::SystemMonitorFactory::getInstance()->removePowerEventObserver(shared_from_this());
     disconnectProperty(userProfileConnection_.get());
     resetChainOnDispatcherThread();

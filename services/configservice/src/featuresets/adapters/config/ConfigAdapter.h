@@ -36,8 +36,8 @@ class TftpConfigStore;
 /// The lifecycle operations (start, stop, destroy, refresh, and the switching of the remote source) run one at a time.
 /// Two of them wait for the dispatcher thread: the start, when called on another one, and the stop. Called from inside
 /// a notification, which holds the locks of the chain, a lifecycle operation runs at once if none is under way;
-/// otherwise, also if the notification comes from that very operation, it is queued and runs on the dispatcher thread
-/// afterwards.
+/// otherwise it is queued and runs on the dispatcher thread after the notification. That holds for one that this very
+/// thread is at, too: a notification may come from the midst of it.
 ///
 /// Lock order: the lifecycle mutex, then the remote store's observer lock, then the locks of the chain.
 class ConfigAdapter : public FeatureSetAdapter,
@@ -155,8 +155,6 @@ private:
     using Connection = std::weak_ptr<PropertyNotifierConnection>;
     using Operation = void (ConfigAdapter::*)();
 
-    static constexpr int NO_OPERATION = -1;
-
     static TesselLogger* logger();
     bool isStarted() const { return started_.load(std::memory_order_relaxed); }
 
@@ -168,6 +166,7 @@ private:
 
     FeatureSetLock lockFeatureSet();
     void runExclusively(const std::string& name, Operation operation);
+    bool isMyTurn(const FeatureSetLock& lock) const;
     boost::function<void()> weakly(Operation operation);
     std::shared_ptr<SystemService> findSystemService(const char* function, const std::string& consequence);
     std::shared_ptr<ResetDataProvider> findResetDataProvider(const char* function, const std::string& consequence);
@@ -190,6 +189,7 @@ private:
     void addInitialConfigStores();
     void addInMemoryStore();
     void addLocalFileStore();
+    void persistLocalFileStore();
     void addOverrideStore();
     void removeCustomServerValuesIfPolicySet();
     void initialiseTftpConfigStore();
@@ -219,6 +219,7 @@ private:
 
     const std::shared_ptr<UnifiedFactory> factory_;
     tessel::Mutex featureSetMutex_;
+    bool isOperating_ = false;  // under featureSetMutex_
     std::atomic<bool> started_ = false;
     std::atomic<bool> tftpSourceStarted_ = false;
     GuardedValue<Connection> userProfileConnection_;
@@ -235,6 +236,5 @@ private:
     GuardedValue<std::shared_ptr<ServerHealthInformation>> secondTelephonyHealth_;
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
-    int operationDepth_ = NO_OPERATION;                     // under featureSetMutex_
     const std::shared_ptr<ReportGate> reportGate_;
 };

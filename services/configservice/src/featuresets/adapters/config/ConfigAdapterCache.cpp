@@ -165,7 +165,8 @@ void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigSto
     updateCacheStorePriority(store->getName(), store->getCachedPriority());
     const std::string name = cachedName(store->getName());
     // Made for the file that its constructor writes; it never joins the chain, so its priority has no effect.
-    const CacheConfigStore writer(name, store->getCachedPriority() + 200, cachePath(name), values);
+    const CacheConfigStore writer(name, ConfigStore::twoHundredBehind(store->getCachedPriority()), cachePath(name),
+                                  values);
     if (configStoreManager_->containsStore(name)) {
         configStoreManager_->removeStoreWithSameName(name);
     }
@@ -204,10 +205,11 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
         return false;
     }
     bool removed = false;
-    const std::string copy = cachedName(name);
-    if (configStoreManager_->containsStore(copy) && configStoreManager_->removeStoreWithSameName(copy)) {
+    const std::shared_ptr<ConfigStore> copy = configStoreManager_->findStore(cachedName(name));
+    if (copy != nullptr && configStoreManager_->removeStoreWithSameName(copy->getName())) {
         removed = true;
-        configStoreManager_->removeCacheFile(copy);
+        // The store's own spelling, not the caller's: the file was written under that.
+        configStoreManager_->removeCacheFile(copy->getName());
     }
     if (configStoreManager_->containsStore(name) && configStoreManager_->removeStoreWithSameName(name)) {
         removed = true;

@@ -12,7 +12,7 @@ void ConfigAdapter::refresh() {
     if (configStoreManager_ == nullptr) {
         return;
     }
-    stopTftpConfigSource();
+    switchTftpSourceOff();
     configStoreManager_->reset();
     disconnectEdgeWatch();
     clearEdgeEntries();

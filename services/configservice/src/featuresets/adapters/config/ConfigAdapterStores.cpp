@@ -37,24 +37,31 @@ void ConfigAdapter::addInitialConfigStores() {
 void ConfigAdapter::addInMemoryStore() { configStoreManager_->addStore(std::make_shared<InMemoryConfigStore>()); }
 
 void ConfigAdapter::addLocalFileStore() {
+    // The bulk of the writing comes first: nobody is to wait for a disk longer than what is stored meanwhile takes.
+    persistLocalFileStore();
     // One step under the chain's lock: a value that is stored meanwhile waits and goes into the new store. The old one
     // is destroyed before the new one reads, since persist tasks of it may still be queued and must not run over what
     // the new one will have written.
     configStoreManager_->atomically([this] {
         const std::shared_ptr<LocalFileConfigStore> replaced = localFileStore_;
         if (replaced != nullptr) {
-            if (replaced->hasUnpersistedValues()) {
-                replaced->persistValues();
-            }
+            persistLocalFileStore();
             replaced->destroy();
         }
         localFileStore_ = std::make_shared<LocalFileConfigStore>(ConfigStoreConstants::LOCAL_FILE_STORE_NAME,
                                                                  LOCAL_FILE_PRIORITY, false);
         if (replaced != nullptr && replaced->hasUnpersistedValues()) {
             localFileStore_->takeOverValues(*replaced);
+            configStoreManager_->enqueuePersist(localFileStore_);
         }
         configStoreManager_->addStore(localFileStore_);
     });
+}
+
+void ConfigAdapter::persistLocalFileStore() {
+    if (localFileStore_ != nullptr && localFileStore_->hasUnpersistedValues()) {
+        localFileStore_->persistValues();
+    }
 }
 
 void ConfigAdapter::addOverrideStore() {

@@ -27,6 +27,9 @@ std::wstring PriorityList::toText() const {
 }
 
 void PriorityList::set(const std::wstring& storeName, std::int32_t priority) {
+    // An entry in another spelling goes: the next start makes the name of the copy's file from this one, and it has to
+    // be the name under which the store itself has it written.
+    entries_.erase(storeName);
     entries_[storeName] = QuillCoreUtils::toWideString(static_cast<int>(priority));
 }
 

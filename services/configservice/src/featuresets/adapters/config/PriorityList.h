@@ -15,7 +15,7 @@ public:
     /// The entries in the map's order, each ended with ";".
     std::wstring toText() const;
 
-    /// Puts or replaces the entry of a store.
+    /// Puts the entry of a store, or replaces it, spelling of the name included.
     void set(const std::wstring& storeName, std::int32_t priority);
 
     /// Store name to the text of its priority, which need not be a number.

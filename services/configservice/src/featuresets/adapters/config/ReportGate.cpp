@@ -1,9 +1,11 @@
 #include "ReportGate.h"
 
+#include <exception>
 #include <limits>
 #include <utility>
 
 #include "quill/FunctionTask.h"
+#include "tessel/TesselLogger.h"
 
 namespace {
 
@@ -18,6 +20,24 @@ public:
 private:
     std::atomic<int>& depth_;
 };
+
+/// Inside a catch block: keeps the exception if it is the first one, else says in the log what it was.
+void keepFirst(std::exception_ptr& first) {
+    if (first == nullptr) {
+        first = std::current_exception();
+        return;
+    }
+    static TesselLogger* const logger = TesselLogger_getLogger("ReportGate");
+    std::string text = "an exception of an unknown type";
+    try {
+        throw;
+    } catch (const std::exception& exception) {
+        text = exception.what();
+    } catch (...) {
+        // The type tells nothing that could be written.
+    }
+    TesselLog(logger, 2, __FILE__, __LINE__, "pass", "A further report threw: " + text);
+}
 
 }  // namespace
 
@@ -52,8 +72,8 @@ void ReportGate::passBeside(Delivery delivery, const std::string& taskName) {
     dispatcher_->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(std::move(delivery), taskName));
 }
 
-int ReportGate::notificationDepth() const {
-    return dispatcher_ != nullptr && dispatcher_->checkForUpdateAccess() ? depth_.load(std::memory_order_relaxed) : 0;
+bool ReportGate::isInsideNotification() const {
+    return depth_.load(std::memory_order_relaxed) > 0 && dispatcher_->checkForUpdateAccess();
 }
 
 std::uint64_t ReportGate::put(Delivery delivery) {
@@ -85,6 +105,16 @@ void ReportGate::deliverUpTo(std::uint64_t ticket) {
     // The caller's own report went through the box as well. An observer that writes while older reports are still being
     // delivered comes back in here, and delivers the rest of them, that own report included, before its newer one.
     const Depth depth(depth_);
-    while (deliverOldest(ticket)) {
+    std::exception_ptr first;
+    for (bool delivered = true; delivered;) {
+        try {
+            delivered = deliverOldest(ticket);
+        } catch (...) {
+            // Another's report that fails must not keep the caller's own from being told before this returns.
+            keepFirst(first);
+        }
+    }
+    if (first != nullptr) {
+        std::rethrow_exception(first);
     }
 }

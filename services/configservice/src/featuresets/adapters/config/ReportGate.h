@@ -29,14 +29,16 @@ public:
 
     /// Delivers in order: on the dispatcher thread at once, after all that waits; elsewhere through a task, which
     /// delivers whatever report is then the oldest, or finds none. The task is harmless once the gate is gone.
+    /// On the dispatcher thread a delivery that throws does not keep the later ones back: the first exception leaves
+    /// when all are made, and each further one is a level 2 line.
     void pass(Delivery delivery, const std::string& taskName);
 
     /// Delivers beside the box: on the dispatcher thread at once, elsewhere through a task of its own.
     void passBeside(Delivery delivery, const std::string& taskName);
 
-    /// On the dispatcher thread: how many deliveries that pass() makes before it returns are under way, one inside
-    /// another. Above 0 this thread is inside a notification, under the locks of the chain. On any other thread 0.
-    int notificationDepth() const;
+    /// True on the dispatcher thread inside a delivery that pass() makes before it returns, which means: inside a
+    /// notification that runs under the locks of the chain.
+    bool isInsideNotification() const;
 
 private:
     struct Report {

@@ -111,6 +111,9 @@ public:
     /// Keeps the key's values out of the logs from now on and tells the observers.
     void setKeySensitive(const std::wstring& key);
 
+    /// Queues the persisting of a store. Without a task queue a level 3 line says that nothing is persisted.
+    void enqueuePersist(const std::shared_ptr<ConfigStore>& store);
+
     // Reporting.
 
     /// Works out the key over the chain and reports it under its current name; says nothing if the key is an old name
@@ -144,6 +147,9 @@ public:
 
     /// Names are compared without regard to case, here and below, but in resetConfigData().
     bool containsStore(std::string name);
+
+    /// The first store of that name; null if there is none.
+    std::shared_ptr<ConfigStore> findStore(const std::string& name);
 
     /// Replaces the store of the same name, with the keys that it has now; see below. The walk goes on behind a match
     /// over the changed chain, so a new store that has moved further down is met, and reported, once more.
@@ -210,7 +216,6 @@ public:
 private:
     KeyResolver resolverFor(const StoreList& stores) const { return KeyResolver(stores, aliasMap_, legacyMap_); }
     void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, bool skipLocal);
-    void enqueuePersist(const std::shared_ptr<ConfigStore>& store);
 
     /// Observers may come and go from inside a report: each step goes to the next greater address.
     template <typename Report>

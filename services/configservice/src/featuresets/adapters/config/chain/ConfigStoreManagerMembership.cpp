@@ -44,7 +44,9 @@ void ConfigStoreManager::addStore(const std::shared_ptr<ConfigStore>& store) {
     notifyObservers(store);
 }
 
-bool ConfigStoreManager::containsStore(std::string name) { return chain_.find(name) != nullptr; }
+bool ConfigStoreManager::containsStore(std::string name) { return findStore(name) != nullptr; }
+
+std::shared_ptr<ConfigStore> ConfigStoreManager::findStore(const std::string& name) { return chain_.find(name); }
 
 void ConfigStoreManager::updateStoreValues(const std::shared_ptr<ConfigStore>& store) {
     if (store == nullptr) {

@@ -9,6 +9,7 @@
 #include "quill/StringUtils.h"
 #include "tessel/TesselLogger.h"
 #include "xml/LocalFileFormat.h"
+#include "xml/SiblingLock.h"
 #include "xml/XmlCharacters.h"
 #include "xml/XmlDocument.h"
 
@@ -102,8 +103,10 @@ bool LocalFileConfigStore::removeValue(const std::wstring& key) {
 
 void LocalFileConfigStore::removeAllValues() {
     tessel::ScopedLock lock(mutex_);
-    values_.map.clear();
-    ++values_.change;
+    if (!values_.map.empty()) {
+        values_.map.clear();
+        ++values_.change;
+    }
 }
 
 bool LocalFileConfigStore::isReadOnly() { return readOnly_; }
@@ -122,16 +125,9 @@ void LocalFileConfigStore::persistValues() {
         return;
     }
     createConfigDirectory();
-    tessel::ScopedLock siblingLock(XmlFileWriter::siblingMutex());
-    const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
-    XmlFileWriter writer(temporaryPath);
-    if (!writer.isOpen()) {
-        return;
-    }
-    if (writeFile(writer, values.map) && replaceFile(temporaryPath)) {
+    if (writeFile(values.map)) {
         notePersisted(values.change);
     }
-    FileUtils::removeFile(temporaryPath);
 }
 
 void LocalFileConfigStore::destroy() {
@@ -151,6 +147,9 @@ bool LocalFileConfigStore::hasUnpersistedValues() {
 }
 
 void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
+    if (replaced.filePath() != filePath()) {
+        return;
+    }
     Values taken = replaced.copyValues();
     tessel::ScopedLock lock(mutex_);
     values_.map = std::move(taken.map);
@@ -232,7 +231,19 @@ bool LocalFileConfigStore::isInFile(std::uint64_t change) {
     return change == persistedChange_;
 }
 
-bool LocalFileConfigStore::writeFile(XmlFileWriter& writer, const ConfigMap& map) {
+bool LocalFileConfigStore::writeFile(const ConfigMap& map) {
+    const SiblingLock siblingLock(directory_);
+    const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
+    XmlFileWriter writer(temporaryPath);
+    if (!writer.isOpen()) {
+        return false;
+    }
+    const bool written = writeDocument(writer, map) && replaceFile(temporaryPath);
+    FileUtils::removeFile(temporaryPath);
+    return written;
+}
+
+bool LocalFileConfigStore::writeDocument(XmlFileWriter& writer, const ConfigMap& map) {
     writer.startElement("Corvid");
     for (const auto& [key, value] : map) {
         writeEntry(writer, key, value);

@@ -57,7 +57,8 @@ public:
     bool hasUnpersistedValues();
 
     /// Takes over all values of a store that this one replaces, in place of its own, when they could not be written to
-    /// the file that this one has read. They count as not persisted. Holds one store's lock at a time.
+    /// the file that this one has read. They count as not persisted. Takes nothing from a store of another file: those
+    /// are the values of another user profile. Holds one store's lock at a time.
     void takeOverValues(LocalFileConfigStore& replaced);
 
     /// Adds the file's entries to the values that are there; the first entry of a key stays. A file that is no
@@ -80,7 +81,8 @@ private:
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
     bool isInFile(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
-    bool writeFile(XmlFileWriter& writer, const ConfigMap& map);
+    bool writeFile(const ConfigMap& map) TESSEL_REQUIRES(fileMutex_);
+    bool writeDocument(XmlFileWriter& writer, const ConfigMap& map);
     bool replaceFile(const std::string& temporaryPath);
     void notePersisted(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
 

@@ -11,6 +11,7 @@
 #include "quill/XmlUtils.h"
 #include "tessel/SecureStringUtils.h"
 #include "tessel/TesselLogger.h"
+#include "xml/SiblingLock.h"
 #include "xml/XmlCharacters.h"
 #include "xml/XmlDocument.h"
 #include "xml/XmlFileWriter.h"
@@ -73,6 +74,16 @@ void logMissingRoot(const char* function) {
 
 bool isTextOrCdata(const xmlNode* node) { return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE; }
 
+bool hasText(const xmlNode* node) { return isTextOrCdata(node) && node->content != nullptr; }
+
+std::size_t lengthOfText(const xmlNode* element) {
+    std::size_t length = 0;
+    for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
+        length += hasText(child) ? static_cast<std::size_t>(xmlStrlen(child->content)) : 0;
+    }
+    return length;
+}
+
 bool isWellKnownSecret(const std::wstring& name) {
     const auto& keys = SensitiveKeySecuringUtility::WELL_KNOWN_SENSITIVE_KEYS;
     return std::any_of(keys.begin(), keys.end(), [&name](const std::wstring& key) {
@@ -88,7 +99,7 @@ bool isSharedContent(const xmlNode* node) {
 
 bool XmlConfigParser::writeToFile(const std::string& path, const ConfigMap& values) {
     createParentDirectory(path);
-    tessel::ScopedLock lock(XmlFileWriter::siblingMutex());
+    const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
     const std::string sibling = siblingOf(path);
     XmlFileWriter writer(sibling);
     if (!writer.isOpen()) {
@@ -110,7 +121,7 @@ bool XmlConfigParser::writeToFile(const std::string& path, const std::string& te
     // The terminating zero byte is handed over too: it is where libxml2 looks for the end of the document.
     const std::shared_ptr<xmlDoc> document = readXmlMemory(text.c_str(), text.length() + 1, path);
     createParentDirectory(path);
-    tessel::ScopedLock lock(XmlFileWriter::siblingMutex());
+    const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
     const std::string sibling = siblingOf(path);
     if (document == nullptr || !XmlFileWriter::saveDocument(sibling, *document)) {
         return false;
@@ -264,10 +275,12 @@ std::string XmlConfigParser::parseUdsVersionFromXmlResponse(const std::string& b
 std::string XmlConfigParser::extractStringFromXmlNode(xmlNode* node) {
     std::string text;
     if (node->children != nullptr && node->children->content != nullptr) {
+        // A text that grows would leave copies of a secret behind, and so would a temporary for each child.
+        text.reserve(lengthOfText(node));
         const std::wstring name = QuillCoreUtils::toWideString(narrow(node->name));
         for (xmlNode* child = node->children; child != nullptr; child = child->next) {
-            if (isTextOrCdata(child) && child->content != nullptr) {
-                text += narrow(child->content);
+            if (hasText(child)) {
+                text.append(reinterpret_cast<const char*>(child->content));
                 memzeroSensitiveNodeValue(child, name, nullptr);
             }
         }

@@ -2,7 +2,9 @@
 
 #include <libxml/parser.h>
 
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <system_error>
 
@@ -60,40 +62,40 @@ void startElementUnlessTooDeep(void* context, const xmlChar* name, const xmlChar
                           attributes);
 }
 
-std::shared_ptr<xmlDoc> readFirst(const std::string& path, std::vector<XmlProblem>* problems) {
-    if (problems == nullptr) {
-        QuillCoreUtils::XmlUtils::initialiseLibrary();
-        return {xmlReadFile(path.c_str(), nullptr, 0), XmlDocFreer()};
-    }
+/// Feeds a parser with the document, under the given options.
+using Feed = std::function<xmlDoc*(xmlParserCtxt&, int options)>;
+
+std::shared_ptr<xmlDoc> finish(xmlParserCtxt& parser, xmlDoc* read) {
+    const std::shared_ptr<xmlDoc> document(read, XmlDocFreer());
+    // A text that is too long ends the parsing without making the document ill-formed: it comes back cut off.
+    return parser.disableSAX == 0 ? document : nullptr;
+}
+
+std::shared_ptr<xmlDoc> readWithoutOptions(const Feed& feed, std::vector<XmlProblem>* problems) {
     const Parser parser = makeParser(problems);
     if (parser == nullptr) {
         return nullptr;
     }
-    parser->sax->serror = collectProblem;
-    return {xmlCtxtReadFile(parser.get(), path.c_str(), nullptr, 0), XmlDocFreer()};
+    if (problems != nullptr) {
+        parser->sax->serror = collectProblem;
+    }
+    return finish(*parser, feed(*parser, 0));
 }
 
-bool mayHoldALongText(const std::string& path) {
-    std::error_code error;
-    const auto size = std::filesystem::file_size(path, error);
-    return !error && size > longestText;
-}
-
-std::shared_ptr<xmlDoc> readWithLongTexts(const std::string& path) {
+std::shared_ptr<xmlDoc> readWithLongTexts(const Feed& feed) {
     const Parser parser = makeParser(nullptr);
     if (parser == nullptr) {
         return nullptr;
     }
     parser->sax->internalSubset = refuseDocumentType;
     parser->sax->startElementNs = startElementUnlessTooDeep;
-    constexpr int options = XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-    return {xmlCtxtReadFile(parser.get(), path.c_str(), nullptr, options), XmlDocFreer()};
+    return finish(*parser, feed(*parser, XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING));
 }
 
-std::shared_ptr<xmlDoc> readTwice(const std::string& path, std::vector<XmlProblem>* problems) {
-    std::shared_ptr<xmlDoc> document = readFirst(path, problems);
-    if (document == nullptr && mayHoldALongText(path)) {
-        document = readWithLongTexts(path);
+std::shared_ptr<xmlDoc> read(const Feed& feed, std::uintmax_t size, std::vector<XmlProblem>* problems) {
+    std::shared_ptr<xmlDoc> document = readWithoutOptions(feed, problems);
+    if (document == nullptr && size > longestText) {
+        document = readWithLongTexts(feed);
         if (document != nullptr && problems != nullptr) {
             problems->clear();
         }
@@ -101,22 +103,37 @@ std::shared_ptr<xmlDoc> readTwice(const std::string& path, std::vector<XmlProble
     return document;
 }
 
+std::uintmax_t sizeOf(const std::string& path) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    return error ? 0 : size;
+}
+
+std::shared_ptr<xmlDoc> readFile(const std::string& path, std::vector<XmlProblem>* problems) {
+    const Feed feed = [&path](xmlParserCtxt& parser, int options) {
+        return xmlCtxtReadFile(&parser, path.c_str(), nullptr, options);
+    };
+    return read(feed, sizeOf(path), problems);
+}
+
 }  // namespace
 
 void XmlDocFreer::operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 
-std::shared_ptr<xmlDoc> readXmlFile(const std::string& path) { return readTwice(path, nullptr); }
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path) { return readFile(path, nullptr); }
 
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems) {
-    return readTwice(path, &problems);
+    return readFile(path, &problems);
 }
 
 std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName) {
     if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         return nullptr;
     }
-    QuillCoreUtils::XmlUtils::initialiseLibrary();
-    return {xmlReadMemory(text, static_cast<int>(length), baseName.c_str(), nullptr, 0), XmlDocFreer()};
+    const Feed feed = [&](xmlParserCtxt& parser, int options) {
+        return xmlCtxtReadMemory(&parser, text, static_cast<int>(length), baseName.c_str(), nullptr, options);
+    };
+    return read(feed, length, nullptr);
 }
 
 xmlNode* nextXmlNode(const xmlNode* node, const xmlNode* top) {

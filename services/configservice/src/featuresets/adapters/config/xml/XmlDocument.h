@@ -22,10 +22,10 @@ struct XmlProblem {
 /// Reads a file as a document, with no parser options: no external entity is loaded, no network is touched, entities
 /// that grow out of proportion and elements nested deeper than 256 make the file unreadable.
 ///
-/// With no options libxml2 refuses a text or an attribute of more than 10,000,000 bytes too, which this system's own
-/// stores may have written. A file of more than that size that was refused is therefore read a second time with that
-/// limit lifted; a document type declaration or deeper nesting ends this second reading, so it gives an attacker no
-/// more room than the first. Any thread.
+/// With no options libxml2 also refuses an attribute of more than 10,000,000 bytes and cuts a document off after a text
+/// of that length; this system's own stores may have written either. A document of more than that size that was refused
+/// or cut off is therefore read a second time with that limit lifted. A document type declaration or deeper nesting
+/// ends this second reading, so it gives an attacker no more room than the first. Any thread.
 /// @return null if there is no well-formed document.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 
@@ -33,7 +33,7 @@ std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 /// @param problems receives what the deciding reading found, in order.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems);
 
-/// Reads a text as a document, with no parser options, as the first reading of readXmlFile().
+/// Reads a text as a document in the same way.
 /// @param baseName the name under which the document knows itself.
 /// @return null if there is no well-formed document, or if the text is longer than 2,147,483,647 bytes.
 std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName);

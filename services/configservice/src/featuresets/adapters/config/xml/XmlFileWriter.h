@@ -13,8 +13,7 @@
 /// Meant for a sibling of the real file, which is put in its place when finish() has said that it is whole.
 class XmlFileWriter {
 public:
-    /// Held by a store from the opening of a sibling until it stands in the place of the real file: two stores of one
-    /// file use the same sibling.
+    /// The process's own half of a SiblingLock.
     static tessel::Mutex& siblingMutex();
 
     /// Writes a whole document to a file. @return true if every byte has reached the file system.

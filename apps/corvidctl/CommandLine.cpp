@@ -1,0 +1,228 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace corvidctl {
+
+namespace {
+
+constexpr std::size_t ANY_NUMBER = static_cast<std::size_t>(-1);
+
+/// What a command takes, in the order of its arguments.
+struct CommandShape {
+    const char* name;
+    const char* arguments;  ///< as the help shows them
+    std::size_t least;
+    std::size_t most;
+    const char* summary;
+};
+
+constexpr std::array<CommandShape, 10> COMMANDS = {{
+    {"get", "KEY", 1, 1, "Print the winning value of a key"},
+    {"list", "[GLOB...]", 0, ANY_NUMBER, "Print every defined key with its value, its store and the administrator's"},
+    {"explain", "KEY", 1, 1, "Show what each store holds for a key, and which one wins"},
+    {"stores", "", 0, 0, "Print the chain of stores in order"},
+    {"set", "KEY VALUE", 2, 2, "Store a user value"},
+    {"unset", "KEY", 1, 1, "Erase a key from the writable stores"},
+    {"watch", "[GLOB...]", 0, ANY_NUMBER, "Start the remote source and print every change, until interrupted"},
+    {"report", "", 0, 0, "Print the master configuration report"},
+    {"validate", "FILE...", 1, ANY_NUMBER, "Tell what a configuration document or a local file means"},
+    {"demo", "", 0, 0, "Show the sample profile and one live change, on a copy"},
+}};
+
+/// The parser's own messages may have several lines; the tool promises one.
+std::string oneLine(std::string text) {
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
+std::string namesOfCommands() {
+    std::string names;
+    for (const CommandShape& shape : COMMANDS) {
+        names += (names.empty() ? "" : ", ") + std::string(shape.name);
+    }
+    return names;
+}
+
+const CommandShape& shapeOf(std::string_view name) {
+    return *std::find_if(COMMANDS.begin(), COMMANDS.end(),
+                         [name](const CommandShape& shape) { return name == shape.name; });
+}
+
+std::string usageOf(const CommandShape& shape) {
+    return "corvidctl " + std::string(shape.name) + (*shape.arguments == '\0' ? "" : " ") + shape.arguments;
+}
+
+/// The help, with each command's arguments as they are called in its messages.
+class HelpFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App* app, std::string) const override {
+        const std::string usage = app->get_parent() == nullptr ? "COMMAND [arguments]" : usageWords(app->get_name());
+        return "Usage: corvidctl [global options] " + usage + "\n";
+    }
+
+    std::string make_positionals(const CLI::App*) const override { return {}; }
+
+private:
+    static std::string usageWords(const std::string& command) {
+        const std::string usage = usageOf(shapeOf(command));
+        return usage.substr(usage.find(' ') + 1);
+    }
+};
+
+void addGlobalOptions(CLI::App& app, Invocation& invocation) {
+    app.add_option("--config-dir", invocation.configDirectory,
+                   "The user's configuration directory [$XDG_CONFIG_HOME/corvid, else ~/.config/corvid]")
+        ->type_name("DIR");
+    app.add_option("--install-dir", invocation.installDirectory,
+                   "Where corvid-config-defaults.xml lies [the installed data directory]")
+        ->type_name("DIR");
+    app.add_option("--bootstrap", invocation.bootstrapFile,
+                   "The bootstrap properties file [bootstrap.properties in the installation directory]")
+        ->type_name("FILE");
+    app.add_option("--ca-file", invocation.caFile, "Further trusted certificates (PEM) for HTTPS")->type_name("FILE");
+    app.add_option("--fips", invocation.fips, "FIPS mode: auto (the system's own), on or off")->type_name("MODE");
+    app.add_option("--log-level", invocation.logLevel,
+                   "2 failures, 3 warnings, 4 information, 5 debug, to standard error [3]")
+        ->type_name("N");
+    app.add_option("--log-file", invocation.logFile, "The log goes there instead")->type_name("FILE");
+    app.add_flag("--json", invocation.json, "Machine-readable output");
+    app.add_flag("--reveal", invocation.reveal, "Show sensitive values");
+}
+
+void addCommandOptions(CLI::App& command, std::string_view name, Invocation& invocation) {
+    if (name == "get") {
+        command.add_flag("--show-origin", invocation.showOrigin, "Put the store's name and a tab before the value");
+        command.add_flag("--original", invocation.original, "Print the administrator's value");
+    } else if (name == "list") {
+        command.add_flag("--all", invocation.all, "Add undefined keys");
+        command.add_option("--store", invocation.store, "Only keys that this store wins")->type_name("NAME");
+    }
+}
+
+CommandLine wrongUse(const std::string& error) {
+    CommandLine result;
+    result.status = Status::WrongUse;
+    result.error = oneLine(error);
+    return result;
+}
+
+CommandLine printed(const std::string& output) {
+    CommandLine result;
+    result.output = output;
+    return result;
+}
+
+/// What does not fit about the number of the arguments; empty if all does.
+std::string mismatch(const CommandShape& shape, const std::vector<std::string>& arguments) {
+    if (arguments.size() < shape.least) {
+        constexpr std::array<const char*, 2> SET_NAMES = {"KEY", "VALUE"};
+        const bool isFile = std::string_view(shape.name) == "validate";
+        const char* const missing = isFile ? "FILE" : SET_NAMES.at(arguments.size());
+        return std::string(shape.name) + ": " + missing + " is missing, expected: " + usageOf(shape);
+    }
+    if (arguments.size() > shape.most) {
+        return std::string(shape.name) + ": unexpected argument '" + arguments[shape.most] +
+               "', expected: " + usageOf(shape);
+    }
+    return {};
+}
+
+/// An option that was given an empty text, most likely an unset variable of a script; empty if there is none.
+std::string emptyOption(const CLI::App& app) {
+    for (const char* const name : {"--config-dir", "--install-dir", "--bootstrap", "--ca-file", "--log-file"}) {
+        if (app.count(name) > 0 && app[name]->as<std::string>().empty()) {
+            return std::string(name) + " is empty, expected a path";
+        }
+    }
+    return {};
+}
+
+/// What to say about a word that no option and no command took.
+CommandLine unknownWord(const std::string& word) {
+    const bool isOption = word.size() > 1 && word.front() == '-';
+    return wrongUse(isOption ? "unknown option '" + word + "', expected one that --help lists"
+                             : "unknown command '" + word + "', expected one of: " + namesOfCommands());
+}
+
+/// The option of a word like "--name=", for which the parser would take the next word as the value; else empty.
+std::string optionWithoutValue(const std::string& word) {
+    const bool isOne = word.size() > 3 && word.compare(0, 2, "--") == 0 && word.find('=') == word.size() - 1;
+    return isOne ? word.substr(0, word.size() - 1) : std::string();
+}
+
+CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
+    const std::vector<CLI::App*> commands = app.get_subcommands();
+    if (const std::vector<std::string> words = app.remaining(true); !words.empty()) {
+        return unknownWord(words.front());
+    }
+    if (commands.empty()) {
+        return wrongUse("COMMAND is missing, expected one of: " + namesOfCommands());
+    }
+    if (const std::string problem = emptyOption(app); !problem.empty()) {
+        return wrongUse(problem);
+    }
+
+    const CLI::App& command = *commands.front();
+    invocation.command = command.get_name();
+    invocation.storeGiven = invocation.command == "list" && command.count("--store") > 0;
+    if (const std::string problem = mismatch(shapeOf(invocation.command), invocation.arguments); !problem.empty()) {
+        return wrongUse(problem);
+    }
+
+    CommandLine result;
+    result.invocation = std::move(invocation);
+    return result;
+}
+
+}  // namespace
+
+CommandLine readCommandLine(int argc, const char* const* argv) {
+    // What follows two dashes is no option; the parser would take it for one inside a command.
+    const char* const* const end = argv + argc;
+    const char* const* const dashes =
+        std::find_if(argv, end, [](const char* word) { return std::string_view(word) == "--"; });
+    for (const char* const* word = argv; word != dashes; ++word) {
+        if (const std::string option = optionWithoutValue(*word); !option.empty()) {
+            return wrongUse(option + " is empty, expected a value");
+        }
+    }
+
+    Invocation invocation;
+    CLI::App app("Looks into, tries out and drives the configuration service.", "corvidctl");
+    app.formatter(std::make_shared<HelpFormatter>());
+    app.set_version_flag("--version", "corvidctl " CORVID_VERSION);
+    app.require_subcommand(0, 1);
+    addGlobalOptions(app, invocation);
+    for (const CommandShape& shape : COMMANDS) {
+        CLI::App* const command = app.add_subcommand(shape.name, shape.summary);
+        command->group("Commands")->fallthrough();
+        command->footer("corvidctl --help lists the global options.");
+        addCommandOptions(*command, shape.name, invocation);
+        command->add_option("arguments", invocation.arguments, shape.arguments)
+            ->type_name("")
+            ->expected(0, CLI::detail::expected_max_vector_size);
+    }
+    app.allow_extras();
+
+    try {
+        app.parse(static_cast<int>(dashes - argv), argv);
+    } catch (const CLI::CallForHelp&) {
+        const std::vector<CLI::App*> commands = app.get_subcommands();
+        return printed(commands.empty() ? app.help() : commands.front()->help());
+    } catch (const CLI::CallForVersion& version) {
+        return printed(std::string(version.what()) + "\n");
+    } catch (const CLI::ParseError& error) {
+        return wrongUse(error.what());
+    }
+    if (dashes != end) {
+        invocation.arguments.insert(invocation.arguments.end(), dashes + 1, end);
+    }
+    return fromParsed(app, std::move(invocation));
+}
+
+}  // namespace corvidctl

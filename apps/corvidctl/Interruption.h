@@ -1,0 +1,27 @@
+#pragma once
+
+namespace corvidctl {
+
+/// Turns SIGINT and SIGTERM into something to wait for. To be made before any other thread is: threads inherit what it
+/// blocks, so that no signal finds a thread that would die of it. Nothing runs inside a signal handler.
+class Interruption {
+public:
+    /// @throws std::system_error if the system gives no descriptor.
+    Interruption();
+    ~Interruption();
+
+    Interruption(const Interruption&) = delete;
+    Interruption& operator=(const Interruption&) = delete;
+
+    /// Returns when a signal has come, or end() was called.
+    void wait();
+
+    /// Ends the wait from inside the program. Any thread.
+    void end();
+
+private:
+    int signals_ = -1;
+    int ended_ = -1;
+};
+
+}  // namespace corvidctl

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/ReferenceHost.h"
+
+namespace corvidctl {
+
+/// Exit statuses of the tool.
+namespace Status {
+inline constexpr int Done = 0;
+inline constexpr int AnswerIsNo = 1;  ///< not defined, refused, invalid
+inline constexpr int WrongUse = 2;    ///< nothing has been changed
+}  // namespace Status
+
+/// What the user asked for, as the command line said it. Texts are UTF-8.
+struct Invocation {
+    // Global options.
+    std::string configDirectory;  ///< empty: the default place
+    std::string installDirectory;
+    std::string bootstrapFile;
+    std::string caFile;
+    std::string fips = "auto";
+    std::string logLevel = "3";
+    std::string logFile;
+    bool json = false;
+    bool reveal = false;
+
+    // The command and what belongs to it.
+    std::string command;
+    std::vector<std::string> arguments;  ///< KEY, VALUE, GLOB, FILE
+    bool showOrigin = false;
+    bool original = false;
+    bool all = false;
+    bool storeGiven = false;
+    std::string store;
+
+    // Worked out by checkInvocation().
+    host::ReferenceHost::Options host;
+    bool colours = false;  ///< on standard output
+};
+
+}  // namespace corvidctl

@@ -1,0 +1,171 @@
+#include "InvocationChecks.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "DataDirectory.h"
+
+namespace corvidctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Fips = host::ReferenceHostOptions::Fips;
+
+std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+bool isReadableFile(const std::string& path) {
+    std::error_code error;
+    return fs::exists(path, error) && !fs::is_directory(path, error) && access(path.c_str(), R_OK) == 0;
+}
+
+bool isReadableDirectory(const std::string& path) {
+    std::error_code error;
+    return fs::is_directory(path, error) && access(path.c_str(), R_OK | X_OK) == 0;
+}
+
+bool isWritablePlace(const std::string& path) {
+    std::error_code error;
+    if (fs::exists(path, error)) {
+        return !fs::is_directory(path, error) && access(path.c_str(), W_OK) == 0;
+    }
+    const fs::path parent = fs::absolute(path, error).parent_path();
+    return fs::is_directory(parent, error) && access(parent.c_str(), W_OK | X_OK) == 0;
+}
+
+/// Absolute, and without a separator at the end, as the world wants directories.
+std::string directoryPath(const std::string& path) {
+    std::error_code error;
+    std::string absolute = fs::absolute(path, error).lexically_normal().string();
+    while (absolute.size() > 1 && absolute.back() == '/') {
+        absolute.pop_back();
+    }
+    return absolute;
+}
+
+std::string defaultConfigDirectory() {
+    const std::string xdg = environment("XDG_CONFIG_HOME");
+    if (!xdg.empty() && xdg.front() == '/') {  // a relative one is to be ignored
+        return xdg + "/corvid";
+    }
+    const std::string home = environment("HOME");
+    return home.empty() ? std::string() : home + "/.config/corvid";
+}
+
+std::string checkConfigDirectory(Invocation& invocation) {
+    std::string path = invocation.configDirectory;
+    if (path.empty()) {
+        path = defaultConfigDirectory();
+        if (path.empty()) {
+            return "--config-dir is missing, expected a directory, since neither XDG_CONFIG_HOME nor HOME names one";
+        }
+    }
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() != fs::file_type::not_found && !isReadableDirectory(path)) {
+        return "--config-dir '" + path + "': expected a directory that can be read, or one that does not exist yet";
+    }
+    invocation.host.configDirectory = directoryPath(path);
+    return {};
+}
+
+std::string checkInstallDirectory(Invocation& invocation) {
+    if (invocation.installDirectory.empty()) {
+        invocation.host.installationDirectory = dataDirectory();
+        return {};
+    }
+    if (!isReadableDirectory(invocation.installDirectory)) {
+        return "--install-dir '" + invocation.installDirectory + "': expected a directory that can be read";
+    }
+    invocation.host.installationDirectory = directoryPath(invocation.installDirectory);
+    return {};
+}
+
+std::string checkBootstrapFile(Invocation& invocation) {
+    if (invocation.bootstrapFile.empty()) {
+        invocation.host.bootstrapFilePath = invocation.host.installationDirectory + "/bootstrap.properties";
+        return {};
+    }
+    if (!isReadableFile(invocation.bootstrapFile)) {
+        return "--bootstrap '" + invocation.bootstrapFile + "': expected a file that can be read";
+    }
+    invocation.host.bootstrapFilePath = fs::absolute(invocation.bootstrapFile).string();
+    return {};
+}
+
+std::string checkCaFile(Invocation& invocation) {
+    if (!invocation.caFile.empty() && !isReadableFile(invocation.caFile)) {
+        return "--ca-file '" + invocation.caFile + "': expected a file that can be read";
+    }
+    invocation.host.caFile = invocation.caFile;
+    return {};
+}
+
+std::string checkFips(Invocation& invocation) {
+    if (invocation.fips == "auto") {
+        invocation.host.fips = Fips::Auto;
+    } else if (invocation.fips == "on") {
+        invocation.host.fips = Fips::On;
+    } else if (invocation.fips == "off") {
+        invocation.host.fips = Fips::Off;
+    } else {
+        return "--fips '" + invocation.fips + "': expected auto, on or off";
+    }
+    return {};
+}
+
+std::string checkLog(Invocation& invocation) {
+    const std::string& level = invocation.logLevel;
+    if (level.size() != 1 || level.front() < '2' || level.front() > '5') {
+        return "--log-level '" + level + "': expected a number from 2 to 5";
+    }
+    invocation.host.logLevel = level.front() - '0';
+    if (!invocation.logFile.empty() && !isWritablePlace(invocation.logFile)) {
+        return "--log-file '" + invocation.logFile + "': expected a file that can be written";
+    }
+    invocation.host.logFile = invocation.logFile;
+    return {};
+}
+
+std::string checkArguments(const Invocation& invocation) {
+    const std::string& command = invocation.command;
+    const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
+    if (takesKey && invocation.arguments.front().empty()) {
+        return command + ": KEY is empty, expected the name of a key";
+    }
+    if (invocation.storeGiven && invocation.store.empty()) {
+        return "--store is empty, expected the name of a store";
+    }
+    if (command == "validate") {
+        for (const std::string& file : invocation.arguments) {
+            if (!isReadableFile(file)) {
+                return "validate: FILE '" + file + "': expected a file that can be read";
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string checkInvocation(Invocation& invocation) {
+    const bool plain = !environment("NO_COLOR").empty();
+    invocation.colours = !plain && isatty(STDOUT_FILENO) == 1;
+    invocation.host.colours = !plain && isatty(STDERR_FILENO) == 1;
+
+    for (const auto check :
+         {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips, checkLog}) {
+        if (std::string problem = check(invocation); !problem.empty()) {
+            return problem;
+        }
+    }
+    return checkArguments(invocation);
+}
+
+}  // namespace corvidctl

@@ -1,0 +1,119 @@
+#include "Json.h"
+
+#include <nlohmann/json.hpp>
+
+namespace corvidctl::json {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string printed(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
+
+std::string onOneLine(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
+Json toJson(const ValueView& view) {
+    return {{"key", view.key},
+            {"value", view.value},
+            {"originalValue", view.originalValue},
+            {"isOverridden", view.isOverridden},
+            {"isDefined", view.isDefined},
+            {"valueStoreName", view.valueStoreName},
+            {"originalValueStoreName", view.originalValueStoreName},
+            {"isSensitive", view.isSensitive}};
+}
+
+Json toJson(const std::vector<ValueView>& views) {
+    Json array = Json::array();
+    for (const ValueView& view : views) {
+        array.push_back(toJson(view));
+    }
+    return array;
+}
+
+Json toJson(const LayerView& view) {
+    return {{"store", view.store},
+            {"priority", view.priority},
+            {"isReadOnly", view.isReadOnly},
+            {"isLocal", view.isLocal},
+            {"key", view.key},
+            {"value", view.holdsKey ? Json(view.value) : Json(nullptr)},
+            {"wins", view.wins}};
+}
+
+Json toJson(const ChangeView& view) {
+    Json json = toJson(view.value);
+    json["changed"] = view.changed;
+    return json;
+}
+
+Json toJson(const ValidationView& view) {
+    Json keys = Json::array();
+    for (const ValidationView::Entry& entry : view.entries) {
+        keys.push_back(entry.key);
+    }
+    return {{"file", view.file},
+            {"valid", view.valid},
+            {"keys", keys},
+            {"warnings", view.warnings},
+            {"errors", view.errors}};
+}
+
+}  // namespace
+
+std::string value(const ValueView& view) { return printed(toJson(view)); }
+
+std::string values(const std::vector<ValueView>& views) { return printed(toJson(views)); }
+
+std::string explanation(const ExplanationView& view) {
+    Json json = {{"key", view.asked},
+                 {"lookedUp", view.lookedUp},
+                 {"value", view.value.value},
+                 {"isDefined", view.value.isDefined},
+                 {"valueStoreName", view.value.valueStoreName},
+                 {"originalValue", view.value.originalValue},
+                 {"originalValueStoreName", view.value.originalValueStoreName},
+                 {"isOverridden", view.value.isOverridden},
+                 {"layers", Json::array()}};
+    for (const LayerView& layer : view.layers) {
+        json["layers"].push_back(toJson(layer));
+    }
+    return printed(json);
+}
+
+std::string stores(const std::vector<StoreView>& views) {
+    Json array = Json::array();
+    for (const StoreView& view : views) {
+        array.push_back({{"name", view.name},
+                         {"priority", view.priority},
+                         {"isReadOnly", view.isReadOnly},
+                         {"isLocal", view.isLocal},
+                         {"keys", view.keys}});
+    }
+    return printed(array);
+}
+
+std::string change(const ChangeView& view) { return onOneLine(toJson(view)); }
+
+std::string report(const std::string& text) { return printed({{"report", text}}); }
+
+std::string validations(const std::vector<ValidationView>& views) {
+    if (views.size() == 1) {
+        return printed(toJson(views.front()));
+    }
+    Json array = Json::array();
+    for (const ValidationView& view : views) {
+        array.push_back(toJson(view));
+    }
+    return printed(array);
+}
+
+std::string demonstration(const std::vector<ValueView>& values, const std::vector<ChangeView>& changes) {
+    Json json = {{"values", toJson(values)}, {"changes", Json::array()}};
+    for (const ChangeView& view : changes) {
+        json["changes"].push_back(toJson(view));
+    }
+    return printed(json);
+}
+
+}  // namespace corvidctl::json

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Views.h"
+
+/// The machine-readable forms, as scripts rely on them. Each is one text without a line end at its end; ill-formed
+/// UTF-8 becomes U+FFFD.
+namespace corvidctl::json {
+
+std::string value(const ValueView& view);
+std::string values(const std::vector<ValueView>& views);
+std::string explanation(const ExplanationView& view);
+std::string stores(const std::vector<StoreView>& views);
+
+/// One object on one line, for a stream.
+std::string change(const ChangeView& view);
+std::string report(const std::string& text);
+
+/// An object for one file, an array for several.
+std::string validations(const std::vector<ValidationView>& views);
+std::string demonstration(const std::vector<ValueView>& values, const std::vector<ChangeView>& changes);
+
+}  // namespace corvidctl::json

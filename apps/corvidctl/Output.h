@@ -1,0 +1,29 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include "Table.h"
+#include "Views.h"
+
+namespace corvidctl {
+
+/// Where a command writes, and how.
+struct Output {
+    std::ostream& out;
+    std::ostream& error;
+    bool colours;   ///< on out
+    bool terminal;  ///< out is one
+};
+
+/// One line on standard error, with the program's name before it and everything that could act on a terminal visible.
+void printError(Output& output, const std::string& line);
+
+/// The table of keys, for people: value, store, the administrator's, and what is remarkable.
+void printValues(Output& output, const std::vector<ValueView>& views);
+
+/// A text in quotation marks, shortened and harmless, for a sentence.
+std::string quoted(const std::string& text);
+
+}  // namespace corvidctl

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Invocation.h"
+#include "Output.h"
+
+/// The commands, each in a source of its own. All of them take a checked invocation and give the exit status.
+namespace corvidctl {
+
+int runGet(const Invocation& invocation, Output& output);
+int runList(const Invocation& invocation, Output& output);
+int runExplain(const Invocation& invocation, Output& output);
+int runStores(const Invocation& invocation, Output& output);
+int runSet(const Invocation& invocation, Output& output);
+int runUnset(const Invocation& invocation, Output& output);
+int runWatch(const Invocation& invocation, Output& output);
+int runReport(const Invocation& invocation, Output& output);
+int runValidate(const Invocation& invocation, Output& output);
+int runDemo(const Invocation& invocation, Output& output);
+
+}  // namespace corvidctl

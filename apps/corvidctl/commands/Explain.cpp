@@ -1,0 +1,84 @@
+#include "Json.h"
+#include "Session.h"
+#include "Text.h"
+#include "commands/Commands.h"
+#include "quill/StringUtils.h"
+
+#include <ostream>
+
+namespace corvidctl {
+
+namespace {
+
+constexpr std::size_t VALUE_COLUMNS = 60;
+
+std::string kindOf(const LayerView& layer) {
+    return std::string(layer.isReadOnly ? "read-only" : "writable") + (layer.isLocal ? ", local" : "");
+}
+
+void printLayers(const ExplanationView& view, Output& output) {
+    Table table({{"", 0}, {"PRIORITY", 0, true}, {"STORE", 0}, {"KIND", 0}, {"NAME", 0}, {"VALUE", VALUE_COLUMNS}});
+    for (const LayerView& layer : view.layers) {
+        const Style style = layer.wins ? Style::Good : Style::Plain;
+        const std::string value = layer.value.empty() ? "(empty)" : layer.value;
+        table.addRow({{layer.wins ? "wins" : "", Style::Good},
+                      std::to_string(layer.priority),
+                      {layer.store, style},
+                      {kindOf(layer), Style::Faint},
+                      layer.key,
+                      layer.holdsKey ? Table::Cell(value, style) : Table::Cell("-", Style::Faint)});
+    }
+    table.print(output.out, output.colours);
+}
+
+void printNames(const ExplanationView& view, Output& output) {
+    const bool renamed = !QuillCoreUtils::caseInsensitiveStringEquals(view.asked, view.value.key);
+    if (renamed) {
+        output.out << escaped(view.asked) << " is the old name of " << escaped(view.value.key) << ".\n";
+    }
+    if (view.lookedUp.size() > 1) {
+        output.out << "No store holds " << escaped(view.lookedUp.front()) << ", so its old name "
+                   << escaped(view.lookedUp.back()) << " was looked up too.\n";
+    }
+}
+
+void printVerdict(const ExplanationView& view, Output& output) {
+    const ValueView& value = view.value;
+    if (!value.isDefined) {
+        output.out << escaped(value.key) << " is not defined: no store holds it.\n";
+    } else {
+        output.out << escaped(value.key) << " is " << quoted(value.value) << ", from " << escaped(value.valueStoreName)
+                   << ": it has the smallest priority number of the stores that hold the key.\n";
+    }
+    if (value.isOverridden && !value.originalValueStoreName.empty()) {
+        output.out << "The user overrides the administrator's " << quoted(value.originalValue) << ", from "
+                   << escaped(value.originalValueStoreName) << ".\n";
+    } else if (value.isOverridden) {
+        output.out << "Only the user has set it; the administrator has not.\n";
+    }
+    if (view.fipsRuleSpoke) {
+        output.out << "FIPS mode is on: peer-to-peer calling reads as \"false\" whatever the stores hold.\n";
+    }
+}
+
+}  // namespace
+
+int runExplain(const Invocation& invocation, Output& output) {
+    ExplanationView view;
+    Session session(invocation);
+    session.work([&](Session::Inside& inside) {
+        view = inside.reader.explain(QuillCoreUtils::toWideString(invocation.arguments[0]));
+    });
+    session.finish();
+
+    if (invocation.json) {
+        output.out << json::explanation(view) << '\n';
+    } else {
+        printNames(view, output);
+        printLayers(view, output);
+        printVerdict(view, output);
+    }
+    return view.value.isDefined ? Status::Done : Status::AnswerIsNo;
+}
+
+}  // namespace corvidctl

@@ -1,0 +1,62 @@
+#include "ConfigService.h"
+#include "ConfigValue.h"
+#include "Json.h"
+#include "KeySelection.h"
+#include "Session.h"
+#include "chain/ConfigMap.h"
+#include "commands/Commands.h"
+#include "quill/StringUtils.h"
+
+#include <ostream>
+
+namespace corvidctl {
+
+namespace {
+
+/// Every key to look at, in key order; keys of stores first, so that their spelling counts.
+SensitiveKeySet keysToList(const Invocation& invocation, Session::Inside& inside) {
+    const std::vector<std::wstring> defined = inside.reader.definedKeys();
+    SensitiveKeySet keys(defined.begin(), defined.end());
+    if (invocation.all) {
+        const auto objects = inside.service.getAllConfig();
+        for (const std::shared_ptr<ConfigValue>& object : *objects) {
+            keys.insert(object->getKey());
+        }
+    }
+    return keys;
+}
+
+std::vector<ValueView> collect(const Invocation& invocation, Session::Inside& inside) {
+    const KeySelection selection(invocation.arguments, inside.reader);
+    std::vector<ValueView> views;
+    for (const std::wstring& key : keysToList(invocation, inside)) {
+        if (!selection.contains(key)) {
+            continue;
+        }
+        ValueView view = inside.reader.describe(key);
+        const bool wanted = !invocation.storeGiven ||
+                            QuillCoreUtils::caseInsensitiveStringEquals(invocation.store, view.valueStoreName);
+        if (wanted && (view.isDefined || invocation.all)) {
+            views.push_back(std::move(view));
+        }
+    }
+    return views;
+}
+
+}  // namespace
+
+int runList(const Invocation& invocation, Output& output) {
+    std::vector<ValueView> views;
+    Session session(invocation);
+    session.work([&](Session::Inside& inside) { views = collect(invocation, inside); });
+    session.finish();
+
+    if (invocation.json) {
+        output.out << json::values(views) << '\n';
+    } else {
+        printValues(output, views);
+    }
+    return Status::Done;
+}
+
+}  // namespace corvidctl

@@ -1,0 +1,80 @@
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+#include "CommandLine.h"
+#include "InvocationChecks.h"
+#include "Output.h"
+#include "commands/Commands.h"
+
+namespace {
+
+using namespace corvidctl;
+
+using Command = int (*)(const Invocation&, Output&);
+
+constexpr std::array<std::pair<std::string_view, Command>, 10> COMMANDS = {{
+    {"get", runGet},
+    {"list", runList},
+    {"explain", runExplain},
+    {"stores", runStores},
+    {"set", runSet},
+    {"unset", runUnset},
+    {"watch", runWatch},
+    {"report", runReport},
+    {"validate", runValidate},
+    {"demo", runDemo},
+}};
+
+int runCommand(const Invocation& invocation, Output& output) {
+    for (const auto& [name, run] : COMMANDS) {
+        if (invocation.command == name) {
+            return run(invocation, output);
+        }
+    }
+    return Status::WrongUse;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // A reader that goes away ends the output, not the host half-way through its end.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    CommandLine commandLine = readCommandLine(argc, argv);
+    std::cout << commandLine.output << std::flush;
+    Output output{std::cout, std::cerr, false, isatty(STDOUT_FILENO) == 1};
+    if (!commandLine.invocation) {
+        if (!commandLine.error.empty()) {
+            printError(output, commandLine.error);
+        }
+        return commandLine.status;
+    }
+
+    Invocation& invocation = *commandLine.invocation;
+    if (const std::string problem = checkInvocation(invocation); !problem.empty()) {
+        printError(output, problem);
+        return Status::WrongUse;
+    }
+    output.colours = invocation.colours;
+    try {
+        const int status = runCommand(invocation, output);
+        errno = 0;
+        std::cout.flush();
+        if (!std::cout && errno != 0 && errno != EPIPE) {  // a reader that has had enough is no failure
+            printError(output, std::string("the output could not be written: ") + std::strerror(errno));
+            return Status::AnswerIsNo;
+        }
+        return status;
+    } catch (const std::exception& error) {
+        printError(output, error.what());
+        return Status::AnswerIsNo;
+    }
+}

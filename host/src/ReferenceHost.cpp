@@ -1,0 +1,231 @@
+#include "host/ReferenceHost.h"
+
+#include <libxml/parser.h>
+
+#include <boost/function.hpp>
+
+#include <exception>
+#include <utility>
+
+#include "ConfigAdapter.h"
+#include "ConfigFeatureSet.h"
+#include "ConfigService.h"
+#include "InjectConfigService.h"
+#include "impl/system/SystemMonitorImpl.h"
+#include "impl/system/SystemServiceImpl.h"
+#include "impl/tessel/SpdlogSink.h"
+#include "impl/tessel/SystemFips.h"
+#include "impl/unified/DlModuleLoader.h"
+#include "impl/unified/ServicesDispatcherImpl.h"
+#include "impl/unified/TaskDispatcherImpl.h"
+#include "impl/unified/ThreadPoolImpl.h"
+#include "quill/FunctionTask.h"
+#include "system/World.h"
+#include "tessel/LogSink.h"
+#include "tessel/TesselLogger.h"
+#include "unified/UnifiedFactory.h"
+
+namespace host {
+
+namespace {
+
+constexpr std::size_t POOL_THREADS = 2;
+constexpr unsigned SYSTEM_SERVICE_ID = 1;
+constexpr int QUIETEST_LEVEL = 3;
+
+std::function<bool()> fipsSwitch(ReferenceHostOptions::Fips fips) {
+    switch (fips) {
+    case ReferenceHostOptions::Fips::On:
+        return [] { return true; };
+    case ReferenceHostOptions::Fips::Off:
+        return [] { return false; };
+    case ReferenceHostOptions::Fips::Auto:
+        break;
+    }
+    return [] { return tessel::common::isSystemFipsEnabled(); };
+}
+
+void logFailure(const std::string& text) {
+    static TesselLogger* const logger = TesselLogger_getLogger("ReferenceHost");
+    TesselLog(logger, 2, __FILE__, __LINE__, "start", text);
+}
+
+}  // namespace
+
+struct ReferenceHost::Parts {
+    std::shared_ptr<ServicesDispatcherImpl> dispatcher = std::make_shared<ServicesDispatcherImpl>();
+    std::shared_ptr<TaskDispatcherImpl> persistQueue = std::make_shared<TaskDispatcherImpl>();
+    std::shared_ptr<ThreadPoolImpl> threadPool = std::make_shared<ThreadPoolImpl>(POOL_THREADS);
+    std::shared_ptr<TesselSystemMonitor::SystemMonitorImpl> systemMonitor =
+        std::make_shared<TesselSystemMonitor::SystemMonitorImpl>();
+    std::shared_ptr<SystemServiceImpl> systemService = std::make_shared<SystemServiceImpl>();
+    std::shared_ptr<DlModuleLoader> moduleLoader = std::make_shared<DlModuleLoader>();
+    std::shared_ptr<UnifiedFactory> factory = std::make_shared<UnifiedFactory>(dispatcher, persistQueue, moduleLoader);
+};
+
+ReferenceHost::ReferenceHost(Options options) : options_(std::move(options)) {}
+
+ReferenceHost::~ReferenceHost() { stop(); }
+
+bool ReferenceHost::start() {
+    if (std::exchange(used_, true)) {
+        failure_ = "a host starts once";
+        return false;
+    }
+    if (!prepareLog()) {
+        return false;
+    }
+    assemble();
+    if (!putModuleIn()) {
+        logFailure(failure_);
+        stop();
+        return false;
+    }
+    startFeatureSet();
+    return true;
+}
+
+bool ReferenceHost::prepareLog() {
+    std::shared_ptr<tessel::LogSink> sink = options_.logFile.empty()
+                                                ? tessel::SpdlogSink::toStandardError(options_.colours)
+                                                : tessel::SpdlogSink::toFile(options_.logFile);
+    if (sink == nullptr) {
+        failure_ = "the log file cannot be opened: " + options_.logFile;
+        return false;
+    }
+    tessel::LogControl::setLevel(options_.logLevel);
+    tessel::LogControl::setSink(std::move(sink));
+    return true;
+}
+
+void ReferenceHost::assemble() {
+    xmlInitParser();  // before there are threads that parse
+    parts_ = std::make_unique<Parts>();
+
+    const auto world = std::make_shared<platform::World>();
+    world->configDirectory = options_.configDirectory;
+    world->installationDirectory = options_.installationDirectory;
+    world->bootstrapFilePath = options_.bootstrapFilePath;
+    world->fipsMode = fipsSwitch(options_.fips);
+    world->threadPool = parts_->threadPool;
+    world->systemMonitor = parts_->systemMonitor;
+    platform::setWorld(world);
+
+    parts_->factory->setService<SystemService>(SYSTEM_SERVICE_ID, parts_->systemService);
+    parts_->dispatcher->start();
+}
+
+bool ReferenceHost::putModuleIn() {
+    try {
+        runOnDispatcher([this] {
+            if (options_.inject) {
+                options_.inject(parts_->factory);
+            } else if (options_.modulePath.empty()) {
+                InjectConfigService(parts_->factory);
+            } else {
+                parts_->moduleLoader->addModule(typeMapName(typeid(ConfigService)), options_.modulePath,
+                                                "InjectConfigService");
+                parts_->factory->getService<ConfigService>();
+            }
+        });
+    } catch (const std::exception& error) {
+        failure_ = std::string("the module could not be put in: ") + error.what();
+        return false;
+    }
+    if (service() == nullptr || parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID) == nullptr) {
+        failure_ = "the module brought no configuration service" +
+                   (options_.modulePath.empty() ? std::string() : ": " + options_.modulePath);
+        return false;
+    }
+    return true;
+}
+
+void ReferenceHost::startFeatureSet() {
+    // On the dispatcher thread, so that every report of the start has landed when this returns.
+    runOnDispatcher([this] {
+        parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID)->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    });
+}
+
+void ReferenceHost::stop() {
+    if (parts_ == nullptr) {
+        tessel::LogControl::setSink(nullptr);
+        return;
+    }
+    stopFeatureSet();
+    parts_->threadPool->stop();
+    parts_->persistQueue->drain();
+    parts_->dispatcher->stop();
+    parts_->persistQueue->stop();
+    parts_->systemService->resetDataProvider()->clear();
+    parts_->factory->clear();
+    platform::setWorld(std::make_shared<platform::World>());
+    parts_.reset();
+
+    tessel::LogControl::flush();
+    tessel::LogControl::setSink(nullptr);
+    tessel::LogControl::setLevel(QUIETEST_LEVEL);
+}
+
+void ReferenceHost::stopFeatureSet() {
+    const std::shared_ptr<FeatureSetAdapter> featureSetAdapter =
+        parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID);
+    if (featureSetAdapter == nullptr) {
+        return;
+    }
+    featureSetAdapter->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    // Before Destroy(), after which a store writes nothing any more, not even what is queued.
+    parts_->persistQueue->drain();
+    featureSetAdapter->Destroy();
+}
+
+bool ReferenceHost::runOnDispatcher(const std::function<void()>& function) {
+    if (parts_ == nullptr) {
+        return false;
+    }
+    bool ran = false;
+    std::exception_ptr thrown;
+    parts_->dispatcher->enqueueBlock(std::make_shared<QuillCoreUtils::FunctionTask>(
+        [&function, &ran, &thrown] {
+            ran = true;
+            try {
+                function();
+            } catch (...) {  // goes on to the caller, below
+                thrown = std::current_exception();
+            }
+        },
+        "ReferenceHost::runOnDispatcher"));
+    if (thrown) {
+        std::rethrow_exception(thrown);
+    }
+    return ran;
+}
+
+void ReferenceHost::persistAll() {
+    if (parts_ != nullptr) {
+        parts_->persistQueue->drain();
+    }
+}
+
+std::shared_ptr<UnifiedFactory> ReferenceHost::factory() const { return parts_ == nullptr ? nullptr : parts_->factory; }
+
+std::shared_ptr<ConfigService> ReferenceHost::service() const {
+    return parts_ == nullptr ? nullptr : parts_->factory->getService<ConfigService>();
+}
+
+std::shared_ptr<ConfigFeatureSet> ReferenceHost::featureSet() const {
+    return parts_ == nullptr ? nullptr : parts_->factory->getFeatureSet<ConfigFeatureSet>();
+}
+
+std::shared_ptr<ConfigAdapter> ReferenceHost::adapter() const {
+    if (parts_ == nullptr || !options_.modulePath.empty() || options_.inject) {
+        return nullptr;
+    }
+    return std::dynamic_pointer_cast<ConfigAdapter>(parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID));
+}
+
+std::shared_ptr<SystemServiceImpl> ReferenceHost::systemService() const {
+    return parts_ == nullptr ? nullptr : parts_->systemService;
+}
+
+}  // namespace host

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "tessel/Mutex.h"
+#include "xml/XmlFileWriter.h"
+
+/// The right to write temporary siblings in a directory, for the length of a scope: held by a store from the opening of
+/// a sibling until it stands in the place of the real file.
+///
+/// Two stores of one file use the same sibling, in one process or in two (a client that runs, and the tool beside it):
+/// without this, one could put what the other has half written in the place of the real file. Within the process a
+/// mutex keeps them apart, between processes an advisory lock (flock) on the directory. A file system without such
+/// locks keeps no other process out.
+class TESSEL_SCOPED_CAPABILITY SiblingLock {
+public:
+    /// Waits until the right is free. @param directory of the sibling; empty for the working directory.
+    explicit SiblingLock(const std::string& directory) TESSEL_ACQUIRE(XmlFileWriter::siblingMutex());
+    ~SiblingLock() TESSEL_RELEASE();
+
+    SiblingLock(const SiblingLock&) = delete;
+    SiblingLock& operator=(const SiblingLock&) = delete;
+
+private:
+    const int directory_;
+};

@@ -1,0 +1,117 @@
+#include "Tool.h"
+
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+std::vector<std::string> keysOf(const json& values) {
+    std::vector<std::string> keys;
+    for (const json& value : values) {
+        keys.push_back(value.at("key"));
+    }
+    return keys;
+}
+
+}  // namespace
+
+TEST_F(Tool, ListGivesEveryDefinedKeyInOrderUnderItsCurrentName) {
+    EXPECT_THAT(keysOf(asJson({"list"})),
+                ElementsAre("bdiconnectionusername", "DockedWindow", "LaunchOnSystemStartup", "onlymine",
+                            "ServicesDomain", "telephony_enabled", "TFTPPrimaryServer"));
+}
+
+TEST_F(Tool, ListGivesTheSameValueObjectsAsGet) {
+    for (const json& value : asJson({"list"})) {
+        json single = asJson({"get", value.at("key")});
+        EXPECT_EQ(single, value);
+    }
+}
+
+TEST_F(Tool, ListMarksOnlyWhatTheUserOverrides) {
+    const json values = asJson({"list"});
+    EXPECT_EQ(entryOf(values, "DockedWindow").at("isOverridden"), true);
+    EXPECT_EQ(entryOf(values, "onlymine").at("isOverridden"), true);
+    EXPECT_EQ(entryOf(values, "telephony_enabled").at("isOverridden"), false);
+    EXPECT_EQ(entryOf(values, "ServicesDomain").at("isOverridden"), false);
+}
+
+TEST_F(Tool, ListChoosesByPatternWithoutRegardToCase) {
+    EXPECT_THAT(keysOf(asJson({"list", "*WINDOW"})), ElementsAre("DockedWindow"));
+    EXPECT_THAT(keysOf(asJson({"list", "onlymin?", "s*n"})), ElementsAre("onlymine", "ServicesDomain"));
+    EXPECT_THAT(keysOf(asJson({"list", "Window"})), ElementsAre());
+}
+
+TEST_F(Tool, ListTakesAnOldNameForAKey) {
+    EXPECT_THAT(keysOf(asJson({"list", "TftpServer1"})), ElementsAre("TFTPPrimaryServer"));
+}
+
+TEST_F(Tool, ListChoosesByTheStoreThatWins) {
+    EXPECT_THAT(keysOf(asJson({"list", "--store", "localfileconfigstore"})), ElementsAre("DockedWindow", "onlymine"));
+    EXPECT_THAT(keysOf(asJson({"list", "--store", "LocalFileConfigStore", "d*"})), ElementsAre("DockedWindow"));
+    EXPECT_THAT(keysOf(asJson({"list", "--store", "NoSuchStore"})), ElementsAre());
+}
+
+TEST_F(Tool, ListAllAddsTheUndefinedKeysOfTheLiveObjects) {
+    // The start of the feature set drops the flags that were worked out in memory; their live objects stay.
+    directory_.write("install/corvid-config-defaults.xml", localFile({}));
+    writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
+    writeConfig("corvidLocalConfig.xml", localFile({{"CtiServer1", "cti.example.org"}}));
+    const json all = asJson({"list", "--all"});
+    const json undefined = entryOf(all, "CTIPrimaryServer");
+    ASSERT_FALSE(undefined.is_null()) << all;
+    EXPECT_EQ(undefined.at("isDefined"), false);
+    EXPECT_EQ(undefined.at("value"), "");
+    EXPECT_TRUE(entryOf(asJson({"list"}), "CTIPrimaryServer").is_null());
+}
+
+TEST_F(Tool, ListOfNothingIsAnEmptyArray) { EXPECT_EQ(asJson({"list", "nothing*"}), json::array()); }
+
+TEST_F(Tool, ListHidesSensitiveValuesUnlessToldOtherwise) {
+    EXPECT_THAT(run({"list"}).out, Not(HasSubstr("reader")));
+    EXPECT_EQ(entryOf(asJson({"list"}), "bdiconnectionusername").at("value"), "VALUE_HIDDEN");
+    EXPECT_EQ(entryOf(asJson({"--reveal", "list"}), "bdiconnectionusername").at("value"), "reader");
+}
+
+TEST_F(Tool, ListPrintsAnAlignedTable) {
+    const support::Ended ended = run({"list", "DockedWindow", "ServicesDomain", "TFTPPrimaryServer"});
+    EXPECT_EQ(ended.out,
+              "   KEY                VALUE             STORE                 ADMINISTRATOR'S VALUE  ITS STORE"
+              "                   REMARKS\n"
+              "*  DockedWindow       false             LocalFileConfigStore  true                   "
+              "corvid-config-defaults.xml  overridden\n"
+              "   ServicesDomain     example.org       BootstrapConfigStore  example.org            "
+              "BootstrapConfigStore\n"
+              "   TFTPPrimaryServer  tftp.example.org  BootstrapConfigStore  tftp.example.org       "
+              "BootstrapConfigStore        found as TftpServer1\n");
+}
+
+TEST_F(Tool, ListShortensALongValueForPeopleOnly) {
+    const std::string value(200, 'x');
+    writeConfig("corvidLocalConfig.xml", localFile({{"Long", value}}));
+    EXPECT_THAT(run({"list", "Long"}).out, Not(HasSubstr(value)));
+    EXPECT_THAT(run({"list", "Long"}).out, HasSubstr("xxx\xE2\x80\xA6"));
+    EXPECT_EQ(asJson({"list", "Long"}).at(0).at("value"), value);
+}
+
+TEST_F(Tool, ListShowsNoControlCharacterOfAFile) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"Evil", "a&#10;forged \xC2\x9B"
+                                                             "31m"}}));
+    const std::string out = run({"list", "Evil"}).out;
+    EXPECT_THAT(out, HasSubstr("a\\nforged \\x9b31m"));
+    EXPECT_EQ(asJson({"list", "Evil"}).at(0).at("value"), "a\nforged \xC2\x9B"
+                                                          "31m");
+}
+
+TEST_F(Tool, ListChangesNothing) {
+    const auto before = files();
+    EXPECT_EQ(run({"list"}).status, 0);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, ListRemarksAUsersValueThatDoesNotWin) {
+    EXPECT_THAT(run({"list", "Telephony_Enabled"}).out, HasSubstr("the user's value waits behind it"));
+    EXPECT_THAT(run({"list", "DockedWindow"}).out, Not(HasSubstr("waits behind")));
+}

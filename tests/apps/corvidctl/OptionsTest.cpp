@@ -1,0 +1,134 @@
+#include "Tool.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+TEST_F(Tool, PrintsItsVersion) {
+    const support::Ended ended = run({"--version"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "corvidctl 0.1.0\n");
+    EXPECT_EQ(ended.error, "");
+}
+
+TEST_F(Tool, HelpNamesEveryCommandAndGlobalOption) {
+    const support::Ended ended = run({"--help"});
+    EXPECT_EQ(ended.status, 0);
+    for (const char* const word :
+         {"get",    "list",        "explain",    "stores",       "set",           "unset",       "watch",
+          "report", "validate",    "demo",       "--config-dir", "--install-dir", "--bootstrap", "--ca-file",
+          "--fips", "--log-level", "--log-file", "--json",       "--reveal",      "--version"}) {
+        EXPECT_THAT(ended.out, HasSubstr(word));
+    }
+}
+
+TEST_F(Tool, HelpOfACommandShowsItsArguments) {
+    const support::Ended ended = run({"get", "--help"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("Usage: corvidctl [global options] get KEY\n"));
+    EXPECT_THAT(ended.out, HasSubstr("--show-origin"));
+}
+
+TEST_F(Tool, TakesGlobalOptionsBehindTheCommandToo) {
+    const support::Ended ended = run({"get", "OnlyMine", "--json"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("\"value\": \"1\""));
+}
+
+TEST_F(Tool, TakesTheConfigurationDirectoryFromTheEnvironment) {
+    support::ChildProcess::Options options;
+    directory_.write("xdg/corvid/corvidLocalConfig.xml", localFile({{"From", "xdg"}}));
+    directory_.write("home/.config/corvid/corvidLocalConfig.xml", localFile({{"From", "home"}}));
+    options.environment = {{"HOME", directory_.path("home")}, {"XDG_CONFIG_HOME", directory_.path("xdg")}};
+    EXPECT_EQ(support::runProgram({CORVIDCTL_PROGRAM, "get", "From"}, options).out, "xdg\n");
+    options.environment["XDG_CONFIG_HOME"] = "";
+    EXPECT_EQ(support::runProgram({CORVIDCTL_PROGRAM, "get", "From"}, options).out, "home\n");
+    options.environment["XDG_CONFIG_HOME"] = "relative";
+    EXPECT_EQ(support::runProgram({CORVIDCTL_PROGRAM, "get", "From"}, options).out, "home\n");
+}
+
+TEST_F(Tool, FindsTheDataFilesThatItCameWith) {
+    const support::Ended ended = support::runProgram(
+        {CORVIDCTL_PROGRAM, "--config-dir", directory_.path("nowhere"), "get", "ServicesDomain", "--show-origin"});
+    EXPECT_EQ(ended.status, 0) << ended.error;
+    EXPECT_EQ(ended.out, "BootstrapConfigStore\texample.org\n");
+}
+
+TEST_F(Tool, TreatsAMissingConfigurationDirectoryAsAnEmptyOne) {
+    const support::Ended ended = support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", directory_.path("nowhere"),
+                                                      "--install-dir", directory_.path("install"), "list"});
+    EXPECT_EQ(ended.status, 0) << ended.error;
+    EXPECT_THAT(ended.out, HasSubstr("ServicesDomain"));
+    EXPECT_FALSE(directory_.exists("nowhere"));
+}
+
+TEST_F(Tool, ReadsANamedBootstrapFileInstead) {
+    const std::string file = directory_.write("other.properties", "ServicesDomain: other.example.org\n");
+    EXPECT_EQ(run({"--bootstrap", file, "get", "ServicesDomain"}).out, "other.example.org\n");
+}
+
+TEST_F(Tool, LeavesTheWarningToTheModuleWhereTheDefaultBootstrapFileIsMissing) {
+    std::filesystem::remove(directory_.path("install/bootstrap.properties"));
+    const support::Ended ended = run({"get", "OnlyMine"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "1\n");
+    EXPECT_THAT(ended.error, HasSubstr("File does not exist " + directory_.path("install/bootstrap.properties")));
+}
+
+TEST_F(Tool, HidesWarningsBelowTheLogLevel) {
+    std::filesystem::remove(directory_.path("install/bootstrap.properties"));
+    EXPECT_EQ(run({"--log-level", "2", "get", "OnlyMine"}).error, "");
+}
+
+TEST_F(Tool, LogsToAFileInstead) {
+    std::filesystem::remove(directory_.path("install/bootstrap.properties"));
+    const support::Ended ended = run({"--log-file", directory_.path("log"), "get", "OnlyMine"});
+    EXPECT_EQ(ended.error, "");
+    EXPECT_THAT(directory_.read("log"), HasSubstr("File does not exist "));
+}
+
+TEST_F(Tool, SwitchesTheFipsRuleOn) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"Telephony_P2P_Enabled", "true"}}));
+    EXPECT_EQ(run({"--fips", "off", "get", "Telephony_P2P_Enabled"}).out, "true\n");
+    EXPECT_EQ(run({"--fips", "on", "get", "Telephony_P2P_Enabled"}).out, "false\n");
+}
+
+TEST_F(Tool, ColoursATerminalOnly) {
+    support::ChildProcess::Options terminal;
+    terminal.terminal = true;
+    EXPECT_THAT(run({"list"}, terminal).out, HasSubstr("\x1b["));
+    EXPECT_THAT(run({"list"}).out, Not(HasSubstr("\x1b[")));
+}
+
+TEST_F(Tool, ColoursNothingUnderNoColor) {
+    support::ChildProcess::Options terminal;
+    terminal.terminal = true;
+    terminal.environment = {{"NO_COLOR", "1"}};
+    EXPECT_THAT(run({"list"}, terminal).out, Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(run({"explain", "DockedWindow"}, terminal).out, Not(HasSubstr("\x1b[")));
+}
+
+TEST_F(Tool, AsksForDashesBeforeAValueThatLooksLikeAnOption) {
+    EXPECT_EQ(run({"set", "Offset", "--", "-5"}).status, 0);
+    EXPECT_EQ(run({"get", "Offset"}).out, "-5\n");
+    EXPECT_EQ(run({"set", "--", "Offset", "--json"}).status, 0);
+    EXPECT_EQ(run({"get", "--", "Offset"}).out, "--json\n");
+}
+
+TEST_F(Tool, TakesTheNameOfACommandAsAKey) {
+    EXPECT_EQ(run({"set", "list", "stores"}).status, 0);
+    EXPECT_EQ(run({"get", "list"}).out, "stores\n");
+}
+
+TEST_F(Tool, TellsThatItsOutputCouldNotBeWritten) {
+    const support::Ended ended =
+        support::runProgram({"/bin/sh", "-c", "exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" list >/dev/full",
+                             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n");
+}
+
+TEST_F(Tool, SurvivesAReaderThatGoesAway) {
+    support::ChildProcess list(command({"list"}));
+    list.stopReading();
+    EXPECT_EQ(list.wait().status, 0);
+}

@@ -1,0 +1,116 @@
+#include "Tool.h"
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST_F(Tool, SetIsOnDiskWhenItEnds) {
+    EXPECT_EQ(run({"set", "LaunchOnSystemStartup", "true"}).status, 0);
+    EXPECT_THAT(configFile("corvidLocalConfig.xml"),
+                HasSubstr("<userConfig name=\"LaunchOnSystemStartup\" value=\"true\"/>"));
+    EXPECT_EQ(run({"get", "LaunchOnSystemStartup", "--show-origin"}).out, "LocalFileConfigStore\ttrue\n");
+}
+
+TEST_F(Tool, SetSaysWhichStoreTookTheValue) {
+    const support::Ended ended = run({"set", "LaunchOnSystemStartup", "true"});
+    EXPECT_EQ(ended.out, "LaunchOnSystemStartup stored in LocalFileConfigStore.\n");
+    EXPECT_EQ(ended.error, "");
+}
+
+TEST_F(Tool, SetSaysWhichStoreStillWins) {
+    const support::Ended ended = run({"set", "Telephony_Enabled", "maybe"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "Telephony_Enabled stored in LocalFileConfigStore.\n"
+                         "TftpOverrideConfigStore still wins, with \"true\".\n");
+    EXPECT_THAT(configFile("corvidLocalConfig.xml"), HasSubstr("value=\"maybe\""));
+}
+
+TEST_F(Tool, SetGivesTheValueObjectAfterwards) {
+    const json expected = {{"key", "LaunchOnSystemStartup"},
+                           {"value", "true"},
+                           {"originalValue", "false"},
+                           {"isOverridden", true},
+                           {"isDefined", true},
+                           {"valueStoreName", "LocalFileConfigStore"},
+                           {"originalValueStoreName", "corvid-config-defaults.xml"},
+                           {"isSensitive", false}};
+    EXPECT_EQ(asJson({"set", "LaunchOnSystemStartup", "true"}), expected);
+}
+
+TEST_F(Tool, SetTakesAnEmptyValue) {
+    EXPECT_EQ(run({"set", "Nothing", ""}).status, 0);
+    const json value = asJson({"get", "Nothing"});
+    EXPECT_EQ(value.at("isDefined"), true);
+    EXPECT_EQ(value.at("value"), "");
+}
+
+TEST_F(Tool, SetKeepsEveryCharacterOfAValue) {
+    const std::string value = "a<b>&\"c' \xC3\xA4\xE2\x82\xAC\xF0\x9F\x90\xA6 ]]>";
+    EXPECT_EQ(run({"set", "Odd", value}).status, 0);
+    EXPECT_EQ(run({"get", "Odd"}).out, value + "\n");
+}
+
+TEST_F(Tool, SetNeedsNoConfigurationDirectory) {
+    const support::Ended ended = support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", directory_.path("new/profile"),
+                                                      "--install-dir", directory_.path("install"), "set", "A", "b"});
+    EXPECT_EQ(ended.status, 0) << ended.error;
+    EXPECT_THAT(directory_.read("new/profile/corvidLocalConfig.xml"), HasSubstr("name=\"A\" value=\"b\""));
+}
+
+TEST_F(Tool, SetThatCannotReachTheDiskIsStatusOne) {
+    directory_.write("blocked", "a file");
+    const support::Ended ended =
+        support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", directory_.path("blocked/profile"), "--install-dir",
+                             directory_.path("install"), "set", "A", "b"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_THAT(ended.error,
+                HasSubstr("corvidctl: A could not be written to " + directory_.path("blocked/profile") + "\n"));
+}
+
+TEST_F(Tool, SetShowsNoSensitiveValue) {
+    const support::Ended ended = run({"set", "BDIConnectionUsername", "mine"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, Not(HasSubstr("reader")));
+    EXPECT_THAT(ended.out, Not(HasSubstr("mine")));
+    EXPECT_EQ(asJson({"set", "BDIConnectionUserDn", "mine"}).at("value"), "VALUE_HIDDEN");
+}
+
+TEST_F(Tool, SetSetsAsideALocalFileThatIsBrokenAsTheModuleDoes) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid><userConfig");
+    EXPECT_EQ(run({"set", "A", "b"}).status, 0);
+    EXPECT_EQ(configFile("corvidLocalConfig-backup.xml"), "<Corvid><userConfig");
+    EXPECT_THAT(configFile("corvidLocalConfig.xml"), HasSubstr("name=\"A\" value=\"b\""));
+}
+
+TEST_F(Tool, UnsetIsOnDiskWhenItEnds) {
+    const support::Ended ended = run({"unset", "DockedWindow"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "DockedWindow removed from LocalFileConfigStore.\n"
+                         "corvid-config-defaults.xml wins now, with \"true\".\n");
+    EXPECT_EQ(run({"get", "DockedWindow", "--show-origin"}).out, "corvid-config-defaults.xml\ttrue\n");
+}
+
+TEST_F(Tool, UnsetGivesTheValueObjectAfterwards) {
+    const json value = asJson({"unset", "DockedWindow"});
+    EXPECT_EQ(value.at("value"), "true");
+    EXPECT_EQ(value.at("isOverridden"), false);
+    EXPECT_EQ(value.at("valueStoreName"), "corvid-config-defaults.xml");
+    EXPECT_EQ(asJson({"unset", "OnlyMine"}).at("isDefined"), false);
+}
+
+TEST_F(Tool, UnsetRemovesAKeyUnderAllItsNames) {
+    EXPECT_EQ(run({"set", "TftpServer2", "old"}).status, 0);
+    EXPECT_EQ(run({"set", "TFTPBackupServer1", "new"}).status, 0);
+    EXPECT_EQ(run({"unset", "TftpServer2"}).out, "TFTPBackupServer1 removed from LocalFileConfigStore.\n"
+                                                 "It is not defined any more.\n");
+    EXPECT_EQ(run({"get", "TFTPBackupServer1"}).status, 1);
+}
+
+TEST_F(Tool, UnsetThatFindsNothingEndsWithNought) {
+    const auto before = files();
+    const support::Ended ended = run({"unset", "Nowhere"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("Nowhere is in no writable store; nothing to remove.\n"));
+    EXPECT_EQ(files(), before);
+}

@@ -1,0 +1,81 @@
+#include "Tool.h"
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST_F(Tool, ValidateNamesTheKeysOfADocument) {
+    const std::string file =
+        directory_.write("a.xml", "<c>\n<g>\n<Alpha>1</Alpha>\n<Beta sensitive=\"true\">secret</Beta>\n</g>\n</c>\n");
+    const json expected = {{"file", file},
+                           {"valid", true},
+                           {"keys", {"alpha", "beta"}},
+                           {"warnings", json::array()},
+                           {"errors", json::array()}};
+    EXPECT_EQ(asJson({"validate", file}), expected);
+}
+
+TEST_F(Tool, ValidateShowsPeopleLinesValuesAndMarks) {
+    const std::string file =
+        directory_.write("a.xml", "<c>\n<g>\n<Alpha>1</Alpha>\n<Beta sensitive=\"true\">secret</Beta>\n</g>\n</c>\n");
+    EXPECT_EQ(run({"validate", file}).out, file + ": valid, a configuration document with 2 keys\n"
+                                                  "LINE  KEY    VALUE         REMARKS\n"
+                                                  "   3  alpha  1\n"
+                                                  "   4  beta   VALUE_HIDDEN  sensitive\n");
+    EXPECT_THAT(run({"--reveal", "validate", file}).out, HasSubstr("secret"));
+}
+
+TEST_F(Tool, ValidateHidesTheKeysThatAreAlwaysSensitive) {
+    const std::string file = directory_.write("a.xml", "<c><g><ConnectionPassword>secret</ConnectionPassword></g></c>");
+    EXPECT_THAT(run({"validate", file}).out, Not(HasSubstr("secret")));
+}
+
+TEST_F(Tool, ValidateReadsALocalFile) {
+    const support::Ended ended = run({"validate", directory_.path("config/corvidLocalConfig.xml")});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("valid, a local file with 3 keys\n"));
+}
+
+TEST_F(Tool, ValidateWarnsOfDuplicatesAndMarkUpByLine) {
+    const std::string file = directory_.write("a.xml", "<c>\n<g>\n<a>1</a>\n<A>2</A>\n<b><i/></b>\n</g>\n</c>\n");
+    const json validation = asJson({"validate", file});
+    EXPECT_EQ(validation.at("valid"), true);
+    ASSERT_EQ(validation.at("warnings").size(), 2U);
+    EXPECT_THAT(validation.at("warnings").at(0).get<std::string>(), HasSubstr("line 4"));
+    EXPECT_THAT(validation.at("warnings").at(1).get<std::string>(), HasSubstr("line 5"));
+}
+
+TEST_F(Tool, ValidateOfABrokenDocumentIsStatusOneWithTheLineOfTheError) {
+    const std::string file = directory_.write("a.xml", "<c>\n<g>\n</c>\n");
+    const json validation = asJson({"validate", file}, 1);
+    EXPECT_EQ(validation.at("valid"), false);
+    ASSERT_FALSE(validation.at("errors").empty());
+    EXPECT_THAT(validation.at("errors").at(0).get<std::string>(), HasSubstr("line 3"));
+    EXPECT_THAT(run({"validate", file}).out, HasSubstr(file + ": not valid\nerror: line 3"));
+}
+
+TEST_F(Tool, ValidateOfSeveralFilesGivesAnArrayAndTheWorstStatus) {
+    const std::string good = directory_.write("good.xml", "<c><g><a>1</a></g></c>");
+    const std::string bad = directory_.write("bad.xml", "<c>");
+    const json validations = asJson({"validate", good, bad}, 1);
+    ASSERT_EQ(validations.size(), 2U);
+    EXPECT_EQ(validations.at(0).at("valid"), true);
+    EXPECT_EQ(validations.at(1).at("file"), bad);
+}
+
+TEST_F(Tool, ValidateNeverMovesAFile) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid><userConfig");
+    const auto before = files();
+    EXPECT_EQ(run({"validate", directory_.path("config/corvidLocalConfig.xml")}).status, 1);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, ValidateFindsTheSampleProfileInOrder) {
+    const std::string data = CORVID_DATA_DIRECTORY;
+    for (const json& validation :
+         asJson({"validate", data + "/corvid-config-defaults.xml", data + "/sample/corvid-config-user.xml",
+                 data + "/sample/corvidLocalConfig.xml", data + "/sample/Cache/cachedTFTPConfigStore.xml"})) {
+        EXPECT_EQ(validation.at("warnings"), json::array());
+        EXPECT_EQ(validation.at("errors"), json::array());
+    }
+}

@@ -1,0 +1,142 @@
+#include "Tool.h"
+
+#include <sys/stat.h>
+
+namespace {
+
+/// One row: the words, and the one line that is expected on standard error.
+struct WrongUse {
+    std::vector<std::string> words;
+    std::string line;
+};
+
+class WrongUseTool : public Tool {
+protected:
+    void expectRefused(const std::vector<std::string>& words, const std::string& line) const {
+        const std::map<std::string, std::string> before = files();
+        const support::Ended ended = run(words);
+        EXPECT_EQ(ended.status, 2) << line;
+        EXPECT_EQ(ended.error, "corvidctl: " + line + "\n");
+        EXPECT_EQ(ended.out, "");
+        EXPECT_EQ(files(), before) << line;
+    }
+};
+
+const std::string COMMANDS = "get, list, explain, stores, set, unset, watch, report, validate, demo";
+
+}  // namespace
+
+TEST_F(WrongUseTool, NamesTheCommandsWhenOneIsMissingOrUnknown) {
+    expectRefused({}, "COMMAND is missing, expected one of: " + COMMANDS);
+    expectRefused({"frobnicate"}, "unknown command 'frobnicate', expected one of: " + COMMANDS);
+    expectRefused({"frobnicate", "set", "A", "b"}, "unknown command 'frobnicate', expected one of: " + COMMANDS);
+}
+
+TEST_F(WrongUseTool, RefusesCommandsThatItDoesNotOfferYet) {
+    for (const std::string command : {"fetch", "provision", "reset-data", "serve", "inspect"}) {
+        expectRefused({command}, "unknown command '" + command + "', expected one of: " + COMMANDS);
+    }
+}
+
+TEST_F(WrongUseTool, NamesTheMissingArgument) {
+    expectRefused({"get"}, "get: KEY is missing, expected: corvidctl get KEY");
+    expectRefused({"explain"}, "explain: KEY is missing, expected: corvidctl explain KEY");
+    expectRefused({"unset"}, "unset: KEY is missing, expected: corvidctl unset KEY");
+    expectRefused({"set"}, "set: KEY is missing, expected: corvidctl set KEY VALUE");
+    expectRefused({"set", "A"}, "set: VALUE is missing, expected: corvidctl set KEY VALUE");
+    expectRefused({"validate"}, "validate: FILE is missing, expected: corvidctl validate FILE...");
+}
+
+TEST_F(WrongUseTool, NamesTheArgumentThatIsTooMuch) {
+    expectRefused({"get", "A", "B"}, "get: unexpected argument 'B', expected: corvidctl get KEY");
+    expectRefused({"set", "A", "B", "C"}, "set: unexpected argument 'C', expected: corvidctl set KEY VALUE");
+    expectRefused({"stores", "A"}, "stores: unexpected argument 'A', expected: corvidctl stores");
+    expectRefused({"report", "A"}, "report: unexpected argument 'A', expected: corvidctl report");
+}
+
+TEST_F(WrongUseTool, RefusesAnEmptyKey) {
+    expectRefused({"get", ""}, "get: KEY is empty, expected the name of a key");
+    expectRefused({"explain", ""}, "explain: KEY is empty, expected the name of a key");
+    expectRefused({"set", "", "v"}, "set: KEY is empty, expected the name of a key");
+    expectRefused({"unset", ""}, "unset: KEY is empty, expected the name of a key");
+}
+
+TEST_F(WrongUseTool, NamesAnUnknownOption) {
+    expectRefused({"list", "--frob"}, "unknown option '--frob', expected one that --help lists");
+    expectRefused({"--frob", "list"}, "unknown option '--frob', expected one that --help lists");
+    expectRefused({"set", "--original", "A", "B"}, "unknown option '--original', expected one that --help lists");
+}
+
+TEST_F(WrongUseTool, RefusesALogLevelOutsideTwoToFive) {
+    for (const std::string level : {"1", "6", "0", "-3", "33", "three", "3x"}) {
+        expectRefused({"--log-level=" + level, "set", "A", "b"},
+                      "--log-level '" + level + "': expected a number from 2 to 5");
+    }
+}
+
+TEST_F(WrongUseTool, RefusesAnOptionWhoseValueIsMissing) {
+    expectRefused({"--log-level", "", "set", "A", "b"}, "--log-level '': expected a number from 2 to 5");
+    expectRefused({"--log-level=", "set", "A", "b"}, "--log-level is empty, expected a value");
+    expectRefused({"--config-dir=", "list", "stores"}, "--config-dir is empty, expected a value");
+}
+
+TEST_F(WrongUseTool, RefusesAnUnknownFipsMode) {
+    expectRefused({"--fips", "maybe", "set", "A", "b"}, "--fips 'maybe': expected auto, on or off");
+}
+
+TEST_F(WrongUseTool, RefusesANamedFileThatIsMissing) {
+    const std::string missing = directory_.path("nowhere");
+    expectRefused({"--bootstrap", missing, "set", "A", "b"},
+                  "--bootstrap '" + missing + "': expected a file that can be read");
+    expectRefused({"--ca-file", missing, "set", "A", "b"},
+                  "--ca-file '" + missing + "': expected a file that can be read");
+    expectRefused({"--log-file", missing + "/log", "set", "A", "b"},
+                  "--log-file '" + missing + "/log': expected a file that can be written");
+    expectRefused({"validate", missing}, "validate: FILE '" + missing + "': expected a file that can be read");
+}
+
+TEST_F(WrongUseTool, RefusesADirectoryWhereAFileIsExpected) {
+    const std::string folder = directory_.path("config");
+    expectRefused({"--bootstrap", folder, "list"}, "--bootstrap '" + folder + "': expected a file that can be read");
+    expectRefused({"--log-file", folder, "list"}, "--log-file '" + folder + "': expected a file that can be written");
+    expectRefused({"validate", folder}, "validate: FILE '" + folder + "': expected a file that can be read");
+}
+
+TEST_F(WrongUseTool, RefusesAnInstallationDirectoryThatIsMissing) {
+    const std::string missing = directory_.path("nowhere");
+    const support::Ended ended = support::runProgram(
+        {CORVIDCTL_PROGRAM, "--config-dir", directory_.path("config"), "--install-dir", missing, "set", "A", "b"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.error, "corvidctl: --install-dir '" + missing + "': expected a directory that can be read\n");
+}
+
+TEST_F(WrongUseTool, RefusesAFileWhereTheConfigurationDirectoryIsExpected) {
+    const std::string file = directory_.path("config/corvidLocalConfig.xml");
+    const support::Ended ended = support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", file, "list"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.error, "corvidctl: --config-dir '" + file +
+                               "': expected a directory that can be read, or one that does not exist yet\n");
+}
+
+TEST_F(WrongUseTool, RefusesAnEmptyPathMostLikelyAnUnsetVariable) {
+    const support::Ended ended = support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", "", "set", "A", "b"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.error, "corvidctl: --config-dir is empty, expected a path\n");
+}
+
+TEST_F(WrongUseTool, RefusesAnEmptyStoreName) {
+    expectRefused({"list", "--store", ""}, "--store is empty, expected the name of a store");
+}
+
+TEST_F(WrongUseTool, NeedsAHomeWhenNoDirectoryIsNamed) {
+    support::ChildProcess::Options options;
+    options.environment = {{"HOME", ""}, {"XDG_CONFIG_HOME", ""}};
+    const support::Ended ended = support::runProgram({CORVIDCTL_PROGRAM, "list"}, options);
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.error, "corvidctl: --config-dir is missing, expected a directory, since neither XDG_CONFIG_HOME "
+                           "nor HOME names one\n");
+}
+
+TEST_F(WrongUseTool, ShowsNoControlCharacterOfAnArgument) {
+    expectRefused({"fro\x1b[31mb"}, "unknown command 'fro\\x1b[31mb', expected one of: " + COMMANDS);
+}

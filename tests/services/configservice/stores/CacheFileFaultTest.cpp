@@ -1,0 +1,84 @@
+#include <filesystem>
+#include <random>
+
+#include "FaultSupport.h"
+#include "stores/CacheConfigStore.h"
+
+namespace storetests {
+namespace {
+
+class CacheFileFaults : public StoreTest {
+protected:
+    Map restarted() const {
+        CacheConfigStore store("cachedX.xml", 240, file_);
+        return contentsOf(store);
+    }
+
+    std::vector<std::string> filesInFolder() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(path("Cache"))) {
+            names.push_back(entry.path().filename());
+        }
+        return names;
+    }
+
+    const std::string file_ = path("Cache/cachedX.xml");
+};
+
+TEST_F(CacheFileFaults, LeaveOneWholeAcknowledgedOrNewerStateAfterAKill) {
+    const unsigned seed = std::random_device()();
+    RecordProperty("seed", std::to_string(seed));
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    for (int crash = 0; crash < 10; ++crash) {
+        std::filesystem::remove(file_);
+        const int rounds = std::uniform_int_distribution(1, 6)(random);
+        CacheConfigStore written("cachedX.xml", 240, file_);
+        const auto persist = [&written](int round) {
+            storeState(written, round);
+            written.persistValues();
+        };
+        const int acknowledged = persistAndKill(persist, rounds, random);
+        CacheConfigStore store("cachedX.xml", 240, file_);
+        EXPECT_GE(roundOf(store), acknowledged);
+        EXPECT_GE(acknowledged + 1, rounds);
+    }
+}
+
+TEST_F(CacheFileFaults, KeepTheOldFileWholeOnAFullDisk) {
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    const std::string old = read("Cache/cachedX.xml");
+    store.storeValue(L"b", std::wstring(100000, L'x'));
+    for (const rlim_t room : {rlim_t{0}, rlim_t{50}, rlim_t{5000}, rlim_t{99000}}) {
+        log_->clear();
+        {
+            const ScopedFileSizeLimit limit(room);
+            store.persistValues();
+        }
+        EXPECT_EQ(read("Cache/cachedX.xml"), old);
+        EXPECT_THAT(filesInFolder(), testing::ElementsAre("cachedX.xml"));
+        EXPECT_THAT(linesOf(log_, "XmlConfigParser"), testing::ElementsAre(Line{2, "XmlConfigParser", "writeToFile",
+                                                                                "data NOT written to file: " + file_}));
+    }
+    store.persistValues();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}, {L"b", std::wstring(100000, L'x')}}));
+}
+
+TEST_F(CacheFileFaults, StillCallAWriteThatFailsLateAWrite) {
+    const ScopedFileSizeLimit limit(50);
+    EXPECT_TRUE(XmlConfigParser::writeToFile(file_, ConfigMap{{L"a", L"1"}})) << "the writer could be opened";
+    EXPECT_FALSE(std::filesystem::exists(file_));
+}
+
+TEST_F(CacheFileFaults, DenyADocumentThatDoesNotFitOnTheDisk) {
+    EXPECT_TRUE(XmlConfigParser::writeToFile(file_, "<r><G><A>1</A></G></r>"));
+    {
+        const ScopedFileSizeLimit limit(50);
+        EXPECT_FALSE(XmlConfigParser::writeToFile(file_, serverDocument("<A>" + std::string(9000, 'x') + "</A>")));
+    }
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+    EXPECT_THAT(filesInFolder(), testing::ElementsAre("cachedX.xml"));
+}
+
+}  // namespace
+}  // namespace storetests

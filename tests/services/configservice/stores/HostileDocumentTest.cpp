@@ -1,0 +1,253 @@
+#include <libxml/parser.h>
+
+#include <filesystem>
+#include <functional>
+#include <mutex>
+
+#include "StoreTestSupport.h"
+#include "quill/XmlUtils.h"
+#include "stores/LocalFileConfigStore.h"
+#include "stores/XmlConfigStore.h"
+
+namespace storetests {
+namespace {
+
+/// Records what libxml2 asks its entity loader for, in place of the real loader.
+class ScopedEntityLoader {
+public:
+    ScopedEntityLoader() {
+        QuillCoreUtils::XmlUtils::initialiseLibrary();
+        requests().clear();
+        real() = xmlGetExternalEntityLoader();
+        xmlSetExternalEntityLoader(load);
+    }
+    ~ScopedEntityLoader() { xmlSetExternalEntityLoader(real()); }
+
+    ScopedEntityLoader(const ScopedEntityLoader&) = delete;
+    ScopedEntityLoader& operator=(const ScopedEntityLoader&) = delete;
+
+    static std::vector<std::string>& requests() {
+        static std::vector<std::string> instance;
+        return instance;
+    }
+
+private:
+    static xmlExternalEntityLoader& real() {
+        static xmlExternalEntityLoader instance = nullptr;
+        return instance;
+    }
+
+    static xmlParserInput* load(const char* url, const char* id, xmlParserCtxt* parser) {
+        requests().push_back(url != nullptr ? url : "");
+        return real()(url, id, parser);
+    }
+};
+
+class HostileDocuments : public StoreTest {
+protected:
+    Map readServerForm(const std::string& document) {
+        XmlConfigStore store("X", 10, false, write("server.xml", document), true);
+        return contentsOf(store);
+    }
+
+    Map readLocalForm(const std::string& document) {
+        write("local.xml", document);
+        LocalFileConfigStore store("L", 20, world_.directory().path(), "local.xml", false, false);
+        return contentsOf(store);
+    }
+
+    ChainedStoreMap readChain(const std::string& document) {
+        ChainedStoreMap stores;
+        XmlConfigParser::readChainedConfigFile(write("chain.xml", document), stores);
+        return stores;
+    }
+
+    /// Nothing if the text is refused.
+    static Map readFromMemory(const std::string& document) {
+        ConfigMap values;
+        SensitiveKeySet sensitiveKeys;
+        XmlConfigParser::readFromMemory(document, values, sensitiveKeys);
+        return plain(values);
+    }
+
+    /// All forms of one attack; the secret must be found nowhere.
+    void expectNoSecret(const std::string& documentType, const std::string& reference) {
+        for (const auto& [key, value] : readServerForm(documentType + "<r><G><K>" + reference + "</K></G></r>")) {
+            EXPECT_EQ(value.find(L"TOP-SECRET"), std::wstring::npos);
+        }
+        for (const auto& [key, value] :
+             readLocalForm(documentType + "<r><userConfig name='a' value='1'/>" + reference + "</r>")) {
+            EXPECT_EQ(value.find(L"TOP-SECRET"), std::wstring::npos);
+        }
+        for (const auto& [key, value] : readFromMemory(documentType + "<r><G><K>" + reference + "</K></G></r>")) {
+            EXPECT_EQ(value.find(L"TOP-SECRET"), std::wstring::npos);
+        }
+        EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(documentType + "<r><version>1" + reference +
+                                                                  "</version></r>")
+                      .find("TOP-SECRET"),
+                  std::string::npos);
+        EXPECT_FALSE(log_->mentions("TOP-SECRET"));
+    }
+};
+
+std::string nested(std::size_t depth, const std::string& innermost) {
+    std::string document;
+    for (std::size_t level = 0; level < depth; ++level) {
+        document += "<x>";
+    }
+    document += innermost;
+    for (std::size_t level = 0; level < depth; ++level) {
+        document += "</x>";
+    }
+    return document;
+}
+
+/// Ten entities, each ten times the one before.
+std::string laughs() {
+    std::string documentType = "<!DOCTYPE r [<!ENTITY l0 'lollollollol'>";
+    for (int level = 1; level < 10; ++level) {
+        documentType += "<!ENTITY l" + std::to_string(level) + " '";
+        for (int copy = 0; copy < 10; ++copy) {
+            documentType += "&l" + std::to_string(level - 1) + ";";
+        }
+        documentType += "'>";
+    }
+    return documentType + "]>";
+}
+
+TEST_F(HostileDocuments, NeverLoadAnExternalEntity) {
+    const std::string secret = write("secret.txt", "TOP-SECRET");
+    const ScopedEntityLoader loader;
+    expectNoSecret("<!DOCTYPE r [<!ENTITY e SYSTEM 'file://" + secret + "'>]>", "&e;");
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::Each(testing::EndsWith(".xml")));
+}
+
+TEST_F(HostileDocuments, NeverLoadAnExternalDocumentType) {
+    const std::string secret = write("secret.dtd", "<!ENTITY e 'TOP-SECRET'>");
+    const ScopedEntityLoader loader;
+    expectNoSecret("<!DOCTYPE r SYSTEM 'file://" + secret + "'>", "&e;");
+    expectNoSecret("<!DOCTYPE r [<!ENTITY % p SYSTEM 'file://" + secret + "'> %p;]>", "&e;");
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::Each(testing::EndsWith(".xml")));
+}
+
+TEST_F(HostileDocuments, NeverTouchTheNetwork) {
+    const ScopedEntityLoader loader;
+    expectNoSecret("<!DOCTYPE r SYSTEM 'http://127.0.0.1:9/x.dtd' [<!ENTITY e SYSTEM 'http://127.0.0.1:9/e'>]>", "&e;");
+    EXPECT_FALSE(ScopedEntityLoader::requests().empty());
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::Each(testing::StartsWith(world_.directory().path())));
+}
+
+TEST_F(HostileDocuments, KeepAnExternalReferenceInAValueAsMarkup) {
+    EXPECT_EQ(readServerForm("<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/hostname'>]><r><G><K>&e;</K></G></r>"),
+              (Map{{L"k", L"<K>&e;</K>"}}));
+}
+
+TEST_F(HostileDocuments, RefuseABillionLaughsInText) {
+    EXPECT_EQ(readServerForm(laughs() + "<r><G><K>&l9;</K></G></r>"), Map{});
+    EXPECT_EQ(readLocalForm(laughs() + "<r>&l9;<userConfig name='a' value='1'/></r>"), Map{});
+}
+
+TEST_F(HostileDocuments, InMemoryLoadNothingAtAll) {
+    const std::string secret = write("secret.txt", "TOP-SECRET");
+    const std::string type =
+        "<!DOCTYPE r SYSTEM 'http://127.0.0.1:9/x.dtd' [<!ENTITY e SYSTEM 'file://" + secret + "'>]>";
+    const ScopedEntityLoader loader;
+    EXPECT_EQ(readFromMemory(type + "<r><G><K>1&e;</K></G></r>"), (Map{{L"k", L"<K>1&e;</K>"}}));
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(type + "<r><version>1&e;2</version></r>"), "12");
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::IsEmpty());
+}
+
+TEST_F(HostileDocuments, RefuseABillionLaughsInMemory) {
+    EXPECT_EQ(readFromMemory(laughs() + "<r><G><K>&l9;</K></G></r>"), Map{});
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(laughs() + "<r><version>1&l9;</version></r>"), "");
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(laughs() + "<r><version a='&l9;'>1</version></r>"), "");
+}
+
+TEST_F(HostileDocuments, RefuseABillionLaughsInAnAttribute) {
+    EXPECT_EQ(readLocalForm(laughs() + "<r><userConfig name='a' value='&l9;'/></r>"), Map{});
+    EXPECT_TRUE(readChain(laughs() + "<r><ConfigStore name='A' chainedTo='&l9;'/></r>").empty());
+}
+
+TEST_F(HostileDocuments, RefuseABillionLaughsInALargeFile) {
+    const std::string padding = "<!--" + std::string(11'000'000, 'x') + "-->";
+    EXPECT_EQ(readLocalForm(laughs() + "<r>" + padding + "<userConfig name='a' value='&l9;'/></r>"), Map{});
+    EXPECT_EQ(readServerForm(laughs() + "<r>" + padding + "<G><K>&l9;</K></G></r>"), Map{});
+}
+
+TEST_F(HostileDocuments, DoNotLeadTheWalkThroughTheDeclarationsOfEntities) {
+    const std::string documentType = "<!DOCTYPE r [<!ENTITY a '<x/>'><!ENTITY b '&a;'><!ENTITY c '&b;&a;'>]>";
+    EXPECT_EQ(readLocalForm(documentType + "<r>&c;&b;&a;<userConfig name='k' value='v'/></r>"), (Map{{L"k", L"v"}}));
+    EXPECT_EQ(readChain(documentType + "<r>&c;&b;<ConfigStore name='A' chainedTo='B'/></r>").size(), 1u);
+}
+
+TEST_F(HostileDocuments, AreReadToADepthOfTwoHundredAndFiftySix) {
+    const std::string entry = "<userConfig name='a' value='1'/>";
+    EXPECT_EQ(readLocalForm(nested(255, entry)), (Map{{L"a", L"1"}}));
+    EXPECT_EQ(readLocalForm(nested(257, entry)), Map{});
+    EXPECT_EQ(readChain(nested(255, "<ConfigStore name='A' chainedTo='B'/>")).size(), 1u);
+}
+
+TEST_F(HostileDocuments, AreRefusedAtADepthOfAMillionWithoutAStackOverflow) {
+    EXPECT_EQ(readLocalForm(nested(1'000'000, "<userConfig name='a' value='1'/>")), Map{});
+    EXPECT_EQ(readServerForm(nested(2'000'000, "<a>1</a>")), Map{}) << "more than 10,000,000 bytes";
+    EXPECT_TRUE(readChain(nested(1'000'000, "<ConfigStore name='A' chainedTo='B'/>")).empty());
+}
+
+TEST_F(HostileDocuments, AreWalkedWithoutRecursionHoweverDeepTheTree) {
+    const std::shared_ptr<xmlDoc> document(
+        xmlReadDoc(BAD_CAST nested(200'000, "<ConfigStore name='A' chainedTo='B'/>").c_str(), "", nullptr,
+                   XML_PARSE_HUGE),
+        xmlFreeDoc);
+    ASSERT_NE(document, nullptr);
+    ChainedStoreMap stores;
+    XmlConfigParser::parseChainedConfigXml(xmlDocGetRootElement(document.get()), stores);
+    EXPECT_EQ(stores.size(), 1u);
+}
+
+TEST_F(HostileDocuments, WithIllFormedUtf8AreRefusedAndALocalFileIsSetAside) {
+    EXPECT_EQ(readServerForm(serverDocument("<A>\xFF\xC3</A>")), Map{});
+    EXPECT_EQ(readLocalForm("<r><userConfig name='a' value='\xC3('/></r>"), Map{});
+    EXPECT_EQ(read("local-backup.xml"), "<r><userConfig name='a' value='\xC3('/></r>");
+}
+
+TEST_F(HostileDocuments, InOtherEncodingsAreRead) {
+    EXPECT_EQ(readServerForm("<?xml version='1.0' encoding='ISO-8859-1'?><r><G><K>\xFC</K></G></r>"),
+              (Map{{L"k", L"\u00fc"}}));
+}
+
+TEST_F(HostileDocuments, OfManyKindsOfRubbishGiveNothing) {
+    for (const std::string& rubbish :
+         {std::string(), std::string("\0\0\0", 3), std::string("<"), std::string("<!DOCTYPE"),
+          std::string("\xEF\xBB\xBF"), std::string(100000, '<')}) {
+        EXPECT_EQ(readServerForm(rubbish), Map{});
+        EXPECT_EQ(readLocalForm(rubbish), Map{});
+    }
+}
+
+TEST_F(HostileDocuments, MayBeAFolder) {
+    std::filesystem::create_directories(path("server.xml"));
+    std::filesystem::create_directories(path("folder/local.xml"));
+    XmlConfigStore server("X", 10, false, path("server.xml"), true);
+    EXPECT_TRUE(server.getKeys().empty());
+    EXPECT_EQ(log_->count(3, "XML in file did not exist or is an invalid XML document: " + path("server.xml")), 1u);
+    LocalFileConfigStore local("L", 20, path("folder"), "local.xml", false, false);
+    EXPECT_TRUE(local.getKeys().empty());
+    EXPECT_TRUE(local.storeValue(L"a", L"1"));
+    EXPECT_EQ(valueOf(local, L"a"), L"1");
+}
+
+// Opening this file succeeds for every user, root too, and reading it fails.
+TEST_F(HostileDocuments, MayBeUnreadable) {
+    std::filesystem::create_symlink("/proc/self/mem", path("server.xml"));
+    std::filesystem::create_directory(path("folder"));
+    std::filesystem::create_symlink("/proc/self/mem", path("folder/local.xml"));
+    XmlConfigStore server("X", 10, false, path("server.xml"), true);
+    EXPECT_TRUE(server.getKeys().empty());
+    LocalFileConfigStore local("L", 20, path("folder"), "local.xml", false, false);
+    EXPECT_TRUE(local.getKeys().empty());
+    EXPECT_EQ(log_->count(2, "contents of invalid xml with string length: 0\n"), 1u);
+    EXPECT_TRUE(std::filesystem::is_symlink(path("folder/local-backup.xml")));
+}
+
+}  // namespace
+}  // namespace storetests

@@ -1,0 +1,204 @@
+#include <filesystem>
+
+#include "StoreTestSupport.h"
+#include "stores/LocalFileConfigStore.h"
+
+namespace storetests {
+namespace {
+
+const char* const logger = "LocalFileConfigStore";
+
+class LocalFileReading : public StoreTest {
+protected:
+    LocalFileConfigStore open(const std::string& name = "LocalFileConfigStore") const {
+        return {name, 20, world_.directory().path(), "local.xml", false, false};
+    }
+
+    Map contents(const std::string& document) const {
+        write("local.xml", document);
+        LocalFileConfigStore store = open();
+        return contentsOf(store);
+    }
+};
+
+TEST_F(LocalFileReading, LogsAMissingFileAndStartsEmpty) {
+    LocalFileConfigStore store = open();
+    EXPECT_TRUE(store.getKeys().empty());
+    EXPECT_FALSE(store.readFromFile());
+    const Line line{3, logger, "readFromFile",
+                    "Read config FAILED, config file doesn't exist: " + path("") + "local.xml"};
+    EXPECT_THAT(linesOf(log_, logger), testing::ElementsAre(line, line));
+}
+
+TEST_F(LocalFileReading, TakesTheUsersFileByItself) {
+    write("config/corvidLocalConfig.xml", "<Corvid><userConfig name='a' value='1'/></Corvid>");
+    LocalFileConfigStore store("LocalFileConfigStore", 20, false);
+    EXPECT_EQ(contentsOf(store), (Map{{L"a", L"1"}}));
+    EXPECT_FALSE(store.isReadOnly());
+    EXPECT_FALSE(store.isLocal());
+    EXPECT_EQ(store.getPriority(), 20);
+    EXPECT_EQ(store.getName(), "LocalFileConfigStore");
+}
+
+TEST_F(LocalFileReading, AppendsASeparatorEvenToAFolderThatEndsInOne) {
+    LocalFileConfigStore store("X", 20, path("config/"), "local.xml", false, false);
+    EXPECT_EQ(log_->count(3, "Read config FAILED, config file doesn't exist: " + path("config//local.xml")), 1u);
+}
+
+TEST_F(LocalFileReading, UsesTheFileNameAloneWithoutAFolder) {
+    LocalFileConfigStore store("X", 20, "", path("local.xml"), false, false);
+    EXPECT_EQ(log_->count(3, "Read config FAILED, config file doesn't exist: " + path("local.xml")), 1u);
+}
+
+TEST_F(LocalFileReading, ReadsNamesInAnyCase) {
+    EXPECT_EQ(contents("<CORVID><USERCONFIG NAME='Key' VALUE='Value'/></CORVID>"), (Map{{L"key", L"Value"}}));
+}
+
+TEST_F(LocalFileReading, DropsAnEntryWithoutANameAndKeepsOneWithoutAValue) {
+    EXPECT_EQ(contents("<Corvid><userConfig value='1'/><userConfig name='' value='2'/><userConfig name='b'/></Corvid>"),
+              (Map{{L"b", L""}}));
+}
+
+TEST_F(LocalFileReading, KeepsTheFirstOfTwoEntriesThatDifferInCase) {
+    EXPECT_EQ(contents("<Corvid><userConfig name='Key' value='1'/><userConfig name='KEY' value='2'/></Corvid>"),
+              (Map{{L"key", L"1"}}));
+}
+
+TEST_F(LocalFileReading, FindsEntriesAtAnyDepthAndInsideEachOther) {
+    EXPECT_EQ(contents("<r><x><y><userConfig name='a' value='1'><userConfig name='b' value='2'/></userConfig></y></x>"
+                       "<userConfig name='c' value='3'/></r>"),
+              (Map{{L"a", L"1"}, {L"b", L"2"}, {L"c", L"3"}}));
+}
+
+TEST_F(LocalFileReading, TakesTheRootForAnEntry) {
+    EXPECT_EQ(contents("<userConfig name='a' value='1'/>"), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(LocalFileReading, IgnoresTextAndOtherAttributes) {
+    EXPECT_EQ(contents("<r>text<userConfig other='x' name='a' value='1'>text</userConfig></r>"), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(LocalFileReading, IgnoresOtherElementsWithANameAndAValue) {
+    EXPECT_EQ(contents("<r name='r' value='0'><config name='a' value='1'/><userConfigs name='b' value='2'/>"
+                       "<userConfig name='c' value='3'/></r>"),
+              (Map{{L"c", L"3"}}));
+}
+
+TEST_F(LocalFileReading, TakesTheLastOfTwoAttributesThatDifferInCase) {
+    EXPECT_EQ(contents("<r><userConfig name='a' NAME='b' value='1' Value='2'/></r>"), (Map{{L"b", L"2"}}));
+}
+
+TEST_F(LocalFileReading, ExpandsEntitiesInAttributes) {
+    EXPECT_EQ(contents("<!DOCTYPE r [<!ENTITY h 'host'>]><r><userConfig name='a&amp;b' value='x&h;&#33;'/></r>"),
+              (Map{{L"a&b", L"xhost!"}}));
+}
+
+TEST_F(LocalFileReading, ReadsTheOldVoicemailKeyUnderItsCurrentName) {
+    EXPECT_EQ(contents("<r><userConfig name='VVM_Mailstore_Server_0' value='h'/></r>"),
+              (Map{{L"VoicemailPrimaryServer", L"h"}}));
+}
+
+TEST_F(LocalFileReading, LeavesTheOldVoicemailKeyInTheDefaultsStore) {
+    write("local.xml", "<r><userConfig name='VVM_Mailstore_Server_0' value='h'/></r>");
+    LocalFileConfigStore store = open("Corvid-Config-Defaults.xml");
+    EXPECT_EQ(contentsOf(store), (Map{{L"vvm_mailstore_server_0", L"h"}}));
+}
+
+TEST_F(LocalFileReading, KeepsWhatItHoldsWhenItReadsAgain) {
+    write("local.xml", "<r><userConfig name='a' value='1'/></r>");
+    LocalFileConfigStore store = open();
+    store.storeValue(L"A", L"mine");
+    write("local.xml", "<r><userConfig name='a' value='2'/><userConfig name='b' value='3'/></r>");
+    EXPECT_TRUE(store.readFromFile());
+    EXPECT_EQ(contentsOf(store), (Map{{L"a", L"mine"}, {L"b", L"3"}}));
+}
+
+TEST_F(LocalFileReading, SetsAnInvalidFileAsideAndLogsItsContents) {
+    const std::string broken = "<Corvid><userConfig name='a' value='1'/>";
+    EXPECT_EQ(contents(broken), Map{});
+    EXPECT_FALSE(world_.directory().exists("local.xml"));
+    EXPECT_EQ(read("local-backup.xml"), broken);
+    EXPECT_THAT(linesOf(log_, logger),
+                testing::ElementsAre(
+                    Line{2, logger, "readFromFile",
+                         "Error Invalid XML syntax detected - Unable to read localFileConfigStore "
+                         "configuration\nrenaming invalid file to: local-backup.xml and creating new blank "
+                         "XML document"},
+                    Line{2, logger, "readFromFile", "contents of invalid xml with string length: 40\n" + broken}));
+}
+
+TEST_F(LocalFileReading, SaysTrueForAnInvalidFile) {
+    LocalFileConfigStore store = open();
+    write("local.xml", "not xml");
+    EXPECT_TRUE(store.readFromFile());
+    EXPECT_FALSE(store.readFromFile()) << "it was set aside";
+}
+
+TEST_F(LocalFileReading, SetsAnInvalidFileAsideForAReadOnlyStoreToo) {
+    write("local.xml", "not xml");
+    LocalFileConfigStore store("X", 20, world_.directory().path(), "local.xml", true, true);
+    EXPECT_FALSE(world_.directory().exists("local.xml"));
+    EXPECT_EQ(read("local-backup.xml"), "not xml");
+}
+
+TEST_F(LocalFileReading, ReplacesAnOlderBackup) {
+    write("local-backup.xml", "old");
+    contents("not xml");
+    EXPECT_EQ(read("local-backup.xml"), "not xml");
+}
+
+TEST_F(LocalFileReading, WritesANewFileAfterAnInvalidOne) {
+    write("local.xml", "not xml");
+    LocalFileConfigStore store = open();
+    EXPECT_FALSE(world_.directory().exists("local.xml")) << "no blank document is made by the reading";
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    LocalFileConfigStore restarted = open();
+    EXPECT_EQ(contentsOf(restarted), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(LocalFileReading, NamesTheBackupOfAFileWithoutAnExtension) {
+    write("some.folder/local", "not xml");
+    LocalFileConfigStore store("X", 20, path("some.folder"), "local", false, false);
+    EXPECT_EQ(read("some.folder/local-backup.xml"), "not xml");
+}
+
+TEST_F(LocalFileReading, LogsABackupThatCannotBeMade) {
+    std::filesystem::create_directories(path("local-backup.xml/full"));
+    EXPECT_EQ(contents("not xml"), Map{});
+    EXPECT_EQ(read("local.xml"), "not xml");
+    EXPECT_THAT(
+        linesOf(log_, logger),
+        testing::Contains(Line{2, logger, "readFromFile", "error creating backup file: " + path("local-backup.xml")}));
+}
+
+TEST_F(LocalFileReading, OverwritesAnInvalidFileThatCouldNotBeSetAside) {
+    std::filesystem::create_directories(path("local-backup.xml/full"));
+    write("local.xml", "not xml");
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    LocalFileConfigStore restarted = open();
+    EXPECT_EQ(contentsOf(restarted), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(LocalFileReading, ReadsPeerToPeerCallingAsOffUnderFips) {
+    write("local.xml", "<r><userConfig name='Telephony_P2P_Enabled' value='true'/></r>");
+    LocalFileConfigStore store = open();
+    EXPECT_EQ(valueOf(store, L"Telephony_P2P_Enabled"), L"true");
+    world_.setFips(true);
+    EXPECT_EQ(valueOf(store, L"Telephony_P2P_Enabled"), L"false");
+}
+
+TEST_F(LocalFileReading, GivesItsArguments) {
+    LocalFileConfigStore store("N", 2147483647, path("install/"), "x.xml", true, true);
+    EXPECT_EQ(store.getName(), "N");
+    EXPECT_EQ(store.getPriority(), 2147483647);
+    EXPECT_TRUE(store.isLocal());
+    EXPECT_TRUE(store.isReadOnly());
+    EXPECT_TRUE(store.waitForStoreReady());
+    EXPECT_FALSE(store.shouldCacheConfigStore());
+}
+
+}  // namespace
+}  // namespace storetests

@@ -1,0 +1,83 @@
+#include <algorithm>
+
+#include "StoreTestSupport.h"
+#include "quill/XmlUtils.h"
+
+namespace storetests {
+namespace {
+
+class SecretWiping : public StoreTest {
+protected:
+    void load(const std::string& entries) {
+        document_.reset(xmlReadDoc(BAD_CAST serverDocument(entries).c_str(), "", nullptr, 0), xmlFreeDoc);
+        ASSERT_NE(document_, nullptr);
+    }
+
+    xmlNode* firstEntry() const { return xmlDocGetRootElement(document_.get())->children->children; }
+
+    Map parseLoaded() {
+        ConfigMap values;
+        SensitiveKeySet sensitiveKeys;
+        EXPECT_TRUE(XmlConfigParser::parseXmlConfig(document_, values, sensitiveKeys));
+        return plain(values);
+    }
+
+    std::shared_ptr<xmlBuffer> bufferOf(const char* text) const {
+        std::shared_ptr<xmlBuffer> buffer(xmlBufferCreate(), QuillCoreUtils::XmlUtils::xmlBufferFreer);
+        xmlBufferAdd(buffer.get(), BAD_CAST text, -1);
+        return buffer;
+    }
+
+    std::shared_ptr<xmlDoc> document_;
+};
+
+std::string textOf(const xmlNode* node) { return reinterpret_cast<const char*>(node->content); }
+
+TEST_F(SecretWiping, WipesTheTreesCopyOfBothWellKnownSecrets) {
+    load("<connectionPASSWORD>hunter22</connectionPASSWORD><BDIConnectionPassword>hunter23</BDIConnectionPassword>");
+    EXPECT_EQ(parseLoaded(), (Map{{L"connectionpassword", L"hunter22"}, {L"bdiconnectionpassword", L"hunter23"}}));
+    EXPECT_EQ(textOf(firstEntry()->children), "");
+    EXPECT_EQ(textOf(firstEntry()->next->children), "");
+}
+
+TEST_F(SecretWiping, LeavesAKeyThatIsOnlyMarkedSensitive) {
+    load("<Pin sensitive='true'>12345678</Pin>");
+    parseLoaded();
+    EXPECT_EQ(textOf(firstEntry()->children), "12345678");
+}
+
+TEST_F(SecretWiping, LeavesEqualTextsOfOtherKeysAloneWhenASecretIsShort) {
+    load("<ConnectionPassword>abc</ConnectionPassword><abc>abc</abc><Other>abc</Other>");
+    EXPECT_EQ(parseLoaded(), (Map{{L"connectionpassword", L"abc"}, {L"abc", L"abc"}, {L"other", L"abc"}}));
+}
+
+TEST_F(SecretWiping, WipesTheWholeAllocationOfABuffer) {
+    load("<ConnectionPassword/>");
+    const auto buffer = bufferOf("<x>hunter22</x>");
+    memzeroSensitiveNodeValue(firstEntry(), L"CONNECTIONpassword", buffer);
+    const unsigned char* const begin = buffer->content;
+    EXPECT_TRUE(std::all_of(begin, begin + buffer->size, [](unsigned char byte) { return byte == 0; }));
+}
+
+TEST_F(SecretWiping, LeavesABufferOfAnotherKey) {
+    load("<Other/>");
+    const auto buffer = bufferOf("text");
+    memzeroSensitiveNodeValue(firstEntry(), L"Other", buffer);
+    EXPECT_STREQ(reinterpret_cast<const char*>(buffer->content), "text");
+}
+
+TEST_F(SecretWiping, TakesANullNode) {
+    const auto buffer = bufferOf("text");
+    memzeroSensitiveNodeValue(nullptr, L"ConnectionPassword", buffer);
+    EXPECT_STREQ(reinterpret_cast<const char*>(buffer->content), "text");
+}
+
+TEST_F(SecretWiping, GivesASecretThatIsMarkupWithItsTags) {
+    load("<ConnectionPassword>hunter22<!-- c --></ConnectionPassword>");
+    EXPECT_EQ(parseLoaded(),
+              (Map{{L"connectionpassword", L"<ConnectionPassword>hunter22<!-- c --></ConnectionPassword>"}}));
+    EXPECT_EQ(textOf(firstEntry()->children), "hunter22") << "the tree below stays until the document ends";
+}
+
+}  // namespace
+}  // namespace storetests

@@ -1,0 +1,175 @@
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+#include "StoreTestSupport.h"
+#include "stores/CacheConfigStore.h"
+#include "stores/XmlConfigStore.h"
+
+namespace storetests {
+namespace {
+
+using XmlStore = StoreTest;
+
+TEST_F(XmlStore, IsEmptyWithoutItsFile) {
+    XmlConfigStore store("X", 10, false, path("none.xml"), true);
+    EXPECT_TRUE(store.getKeys().empty());
+    EXPECT_TRUE(misses(store, L"key"));
+}
+
+TEST_F(XmlStore, IsEmptyWithABrokenFile) {
+    XmlConfigStore store("X", 10, false, write("c.xml", "<r><G><A>1</A>"), true);
+    EXPECT_TRUE(store.getKeys().empty());
+}
+
+TEST_F(XmlStore, LeavesTheFileAloneUnlessItIsToldToRead) {
+    XmlConfigStore store("X", 10, false, write("c.xml", serverDocument("<A>1</A>")), false);
+    EXPECT_TRUE(store.getKeys().empty());
+}
+
+TEST_F(XmlStore, ListsButNeverAnswersCertificateValidation) {
+    XmlConfigStore store(
+        "X", 10, false,
+        write("c.xml", serverDocument("<CertificateValidationEnabled>0</CertificateValidationEnabled>")), true);
+    EXPECT_TRUE(misses(store, L"CertificateValidationEnabled"));
+    EXPECT_TRUE(misses(store, L"CERTIFICATEVALIDATIONENABLED"));
+    EXPECT_THAT(store.getKeys(), testing::ElementsAre(L"certificatevalidationenabled"));
+}
+
+TEST_F(XmlStore, ReadsPeerToPeerCallingAsOffUnderFipsAndMissesItWithoutTheKey) {
+    const std::string file = write("c.xml", serverDocument("<Telephony_P2P_Enabled>true</Telephony_P2P_Enabled>"));
+    XmlConfigStore store("X", 10, false, file, true);
+    XmlConfigStore empty("Y", 10, false, path("none.xml"), true);
+    world_.setFips(true);
+    EXPECT_EQ(valueOf(store, L"Telephony_P2P_Enabled"), L"false");
+    EXPECT_TRUE(misses(empty, L"Telephony_P2P_Enabled"));
+}
+
+TEST_F(XmlStore, KeepsAllValuesWhenAskedToRemoveThem) {
+    XmlConfigStore store("X", 10, false, write("c.xml", serverDocument("<A>1</A>")), true);
+    store.removeAllValues();
+    EXPECT_EQ(valueOf(store, L"a"), L"1");
+}
+
+TEST_F(XmlStore, MergesKeysThatDifferInCaseToTheFirst) {
+    XmlConfigStore store("X", 10, false, write("c.xml", serverDocument("<Key>1</Key><KEY>2</KEY>")), true);
+    EXPECT_EQ(contentsOf(store), (Map{{L"key", L"1"}}));
+}
+
+TEST_F(XmlStore, StoresAndRemovesInMemoryOnly) {
+    const std::string document = serverDocument("<A>1</A><B>2</B>");
+    XmlConfigStore store("X", 10, false, write("c.xml", document), true);
+    EXPECT_TRUE(store.storeValue(L"C", L"3"));
+    EXPECT_TRUE(store.removeValue(L"A"));
+    EXPECT_FALSE(store.removeValue(L"A"));
+    store.persistValues();
+    store.destroy();
+    EXPECT_EQ(contentsOf(store), (Map{{L"b", L"2"}, {L"C", L"3"}}));
+    EXPECT_EQ(read("c.xml"), document);
+}
+
+TEST_F(XmlStore, DoesNotNoticeALaterChangeOfItsFile) {
+    XmlConfigStore store("X", 10, false, write("c.xml", serverDocument("<A>1</A>")), true);
+    write("c.xml", serverDocument("<A>2</A>"));
+    EXPECT_EQ(valueOf(store, L"a"), L"1");
+}
+
+TEST_F(XmlStore, GivesItsArguments) {
+    XmlConfigStore local("First", -5, true, path("c.xml"), false);
+    XmlConfigStore remote("Second", 7, false, path("c.xml"), false);
+    EXPECT_EQ(local.getName(), "First");
+    EXPECT_EQ(local.getPriority(), -5);
+    EXPECT_TRUE(local.isLocal());
+    EXPECT_FALSE(remote.isLocal());
+    EXPECT_TRUE(remote.isReadOnly());
+    EXPECT_TRUE(remote.waitForStoreReady());
+    EXPECT_FALSE(remote.shouldCacheConfigStore());
+}
+
+TEST_F(XmlStore, LosesNoRemovalWhenReadersAndRemoversMeet) {
+    XmlConfigStore store("X", 10, false, path("none.xml"), false);
+    constexpr int perThread = 50;
+    for (int number = 0; number < 4 * perThread; ++number) {
+        store.storeValue(L"key" + std::to_wstring(number), L"v");
+    }
+    std::atomic<int> removed{0};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&store, &removed, thread] {
+            for (int number = thread * perThread; number < (thread + 1) * perThread; ++number) {
+                std::wstring value;
+                store.getValue(L"key0", value);
+                removed += store.removeValue(L"key" + std::to_wstring(number)) ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(removed, 4 * perThread);
+    EXPECT_TRUE(store.getKeys().empty());
+}
+
+class CacheStore : public StoreTest {
+protected:
+    const std::string file_ = path("Cache/cachedX.xml");
+};
+
+TEST_F(CacheStore, HasWrittenItsFileWhenItIsMadeFromValues) {
+    CacheConfigStore made("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    CacheConfigStore restarted("cachedX.xml", 240, file_);
+    EXPECT_EQ(contentsOf(restarted), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(CacheStore, WritesLaterValuesWhenItIsPersisted) {
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}, {L"b", L"2"}});
+    store.storeValue(L"c", L"3");
+    store.removeValue(L"a");
+    store.persistValues();
+    CacheConfigStore restarted("cachedX.xml", 240, file_);
+    EXPECT_EQ(contentsOf(restarted), (Map{{L"b", L"2"}, {L"c", L"3"}}));
+}
+
+TEST_F(CacheStore, WorksInMemoryWhenItsFileCannotBeWritten) {
+    write("Cache", "a file where the folder should be");
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_EQ(valueOf(store, L"a"), L"1");
+}
+
+TEST_F(CacheStore, KeepsCertificateValidationInItsFile) {
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"CertificateValidationEnabled", L"0"}});
+    EXPECT_TRUE(misses(store, L"CertificateValidationEnabled"));
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("CertificateValidationEnabled"));
+}
+
+TEST_F(CacheStore, IsAReadOnlyLocalStoreThatIsNotCachedItself) {
+    CacheConfigStore store("cachedX.xml", 240, file_);
+    EXPECT_TRUE(store.isReadOnly());
+    EXPECT_TRUE(store.isLocal());
+    EXPECT_FALSE(store.shouldCacheConfigStore());
+    EXPECT_EQ(store.getPriority(), 240);
+}
+
+TEST_F(CacheStore, IsEmptyWhenAKeyWasNoName) {
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"two words", L"1"}, {L"a", L"1"}});
+    CacheConfigStore restarted("cachedX.xml", 240, file_);
+    EXPECT_TRUE(restarted.getKeys().empty());
+}
+
+TEST_F(CacheStore, LeavesAWholeFileWhenSeveralStoresOfOneFilePersist) {
+    CacheConfigStore first("cachedX.xml", 240, file_, ConfigMap{{L"a", std::wstring(20000, L'1')}});
+    CacheConfigStore second("cachedX.xml", 240, file_, ConfigMap{{L"a", std::wstring(90000, L'2')}});
+    const auto persistOften = [](CacheConfigStore& store) {
+        for (int round = 0; round < 20; ++round) {
+            store.persistValues();
+        }
+    };
+    std::thread other([&] { persistOften(first); });
+    persistOften(second);
+    other.join();
+    CacheConfigStore restarted("cachedX.xml", 240, file_);
+    EXPECT_THAT(valueOf(restarted, L"a"), testing::AnyOf(std::wstring(20000, L'1'), std::wstring(90000, L'2')));
+}
+
+}  // namespace
+}  // namespace storetests

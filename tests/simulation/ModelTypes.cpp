@@ -1,0 +1,83 @@
+#include "ModelTypes.h"
+
+#include <sstream>
+
+namespace simulation {
+
+namespace {
+
+template <typename Text>
+Text foldedAscii(Text text) {
+    for (auto& unit : text) {
+        if (unit >= 'A' && unit <= 'Z') {
+            unit = static_cast<typename Text::value_type>(unit - 'A' + 'a');
+        }
+    }
+    return text;
+}
+
+const char* nameOf(Property property) {
+    static constexpr std::array<const char*, propertyCount> names = {
+        "Value", "OriginalValue", "isOverridden", "isDefined", "ValueStoreName", "OriginalValueStoreName"};
+    return names.at(static_cast<std::size_t>(property));
+}
+
+}  // namespace
+
+std::wstring folded(const std::wstring& text) { return foldedAscii(text); }
+std::string folded(const std::string& text) { return foldedAscii(text); }
+
+std::string printable(const std::wstring& text) {
+    std::ostringstream out;
+    for (const wchar_t unit : text) {
+        if (unit >= L' ' && unit <= L'~') {
+            out << static_cast<char>(unit);
+        } else {
+            out << "\\x" << std::hex << static_cast<unsigned long>(unit) << std::dec;
+        }
+    }
+    return out.str();
+}
+
+void ModelStore::put(const std::wstring& key, const std::wstring& text) {
+    const auto [entry, isNew] = entries.try_emplace(folded(key), ModelEntry{key, text});
+    if (!isNew) {
+        entry->second.text = text;
+    }
+}
+
+std::vector<std::wstring> ModelStore::keys() const {
+    std::vector<std::wstring> keys;
+    for (const auto& [key, entry] : entries) {
+        keys.push_back(entry.spelling);
+    }
+    return keys;
+}
+
+std::string describe(const ChainCall& call) {
+    const Report& report = call.report;
+    switch (call.kind) {
+    case ChainCall::Kind::Fire:
+        return "fire " + printable(report.key);
+    case ChainCall::Kind::Sensitive:
+        return "sensitive " + printable(report.key);
+    case ChainCall::Kind::Changed:
+        break;
+    }
+    const ValueState state{report.key,       report.value,          report.originalValue,         report.isOverridden,
+                           report.isDefined, report.valueStoreName, report.originalValueStoreName};
+    return (report.silent ? "silent report " : "report ") + describe(state);
+}
+
+std::string describe(const ValueState& state) {
+    return printable(state.key) + " = [" + printable(state.value) + "] of [" + printable(state.valueStoreName) +
+           "], original [" + printable(state.originalValue) + "] of [" + printable(state.originalValueStoreName) + "]" +
+           (state.isOverridden ? ", overridden" : "") + (state.isDefined ? ", defined" : ", undefined");
+}
+
+std::string describe(const Heard& heard) {
+    return "watcher " + std::to_string(heard.watcher) + " heard of " + nameOf(heard.property) + ": " +
+           describe(heard.state);
+}
+
+}  // namespace simulation

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "ChainOracle.h"
+#include "LiveOracle.h"
+#include "Step.h"
+
+namespace simulation {
+
+/// The module as it ought to be: the chain's oracle coupled to the live values' oracle, and watchers that act.
+class ModelWorld {
+public:
+    /// Starts with the stores that the module has after its start.
+    ModelWorld();
+
+    /// @return what the operation answers, for steps that answer.
+    std::optional<bool> apply(const Step& step);
+
+    ChainOracle& chain() { return chain_; }
+    LiveOracle& live() { return live_; }
+
+    /// Every call that an observer of the chain has got, in order.
+    const std::vector<ChainCall>& calls() const { return calls_; }
+
+private:
+    void take(const ChainCall& call);
+    void react(int watcher);
+    std::wstring keyOfObject(const std::wstring& key) { return live_.ask(key).key; }
+    void refill(const ModelStore& description);
+
+    ChainOracle chain_;
+    LiveOracle live_;
+    std::map<std::string, ChainOracle::StorePtr> known_;
+    std::map<int, std::deque<Step>> reactions_;
+    std::vector<ChainCall> calls_;
+};
+
+}  // namespace simulation
