@@ -18,6 +18,7 @@
 #include "fakes/RecordingManagerObserver.h"
 #include "fakes/ScopedWorld.h"
 #include "fakes/ScriptedStore.h"
+#include "impl/system/SignalNotifier.h"
 #include "impl/system/SystemMonitorImpl.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "remote/TftpConfigStore.h"
@@ -70,10 +71,35 @@ public:
     std::vector<std::string> names;
 };
 
-class ScriptedSystemService : public SystemServiceImpl {
+/// Keeps the last connection that it gave, to see whether its owner ends it.
+class RememberingNotifier : public SignalNotifier {
+public:
+    std::weak_ptr<PropertyNotifierConnection> connect(const boost::function<void()>& callback) override {
+        const auto connection = SignalNotifier::connect(callback);
+        last = connection.lock();
+        return connection;
+    }
+    std::shared_ptr<PropertyNotifierConnection> last;
+};
+
+/// A system service whose provider of data resets and whose user-profile notifier a test can look into.
+class ScriptedSystemService : public SystemServiceImpl, private SystemServiceNotifiers {
 public:
     std::shared_ptr<ResetDataProvider> getResetDataProvider() override { return provider; }
+    std::shared_ptr<SystemServiceNotifiers> getSystemServiceNotifiers() override {
+        // The test's fixture owns this object for longer than anyone uses the notifiers.
+        return {std::shared_ptr<void>(), static_cast<SystemServiceNotifiers*>(this)};
+    }
+    void userProfileChanged() { profileNotifier->fire(); }
+    std::shared_ptr<PropertyNotifierConnection> lastProfileConnection() const { return profileNotifier->last; }
     std::shared_ptr<CountingResetDataProvider> provider = std::make_shared<CountingResetDataProvider>();
+
+private:
+    std::shared_ptr<PropertyNotifier> getUserProfileNotifier() override { return profileNotifier; }
+    std::shared_ptr<ServerHealthInformationListNotifier> getServerHealthInformationListNotifier() override {
+        return SystemServiceImpl::getSystemServiceNotifiers()->getServerHealthInformationListNotifier();
+    }
+    const std::shared_ptr<RememberingNotifier> profileNotifier = std::make_shared<RememberingNotifier>();
 };
 
 /// A host on the test's own thread, with the module put in by inject() once the test has written its files.

@@ -160,8 +160,12 @@ TEST_F(LifecycleThreads, NotifiersFindNobodyOnceTheAdapterIsGone) {
     injectAndStart();
     const auto keptManager = manager();
     const std::weak_ptr<ConfigAdapter> gone = adapter();
+    const auto profileConnection = systemService->lastProfileConnection();
+    ASSERT_NE(profileConnection, nullptr);
+    EXPECT_TRUE(profileConnection->connected());
     factory->clear();
     EXPECT_TRUE(gone.expired());
+    EXPECT_FALSE(profileConnection->connected());
     log->clear();
     systemService->userProfileChanged();
     monitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
@@ -261,7 +265,8 @@ TEST_F(RealThreads, TheLiveValueEndsWithTheChainsAnswerHoweverWritesInterleave) 
     }
     first.join();
     second.join();
-    EXPECT_EQ(liveValue(), chainValue(L"key"));
+    const std::wstring last = liveValue();
+    EXPECT_EQ(last, chainValue(L"key"));
 }
 
 TEST_F(RealThreads, LifecycleOperationsOfSeveralThreadsDoNotBlockOneAnother) {
@@ -289,8 +294,13 @@ TEST_F(RealThreads, LifecycleOperationsOfSeveralThreadsDoNotBlockOneAnother) {
 }
 
 TEST_F(RealThreads, AClientMayMeddleWithTheLifecycleFromInsideItsNotifications) {
+    int meddlings = ROUNDS;
     bool start = false;
     const auto client = std::make_shared<MeddlingClient>([&] {
+        if (meddlings == 0) {
+            return;
+        }
+        --meddlings;
         start = !start;
         if (start) {
             adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
@@ -318,9 +328,10 @@ TEST_F(RealThreads, AClientMayMeddleWithTheLifecycleFromInsideItsNotifications) 
     }
     refresher.join();
     starter.join();
-    // Whatever still waits has run when this has; then both sides agree.
-    onDispatcher([] {});
-    EXPECT_EQ(liveValue(), chainValue(L"key"));
+    // What a queued operation tells the client makes it queue two more; with that ended, whatever waits runs dry.
+    onDispatcher([&] { meddlings = 0; });
+    const std::wstring last = liveValue();
+    EXPECT_EQ(last, chainValue(L"key"));
 }
 
 TEST_F(RealThreads, AStoredValueIsNeverLostByStartsAndRefreshesAmongWrites) {
