@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <string_view>
+#include <utility>
 
 namespace corvidctl {
 
@@ -90,16 +92,17 @@ void addGlobalOptions(CLI::App& app, Invocation& invocation) {
                    "2 failures, 3 warnings, 4 information, 5 debug, to standard error [3]")
         ->type_name("N");
     app.add_option("--log-file", invocation.logFile, "The log goes there instead")->type_name("FILE");
-    app.add_flag("--json", invocation.json, "Machine-readable output");
-    app.add_flag("--reveal", invocation.reveal, "Show sensitive values");
+    app.add_flag("--json", invocation.json, "Machine-readable output")->take_last();
+    app.add_flag("--reveal", invocation.reveal, "Show sensitive values")->take_last();
 }
 
 void addCommandOptions(CLI::App& command, std::string_view name, Invocation& invocation) {
     if (name == "get") {
-        command.add_flag("--show-origin", invocation.showOrigin, "Put the store's name and a tab before the value");
-        command.add_flag("--original", invocation.original, "Print the administrator's value");
+        command.add_flag("--show-origin", invocation.showOrigin, "Put the store's name and a tab before the value")
+            ->take_last();
+        command.add_flag("--original", invocation.original, "Print the administrator's value")->take_last();
     } else if (name == "list") {
-        command.add_flag("--all", invocation.all, "Add undefined keys");
+        command.add_flag("--all", invocation.all, "Add undefined keys")->take_last();
         command.add_option("--store", invocation.store, "Only keys that this store wins")->type_name("NAME");
     }
 }
@@ -149,11 +152,89 @@ CommandLine unknownWord(const std::string& word) {
                              : "unknown command '" + word + "', expected one of: " + namesOfCommands());
 }
 
-/// The option of a word like "--name=", for which the parser would take the next word as the value; else empty.
-std::string optionWithoutValue(const std::string& word) {
-    const bool isOne = word.size() > 3 && word.compare(0, 2, "--") == 0 && word.find('=') == word.size() - 1;
-    return isOne ? word.substr(0, word.size() - 1) : std::string();
-}
+/// The command line taken apart. The parser of options would see lists in words with brackets, and an end of the
+/// command in two pluses; so it gets the options and the command alone.
+struct Words {
+    std::vector<std::string> parsed;
+    std::vector<std::string> arguments;  ///< the command's, letter by letter
+    std::string problem;                 ///< what does not fit, in one line
+};
+
+/// Sorts the words of a command line into Words.
+class WordSorter {
+public:
+    explicit WordSorter(const CLI::App& app) : app_(app) {}
+
+    Words sort(const std::vector<std::string>& words) {
+        const Word dashes = std::find(words.begin(), words.end(), std::string("--"));
+        for (Word word = words.begin(); word != dashes && words_.problem.empty(); ++word) {
+            if (expected_ != nullptr) {
+                words_.parsed.push_back(*word);
+                expected_ = nullptr;
+            } else if (word->size() > 1 && word->front() == '-') {
+                takeOption(*word);
+            } else {
+                takeWord(*word);
+            }
+        }
+        if (expected_ != nullptr) {
+            const std::string& name = words_.parsed.back();
+            const std::string type = expected_->get_type_name();
+            words_.problem = name + ": " + type + " is missing, expected: " + name + " " + type;
+        }
+        if (dashes != words.end()) {
+            words_.arguments.insert(words_.arguments.end(), dashes + 1, words.end());
+        }
+        return words_;
+    }
+
+private:
+    using Word = std::vector<std::string>::const_iterator;
+
+    void takeWord(const std::string& word) {
+        if (commandSeen_) {
+            words_.arguments.push_back(word);
+            return;
+        }
+        commandSeen_ = true;
+        words_.parsed.push_back(word);
+        const auto commands = app_.get_subcommands([&word](const CLI::App* one) { return one->get_name() == word; });
+        command_ = commands.empty() ? nullptr : commands.front();
+    }
+
+    void takeOption(const std::string& word) {
+        words_.parsed.push_back(word);
+        const std::size_t equals = word.find('=');
+        const std::string name = word.substr(0, equals);
+        const CLI::Option* const option = find(name);
+        if (option == nullptr) {
+            return;  // the parser tells
+        }
+        const bool takesValue = option->get_items_expected_max() > 0;
+        const bool hasValue = equals != std::string::npos;
+        if (takesValue && equals == word.size() - 1) {
+            words_.problem = name + " is empty, expected a value";
+        } else if (takesValue && !seen_.insert(name).second) {
+            words_.problem = name + " is given twice, expected it once";
+        } else if (!takesValue && hasValue) {
+            words_.problem = "'" + word + "': expected " + name + " without a value";
+        } else if (takesValue && !hasValue) {
+            expected_ = option;
+        }
+    }
+
+    const CLI::Option* find(const std::string& name) const {
+        const CLI::Option* const own = command_ == nullptr ? nullptr : command_->get_option_no_throw(name);
+        return own != nullptr ? own : app_.get_option_no_throw(name);
+    }
+
+    const CLI::App& app_;
+    const CLI::App* command_ = nullptr;
+    bool commandSeen_ = false;
+    const CLI::Option* expected_ = nullptr;  ///< the option whose value is the next word
+    std::set<std::string> seen_;
+    Words words_;
+};
 
 CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const std::vector<CLI::App*> commands = app.get_subcommands();
@@ -182,16 +263,6 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
 }  // namespace
 
 CommandLine readCommandLine(int argc, const char* const* argv) {
-    // What follows two dashes is no option; the parser would take it for one inside a command.
-    const char* const* const end = argv + argc;
-    const char* const* const dashes =
-        std::find_if(argv, end, [](const char* word) { return std::string_view(word) == "--"; });
-    for (const char* const* word = argv; word != dashes; ++word) {
-        if (const std::string option = optionWithoutValue(*word); !option.empty()) {
-            return wrongUse(option + " is empty, expected a value");
-        }
-    }
-
     Invocation invocation;
     CLI::App app("Looks into, tries out and drives the configuration service.", "corvidctl");
     app.formatter(std::make_shared<HelpFormatter>());
@@ -203,14 +274,16 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
         command->group("Commands")->fallthrough();
         command->footer("corvidctl --help lists the global options.");
         addCommandOptions(*command, shape.name, invocation);
-        command->add_option("arguments", invocation.arguments, shape.arguments)
-            ->type_name("")
-            ->expected(0, CLI::detail::expected_max_vector_size);
     }
     app.allow_extras();
 
+    Words words = WordSorter(app).sort({argv + std::min(argc, 1), argv + argc});
+    if (!words.problem.empty()) {
+        return wrongUse(words.problem);
+    }
     try {
-        app.parse(static_cast<int>(dashes - argv), argv);
+        std::reverse(words.parsed.begin(), words.parsed.end());  // as the parser wants them
+        app.parse(std::move(words.parsed));
     } catch (const CLI::CallForHelp&) {
         const std::vector<CLI::App*> commands = app.get_subcommands();
         return printed(commands.empty() ? app.help() : commands.front()->help());
@@ -219,9 +292,7 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return wrongUse(error.what());
     }
-    if (dashes != end) {
-        invocation.arguments.insert(invocation.arguments.end(), dashes + 1, end);
-    }
+    invocation.arguments = std::move(words.arguments);
     return fromParsed(app, std::move(invocation));
 }
 

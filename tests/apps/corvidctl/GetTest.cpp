@@ -97,3 +97,8 @@ TEST_F(Tool, GetReadsAFileThatIsBrokenAsTheModuleDoes) {
     EXPECT_EQ(ended.out, "LocalFileConfigStore\tfalse\n");
     EXPECT_THAT(ended.error, testing::HasSubstr("is an invalid XML document"));
 }
+
+TEST_F(Tool, GetTakesAKeyWithBracketsLetterByLetter) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"[OnlyMine]", "brackets"}, {"OnlyMine", "none"}}));
+    EXPECT_EQ(run({"get", "[OnlyMine]"}).out, "brackets\n");
+}

@@ -115,3 +115,8 @@ TEST_F(Tool, ListRemarksAUsersValueThatDoesNotWin) {
     EXPECT_THAT(run({"list", "Telephony_Enabled"}).out, HasSubstr("the user's value waits behind it"));
     EXPECT_THAT(run({"list", "DockedWindow"}).out, Not(HasSubstr("waits behind")));
 }
+
+TEST_F(Tool, ListTakesAPatternWithBracketsLetterByLetter) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"[a,b]", "1"}, {"a", "2"}, {"b", "3"}}));
+    EXPECT_THAT(keysOf(asJson({"list", "[a,b]"})), ElementsAre("[a,b]"));
+}

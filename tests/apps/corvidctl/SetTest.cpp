@@ -114,3 +114,10 @@ TEST_F(Tool, UnsetThatFindsNothingEndsWithNought) {
     EXPECT_THAT(ended.out, HasSubstr("Nowhere is in no writable store; nothing to remove.\n"));
     EXPECT_EQ(files(), before);
 }
+
+TEST_F(Tool, SetTakesWordsWithBracketsLetterByLetter) {
+    for (const std::string value : {"[1]", "[]", "[a,b]", "{}", "%%", "++", "-"}) {
+        EXPECT_EQ(run({"set", "Odd", value}).status, 0) << value;
+        EXPECT_EQ(run({"get", "Odd"}).out, value + "\n");
+    }
+}

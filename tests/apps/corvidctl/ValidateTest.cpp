@@ -79,3 +79,9 @@ TEST_F(Tool, ValidateFindsTheSampleProfileInOrder) {
         EXPECT_EQ(validation.at("errors"), json::array());
     }
 }
+
+TEST_F(Tool, ValidateTakesAFileNameWithBracketsLetterByLetter) {
+    const support::Ended ended = run({"validate", "[1]"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.error, "corvidctl: validate: FILE '[1]': expected a file that can be read\n");
+}

@@ -80,6 +80,20 @@ TEST_F(WrongUseTool, RefusesAnOptionWhoseValueIsMissing) {
     expectRefused({"--config-dir=", "list", "stores"}, "--config-dir is empty, expected a value");
 }
 
+TEST_F(WrongUseTool, SaysWhichValueOfAnOptionIsMissing) {
+    expectRefused({"set", "A", "b", "--log-level"}, "--log-level: N is missing, expected: --log-level N");
+    expectRefused({"list", "--store"}, "--store: NAME is missing, expected: --store NAME");
+    expectRefused({"list", "--store", "--", "a"}, "--store: NAME is missing, expected: --store NAME");
+}
+
+TEST_F(WrongUseTool, RefusesAnOptionThatIsGivenTwice) {
+    expectRefused({"--fips", "on", "--fips=off", "list"}, "--fips is given twice, expected it once");
+}
+
+TEST_F(WrongUseTool, RefusesAValueForASwitch) {
+    expectRefused({"--json=maybe", "list"}, "'--json=maybe': expected --json without a value");
+}
+
 TEST_F(WrongUseTool, RefusesAnUnknownFipsMode) {
     expectRefused({"--fips", "maybe", "set", "A", "b"}, "--fips 'maybe': expected auto, on or off");
 }
