@@ -120,11 +120,18 @@ TEST_F(Tool, TakesTheNameOfACommandAsAKey) {
 }
 
 TEST_F(Tool, TellsThatItsOutputCouldNotBeWritten) {
-    const support::Ended ended =
-        support::runProgram({"/bin/sh", "-c", "exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" list >/dev/full",
-                             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n");
+    std::map<std::string, std::string> entries;
+    for (int i = 0; i < 2000; ++i) {
+        entries["Key" + std::to_string(i)] = "value";
+    }
+    writeConfig("corvidLocalConfig.xml", localFile(entries));
+    for (const std::string words : {"get DockedWindow", "list", "--json list", "--help", "--version", "get --help"}) {
+        const support::Ended ended = support::runProgram(
+            {"/bin/sh", "-c", "exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" " + words + " >/dev/full",
+             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+        EXPECT_EQ(ended.status, 1) << words;
+        EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n") << words;
+    }
 }
 
 TEST_F(Tool, SurvivesAReaderThatGoesAway) {
@@ -132,3 +139,5 @@ TEST_F(Tool, SurvivesAReaderThatGoesAway) {
     list.stopReading();
     EXPECT_EQ(list.wait().status, 0);
 }
+
+TEST_F(Tool, TakesASwitchTwice) { EXPECT_EQ(run({"--json", "list", "--json", "--all", "--all"}).status, 0); }
