@@ -1,7 +1,5 @@
 #include "host/ReferenceHost.h"
 
-#include <libxml/parser.h>
-
 #include <boost/function.hpp>
 
 #include <exception>
@@ -11,6 +9,7 @@
 #include "ConfigFeatureSet.h"
 #include "ConfigService.h"
 #include "InjectConfigService.h"
+#include "host/XmlDiagnostics.h"
 #include "impl/system/SystemMonitorImpl.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "impl/tessel/SpdlogSink.h"
@@ -53,6 +52,7 @@ void logFailure(const std::string& text) {
 }  // namespace
 
 struct ReferenceHost::Parts {
+    XmlDiagnostics xmlDiagnostics{XmlDiagnostics::Way::Log};
     std::shared_ptr<ServicesDispatcherImpl> dispatcher = std::make_shared<ServicesDispatcherImpl>();
     std::shared_ptr<TaskDispatcherImpl> persistQueue = std::make_shared<TaskDispatcherImpl>();
     std::shared_ptr<ThreadPoolImpl> threadPool = std::make_shared<ThreadPoolImpl>(POOL_THREADS);
@@ -99,7 +99,6 @@ bool ReferenceHost::prepareLog() {
 }
 
 void ReferenceHost::assemble() {
-    xmlInitParser();  // before there are threads that parse
     parts_ = std::make_unique<Parts>();
 
     const auto world = std::make_shared<platform::World>();
@@ -149,8 +148,7 @@ void ReferenceHost::startFeatureSet() {
 
 void ReferenceHost::stop() {
     if (parts_ == nullptr) {
-        tessel::LogControl::setSink(nullptr);
-        return;
+        return;  // the world and the log may be another host's by now
     }
     stopFeatureSet();
     parts_->threadPool->stop();

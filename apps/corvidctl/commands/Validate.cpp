@@ -5,6 +5,7 @@
 #include "Text.h"
 #include "chain/ConfigMap.h"
 #include "commands/Commands.h"
+#include "host/XmlDiagnostics.h"
 #include "quill/StringUtils.h"
 #include "xml/DocumentInspector.h"
 
@@ -97,6 +98,7 @@ void print(const ValidationView& view, Output& output) {
 }  // namespace
 
 int runValidate(const Invocation& invocation, Output& output) {
+    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
     std::vector<ValidationView> views;
     bool allValid = true;
     for (const std::string& file : invocation.arguments) {

@@ -141,3 +141,21 @@ TEST_F(Tool, SurvivesAReaderThatGoesAway) {
 }
 
 TEST_F(Tool, TakesASwitchTwice) { EXPECT_EQ(run({"--json", "list", "--json", "--all", "--all"}).status, 0); }
+
+TEST_F(Tool, LeavesNothingOfABrokenDocumentOnStandardErrorWhereTheLogGoesToAFile) {
+    for (const char* const name : {"corvidLocalConfig.xml", "corvid-config-user.xml"}) {
+        writeConfig(name, "<Corvid>\n<a>\x1b[31ms3cret</b>");
+        const support::Ended ended = run({"--log-file", directory_.path("log"), "get", "ServicesDomain"});
+        EXPECT_EQ(ended.error, "");
+        EXPECT_THAT(directory_.read("log"), HasSubstr(std::string(name) + ":2: "));
+    }
+}
+
+TEST_F(Tool, ShowsNothingThatStandsInABrokenDocument) {
+    writeConfig("corvid-config-user.xml", "<c><g><Password>s3cret&s3cret;</Password><s3cret></g></c>\x1b[31m");
+    const support::Ended ended = run({"get", "ServicesDomain"});
+    EXPECT_THAT(ended.error, HasSubstr("corvid-config-user.xml:1: "));
+    EXPECT_THAT(ended.error, Not(HasSubstr("s3cret")));
+    EXPECT_THAT(ended.error, Not(HasSubstr("\x1b[31m")));
+    EXPECT_EQ(run({"--log-level", "2", "list", "nothing*"}).error, "");
+}

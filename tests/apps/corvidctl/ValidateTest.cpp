@@ -85,3 +85,14 @@ TEST_F(Tool, ValidateTakesAFileNameWithBracketsLetterByLetter) {
     EXPECT_EQ(ended.status, 2);
     EXPECT_EQ(ended.error, "corvidctl: validate: FILE '[1]': expected a file that can be read\n");
 }
+
+TEST_F(Tool, ValidateTellsProblemsOnItsStandardOutputAlone) {
+    const std::vector<std::string> broken = {
+        "",          "<c>s3cret", "<c a='&s3cret;'>", "<c>\xFF</c>", "<?xml version='1.0' encoding='nowhere'?><c/>",
+        "\xFE\xFF<c"};
+    for (const std::string& document : broken) {
+        const support::Ended ended = run({"validate", directory_.write("a.xml", document)});
+        EXPECT_EQ(ended.error, "") << document;
+        EXPECT_THAT(ended.out, HasSubstr("error: ")) << document;
+    }
+}
