@@ -9,11 +9,11 @@
 #include "ConfigFeatureSet.h"
 #include "ConfigService.h"
 #include "InjectConfigService.h"
+#include "host/FipsSwitch.h"
 #include "host/XmlDiagnostics.h"
 #include "impl/system/SystemMonitorImpl.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "impl/tessel/SpdlogSink.h"
-#include "impl/tessel/SystemFips.h"
 #include "impl/unified/DlModuleLoader.h"
 #include "impl/unified/ServicesDispatcherImpl.h"
 #include "impl/unified/TaskDispatcherImpl.h"
@@ -31,18 +31,6 @@ namespace {
 constexpr std::size_t POOL_THREADS = 2;
 constexpr unsigned SYSTEM_SERVICE_ID = 1;
 constexpr int QUIETEST_LEVEL = 3;
-
-std::function<bool()> fipsSwitch(ReferenceHostOptions::Fips fips) {
-    switch (fips) {
-    case ReferenceHostOptions::Fips::On:
-        return [] { return true; };
-    case ReferenceHostOptions::Fips::Off:
-        return [] { return false; };
-    case ReferenceHostOptions::Fips::Auto:
-        break;
-    }
-    return [] { return tessel::common::isSystemFipsEnabled(); };
-}
 
 void logFailure(const std::string& text) {
     static TesselLogger* const logger = TesselLogger_getLogger("ReferenceHost");
