@@ -159,3 +159,20 @@ TEST_F(Tool, ShowsNothingThatStandsInABrokenDocument) {
     EXPECT_THAT(ended.error, Not(HasSubstr("\x1b[31m")));
     EXPECT_EQ(run({"--log-level", "2", "list", "nothing*"}).error, "");
 }
+
+TEST_F(Tool, TakesTheDirectoriesThatALinkAndTwoDotsLeadTo) {
+    directory_.write("elsewhere/corvidLocalConfig.xml", localFile({{"From", "elsewhere"}}));
+    directory_.write("elsewhere/corvid-config-defaults.xml", localFile({{"Default", "elsewhere"}}));
+    directory_.write("elsewhere/inner/file", "");
+    directory_.write("corvidLocalConfig.xml", localFile({{"From", "here"}}));
+    std::filesystem::create_directory_symlink(directory_.path("elsewhere/inner"), directory_.path("link"));
+    const std::string path = directory_.path("link/..");
+    const std::vector<std::string> words = {CORVIDCTL_PROGRAM, "--config-dir", path, "--install-dir", path, "get"};
+    const auto get = [&words](const std::string& key) {
+        std::vector<std::string> all = words;
+        all.push_back(key);
+        return support::runProgram(all).out;
+    };
+    EXPECT_EQ(get("From"), "elsewhere\n");
+    EXPECT_EQ(get("Default"), "elsewhere\n");
+}

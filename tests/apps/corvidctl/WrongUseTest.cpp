@@ -1,6 +1,7 @@
 #include "Tool.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -52,6 +53,46 @@ TEST_F(WrongUseTool, NamesTheArgumentThatIsTooMuch) {
     expectRefused({"set", "A", "B", "C"}, "set: unexpected argument 'C', expected: corvidctl set KEY VALUE");
     expectRefused({"stores", "A"}, "stores: unexpected argument 'A', expected: corvidctl stores");
     expectRefused({"report", "A"}, "report: unexpected argument 'A', expected: corvidctl report");
+}
+
+TEST_F(WrongUseTool, RefusesALogFileThatCannotBeOpened) {
+    const std::string line = ": expected a file that can be written";
+    const std::string dangling = directory_.path("dangling");
+    std::filesystem::create_symlink(directory_.path("nowhere/log"), dangling);
+    const std::string pipe = directory_.path("pipe");  // nobody reads it
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& file : {dangling, pipe, directory_.path(std::string(300, 'x')), directory_.path("new/")}) {
+        expectRefused({"--log-file", file, "set", "A", "b"}, "--log-file '" + file + "'" + line);
+    }
+}
+
+TEST_F(WrongUseTool, RefusesADirectoryInThePlaceOfAFileOfTheModule) {
+    const auto refuses = [this](const std::string& folder, const std::string& name, const std::string& option) {
+        const std::string path = directory_.path(folder + "/" + name);
+        std::filesystem::remove(path);
+        std::filesystem::create_directory(path);
+        expectRefused({"set", "A", "b"}, option + " '" + directory_.path(folder) + "': expected its " + name +
+                                             " to be a file that can be read");
+        std::filesystem::remove(path);
+    };
+    refuses("config", "corvidLocalConfig.xml", "--config-dir");
+    refuses("config", "corvid-config-user.xml", "--config-dir");
+    refuses("install", "corvid-config-defaults.xml", "--install-dir");
+    refuses("install", "bootstrap.properties", "--install-dir");
+}
+
+TEST_F(WrongUseTool, RefusesAnUnreadableFileOfTheModule) {
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "the superuser can read every file";
+    }
+    const std::string path = directory_.path("config/corvidLocalConfig.xml");
+    const std::map<std::string, std::string> before = files();
+    ASSERT_EQ(chmod(path.c_str(), 0), 0);
+    const support::Ended ended = run({"set", "A", "b"});
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_THAT(ended.error, testing::HasSubstr("expected its corvidLocalConfig.xml to be a file that can be read"));
+    EXPECT_EQ(files(), before);
 }
 
 TEST_F(WrongUseTool, RefusesAnEmptyKey) {
