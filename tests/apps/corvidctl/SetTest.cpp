@@ -172,3 +172,16 @@ TEST_F(Tool, UnsetOfAKeyThatNeverWasSaysSo) {
     EXPECT_EQ(run({"unset", "Nowhere"}).out, "Nowhere is in no writable store; nothing to remove.\n"
                                              "It is not defined.\n");
 }
+
+TEST_F(Tool, UnsetThatCannotReachTheDiskIsStatusOne) {
+    const std::string before = configFile("corvidLocalConfig.xml");
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c",
+         "trap '' XFSZ; ulimit -f 0; exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" unset DockedWindow",
+         CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_THAT(ended.error,
+                HasSubstr("corvidctl: DockedWindow could not be removed from " + directory_.path("config") + "\n"));
+    EXPECT_EQ(configFile("corvidLocalConfig.xml"), before);
+}
