@@ -4,9 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <set>
 #include <string_view>
 #include <utility>
+
+#include "WordSorter.h"
 
 namespace corvidctl {
 
@@ -151,90 +152,6 @@ CommandLine unknownWord(const std::string& word) {
     return wrongUse(isOption ? "unknown option '" + word + "', expected one that --help lists"
                              : "unknown command '" + word + "', expected one of: " + namesOfCommands());
 }
-
-/// The command line taken apart. The parser of options would see lists in words with brackets, and an end of the
-/// command in two pluses; so it gets the options and the command alone.
-struct Words {
-    std::vector<std::string> parsed;
-    std::vector<std::string> arguments;  ///< the command's, letter by letter
-    std::string problem;                 ///< what does not fit, in one line
-};
-
-/// Sorts the words of a command line into Words.
-class WordSorter {
-public:
-    explicit WordSorter(const CLI::App& app) : app_(app) {}
-
-    Words sort(const std::vector<std::string>& words) {
-        const Word dashes = std::find(words.begin(), words.end(), std::string("--"));
-        for (Word word = words.begin(); word != dashes && words_.problem.empty(); ++word) {
-            if (expected_ != nullptr) {
-                words_.parsed.push_back(*word);
-                expected_ = nullptr;
-            } else if (word->size() > 1 && word->front() == '-') {
-                takeOption(*word);
-            } else {
-                takeWord(*word);
-            }
-        }
-        if (expected_ != nullptr) {
-            const std::string& name = words_.parsed.back();
-            const std::string type = expected_->get_type_name();
-            words_.problem = name + ": " + type + " is missing, expected: " + name + " " + type;
-        }
-        if (dashes != words.end()) {
-            words_.arguments.insert(words_.arguments.end(), dashes + 1, words.end());
-        }
-        return words_;
-    }
-
-private:
-    using Word = std::vector<std::string>::const_iterator;
-
-    void takeWord(const std::string& word) {
-        if (commandSeen_) {
-            words_.arguments.push_back(word);
-            return;
-        }
-        commandSeen_ = true;
-        words_.parsed.push_back(word);
-        const auto commands = app_.get_subcommands([&word](const CLI::App* one) { return one->get_name() == word; });
-        command_ = commands.empty() ? nullptr : commands.front();
-    }
-
-    void takeOption(const std::string& word) {
-        words_.parsed.push_back(word);
-        const std::size_t equals = word.find('=');
-        const std::string name = word.substr(0, equals);
-        const CLI::Option* const option = find(name);
-        if (option == nullptr) {
-            return;  // the parser tells
-        }
-        const bool takesValue = option->get_items_expected_max() > 0;
-        const bool hasValue = equals != std::string::npos;
-        if (takesValue && equals == word.size() - 1) {
-            words_.problem = name + " is empty, expected a value";
-        } else if (takesValue && !seen_.insert(name).second) {
-            words_.problem = name + " is given twice, expected it once";
-        } else if (!takesValue && hasValue) {
-            words_.problem = "'" + word + "': expected " + name + " without a value";
-        } else if (takesValue && !hasValue) {
-            expected_ = option;
-        }
-    }
-
-    const CLI::Option* find(const std::string& name) const {
-        const CLI::Option* const own = command_ == nullptr ? nullptr : command_->get_option_no_throw(name);
-        return own != nullptr ? own : app_.get_option_no_throw(name);
-    }
-
-    const CLI::App& app_;
-    const CLI::App* command_ = nullptr;
-    bool commandSeen_ = false;
-    const CLI::Option* expected_ = nullptr;  ///< the option whose value is the next word
-    std::set<std::string> seen_;
-    Words words_;
-};
 
 CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const std::vector<CLI::App*> commands = app.get_subcommands();

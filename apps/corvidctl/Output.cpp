@@ -51,6 +51,7 @@ std::string joined(const std::vector<std::string>& words) {
 }  // namespace
 
 void printError(Output& output, const std::string& line) {
+    output.out.flush();  // what was printed before stands before it on a terminal
     output.error << "corvidctl: " << escaped(line) << std::endl;
 }
 

@@ -1,10 +1,14 @@
 #include "Output.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <sstream>
 
+#include "DescriptorStream.h"
 #include "Json.h"
+#include "fakes/TemporaryDirectory.h"
 
 using namespace corvidctl;
 
@@ -52,6 +56,20 @@ TEST(Output, LetsNoChangeForgeALine) {
 TEST(Output, ColoursAChangeOnRequest) {
     EXPECT_EQ(printed(change(), true), "\x1b[1mKey\x1b[0m = \"new\", from TheStore  \x1b[2m(changed: value, "
                                        "valueStoreName)\x1b[0m\n");
+}
+
+TEST(Output, PrintsAnErrorAfterWhatWasPrintedBefore) {
+    const fakes::TemporaryDirectory directory;
+    const int file = open(directory.path("both").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    {
+        DescriptorStream out(file);
+        DescriptorStream error(file);
+        Output output{out, error, false, false};
+        out << "first\n";
+        printError(output, "second");
+    }
+    close(file);
+    EXPECT_EQ(directory.read("both"), "first\ncorvidctl: second\n");
 }
 
 TEST(Json, GivesAChangeOnOneLine) {
