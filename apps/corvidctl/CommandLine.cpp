@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
+
+#include "WordSorter.h"
 
 namespace corvidctl {
 
@@ -90,16 +93,17 @@ void addGlobalOptions(CLI::App& app, Invocation& invocation) {
                    "2 failures, 3 warnings, 4 information, 5 debug, to standard error [3]")
         ->type_name("N");
     app.add_option("--log-file", invocation.logFile, "The log goes there instead")->type_name("FILE");
-    app.add_flag("--json", invocation.json, "Machine-readable output");
-    app.add_flag("--reveal", invocation.reveal, "Show sensitive values");
+    app.add_flag("--json", invocation.json, "Machine-readable output")->take_last();
+    app.add_flag("--reveal", invocation.reveal, "Show sensitive values")->take_last();
 }
 
 void addCommandOptions(CLI::App& command, std::string_view name, Invocation& invocation) {
     if (name == "get") {
-        command.add_flag("--show-origin", invocation.showOrigin, "Put the store's name and a tab before the value");
-        command.add_flag("--original", invocation.original, "Print the administrator's value");
+        command.add_flag("--show-origin", invocation.showOrigin, "Put the store's name and a tab before the value")
+            ->take_last();
+        command.add_flag("--original", invocation.original, "Print the administrator's value")->take_last();
     } else if (name == "list") {
-        command.add_flag("--all", invocation.all, "Add undefined keys");
+        command.add_flag("--all", invocation.all, "Add undefined keys")->take_last();
         command.add_option("--store", invocation.store, "Only keys that this store wins")->type_name("NAME");
     }
 }
@@ -149,12 +153,6 @@ CommandLine unknownWord(const std::string& word) {
                              : "unknown command '" + word + "', expected one of: " + namesOfCommands());
 }
 
-/// The option of a word like "--name=", for which the parser would take the next word as the value; else empty.
-std::string optionWithoutValue(const std::string& word) {
-    const bool isOne = word.size() > 3 && word.compare(0, 2, "--") == 0 && word.find('=') == word.size() - 1;
-    return isOne ? word.substr(0, word.size() - 1) : std::string();
-}
-
 CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const std::vector<CLI::App*> commands = app.get_subcommands();
     if (const std::vector<std::string> words = app.remaining(true); !words.empty()) {
@@ -182,16 +180,6 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
 }  // namespace
 
 CommandLine readCommandLine(int argc, const char* const* argv) {
-    // What follows two dashes is no option; the parser would take it for one inside a command.
-    const char* const* const end = argv + argc;
-    const char* const* const dashes =
-        std::find_if(argv, end, [](const char* word) { return std::string_view(word) == "--"; });
-    for (const char* const* word = argv; word != dashes; ++word) {
-        if (const std::string option = optionWithoutValue(*word); !option.empty()) {
-            return wrongUse(option + " is empty, expected a value");
-        }
-    }
-
     Invocation invocation;
     CLI::App app("Looks into, tries out and drives the configuration service.", "corvidctl");
     app.formatter(std::make_shared<HelpFormatter>());
@@ -203,14 +191,16 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
         command->group("Commands")->fallthrough();
         command->footer("corvidctl --help lists the global options.");
         addCommandOptions(*command, shape.name, invocation);
-        command->add_option("arguments", invocation.arguments, shape.arguments)
-            ->type_name("")
-            ->expected(0, CLI::detail::expected_max_vector_size);
     }
     app.allow_extras();
 
+    Words words = WordSorter(app).sort({argv + std::min(argc, 1), argv + argc});
+    if (!words.problem.empty()) {
+        return wrongUse(words.problem);
+    }
     try {
-        app.parse(static_cast<int>(dashes - argv), argv);
+        std::reverse(words.parsed.begin(), words.parsed.end());  // as the parser wants them
+        app.parse(std::move(words.parsed));
     } catch (const CLI::CallForHelp&) {
         const std::vector<CLI::App*> commands = app.get_subcommands();
         return printed(commands.empty() ? app.help() : commands.front()->help());
@@ -219,9 +209,7 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         return wrongUse(error.what());
     }
-    if (dashes != end) {
-        invocation.arguments.insert(invocation.arguments.end(), dashes + 1, end);
-    }
+    invocation.arguments = std::move(words.arguments);
     return fromParsed(app, std::move(invocation));
 }
 

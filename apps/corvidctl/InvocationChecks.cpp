@@ -1,10 +1,14 @@
 #include "InvocationChecks.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 
+#include "ConfigStoreConstants.h"
 #include "DataDirectory.h"
 
 namespace corvidctl {
@@ -12,6 +16,8 @@ namespace corvidctl {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr const char* BOOTSTRAP_FILE_NAME = "bootstrap.properties";
 
 using Fips = host::ReferenceHostOptions::Fips;
 
@@ -30,19 +36,30 @@ bool isReadableDirectory(const std::string& path) {
     return fs::is_directory(path, error) && access(path.c_str(), R_OK | X_OK) == 0;
 }
 
+/// Tries it, since much may be in the way; leaves nothing behind.
 bool isWritablePlace(const std::string& path) {
-    std::error_code error;
-    if (fs::exists(path, error)) {
-        return !fs::is_directory(path, error) && access(path.c_str(), W_OK) == 0;
+    const int existing = open(path.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC);
+    if (existing >= 0) {
+        close(existing);
+        return true;
     }
-    const fs::path parent = fs::absolute(path, error).parent_path();
-    return fs::is_directory(parent, error) && access(parent.c_str(), W_OK | X_OK) == 0;
+    if (errno != ENOENT) {
+        return false;
+    }
+    const int created = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (created < 0) {
+        return false;
+    }
+    close(created);
+    unlink(path.c_str());
+    return true;
 }
 
-/// Absolute, and without a separator at the end, as the world wants directories.
+/// Absolute, and without a separator at the end, as the world wants directories. Nothing else is changed: "link/.."
+/// is the parent of what the link leads to.
 std::string directoryPath(const std::string& path) {
     std::error_code error;
-    std::string absolute = fs::absolute(path, error).lexically_normal().string();
+    std::string absolute = fs::absolute(path, error).string();
     while (absolute.size() > 1 && absolute.back() == '/') {
         absolute.pop_back();
     }
@@ -89,7 +106,7 @@ std::string checkInstallDirectory(Invocation& invocation) {
 
 std::string checkBootstrapFile(Invocation& invocation) {
     if (invocation.bootstrapFile.empty()) {
-        invocation.host.bootstrapFilePath = invocation.host.installationDirectory + "/bootstrap.properties";
+        invocation.host.bootstrapFilePath = invocation.host.installationDirectory + "/" + BOOTSTRAP_FILE_NAME;
         return {};
     }
     if (!isReadableFile(invocation.bootstrapFile)) {
@@ -133,6 +150,37 @@ std::string checkLog(Invocation& invocation) {
     return {};
 }
 
+/// What is wrong with a file that the module reads in a directory; empty if nothing is, or if there is no such file.
+std::string checkFileIn(const char* option, const std::string& directory, const std::string& name) {
+    std::error_code error;
+    const std::string path = directory + "/" + name;
+    const bool isThere = fs::symlink_status(path, error).type() != fs::file_type::not_found;
+    if (!isThere || isReadableFile(path) || !fs::exists(path, error)) {
+        return {};
+    }
+    return std::string(option) + " '" + directory + "': expected its " + name + " to be a file that can be read";
+}
+
+/// The module would pass over a file that it cannot read, and a command would tell, or store, half of the truth.
+std::string checkFilesOfTheModule(Invocation& invocation) {
+    using namespace ConfigStoreConstants;
+    if (invocation.command == "validate") {
+        return {};
+    }
+    for (const std::string& name : {LOCAL_FILE_CONFIG_STORE_FILE_NAME, TFTP_OVERRIDE_FILE_NAME}) {
+        if (std::string problem = checkFileIn("--config-dir", invocation.host.configDirectory, name);
+            !problem.empty()) {
+            return problem;
+        }
+    }
+    const std::string& installation = invocation.host.installationDirectory;
+    std::string problem = checkFileIn("--install-dir", installation, DEFAULT_CONFIG_STORE_FILE_NAME);
+    if (problem.empty() && invocation.bootstrapFile.empty()) {
+        problem = checkFileIn("--install-dir", installation, BOOTSTRAP_FILE_NAME);
+    }
+    return problem;
+}
+
 std::string checkArguments(const Invocation& invocation) {
     const std::string& command = invocation.command;
     const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
@@ -159,8 +207,8 @@ std::string checkInvocation(Invocation& invocation) {
     invocation.colours = !plain && isatty(STDOUT_FILENO) == 1;
     invocation.host.colours = !plain && isatty(STDERR_FILENO) == 1;
 
-    for (const auto check :
-         {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips, checkLog}) {
+    for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
+                             checkLog, checkFilesOfTheModule}) {
         if (std::string problem = check(invocation); !problem.empty()) {
             return problem;
         }

@@ -7,7 +7,7 @@
 namespace corvidctl {
 
 /// Checks everything that an invocation names, before the module is put in, and fills in the defaults: Invocation::host
-/// and Invocation::colours. Writes and creates nothing.
+/// and Invocation::colours. Leaves everything as it was.
 /// @return empty if all is well; else one line that names the argument and what was expected.
 std::string checkInvocation(Invocation& invocation);
 

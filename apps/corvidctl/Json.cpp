@@ -1,5 +1,7 @@
 #include "Json.h"
 
+#include <array>
+#include <cstdio>
 #include <nlohmann/json.hpp>
 
 namespace corvidctl::json {
@@ -8,9 +10,32 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-std::string printed(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
+/// The characters that JSON allows in a text although they act on a terminal: DEL and U+0080 to U+009F.
+std::string withoutControls(const std::string& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+        const bool isHighControl = byte == 0xC2 && next >= 0x80 && next < 0xA0;
+        if (isHighControl || byte == 0x7F) {
+            std::array<char, 8> escape{};
+            std::snprintf(escape.data(), escape.size(), "\\u%04x", static_cast<unsigned>(isHighControl ? next : byte));
+            result += escape.data();
+            i += isHighControl ? 1 : 0;
+        } else {
+            result += text[i];
+        }
+    }
+    return result;
+}
 
-std::string onOneLine(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+std::string dumped(const Json& json, int indentation) {
+    return withoutControls(json.dump(indentation, ' ', false, Json::error_handler_t::replace));
+}
+
+std::string printed(const Json& json) { return dumped(json, 2); }
+
+std::string onOneLine(const Json& json) { return dumped(json, -1); }
 
 Json toJson(const ValueView& view) {
     return {{"key", view.key},

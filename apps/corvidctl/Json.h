@@ -6,7 +6,7 @@
 #include "Views.h"
 
 /// The machine-readable forms, as scripts rely on them. Each is one text without a line end at its end; ill-formed
-/// UTF-8 becomes U+FFFD.
+/// UTF-8 becomes U+FFFD, and control characters are escaped.
 namespace corvidctl::json {
 
 std::string value(const ValueView& view);

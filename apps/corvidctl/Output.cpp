@@ -40,9 +40,18 @@ std::string remarks(const ValueView& view) {
     return text;
 }
 
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) {
+        text += (text.empty() ? "" : ", ") + word;
+    }
+    return text;
+}
+
 }  // namespace
 
 void printError(Output& output, const std::string& line) {
+    output.out.flush();  // what was printed before stands before it on a terminal
     output.error << "corvidctl: " << escaped(line) << std::endl;
 }
 
@@ -65,6 +74,14 @@ void printValues(Output& output, const std::vector<ValueView>& views) {
                       {remarks(view), Style::Faint}});
     }
     table.print(output.out, output.colours);
+}
+
+void printChange(Output& output, const ChangeView& change) {
+    const ValueView& view = change.value;
+    const bool gone = view.valueStoreName.empty();
+    output.out << styled(escaped(view.key), Style::Strong, output.colours) << " = "
+               << (gone ? "not defined" : quoted(view.value) + ", from " + escaped(view.valueStoreName)) << "  "
+               << styled("(changed: " + joined(change.changed) + ")", Style::Faint, output.colours) << '\n';
 }
 
 std::string quoted(const std::string& text) { return "\"" + shortened(escaped(text), SENTENCE_COLUMNS) + "\""; }

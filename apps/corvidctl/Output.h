@@ -23,6 +23,9 @@ void printError(Output& output, const std::string& line);
 /// The table of keys, for people: value, store, the administrator's, and what is remarkable.
 void printValues(Output& output, const std::vector<ValueView>& views);
 
+/// One change of a key, for people, on a line of its own.
+void printChange(Output& output, const ChangeView& change);
+
 /// A text in quotation marks, shortened and harmless, for a sentence.
 std::string quoted(const std::string& text);
 

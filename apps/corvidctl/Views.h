@@ -75,6 +75,7 @@ struct ValidationView {
     std::string file;
     bool valid = false;
     bool isLocalFile = false;
+    bool formIsGuessed = false;  ///< the form was recognised by the content, not by the name
     std::vector<Entry> entries;
     std::vector<std::string> warnings;
     std::vector<std::string> errors;

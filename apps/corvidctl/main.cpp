@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "CommandLine.h"
+#include "DescriptorStream.h"
 #include "InvocationChecks.h"
 #include "Output.h"
 #include "commands/Commands.h"
@@ -42,15 +43,8 @@ int runCommand(const Invocation& invocation, Output& output) {
     return Status::WrongUse;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    // A reader that goes away ends the output, not the host half-way through its end.
-    std::signal(SIGPIPE, SIG_IGN);
-
-    CommandLine commandLine = readCommandLine(argc, argv);
-    std::cout << commandLine.output << std::flush;
-    Output output{std::cout, std::cerr, false, isatty(STDOUT_FILENO) == 1};
+int runTool(CommandLine commandLine, Output& output) {
+    output.out << commandLine.output;
     if (!commandLine.invocation) {
         if (!commandLine.error.empty()) {
             printError(output, commandLine.error);
@@ -65,16 +59,26 @@ int main(int argc, char** argv) {
     }
     output.colours = invocation.colours;
     try {
-        const int status = runCommand(invocation, output);
-        errno = 0;
-        std::cout.flush();
-        if (!std::cout && errno != 0 && errno != EPIPE) {  // a reader that has had enough is no failure
-            printError(output, std::string("the output could not be written: ") + std::strerror(errno));
-            return Status::AnswerIsNo;
-        }
-        return status;
+        return runCommand(invocation, output);
     } catch (const std::exception& error) {
         printError(output, error.what());
         return Status::AnswerIsNo;
     }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // A reader that goes away ends the output, not the host half-way through its end.
+    std::signal(SIGPIPE, SIG_IGN);
+
+    DescriptorStream out(STDOUT_FILENO);
+    Output output{out, std::cerr, false, isatty(STDOUT_FILENO) == 1};
+    const int status = runTool(readCommandLine(argc, argv), output);
+    const int failure = out.finish();
+    if (failure != 0 && failure != EPIPE) {  // a reader that has had enough is no failure
+        printError(output, std::string("the output could not be written: ") + std::strerror(failure));
+        return status == Status::Done ? Status::AnswerIsNo : status;
+    }
+    return status;
 }

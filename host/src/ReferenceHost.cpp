@@ -1,7 +1,5 @@
 #include "host/ReferenceHost.h"
 
-#include <libxml/parser.h>
-
 #include <boost/function.hpp>
 
 #include <exception>
@@ -11,10 +9,11 @@
 #include "ConfigFeatureSet.h"
 #include "ConfigService.h"
 #include "InjectConfigService.h"
+#include "host/FipsSwitch.h"
+#include "host/XmlDiagnostics.h"
 #include "impl/system/SystemMonitorImpl.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "impl/tessel/SpdlogSink.h"
-#include "impl/tessel/SystemFips.h"
 #include "impl/unified/DlModuleLoader.h"
 #include "impl/unified/ServicesDispatcherImpl.h"
 #include "impl/unified/TaskDispatcherImpl.h"
@@ -33,18 +32,6 @@ constexpr std::size_t POOL_THREADS = 2;
 constexpr unsigned SYSTEM_SERVICE_ID = 1;
 constexpr int QUIETEST_LEVEL = 3;
 
-std::function<bool()> fipsSwitch(ReferenceHostOptions::Fips fips) {
-    switch (fips) {
-    case ReferenceHostOptions::Fips::On:
-        return [] { return true; };
-    case ReferenceHostOptions::Fips::Off:
-        return [] { return false; };
-    case ReferenceHostOptions::Fips::Auto:
-        break;
-    }
-    return [] { return tessel::common::isSystemFipsEnabled(); };
-}
-
 void logFailure(const std::string& text) {
     static TesselLogger* const logger = TesselLogger_getLogger("ReferenceHost");
     TesselLog(logger, 2, __FILE__, __LINE__, "start", text);
@@ -53,6 +40,7 @@ void logFailure(const std::string& text) {
 }  // namespace
 
 struct ReferenceHost::Parts {
+    XmlDiagnostics xmlDiagnostics{XmlDiagnostics::Way::Log};
     std::shared_ptr<ServicesDispatcherImpl> dispatcher = std::make_shared<ServicesDispatcherImpl>();
     std::shared_ptr<TaskDispatcherImpl> persistQueue = std::make_shared<TaskDispatcherImpl>();
     std::shared_ptr<ThreadPoolImpl> threadPool = std::make_shared<ThreadPoolImpl>(POOL_THREADS);
@@ -99,7 +87,6 @@ bool ReferenceHost::prepareLog() {
 }
 
 void ReferenceHost::assemble() {
-    xmlInitParser();  // before there are threads that parse
     parts_ = std::make_unique<Parts>();
 
     const auto world = std::make_shared<platform::World>();
@@ -149,8 +136,7 @@ void ReferenceHost::startFeatureSet() {
 
 void ReferenceHost::stop() {
     if (parts_ == nullptr) {
-        tessel::LogControl::setSink(nullptr);
-        return;
+        return;  // the world and the log may be another host's by now
     }
     stopFeatureSet();
     parts_->threadPool->stop();

@@ -1,5 +1,7 @@
 #include "host/ReferenceHost.h"
 
+#include <libxml/globals.h>
+
 #include <filesystem>
 #include <stdexcept>
 
@@ -13,6 +15,7 @@
 #include "impl/system/SystemServiceImpl.h"
 #include "system/World.h"
 #include "tessel/FipsUtils.h"
+#include "tessel/TesselLogger.h"
 #include "unified/UnifiedFactory.h"
 
 using host::ReferenceHost;
@@ -257,4 +260,56 @@ TEST(ReferenceHost, SwitchesFipsMode) {
     ReferenceHost off(options);
     ASSERT_TRUE(off.start());
     EXPECT_FALSE(tessel::common::FipsUtils::isFipsEnabled());
+}
+
+TEST(ReferenceHost, LogsWhatIsWrongWithADocument) {
+    const fakes::TemporaryDirectory directory;
+    const std::string document = directory.write("config/corvidLocalConfig.xml", "<Corvid>\n<a>\n</b>\n</Corvid>");
+    ReferenceHost::Options options = hostOptionsOn(directory);
+    options.logFile = directory.path("log");
+    options.logLevel = 3;
+    ReferenceHost host(options);
+    ASSERT_TRUE(host.start());
+    host.stop();
+    EXPECT_THAT(directory.read("log"),
+                HasSubstr(document + ":3: Opening and ending tag mismatch: ... line 2 and ...\n"));
+}
+
+TEST(ReferenceHost, LogsNothingThatStandsInADocument) {
+    const fakes::TemporaryDirectory directory;
+    directory.write("config/corvid-config-user.xml", "<Corvid x='&s3cret;' y='\xFFs3cret'><s3cret></Corvid>");
+    ReferenceHost::Options options = hostOptionsOn(directory);
+    options.logFile = directory.path("log");
+    options.logLevel = 5;
+    ReferenceHost host(options);
+    ASSERT_TRUE(host.start());
+    host.stop();
+    EXPECT_THAT(directory.read("log"), HasSubstr("Entity '...' not defined"));
+    EXPECT_THAT(directory.read("log"), testing::Not(HasSubstr("s3cret")));
+}
+
+TEST(ReferenceHost, LeavesTheDiagnosticsOfDocumentsAsTheyWere) {
+    const fakes::TemporaryDirectory directory;
+    ReferenceHost host(hostOptionsOn(directory));
+    ASSERT_TRUE(host.start());
+    EXPECT_NE(xmlStructuredError, nullptr);
+    host.stop();
+    EXPECT_EQ(xmlStructuredError, nullptr);
+}
+
+TEST(ReferenceHost, LeavesTheLogToItsSuccessor) {
+    const fakes::TemporaryDirectory directory;
+    ReferenceHost never(hostOptionsOn(directory));
+    ReferenceHost before(hostOptionsOn(directory));
+    ASSERT_TRUE(before.start());
+    before.stop();
+    ReferenceHost::Options options = hostOptionsOn(directory);
+    options.logFile = directory.path("log");
+    ReferenceHost successor(options);
+    ASSERT_TRUE(successor.start());
+    never.stop();
+    before.stop();
+    TesselLog(TesselLogger_getLogger("Test"), 2, __FILE__, __LINE__, "test", std::string("still written"));
+    successor.stop();
+    EXPECT_THAT(directory.read("log"), HasSubstr("still written"));
 }

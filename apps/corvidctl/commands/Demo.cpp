@@ -92,12 +92,16 @@ const char* yesOrNo(bool value) { return value ? "yes" : "no"; }
 void printChange(const Demonstration& demo, Output& output) {
     output.out << '\n'
                << styled("One live change", Style::Strong, output.colours) << "\nA client holds the live object of "
-               << demo.before.key << " and observes it. Now the user sets the key to " << quoted(demo.newValue)
-               << ".\nNobody reads a file again: the chain reports the change, and the object tells the client:\n\n";
+               << demo.before.key << " and observes it. Now the user sets the key to " << quoted(demo.newValue) << ".\n"
+               << (demo.after.value == demo.newValue
+                       ? "Nobody reads a file again: the chain reports the change, and the object tells the client:\n\n"
+                       : "But a store that comes first holds the key: the user's value waits behind it.\n\n");
     printProperty(output, "value", quoted(demo.before.value), quoted(demo.after.value));
-    printProperty(output, "given by the store", demo.before.valueStoreName, demo.after.valueStoreName);
+    printProperty(output, "given by the store", escaped(demo.before.valueStoreName),
+                  escaped(demo.after.valueStoreName));
     printProperty(output, "administrator's value", quoted(demo.before.originalValue), quoted(demo.after.originalValue));
-    printProperty(output, "given by the store", demo.before.originalValueStoreName, demo.after.originalValueStoreName);
+    printProperty(output, "given by the store", escaped(demo.before.originalValueStoreName),
+                  escaped(demo.after.originalValueStoreName));
     printProperty(output, "overridden by the user", yesOrNo(demo.before.isOverridden),
                   yesOrNo(demo.after.isOverridden));
     for (const ChangeView& change : demo.changes) {

@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 #include "quill/StringUtils.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace corvidctl {
@@ -42,6 +43,33 @@ void printNames(const ExplanationView& view, Output& output) {
     }
 }
 
+bool userWins(const ExplanationView& view) {
+    return std::any_of(view.layers.begin(), view.layers.end(),
+                       [](const LayerView& layer) { return layer.wins && !layer.isReadOnly; });
+}
+
+void printAdministratorsPart(const ExplanationView& view, Output& output) {
+    const ValueView& value = view.value;
+    const bool isOriginalKnown = !value.originalValueStoreName.empty();
+    const std::string original = quoted(value.originalValue) + ", from " + escaped(value.originalValueStoreName);
+    if (value.isOverridden && userWins(view)) {
+        output.out << (isOriginalKnown ? "The user overrides the administrator's " + original + ".\n"
+                                       : "Only the user has set it; the administrator has not.\n");
+    } else if (value.isOverridden) {
+        output.out << "It counts as overridden, although it is not the user's value that wins.\n";
+    } else if (isOriginalKnown && value.originalValueStoreName == value.valueStoreName) {
+        output.out << "That is the administrator's value.\n";
+    }
+    const bool isToldAlready =
+        value.isOverridden ? userWins(view) : value.originalValueStoreName == value.valueStoreName;
+    if (isOriginalKnown && !isToldAlready) {
+        output.out << "The administrator's value is " << original << ".\n";
+    }
+    if (value.shadowsUser) {
+        output.out << "The user's value waits behind it.\n";
+    }
+}
+
 void printVerdict(const ExplanationView& view, Output& output) {
     const ValueView& value = view.value;
     if (!value.isDefined) {
@@ -50,12 +78,7 @@ void printVerdict(const ExplanationView& view, Output& output) {
         output.out << escaped(value.key) << " is " << quoted(value.value) << ", from " << escaped(value.valueStoreName)
                    << ": it has the smallest priority number of the stores that hold the key.\n";
     }
-    if (value.isOverridden && !value.originalValueStoreName.empty()) {
-        output.out << "The user overrides the administrator's " << quoted(value.originalValue) << ", from "
-                   << escaped(value.originalValueStoreName) << ".\n";
-    } else if (value.isOverridden) {
-        output.out << "Only the user has set it; the administrator has not.\n";
-    }
+    printAdministratorsPart(view, output);
     if (view.fipsRuleSpoke) {
         output.out << "FIPS mode is on: peer-to-peer calling reads as \"false\" whatever the stores hold.\n";
     }

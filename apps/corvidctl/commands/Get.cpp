@@ -14,7 +14,7 @@ void printPlain(const Invocation& invocation, const ValueView& view, Output& out
     const std::string& value = invocation.original ? view.originalValue : view.value;
     const std::string& store = invocation.original ? view.originalValueStoreName : view.valueStoreName;
     if (invocation.showOrigin) {
-        output.out << store << '\t';
+        output.out << escaped(store) << '\t';  // nor may a store forge its end
     }
     // A script gets the very bytes; a terminal must not be spoken to by a file.
     output.out << (output.terminal ? escaped(value, true) : value) << '\n';

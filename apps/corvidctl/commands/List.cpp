@@ -53,6 +53,8 @@ int runList(const Invocation& invocation, Output& output) {
 
     if (invocation.json) {
         output.out << json::values(views) << '\n';
+    } else if (views.empty()) {
+        output.out << "No key matches.\n";
     } else {
         printValues(output, views);
     }

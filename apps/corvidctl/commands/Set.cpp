@@ -4,6 +4,7 @@
 #include "Text.h"
 #include "commands/Commands.h"
 #include "quill/StringUtils.h"
+#include "xml/XmlCharacters.h"
 
 #include <algorithm>
 #include <ostream>
@@ -16,6 +17,7 @@ struct Outcome {
     bool stored = false;
     std::string storedIn;
     ValueView after;
+    bool answers = false;  ///< the chain's answer is the value that was stored
 };
 
 Outcome store(const Invocation& invocation, Session::Inside& inside) {
@@ -25,14 +27,37 @@ Outcome store(const Invocation& invocation, Session::Inside& inside) {
     outcome.stored = inside.featureSet.setConfig(key, QuillCoreUtils::toWideString(invocation.arguments[1]));
     outcome.storedIn = userStores.empty() ? std::string() : userStores.front();
     outcome.after = inside.reader.describe(key);
+    const ValueView unmasked = ChainReader(inside.chain, true).describe(key);
+    outcome.answers = unmasked.value == QuillCoreUtils::toString(QuillCoreUtils::toWideString(invocation.arguments[1]));
     return outcome;
 }
 
-void printOutcome(const Outcome& outcome, Output& output) {
+void printOutcome(const Invocation& invocation, const Outcome& outcome, Output& output) {
     output.out << escaped(outcome.after.key) << " stored in " << escaped(outcome.storedIn) << ".\n";
     if (outcome.after.valueStoreName != outcome.storedIn) {
         output.out << escaped(outcome.after.valueStoreName) << " still wins, with " << quoted(outcome.after.value)
                    << ".\n";
+    } else if (!outcome.answers) {
+        output.out << "It still reads as " << quoted(outcome.after.value) << ".\n";
+        if (!QuillCoreUtils::caseInsensitiveStringEquals(invocation.arguments[0], outcome.after.key)) {
+            output.out << "The value stands under the old name " << escaped(invocation.arguments[0])
+                       << "; what the store holds under " << escaped(outcome.after.key) << " comes first.\n";
+        }
+    }
+}
+
+/// What the file holds, where it is not what was asked for.
+void warnOfReplacedCharacters(const Invocation& invocation, const Outcome& outcome, Output& output) {
+    const auto onDisk = [](const std::string& text) { return toXmlText(QuillCoreUtils::toWideString(text)).text; };
+    const std::string& key = invocation.arguments[0];
+    const std::string& value = invocation.arguments[1];
+    if (onDisk(key) != key) {
+        printError(output, "XML cannot hold every character of the key; on disk it is " + quoted(onDisk(key)));
+    }
+    if (onDisk(value) != value) {
+        const bool hidden = outcome.after.isSensitive && !invocation.reveal;
+        printError(output, "XML cannot hold every character of the value; on disk " +
+                               (hidden ? "U+FFFD stands for them" : "it is " + quoted(onDisk(value))));
     }
 }
 
@@ -55,8 +80,9 @@ int runSet(const Invocation& invocation, Output& output) {
         printError(output, outcome.after.key + " could not be written to " + invocation.host.configDirectory);
         return Status::AnswerIsNo;
     }
+    warnOfReplacedCharacters(invocation, outcome, output);
     if (!invocation.json) {
-        printOutcome(outcome, output);
+        printOutcome(invocation, outcome, output);
     }
     return Status::Done;
 }

@@ -36,7 +36,7 @@ void printOutcome(const Outcome& outcome, Output& output) {
         output.out << escaped(outcome.after.valueStoreName) << " wins now, with " << quoted(outcome.after.value)
                    << ".\n";
     } else {
-        output.out << "It is not defined any more.\n";
+        output.out << (outcome.removedFrom.empty() ? "It is not defined.\n" : "It is not defined any more.\n");
     }
 }
 

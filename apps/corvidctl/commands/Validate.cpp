@@ -5,7 +5,10 @@
 #include "Text.h"
 #include "chain/ConfigMap.h"
 #include "commands/Commands.h"
+#include "host/FipsSwitch.h"
+#include "host/XmlDiagnostics.h"
 #include "quill/StringUtils.h"
+#include "system/World.h"
 #include "xml/DocumentInspector.h"
 
 namespace corvidctl {
@@ -48,6 +51,7 @@ ValidationView inspect(const std::string& file, bool reveal) {
     view.file = file;
     view.valid = report.valid;
     view.isLocalFile = report.form == DocumentReport::Form::Local;
+    view.formIsGuessed = report.formIsGuessed;
     view.warnings = withPlaces(report.warnings);
     view.errors = withPlaces(report.errors);
     for (const DocumentReport::Entry& entry : report.entries) {
@@ -58,6 +62,13 @@ ValidationView inspect(const std::string& file, bool reveal) {
                                 sensitive, entry.isMarkup});
     }
     return view;
+}
+
+/// One rule of the module depends on this mode, and no host says which one it is.
+void applyFipsMode(host::ReferenceHostOptions::Fips fips) {
+    const auto world = std::make_shared<platform::World>();
+    world->fipsMode = host::fipsSwitch(fips);
+    platform::setWorld(world);
 }
 
 void printEntries(const ValidationView& view, Output& output) {
@@ -79,7 +90,7 @@ void print(const ValidationView& view, Output& output) {
     const std::string form = view.isLocalFile ? "local file" : "configuration document";
     output.out << escaped(view.file) << ": " << verdict;
     if (view.valid) {
-        output.out << ", a " << form << " with " << view.entries.size()
+        output.out << (view.formIsGuessed ? ", by its content a " : ", a ") << form << " with " << view.entries.size()
                    << (view.entries.size() == 1 ? " key" : " keys");
     }
     output.out << '\n';
@@ -97,6 +108,8 @@ void print(const ValidationView& view, Output& output) {
 }  // namespace
 
 int runValidate(const Invocation& invocation, Output& output) {
+    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
+    applyFipsMode(invocation.host.fips);
     std::vector<ValidationView> views;
     bool allValid = true;
     for (const std::string& file : invocation.arguments) {

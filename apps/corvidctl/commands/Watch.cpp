@@ -4,33 +4,12 @@
 #include "Json.h"
 #include "LiveWatcher.h"
 #include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
 #include "unified/UnifiedFactory.h"
 
 #include <ostream>
 
 namespace corvidctl {
-
-namespace {
-
-std::string joined(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) {
-        text += (text.empty() ? "" : ", ") + word;
-    }
-    return text;
-}
-
-void printChange(const ChangeView& change, Output& output) {
-    const ValueView& view = change.value;
-    const bool gone = view.valueStoreName.empty();
-    output.out << styled(escaped(view.key), Style::Strong, output.colours) << " = "
-               << (gone ? "not defined" : quoted(view.value) + ", from " + escaped(view.valueStoreName)) << "  "
-               << styled("(changed: " + joined(change.changed) + ")", Style::Faint, output.colours) << '\n';
-}
-
-}  // namespace
 
 int runWatch(const Invocation& invocation, Output& output) {
     Interruption interruption;
@@ -41,7 +20,7 @@ int runWatch(const Invocation& invocation, Output& output) {
         if (invocation.json) {
             output.out << json::change(change) << '\n';
         } else {
-            printChange(change, output);
+            printChange(output, change);
         }
         output.out.flush();
         if (!output.out) {

@@ -1,5 +1,7 @@
 #include "Tool.h"
 
+#include <sys/stat.h>
+
 using nlohmann::json;
 using testing::HasSubstr;
 
@@ -74,5 +76,44 @@ TEST_F(Tool, DemoLeavesNoCopyBehind) {
     directory_.write("tmp/keep", "");
     options.environment = {{"TMPDIR", directory_.path("tmp")}};
     EXPECT_EQ(run({"demo"}, options).status, 0);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
+}
+
+TEST_F(Tool, DemoTellsTheTruthWhenTheOverrideWins) {
+    writeConfig("corvid-config-user.xml", "<c><g><LaunchOnSystemStartup>true</LaunchOnSystemStartup></g></c>");
+    const std::string out = run({"demo"}).out;
+    EXPECT_THAT(out, HasSubstr("Now the user sets the key to \"false\".\nBut a store that comes first holds the key: "
+                               "the user's value waits behind it.\n"));
+    EXPECT_THAT(out, HasSubstr("given by the store      TftpOverrideConfigStore\n"));
+    EXPECT_THAT(out, testing::Not(HasSubstr("the object tells the client")));
+    EXPECT_THAT(out, testing::Not(HasSubstr("told to the client")));
+}
+
+TEST_F(Tool, DemoEndsWhereItsTemporaryFolderIsInsideTheProfile) {
+    directory_.write("config/tmp/keep", "");
+    support::ChildProcess::Options options;
+    options.environment = {{"TMPDIR", directory_.path("config/tmp")}};
+    const auto before = files();
+    EXPECT_EQ(run({"demo"}, options).status, 0);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, DemoCopiesNeitherPipesNorEndlessLinks) {
+    ASSERT_EQ(mkfifo(directory_.path("config/pipe").c_str(), 0600), 0);
+    std::filesystem::create_directory_symlink(directory_.path("config"), directory_.path("config/round"));
+    std::filesystem::create_symlink("itself", directory_.path("config/itself"));
+    const support::Ended ended = run({"demo"});
+    EXPECT_EQ(ended.status, 0) << ended.error;
+    EXPECT_THAT(ended.out, HasSubstr("onlymine"));
+}
+
+TEST_F(Tool, DemoLeavesNoCopyBehindWhenCopyingFails) {
+    directory_.write("tmp/keep", "");
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c",
+         "trap '' XFSZ; ulimit -f 0; TMPDIR=\"$3\" exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" demo",
+         CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install"), directory_.path("tmp")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: "));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
 }

@@ -89,3 +89,48 @@ TEST_F(Tool, ExplainTellsWhenTheFipsRuleSpoke) {
     EXPECT_THAT(run({"--fips", "off", "explain", "Telephony_P2P_Enabled"}).out, testing::Not(HasSubstr(sentence)));
     EXPECT_THAT(run({"--fips", "on", "explain", "DockedWindow"}).out, testing::Not(HasSubstr(sentence)));
 }
+
+TEST_F(Tool, ExplainPrintsATableOfTheLayers) {
+    EXPECT_THAT(
+        run({"explain", "DockedWindow"}).out,
+        testing::StartsWith("        PRIORITY  STORE                       KIND              NAME          VALUE\n"));
+    EXPECT_THAT(run({"explain", "DockedWindow"}).out,
+                HasSubstr("\nwins          20  LocalFileConfigStore        writable          DockedWindow  false\n"));
+}
+
+TEST_F(Tool, ExplainTellsTheAdministratorsValueThatWins) {
+    EXPECT_THAT(run({"explain", "ServicesDomain"}).out,
+                HasSubstr("ServicesDomain is \"example.org\", from BootstrapConfigStore: it has the smallest priority "
+                          "number of the stores that hold the key.\nThat is the administrator's value.\n"));
+}
+
+TEST_F(Tool, ExplainTellsTheUsersValueThatWaits) {
+    EXPECT_THAT(run({"explain", "Telephony_Enabled"}).out,
+                HasSubstr("That is the administrator's value.\nThe user's value waits behind it.\n"));
+}
+
+TEST_F(Tool, ExplainTellsWhatOnlyTheUserHasSet) {
+    EXPECT_THAT(run({"explain", "OnlyMine"}).out, HasSubstr("Only the user has set it; the administrator has not.\n"));
+}
+
+TEST_F(Tool, ExplainClaimsNoUsersVictoryOverAnEmptyOverride) {
+    writeConfig("corvid-config-user.xml", "<c><g><DockedWindow/></g></c>");
+    const std::string out = run({"explain", "DockedWindow"}).out;
+    EXPECT_THAT(out, HasSubstr("DockedWindow is \"\", from TftpOverrideConfigStore"));
+    EXPECT_THAT(out, testing::Not(HasSubstr("The user overrides")));
+    EXPECT_THAT(out, HasSubstr("It counts as overridden, although it is not the user's value that wins.\n"
+                               "The administrator's value is \"true\", from corvid-config-defaults.xml.\n"));
+}
+
+TEST_F(Tool, ExplainOfAnUndefinedKeyUnderTheFipsRule) {
+    const json explanation = [this] {
+        const support::Ended ended = run({"--json", "--fips", "on", "explain", "Telephony_P2P_Enabled"});
+        EXPECT_EQ(ended.status, 1);
+        return json::parse(ended.out);
+    }();
+    EXPECT_EQ(explanation.at("isDefined"), false);
+    EXPECT_EQ(explanation.at("value"), "false");
+    EXPECT_EQ(explanation.at("valueStoreName"), "");
+    EXPECT_THAT(run({"--fips", "on", "explain", "Telephony_P2P_Enabled"}).out,
+                HasSubstr("Telephony_P2P_Enabled is not defined: no store holds it.\nFIPS mode is on: "));
+}

@@ -97,3 +97,17 @@ TEST_F(Tool, GetReadsAFileThatIsBrokenAsTheModuleDoes) {
     EXPECT_EQ(ended.out, "LocalFileConfigStore\tfalse\n");
     EXPECT_THAT(ended.error, testing::HasSubstr("is an invalid XML document"));
 }
+
+TEST_F(Tool, GetTakesAKeyWithBracketsLetterByLetter) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"[OnlyMine]", "brackets"}, {"OnlyMine", "none"}}));
+    EXPECT_EQ(run({"get", "[OnlyMine]"}).out, "brackets\n");
+}
+
+TEST_F(Tool, GetShowsNoControlCharacterOfAStoresName) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"PrimaryConfigStores", "a\xC2\x9B"
+                                                                            "b:240;"}}));
+    writeConfig("Cache/cacheda\xC2\x9B"
+                "b.xml",
+                "<c><g><Cached>1</Cached></g></c>");
+    EXPECT_EQ(run({"get", "Cached", "--show-origin"}).out, "cacheda\\x9bb.xml\t1\n");
+}

@@ -115,3 +115,31 @@ TEST_F(Tool, ListRemarksAUsersValueThatDoesNotWin) {
     EXPECT_THAT(run({"list", "Telephony_Enabled"}).out, HasSubstr("the user's value waits behind it"));
     EXPECT_THAT(run({"list", "DockedWindow"}).out, Not(HasSubstr("waits behind")));
 }
+
+TEST_F(Tool, ListTakesAPatternWithBracketsLetterByLetter) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"[a,b]", "1"}, {"a", "2"}, {"b", "3"}}));
+    EXPECT_THAT(keysOf(asJson({"list", "[a,b]"})), ElementsAre("[a,b]"));
+}
+
+TEST_F(Tool, ListOfNothingIsALineForPeople) {
+    const support::Ended ended = run({"list", "nothing*"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "No key matches.\n");
+}
+
+TEST_F(Tool, ListRemarksWhatIsSpecialAboutAKey) {
+    EXPECT_THAT(run({"list", "OnlyMine"}).out, HasSubstr("  user only\n"));
+    EXPECT_THAT(run({"list", "DockedWindow"}).out, HasSubstr("  overridden\n"));
+    EXPECT_THAT(run({"list", "BDIConnectionUsername"}).out, HasSubstr("  sensitive\n"));
+    EXPECT_THAT(run({"list", "TFTPPrimaryServer"}).out, HasSubstr("  found as TftpServer1\n"));
+    EXPECT_EQ(run({"set", "BDIConnectionUsername", "mine"}).status, 0);
+    EXPECT_THAT(run({"list", "BDIConnectionUsername"}).out,
+                HasSubstr("  the user's value waits behind it, sensitive\n"));
+}
+
+TEST_F(Tool, ListRemarksAnUndefinedKey) {
+    directory_.write("install/corvid-config-defaults.xml", localFile({}));
+    writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
+    writeConfig("corvidLocalConfig.xml", localFile({{"CtiServer1", "cti.example.org"}}));
+    EXPECT_THAT(run({"list", "--all", "CTIPrimaryServer"}).out, testing::EndsWith("  undefined\n"));
+}

@@ -120,15 +120,59 @@ TEST_F(Tool, TakesTheNameOfACommandAsAKey) {
 }
 
 TEST_F(Tool, TellsThatItsOutputCouldNotBeWritten) {
-    const support::Ended ended =
-        support::runProgram({"/bin/sh", "-c", "exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" list >/dev/full",
-                             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
-    EXPECT_EQ(ended.status, 1);
-    EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n");
+    std::map<std::string, std::string> entries;
+    for (int i = 0; i < 2000; ++i) {
+        entries["Key" + std::to_string(i)] = "value";
+    }
+    writeConfig("corvidLocalConfig.xml", localFile(entries));
+    for (const std::string words : {"get DockedWindow", "list", "--json list", "--help", "--version", "get --help"}) {
+        const support::Ended ended = support::runProgram(
+            {"/bin/sh", "-c", "exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" " + words + " >/dev/full",
+             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+        EXPECT_EQ(ended.status, 1) << words;
+        EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n") << words;
+    }
 }
 
 TEST_F(Tool, SurvivesAReaderThatGoesAway) {
     support::ChildProcess list(command({"list"}));
     list.stopReading();
     EXPECT_EQ(list.wait().status, 0);
+}
+
+TEST_F(Tool, TakesASwitchTwice) { EXPECT_EQ(run({"--json", "list", "--json", "--all", "--all"}).status, 0); }
+
+TEST_F(Tool, LeavesNothingOfABrokenDocumentOnStandardErrorWhereTheLogGoesToAFile) {
+    for (const char* const name : {"corvidLocalConfig.xml", "corvid-config-user.xml"}) {
+        writeConfig(name, "<Corvid>\n<a>\x1b[31ms3cret</b>");
+        const support::Ended ended = run({"--log-file", directory_.path("log"), "get", "ServicesDomain"});
+        EXPECT_EQ(ended.error, "");
+        EXPECT_THAT(directory_.read("log"), HasSubstr(std::string(name) + ":2: "));
+    }
+}
+
+TEST_F(Tool, ShowsNothingThatStandsInABrokenDocument) {
+    writeConfig("corvid-config-user.xml", "<c><g><Password>s3cret&s3cret;</Password><s3cret></g></c>\x1b[31m");
+    const support::Ended ended = run({"get", "ServicesDomain"});
+    EXPECT_THAT(ended.error, HasSubstr("corvid-config-user.xml:1: "));
+    EXPECT_THAT(ended.error, Not(HasSubstr("s3cret")));
+    EXPECT_THAT(ended.error, Not(HasSubstr("\x1b[31m")));
+    EXPECT_EQ(run({"--log-level", "2", "list", "nothing*"}).error, "");
+}
+
+TEST_F(Tool, TakesTheDirectoriesThatALinkAndTwoDotsLeadTo) {
+    directory_.write("elsewhere/corvidLocalConfig.xml", localFile({{"From", "elsewhere"}}));
+    directory_.write("elsewhere/corvid-config-defaults.xml", localFile({{"Default", "elsewhere"}}));
+    directory_.write("elsewhere/inner/file", "");
+    directory_.write("corvidLocalConfig.xml", localFile({{"From", "here"}}));
+    std::filesystem::create_directory_symlink(directory_.path("elsewhere/inner"), directory_.path("link"));
+    const std::string path = directory_.path("link/..");
+    const std::vector<std::string> words = {CORVIDCTL_PROGRAM, "--config-dir", path, "--install-dir", path, "get"};
+    const auto get = [&words](const std::string& key) {
+        std::vector<std::string> all = words;
+        all.push_back(key);
+        return support::runProgram(all).out;
+    };
+    EXPECT_EQ(get("From"), "elsewhere\n");
+    EXPECT_EQ(get("Default"), "elsewhere\n");
 }

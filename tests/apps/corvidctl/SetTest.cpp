@@ -114,3 +114,74 @@ TEST_F(Tool, UnsetThatFindsNothingEndsWithNought) {
     EXPECT_THAT(ended.out, HasSubstr("Nowhere is in no writable store; nothing to remove.\n"));
     EXPECT_EQ(files(), before);
 }
+
+TEST_F(Tool, SetTakesWordsWithBracketsLetterByLetter) {
+    for (const std::string value : {"[1]", "[]", "[a,b]", "{}", "%%", "++", "-"}) {
+        EXPECT_EQ(run({"set", "Odd", value}).status, 0) << value;
+        EXPECT_EQ(run({"get", "Odd"}).out, value + "\n");
+    }
+}
+
+TEST_F(Tool, SetSaysThatTheCurrentNameInTheSameStoreComesFirst) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"TFTPPrimaryServer", "current"}}));
+    EXPECT_EQ(run({"set", "TftpServer1", "old"}).out,
+              "TFTPPrimaryServer stored in LocalFileConfigStore.\n"
+              "It still reads as \"current\".\n"
+              "The value stands under the old name TftpServer1; what the store holds under TFTPPrimaryServer comes "
+              "first.\n");
+}
+
+TEST_F(Tool, SetSaysThatTheFipsRuleOutweighsTheValue) {
+    EXPECT_EQ(run({"--fips", "on", "set", "Telephony_P2P_Enabled", "true"}).out,
+              "Telephony_P2P_Enabled stored in LocalFileConfigStore.\n"
+              "It still reads as \"false\".\n");
+}
+
+TEST_F(Tool, SetOfASensitiveValueThatWinsIsNoSurprise) {
+    EXPECT_EQ(run({"set", "ConnectionPassword", "s3cret"}).out, "ConnectionPassword stored in LocalFileConfigStore.\n");
+}
+
+TEST_F(Tool, SetTellsWhatWillBeOnDiskWhereXmlCannotHoldAValue) {
+    const support::Ended ended = run({"set", "Odd", "a\x1b[31m"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: XML cannot hold every character of the value; on disk it is "
+                                       "\"a\xEF\xBF\xBD[31m\"\n"));
+    EXPECT_EQ(run({"get", "Odd"}).out, "a\xEF\xBF\xBD[31m\n");
+}
+
+TEST_F(Tool, SetTellsWhatWillBeOnDiskWhereXmlCannotHoldAKey) {
+    EXPECT_THAT(run({"set", "O\x01k", "v"}).error,
+                HasSubstr("corvidctl: XML cannot hold every character of the key; on disk it is \"O\xEF\xBF\xBDk\"\n"));
+    EXPECT_EQ(run({"get", "O\xEF\xBF\xBDk"}).out, "v\n");
+}
+
+TEST_F(Tool, SetShowsNoSensitiveValueThatXmlCannotHold) {
+    const support::Ended ended = run({"set", "ConnectionPassword", "s3cret\x01"});
+    EXPECT_THAT(ended.error, HasSubstr("on disk U+FFFD stands for them\n"));
+    EXPECT_THAT(ended.error, Not(HasSubstr("s3cret")));
+}
+
+TEST_F(Tool, SetGivesTheWinnersValueObjectWhereAnotherStoreWins) {
+    const json value = asJson({"set", "Telephony_Enabled", "maybe"});
+    EXPECT_EQ(value.at("value"), "true");
+    EXPECT_EQ(value.at("valueStoreName"), "TftpOverrideConfigStore");
+    EXPECT_EQ(value.at("isOverridden"), false);
+}
+
+TEST_F(Tool, UnsetOfAKeyThatNeverWasSaysSo) {
+    EXPECT_EQ(run({"unset", "Nowhere"}).out, "Nowhere is in no writable store; nothing to remove.\n"
+                                             "It is not defined.\n");
+}
+
+TEST_F(Tool, UnsetThatCannotReachTheDiskIsStatusOne) {
+    const std::string before = configFile("corvidLocalConfig.xml");
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c",
+         "trap '' XFSZ; ulimit -f 0; exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" unset DockedWindow",
+         CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_THAT(ended.error,
+                HasSubstr("corvidctl: DockedWindow could not be removed from " + directory_.path("config") + "\n"));
+    EXPECT_EQ(configFile("corvidLocalConfig.xml"), before);
+}

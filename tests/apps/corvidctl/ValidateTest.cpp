@@ -18,7 +18,7 @@ TEST_F(Tool, ValidateNamesTheKeysOfADocument) {
 TEST_F(Tool, ValidateShowsPeopleLinesValuesAndMarks) {
     const std::string file =
         directory_.write("a.xml", "<c>\n<g>\n<Alpha>1</Alpha>\n<Beta sensitive=\"true\">secret</Beta>\n</g>\n</c>\n");
-    EXPECT_EQ(run({"validate", file}).out, file + ": valid, a configuration document with 2 keys\n"
+    EXPECT_EQ(run({"validate", file}).out, file + ": valid, by its content a configuration document with 2 keys\n"
                                                   "LINE  KEY    VALUE         REMARKS\n"
                                                   "   3  alpha  1\n"
                                                   "   4  beta   VALUE_HIDDEN  sensitive\n");
@@ -78,4 +78,53 @@ TEST_F(Tool, ValidateFindsTheSampleProfileInOrder) {
         EXPECT_EQ(validation.at("warnings"), json::array());
         EXPECT_EQ(validation.at("errors"), json::array());
     }
+}
+
+TEST_F(Tool, ValidateTakesAFileNameWithBracketsLetterByLetter) {
+    const support::Ended ended = run({"validate", "[1]"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.error, "corvidctl: validate: FILE '[1]': expected a file that can be read\n");
+}
+
+TEST_F(Tool, ValidateTellsProblemsOnItsStandardOutputAlone) {
+    const std::vector<std::string> broken = {
+        "",          "<c>s3cret", "<c a='&s3cret;'>", "<c>\xFF</c>", "<?xml version='1.0' encoding='nowhere'?><c/>",
+        "\xFE\xFF<c"};
+    for (const std::string& document : broken) {
+        const support::Ended ended = run({"validate", directory_.write("a.xml", document)});
+        EXPECT_EQ(ended.error, "") << document;
+        EXPECT_THAT(ended.out, HasSubstr("error: ")) << document;
+    }
+}
+
+TEST_F(Tool, ValidateRefusesADocumentThatTheModuleReadsNoKeyFrom) {
+    writeConfig("corvidLocalConfig.xml", "<c><g><a>1</a></g></c>");
+    const std::string file = directory_.path("config/corvidLocalConfig.xml");
+    const json validation = asJson({"validate", file}, 1);
+    EXPECT_EQ(validation.at("valid"), false);
+    EXPECT_EQ(validation.at("keys"), json::array());
+    EXPECT_THAT(validation.at("errors").at(0).get<std::string>(), HasSubstr("read as a local file"));
+    EXPECT_THAT(run({"validate", file}).out, HasSubstr(file + ": not valid\nerror: line 1: no key is read from it"));
+}
+
+TEST_F(Tool, ValidateTellsWhatIsIgnored) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid>\n<other/><userConfig name='a' value='1'/></Corvid>");
+    EXPECT_EQ(asJson({"validate", directory_.path("config/corvidLocalConfig.xml")}).at("warnings"),
+              json::array({"line 2: element is ignored: other"}));
+}
+
+TEST_F(Tool, ValidateReadsADocumentUnderTheFipsRule) {
+    const std::string file =
+        directory_.write("a.xml", "<c><g><Telephony_P2P_Enabled>true</Telephony_P2P_Enabled></g></c>");
+    EXPECT_THAT(run({"--fips", "on", "validate", file}).out, HasSubstr("telephony_p2p_enabled  false\n"));
+    EXPECT_THAT(run({"--fips", "off", "validate", file}).out, HasSubstr("telephony_p2p_enabled  true\n"));
+}
+
+TEST_F(Tool, ValidateWithAMissingFileAmongGoodOnesIsWrongUseAndPrintsNothing) {
+    const std::string good = directory_.write("good.xml", "<c><g><a>1</a></g></c>");
+    const support::Ended ended = run({"validate", good, directory_.path("none.xml"), good});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error,
+              "corvidctl: validate: FILE '" + directory_.path("none.xml") + "': expected a file that can be read\n");
 }

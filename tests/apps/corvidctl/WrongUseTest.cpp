@@ -1,6 +1,7 @@
 #include "Tool.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -54,6 +55,46 @@ TEST_F(WrongUseTool, NamesTheArgumentThatIsTooMuch) {
     expectRefused({"report", "A"}, "report: unexpected argument 'A', expected: corvidctl report");
 }
 
+TEST_F(WrongUseTool, RefusesALogFileThatCannotBeOpened) {
+    const std::string line = ": expected a file that can be written";
+    const std::string dangling = directory_.path("dangling");
+    std::filesystem::create_symlink(directory_.path("nowhere/log"), dangling);
+    const std::string pipe = directory_.path("pipe");  // nobody reads it
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const std::string& file : {dangling, pipe, directory_.path(std::string(300, 'x')), directory_.path("new/")}) {
+        expectRefused({"--log-file", file, "set", "A", "b"}, "--log-file '" + file + "'" + line);
+    }
+}
+
+TEST_F(WrongUseTool, RefusesADirectoryInThePlaceOfAFileOfTheModule) {
+    const auto refuses = [this](const std::string& folder, const std::string& name, const std::string& option) {
+        const std::string path = directory_.path(folder + "/" + name);
+        std::filesystem::remove(path);
+        std::filesystem::create_directory(path);
+        expectRefused({"set", "A", "b"}, option + " '" + directory_.path(folder) + "': expected its " + name +
+                                             " to be a file that can be read");
+        std::filesystem::remove(path);
+    };
+    refuses("config", "corvidLocalConfig.xml", "--config-dir");
+    refuses("config", "corvid-config-user.xml", "--config-dir");
+    refuses("install", "corvid-config-defaults.xml", "--install-dir");
+    refuses("install", "bootstrap.properties", "--install-dir");
+}
+
+TEST_F(WrongUseTool, RefusesAnUnreadableFileOfTheModule) {
+    if (geteuid() == 0) {
+        GTEST_SKIP() << "the superuser can read every file";
+    }
+    const std::string path = directory_.path("config/corvidLocalConfig.xml");
+    const std::map<std::string, std::string> before = files();
+    ASSERT_EQ(chmod(path.c_str(), 0), 0);
+    const support::Ended ended = run({"set", "A", "b"});
+    ASSERT_EQ(chmod(path.c_str(), 0600), 0);
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_THAT(ended.error, testing::HasSubstr("expected its corvidLocalConfig.xml to be a file that can be read"));
+    EXPECT_EQ(files(), before);
+}
+
 TEST_F(WrongUseTool, RefusesAnEmptyKey) {
     expectRefused({"get", ""}, "get: KEY is empty, expected the name of a key");
     expectRefused({"explain", ""}, "explain: KEY is empty, expected the name of a key");
@@ -78,6 +119,20 @@ TEST_F(WrongUseTool, RefusesAnOptionWhoseValueIsMissing) {
     expectRefused({"--log-level", "", "set", "A", "b"}, "--log-level '': expected a number from 2 to 5");
     expectRefused({"--log-level=", "set", "A", "b"}, "--log-level is empty, expected a value");
     expectRefused({"--config-dir=", "list", "stores"}, "--config-dir is empty, expected a value");
+}
+
+TEST_F(WrongUseTool, SaysWhichValueOfAnOptionIsMissing) {
+    expectRefused({"set", "A", "b", "--log-level"}, "--log-level: N is missing, expected: --log-level N");
+    expectRefused({"list", "--store"}, "--store: NAME is missing, expected: --store NAME");
+    expectRefused({"list", "--store", "--", "a"}, "--store: NAME is missing, expected: --store NAME");
+}
+
+TEST_F(WrongUseTool, RefusesAnOptionThatIsGivenTwice) {
+    expectRefused({"--fips", "on", "--fips=off", "list"}, "--fips is given twice, expected it once");
+}
+
+TEST_F(WrongUseTool, RefusesAValueForASwitch) {
+    expectRefused({"--json=maybe", "list"}, "'--json=maybe': expected --json without a value");
 }
 
 TEST_F(WrongUseTool, RefusesAnUnknownFipsMode) {

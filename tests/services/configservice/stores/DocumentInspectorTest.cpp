@@ -79,6 +79,65 @@ TEST_F(Inspector, RecognisesTheLocalForm) {
                 testing::ElementsAre("3: entry without a name is ignored", "4: duplicate key is ignored: key"));
 }
 
+TEST_F(Inspector, ReadsAFileInTheFormOfItsName) {
+    EXPECT_EQ(formOfFile("CORVIDlocalConfig.xml"), Form::Local);
+    EXPECT_EQ(formOfFile("corvid-config-defaults.XML"), Form::Local);
+    EXPECT_EQ(formOfFile("corvid-config-user.xml"), Form::Server);
+    EXPECT_EQ(formOfFile("Corvid-Config.xml"), Form::Server);
+    EXPECT_EQ(formOfFile("cachedTFTPConfigStore.xml"), Form::Server);
+    EXPECT_EQ(formOfFile("CACHEDa.XML"), Form::Server);
+    EXPECT_EQ(formOfFile("cached.xml"), std::nullopt);
+    EXPECT_EQ(formOfFile("cachedTFTPConfigStore.txt"), std::nullopt);
+    EXPECT_EQ(formOfFile("document.xml"), std::nullopt);
+}
+
+TEST_F(Inspector, RefusesGroupsOfEntriesInALocalFile) {
+    const auto report = inspect("<r>\n<G><A>1</A></G></r>", "corvidLocalConfig.xml");
+    EXPECT_FALSE(report.valid);
+    EXPECT_EQ(report.form, Form::Local);
+    EXPECT_FALSE(report.formIsGuessed);
+    EXPECT_TRUE(report.entries.empty());
+    EXPECT_THAT(told(report.errors),
+                testing::ElementsAre("1: no key is read from it: a file of this name is read as a local file, of "
+                                     "\"userConfig\" elements, and this one has groups of entries"));
+}
+
+TEST_F(Inspector, RefusesLocalEntriesInAConfigurationDocument) {
+    const auto report = inspect("<Corvid><userConfig name='a' value='1'/></Corvid>", "corvid-config-user.xml");
+    EXPECT_FALSE(report.valid);
+    EXPECT_EQ(report.form, Form::Server);
+    EXPECT_TRUE(report.entries.empty());
+    EXPECT_THAT(told(report.errors),
+                testing::ElementsAre("1: no key is read from it: a file of this name is read as a configuration "
+                                     "document, of groups of entries, and this one has \"userConfig\" elements"));
+}
+
+TEST_F(Inspector, TakesAnEmptyDocumentInAnyPlace) {
+    for (const char* const name : {"corvidLocalConfig.xml", "corvid-config-user.xml", "document.xml"}) {
+        EXPECT_TRUE(inspect("<Corvid/>", name).valid) << name;
+    }
+}
+
+TEST_F(Inspector, SaysWhenItGuessedTheForm) {
+    EXPECT_TRUE(inspect("<r><userConfig name='a' value='1'/></r>").formIsGuessed);
+    EXPECT_FALSE(inspectDocument(write("document.xml", "<r><G><A>1</A></G></r>"), Form::Server).formIsGuessed);
+}
+
+TEST_F(Inspector, WarnsOfWhatIsIgnoredInALocalFile) {
+    const auto report = inspect("<Corvid>\n<other><deep/></other>\n<box>\n<userConfig name='a' value='1'>\n"
+                                "<x/></userConfig>\n</box>lost</Corvid>");
+    EXPECT_EQ(report.entries.size(), 1u);
+    EXPECT_THAT(told(report.warnings),
+                testing::ElementsAre("1: text is ignored in: Corvid", "2: element is ignored: other",
+                                     "5: element is ignored: x"));
+}
+
+TEST_F(Inspector, WarnsOfTextBesideGroupsAndEntries) {
+    const auto report = inspect("<r>lost\n<G>lost<A>1</A></G>\n<H><!-- no text -->\n<B>2</B></H></r>");
+    EXPECT_EQ(report.entries.size(), 2u);
+    EXPECT_THAT(told(report.warnings), testing::ElementsAre("1: text is ignored in: r", "2: text is ignored in: G"));
+}
+
 TEST_F(Inspector, MovesTheVoicemailKeyAsTheStoreOfThatFileWould) {
     const std::string document = "<r><userConfig name='VVM_Mailstore_Server_0' value='h'/></r>";
     EXPECT_EQ(inspect(document, "corvidLocalConfig.xml").entries.at(0).key, L"VoicemailPrimaryServer");

@@ -13,6 +13,8 @@
 
 namespace {
 
+using Form = DocumentReport::Form;
+
 int lineOf(const xmlNode* node) { return static_cast<int>(xmlGetLineNo(node)); }
 
 std::string nameOf(const xmlNode* node) { return reinterpret_cast<const char*>(node->name); }
@@ -26,9 +28,36 @@ bool hasElementChild(const xmlNode* node) {
     return false;
 }
 
+bool isText(const xmlNode* node) {
+    const bool isOne =
+        node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE || node->type == XML_ENTITY_REF_NODE;
+    return isOne && xmlIsBlankNode(node) == 0;
+}
+
 bool hasText(const xmlNode* node) {
     for (const xmlNode* child = node->children; child != nullptr; child = child->next) {
-        if (child->type != XML_COMMENT_NODE && child->type != XML_PI_NODE && xmlIsBlankNode(child) == 0) {
+        if (isText(child)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool holdsLocalEntry(const xmlNode* top) {
+    if (LocalFileFormat::isEntry(top)) {
+        return true;
+    }
+    for (const xmlNode* child = top->children; child != nullptr; child = child->next) {
+        if (child->type == XML_ELEMENT_NODE && holdsLocalEntry(child)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool holdsServerEntry(const xmlNode* root) {
+    for (const xmlNode* group = root->children; group != nullptr; group = group->next) {
+        if (group->type == XML_ELEMENT_NODE && hasElementChild(group)) {
             return true;
         }
     }
@@ -45,30 +74,46 @@ public:
     Inspection(std::shared_ptr<xmlDoc> document, std::string fileName, DocumentReport& report)
         : document_(std::move(document)), fileName_(std::move(fileName)), report_(report) {}
 
-    void run() {
+    void run(std::optional<Form> form) {
         xmlNode* const root = xmlDocGetRootElement(document_.get());
-        if (holdsLocalEntry(root)) {
-            report_.form = DocumentReport::Form::Local;
+        report_.formIsGuessed = !form;
+        report_.form = form.value_or(holdsLocalEntry(root) ? Form::Local : Form::Server);
+        if (report_.form == Form::Local) {
             inspectLocalFile(root);
         } else {
             inspectGroups(root);
         }
+        if (report_.entries.empty()) {
+            noticeOtherForm(root);
+        }
     }
 
 private:
-    static bool holdsLocalEntry(const xmlNode* root) {
-        for (const xmlNode* node = root; node != nullptr; node = nextXmlNode(node, root)) {
-            if (LocalFileFormat::isEntry(node)) {
-                return true;
-            }
+    void noticeOtherForm(const xmlNode* root) {
+        if (report_.form == Form::Local && holdsServerEntry(root)) {
+            refuse(root, "no key is read from it: a file of this name is read as a local file, of \"userConfig\" "
+                         "elements, and this one has groups of entries");
+        } else if (report_.form == Form::Server && holdsLocalEntry(root)) {
+            refuse(root, "no key is read from it: a file of this name is read as a configuration document, of groups "
+                         "of entries, and this one has \"userConfig\" elements");
         }
-        return false;
     }
 
-    void inspectLocalFile(const xmlNode* root) {
-        for (const xmlNode* node = root; node != nullptr; node = nextXmlNode(node, root)) {
-            if (LocalFileFormat::isEntry(node)) {
-                inspectLocalEntry(node);
+    void inspectLocalFile(const xmlNode* node) {
+        if (LocalFileFormat::isEntry(node)) {
+            inspectLocalEntry(node);
+        }
+        if (hasText(node)) {
+            warn(node, "text is ignored in: " + nameOf(node));
+        }
+        for (const xmlNode* child = node->children; child != nullptr; child = child->next) {
+            if (child->type != XML_ELEMENT_NODE) {
+                continue;
+            }
+            if (holdsLocalEntry(child)) {
+                inspectLocalFile(child);
+            } else {
+                warn(child, "element is ignored: " + nameOf(child));
             }
         }
     }
@@ -83,12 +128,18 @@ private:
     }
 
     void inspectGroups(const xmlNode* root) {
+        if (hasText(root)) {
+            warn(root, "text is ignored in: " + nameOf(root));
+        }
         for (xmlNode* group = root->children; group != nullptr; group = group->next) {
             if (group->type != XML_ELEMENT_NODE) {
                 continue;
             }
-            if (!hasElementChild(group) && hasText(group)) {
-                warn(group, "element outside a group gives no key and its text is lost: " + nameOf(group));
+            if (hasText(group)) {
+                const char* const what = hasElementChild(group)
+                                             ? "text is ignored in: "
+                                             : "element outside a group gives no key and its text is lost: ";
+                warn(group, what + nameOf(group));
             }
             inspectGroup(group);
         }
@@ -127,6 +178,11 @@ private:
         return false;
     }
 
+    void refuse(const xmlNode* node, std::string text) {
+        report_.valid = false;
+        report_.errors.push_back({lineOf(node), 0, std::move(text)});
+    }
+
     void warn(const xmlNode* node, std::string text) { report_.warnings.push_back({lineOf(node), 0, std::move(text)}); }
 
     const std::shared_ptr<xmlDoc> document_;
@@ -137,7 +193,24 @@ private:
 
 }  // namespace
 
-DocumentReport inspectDocument(const std::string& path) {
+std::optional<Form> formOfFile(const std::string& fileName) {
+    const auto is = [&fileName](const std::string& name) {
+        return QuillCoreUtils::caseInsensitiveStringEquals(fileName, name);
+    };
+    const std::string name = QuillCoreUtils::toLowercase(fileName);
+    const bool isCache = name.rfind("cached", 0) == 0 && name.size() > 10 && name.substr(name.size() - 4) == ".xml";
+    if (is(ConfigStoreConstants::LOCAL_FILE_CONFIG_STORE_FILE_NAME) ||
+        is(ConfigStoreConstants::DEFAULT_CONFIG_STORE_FILE_NAME)) {
+        return Form::Local;
+    }
+    if (isCache || is(ConfigStoreConstants::TFTP_OVERRIDE_FILE_NAME) ||
+        is(ConfigStoreConstants::LEGACY_TFTP_CACHE_FILE_NAME)) {
+        return Form::Server;
+    }
+    return std::nullopt;
+}
+
+DocumentReport inspectDocument(const std::string& path, std::optional<Form> form) {
     DocumentReport report;
     if (!QuillCoreUtils::FileUtils::fileExists(path)) {
         report.errors.push_back({0, 0, "file does not exist"});
@@ -151,7 +224,8 @@ DocumentReport inspectDocument(const std::string& path) {
         findings.push_back({problem.line, problem.column, std::move(problem.text)});
     }
     if (report.valid) {
-        Inspection(document, QuillCoreUtils::FileUtils::getFileName(path), report).run();
+        const std::string fileName = QuillCoreUtils::FileUtils::getFileName(path);
+        Inspection(document, fileName, report).run(form ? form : formOfFile(fileName));
     } else if (report.errors.empty()) {
         report.errors.push_back({0, 0, "file cannot be read as a document"});
     }

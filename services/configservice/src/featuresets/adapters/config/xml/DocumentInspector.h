@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,14 +25,22 @@ struct DocumentReport {
         std::string text;
     };
 
-    bool valid = false;  ///< true if the file can be read as a document
+    bool valid = false;  ///< true if the file can be read as a document, and has the form that its place asks for
     Form form = Form::Server;
+    bool formIsGuessed = false;  ///< the form was recognised by what stands in the document
     std::vector<Entry> entries;  ///< one for each key, in document order
     std::vector<Finding> warnings;
     std::vector<Finding> errors;
 };
 
-/// Reads a file as the stores would, recognising its form by what stands in it: any "userConfig" element makes it a
-/// local file. The file is neither moved nor changed. Any thread.
+/// The form in which this system reads a file of this name, whatever stands in it; nothing for other names. Case does
+/// not count.
+/// @param fileName UTF-8, without a folder.
+std::optional<DocumentReport::Form> formOfFile(const std::string& fileName);
+
+/// Reads a file as the stores would. The file is neither moved nor changed. Any thread.
 /// @param path UTF-8. A file of the name "corvid-config-defaults.xml" is read as the installation's defaults are.
-DocumentReport inspectDocument(const std::string& path);
+/// @param form the form to read it in; nothing: that of its name (formOfFile()), else what stands in it decides: any
+///        "userConfig" element makes it a local file. A document that gives no key in this form, but would in the
+///        other, is not valid.
+DocumentReport inspectDocument(const std::string& path, std::optional<DocumentReport::Form> form = std::nullopt);

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <array>
+#include <ostream>
+#include <streambuf>
+
+namespace corvidctl {
+
+/// Writes to a file descriptor and remembers why that failed, which the standard streams forget.
+class DescriptorBuffer : public std::streambuf {
+public:
+    /// @param descriptor stays open and the caller's.
+    explicit DescriptorBuffer(int descriptor);
+    ~DescriptorBuffer() override;
+
+    DescriptorBuffer(const DescriptorBuffer&) = delete;
+    DescriptorBuffer& operator=(const DescriptorBuffer&) = delete;
+
+    /// The errno of the first write that failed, after which nothing more is written; 0 if none did.
+    int failure() const { return failure_; }
+
+protected:
+    int_type overflow(int_type character) override;
+    int sync() override;
+
+private:
+    bool writeOut();
+
+    const int descriptor_;
+    int failure_ = 0;
+    std::array<char, 8192> buffer_{};
+};
+
+/// A stream onto a file descriptor.
+class DescriptorStream : public std::ostream {
+public:
+    explicit DescriptorStream(int descriptor) : std::ostream(nullptr), buffer_(descriptor) { rdbuf(&buffer_); }
+
+    /// Writes what is held back. @return the errno of the first write that failed, ever; 0 if none did.
+    int finish();
+
+private:
+    DescriptorBuffer buffer_;
+};
+
+}  // namespace corvidctl

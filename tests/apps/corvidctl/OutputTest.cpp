@@ -1,0 +1,89 @@
+#include "Output.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <sstream>
+
+#include "DescriptorStream.h"
+#include "Json.h"
+#include "fakes/TemporaryDirectory.h"
+
+using namespace corvidctl;
+
+namespace {
+
+ChangeView change() {
+    ChangeView view;
+    view.value.key = "Key";
+    view.value.value = "new";
+    view.value.isDefined = true;
+    view.value.valueStoreName = "TheStore";
+    view.changed = {"value", "valueStoreName"};
+    return view;
+}
+
+std::string printed(const ChangeView& view, bool colours = false) {
+    std::ostringstream out;
+    std::ostringstream error;
+    Output output{out, error, colours, false};
+    printChange(output, view);
+    return out.str();
+}
+
+}  // namespace
+
+TEST(Output, PrintsAChangeOnOneLine) {
+    EXPECT_EQ(printed(change()), "Key = \"new\", from TheStore  (changed: value, valueStoreName)\n");
+}
+
+TEST(Output, PrintsTheChangeOfAKeyThatHasGone) {
+    ChangeView view = change();
+    view.value.value = "";
+    view.value.valueStoreName = "";
+    EXPECT_EQ(printed(view), "Key = not defined  (changed: value, valueStoreName)\n");
+}
+
+TEST(Output, LetsNoChangeForgeALine) {
+    ChangeView view = change();
+    view.value.key = "K\ney";
+    view.value.value = "\x1b[31m";
+    view.value.valueStoreName = "a\xC2\x9B";
+    EXPECT_EQ(printed(view), "K\\ney = \"\\x1b[31m\", from a\\x9b  (changed: value, valueStoreName)\n");
+}
+
+TEST(Output, ColoursAChangeOnRequest) {
+    EXPECT_EQ(printed(change(), true), "\x1b[1mKey\x1b[0m = \"new\", from TheStore  \x1b[2m(changed: value, "
+                                       "valueStoreName)\x1b[0m\n");
+}
+
+TEST(Output, PrintsAnErrorAfterWhatWasPrintedBefore) {
+    const fakes::TemporaryDirectory directory;
+    const int file = open(directory.path("both").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    {
+        DescriptorStream out(file);
+        DescriptorStream error(file);
+        Output output{out, error, false, false};
+        out << "first\n";
+        printError(output, "second");
+    }
+    close(file);
+    EXPECT_EQ(directory.read("both"), "first\ncorvidctl: second\n");
+}
+
+TEST(Json, GivesAChangeOnOneLine) {
+    EXPECT_EQ(json::change(change()),
+              "{\"key\":\"Key\",\"value\":\"new\",\"originalValue\":\"\",\"isOverridden\":false,\"isDefined\":true,"
+              "\"valueStoreName\":\"TheStore\",\"originalValueStoreName\":\"\",\"isSensitive\":false,"
+              "\"changed\":[\"value\",\"valueStoreName\"]}");
+}
+
+TEST(Json, EscapesEveryControlCharacter) {
+    EXPECT_EQ(json::report("a\x1b\x7f\xC2\x9B\xC2\x80\xC2\x9F\n"),
+              "{\n  \"report\": \"a\\u001b\\u007f\\u009b\\u0080\\u009f\\n\"\n}");
+}
+
+TEST(Json, KeepsWhatPeopleWrite) {
+    EXPECT_EQ(json::report("\xC2\xA0\xC3\xA4\xE2\x82\xAC"), "{\n  \"report\": \"\xC2\xA0\xC3\xA4\xE2\x82\xAC\"\n}");
+}
