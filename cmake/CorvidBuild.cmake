@@ -15,9 +15,14 @@ if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE RelWithDebInfo)
 endif()
 
+# Paths below the source folder count relatively, so that a fresh clone finds what another has compiled; the sloppiness
+# is what precompiled headers need.
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    ${CMAKE_COMMAND} -E env
+    CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+    ${CCACHE_PROGRAM})
 endif()
 
 set(CORVID_SANITIZERS "" CACHE STRING "Sanitizers of this build, as -fsanitize takes them")

@@ -7,7 +7,7 @@
 #include <new>
 #include <string_view>
 
-#include "StoreTestSupport.h"
+#include "../stores/StoreTestSupport.h"
 #include "chain/SensitiveKeySecuringUtility.h"
 
 namespace {
