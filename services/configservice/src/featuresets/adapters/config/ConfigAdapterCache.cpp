@@ -3,6 +3,7 @@
 #include "ConfigAdapter.h"
 #include "ConfigStoreConstants.h"
 #include "PriorityList.h"
+#include "chain/CacheFiles.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 #include "remote/TftpConfigStore.h"
@@ -12,21 +13,10 @@ using QuillCoreUtils::FileUtils;
 
 namespace {
 
-constexpr std::int32_t URL_PROVISIONING_PRIORITY = 499;
 constexpr std::int32_t DEFAULT_CACHED_PRIORITY = 240;
 
 /// Kept apart from the one above: addCachedConfigStores() has always had this number.
 constexpr std::int32_t DEFAULT_LISTED_PRIORITY = 40;
-
-std::string cacheDirectory() {
-    return FileUtils::getConfigDirectory() + FileUtils::FileSeparator() +
-           ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
-}
-
-/// The name of a store's cached copy, in the chain and in the cache directory alike.
-std::string cachedName(const std::string& storeName) { return "cached" + storeName + ".xml"; }
-
-std::string cachePath(const std::string& fileName) { return cacheDirectory() + FileUtils::FileSeparator() + fileName; }
 
 bool beginsWith(const std::string& name, const std::wstring& prefix) {
     return QuillCoreUtils::caseInsensitiveFind(QuillCoreUtils::toWideString(name), prefix) == 0;
@@ -64,7 +54,7 @@ ConfigMap ConfigAdapter::getCachedConfigStorePrioityMap(const std::wstring& list
 
 int ConfigAdapter::getNumCacheStores() {
     std::vector<std::string> files;
-    FileUtils::getFilesFromDirectory(cacheDirectory(), ".xml", files);
+    FileUtils::getFilesFromDirectory(CacheFiles::directory(), ".xml", files);
     return static_cast<int>(files.size());
 }
 
@@ -84,9 +74,9 @@ void ConfigAdapter::InitialiseCachedConfigStores() {
     if (presence != entries.end()) {
         initialiseCachedPresenceStore(presence->first, presence->second);
     }
-    configStoreManager_->addStore(std::make_shared<CacheConfigStore>(
-        ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME, URL_PROVISIONING_PRIORITY,
-        cachePath(cachedName(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME))));
+    configStoreManager_->addStore(
+        std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
+                                           CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath()));
 }
 
 void ConfigAdapter::initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority) {
@@ -99,8 +89,8 @@ void ConfigAdapter::initialiseCachedPresenceStore(const std::wstring& storeName,
 }
 
 void ConfigAdapter::addCachedConfigStore(std::string storeName, int priority) {
-    const std::string name = cachedName(storeName);
-    configStoreManager_->addStore(std::make_shared<CacheConfigStore>(name, priority, cachePath(name)));
+    const std::string name = CacheFiles::nameFor(storeName);
+    configStoreManager_->addStore(std::make_shared<CacheConfigStore>(name, priority, CacheFiles::path(name)));
 }
 
 void ConfigAdapter::addCachedConfigStores(const std::wstring& list) {
@@ -163,10 +153,10 @@ void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigSto
     ConfigMap values;
     copyAllStoreValues(store, values);
     updateCacheStorePriority(store->getName(), store->getCachedPriority());
-    const std::string name = cachedName(store->getName());
+    const std::string name = CacheFiles::nameFor(store->getName());
     // Made for the file that its constructor writes; it never joins the chain, so its priority has no effect.
-    const CacheConfigStore writer(name, ConfigStore::twoHundredBehind(store->getCachedPriority()), cachePath(name),
-                                  values);
+    const CacheConfigStore writer(name, ConfigStore::twoHundredBehind(store->getCachedPriority()),
+                                  CacheFiles::path(name), values);
     if (configStoreManager_->containsStore(name)) {
         configStoreManager_->removeStoreWithSameName(name);
     }
@@ -205,7 +195,7 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
         return false;
     }
     bool removed = false;
-    const std::shared_ptr<ConfigStore> copy = configStoreManager_->findStore(cachedName(name));
+    const std::shared_ptr<ConfigStore> copy = configStoreManager_->findStore(CacheFiles::nameFor(name));
     if (copy != nullptr && configStoreManager_->removeStoreWithSameName(copy->getName())) {
         removed = true;
         // The store's own spelling, not the caller's: the file was written under that.

@@ -1,19 +1,13 @@
 #include "chain/ConfigStoreManager.h"
 
 #include "ConfigStoreConstants.h"
+#include "chain/CacheFiles.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 
 namespace {
 
 bool sameName(const std::string& a, const std::string& b) { return QuillCoreUtils::caseInsensitiveStringEquals(a, b); }
-
-std::string cacheNameOf(const std::string& storeName) { return "cached" + storeName + ".xml"; }
-
-std::string cacheFolder() {
-    return QuillCoreUtils::FileUtils::getConfigDirectory() + QuillCoreUtils::FileUtils::FileSeparator() +
-           ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
-}
 
 /// The store made from a link has a file, although it says that it is not to be cached.
 bool hasCacheFile(ConfigStore& store) {
@@ -97,7 +91,7 @@ bool ConfigStoreManager::removeStoreWithSameName(const std::string& name) {
     }
     if (hasCacheFile(*store)) {
         // The store's own spelling, not the caller's: the file was written under that.
-        removeCacheFile(cacheNameOf(store->getName()));
+        removeCacheFile(CacheFiles::nameFor(store->getName()));
     }
     chain_.erase(store);
     notifyObservers(store);
@@ -111,7 +105,7 @@ void ConfigStoreManager::removeStoreOnDuplicateAdded(const std::string& name) {
     while (const std::shared_ptr<ConfigStore> store = chain_.at(index)) {
         if (sameName(store->getName(), name)) {
             if (store->shouldCacheConfigStore()) {
-                removeStoreOnDuplicateAdded(cacheNameOf(store->getName()));
+                removeStoreOnDuplicateAdded(CacheFiles::nameFor(store->getName()));
             }
             // This very store: the removal of its copy may have moved it to another place.
             chain_.erase(store);
@@ -122,7 +116,7 @@ void ConfigStoreManager::removeStoreOnDuplicateAdded(const std::string& name) {
 
 bool ConfigStoreManager::removeCacheFile(const std::string& fileName) {
     const StoreChain::Lock lock(chain_);
-    const std::string path = cacheFolder() + QuillCoreUtils::FileUtils::FileSeparator() + fileName;
+    const std::string path = CacheFiles::path(fileName);
     const bool exists = QuillCoreUtils::FileUtils::fileExists(path);
     if (exists) {
         QuillCoreUtils::FileUtils::removeFile(path);
@@ -132,7 +126,7 @@ bool ConfigStoreManager::removeCacheFile(const std::string& fileName) {
 
 void ConfigStoreManager::removeAllCachedConfigStores() {
     std::vector<std::string> files;
-    QuillCoreUtils::FileUtils::getFilesFromDirectory(cacheFolder(), "xml", files);
+    QuillCoreUtils::FileUtils::getFilesFromDirectory(CacheFiles::directory(), "xml", files);
     for (const std::string& file : files) {
         const std::string fileName = QuillCoreUtils::FileUtils::getFileName(file);
         removeStoreWithSameName(fileName);

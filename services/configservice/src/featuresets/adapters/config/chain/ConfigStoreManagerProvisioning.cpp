@@ -3,23 +3,13 @@
 #include <algorithm>
 
 #include "ConfigStoreConstants.h"
-#include "quill/FileUtils.h"
+#include "chain/CacheFiles.h"
 #include "quill/StringUtils.h"
 #include "stores/CacheConfigStore.h"
 
 namespace {
 
 constexpr std::size_t LINK_LENGTH_LIMIT = 1000;
-
-/// One place ahead of the installer's file.
-constexpr std::int32_t PRIORITY = 499;
-
-std::string provisioningFile() {
-    const std::string separator = QuillCoreUtils::FileUtils::FileSeparator();
-    return QuillCoreUtils::FileUtils::getConfigDirectory() + separator +
-           ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING + separator + "cached" +
-           ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME + ".xml";
-}
 
 /// What follows the first question mark; empty if there is nothing to parse.
 std::wstring queryOf(const std::wstring& url) {
@@ -75,8 +65,9 @@ bool ConfigStoreManager::setUrlProvisioningData(const std::wstring& url) {
     if (!parseUrlProvisioningData(url, values)) {
         return false;
     }
-    addStore(std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME, PRIORITY,
-                                                provisioningFile(), values));
+    addStore(std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
+                                                CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath(),
+                                                values));
     storeValue(ConfigStoreConstants::ALLOW_URL_PROVISIONING_KEY, L"False");
     return true;
 }
