@@ -102,6 +102,17 @@ TEST_F(ConfigValueTest, ShowsAnObserverOfTheValueTheFormerStateBesideIt) {
     EXPECT_THAT(seen, ElementsAre(L"v", L"original", L"Local", L"Server"));
 }
 
+TEST_F(ConfigValueTest, UpdateChangesEachPropertyOnlyAfterTheOneBeforeItWasTold) {
+    std::vector<int> changedSoFar;
+    observer->hook = [&](const std::string&) {
+        changedSoFar.push_back((object->getValue() == L"v") + (object->getOriginalValue() == L"o") +
+                               !object->getisOverridden() + !object->getisDefined() +
+                               (object->getValueStoreName() == L"s") + (object->getOriginalValueStoreName() == L"t"));
+    };
+    object->update(L"v", L"o", false, false, L"s", L"t");
+    EXPECT_THAT(changedSoFar, ElementsAre(1, 2, 3, 4, 5, 6));
+}
+
 TEST_F(ConfigValueTest, SilentUpdateTakesTheStateInAndTellsNothing) {
     object->silentUpdate(L"v", L"o", false, true, L"s", L"t");
     EXPECT_THAT(observer->told, IsEmpty());
@@ -208,6 +219,28 @@ TEST_F(ConfigValueTest, AMarkMadeWhileItsObserversAreToldIsLost) {
     // The mark of the original value was made before its turn came, so it is told in the same round.
     EXPECT_THAT(takeTold(), ElementsAre("Value", "OriginalValue"));
     EXPECT_EQ(object->getValue(), L"w");
+    object->fireRequired();
+    EXPECT_THAT(takeTold(), IsEmpty());
+}
+
+TEST_F(ConfigValueTest, EveryPropertyLosesAMarkMadeWhileItsObserversAreTold) {
+    const auto changed = [](const char* told, const std::string& property, const wchar_t* now, const wchar_t* next) {
+        return std::wstring(told == property ? next : now);
+    };
+    // Each notification marks its own property anew and leaves the others as they are.
+    observer->hook = [&](const std::string& property) {
+        object->silentUpdate(
+            changed("Value", property, object->getValue().c_str(), L"w"),
+            changed("OriginalValue", property, object->getOriginalValue().c_str(), L"w"),
+            object->getisOverridden() != (property == "isOverridden"), true,
+            changed("ValueStoreName", property, object->getValueStoreName().c_str(), L"w"),
+            changed("OriginalValueStoreName", property, object->getOriginalValueStoreName().c_str(), L"w"));
+    };
+    object->silentUpdate(L"v", L"v", false, true, L"v", L"v");
+    object->fireRequired();
+    EXPECT_THAT(takeTold(),
+                ElementsAre("Value", "OriginalValue", "isOverridden", "ValueStoreName", "OriginalValueStoreName"));
+    EXPECT_EQ(object->getOriginalValueStoreName(), L"w");
     object->fireRequired();
     EXPECT_THAT(takeTold(), IsEmpty());
 }
