@@ -12,6 +12,8 @@ class SystemMonitor;
 
 namespace platform {
 
+class HttpTransport;
+
 /// Runs functions beside the dispatcher thread.
 class ThreadPool {
 public:
@@ -24,12 +26,13 @@ public:
 /// Everything outside the process that the platform's free functions reach: the one place that a host sets up before
 /// it injects a module, and that a test replaces.
 struct World {
-    std::string configDirectory;        ///< the user's configuration directory, no trailing separator
-    std::string installationDirectory;  ///< where the installed data files lie, no trailing separator
-    std::string bootstrapFilePath;      ///< the bootstrap properties file
-    std::function<bool()> fipsMode;     ///< asked at each FipsUtils::isFipsEnabled(); empty means off
-    std::shared_ptr<ThreadPool> threadPool;                               ///< null: ThreadUtils drops its work
-    std::shared_ptr<TesselSystemMonitor::SystemMonitor> systemMonitor;    ///< null: a monitor that never reports
+    std::string configDirectory;             ///< the user's configuration directory, no trailing separator
+    std::string installationDirectory;       ///< where the installed data files lie, no trailing separator
+    std::string bootstrapFilePath;           ///< the bootstrap properties file
+    std::function<bool()> fipsMode;          ///< asked at each FipsUtils::isFipsEnabled(); empty means off
+    std::shared_ptr<ThreadPool> threadPool;  ///< null: ThreadUtils drops its work
+    std::shared_ptr<TesselSystemMonitor::SystemMonitor> systemMonitor;  ///< null: a monitor that never reports
+    std::shared_ptr<HttpTransport> httpTransport;                       ///< null: every transfer fails
 };
 
 /// Sets the world of this process. Callers that are under way finish with the old one. Any thread.

@@ -8,6 +8,7 @@
 #include "InjectConfigService.h"
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
+#include "remote/DownloadJournal.h"
 
 namespace {
 
@@ -30,6 +31,7 @@ private:
 
 ConfigAdapter::ConfigAdapter(const std::shared_ptr<UnifiedFactory>& factory)
     : factory_(factory),
+      downloadJournal_(std::make_shared<DownloadJournal>()),
       configStoreManager_(std::make_shared<ConfigStoreManager>(factory)),
       configService_(std::dynamic_pointer_cast<ConfigServiceImpl>(factory->getService<ConfigService>())),
       reportGate_(std::make_shared<ReportGate>(factory->getServicesDispatcher())) {

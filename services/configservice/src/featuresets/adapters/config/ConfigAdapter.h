@@ -26,6 +26,7 @@
 #include "unified/UnifiedFactory.h"
 
 class ConfigServiceImpl;
+class DownloadJournal;
 class LocalFileConfigStore;
 class TftpConfigStore;
 
@@ -151,6 +152,9 @@ public:
     /// The remote store while its source is on, else null; for the tool and for tests that look inside.
     std::shared_ptr<TftpConfigStore> getTftpConfigStore() const { return tftpConfigStore_.get(); }
 
+    /// What the downloads of this adapter's remote stores have done, one after the other; never null.
+    const std::shared_ptr<DownloadJournal>& getDownloadJournal() const { return downloadJournal_; }
+
 private:
     using Connection = std::weak_ptr<PropertyNotifierConnection>;
     using Operation = void (ConfigAdapter::*)();
@@ -226,6 +230,7 @@ private:
     std::wstring lastLoadedUserProfile_;  // under featureSetMutex_
     std::atomic<bool> resetDataCallbackRegistered_ = false;
     GuardedValue<std::shared_ptr<TftpConfigStore>> tftpConfigStore_;
+    const std::shared_ptr<DownloadJournal> downloadJournal_;
     std::shared_ptr<ConfigStoreManager> configStoreManager_;
     std::shared_ptr<ConfigServiceImpl> configService_;
     ChainedStoreMap chainedStores_;  // constant after construction

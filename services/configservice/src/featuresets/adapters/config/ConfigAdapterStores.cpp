@@ -113,7 +113,8 @@ void ConfigAdapter::initialiseTftpConfigStore() {
     std::shared_ptr<TftpConfigStore> store = tftpConfigStore_.get();
     if (store == nullptr) {
         store = std::make_shared<TftpConfigStore>(factory_, ConfigStoreConstants::TFTP_CONFIG_STORE_NAME, TFTP_PRIORITY,
-                                                  details.server1, details.server2, details.server3, details.file);
+                                                  details.server1, details.server2, details.server3, details.file,
+                                                  downloadJournal_);
         tftpConfigStore_.set(store);
     }
     store->addObserver(this);

@@ -11,11 +11,15 @@
 using QuillCoreUtils::FileUtils;
 
 TftpConfigStore::TftpConfigStore(std::shared_ptr<UnifiedFactory> factory, std::string name, std::int32_t priority,
-                                 std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file)
+                                 std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file,
+                                 std::shared_ptr<DownloadJournal> journal)
     : priority_(priority),
       name_(std::move(name)),
       lastServerDetails_({std::move(server1), std::move(server2), std::move(server3), std::move(file)}),
-      factory_(std::move(factory)) {
+      downloader_(std::make_shared<HttpDownloader::HttpDownloader>()),
+      factory_(std::move(factory)),
+      journal_(journal == nullptr ? std::make_shared<DownloadJournal>() : std::move(journal)),
+      udsVersionQuery_(std::make_shared<UdsVersionQuery>(factory_, journal_)) {
     removeLegacyTftpCachedFile();
 }
 

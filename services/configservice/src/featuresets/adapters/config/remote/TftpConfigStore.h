@@ -2,29 +2,26 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ConfigStore.h"
 #include "GuardedValue.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager_Observer.h"
+#include "http/HttpDownloader.h"
+#include "remote/DownloadJournal.h"
 #include "remote/TftpConfigStoreObserver.h"
+#include "remote/TftpServerDetails.h"
+#include "tessel/Event.h"
 #include "tessel/Mutex.h"
 #include "tessel/TesselLogger.h"
+#include "uds/UdsVersionQuery.h"
 #include "unified/UnifiedFactory.h"
-
-/// Where the server's configuration file is to be had.
-struct TftpServerDetails {
-    std::wstring server1;
-    std::wstring server2;
-    std::wstring server3;
-    std::wstring file;
-
-    bool operator==(const TftpServerDetails&) const = default;
-};
 
 /// The values of the administrator's configuration file on the call-control server: read-only towards the user, not
 /// machine-local, and with a copy kept on disk. The adapter puts the store into the chain after its first download.
@@ -46,8 +43,10 @@ public:
 
     /// Also removes the copy of the server's file that earlier versions kept in the configuration directory.
     /// @param server1, server2, server3 addresses; empty for none. @param file its name on the server.
+    /// @param journal told of what the downloads do; null: one of the store's own.
     TftpConfigStore(std::shared_ptr<UnifiedFactory> factory, std::string name, std::int32_t priority,
-                    std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file);
+                    std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file,
+                    std::shared_ptr<DownloadJournal> journal = nullptr);
 
     /// A miss for "CertificateValidationEnabled", whatever the file holds: the server cannot turn off the check of its
     /// own certificate. Before the first download has ended: answers all the same, with a level 4 line.
@@ -69,7 +68,8 @@ public:
     void destroy() override;
     bool isLocal() override;
 
-    /// Waits until a download that is under way has ended. Always true.
+    /// Waits until a cycle of downloading has ended and its observers have been told, for at most 20 seconds. Returns
+    /// at once from inside an observer's call: only its own end could end the wait. Always true.
     bool waitForStoreReady() override;
     bool shouldCacheConfigStore() override;
 
@@ -77,6 +77,8 @@ public:
     /// is ignored. @return true if the value is not empty.
     virtual bool getConfigStoreValue(const std::wstring& key, std::wstring& value, std::wstring& storeName, bool flag);
 
+    /// Reads the server details anew if one of the keys that hold them has changed, and starts a download in the
+    /// background if that is worth it. A change that comes from this store's own values never does.
     void onConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue, bool isOverridden,
                                 bool isDefined, std::wstring valueStoreName, std::wstring originalValueStoreName,
                                 bool silent) override;
@@ -92,8 +94,44 @@ public:
     /// The addresses and the file name last seen, for tests and the tool.
     TftpServerDetails lastServerDetails() const;
 
-    /// Starts a download if a server is known.
+    /// Downloads from the addresses last seen, whether or not that is due and whether or not a download runs. Without
+    /// an address nothing happens. May ask servers for their version first, which blocks for up to 30 seconds.
     void attemptDownloadFromCachedAddress();
+
+    // The decision and the engine, each for its own tests. Whoever reports a change of the chain or the end of a
+    // transfer uses the operations above, or is a callback of the store's own.
+
+    /// Whether the details deserve a download, with a line that tells why; see DownloadDecision.
+    bool shouldAttemptDownload(std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file);
+
+    /// Case ignored.
+    bool hasServerAlreadyBeenSuccessful(const std::wstring& address) const;
+
+    /// Thread pool. Begins a cycle with these addresses, or cancels the transfer that runs, whose end then begins it.
+    /// @param self keeps the store alive.
+    void processTftpInfoChanged(std::wstring server1, std::wstring server2, std::wstring server3,
+                                std::shared_ptr<TftpConfigStore> self);
+
+    /// The addresses that are not empty, each once, in order; case counts.
+    static std::deque<std::string> getUniqueServerQueue(const std::vector<std::string>& addresses);
+
+    /// Goes on with the next address of the queue; ends the cycle if there is none.
+    void attemptTftpFileDownload();
+
+    /// The file's URL, http below version 11 and https from there on; empty if no version could be found. May block.
+    std::string getTftpUrl(const std::string& address);
+
+    /// A thread of the transport. @param body wiped here if it was taken.
+    void onDownloadComplete(std::string& body, HttpDownloader::HttpDownloadResultEnum::HttpDownloadResult result,
+                            std::string address, std::shared_ptr<TftpConfigStore> self);
+
+    /// Tells the observers on the dispatcher thread, queued if this is another one.
+    void fireOnConfigDownloaded(std::vector<std::wstring> keys, std::shared_ptr<TftpConfigStore> self);
+
+    /// For tests and the tool.
+    QueryState queryState() const { return currentQueryState_.load(std::memory_order_relaxed); }
+    std::wstring lastSuccessfulServer() const { return lastSuccessfulServer_.get(); }
+    const std::shared_ptr<DownloadJournal>& journal() const { return journal_; }
 
     /// @param observer told of each finished download until it is removed; counts once; null is ignored.
     void addObserver(TftpConfigStoreObserver* observer);
@@ -116,10 +154,18 @@ private:
     const std::int32_t priority_;
     const std::string name_;
     GuardedValue<TftpServerDetails> lastServerDetails_;
+    GuardedValue<std::deque<std::string>> serverQueue_;
+    GuardedValue<std::wstring> lastSuccessfulServer_;
+    ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
+    tessel::Event storeReady_{false};
+    tessel::Mutex downloadMutex_;  ///< serialises the start and the end of cycles; taken before valuesMutex_
     tessel::Mutex observerMutex_;
     tessel::Mutex valuesMutex_;
-    ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
+    const std::shared_ptr<HttpDownloader::HttpDownloader> downloader_;
     std::atomic<bool> tftpConfigured_ = false;
     std::set<TftpConfigStoreObserver*> observers_ TESSEL_GUARDED_BY(observerMutex_);
     const std::shared_ptr<UnifiedFactory> factory_;
+    const std::shared_ptr<DownloadJournal> journal_;
+    const std::shared_ptr<UdsVersionQuery> udsVersionQuery_;
+    std::atomic<std::thread::id> tellingThread_;  ///< the one that is inside the observers' calls
 };

@@ -1,0 +1,1 @@
+#include "callcontrol/CallControlServer.h"

@@ -1,0 +1,30 @@
+#pragma once
+
+namespace HttpDownloader {
+
+/// How a transfer ended. Everything but Success is a failure; the numbers beyond 0 have no meaning.
+namespace HttpDownloadResultEnum {
+
+enum HttpDownloadResult {
+    Success = 0,              ///< the whole body is there, with a status of 200 to 299
+    Failed = 1,               ///< anything that none of the others tells
+    Cancelled = 2,            ///< CancelCurrentTransfer(), or the end of the host
+    MalformedUrl = 3,         ///< no URL (RFC 3986), or neither http nor https
+    NameNotResolved = 4,      ///< no address for the host name
+    ConnectionFailed = 5,     ///< refused, unreachable, or broken off before an answer
+    TlsFailed = 6,            ///< no TLS connection, for another reason than the certificate
+    CertificateRejected = 7,  ///< the chain, the dates or the name of the server's certificate
+    TimedOut = 8,
+    StatusRefused = 9,     ///< the answer's status is not 200 to 299
+    RedirectRefused = 10,  ///< to another host, port or from https to http, or more than three
+    BodyTooLarge = 11,     ///< more than 16 MiB
+    BodyCut = 12,          ///< the connection ended before the body did
+    NoTransport = 13,      ///< the host has no network, or has ended it
+};
+
+/// In a few words that end a sentence such as "the download failed: ".
+const char* describe(HttpDownloadResult result);
+
+}  // namespace HttpDownloadResultEnum
+
+}  // namespace HttpDownloader
