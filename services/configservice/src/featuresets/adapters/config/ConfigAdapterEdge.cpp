@@ -56,7 +56,8 @@ void ConfigAdapter::watchEdge(SystemService& service) {
 
 bool ConfigAdapter::noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait) {
     bool connected = false;
-    for (const EdgeWatch::Entry& entry : *service.getServerHealthInformationList()) {
+    const std::shared_ptr<ServerHealthInformationList> list = service.getServerHealthInformationList();
+    for (const EdgeWatch::Entry& entry : *list) {
         if (isOfType(entry, SOFTPHONE_TYPE)) {
             edgeWatch_.putEntry(wait, EdgeWatch::SOFTPHONE, entry);
             connected = connected || isConnected(entry);
@@ -110,7 +111,8 @@ void ConfigAdapter::onServerHealthInformationListChanged() {
 }
 
 bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wait wait) {
-    for (const EdgeWatch::Entry& entry : *service.getServerHealthInformationList()) {
+    const std::shared_ptr<ServerHealthInformationList> list = service.getServerHealthInformationList();
+    for (const EdgeWatch::Entry& entry : *list) {
         if (isOfType(entry, SOFTPHONE_TYPE) && edgeWatch_.putMissingEntry(wait, EdgeWatch::SOFTPHONE, entry)) {
             if (isConnected(entry)) {
                 TesselLog(logger(), 4, __FILE__, __LINE__, "onServerHealthInformationListChanged",
