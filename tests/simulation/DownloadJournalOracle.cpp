@@ -30,6 +30,7 @@ void DownloadJournalOracle::query(const std::string& address, const std::string&
 }
 
 std::size_t DownloadJournalOracle::beginAttempt(const std::string& url, std::uint32_t version) {
+    cycles_.back().end = "running";
     cycles_.back().attempts.push_back({++attempts_, attemptLine(url, version, ""), "running"});
     return attempts_;
 }
@@ -46,10 +47,8 @@ void DownloadJournalOracle::endAttempt(std::size_t attempt, const std::string& e
 
 void DownloadJournalOracle::endCycle(const std::string& end, std::size_t keys) {
     Cycle& newest = cycles_.back();
-    if (newest.end == "running") {
-        newest.end = end;
-        newest.keys = keys;
-    }
+    newest.end = end;
+    newest.keys = keys;
 }
 
 std::vector<std::string> DownloadJournalOracle::lines() const {

@@ -12,11 +12,11 @@ public:
     void beginCycle(bool forced);
     void query(const std::string& address, const std::string& version);
 
-    /// @return the attempt's number.
+    /// Part of the newest cycle, which runs again if it had ended. @return the attempt's number.
     std::size_t beginAttempt(const std::string& url, std::uint32_t version);
     void endAttempt(std::size_t attempt, const std::string& end, int result);
 
-    /// Of the newest cycle, unless that has ended.
+    /// Of the newest cycle; a later word stands over an earlier one.
     void endCycle(const std::string& end, std::size_t keys = 0);
 
     /// At most the newest fifty cycles.

@@ -162,7 +162,7 @@ void DownloadOracle::complete(const DownloadStep& step) {
         }
         attempt();
     }
-    environment_.events.push_back(facts::wiped(taken && !document.text.empty()));
+    environment_.events.push_back(facts::wiped(!document.text.empty()));
 }
 
 void DownloadOracle::take(const DownloadDocument& document, const Transfer& transfer, bool onDispatcher) {

@@ -142,9 +142,9 @@ DownloadStep DownloadStepGenerator::completion() {
 }
 
 DownloadStep DownloadStepGenerator::observation() {
-    static constexpr std::array<Kind, 8> REACTIONS = {Kind::Announce,     Kind::Announce,   Kind::Force,
-                                                      Kind::AskValue,     Kind::StoreValue, Kind::RemoveValue,
-                                                      Kind::WaitForStore, Kind::Forget};
+    static constexpr std::array<Kind, 10> REACTIONS = {
+        Kind::Announce,    Kind::Announce,     Kind::Force,  Kind::AskValue, Kind::StoreValue,
+        Kind::RemoveValue, Kind::WaitForStore, Kind::Forget, Kind::Observe,  Kind::Unobserve};
     DownloadStep step;
     step.kind = Kind::Observe;
     step.observer = static_cast<int>(below(3));
