@@ -12,8 +12,8 @@ std::string spelt(const std::optional<std::wstring>& text) { return text ? "[" +
 
 }  // namespace
 
-std::string told(int observer, const std::vector<std::wstring>& keys) {
-    std::string line = "observer " + std::to_string(observer) + " told of";
+std::string told(int observer, const std::vector<std::wstring>& keys, bool ready) {
+    std::string line = "observer " + std::to_string(observer) + " told, ready " + yesOrNo(ready) + ", of";
     for (const std::wstring& key : keys) {
         line += " " + printable(key);
     }

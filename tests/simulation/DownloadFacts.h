@@ -9,7 +9,8 @@ namespace simulation {
 /// How the model and the module spell what can be seen of the store of the server's file.
 namespace facts {
 
-std::string told(int observer, const std::vector<std::wstring>& keys);
+/// @param ready whether the store lets waiting callers go already.
+std::string told(int observer, const std::vector<std::wstring>& keys, bool ready);
 std::string answer(const std::wstring& key, const std::optional<std::wstring>& text);
 std::string wiped(bool yes);
 std::string removed(bool yes);

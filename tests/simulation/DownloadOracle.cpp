@@ -213,7 +213,7 @@ void DownloadOracle::tell(const std::vector<std::wstring>& previous) {
         if (!observer.listens) {
             continue;
         }
-        environment_.events.push_back(facts::told(number, previous));
+        environment_.events.push_back(facts::told(number, previous, ready_));
         if (!observer.reactions.empty()) {
             const DownloadStep reaction = std::move(observer.reactions.front());
             observer.reactions.pop_front();

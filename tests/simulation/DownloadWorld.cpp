@@ -120,7 +120,7 @@ std::string DownloadWorld::answerRequest(const std::string& url) {
 }
 
 void DownloadWorld::react(int number, const std::vector<std::wstring>& keys) {
-    tale_->tell(facts::told(number, keys));
+    tale_->tell(facts::told(number, keys, TftpConfigStoreTestAccess::isReady(*store_)));
     std::deque<DownloadStep>& reactions = observers_[static_cast<std::size_t>(number)]->reactions;
     if (!reactions.empty()) {
         const DownloadStep reaction = std::move(reactions.front());

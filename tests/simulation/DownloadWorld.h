@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "DownloadStep.h"
+#include "QuietXml.h"
 #include "SimulatedChain.h"
 #include "fakes/HandSteppedDispatcher.h"
 #include "fakes/HandSteppedThreadPool.h"
@@ -75,6 +76,7 @@ private:
     std::string answerRequest(const std::string& url);
     void addRecord(std::vector<std::string>& lines) const;
 
+    const QuietXml quietXml_;
     fakes::ScopedWorld world_;
     const std::shared_ptr<DownloadTale> tale_;
     const std::shared_ptr<fakes::HandSteppedDispatcher> dispatcher_;
