@@ -1,50 +1,20 @@
 #include "callcontrol/CertificateAuthority.h"
 
 #include <arpa/inet.h>
-#include <openssl/bio.h>
-#include <openssl/err.h>
-#include <openssl/evp.h>
 #include <openssl/pem.h>
-#include <openssl/x509v3.h>
 
-#include <array>
 #include <stdexcept>
+
+#include "OpenSsl.h"
 
 namespace callcontrol {
 
 namespace {
 
-struct Free {
-    void operator()(BIO* bio) const { BIO_free(bio); }
-    void operator()(BIGNUM* number) const { BN_free(number); }
-    void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
-    void operator()(X509* certificate) const { X509_free(certificate); }
-    void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
-    void operator()(GENERAL_NAMES* names) const { GENERAL_NAMES_free(names); }
-    void operator()(GENERAL_NAME* name) const { GENERAL_NAME_free(name); }
-    void operator()(ASN1_STRING* text) const { ASN1_STRING_free(text); }
-};
-
-template <typename Type>
-using Owned = std::unique_ptr<Type, Free>;
-
 using Key = Owned<EVP_PKEY>;
 using Certificate = Owned<X509>;
 
 constexpr std::size_t LONGEST_COMMON_NAME = 64;
-
-[[noreturn]] void fail(const std::string& what) {
-    std::array<char, 256> reason{};
-    ERR_error_string_n(ERR_get_error(), reason.data(), reason.size());
-    ERR_clear_error();
-    throw std::runtime_error(what + ": " + reason.data());
-}
-
-void require(bool success, const char* what) {
-    if (!success) {
-        fail(what);
-    }
-}
 
 Key newKey() {
     Key key(EVP_EC_gen("P-256"));
