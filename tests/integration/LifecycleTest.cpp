@@ -5,7 +5,10 @@
 #include "ConfigAdapter.h"
 #include "Expectations.h"
 #include "HoldingServer.h"
+#include "InjectConfigService.h"
+#include "LiveValue.h"
 #include "Servers.h"
+#include "fakes/ScriptedStore.h"
 
 using callcontrol::CallControlServer;
 using callcontrol::CertificateAuthority;
@@ -116,6 +119,21 @@ TEST_F(DuringATransfer, TheEndOfTheHostCancelsIt) {
     client_.reset();
     expectCancelledEverywhere(journal->snapshot().cycles.back());
     EXPECT_TRUE(store.expired());
+}
+
+TEST_F(DuringATransfer, APresenceStoreWaitsForItsEnd) {
+    const LiveValue presence(*client_, L"presence");
+    std::wstring originAfterwards;
+    std::thread adding([&] {
+        const auto store = std::make_shared<fakes::ScriptedStore>("PresenceConfigStore", 300);
+        store->readOnly().with(L"presence", L"there");
+        client_->host().featureSet()->addConfigStore(store);
+        originAfterwards = client_->value(L"origin");
+    });
+    presence.waitFor(L"there");
+    server_.release();
+    adding.join();
+    EXPECT_EQ(originAfterwards, L"server");
 }
 
 TEST(DuringAVersionQuery, AStopOfTheHostDoesNotWaitForTheServer) {

@@ -67,14 +67,14 @@ TEST_F(NewServerDetails, EndTheTransferThatRuns) {
 }
 
 TEST_F(NewServerDetails, ReplaceTheServersThatWereStillToBeTried) {
-    Client client({.servers = {address_, CallControlServer::freeLoopbackAddress()}, .version = "10"});
-    client.start();
-    client.host().featureSet()->startTftpConfigSource();
-    server_.waitForRequests(1);
-    client.host().featureSet()->setConfig(
-        std::map<std::wstring, std::wstring>{{L"TFTPBackupServer1", toWideString(other_.address())}});
-    EXPECT_THAT(attemptsOf(client),
-                ElementsAre(failed(address_, Cancelled), testing::Field(&Attempt::address, address_)));
+    const std::string dead = CallControlServer::freeLoopbackAddress();
+    startFetching();
+    client_.set(L"TFTPBackupServer1", toWideString(other_.address()));
+    server_.waitForRequests(2);
+    client_.set(L"TFTPPrimaryServer", toWideString(dead));
+    EXPECT_THAT(attemptsOf(client_), ElementsAre(failed(address_, Cancelled), failed(address_, Cancelled),
+                                                 failed(dead, ConnectionFailed), delivered(other_.address())));
+    EXPECT_EQ(client_.value(L"origin"), L"other");
 }
 
 TEST_F(NewServerDetails, AreFetchedFromWhenNothingRuns) {
