@@ -67,6 +67,7 @@ TEST_F(DuringATransfer, ARefreshDropsWhatArrivesLater) {
     EXPECT_FALSE(store.expired());
     EXPECT_THAT(release().attempts, ElementsAre(delivered(address_)));
     expectNothingJoined();
+    client_->stop();
     EXPECT_TRUE(store.expired());
 }
 
@@ -84,6 +85,7 @@ TEST_F(DuringATransfer, AnEndOfTheRemoteSourceDropsWhatArrivesLater) {
     EXPECT_EQ(client_->store(), nullptr);
     EXPECT_THAT(release().attempts, ElementsAre(delivered(address_)));
     expectNothingJoined();
+    client_->stop();
     EXPECT_TRUE(store.expired());
 }
 

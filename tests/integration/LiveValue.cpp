@@ -1,13 +1,21 @@
 #include "LiveValue.h"
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <utility>
 
 #include "ConfigService.h"
+#include "quill/StringUtils.h"
 #include "unified/ServicesDispatcher.h"
 #include "unified/UnifiedFactory.h"
 
 namespace integration {
+
+void PrintTo(const LiveValue::Told& told, std::ostream* out) {
+    *out << '"' << QuillCoreUtils::toString(told.value) << "\" from " << QuillCoreUtils::toString(told.storeName)
+         << (told.onDispatcherThread ? "" : ", on another thread");
+}
 
 class LiveValue::Observer : public ConfigValueObserver {
 public:

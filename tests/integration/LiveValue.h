@@ -1,8 +1,7 @@
 #pragma once
 
-#include <condition_variable>
 #include <memory>
-#include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -22,6 +21,9 @@ public:
         bool onDispatcherThread;
 
         bool operator==(const Told&) const = default;
+
+        /// For the messages of failed expectations.
+        friend void PrintTo(const Told& told, std::ostream* out);
     };
 
     LiveValue(const Client& client, const std::wstring& key);

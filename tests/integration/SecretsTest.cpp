@@ -22,13 +22,16 @@ const std::string BDI_PASSWORD = "tr0ub4dor-contacts";
 const std::string PIN = "tr0ub4dor-pin";
 const std::string COMMON_PART = "tr0ub4dor";
 
+std::string contentsOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 /// Files below a folder that hold the text.
 std::vector<std::string> filesWith(const std::string& folder, const std::string& text) {
     std::vector<std::string> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        std::ifstream stream(entry.path(), std::ios::binary);
-        const std::string contents{std::istreambuf_iterator<char>(stream), {}};
-        if (contents.find(text) != std::string::npos) {
+        if (entry.is_regular_file() && contentsOf(entry.path()).find(text) != std::string::npos) {
             files.push_back(entry.path());
         }
     }
