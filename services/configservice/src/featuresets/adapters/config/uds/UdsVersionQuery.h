@@ -32,7 +32,7 @@ public:
     /// True if every character is a digit or a full stop; so the empty text is valid.
     static bool isValidUdsVersion(std::string version);
 
-    /// The digits up to the first other character, clamped to 32 bits; 0 without any.
+    /// The digits up to the first other character, as atoi reads them but clamped to 32 bits; 0 without any.
     static std::int32_t udsVersionStringToInt(const std::string& version);
 
     /// Reads the three device-list servers anew. @return the primary one.
@@ -65,12 +65,20 @@ private:
     };
 
     static TesselLogger* logger();
+
+    /// Asks a server unless it has been asked before or enough have. @param role what the log calls it.
+    /// @return its version text, empty on any failure and if it was not asked.
     std::string askOnce(const std::string& address, const std::string& role);
+    std::string request(const std::string& address);
+
+    // With the lock held.
+    void recordAttempt(const std::string& address);
+    bool isBlacklisted(const std::string& address) const;
 
     const std::shared_ptr<UnifiedFactory> factory_;
     const std::shared_ptr<DownloadJournal> journal_;
     mutable std::mutex mutex_;  ///< a leaf: held for a copy, across no call
     Servers hubcipServers_;
-    std::uint32_t queryAttempts_ = 0;
-    std::vector<std::string> blacklistedAddresses_;
+    std::uint32_t queryAttempts_ = 0;                ///< requests ever made
+    std::vector<std::string> blacklistedAddresses_;  ///< servers ever asked, with repeats
 };

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <httplib.h>
+
+#include <string>
+
+#include "OpenSsl.h"
+
+namespace callcontrol {
+
+/// One client's connection, as the HTTP library reads and writes it; plain, or inside TLS. One thread.
+class Connection : public httplib::Stream {
+public:
+    /// @param socket stays the caller's; its receive and send time limits are what ends a wait.
+    /// @param tls null for a plain connection.
+    Connection(int socket, SSL_CTX* tls);
+
+    /// Says goodbye to the client, if TLS is up.
+    ~Connection() override;
+
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
+
+    /// @return false if the client and this server did not agree on TLS.
+    bool open();
+
+    bool is_readable() const override { return true; }
+    bool is_writable() const override { return true; }
+    ssize_t read(char* data, std::size_t size) override;
+
+    /// Writes all of it, or fails with -1.
+    ssize_t write(const char* data, std::size_t size) override;
+
+    void get_remote_ip_and_port(std::string& address, int& port) const override;
+    void get_local_ip_and_port(std::string& address, int& port) const override;
+    int socket() const override { return socket_; }
+
+private:
+    ssize_t writeSome(const char* data, std::size_t size);
+
+    const int socket_;
+    Owned<SSL> tls_;
+    bool isUp_ = false;  ///< TLS has been agreed on, and nothing has failed since
+};
+
+}  // namespace callcontrol
