@@ -49,8 +49,10 @@ std::string listed(const std::vector<std::string>& texts, const char* separator)
     return list;
 }
 
+/// Whether the module can tell a protocol by it: digits and full stops, of which the number before the first counts.
 bool isVersion(const std::string& text) {
-    return !text.empty() && text.find_first_not_of("0123456789.") == std::string::npos;
+    return text.find_first_not_of("0123456789.") == std::string::npos &&
+           text.substr(0, text.find('.')).find_first_not_of('0') != std::string::npos;
 }
 
 /// What the servers that were asked for their version did; empty if none was asked.

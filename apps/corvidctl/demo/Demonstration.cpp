@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
 #include "ConfigFeatureSet.h"
 #include "ConfigService.h"
