@@ -72,15 +72,11 @@ bool isReading(const httplib::Request& request) { return request.method == "GET"
 /// The answerer of a port that knows one path. Paths are compared as a whole, so that none leads anywhere else.
 PortListener::Answer onlyAt(const std::string& path, std::function<void(httplib::Response&)> answer) {
     return [path, answer = std::move(answer)](const httplib::Request& request, httplib::Response& response) {
-        if (!isReading(request)) {
-            return false;
-        }
-        if (request.path == path) {
+        if (isReading(request) && request.path == path) {
             answer(response);
         } else {
             answerNotFound(response, "not found");
         }
-        return true;
     };
 }
 
