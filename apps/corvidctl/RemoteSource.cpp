@@ -56,8 +56,8 @@ bool RemoteSource::isSettled() const {
 }
 
 bool RemoteSource::waitUntilSettled(ProgressLine& progress) {
-    bool interrupted = false;
-    while (!isSettled() && !interrupted) {
+    bool interrupted = interruption_.waitForNews(std::chrono::milliseconds(0));
+    while (!interrupted && !isSettled()) {
         progress.show(activity(downloads()));
         interrupted = interruption_.waitForNews(TICK);
     }

@@ -79,7 +79,7 @@ private:
         if (!view_.storesThatCame.empty()) {
             out_ << "stores    " << escaped(joined(view_.storesThatCame)) << " joins";
             out_ << (view_.storesThatWent.empty() ? "" : ", " + escaped(joined(view_.storesThatWent)) + " leaves");
-            out_ << "; a copy is on disk for the next start, without what is sensitive\n";
+            out_ << "; a copy without the secrets is kept for the next start\n";
         }
         out_ << "client    told of " << view_.changesOfFetch << " changes of its live values\n";
     }

@@ -200,7 +200,7 @@ TEST_F(Fetch, TellsAndKeepsNoSecret) {
     serve("12.5");
     const support::Ended ended = run(trusting({"--log-level", "5", "--reveal", "fetch"}));
     ASSERT_EQ(ended.status, 0);
-    EXPECT_THAT(ended.error, HasSubstr("CtiServer1"));
+    EXPECT_THAT(ended.error, HasSubstr("ctiserver1"));
     for (const std::string secret : {"only-the-server-knows", "nobody-else-either"}) {
         EXPECT_THAT(ended.out + ended.error, Not(HasSubstr(secret)));
         for (const auto& [path, contents] : files()) {

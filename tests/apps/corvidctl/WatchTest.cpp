@@ -83,7 +83,8 @@ TEST_F(ServedWatch, PrintsTheAdministratorsValueBehindTheUsers) {
 
 TEST_F(ServedWatch, PrintsForPeople) {
     const support::Ended ended = watchOneFetch({"watch", "cti*"}, "changed");
-    EXPECT_THAT(ended.out, HasSubstr("ctiserver1 = \"phones.example.org\", from TFTPConfigStore  (changed: value, "));
+    EXPECT_THAT(ended.out,
+                HasSubstr("CTIPrimaryServer = \"phones.example.org\", from TFTPConfigStore  (changed: value, "));
 }
 
 TEST_F(ServedWatch, PrintsNoSecret) {
