@@ -24,7 +24,7 @@ struct CommandShape {
     const char* summary;
 };
 
-constexpr std::array<CommandShape, 10> COMMANDS = {{
+constexpr auto COMMANDS = std::to_array<CommandShape>({
     {"get", "KEY", 1, 1, "Print the winning value of a key"},
     {"list", "[GLOB...]", 0, ANY_NUMBER, "Print every defined key with its value, its store and the administrator's"},
     {"explain", "KEY", 1, 1, "Show what each store holds for a key, and which one wins"},
@@ -32,10 +32,11 @@ constexpr std::array<CommandShape, 10> COMMANDS = {{
     {"set", "KEY VALUE", 2, 2, "Store a user value"},
     {"unset", "KEY", 1, 1, "Erase a key from the writable stores"},
     {"watch", "[GLOB...]", 0, ANY_NUMBER, "Start the remote source and print every change, until interrupted"},
+    {"fetch", "", 0, 0, "Fetch the server's file and tell what came of it"},
     {"report", "", 0, 0, "Print the master configuration report"},
     {"validate", "FILE...", 1, ANY_NUMBER, "Tell what a configuration document or a local file means"},
-    {"demo", "", 0, 0, "Show the sample profile and one live change, on a copy"},
-}};
+    {"demo", "", 0, 0, "Show the main job on the sample profile: serve, fetch, list, live changes"},
+});
 
 /// The parser's own messages may have several lines; the tool promises one.
 std::string oneLine(std::string text) {
