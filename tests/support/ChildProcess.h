@@ -41,6 +41,9 @@ public:
     /// Waits until the text has appeared on standard error. @return false if the program ended without.
     bool waitForError(const std::string& text);
 
+    /// The same for standard output.
+    bool waitForOutput(const std::string& text);
+
     void signal(int number) const;
 
     /// Closes the reading end of the program's standard output.
@@ -51,6 +54,7 @@ public:
 
 private:
     bool readSome();
+    bool waitFor(const std::string& text, const std::string& in);
 
     pid_t process_ = -1;
     int out_ = -1;
