@@ -36,7 +36,7 @@ inline std::string serverFile(const std::map<std::string, std::string>& values) 
 }
 
 /// Records the keys of each report.
-class RecordingTftpObserver : public TftpConfigStoreObserver {
+class RecordingTftpObserver final : public TftpConfigStoreObserver {
 public:
     void onTftpConfigDownloaded(std::vector<std::wstring> keys) override {
         reports.push_back(std::move(keys));
