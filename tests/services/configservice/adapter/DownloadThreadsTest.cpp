@@ -28,7 +28,7 @@ protected:
         });
         writeLocal(oneServer());
         injectAndStart();
-        starter = std::thread([this, held = adapter()] { held->startTftpConfigSource(); });
+        starter = std::thread([held = adapter()] { held->startTftpConfigSource(); });
         asked.wait();
     }
 

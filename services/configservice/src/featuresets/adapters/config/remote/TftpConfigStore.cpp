@@ -155,15 +155,19 @@ void TftpConfigStore::clearCachedAddresses() { lastServerDetails_.set({}); }
 TftpServerDetails TftpConfigStore::lastServerDetails() const { return lastServerDetails_.get(); }
 
 void TftpConfigStore::addObserver(TftpConfigStoreObserver* observer) {
-    const tessel::ScopedLock lock(observerMutex_);
     if (observer != nullptr) {
-        observers_.insert(observer);
+        observers_.update([observer](auto& all) { all.insert(observer); });
     }
 }
 
 void TftpConfigStore::removeObserver(TftpConfigStoreObserver* observer) {
-    const tessel::ScopedLock lock(observerMutex_);
-    observers_.erase(observer);
+    observers_.update([observer](auto& all) { all.erase(observer); });
+    // Somebody who stops the source from inside a notification comes here with the locks of the chain, which a report
+    // takes. That is on the thread of the reports themselves, so there is none to wait for.
+    const std::thread::id telling = tellingThread_.load(std::memory_order_acquire);
+    if (telling != std::thread::id() && telling != std::this_thread::get_id()) {
+        const tessel::ScopedLock untilTheReportHasEnded(observerMutex_);
+    }
 }
 
 void TftpConfigStore::setSensitiveKeys(const SensitiveKeySet& keys) {

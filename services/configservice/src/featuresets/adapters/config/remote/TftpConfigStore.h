@@ -187,6 +187,9 @@ private:
     std::vector<std::wstring> takeValues(std::string& body) TESSEL_REQUIRES(downloadMutex_);
     void clearValues();
     void tellObservers(const std::vector<std::wstring>& keys);
+
+    /// The next greater one, so the first for null; null if there is none.
+    TftpConfigStoreObserver* observerAfter(TftpConfigStoreObserver* observer);
     void setState(QueryState state) { currentQueryState_.store(state, std::memory_order_relaxed); }
 
     std::atomic<QueryState> currentQueryState_ = NOT_STARTED;
@@ -199,11 +202,11 @@ private:
     ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
     tessel::Event storeReady_{false};
     tessel::Mutex downloadMutex_;  ///< serialises the start and the end of cycles; taken before valuesMutex_
-    tessel::Mutex observerMutex_;
+    tessel::Mutex observerMutex_;  ///< held while the observers are told; never waited for with the chain's locks held
     tessel::Mutex valuesMutex_;
     const std::shared_ptr<HttpDownloader::HttpDownloader> downloader_;
     std::atomic<bool> tftpConfigured_ = false;
-    std::set<TftpConfigStoreObserver*> observers_ TESSEL_GUARDED_BY(observerMutex_);
+    GuardedValue<std::set<TftpConfigStoreObserver*>> observers_;
     const std::shared_ptr<UnifiedFactory> factory_;
     const std::shared_ptr<DownloadJournal> journal_;
     const std::shared_ptr<UdsVersionQuery> udsVersionQuery_;

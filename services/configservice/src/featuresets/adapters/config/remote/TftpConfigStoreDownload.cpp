@@ -44,8 +44,8 @@ class TellingScope {
 public:
     explicit TellingScope(std::atomic<std::thread::id>& tellingThread)
         : tellingThread_(tellingThread),
-          before_(tellingThread.exchange(std::this_thread::get_id(), std::memory_order_relaxed)) {}
-    ~TellingScope() { tellingThread_.store(before_, std::memory_order_relaxed); }
+          before_(tellingThread.exchange(std::this_thread::get_id(), std::memory_order_acq_rel)) {}
+    ~TellingScope() { tellingThread_.store(before_, std::memory_order_release); }
 
     TellingScope(const TellingScope&) = delete;
     TellingScope& operator=(const TellingScope&) = delete;
@@ -386,14 +386,20 @@ void TftpConfigStore::fireOnConfigDownloaded(std::vector<std::wstring> keys, std
     tellObservers(keys);
 }
 
+TftpConfigStoreObserver* TftpConfigStore::observerAfter(TftpConfigStoreObserver* observer) {
+    return observers_.update([observer](const auto& all) {
+        const auto next = all.upper_bound(observer);
+        return next == all.end() ? nullptr : *next;
+    });
+}
+
 void TftpConfigStore::tellObservers(const std::vector<std::wstring>& keys) {
     const tessel::ScopedLock lock(observerMutex_);
     const TellingScope telling(tellingThread_);
     // Observers may come and go from inside a call: the place is held by the pointer, not by an iterator.
-    for (auto next = observers_.begin(); next != observers_.end();) {
-        TftpConfigStoreObserver* const observer = *next;
+    TftpConfigStoreObserver* observer = nullptr;
+    while ((observer = observerAfter(observer)) != nullptr) {
         observer->onTftpConfigDownloaded(keys);
-        next = observers_.upper_bound(observer);
     }
     storeReady_.set();
 }
