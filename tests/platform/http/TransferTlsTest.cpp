@@ -127,7 +127,7 @@ TEST_F(TransferTls, FailsWithAServerThatSpeaksNone) {
 
 TEST_F(TransferTls, FailsWithAServerThatHangsUp) {
     ScriptedServer::Options options = tls(authority.issue({{"127.0.0.1"}}));
-    options.onConnect = [](ScriptedConnection& client) { client.reset(); };
+    options.onConnect = [](ScriptedConnection& client) { client.close(); };
     ScriptedServer server(answer, options);
     platform::CurlTransport transport(caFile);
     EXPECT_EQ(download(transport, server.url()).result, TlsFailed);
