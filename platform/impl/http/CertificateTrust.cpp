@@ -30,6 +30,8 @@ void CertificateTrust::applyTo(CURL* handle) {
     // those to servers that the extra file vouches for.
     curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
     curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    // Connections would share one set of authorities, to which each adds.
+    curl_easy_setopt(handle, CURLOPT_CA_CACHE_TIMEOUT, 0L);
     curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, &CertificateTrust::prepare);
     curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, this);
 }

@@ -18,7 +18,7 @@ namespace platform {
 namespace {
 
 /// Against a server that never ends its head.
-constexpr std::size_t HEAD_LIMIT = std::size_t{1024} * 1024;
+constexpr std::size_t HEAD_LIMIT = std::size_t{256} * 1024;
 
 bool isSuccess(long status) { return status >= 200 && status <= 299; }
 

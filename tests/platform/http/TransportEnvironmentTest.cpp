@@ -1,0 +1,158 @@
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <string>
+
+#include "Download.h"
+#include "callcontrol/CertificateAuthority.h"
+#include "fakes/RecordingLogSink.h"
+#include "fakes/ScriptedServer.h"
+#include "fakes/TemporaryDirectory.h"
+#include "http/Request.h"
+#include "http/Response.h"
+#include "impl/http/CurlTransport.h"
+#include "support/ChildProcess.h"
+
+using namespace HttpDownloader::HttpDownloadResultEnum;
+using fakes::ScriptedConnection;
+using fakes::ScriptedServer;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+/// A variable of the environment for the length of a scope.
+class ScopedVariable {
+public:
+    ScopedVariable(std::string name, const std::string& value) : name_(std::move(name)) {
+        const char* const before = std::getenv(name_.c_str());
+        had_ = before != nullptr;
+        before_ = had_ ? before : "";
+        setenv(name_.c_str(), value.c_str(), 1);
+    }
+    ~ScopedVariable() { had_ ? setenv(name_.c_str(), before_.c_str(), 1) : unsetenv(name_.c_str()); }
+
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+private:
+    const std::string name_;
+    bool had_ = false;
+    std::string before_;
+};
+
+void answer(ScriptedConnection& client) { client.respond(200, "<Corvid/>"); }
+
+ScriptedServer::Options tls(const callcontrol::Credentials& credentials) {
+    ScriptedServer::Options options;
+    options.certificate = credentials.certificate;
+    options.privateKey = credentials.privateKey;
+    return options;
+}
+
+std::string deadProxy() {
+    ScriptedServer gone([](ScriptedConnection&) {});
+    return gone.url();
+}
+
+HttpDownloadResult sendTo(const std::string& url) {
+    platform::CurlTransport transport("");
+    tessel::http::Response response;
+    return transport.send(tessel::http::Request(url), response);
+}
+
+HttpDownloadResult downloadFrom(const std::string& url) {
+    platform::CurlTransport transport("");
+    return download(transport, url).result;
+}
+
+bool brokenPipeSignalIsBlocked() {
+    sigset_t mask;
+    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+    return sigismember(&mask, SIGPIPE) == 1;
+}
+
+}  // namespace
+
+TEST(TransportEnvironment, NamesNoProxyForThisMachine) {
+    const std::string dead = deadProxy();
+    const ScopedVariable http("http_proxy", dead), all("all_proxy", dead), https("https_proxy", dead);
+    const ScopedVariable none("no_proxy", "");
+    ScriptedServer server(answer);
+    const std::string port = std::to_string(server.port());
+    EXPECT_EQ(downloadFrom("http://127.0.0.1:" + port), Success);
+    EXPECT_EQ(downloadFrom("http://localhost:" + port), Success);
+    EXPECT_EQ(sendTo("http://127.0.0.1:" + port), Success);
+}
+
+TEST(TransportEnvironment, NamesTheProxyForOtherMachines) {
+    ScriptedServer proxy(answer);
+    const ScopedVariable http("http_proxy", proxy.url()), none("no_proxy", "");
+    EXPECT_EQ(downloadFrom("http://server.invalid/file.xml"), Success);
+    EXPECT_EQ(sendTo("http://server.invalid/version"), Success);
+    EXPECT_THAT(proxy.requests().at(0), HasSubstr("GET http://server.invalid/file.xml "));
+    EXPECT_THAT(proxy.requests().at(1), HasSubstr("GET http://server.invalid/version "));
+}
+
+TEST(TransportEnvironment, MayNameAProxyThatIsNotThere) {
+    const ScopedVariable http("http_proxy", deadProxy()), none("no_proxy", "");
+    EXPECT_EQ(downloadFrom("http://server.invalid/file.xml"), ConnectionFailed);
+}
+
+TEST(TransportEnvironment, LendsNoPasswords) {
+    const fakes::TemporaryDirectory home;
+    home.write(".netrc", "machine 127.0.0.1 login user password s3cret\n");
+    const ScopedVariable variable("HOME", home.path(""));
+    ScriptedServer server(answer);
+    EXPECT_EQ(downloadFrom(server.url()), Success);
+    EXPECT_THAT(server.requests().at(0), Not(HasSubstr("Authorization")));
+}
+
+TEST(TransportEnvironment, KeepsTheSystemsAuthoritiesBesideTheExtraFile) {
+    const fakes::TemporaryDirectory directory;
+    const fakes::ScopedRecordingLog log;
+    const callcontrol::CertificateAuthority system, extra;
+    const ScopedVariable variable("SSL_CERT_FILE", directory.write("system.pem", system.certificate()));
+    ScriptedServer first(answer, tls(system.issue({{"127.0.0.1"}})));
+    ScriptedServer second(answer, tls(extra.issue({{"127.0.0.1"}})));
+    platform::CurlTransport both(directory.write("extra.pem", extra.certificate()));
+    EXPECT_EQ(download(both, first.url()).result, Success);
+    EXPECT_EQ(download(both, second.url()).result, Success);
+    platform::CurlTransport missing(directory.path("missing.pem"));
+    EXPECT_EQ(download(missing, first.url()).result, Success);
+    EXPECT_EQ(download(missing, second.url()).result, CertificateRejected);
+}
+
+TEST(TransportEnvironment, HasNoPartInTheKeysOfConnections) {
+    // In a program of its own: the library looks at the variable only once in its life.
+    const fakes::TemporaryDirectory directory;
+    const std::string keys = directory.path("keys");
+    support::ChildOptions options;
+    options.environment["SSLKEYLOGFILE"] = keys;
+    options.environment["GTEST_OUTPUT"] = "";
+    const support::Ended child = support::runProgram(
+        {std::filesystem::read_symlink("/proc/self/exe"), "--gtest_filter=TransferTls.TrustsTheExtraAuthority"},
+        options);
+    EXPECT_EQ(child.status, 0) << child.out;
+    EXPECT_THAT(child.out, HasSubstr("[  PASSED  ] 1 test."));
+    EXPECT_TRUE(!std::filesystem::exists(keys) || directory.read("keys").empty());
+}
+
+TEST(TransportEnvironment, SendsNoSignalOfABrokenPipeToTheThreads) {
+    ScriptedServer server(answer);
+    platform::CurlTransport transport("");
+    bool onTransfers = false;
+    bool onCompletions = false;
+    const auto progress = [&](double, double) { onTransfers = brokenPipeSignalIsBlocked(); };
+    std::promise<void> ran;
+    const auto completion = [&](std::string&, HttpDownloadResult) {
+        onCompletions = brokenPipeSignalIsBlocked();
+        ran.set_value();
+    };
+    transport.start({1, server.url(), progress, completion, 60});
+    ran.get_future().wait();
+    EXPECT_TRUE(onTransfers);
+    EXPECT_TRUE(onCompletions);
+    EXPECT_FALSE(brokenPipeSignalIsBlocked());
+}
