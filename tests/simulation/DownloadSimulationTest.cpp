@@ -102,7 +102,7 @@ const std::vector<std::string> LANDMARKS = {
 
 TEST(TheRemoteStore, IsLedEverywhereByTheRandomSequences) {
     std::vector<std::string> missing = LANDMARKS;
-    for (std::uint64_t seed = FIRST_SEED; seed < FIRST_SEED + sequences(SEQUENCES); ++seed) {
+    for (std::uint64_t seed = FIRST_SEED; seed < FIRST_SEED + SEQUENCES; ++seed) {
         DownloadStepGenerator generator(seed);
         DownloadOracle model(generator.start());
         for (const DownloadStep& step : generator.sequence(40)) {
