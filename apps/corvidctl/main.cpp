@@ -21,7 +21,7 @@ using namespace corvidctl;
 
 using Command = int (*)(const Invocation&, Output&);
 
-constexpr std::array<std::pair<std::string_view, Command>, 10> COMMANDS = {{
+constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"get", runGet},
     {"list", runList},
     {"explain", runExplain},
@@ -29,10 +29,12 @@ constexpr std::array<std::pair<std::string_view, Command>, 10> COMMANDS = {{
     {"set", runSet},
     {"unset", runUnset},
     {"watch", runWatch},
+    {"fetch", runFetch},
     {"report", runReport},
     {"validate", runValidate},
+    {"serve", runServe},
     {"demo", runDemo},
-}};
+});
 
 int runCommand(const Invocation& invocation, Output& output) {
     for (const auto& [name, run] : COMMANDS) {

@@ -61,7 +61,7 @@ void answerFile(const std::string& file, httplib::Response& response) {
     if (in && in.peek() != std::ifstream::traits_type::eof()) {
         contents << in.rdbuf();
     }
-    if (!in.is_open() || in.bad()) {
+    if (!in.is_open() || in.bad() || contents.fail()) {
         return answerNotFound(response, "the file cannot be read");
     }
     response.set_content(contents.str(), XML);
@@ -72,15 +72,11 @@ bool isReading(const httplib::Request& request) { return request.method == "GET"
 /// The answerer of a port that knows one path. Paths are compared as a whole, so that none leads anywhere else.
 PortListener::Answer onlyAt(const std::string& path, std::function<void(httplib::Response&)> answer) {
     return [path, answer = std::move(answer)](const httplib::Request& request, httplib::Response& response) {
-        if (!isReading(request)) {
-            return false;
-        }
-        if (request.path == path) {
+        if (isReading(request) && request.path == path) {
             answer(response);
         } else {
             answerNotFound(response, "not found");
         }
-        return true;
     };
 }
 

@@ -12,6 +12,8 @@ namespace callcontrol {
 
 namespace {
 
+constexpr int MOST_UNREAD_PIECES = 256;
+
 using NameOf = int (*)(int, sockaddr*, socklen_t*);
 
 void readEnd(NameOf nameOf, int socket, std::string& address, int& port) {
@@ -35,15 +37,29 @@ int clampedToInt(std::size_t size) {
 Connection::Connection(int socket, SSL_CTX* tls) : socket_(socket), tls_(tls == nullptr ? nullptr : SSL_new(tls)) {}
 
 Connection::~Connection() {
-    if (isUp_) {
-        SSL_shutdown(tls_.get());
-    }
     ERR_clear_error();  // the queue is the thread's, and the thread has other clients to come
 }
 
 bool Connection::open() {
     isUp_ = tls_ && SSL_set_fd(tls_.get(), socket_) == 1 && SSL_accept(tls_.get()) == 1;
     return isUp_;
+}
+
+void Connection::finish() {
+    if (isUp_) {
+        SSL_shutdown(tls_.get());
+    }
+    shutdown(socket_, SHUT_WR);
+    std::array<char, 4096> unread{};
+    for (int i = 0; i < MOST_UNREAD_PIECES && recv(socket_, unread.data(), unread.size(), 0) > 0; ++i) {
+    }
+}
+
+std::string Connection::client() const {
+    std::string address;
+    int port = 0;
+    get_remote_ip_and_port(address, port);
+    return address;
 }
 
 ssize_t Connection::read(char* data, std::size_t size) {
@@ -61,6 +77,7 @@ ssize_t Connection::write(const char* data, std::size_t size) {
         const ssize_t count = writeSome(data + written, size - written);
         if (count <= 0) {
             isUp_ = false;
+            hasFailed_ = true;
             return -1;
         }
         written += static_cast<std::size_t>(count);

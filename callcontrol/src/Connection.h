@@ -15,7 +15,6 @@ public:
     /// @param tls null for a plain connection.
     Connection(int socket, SSL_CTX* tls);
 
-    /// Says goodbye to the client, if TLS is up.
     ~Connection() override;
 
     Connection(const Connection&) = delete;
@@ -23,6 +22,16 @@ public:
 
     /// @return false if the client and this server did not agree on TLS.
     bool open();
+
+    /// Says goodbye and waits until the client has gone too: closing over what it sent and nobody read would take the
+    /// answer away from it.
+    void finish();
+
+    /// True if something could not be written.
+    bool hasFailed() const { return hasFailed_; }
+
+    /// The client's address.
+    std::string client() const;
 
     bool is_readable() const override { return true; }
     bool is_writable() const override { return true; }
@@ -41,6 +50,7 @@ private:
     const int socket_;
     Owned<SSL> tls_;
     bool isUp_ = false;  ///< TLS has been agreed on, and nothing has failed since
+    bool hasFailed_ = false;
 };
 
 }  // namespace callcontrol

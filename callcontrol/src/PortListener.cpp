@@ -18,10 +18,9 @@ namespace {
 
 constexpr std::size_t WORKERS = 4;
 constexpr std::time_t LONGEST_SILENCE_SECONDS = 10;
-constexpr std::size_t LONGEST_REQUEST_BODY = 64 * 1024;
 
-/// Whose request the thread is working on: the library leaves it out where it could not read the request.
-thread_local std::string clientOfThisThread;
+/// What the thread is working on: the library does not say where it could not read the request.
+thread_local const Connection* connectionOfThisThread = nullptr;
 
 /// The library's own choice would be SO_REUSEPORT, with which two servers share a port without a word.
 void reuseAddress(int socket) {
@@ -45,9 +44,9 @@ PortListener::PortListener(SSL_CTX* tls, const Answer& answer, const Logger& log
     set_tcp_nodelay(true);
     set_read_timeout(LONGEST_SILENCE_SECONDS);
     set_write_timeout(LONGEST_SILENCE_SECONDS);
-    set_payload_max_length(LONGEST_REQUEST_BODY);
     set_pre_routing_handler([answer](const httplib::Request& request, httplib::Response& response) {
-        return answer(request, response) ? HandlerResponse::Handled : HandlerResponse::Unhandled;
+        answer(request, response);
+        return HandlerResponse::Handled;
     });
     set_error_handler(HandlerWithResponse([](const httplib::Request&, httplib::Response& response) {
         if (response.body.empty()) {
@@ -56,7 +55,9 @@ PortListener::PortListener(SSL_CTX* tls, const Answer& answer, const Logger& log
         return HandlerResponse::Handled;
     }));
     set_logger([logger](const httplib::Request& request, const httplib::Response& response) {
-        logger(clientOfThisThread, request, response);
+        if (!connectionOfThisThread->hasFailed()) {
+            logger(connectionOfThisThread->client(), request, response);
+        }
     });
 }
 
@@ -115,10 +116,11 @@ void PortListener::serve(int socket) {
     if (tls_ != nullptr && !connection.open()) {
         return;
     }
-    int clientPort = 0;
-    connection.get_remote_ip_and_port(clientOfThisThread, clientPort);
     bool closedByClient = false;
+    connectionOfThisThread = &connection;
     process_request(connection, true, closedByClient, nullptr);
+    connectionOfThisThread = nullptr;
+    connection.finish();
 }
 
 bool PortListener::enter(int socket) {

@@ -23,11 +23,11 @@ public:
     /// Told of the client's address, the request and its answer.
     using Logger = std::function<void(const std::string&, const httplib::Request&, const httplib::Response&)>;
 
-    /// What answers a request: false leaves it to the library, which finds nothing. On several threads at once.
-    using Answer = std::function<bool(const httplib::Request&, httplib::Response&)>;
+    /// Answers a request, whose body is not read. On several threads at once.
+    using Answer = std::function<void(const httplib::Request&, httplib::Response&)>;
 
     /// @param tls null for plain HTTP; must outlive this.
-    /// @param logger told of each request that was answered, on several threads at once.
+    /// @param logger told of each request whose answer has gone out, on several threads at once.
     PortListener(SSL_CTX* tls, const Answer& answer, const Logger& logger);
 
     /// Stops.

@@ -80,7 +80,7 @@ void closeOnce(int& descriptor) {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const Options& options) {
     const Ends out = options.terminal ? makeTerminal() : makePipe();
-    const Ends error = makePipe();
+    const Ends error = options.errorTerminal ? makeTerminal() : makePipe();
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -136,14 +136,18 @@ bool ChildProcess::readSome() {
     return true;
 }
 
-bool ChildProcess::waitForError(const std::string& text) {
-    while (ended_.error.find(text) == std::string::npos) {
+bool ChildProcess::waitFor(const std::string& text, const std::string& in) {
+    while (in.find(text) == std::string::npos) {
         if (!readSome()) {
             return false;
         }
     }
     return true;
 }
+
+bool ChildProcess::waitForError(const std::string& text) { return waitFor(text, ended_.error); }
+
+bool ChildProcess::waitForOutput(const std::string& text) { return waitFor(text, ended_.out); }
 
 void ChildProcess::signal(int number) const { kill(process_, number); }
 

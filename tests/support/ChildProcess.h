@@ -22,6 +22,9 @@ struct ChildOptions {
 
     /// Give the program a terminal for its standard output.
     bool terminal = false;
+
+    /// Give it another one for its standard error.
+    bool errorTerminal = false;
 };
 
 /// A program started by a test, which reads what it prints and may send it signals.
@@ -41,6 +44,9 @@ public:
     /// Waits until the text has appeared on standard error. @return false if the program ended without.
     bool waitForError(const std::string& text);
 
+    /// The same for standard output.
+    bool waitForOutput(const std::string& text);
+
     void signal(int number) const;
 
     /// Closes the reading end of the program's standard output.
@@ -51,6 +57,7 @@ public:
 
 private:
     bool readSome();
+    bool waitFor(const std::string& text, const std::string& in);
 
     pid_t process_ = -1;
     int out_ = -1;
