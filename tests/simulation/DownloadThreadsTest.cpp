@@ -275,7 +275,7 @@ void expectWholeFiles(DownloadRound& round) {
 }
 
 TEST(TheRemoteStore, ComesToRestOnceAllThreadsAreQuiet) {
-    for (const std::uint64_t seed : campaignSeeds(600001, sequences(100))) {
+    for (const std::uint64_t seed : campaignSeeds(600001, sequences(200))) {
         SCOPED_TRACE("CORVID_SEED=" + std::to_string(seed));
         DownloadRound round(seed, DownloadRound::Versions::Known);
         expectWholeFiles(round);
@@ -286,7 +286,7 @@ TEST(TheRemoteStore, ComesToRestOnceAllThreadsAreQuiet) {
 }
 
 TEST(TheRemoteStore, ComesToRestOrStallsWhileTheVersionComesAndGoes) {
-    for (const std::uint64_t seed : campaignSeeds(700001, sequences(100))) {
+    for (const std::uint64_t seed : campaignSeeds(700001, sequences(200))) {
         SCOPED_TRACE("CORVID_SEED=" + std::to_string(seed));
         DownloadRound round(seed, DownloadRound::Versions::ComeAndGo);
         expectWholeFiles(round);

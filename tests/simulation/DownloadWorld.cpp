@@ -60,7 +60,7 @@ void DownloadTale::tell(const std::string& event) { events_.push_back(event); }
 
 std::vector<std::string> DownloadTale::take() { return std::exchange(events_, {}); }
 
-class DownloadWorld::Observer : public TftpConfigStoreObserver {
+class DownloadWorld::Observer final : public TftpConfigStoreObserver {
 public:
     explicit Observer(DownloadWorld& world) : world_(world) {}
 
