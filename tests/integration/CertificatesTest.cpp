@@ -17,6 +17,8 @@ namespace {
 struct Impostor {
     const char* name;
     Credentials (*credentials)(const CertificateAuthority& authority, const std::string& address);
+
+    friend void PrintTo(const Impostor& impostor, std::ostream* out) { *out << impostor.name; }
 };
 
 const Impostor IMPOSTORS[] = {

@@ -119,6 +119,44 @@ TEST_F(Versions, AreAskedOfTheDeviceListServerFirst) {
               1U);
 }
 
+TEST_F(Versions, AreAskedOfItsBackupsInTurn) {
+    const std::string primary = CallControlServer::freeLoopbackAddress();
+    const std::string backup = CallControlServer::freeLoopbackAddress();
+    const Server secondBackup(authority_, "10.0");
+    const Server server(authority_, "12.5");
+    server.serve({{"origin", "server"}});
+    Client client(
+        {.servers = {server.address()},
+         .more = {{"HubcipServer1", primary}, {"HubcipServer2", backup}, {"HubcipServer3", secondBackup.address()}},
+         .trusted = authority_.certificate()});
+    client.startAndFetch();
+    EXPECT_THAT(server.requests(), ElementsAre("6970 /corvid-config.xml 200"));
+    EXPECT_EQ(client.log().count(4, "The UDS server version returned from querying primary HUBCIP server '" + primary +
+                                        "' is: "),
+              1U);
+    EXPECT_EQ(client.log().count(4, "The UDS server version returned from querying backup HUBCIP server1 '" + backup +
+                                        "' is: "),
+              1U);
+    EXPECT_EQ(client.log().count(4, "The UDS server version returned from querying backup HUBCIP server2 '" +
+                                        secondBackup.address() + "' is: 10.0"),
+              1U);
+}
+
+TEST_F(Versions, AreAskedOfThreeServersAtMost) {
+    const Server server(authority_, "12.5");
+    server.serve({{"origin", "server"}});
+    Client client({.servers = {server.address()},
+                   .more = {{"HubcipServer1", CallControlServer::freeLoopbackAddress()},
+                            {"HubcipServer2", CallControlServer::freeLoopbackAddress()},
+                            {"HubcipServer3", CallControlServer::freeLoopbackAddress()}},
+                   .trusted = authority_.certificate()});
+    client.start();
+    const Cycle cycle = client.fetch().cycles.back();
+    EXPECT_EQ(cycle.end, CycleEnd::Stalled);
+    EXPECT_EQ(cycle.versionQueries.size(), 3U);
+    EXPECT_THAT(server.requests(), IsEmpty());
+}
+
 TEST_F(Versions, ThatAreKnownAreNotAsked) {
     const Server server(authority_, "12.5");
     server.serve({{"origin", "server"}});
