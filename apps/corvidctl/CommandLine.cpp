@@ -35,6 +35,7 @@ constexpr auto COMMANDS = std::to_array<CommandShape>({
     {"fetch", "", 0, 0, "Fetch the server's file and tell what came of it"},
     {"report", "", 0, 0, "Print the master configuration report"},
     {"validate", "FILE...", 1, ANY_NUMBER, "Tell what a configuration document or a local file means"},
+    {"serve", "FILE", 1, 1, "Be a call-control server with a configuration file, until interrupted"},
     {"demo", "", 0, 0, "Show the main job on the sample profile: serve, fetch, list, live changes"},
 });
 
@@ -106,6 +107,15 @@ void addCommandOptions(CLI::App& command, std::string_view name, Invocation& inv
     } else if (name == "list") {
         command.add_flag("--all", invocation.all, "Add undefined keys")->take_last();
         command.add_option("--store", invocation.store, "Only keys that this store wins")->type_name("NAME");
+    } else if (name == "serve") {
+        command.add_option("--address", invocation.address, "The IPv4 address to listen on [127.0.0.1]")
+            ->type_name("A");
+        command.add_option("--server-version", invocation.serverVersion, "What the server says of itself [12.5]")
+            ->type_name("V");
+        command
+            .add_option("--write-ca", invocation.writeCa,
+                        "Where to write the throw-away certificate (PEM) that clients need to trust")
+            ->type_name("FILE");
     }
 }
 
@@ -126,7 +136,7 @@ CommandLine printed(const std::string& output) {
 std::string mismatch(const CommandShape& shape, const std::vector<std::string>& arguments) {
     if (arguments.size() < shape.least) {
         constexpr std::array<const char*, 2> SET_NAMES = {"KEY", "VALUE"};
-        const bool isFile = std::string_view(shape.name) == "validate";
+        const bool isFile = std::string_view(shape.arguments).substr(0, 4) == "FILE";
         const char* const missing = isFile ? "FILE" : SET_NAMES.at(arguments.size());
         return std::string(shape.name) + ": " + missing + " is missing, expected: " + usageOf(shape);
     }
@@ -169,6 +179,7 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const CLI::App& command = *commands.front();
     invocation.command = command.get_name();
     invocation.storeGiven = invocation.command == "list" && command.count("--store") > 0;
+    invocation.writeCaGiven = invocation.command == "serve" && command.count("--write-ca") > 0;
     if (const std::string problem = mismatch(shapeOf(invocation.command), invocation.arguments); !problem.empty()) {
         return wrongUse(problem);
     }

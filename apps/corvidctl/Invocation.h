@@ -35,6 +35,10 @@ struct Invocation {
     bool all = false;
     bool storeGiven = false;
     std::string store;
+    std::string address = "127.0.0.1";   ///< of `serve`
+    std::string serverVersion = "12.5";  ///< of `serve`
+    bool writeCaGiven = false;
+    std::string writeCa;
 
     // Worked out by checkInvocation().
     host::ReferenceHost::Options host;

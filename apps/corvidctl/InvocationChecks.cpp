@@ -1,5 +1,6 @@
 #include "InvocationChecks.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -164,7 +165,7 @@ std::string checkFileIn(const char* option, const std::string& directory, const 
 /// The module would pass over a file that it cannot read, and a command would tell, or store, half of the truth.
 std::string checkFilesOfTheModule(Invocation& invocation) {
     using namespace ConfigStoreConstants;
-    if (invocation.command == "validate") {
+    if (invocation.command == "validate" || invocation.command == "serve") {
         return {};
     }
     for (const std::string& name : {LOCAL_FILE_CONFIG_STORE_FILE_NAME, TFTP_OVERRIDE_FILE_NAME}) {
@@ -181,6 +182,38 @@ std::string checkFilesOfTheModule(Invocation& invocation) {
     return problem;
 }
 
+bool isVersion(const std::string& text) {
+    return text.find_first_not_of("0123456789.") == std::string::npos && !text.empty() && text.front() != '.';
+}
+
+/// The certificate replaces what is there in one step, which takes more than a file that can be written.
+bool isReplaceable(const std::string& path) {
+    std::error_code error;
+    const fs::path folder = fs::path(path).parent_path();
+    const bool isOther = fs::exists(path, error) && !fs::is_regular_file(path, error);
+    return !isOther && isWritablePlace(path) && access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
+}
+
+std::string checkServe(const Invocation& invocation) {
+    std::error_code error;
+    const std::string& file = invocation.arguments.front();
+    if (!isReadableFile(file) || !fs::is_regular_file(file, error)) {
+        return "serve: FILE '" + file + "': expected a file that can be read";
+    }
+    in_addr address{};
+    if (inet_pton(AF_INET, invocation.address.c_str(), &address) != 1) {
+        return "--address '" + invocation.address + "': expected an IPv4 address";
+    }
+    if (!isVersion(invocation.serverVersion)) {
+        return "--server-version '" + invocation.serverVersion + "': expected digits and full stops, as in 12.5";
+    }
+    const std::string& ca = invocation.writeCa;
+    if (invocation.writeCaGiven && (!isReplaceable(ca) || fs::equivalent(ca, file, error))) {
+        return "--write-ca '" + ca + "': expected a file that can be written, and another one than FILE";
+    }
+    return {};
+}
+
 std::string checkArguments(const Invocation& invocation) {
     const std::string& command = invocation.command;
     const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
@@ -189,6 +222,9 @@ std::string checkArguments(const Invocation& invocation) {
     }
     if (invocation.storeGiven && invocation.store.empty()) {
         return "--store is empty, expected the name of a store";
+    }
+    if (command == "serve") {
+        return checkServe(invocation);
     }
     if (command == "validate") {
         for (const std::string& file : invocation.arguments) {

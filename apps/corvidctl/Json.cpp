@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "callcontrol/CallControlServer.h"
+
 namespace corvidctl::json {
 
 namespace {
@@ -126,6 +128,14 @@ std::string stores(const std::vector<StoreView>& views) {
 std::string change(const ChangeView& view) { return onOneLine(toJson(view)); }
 
 std::string fetch(const FetchView& view) { return printed(toJson(view)); }
+std::string request(const callcontrol::ServedRequest& request) {
+    return onOneLine({{"port", request.port},
+                      {"client", request.client},
+                      {"method", request.method},
+                      {"path", request.path},
+                      {"status", request.status},
+                      {"bytes", request.bytes}});
+}
 
 std::string report(const std::string& text) { return printed({{"report", text}}); }
 

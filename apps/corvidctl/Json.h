@@ -7,6 +7,10 @@
 #include "Views.h"
 #include "demo/Demonstration.h"
 
+namespace callcontrol {
+struct ServedRequest;
+}
+
 /// The machine-readable forms, as scripts rely on them. Each is one text without a line end at its end; ill-formed
 /// UTF-8 becomes U+FFFD, and control characters are escaped.
 namespace corvidctl::json {
@@ -19,6 +23,7 @@ std::string stores(const std::vector<StoreView>& views);
 /// One object on one line, for a stream.
 std::string change(const ChangeView& view);
 std::string fetch(const FetchView& view);
+std::string request(const callcontrol::ServedRequest& request);
 std::string report(const std::string& text);
 
 /// An object for one file, an array for several.

@@ -32,6 +32,7 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"fetch", runFetch},
     {"report", runReport},
     {"validate", runValidate},
+    {"serve", runServe},
     {"demo", runDemo},
 });
 

@@ -61,7 +61,7 @@ void answerFile(const std::string& file, httplib::Response& response) {
     if (in && in.peek() != std::ifstream::traits_type::eof()) {
         contents << in.rdbuf();
     }
-    if (!in.is_open() || in.bad()) {
+    if (!in.is_open() || in.bad() || contents.fail()) {
         return answerNotFound(response, "the file cannot be read");
     }
     response.set_content(contents.str(), XML);

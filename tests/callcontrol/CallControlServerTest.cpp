@@ -128,6 +128,16 @@ TEST_F(CallControl, FindsNothingWhileTheFileCannotBeRead) {
     expectNotFound(PLAIN, "/corvid-config.xml", "the file cannot be read\n");
 }
 
+TEST_F(ServedFile, FindsNothingWhereTheReadingFails) {
+    CallControlServer::Options options = optionsFor(address_);
+    options.file = "/proc/self/mem";  // has nothing at its beginning
+    CallControlServer other(options);
+    other.start();
+    const WebAnswer answer = client_.get(url(PLAIN, "/mem"));
+    EXPECT_EQ(answer.status, 404);
+    EXPECT_EQ(answer.body, "the file cannot be read\n");
+}
+
 TEST_F(CallControl, TakesNoFileFromAClient) {
     for (const std::string method : {"POST", "PUT", "DELETE", "PATCH"}) {
         EXPECT_EQ(client_.send(method, url(PLAIN, "/corvid-config.xml")).status, 404) << method;

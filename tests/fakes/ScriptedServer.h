@@ -19,12 +19,12 @@ struct ScriptedServerOptions {
     std::string address = "127.0.0.1";  ///< IPv4 address to listen on
     std::uint16_t port = 0;             ///< 0: a free one
 
-    std::string certificate;  ///< PEM; together with the key it makes this a TLS server
-    std::string privateKey;   ///< PEM
-    int newestTls = 0;        ///< TLS1_1_VERSION and the like; 0: whatever the library has
+    std::string certificate = {};  ///< PEM; together with the key it makes this a TLS server
+    std::string privateKey = {};   ///< PEM
+    int newestTls = 0;             ///< TLS1_1_VERSION and the like; 0: whatever the library has
 
     /// Runs before anything is read or TLS begins; a connection that it closes is over.
-    std::function<void(ScriptedConnection&)> onConnect;
+    std::function<void(ScriptedConnection&)> onConnect = {};
 };
 
 /// A server that answers with whatever bytes the test's script sends: right, wrong, slow, cut or none at all. It

@@ -16,6 +16,7 @@ int runFetch(const Invocation& invocation, Output& output);
 int runWatch(const Invocation& invocation, Output& output);
 int runReport(const Invocation& invocation, Output& output);
 int runValidate(const Invocation& invocation, Output& output);
+int runServe(const Invocation& invocation, Output& output);
 int runDemo(const Invocation& invocation, Output& output);
 
 }  // namespace corvidctl

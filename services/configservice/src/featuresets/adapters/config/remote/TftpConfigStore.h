@@ -179,11 +179,12 @@ private:
     /// What onDownloadComplete() does. @param attempt its number in the journal, 0 for none.
     void endTransfer(std::string& body, HttpDownloadResult result, const std::string& address, std::uint64_t attempt,
                      const std::shared_ptr<TftpConfigStore>& self);
-    void endCancelled(const std::string& address);
-    void takeFile(std::string& body, const std::string& address, const std::shared_ptr<TftpConfigStore>& self);
+    void endCancelled(const std::string& address) TESSEL_REQUIRES(downloadMutex_);
+    void takeFile(std::string& body, const std::string& address, const std::shared_ptr<TftpConfigStore>& self)
+        TESSEL_REQUIRES(downloadMutex_);
 
     /// @return the keys that the values replace; empty if the body is no configuration document.
-    std::vector<std::wstring> takeValues(std::string& body);
+    std::vector<std::wstring> takeValues(std::string& body) TESSEL_REQUIRES(downloadMutex_);
     void clearValues();
     void tellObservers(const std::vector<std::wstring>& keys);
     void setState(QueryState state) { currentQueryState_.store(state, std::memory_order_relaxed); }

@@ -86,14 +86,14 @@ std::string UdsVersionQuery::getHUBCIPServerValue() {
     servers.primary = read(ConfigStoreConstants::HUBCIP_SERVER_1_KEY);
     servers.backup1 = read(ConfigStoreConstants::HUBCIP_SERVER_2_KEY);
     servers.backup2 = read(ConfigStoreConstants::HUBCIP_SERVER_3_KEY);
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const tessel::ScopedLock lock(mutex_);
     hubcipServers_ = servers;
     return servers.primary;
 }
 
 std::string UdsVersionQuery::retrieveUdsVersion(const std::string& address) {
     {
-        const std::lock_guard<std::mutex> lock(mutex_);
+        const tessel::ScopedLock lock(mutex_);
         recordAttempt(address);
     }
     return request(address);
@@ -126,7 +126,7 @@ std::string UdsVersionQuery::attemptUdsVersionFailover(const std::string& tftpSe
                                                        const std::string& tftpServer3) {
     Servers servers;
     {
-        const std::lock_guard<std::mutex> lock(mutex_);
+        const tessel::ScopedLock lock(mutex_);
         servers = hubcipServers_;
     }
     const std::pair<std::string, const char*> candidates[] = {
@@ -146,7 +146,7 @@ std::string UdsVersionQuery::attemptUdsVersionFailover(const std::string& tftpSe
 std::string UdsVersionQuery::askOnce(const std::string& address, const std::string& role) {
     {
         // Looked up and recorded in one step, so that two queries at once keep the limit.
-        const std::lock_guard<std::mutex> lock(mutex_);
+        const tessel::ScopedLock lock(mutex_);
         if (address.empty() || queryAttempts_ >= MAX_FAILOVER_ATTEMPTS || isBlacklisted(address)) {
             return {};
         }
@@ -183,7 +183,7 @@ std::string UdsVersionQuery::parseUdsVersionResponse(const std::string& body) {
 }
 
 bool UdsVersionQuery::isAddressBlacklisted(std::string address) const {
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const tessel::ScopedLock lock(mutex_);
     return isBlacklisted(address);
 }
 

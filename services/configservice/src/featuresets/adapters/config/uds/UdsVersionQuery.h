@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "remote/DownloadJournal.h"
+#include "tessel/Mutex.h"
 #include "tessel/TesselLogger.h"
 #include "unified/UnifiedFactory.h"
 
@@ -71,14 +71,13 @@ private:
     std::string askOnce(const std::string& address, const std::string& role);
     std::string request(const std::string& address);
 
-    // With the lock held.
-    void recordAttempt(const std::string& address);
-    bool isBlacklisted(const std::string& address) const;
+    void recordAttempt(const std::string& address) TESSEL_REQUIRES(mutex_);
+    bool isBlacklisted(const std::string& address) const TESSEL_REQUIRES(mutex_);
 
     const std::shared_ptr<UnifiedFactory> factory_;
     const std::shared_ptr<DownloadJournal> journal_;
-    mutable std::mutex mutex_;  ///< a leaf: held for a copy, across no call
-    Servers hubcipServers_;
-    std::uint32_t queryAttempts_ = 0;                ///< requests ever made
-    std::vector<std::string> blacklistedAddresses_;  ///< servers ever asked, with repeats
+    mutable tessel::Mutex mutex_;  ///< a leaf: held for a copy, across no call
+    Servers hubcipServers_ TESSEL_GUARDED_BY(mutex_);
+    std::uint32_t queryAttempts_ TESSEL_GUARDED_BY(mutex_) = 0;                ///< requests ever made
+    std::vector<std::string> blacklistedAddresses_ TESSEL_GUARDED_BY(mutex_);  ///< servers ever asked, with repeats
 };
