@@ -78,8 +78,8 @@ void explainStall(const Cycle& cycle, const ValueView& before, FetchView& view) 
     } else {
         view.reason += ": no server was asked";
     }
-    view.advice = "A server is asked over HTTPS on port 8443. Check that it answers there; where its certificate is of "
-                  "an authority of your own, name that with --ca-file FILE. Or tell the version yourself, for example: "
+    view.advice = "A server is asked over HTTPS on port 8443. Check that it answers there; if its certificate is of an "
+                  "authority\nof your own, name that with --ca-file FILE. Or tell the version yourself, for example: "
                   "corvidctl set HomeUdsVersion 12.5";
 }
 

@@ -74,7 +74,8 @@ TEST_F(Tool, ValidateFindsTheSampleProfileInOrder) {
     const std::string data = CORVID_DATA_DIRECTORY;
     for (const json& validation :
          asJson({"validate", data + "/corvid-config-defaults.xml", data + "/sample/corvid-config-user.xml",
-                 data + "/sample/corvidLocalConfig.xml", data + "/sample/Cache/cachedTFTPConfigStore.xml"})) {
+                 data + "/sample/corvidLocalConfig.xml", data + "/sample/Cache/cachedTFTPConfigStore.xml",
+                 data + "/sample-server/corvid-config.xml"})) {
         EXPECT_EQ(validation.at("warnings"), json::array());
         EXPECT_EQ(validation.at("errors"), json::array());
     }
