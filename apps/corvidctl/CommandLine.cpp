@@ -32,10 +32,11 @@ constexpr auto COMMANDS = std::to_array<CommandShape>({
     {"set", "KEY VALUE", 2, 2, "Store a user value"},
     {"unset", "KEY", 1, 1, "Erase a key from the writable stores"},
     {"watch", "[GLOB...]", 0, ANY_NUMBER, "Start the remote source and print every change, until interrupted"},
+    {"fetch", "", 0, 0, "Fetch the server's file and tell what came of it"},
     {"report", "", 0, 0, "Print the master configuration report"},
     {"validate", "FILE...", 1, ANY_NUMBER, "Tell what a configuration document or a local file means"},
     {"serve", "FILE", 1, 1, "Be a call-control server with a configuration file, until interrupted"},
-    {"demo", "", 0, 0, "Show the sample profile and one live change, on a copy"},
+    {"demo", "", 0, 0, "Show the main job on the sample profile: serve, fetch, list, live changes"},
 });
 
 /// The parser's own messages may have several lines; the tool promises one.

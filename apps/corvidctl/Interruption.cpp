@@ -13,6 +13,21 @@
 
 namespace corvidctl {
 
+namespace {
+
+void raise(int event) {
+    const std::uint64_t one = 1;
+    // Fails only if it stands at its highest number already, which wakes whoever waits as well.
+    [[maybe_unused]] const ssize_t written = write(event, &one, sizeof one);
+}
+
+void lower(int event) {
+    std::uint64_t count = 0;
+    [[maybe_unused]] const ssize_t size = read(event, &count, sizeof count);  // fails if it was lowered already
+}
+
+}  // namespace
+
 Interruption::Interruption() {
     sigset_t signals;
     sigemptyset(&signals);
@@ -21,7 +36,8 @@ Interruption::Interruption() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     signals_ = signalfd(-1, &signals, SFD_CLOEXEC);
     ended_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (signals_ < 0 || ended_ < 0) {
+    nudged_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (signals_ < 0 || ended_ < 0 || nudged_ < 0) {
         throw std::system_error(errno, std::generic_category(), "waiting for signals");
     }
 }
@@ -30,6 +46,7 @@ Interruption::~Interruption() {
     // The signals stay blocked: one that comes now is late, and must not kill the host half-way through its end.
     close(signals_);
     close(ended_);
+    close(nudged_);
 }
 
 void Interruption::wait() {
@@ -38,10 +55,17 @@ void Interruption::wait() {
     }
 }
 
-void Interruption::end() {
-    const std::uint64_t one = 1;
-    // Fails only if it has been written to before, which ends the wait as well.
-    [[maybe_unused]] const ssize_t written = write(ended_, &one, sizeof one);
+bool Interruption::waitForNews(std::chrono::milliseconds atMost) {
+    std::array<pollfd, 3> descriptors = {{{signals_, POLLIN, 0}, {ended_, POLLIN, 0}, {nudged_, POLLIN, 0}}};
+    if (poll(descriptors.data(), descriptors.size(), static_cast<int>(atMost.count())) <= 0) {
+        return false;
+    }
+    lower(nudged_);
+    return descriptors[0].revents != 0 || descriptors[1].revents != 0;
 }
+
+void Interruption::end() { raise(ended_); }
+
+void Interruption::nudge() { raise(nudged_); }
 
 }  // namespace corvidctl

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 namespace corvidctl {
 
 /// Turns SIGINT and SIGTERM into something to wait for. To be made before any other thread is: threads inherit what it
@@ -16,12 +18,21 @@ public:
     /// Returns when a signal has come, or end() was called.
     void wait();
 
+    /// Returns then, too, but also after each nudge(), and when the time is over.
+    /// @return true if a signal has come or end() was called, now or earlier.
+    bool waitForNews(std::chrono::milliseconds atMost);
+
     /// Ends the wait from inside the program. Any thread.
     void end();
+
+    /// Something has changed that whoever waits for news wants to look at. One that comes while nobody waits ends the
+    /// next wait. Any thread.
+    void nudge();
 
 private:
     int signals_ = -1;
     int ended_ = -1;
+    int nudged_ = -1;
 };
 
 }  // namespace corvidctl

@@ -74,6 +74,11 @@ Json toJson(const ChangeView& view) {
     return json;
 }
 
+Json toJson(const FetchView& view) {
+    return {{"server", view.server}, {"url", view.url}, {"version", view.version},
+            {"keys", view.keys},     {"ok", view.ok},   {"reason", view.reason}};
+}
+
 Json toJson(const ValidationView& view) {
     Json keys = Json::array();
     for (const ValidationView::Entry& entry : view.entries) {
@@ -122,6 +127,7 @@ std::string stores(const std::vector<StoreView>& views) {
 
 std::string change(const ChangeView& view) { return onOneLine(toJson(view)); }
 
+std::string fetch(const FetchView& view) { return printed(toJson(view)); }
 std::string request(const callcontrol::ServedRequest& request) {
     return onOneLine({{"port", request.port},
                       {"client", request.client},
@@ -144,10 +150,16 @@ std::string validations(const std::vector<ValidationView>& views) {
     return printed(array);
 }
 
-std::string demonstration(const std::vector<ValueView>& values, const std::vector<ChangeView>& changes) {
-    Json json = {{"values", toJson(values)}, {"changes", Json::array()}};
-    for (const ChangeView& view : changes) {
-        json["changes"].push_back(toJson(view));
+std::string demonstration(const DemonstrationView& view) {
+    Json json = {{"fetches", Json::array({toJson(view.fetch), toJson(view.secondFetch)})},
+                 {"values", toJson(view.values)},
+                 {"serverChanges", Json::array()},
+                 {"changes", Json::array()}};
+    for (const TransitionView& transition : view.serverChanges) {
+        json["serverChanges"].push_back(toJson(transition.after));
+    }
+    for (const ChangeView& change : view.userChanges) {
+        json["changes"].push_back(toJson(change));
     }
     return printed(json);
 }

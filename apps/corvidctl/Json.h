@@ -3,7 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "FetchReport.h"
 #include "Views.h"
+#include "demo/Demonstration.h"
 
 namespace callcontrol {
 struct ServedRequest;
@@ -20,11 +22,14 @@ std::string stores(const std::vector<StoreView>& views);
 
 /// One object on one line, for a stream.
 std::string change(const ChangeView& view);
+std::string fetch(const FetchView& view);
 std::string request(const callcontrol::ServedRequest& request);
 std::string report(const std::string& text);
 
 /// An object for one file, an array for several.
 std::string validations(const std::vector<ValidationView>& views);
-std::string demonstration(const std::vector<ValueView>& values, const std::vector<ChangeView>& changes);
+
+/// Both fetches, the values after the first, what the client was told after the second, and after the user's change.
+std::string demonstration(const DemonstrationView& view);
 
 }  // namespace corvidctl::json

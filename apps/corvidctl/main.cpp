@@ -29,6 +29,7 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"set", runSet},
     {"unset", runUnset},
     {"watch", runWatch},
+    {"fetch", runFetch},
     {"report", runReport},
     {"validate", runValidate},
     {"serve", runServe},

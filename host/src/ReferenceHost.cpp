@@ -11,6 +11,7 @@
 #include "InjectConfigService.h"
 #include "host/FipsSwitch.h"
 #include "host/XmlDiagnostics.h"
+#include "impl/http/CurlTransport.h"
 #include "impl/system/SystemMonitorImpl.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "impl/tessel/SpdlogSink.h"
@@ -40,10 +41,13 @@ void logFailure(const std::string& text) {
 }  // namespace
 
 struct ReferenceHost::Parts {
+    explicit Parts(const Options& options) : httpTransport(std::make_shared<platform::CurlTransport>(options.caFile)) {}
+
     XmlDiagnostics xmlDiagnostics{XmlDiagnostics::Way::Log};
     std::shared_ptr<ServicesDispatcherImpl> dispatcher = std::make_shared<ServicesDispatcherImpl>();
     std::shared_ptr<TaskDispatcherImpl> persistQueue = std::make_shared<TaskDispatcherImpl>();
     std::shared_ptr<ThreadPoolImpl> threadPool = std::make_shared<ThreadPoolImpl>(POOL_THREADS);
+    std::shared_ptr<platform::CurlTransport> httpTransport;
     std::shared_ptr<TesselSystemMonitor::SystemMonitorImpl> systemMonitor =
         std::make_shared<TesselSystemMonitor::SystemMonitorImpl>();
     std::shared_ptr<SystemServiceImpl> systemService = std::make_shared<SystemServiceImpl>();
@@ -87,7 +91,7 @@ bool ReferenceHost::prepareLog() {
 }
 
 void ReferenceHost::assemble() {
-    parts_ = std::make_unique<Parts>();
+    parts_ = std::make_unique<Parts>(options_);
 
     const auto world = std::make_shared<platform::World>();
     world->configDirectory = options_.configDirectory;
@@ -96,6 +100,7 @@ void ReferenceHost::assemble() {
     world->fipsMode = fipsSwitch(options_.fips);
     world->threadPool = parts_->threadPool;
     world->systemMonitor = parts_->systemMonitor;
+    world->httpTransport = parts_->httpTransport;
     platform::setWorld(world);
 
     parts_->factory->setService<SystemService>(SYSTEM_SERVICE_ID, parts_->systemService);
@@ -134,11 +139,20 @@ void ReferenceHost::startFeatureSet() {
     });
 }
 
+void ReferenceHost::interruptRequests() {
+    if (parts_ != nullptr) {
+        parts_->httpTransport->interruptRequests();
+    }
+}
+
 void ReferenceHost::stop() {
     if (parts_ == nullptr) {
         return;  // the world and the log may be another host's by now
     }
+    // First, since the feature set's end waits for the lifecycle lock, under which a version may be asked for.
+    interruptRequests();
     stopFeatureSet();
+    parts_->httpTransport->stop();
     parts_->threadPool->stop();
     parts_->persistQueue->drain();
     parts_->dispatcher->stop();

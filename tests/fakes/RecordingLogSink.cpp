@@ -7,6 +7,7 @@ namespace fakes {
 void RecordingLogSink::write(const tessel::LogRecord& record) {
     const std::lock_guard<std::mutex> lock(mutex_);
     lines_.push_back({record.level, record.logger, record.function, record.text});
+    changed_.notify_all();
 }
 
 std::vector<RecordingLogSink::Line> RecordingLogSink::lines() const {
@@ -34,6 +35,13 @@ bool RecordingLogSink::mentions(const std::string& part) const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return std::any_of(lines_.begin(), lines_.end(),
                        [&](const Line& line) { return line.text.find(part) != std::string::npos; });
+}
+
+void RecordingLogSink::waitFor(const std::string& text) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] {
+        return std::any_of(lines_.begin(), lines_.end(), [&](const Line& line) { return line.text == text; });
+    });
 }
 
 void RecordingLogSink::clear() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,10 +35,14 @@ public:
     /// True if the text occurs inside any record of any level.
     bool mentions(const std::string& part) const;
 
+    /// Waits until exactly this text has been written, at any level. For tests with real threads.
+    void waitFor(const std::string& text);
+
     void clear();
 
 private:
     mutable std::mutex mutex_;
+    std::condition_variable changed_;
     std::vector<Line> lines_;
 };
 

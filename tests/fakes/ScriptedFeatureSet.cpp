@@ -23,10 +23,22 @@ bool ScriptedFeatureSet::record(const std::string& operation, std::vector<std::w
     if (hook != hooks_.end()) {
         hook->second(call);
     }
-    return result_;
+    const auto result = results_.find(operation);
+    return result == results_.end() ? result_ : result->second;
+}
+
+void ScriptedFeatureSet::holdValue(const std::wstring& key, const std::wstring& value) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    values_[key] = value;
+}
+
+void ScriptedFeatureSet::dropValue(const std::wstring& key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    values_.erase(key);
 }
 
 bool ScriptedFeatureSet::find(const std::wstring& key, std::wstring& value) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = values_.find(key);
     value = found == values_.end() ? L"" : found->second;
     return found != values_.end();

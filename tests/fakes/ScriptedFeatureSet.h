@@ -29,8 +29,14 @@ public:
     /// Answer of every operation that has a bool result, unless something below says otherwise; true at the start.
     void answer(bool result) { result_ = result; }
 
-    /// What getConfig() finds, in the store "ScriptedStore"; keys are compared as they are.
-    void holdValue(const std::wstring& key, const std::wstring& value) { values_[key] = value; }
+    /// Answer of the operation of that name.
+    void answerTo(const std::string& operation, bool result) { results_[operation] = result; }
+
+    /// What getConfig() finds, in the store "ScriptedStore"; keys are compared as they are. At any time.
+    void holdValue(const std::wstring& key, const std::wstring& value);
+
+    /// At any time.
+    void dropValue(const std::wstring& key);
 
     /// Run inside the operation of that name, after it was recorded and before it answers: a chain that reports.
     void during(const std::string& operation, std::function<void(const Call&)> hook) { hooks_[operation] = hook; }
@@ -65,6 +71,7 @@ private:
     bool find(const std::wstring& key, std::wstring& value) const;
 
     bool result_ = true;
+    std::map<std::string, bool> results_;
     std::map<std::wstring, std::wstring> values_;
     std::map<std::string, std::function<void(const Call&)>> hooks_;
     mutable std::mutex mutex_;

@@ -1,34 +1,14 @@
 #include "Comparison.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <span>
-#include <sstream>
 #include <utility>
 
+#include "ListDifference.h"
 #include "StepGenerator.h"
 #include "fakes/HandSteppedDispatcher.h"
 
 namespace simulation {
 
 namespace {
-
-/// The first place at which two lists part, from an entry on; the expected one may have extra entries at its head.
-template <typename Item>
-std::optional<std::string> differenceOf(const char* what, const std::vector<Item>& allExpected,
-                                        const std::vector<Item>& actual, std::size_t from = 0, std::size_t extra = 0) {
-    const std::span<const Item> expected = std::span(allExpected).subspan(extra);
-    for (std::size_t index = from; index < std::max(expected.size(), actual.size()); ++index) {
-        const bool both = index < expected.size() && index < actual.size();
-        if (both && expected[index] == actual[index]) {
-            continue;
-        }
-        return std::string(what) + " " + std::to_string(index) +
-               "\n  expected: " + (index < expected.size() ? describe(expected[index]) : "nothing") +
-               "\n  actual:   " + (index < actual.size() ? describe(actual[index]) : "nothing");
-    }
-    return std::nullopt;
-}
 
 std::string describe(const ChainOracle::Answer& answer) {
     return (answer.found ? "found [" : "missed [") + printable(answer.value) + "] of [" + printable(answer.storeName) +
@@ -166,46 +146,9 @@ std::optional<Difference> firstDifference(const std::vector<Step>& steps, const 
     return Run(steps, comparison).go();
 }
 
-std::vector<Step> shrunk(std::vector<Step> steps, const Comparison& comparison) {
-    for (bool smaller = true; smaller;) {
-        smaller = false;
-        if (const auto difference = firstDifference(steps, comparison)) {
-            steps.resize(difference->step + 1);
-        }
-        for (std::size_t index = steps.size(); index-- > 0;) {
-            std::vector<Step> without = steps;
-            without.erase(without.begin() + static_cast<std::ptrdiff_t>(index));
-            if (!without.empty() && firstDifference(without, comparison)) {
-                steps = std::move(without);
-                smaller = true;
-            }
-        }
-    }
-    return steps;
-}
-
 std::string failureReport(std::uint64_t seed, const std::vector<Step>& steps, const Comparison& comparison) {
-    const std::vector<Step> few = shrunk(steps, comparison);
-    std::ostringstream report;
-    report << "CORVID_SEED=" << seed << " fails with these steps:\n";
-    for (const Step& step : few) {
-        report << "    " << describe(step) << "\n";
-    }
-    if (const auto difference = firstDifference(few, comparison)) {
-        report << "after step " << difference->step << " of these: " << difference->text;
-    }
-    return report.str();
-}
-
-std::vector<std::uint64_t> campaignSeeds(std::uint64_t first, std::size_t count) {
-    if (const char* const seed = std::getenv("CORVID_SEED")) {
-        return {std::strtoull(seed, nullptr, 10)};
-    }
-    std::vector<std::uint64_t> seeds(count);
-    for (std::size_t index = 0; index < count; ++index) {
-        seeds[index] = first + index;
-    }
-    return seeds;
+    return reportOfFailure(seed, steps,
+                           [&](const std::vector<Step>& some) { return firstDifference(some, comparison); });
 }
 
 }  // namespace simulation

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Campaign.h"
 #include "ModelWorld.h"
 #include "ModuleWorld.h"
 
@@ -18,24 +19,12 @@ struct Comparison {
     bool chainCalls = true;
 };
 
-/// Where a sequence went wrong.
-struct Difference {
-    std::size_t step = 0;
-    std::string text;
-};
-
 /// Runs the steps on a fresh module and a fresh model, on this thread as the dispatcher thread, and compares them after
 /// each step. @return the first difference; none if the module does what the model says.
 std::optional<Difference> firstDifference(const std::vector<Step>& steps, const Comparison& comparison);
 
-/// A failing sequence with every step left out that the failure does not need.
-std::vector<Step> shrunk(std::vector<Step> steps, const Comparison& comparison);
-
 /// The whole report of a failing sequence: seed, the steps that are left, and the difference.
 std::string failureReport(std::uint64_t seed, const std::vector<Step>& steps, const Comparison& comparison);
-
-/// The seeds of a campaign: CORVID_SEED alone if it is set, and otherwise count seeds from the first one on.
-std::vector<std::uint64_t> campaignSeeds(std::uint64_t first, std::size_t count);
 
 /// The difference between live values and model over every object that exists.
 std::optional<std::string> differenceOfLiveValues(LiveOracle& model, ConfigService& service);

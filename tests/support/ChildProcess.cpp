@@ -80,7 +80,7 @@ void closeOnce(int& descriptor) {
 
 ChildProcess::ChildProcess(const std::vector<std::string>& command, const Options& options) {
     const Ends out = options.terminal ? makeTerminal() : makePipe();
-    const Ends error = makePipe();
+    const Ends error = options.errorTerminal ? makeTerminal() : makePipe();
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);

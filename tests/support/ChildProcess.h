@@ -22,6 +22,9 @@ struct ChildOptions {
 
     /// Give the program a terminal for its standard output.
     bool terminal = false;
+
+    /// Give it another one for its standard error.
+    bool errorTerminal = false;
 };
 
 /// A program started by a test, which reads what it prints and may send it signals.

@@ -12,6 +12,7 @@ int runExplain(const Invocation& invocation, Output& output);
 int runStores(const Invocation& invocation, Output& output);
 int runSet(const Invocation& invocation, Output& output);
 int runUnset(const Invocation& invocation, Output& output);
+int runFetch(const Invocation& invocation, Output& output);
 int runWatch(const Invocation& invocation, Output& output);
 int runReport(const Invocation& invocation, Output& output);
 int runValidate(const Invocation& invocation, Output& output);

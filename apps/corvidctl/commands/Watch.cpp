@@ -1,11 +1,12 @@
-#include "ConfigFeatureSet.h"
-#include "ConfigService.h"
 #include "Interruption.h"
 #include "Json.h"
-#include "LiveWatcher.h"
+#include "ProgressLine.h"
+#include "RemoteSource.h"
 #include "Session.h"
+#include "WatchScope.h"
 #include "commands/Commands.h"
-#include "unified/UnifiedFactory.h"
+
+#include <unistd.h>
 
 #include <ostream>
 
@@ -13,35 +14,31 @@ namespace corvidctl {
 
 int runWatch(const Invocation& invocation, Output& output) {
     Interruption interruption;
-    Session session(invocation);
-
-    std::shared_ptr<LiveWatcher> watcher;
+    ProgressLine progress(output.error,
+                          invocation.json ? ProgressLine::Terminal() : ProgressLine::terminalOf(STDERR_FILENO));
     const auto tell = [&](const ChangeView& change) {
-        if (invocation.json) {
-            output.out << json::change(change) << '\n';
-        } else {
-            printChange(output, change);
-        }
-        output.out.flush();
+        progress.aside([&] {
+            if (invocation.json) {
+                output.out << json::change(change) << '\n';
+            } else {
+                printChange(output, change);
+            }
+            output.out.flush();
+        });
         if (!output.out) {
             interruption.end();  // nobody reads any more
         }
     };
-    session.work([&](Session::Inside& inside) {
-        watcher = std::make_shared<LiveWatcher>(inside.chain, session.host().service(),
-                                                session.host().factory()->getServicesDispatcher(), inside.reader,
-                                                KeySelection(invocation.arguments, inside.reader), tell);
-        watcher->start();
-    });
-    // Off the dispatcher thread: it may wait for a server.
-    session.host().featureSet()->startTftpConfigSource();
 
-    interruption.wait();
-    session.host().featureSet()->stopTftpConfigSource();
-    session.work([&watcher](Session::Inside&) {
-        watcher->stop();
-        watcher.reset();
-    });
+    Session session(invocation);
+    WatchScope watch(session, invocation.arguments, tell);
+    RemoteSource remote(session, interruption);
+    remote.start();
+    if (remote.waitUntilSettled(progress)) {
+        interruption.wait();
+    }
+    remote.stop();
+    watch.stop();
     session.finish();
     return Status::Done;
 }

@@ -63,6 +63,10 @@ public:
     /// Why start() answered false, in one line.
     const std::string& failure() const { return failure_; }
 
+    /// Ends the version requests that are under way, and fails all later ones, so that a stop need not wait for servers
+    /// that do not answer; stop() does so itself. Transfers go on. Any thread, while the host runs.
+    void interruptRequests();
+
     /// Takes everything down: nothing runs any more, what was stored is on disk, every object of the module is gone
     /// unless the caller holds it, and no thread is left. Not on the dispatcher thread. Does nothing the second time.
     void stop();

@@ -26,6 +26,9 @@ void Event::reset() {
 bool Event::timedWait(unsigned long milliseconds) {
     const std::chrono::milliseconds limit(std::min(milliseconds, longestWait));
     std::unique_lock<std::mutex> lock(mutex_);
+    if (limit.count() == 0) {
+        return signalled_;  // a wait of no time would still give the processor away
+    }
     return changed_.wait_for(lock, limit, [this] { return signalled_; });
 }
 

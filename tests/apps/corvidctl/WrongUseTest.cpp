@@ -23,7 +23,7 @@ protected:
     }
 };
 
-const std::string COMMANDS = "get, list, explain, stores, set, unset, watch, report, validate, serve, demo";
+const std::string COMMANDS = "get, list, explain, stores, set, unset, watch, fetch, report, validate, serve, demo";
 
 }  // namespace
 
@@ -34,7 +34,7 @@ TEST_F(WrongUseTool, NamesTheCommandsWhenOneIsMissingOrUnknown) {
 }
 
 TEST_F(WrongUseTool, RefusesCommandsThatItDoesNotOfferYet) {
-    for (const std::string command : {"fetch", "provision", "reset-data", "inspect"}) {
+    for (const std::string command : {"provision", "reset-data", "inspect"}) {
         expectRefused({command}, "unknown command '" + command + "', expected one of: " + COMMANDS);
     }
 }
@@ -52,6 +52,7 @@ TEST_F(WrongUseTool, NamesTheArgumentThatIsTooMuch) {
     expectRefused({"get", "A", "B"}, "get: unexpected argument 'B', expected: corvidctl get KEY");
     expectRefused({"set", "A", "B", "C"}, "set: unexpected argument 'C', expected: corvidctl set KEY VALUE");
     expectRefused({"stores", "A"}, "stores: unexpected argument 'A', expected: corvidctl stores");
+    expectRefused({"fetch", "A"}, "fetch: unexpected argument 'A', expected: corvidctl fetch");
     expectRefused({"report", "A"}, "report: unexpected argument 'A', expected: corvidctl report");
 }
 
@@ -145,6 +146,7 @@ TEST_F(WrongUseTool, RefusesANamedFileThatIsMissing) {
                   "--bootstrap '" + missing + "': expected a file that can be read");
     expectRefused({"--ca-file", missing, "set", "A", "b"},
                   "--ca-file '" + missing + "': expected a file that can be read");
+    expectRefused({"--ca-file", missing, "fetch"}, "--ca-file '" + missing + "': expected a file that can be read");
     expectRefused({"--log-file", missing + "/log", "set", "A", "b"},
                   "--log-file '" + missing + "/log': expected a file that can be written");
     expectRefused({"validate", missing}, "validate: FILE '" + missing + "': expected a file that can be read");

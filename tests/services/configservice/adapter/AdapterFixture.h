@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <memory>
@@ -82,7 +83,7 @@ public:
     std::shared_ptr<PropertyNotifierConnection> last;
 };
 
-/// A system service whose provider of data resets and whose user-profile notifier a test can look into.
+/// A system service whose provider of data resets and whose notifiers a test can look into.
 class ScriptedSystemService : public SystemServiceImpl, private SystemServiceNotifiers {
 public:
     std::shared_ptr<ResetDataProvider> getResetDataProvider() override { return provider; }
@@ -90,14 +91,22 @@ public:
         // The test's fixture owns this object for longer than anyone uses the notifiers.
         return {std::shared_ptr<void>(), static_cast<SystemServiceNotifiers*>(this)};
     }
+    std::shared_ptr<ServerHealthInformationList> getServerHealthInformationList() const override {
+        ++listReads;
+        return SystemServiceImpl::getServerHealthInformationList();
+    }
     void userProfileChanged() { profileNotifier->fire(); }
     std::shared_ptr<PropertyNotifierConnection> lastProfileConnection() const { return profileNotifier->last; }
     std::shared_ptr<CountingResetDataProvider> provider = std::make_shared<CountingResetDataProvider>();
+    std::shared_ptr<ServerHealthInformationListNotifier> listNotifier;  ///< null: that of the real service
+    mutable std::atomic<int> listReads = 0;
 
 private:
     std::shared_ptr<PropertyNotifier> getUserProfileNotifier() override { return profileNotifier; }
     std::shared_ptr<ServerHealthInformationListNotifier> getServerHealthInformationListNotifier() override {
-        return SystemServiceImpl::getSystemServiceNotifiers()->getServerHealthInformationListNotifier();
+        return listNotifier != nullptr
+                   ? listNotifier
+                   : SystemServiceImpl::getSystemServiceNotifiers()->getServerHealthInformationListNotifier();
     }
     const std::shared_ptr<RememberingNotifier> profileNotifier = std::make_shared<RememberingNotifier>();
 };

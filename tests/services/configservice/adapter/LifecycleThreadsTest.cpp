@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "AdapterFixture.h"
-#include "ConfigValueObserver.h"
+#include "OnceClient.h"
 #include "impl/unified/ServicesDispatcherImpl.h"
 #include "impl/unified/TaskDispatcherImpl.h"
 #include "quill/FunctionTask.h"
@@ -20,24 +20,10 @@ protected:
     /// Runs an action once, inside the notification of a change that this thread makes.
     void insideANotification(const std::function<void()>& action) {
         const auto live = service()->getConfig(L"key");
-        const auto client = std::make_shared<Client>(action);
+        const auto client = std::make_shared<OnceClient>(action);
         live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
         adapter()->setConfig(L"key", L"value");
     }
-
-private:
-    class Client : public ConfigValueObserver {
-    public:
-        explicit Client(std::function<void()> action) : action_(std::move(action)) {}
-        void OnValueChanged() override {
-            if (const auto once = std::exchange(action_, nullptr)) {
-                once();
-            }
-        }
-
-    private:
-        std::function<void()> action_;
-    };
 };
 
 }  // namespace

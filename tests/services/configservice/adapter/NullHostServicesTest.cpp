@@ -82,6 +82,7 @@ TEST_F(NoDispatcher, StartAndStopSkipWhatNeedsIt) {
     EXPECT_FALSE(adapter->IsFeatureSetStarted(1300));
     EXPECT_THAT(adapterLines(3),
                 ElementsAre("startConfigFeatureSet: No services dispatcher: the reset data callback is not registered",
+                            "checkEdgeReady: No services dispatcher: telephony is not watched",
                             "stopConfigFeatureSet: No services dispatcher: the stores stay in the chain"));
     EXPECT_THAT(systemService->provider->names, IsEmpty());
 }

@@ -84,7 +84,7 @@ TEST_F(TftpSource, StartedBeforeTheFeatureSetReadsAllTheSame) {
     log->clear();
     adapter()->startTftpConfigSource();
     EXPECT_EQ(adapter()->getTftpConfigStore()->lastServerDetails().server1, L"one");
-    EXPECT_EQ(log->count(2, "Config FeatureSet Not Started"), 4U);
+    EXPECT_EQ(log->count(2, "Config FeatureSet Not Started"), 8U);
 }
 
 TEST_F(TftpSource, IsOffAfterARefreshAndCanBeTurnedOnAgain) {

@@ -5,6 +5,7 @@
 #include "ConfigService.h"
 #include "ConfigServiceImpl.h"
 #include "ConfigStoreConstants.h"
+#include "DisconnectProperty.h"
 #include "InjectConfigService.h"
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
@@ -60,7 +61,7 @@ ConfigAdapter::~ConfigAdapter() {
     configStoreManager_->RemoveObserver(this);
     detachTftpConfigStore();
     disconnectProperty(userProfileConnection_.get());
-    disconnectEdgeWatch();
+    edgeWatch_.end();
 }
 
 TesselLogger* ConfigAdapter::logger() {
@@ -213,8 +214,8 @@ void ConfigAdapter::stopConfigFeatureSet() {
     TesselSystemMonitor::SystemMonitorFactory::getInstance()->removePowerEventObserver(shared_from_this());
     disconnectProperty(userProfileConnection_.get());
     resetChainOnDispatcherThread();
-    disconnectEdgeWatch();
-    clearEdgeEntries();
+    edgeWatch_.end();
+    edgeWatch_.clearEntries();
     started_.store(false, std::memory_order_relaxed);
 }
 
@@ -235,24 +236,28 @@ void ConfigAdapter::resetChainOnDispatcherThread() {
 
 void ConfigAdapter::destroyStores() {
     configStoreManager_->destroy();
-    disconnectEdgeWatch();
+    edgeWatch_.end();
     started_.store(false, std::memory_order_relaxed);
 }
 
-void ConfigAdapter::disconnectProperty(Connection connection) {
-    const std::shared_ptr<PropertyNotifierConnection> alive = connection.lock();
-    if (alive != nullptr && alive->connected()) {
-        alive->disconnect();
+void ConfigAdapter::refreshConfigFeatureSet() {
+    runExclusively("ConfigAdapter::refreshConfigFeatureSet", &ConfigAdapter::refresh);
+}
+
+void ConfigAdapter::refresh() {
+    if (configStoreManager_ == nullptr) {
+        return;
     }
-}
-
-void ConfigAdapter::disconnectEdgeWatch() {
-    disconnectProperty(serverHealthListConnection_.get());
-    disconnectProperty(softphoneStatusConnection_.get());
-    disconnectProperty(secondTelephonyStatusConnection_.get());
-}
-
-void ConfigAdapter::clearEdgeEntries() {
-    softphoneHealth_.set(nullptr);
-    secondTelephonyHealth_.set(nullptr);
+    switchTftpSourceOff();
+    configStoreManager_->reset();
+    edgeWatch_.end();
+    edgeWatch_.clearEntries();
+    addInMemoryStore();
+    addLocalFileStore();
+    addOverrideStore();
+    InitialiseCachedConfigStores();
+    if (getNumCacheStores() > 0) {
+        SetEnabledServices();
+    }
+    removeCustomServerValuesIfPolicySet();
 }

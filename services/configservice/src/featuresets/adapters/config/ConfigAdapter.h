@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ConfigFeatureSet.h"
+#include "EdgeWatch.h"
 #include "FeatureSetLock.h"
 #include "GuardedValue.h"
 #include "ReportGate.h"
@@ -17,7 +18,6 @@
 #include "contracts/PropertyNotifier.h"
 #include "remote/TftpConfigStoreObserver.h"
 #include "system/ResetDataProvider.h"
-#include "system/ServerHealthInformation.h"
 #include "system/SystemMonitor.h"
 #include "system/SystemService.h"
 #include "tessel/Mutex.h"
@@ -124,8 +124,18 @@ public:
     void registerResetDataCallback();
     void unRegisterResetDataCallback();
 
-    /// Watches for telephony's connection in edge mode. Moves itself to the dispatcher thread.
+    /// In edge mode, and while no telephony server is connected: watches the host's list of server health for the
+    /// first one that connects. Moves itself to the dispatcher thread.
     void checkEdgeReady();
+
+    /// Takes in the telephony entries that were missing so far. The notifier's thread; nothing once the watch has
+    /// ended.
+    void onServerHealthInformationListChanged();
+
+    /// Asks for the server's file once more if the entry is connected, and ends the watch. Moves itself to the
+    /// dispatcher thread, which the download may then block; see TftpConfigStore::attemptDownloadFromCachedAddress().
+    /// @param entry null is ignored.
+    void onTelephonyConnectionStatusChanged(std::shared_ptr<ServerHealthInformation> entry);
 
     /// Store name to priority text, from the text of the key "PrimaryConfigStores".
     static ConfigMap getCachedConfigStorePrioityMap(const std::wstring& list);
@@ -175,7 +185,6 @@ private:
     std::shared_ptr<SystemService> findSystemService(const char* function, const std::string& consequence);
     std::shared_ptr<ResetDataProvider> findResetDataProvider(const char* function, const std::string& consequence);
     void onUserProfileChanged();
-    static void disconnectProperty(Connection connection);
 
     void startConfigFeatureSet();
     void stopConfigFeatureSet();
@@ -185,8 +194,6 @@ private:
     void connectUserProfile();
     bool noteUserProfile();
     void resetChainOnDispatcherThread();
-    void disconnectEdgeWatch();
-    void clearEdgeEntries();
 
     // Initial stores.
 
@@ -200,6 +207,16 @@ private:
     void switchTftpSourceOn();
     void switchTftpSourceOff();
     void detachTftpConfigStore();
+
+    // Edge mode. Those that return a bool tell whether an entry is connected.
+
+    void watchEdge(SystemService& service);
+    bool noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait);
+    void watchServerHealthList(SystemService& service, EdgeWatch::Wait wait);
+    void watchTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Telephony which, EdgeWatch::Wait wait);
+    boost::function<void()> statusChangeOf(const EdgeWatch::Entry& entry);
+    bool takeInNewEntries(const SystemService& service, EdgeWatch::Wait wait);
+    void downloadForTelephony();
 
     // Cached stores.
 
@@ -234,11 +251,7 @@ private:
     std::shared_ptr<ConfigStoreManager> configStoreManager_;
     std::shared_ptr<ConfigServiceImpl> configService_;
     ChainedStoreMap chainedStores_;  // constant after construction
-    GuardedValue<Connection> serverHealthListConnection_;
-    GuardedValue<Connection> softphoneStatusConnection_;
-    GuardedValue<Connection> secondTelephonyStatusConnection_;
-    GuardedValue<std::shared_ptr<ServerHealthInformation>> softphoneHealth_;
-    GuardedValue<std::shared_ptr<ServerHealthInformation>> secondTelephonyHealth_;
+    EdgeWatch edgeWatch_;
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
     const std::shared_ptr<ReportGate> reportGate_;

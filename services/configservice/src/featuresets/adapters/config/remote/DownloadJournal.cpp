@@ -4,7 +4,8 @@
 #include <utility>
 
 struct DownloadJournal::State {
-    struct NumberedAttempt {
+    /// A query or a transfer that has not ended.
+    struct Open {
         std::uint64_t number;
         std::uint64_t cycle;  ///< counted from 1 over the journal's life
         std::size_t index;
@@ -13,8 +14,9 @@ struct DownloadJournal::State {
     mutable std::mutex mutex;
     std::deque<Cycle> cycles;
     std::uint64_t cyclesEver = 0;
-    std::uint64_t attemptsEver = 0;
-    std::vector<NumberedAttempt> runningAttempts;
+    std::uint64_t numbersEver = 0;
+    std::vector<Open> openQueries;
+    std::vector<Open> openAttempts;
     std::size_t work = 0;
     std::function<void()> listener;
 
@@ -39,9 +41,34 @@ struct DownloadJournal::State {
         return cycle < oldest || cycle > cyclesEver ? nullptr : &cycles[static_cast<std::size_t>(cycle - oldest)];
     }
 
-    void end(Cycle& cycle, CycleEnd how) {
+    static void end(Cycle& cycle, CycleEnd how) {
         cycle.end = how;
         cycle.ended = Clock::now();
+    }
+
+    /// Adds an item to one of the lists of the newest cycle, if there is one. @return its number.
+    template <typename Item>
+    std::uint64_t add(std::vector<Open>& open, std::vector<Item> Cycle::*list, Item item) {
+        ++numbersEver;
+        if (Cycle* const cycle = newest()) {
+            open.push_back({numbersEver, cyclesEver, (cycle->*list).size()});
+            (cycle->*list).push_back(std::move(item));
+        }
+        return numbersEver;
+    }
+
+    /// Closes an item. @return it, or null if it has fallen out of the record or was never in it.
+    template <typename Item>
+    Item* close(std::vector<Open>& open, std::vector<Item> Cycle::*list, std::uint64_t number) {
+        const auto found = std::find_if(open.begin(), open.end(),
+                                        [number](const Open& candidate) { return candidate.number == number; });
+        if (found == open.end()) {
+            return nullptr;
+        }
+        Cycle* const cycle = find(found->cycle);
+        Item* const item = cycle == nullptr ? nullptr : &(cycle->*list)[found->index];
+        open.erase(found);
+        return item;
     }
 };
 
@@ -80,20 +107,19 @@ void DownloadJournal::beginCycle(bool forced) {
     });
 }
 
-void DownloadJournal::beginVersionQuery(const std::string& address) {
-    state_->change([&address](State& state) {
-        if (Cycle* const cycle = state.newest()) {
-            cycle->versionQueries.push_back({address, false, {}});
-        }
+std::uint64_t DownloadJournal::beginVersionQuery(const std::string& address) {
+    std::uint64_t number = 0;
+    state_->change([&](State& state) {
+        number = state.add(state.openQueries, &Cycle::versionQueries, VersionQuery{address, false, {}});
     });
+    return number;
 }
 
-void DownloadJournal::endVersionQuery(const std::string& version) {
-    state_->change([&version](State& state) {
-        Cycle* const cycle = state.newest();
-        if (cycle != nullptr && !cycle->versionQueries.empty()) {
-            cycle->versionQueries.back().answered = true;
-            cycle->versionQueries.back().version = version;
+void DownloadJournal::endVersionQuery(std::uint64_t query, const std::string& version) {
+    state_->change([&](State& state) {
+        if (VersionQuery* const ended = state.close(state.openQueries, &Cycle::versionQueries, query)) {
+            ended->answered = true;
+            ended->version = version;
         }
     });
 }
@@ -101,35 +127,26 @@ void DownloadJournal::endVersionQuery(const std::string& version) {
 std::uint64_t DownloadJournal::beginAttempt(Attempt attempt) {
     std::uint64_t number = 0;
     state_->change([&](State& state) {
-        number = ++state.attemptsEver;
-        Cycle* const cycle = state.newest();
-        if (cycle != nullptr) {
-            state.runningAttempts.push_back({number, state.cyclesEver, cycle->attempts.size()});
-            cycle->attempts.push_back(std::move(attempt));
+        if (Cycle* const cycle = state.newest()) {
+            cycle->end = CycleEnd::Running;
         }
+        number = state.add(state.openAttempts, &Cycle::attempts, std::move(attempt));
     });
     return number;
 }
 
 void DownloadJournal::endAttempt(std::uint64_t attempt, AttemptEnd end, Result result) {
-    state_->change([=](State& state) {
-        const auto found = std::find_if(state.runningAttempts.begin(), state.runningAttempts.end(),
-                                        [attempt](const auto& running) { return running.number == attempt; });
-        if (found == state.runningAttempts.end()) {
-            return;
+    state_->change([&](State& state) {
+        if (Attempt* const ended = state.close(state.openAttempts, &Cycle::attempts, attempt)) {
+            ended->end = end;
+            ended->result = result;
         }
-        if (Cycle* const cycle = state.find(found->cycle)) {
-            cycle->attempts[found->index].end = end;
-            cycle->attempts[found->index].result = result;
-        }
-        state.runningAttempts.erase(found);
     });
 }
 
 void DownloadJournal::endCycle(CycleEnd end, std::size_t keys) {
     state_->change([=](State& state) {
-        Cycle* const cycle = state.newest();
-        if (cycle != nullptr && cycle->end == CycleEnd::Running) {
+        if (Cycle* const cycle = state.newest()) {
             state.end(*cycle, end);
             cycle->keys = keys;
         }

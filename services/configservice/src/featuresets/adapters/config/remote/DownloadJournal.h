@@ -85,17 +85,24 @@ public:
     /// a report that waits for the dispatcher thread. The journal may end before the work does.
     Work beginWork();
 
+    /// A newest cycle that still runs is superseded.
     void beginCycle(bool forced);
-    void beginVersionQuery(const std::string& address);
-    void endVersionQuery(const std::string& version);
 
-    /// @return the attempt's number, for endAttempt().
+    /// Part of the newest cycle. @return the query's number, for endVersionQuery().
+    std::uint64_t beginVersionQuery(const std::string& address);
+
+    /// @param version empty if the query failed. A query that has fallen out of the record is ignored.
+    void endVersionQuery(std::uint64_t query, const std::string& version);
+
+    /// Part of the newest cycle; one that had ended runs again: a transfer of an earlier cycle may end it first, and
+    /// its own go on. @return the attempt's number, for endAttempt().
     std::uint64_t beginAttempt(Attempt attempt);
 
-    /// An attempt that has fallen out of the record is ignored.
+    /// An attempt that has fallen out of the record is ignored, and so is the number 0.
     void endAttempt(std::uint64_t attempt, AttemptEnd end, Result result);
 
-    /// Of the newest cycle; ignored if that has ended.
+    /// Of the newest cycle. If that has ended before, the later word stands: it tells what the store holds now.
+    /// @param keys of the delivered file, 0 otherwise.
     void endCycle(CycleEnd end, std::size_t keys);
 
 private:

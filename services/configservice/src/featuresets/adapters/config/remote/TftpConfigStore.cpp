@@ -10,6 +10,12 @@
 
 using QuillCoreUtils::FileUtils;
 
+namespace {
+
+constexpr unsigned long READY_TIMEOUT_MILLISECONDS = 20000;
+
+}  // namespace
+
 TftpConfigStore::TftpConfigStore(std::shared_ptr<UnifiedFactory> factory, std::string name, std::int32_t priority,
                                  std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file,
                                  std::shared_ptr<DownloadJournal> journal)
@@ -26,6 +32,14 @@ TftpConfigStore::TftpConfigStore(std::shared_ptr<UnifiedFactory> factory, std::s
 TesselLogger* TftpConfigStore::logger() {
     static TesselLogger* const logger = TesselLogger_getLogger("TftpConfigStore");
     return logger;
+}
+
+std::shared_ptr<ConfigFeatureSet> TftpConfigStore::featureSetFor(const char* step) const {
+    std::shared_ptr<ConfigFeatureSet> featureSet = factory_->getFeatureSet<ConfigFeatureSet>();
+    if (featureSet == nullptr) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, step, std::string("There is no feature set, skipped: ") + step);
+    }
+    return featureSet;
 }
 
 void TftpConfigStore::removeLegacyTftpCachedFile() {
@@ -101,24 +115,33 @@ void TftpConfigStore::destroy() {}
 
 bool TftpConfigStore::isLocal() { return false; }
 
-bool TftpConfigStore::waitForStoreReady() { return true; }
+bool TftpConfigStore::waitForStoreReady() {
+    if (TesselLog_isDebugEnabled(logger())) {
+        TesselLog(logger(), 5, __FILE__, __LINE__, "waitForStoreReady",
+                  std::string("TftpConfigStore::waitForStoreReady() - Starting timed wait. Timeout of 20 seconds"));
+    }
+    // From inside an observer's call the wait could only be ended by the stack that it stands on.
+    if (tellingThread_.load(std::memory_order_relaxed) != std::this_thread::get_id()) {
+        storeReady_.timedWait(READY_TIMEOUT_MILLISECONDS);
+    }
+    if (TesselLog_isDebugEnabled(logger())) {
+        TesselLog(logger(), 5, __FILE__, __LINE__, "waitForStoreReady",
+                  std::string("TftpConfigStore::waitForStoreReady() - Finished timed wait"));
+    }
+    return true;
+}
 
 bool TftpConfigStore::shouldCacheConfigStore() { return true; }
 
 bool TftpConfigStore::getConfigStoreValue(const std::wstring& key, std::wstring& value, std::wstring& storeName,
                                           bool /*flag*/) {
-    const std::shared_ptr<ConfigFeatureSet> featureSet = factory_->getFeatureSet<ConfigFeatureSet>();
+    const std::shared_ptr<ConfigFeatureSet> featureSet = featureSetFor("getConfigStoreValue");
     if (featureSet == nullptr) {
         return false;
     }
     bool usedOtherKeyName = false;
     featureSet->getConfig(key, value, storeName, usedOtherKeyName, false);
     return !value.empty();
-}
-
-void TftpConfigStore::onConfigAddedOrUpdated(std::wstring, std::wstring, std::wstring, bool, bool, std::wstring,
-                                             std::wstring, bool) {
-    // Which changes of the server keys call for a download is decided once there is something that downloads.
 }
 
 void TftpConfigStore::onFireIfRequired(std::wstring) {}
@@ -130,10 +153,6 @@ bool TftpConfigStore::isTftpConfigured() const { return tftpConfigured_.load(std
 void TftpConfigStore::clearCachedAddresses() { lastServerDetails_.set({}); }
 
 TftpServerDetails TftpConfigStore::lastServerDetails() const { return lastServerDetails_.get(); }
-
-void TftpConfigStore::attemptDownloadFromCachedAddress() {
-    // Without an engine that downloads, no cycle can begin.
-}
 
 void TftpConfigStore::addObserver(TftpConfigStoreObserver* observer) {
     const tessel::ScopedLock lock(observerMutex_);
@@ -148,7 +167,7 @@ void TftpConfigStore::removeObserver(TftpConfigStoreObserver* observer) {
 }
 
 void TftpConfigStore::setSensitiveKeys(const SensitiveKeySet& keys) {
-    const std::shared_ptr<ConfigFeatureSet> featureSet = factory_->getFeatureSet<ConfigFeatureSet>();
+    const std::shared_ptr<ConfigFeatureSet> featureSet = featureSetFor("setSensitiveKeys");
     if (featureSet == nullptr) {
         return;
     }

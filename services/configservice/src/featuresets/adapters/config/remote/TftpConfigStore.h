@@ -23,6 +23,8 @@
 #include "uds/UdsVersionQuery.h"
 #include "unified/UnifiedFactory.h"
 
+class ConfigFeatureSet;
+
 /// The values of the administrator's configuration file on the call-control server: read-only towards the user, not
 /// machine-local, and with a copy kept on disk. The adapter puts the store into the chain after its first download.
 ///
@@ -35,8 +37,8 @@ public:
     /// Where the download stands. The numbers are part of the log.
     enum QueryState : std::int32_t {
         NOT_STARTED = 0,      ///< no cycle has begun
-        IN_PROGRESS = 1,      ///< a cycle is running
-        CANCELLED = 2,        ///< never assigned
+        IN_PROGRESS = 1,      ///< a cycle is running, or has stalled without a version of the server
+        CANCELLED = 2,        ///< never assigned; a transfer that ends in this state would empty the store
         RESTART_PENDING = 3,  ///< new server details arrived during a cycle
         FINISHED = 4,         ///< the last cycle has ended, with or without a file
     };
@@ -147,14 +149,52 @@ public:
     void logConfigMap(const SensitiveKeySet& sensitiveKeys);
 
 private:
+    friend struct TftpConfigStoreTestAccess;
+
+    class PoolErrand;
+    using HttpDownloadResult = HttpDownloader::HttpDownloadResultEnum::HttpDownloadResult;
+
+    /// Where a file is to be had, once the server's version is known.
+    struct Source {
+        std::string url;  ///< empty if no version could be found
+        std::int32_t version = 0;
+    };
+
     static TesselLogger* logger();
     static void removeLegacyTftpCachedFile();
+
+    /// The feature set, or null with a level 3 line. @param step what is skipped without one.
+    std::shared_ptr<ConfigFeatureSet> featureSetFor(const char* step) const;
+
+    /// The server details as the chain holds them now. @return false without a feature set.
+    bool readServerDetails(TftpServerDetails& details) const;
+    void postServerDetails(TftpServerDetails details);
+    void processOldestWaitingDetails(const std::shared_ptr<TftpConfigStore>& self);
+
+    void beginCycle(bool forced);
+    void endCycleWithoutAddress();
+    Source findSource(const std::string& address);
+    void startTransfer(const std::string& address, const Source& source);
+
+    /// What onDownloadComplete() does. @param attempt its number in the journal, 0 for none.
+    void endTransfer(std::string& body, HttpDownloadResult result, const std::string& address, std::uint64_t attempt,
+                     const std::shared_ptr<TftpConfigStore>& self);
+    void endCancelled(const std::string& address) TESSEL_REQUIRES(downloadMutex_);
+    void takeFile(std::string& body, const std::string& address, const std::shared_ptr<TftpConfigStore>& self)
+        TESSEL_REQUIRES(downloadMutex_);
+
+    /// @return the keys that the values replace; empty if the body is no configuration document.
+    std::vector<std::wstring> takeValues(std::string& body) TESSEL_REQUIRES(downloadMutex_);
+    void clearValues();
+    void tellObservers(const std::vector<std::wstring>& keys);
+    void setState(QueryState state) { currentQueryState_.store(state, std::memory_order_relaxed); }
 
     std::atomic<QueryState> currentQueryState_ = NOT_STARTED;
     const std::int32_t priority_;
     const std::string name_;
     GuardedValue<TftpServerDetails> lastServerDetails_;
-    GuardedValue<std::deque<std::string>> serverQueue_;
+    GuardedValue<std::deque<std::string>> serverQueue_;           ///< not yet tried in the current cycle
+    GuardedValue<std::deque<TftpServerDetails>> waitingDetails_;  ///< for the pool, oldest first; one for each errand
     GuardedValue<std::wstring> lastSuccessfulServer_;
     ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
     tessel::Event storeReady_{false};

@@ -2,11 +2,11 @@
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
 #include "remote/DownloadJournal.h"
+#include "tessel/Mutex.h"
 #include "tessel/TesselLogger.h"
 #include "unified/UnifiedFactory.h"
 
@@ -32,7 +32,7 @@ public:
     /// True if every character is a digit or a full stop; so the empty text is valid.
     static bool isValidUdsVersion(std::string version);
 
-    /// The digits up to the first other character, clamped to 32 bits; 0 without any.
+    /// The digits up to the first other character, as atoi reads them but clamped to 32 bits; 0 without any.
     static std::int32_t udsVersionStringToInt(const std::string& version);
 
     /// Reads the three device-list servers anew. @return the primary one.
@@ -65,12 +65,19 @@ private:
     };
 
     static TesselLogger* logger();
+
+    /// Asks a server unless it has been asked before or enough have. @param role what the log calls it.
+    /// @return its version text, empty on any failure and if it was not asked.
     std::string askOnce(const std::string& address, const std::string& role);
+    std::string request(const std::string& address);
+
+    void recordAttempt(const std::string& address) TESSEL_REQUIRES(mutex_);
+    bool isBlacklisted(const std::string& address) const TESSEL_REQUIRES(mutex_);
 
     const std::shared_ptr<UnifiedFactory> factory_;
     const std::shared_ptr<DownloadJournal> journal_;
-    mutable std::mutex mutex_;  ///< a leaf: held for a copy, across no call
-    Servers hubcipServers_;
-    std::uint32_t queryAttempts_ = 0;
-    std::vector<std::string> blacklistedAddresses_;
+    mutable tessel::Mutex mutex_;  ///< a leaf: held for a copy, across no call
+    Servers hubcipServers_ TESSEL_GUARDED_BY(mutex_);
+    std::uint32_t queryAttempts_ TESSEL_GUARDED_BY(mutex_) = 0;                ///< requests ever made
+    std::vector<std::string> blacklistedAddresses_ TESSEL_GUARDED_BY(mutex_);  ///< servers ever asked, with repeats
 };

@@ -1,35 +1,13 @@
 #include "remote/TftpConfigStore.h"
 
-#include "AdapterFixture.h"
-#include "fakes/ScriptedFeatureSet.h"
+#include "RemoteFixture.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
 
-class RemoteStore : public AdapterFixture {
-protected:
-    std::shared_ptr<TftpConfigStore> make() {
-        return std::make_shared<TftpConfigStore>(factory, "TFTPConfigStore", 40, L"one", L"two", L"three", L"file.xml");
-    }
-
-    std::shared_ptr<fakes::ScriptedFeatureSet> registerFeatureSet() {
-        const auto featureSet = std::make_shared<fakes::ScriptedFeatureSet>();
-        factory->setFeatureSetAdapter<ConfigFeatureSet>(CONFIG_SERVICE_ID, featureSet);
-        return featureSet;
-    }
-
-    std::vector<std::string> lines(int level) const {
-        std::vector<std::string> texts;
-        for (const auto& line : log->lines()) {
-            if (line.logger == "TftpConfigStore" && line.level == level) {
-                texts.push_back(line.function + ": " + line.text);
-            }
-        }
-        return texts;
-    }
-};
+using RemoteStore = RemoteFixture;
 
 const std::string NOT_FINISHED =
     "getValue: TftpConfigStore::getValue() currentQueryState is not FINISHED - Current State: 0";
@@ -48,7 +26,7 @@ TEST_F(RemoteStore, GivesItsConstantAnswers) {
 }
 
 TEST_F(RemoteStore, RemovesTheCopyOfAnEarlierVersion) {
-    write("config/corvid-config.xml", "old");
+    world.directory().write("config/corvid-config.xml", "old");
     make();
     EXPECT_FALSE(world.directory().exists("config/corvid-config.xml"));
     EXPECT_THAT(lines(4), ElementsAre("removeLegacyTftpCachedFile: Removing file cached file : [" +
@@ -142,16 +120,15 @@ TEST_F(RemoteStore, ForgetsItsAddresses) {
 }
 
 TEST_F(RemoteStore, IgnoresNullAndUnknownObservers) {
-    inject();
     const auto store = make();
     store->addObserver(nullptr);
     store->removeObserver(nullptr);
-    store->removeObserver(adapter().get());
-    EXPECT_EQ(store.use_count(), 1);
+    store->removeObserver(&observer);
+    store->fireOnConfigDownloaded({L"key"}, store);
+    EXPECT_THAT(observer.reports, IsEmpty());
 }
 
 TEST_F(RemoteStore, AsksTheWholeChainForAnotherComponent) {
-    const auto featureSet = registerFeatureSet();
     featureSet->holdValue(L"key", L"value");
     std::wstring value;
     std::wstring storeName;
@@ -161,7 +138,6 @@ TEST_F(RemoteStore, AsksTheWholeChainForAnotherComponent) {
 }
 
 TEST_F(RemoteStore, TakesAnEmptyValueOfTheChainAsNone) {
-    const auto featureSet = registerFeatureSet();
     featureSet->holdValue(L"key", L"");
     std::wstring value;
     std::wstring storeName;
@@ -169,33 +145,41 @@ TEST_F(RemoteStore, TakesAnEmptyValueOfTheChainAsNone) {
 }
 
 TEST_F(RemoteStore, AsksNobodyWithoutAFeatureSet) {
+    const auto bare = std::make_shared<UnifiedFactory>(nullptr, nullptr);
     std::wstring value = L"before";
     std::wstring storeName;
-    EXPECT_FALSE(make()->getConfigStoreValue(L"key", value, storeName, false));
-    make()->setSensitiveKeys({L"key"});
+    EXPECT_FALSE(makeOver(bare)->getConfigStoreValue(L"key", value, storeName, false));
+    makeOver(bare)->setSensitiveKeys({L"key"});
+    EXPECT_THAT(lines(3), ElementsAre("getConfigStoreValue: There is no feature set, skipped: getConfigStoreValue",
+                                      "setSensitiveKeys: There is no feature set, skipped: setSensitiveKeys"));
 }
 
 TEST_F(RemoteStore, MarksSensitiveKeysInTheFeatureSet) {
-    const auto featureSet = registerFeatureSet();
     make()->setSensitiveKeys({L"b", L"A"});
     using Call = fakes::ScriptedFeatureSet::Call;
     EXPECT_THAT(featureSet->calls(), ElementsAre(Call{"setKeySensitive", {L"A"}}, Call{"setKeySensitive", {L"b"}}));
 }
 
 TEST_F(RemoteStore, LogsItsValuesWithTheSensitiveOnesMasked) {
-    inject();
-    adapter()->setKeySensitive(L"known");
     const auto store = make();
     store->storeValue(L"a", L"1");
-    store->storeValue(L"known", L"secret");
     store->storeValue(L"told", L"secret");
     log->clear();
     store->logConfigMap({L"TOLD"});
-    EXPECT_THAT(lines(4), ElementsAre("logConfigMap: \na: 1\nknown: VALUE_HIDDEN\ntold: VALUE_HIDDEN"));
+    EXPECT_THAT(lines(4), ElementsAre("logConfigMap: \na: 1\ntold: VALUE_HIDDEN"));
+}
+
+TEST_F(RemoteStore, LogsNoValueThatTheFeatureSetKnowsAsSensitive) {
+    featureSet->answerTo("isKeySensitive", true);
+    const auto store = make();
+    store->storeValue(L"known", L"secret");
+    log->clear();
+    store->logConfigMap({});
+    EXPECT_THAT(lines(4), ElementsAre("logConfigMap: \nknown: VALUE_HIDDEN"));
 }
 
 TEST_F(RemoteStore, LogsWithoutAFeatureSet) {
-    const auto store = make();
+    const auto store = makeOver(std::make_shared<UnifiedFactory>(nullptr, nullptr));
     store->storeValue(L"a", L"1");
     log->clear();
     store->logConfigMap({});

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "FetchReport.h"
+#include "Invocation.h"
+#include "ProgressLine.h"
+#include "Views.h"
+
+namespace corvidctl {
+
+class Interruption;
+
+/// An entry that the administrator changes in the server's file.
+struct EditView {
+    std::string key;
+    std::string value;
+};
+
+/// A change of a live object, with what it was before.
+struct TransitionView {
+    ValueView before;
+    ChangeView after;
+};
+
+/// What a demonstration has seen, step by step.
+struct DemonstrationView {
+    std::string server;
+    std::string caFile;
+    bool isDetour = false;  ///< the profile names servers of its own, which were not asked
+
+    std::vector<StoreView> stores;  ///< before anything was fetched
+
+    FetchView fetch;
+    std::size_t changesOfFetch = 0;           ///< reports to the client that changed a live object
+    std::vector<std::string> storesThatCame;  ///< names
+    std::vector<std::string> storesThatWent;
+
+    std::vector<ValueView> values;  ///< with the server's file
+
+    std::vector<EditView> edits;
+    FetchView secondFetch;
+    std::vector<TransitionView> serverChanges;
+
+    std::string userValue;  ///< what the user sets
+    ValueView before;
+    ValueView after;
+    std::vector<ChangeView> userChanges;
+};
+
+/// Plays the main job through: a server starts, a client fetches its file, the administrator changes that, the client
+/// fetches again, the user changes a value. Everything happens in temporary folders, which are gone when this returns.
+/// @param profile the configuration directory to begin with; only read.
+/// @throws std::runtime_error with one line if a step fails, or the interruption comes.
+DemonstrationView demonstrate(const Invocation& invocation, const std::string& profile, Interruption& interruption,
+                              ProgressLine& progress);
+
+}  // namespace corvidctl

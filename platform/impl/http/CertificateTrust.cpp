@@ -1,0 +1,54 @@
+#include "impl/http/CertificateTrust.h"
+
+#include <utility>
+
+#include <openssl/err.h>
+#include <openssl/ssl.h>
+
+#include "tessel/TesselLogger.h"
+
+namespace {
+
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("CurlTransport");
+    return instance;
+}
+
+}  // namespace
+
+namespace platform {
+
+CertificateTrust::CertificateTrust(std::string caFile) : caFile_(std::move(caFile)) {}
+
+void CertificateTrust::applyTo(CURL* handle) {
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+    curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    // A resumed session would be trusted by what was read for an earlier connection.
+    curl_easy_setopt(handle, CURLOPT_SSL_SESSIONID_CACHE, 0L);
+    // The authorities come from prepare() alone: a bundle that libcurl cannot read would end every connection, also
+    // those to servers that the extra file vouches for.
+    curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
+    curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, &CertificateTrust::prepare);
+    curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, this);
+}
+
+CURLcode CertificateTrust::prepare(CURL*, void* context, void* self) {
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    static_cast<CertificateTrust*>(self)->addAuthorities(tls);
+    // libcurl writes the keys of connections to the file that SSLKEYLOGFILE names; whoever sets it must not read along.
+    SSL_CTX_set_keylog_callback(tls, nullptr);
+    return CURLE_OK;
+}
+
+void CertificateTrust::addAuthorities(SSL_CTX* context) {
+    SSL_CTX_set_default_verify_paths(context);
+    const bool complete = caFile_.empty() || SSL_CTX_load_verify_file(context, caFile_.c_str()) == 1;
+    ERR_clear_error();  // what is left there would count as a failure of the connection
+    if (!complete && !warned_.exchange(true)) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, __func__, "No certificates can be read from: " + caFile_);
+    }
+}
+
+}  // namespace platform

@@ -1,0 +1,297 @@
+#include "ServedTool.h"
+
+#include <csignal>
+
+using nlohmann::json;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+class Fetch : public ServedTool {
+protected:
+    json fetched(int expectedStatus = 0) const { return asJson(trusting({"fetch"}), expectedStatus); }
+
+    /// Tells the client the version, so that it need not ask.
+    void storeVersion(const std::string& version) const {
+        ASSERT_EQ(run({"set", "HomeUdsVersion", version}).status, 0);
+    }
+};
+
+}  // namespace
+
+TEST_F(Fetch, TakesTheFileOverHttpsFromVersionElevenOn) {
+    serve("11");
+    EXPECT_EQ(fetched(), json({{"server", address_},
+                               {"url", "https://" + address_ + ":6972/corvid-config.xml"},
+                               {"version", "11"},
+                               {"keys", 7},
+                               {"ok", true},
+                               {"reason", ""}}));
+    EXPECT_THAT(requests(), ElementsAre("8443/hubm-uds/version", "6972/corvid-config.xml"));
+}
+
+TEST_F(Fetch, TakesTheFileOverHttpBelowVersionEleven) {
+    serve("10.5.2");
+    const json result = fetched();
+    EXPECT_EQ(result.at("url"), "http://" + address_ + ":6970/corvid-config.xml");
+    EXPECT_EQ(result.at("version"), "10.5.2");
+    EXPECT_EQ(result.at("ok"), true);
+    EXPECT_THAT(requests(), ElementsAre("8443/hubm-uds/version", "6970/corvid-config.xml"));
+}
+
+TEST_F(Fetch, AsksNobodyForAVersionThatIsStored) {
+    storeVersion("12.0");
+    serve("10");
+    EXPECT_EQ(fetched().at("version"), "12.0");
+    EXPECT_THAT(requests(), ElementsAre("6972/corvid-config.xml"));
+}
+
+TEST_F(Fetch, TellsPeopleWhatWasDelivered) {
+    serve("12.5");
+    const support::Ended ended = run(trusting({"fetch"}));
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.error, "");
+    EXPECT_EQ(ended.out, address_ + " delivered the file over HTTPS: 7 keys.\n  URL      https://" + address_ +
+                             ":6972/corvid-config.xml\n  version  12.5, as " + address_ + " answered\n");
+}
+
+TEST_F(Fetch, TakesTheFileFromABackup) {
+    const std::string dead = callcontrol::CallControlServer::freeLoopbackAddress();
+    name("TftpServer1: " + dead + "\nTftpServer2: " + address_ + "\n");
+    serve("12.5");
+    const support::Ended ended = run(trusting({"fetch"}));
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr(address_ + " delivered the file over HTTPS: 7 keys.\n"));
+    EXPECT_THAT(ended.out,
+                HasSubstr("  before   https://" + dead + ":6972/corvid-config.xml: no connection to the server\n"));
+}
+
+TEST_F(Fetch, FailsWhereTheServerHasNoSuchFile) {
+    serveAs("other.xml", "12.5");
+    const json result = fetched(1);
+    EXPECT_EQ(result.at("ok"), false);
+    EXPECT_EQ(result.at("keys"), 0);
+    EXPECT_EQ(result.at("server"), address_);
+    EXPECT_EQ(result.at("url"), "https://" + address_ + ":6972/corvid-config.xml");
+    EXPECT_EQ(result.at("reason"),
+              "no server delivered the file: " + address_ + ": the server has no such file, or refused it");
+}
+
+TEST_F(Fetch, TellsPeopleWhatFailedAndWhatToDo) {
+    serveAs("other.xml", "12.5");
+    const support::Ended ended = run(trusting({"fetch"}));
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, EndsWith("corvidctl: nothing fetched: no server delivered the file: " + address_ +
+                                      ": the server has no such file, or refused it\n"));
+    EXPECT_THAT(ended.out, HasSubstr("https://" + address_ + ":6972/corvid-config.xml"));
+    EXPECT_THAT(ended.out, HasSubstr("Check that the server holds the file under this name"));
+}
+
+TEST_F(Fetch, TakesTheFileThatTheKeyNames) {
+    serveAs("other.xml", "12.5");
+    name("TftpServer1: " + address_ + "\nconfigurationfile: other.xml\n");
+    EXPECT_EQ(fetched().at("url"), "https://" + address_ + ":6972/other.xml");
+}
+
+TEST_F(Fetch, FailsWhereNoServerIsConfigured) {
+    name("ServicesDomain: example.org\n");
+    EXPECT_EQ(fetched(1), json({{"server", ""},
+                                {"url", ""},
+                                {"version", ""},
+                                {"keys", 0},
+                                {"ok", false},
+                                {"reason", "no server is configured: TFTPPrimaryServer, TFTPBackupServer1 and "
+                                           "TFTPBackupServer2 are all empty"}}));
+}
+
+TEST_F(Fetch, StallsWhereNobodyTellsTheVersion) {
+    const json result = fetched(1);
+    EXPECT_EQ(result.at("reason"), "the server's version is not known: no usable answer from " + address_);
+    EXPECT_EQ(result.at("server"), "");
+    EXPECT_EQ(result.at("ok"), false);
+}
+
+TEST_F(Fetch, FailsWhereNobodyListensAlthoughTheVersionIsKnown) {
+    storeVersion("12.0");
+    const json result = fetched(1);
+    EXPECT_EQ(result.at("reason"), "no server delivered the file: " + address_ + ": no connection to the server");
+    EXPECT_EQ(result.at("version"), "12.0");
+}
+
+TEST_F(Fetch, FailsOnAFileThatIsNoDocument) {
+    serve("12.5", "not a document");
+    const json result = fetched(1);
+    EXPECT_EQ(result.at("ok"), false);
+    EXPECT_EQ(result.at("server"), address_);
+    EXPECT_EQ(result.at("reason"), address_ + " delivered a file that is no configuration document; the values of the "
+                                              "server's file are gone until it delivers one");
+}
+
+TEST_F(Fetch, TrustsNoUnknownAuthority) {
+    serve("12.5");
+    EXPECT_EQ(asJson({"fetch"}, 1).at("reason"),
+              "the server's version is not known: no usable answer from " + address_);
+    storeVersion("12.5");
+    EXPECT_EQ(asJson({"fetch"}, 1).at("reason"),
+              "no server delivered the file: " + address_ + ": the server's certificate is not trusted");
+}
+
+TEST_F(Fetch, AdvisesToNameTheAuthority) {
+    serve("12.5");
+    storeVersion("12.5");
+    EXPECT_THAT(run({"fetch"}).out, HasSubstr("name that with --ca-file FILE."));
+}
+
+TEST_F(Fetch, WaitsForTheCycleThatTheNewFileStarts) {
+    const std::string usersOwn = callcontrol::CallControlServer::freeLoopbackAddress();
+    ASSERT_EQ(run({"set", "TFTPPrimaryServer", address_}).status, 0);
+    name("TftpServer1: " + usersOwn + "\n");
+    serve("12.5", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
+    const json result = fetched(1);
+    EXPECT_EQ(result.at("server"), usersOwn);
+    EXPECT_EQ(result.at("reason"), "no server delivered the file: " + usersOwn + ": no connection to the server");
+    EXPECT_EQ(asJson({"get", "TFTPPrimaryServer"}).at("value"), usersOwn);
+}
+
+TEST_F(Fetch, SaysWhenTheFileTookTheLastServerAway) {
+    ASSERT_EQ(run({"set", "TFTPPrimaryServer", address_}).status, 0);
+    name("");
+    serve("12.5", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
+    EXPECT_EQ(fetched(1).at("reason"),
+              "the file that was delivered took the last server's address away, and so its own values");
+}
+
+TEST_F(Fetch, LeavesACopyForTheNextStart) {
+    serve("12.5");
+    ASSERT_EQ(run(trusting({"fetch"})).status, 0);
+    stopServing();
+    EXPECT_EQ(asJson({"get", "CtiServer1"}).at("valueStoreName"), "cachedTFTPConfigStore.xml");
+    const json values = asJson({"list"});
+    EXPECT_EQ(entryOf(values, "cachedtftpconfigstore.xml"), nullptr);
+    EXPECT_EQ(entryOf(values, "LaunchOnSystemStartup").at("value"), "true");
+    const json overridden = entryOf(values, "DockedWindow");
+    EXPECT_EQ(overridden.at("value"), "false");
+    EXPECT_EQ(overridden.at("originalValue"), "true");
+    EXPECT_EQ(overridden.at("isOverridden"), true);
+}
+
+TEST_F(Fetch, KeepsTheCopyWhenALaterFetchFails) {
+    serve("12.5");
+    ASSERT_EQ(run(trusting({"fetch"})).status, 0);
+    stopServing();
+    EXPECT_EQ(fetched(1).at("ok"), false);
+    EXPECT_EQ(asJson({"get", "CtiServer1"}).at("value"), "phones.example.org");
+}
+
+TEST_F(Fetch, BringsWhatTheServerHasChanged) {
+    serve("12.5");
+    ASSERT_EQ(run(trusting({"fetch"})).status, 0);
+    rewrite("<c><g><CtiServer1>phones-2.example.org</CtiServer1></g></c>");
+    EXPECT_EQ(fetched().at("keys"), 1);
+    EXPECT_EQ(asJson({"get", "CtiServer1"}).at("value"), "phones-2.example.org");
+    EXPECT_EQ(asJson({"get", "VoicemailPrimaryServer"}, 1).at("isDefined"), false);
+}
+
+TEST_F(Fetch, TellsAndKeepsNoSecret) {
+    serve("12.5");
+    const support::Ended ended = run(trusting({"--log-level", "5", "--reveal", "fetch"}));
+    ASSERT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.error, HasSubstr("ctiserver1"));
+    for (const std::string secret : {"only-the-server-knows", "nobody-else-either"}) {
+        EXPECT_THAT(ended.out + ended.error, Not(HasSubstr(secret)));
+        for (const auto& [path, contents] : files()) {
+            if (path.starts_with("config")) {
+                EXPECT_THAT(contents, Not(HasSubstr(secret))) << path;
+            }
+        }
+    }
+}
+
+TEST_F(Fetch, ShowsNoProgressWhereStandardErrorIsNoTerminal) {
+    SilentServer silent(address_, 8443);
+    support::ChildProcess fetch(command(trusting({"fetch"})));
+    silent.waitForSomebody();
+    fetch.signal(SIGINT);
+    EXPECT_THAT(fetch.wait().error, Not(HasSubstr("asking")));
+}
+
+TEST_F(Fetch, EndsAtOnceWhenInterruptedWhileAServerIsSilent) {
+    const std::string second = callcontrol::CallControlServer::freeLoopbackAddress();
+    name("TftpServer1: " + address_ + "\nTftpServer2: " + second + "\n");
+    SilentServer silent(address_, 8443);
+    const SilentServer next(second, 8443);
+    support::ChildProcess fetch(command(trusting({"--log-level", "2", "fetch"})));
+    silent.waitForSomebody();
+    fetch.signal(SIGTERM);
+    const support::Ended ended = fetch.wait();
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, EndsWith("corvidctl: interrupted\n"));
+    EXPECT_EQ(ended.out, "");
+    EXPECT_FALSE(next.isSomebodyThere());
+}
+
+TEST_F(Fetch, EndsAtOnceWhenInterruptedWhileAFileIsOnItsWay) {
+    storeVersion("12.5");
+    SilentServer silent(address_, 6972);
+    support::ChildProcess fetch(command(trusting({"--json", "fetch"})));
+    silent.waitForSomebody();
+    fetch.signal(SIGINT);
+    const support::Ended ended = fetch.wait();
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: interrupted\n"));
+    const json result = json::parse(ended.out);
+    EXPECT_EQ(result.at("reason"), "interrupted");
+    EXPECT_EQ(result.at("ok"), false);
+    EXPECT_EQ(result.at("server"), address_);
+}
+
+TEST_F(Fetch, ShowsOnATerminalWhatItWaitsFor) {
+    SilentServer silent(address_, 8443);
+    support::ChildProcess::Options options;
+    options.errorTerminal = true;
+    options.environment = {{"TERM", "xterm"}};
+    support::ChildProcess fetch(command(trusting({"--log-level", "2", "fetch"})), options);
+    EXPECT_TRUE(fetch.waitForError("asking " + address_ + " for its version … 1 s\x1b[K\r"));
+    fetch.signal(SIGINT);
+    const support::Ended ended = fetch.wait();
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, HasSubstr("\r\x1b[K"));
+    EXPECT_THAT(ended.error, EndsWith("corvidctl: interrupted\r\n"));
+}
+
+TEST_F(Fetch, ShowsNoProgressToAScript) {
+    storeVersion("10.5");
+    SilentServer silent(address_, 6970);
+    support::ChildProcess::Options options;
+    options.errorTerminal = true;
+    options.environment = {{"TERM", "xterm"}};
+    support::ChildProcess fetch(command(trusting({"--json", "fetch"})), options);
+    silent.waitForSomebody();
+    const support::Ended ended = fetch.wait();  // the transfer's own end, long after progress would have shown
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, Not(HasSubstr("downloading")));
+}
+
+TEST_F(Fetch, SaysWhenItCannotKeepWhatBelongsToTheFile) {
+    serve("12.5");
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c",
+         "trap '' XFSZ; ulimit -f 0; exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" --ca-file \"$3\" fetch",
+         CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install"), directory_.path("ca.pem")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: what belongs to the file could not be written to " +
+                                       directory_.path("config") + "\n"));
+}
+
+TEST_F(Fetch, LeavesTheNetworkAloneInEveryOtherCommand) {
+    serve("12.5");
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"list"}, {"get", "DockedWindow"}, {"explain", "DockedWindow"}, {"stores"}, {"report"}}) {
+        EXPECT_EQ(run(trusting(words)).status, 0);
+    }
+    EXPECT_THAT(requests(), IsEmpty());
+}

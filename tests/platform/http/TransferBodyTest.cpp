@@ -1,0 +1,155 @@
+#include <memory>
+#include <string>
+
+#include "Download.h"
+#include "fakes/ScriptedServer.h"
+#include "impl/http/BodyBuffer.h"
+#include "impl/http/CurlTransport.h"
+
+using namespace HttpDownloader::HttpDownloadResultEnum;
+using fakes::ScriptedConnection;
+using fakes::ScriptedServer;
+
+namespace {
+
+const std::string CHUNKED_HEAD = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+
+std::string headWithLength(const std::string& length) {
+    return "HTTP/1.1 200 OK\r\nContent-Length: " + length + "\r\n\r\n";
+}
+
+class TransferBody : public testing::Test {
+protected:
+    Ended downloadFrom(const ScriptedServer::Script& script, long timeout = 60) {
+        ScriptedServer server(script);
+        return download(transport, server.url("/file.xml"), timeout);
+    }
+
+    platform::CurlTransport transport{""};
+};
+
+}  // namespace
+
+TEST_F(TransferBody, ArrivesAsItWasSent) {
+    const std::string sent("one\0two\r\n\xff", 10);
+    const Ended ended = downloadFrom([&](ScriptedConnection& client) { client.respond(200, sent); });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_EQ(ended.body, sent);
+}
+
+TEST_F(TransferBody, MayBeEmpty) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) { client.respond(200, ""); });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_EQ(ended.body, "");
+}
+
+TEST_F(TransferBody, MayHaveNoStatedLength) {
+    const Ended ended =
+        downloadFrom([](ScriptedConnection& client) { client.send("HTTP/1.1 200 OK\r\n\r\n<Corvid/>"); });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_EQ(ended.body, "<Corvid/>");
+}
+
+TEST_F(TransferBody, MayComeInChunks) {
+    const Ended ended = downloadFrom(
+        [](ScriptedConnection& client) { client.send(CHUNKED_HEAD + "3\r\none\r\n4\r\n two\r\n0\r\n\r\n"); });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_EQ(ended.body, "one two");
+}
+
+TEST_F(TransferBody, MayComeByteByByte) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.sendSlowly(headWithLength("9") + "<Corvid/>", std::chrono::milliseconds(1));
+    });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_EQ(ended.body, "<Corvid/>");
+}
+
+TEST_F(TransferBody, MayHaveSixteenMebibytes) {
+    const std::string sent(16 * 1024 * 1024, 'x');
+    const Ended ended = downloadFrom([&](ScriptedConnection& client) { client.respond(200, sent); });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_TRUE(ended.body == sent);
+}
+
+TEST_F(TransferBody, MayHaveSixteenMebibytesWithoutAStatedLength) {
+    const std::string sent(16 * 1024 * 1024, 'x');
+    const Ended ended =
+        downloadFrom([&](ScriptedConnection& client) { client.send("HTTP/1.1 200 OK\r\n\r\n" + sent); });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_TRUE(ended.body == sent);
+}
+
+TEST_F(TransferBody, MustNotHaveOneByteMore) {
+    const Ended ended = downloadFrom([&](ScriptedConnection& client) {
+        client.send("HTTP/1.1 200 OK\r\n\r\n" + std::string(16 * 1024 * 1024 + 1, 'x'));
+    });
+    EXPECT_EQ(ended.result, BodyTooLarge);
+    EXPECT_EQ(ended.body, "");
+}
+
+TEST_F(TransferBody, IsRefusedByTheLengthThatItStates) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.send(headWithLength("16777217"));
+        client.waitUntilClientLeaves();
+    });
+    EXPECT_EQ(ended.result, BodyTooLarge);
+}
+
+TEST_F(TransferBody, IsRefusedByALengthThatNoNumberHolds) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.send(headWithLength("99999999999999999999999999"));
+        client.waitUntilClientLeaves();
+    });
+    EXPECT_EQ(ended.result, BodyTooLarge);
+}
+
+TEST_F(TransferBody, IsRefusedWhenItNeverEnds) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.send("HTTP/1.1 200 OK\r\n\r\n");
+        while (client.send(std::string(65536, 'x'))) {
+        }
+    });
+    EXPECT_EQ(ended.result, BodyTooLarge);
+}
+
+TEST_F(TransferBody, IsCutWhenTheConnectionEndsBeforeTheStatedLength) {
+    const Ended ended =
+        downloadFrom([](ScriptedConnection& client) { client.send(headWithLength("100") + "<Corvid>"); });
+    EXPECT_EQ(ended.result, BodyCut);
+    EXPECT_EQ(ended.body, "");
+}
+
+TEST_F(TransferBody, IsCutWhenTheConnectionEndsRightAfterTheHead) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) { client.send(headWithLength("100")); });
+    EXPECT_EQ(ended.result, BodyCut);
+}
+
+TEST_F(TransferBody, IsCutWhenTheLastChunkIsMissing) {
+    const Ended ended =
+        downloadFrom([](ScriptedConnection& client) { client.send(CHUNKED_HEAD + "8\r\n<Corvid>\r\n"); });
+    EXPECT_EQ(ended.result, BodyCut);
+}
+
+TEST_F(TransferBody, IsCutByAChunkWithoutALength) {
+    const Ended ended =
+        downloadFrom([](ScriptedConnection& client) { client.send(CHUNKED_HEAD + "8\r\n<Corvid>\r\nzz\r\nabc"); });
+    EXPECT_EQ(ended.result, BodyCut);
+}
+
+TEST_F(TransferBody, IsCutByAReset) {
+    std::promise<void> arrived;
+    ScriptedServer server([&](ScriptedConnection& client) {
+        client.send(headWithLength("100") + "<Corvid>");
+        arrived.get_future().wait();  // a reset overtakes what the client has not read yet
+        client.reset();
+    });
+    Download download;
+    const auto progress = [&, once = false](double, double bytes) mutable {
+        if (bytes > 0 && !std::exchange(once, true)) {
+            arrived.set_value();
+        }
+    };
+    transport.start(download.transfer(server.url(), 1, 60, progress));
+    EXPECT_EQ(download.end().result, BodyCut);
+}
