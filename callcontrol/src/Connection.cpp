@@ -34,7 +34,9 @@ int clampedToInt(std::size_t size) {
 
 }  // namespace
 
-Connection::Connection(int socket, SSL_CTX* tls) : socket_(socket), tls_(tls == nullptr ? nullptr : SSL_new(tls)) {}
+Connection::Connection(int socket, SSL_CTX* tls) : socket_(socket), tls_(tls == nullptr ? nullptr : SSL_new(tls)) {
+    readEnd(getpeername, socket_, client_, clientPort_);
+}
 
 Connection::~Connection() {
     ERR_clear_error();  // the queue is the thread's, and the thread has other clients to come
@@ -55,13 +57,6 @@ void Connection::finish() {
     }
 }
 
-std::string Connection::client() const {
-    std::string address;
-    int port = 0;
-    get_remote_ip_and_port(address, port);
-    return address;
-}
-
 ssize_t Connection::read(char* data, std::size_t size) {
     if (!tls_) {
         return recv(socket_, data, size, 0);
@@ -77,20 +72,16 @@ ssize_t Connection::write(const char* data, std::size_t size) {
         const ssize_t count = writeSome(data + written, size - written);
         if (count <= 0) {
             isUp_ = false;
-            hasFailed_ = true;
             return -1;
         }
         written += static_cast<std::size_t>(count);
+        hasAnswered_ = true;
     }
     return static_cast<ssize_t>(size);
 }
 
 ssize_t Connection::writeSome(const char* data, std::size_t size) {
     return tls_ ? SSL_write(tls_.get(), data, clampedToInt(size)) : send(socket_, data, size, MSG_NOSIGNAL);
-}
-
-void Connection::get_remote_ip_and_port(std::string& address, int& port) const {
-    readEnd(getpeername, socket_, address, port);
 }
 
 void Connection::get_local_ip_and_port(std::string& address, int& port) const {

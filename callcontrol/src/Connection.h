@@ -27,11 +27,11 @@ public:
     /// answer away from it.
     void finish();
 
-    /// True if something could not be written.
-    bool hasFailed() const { return hasFailed_; }
+    /// True if something could be written to the client.
+    bool hasAnswered() const { return hasAnswered_; }
 
     /// The client's address.
-    std::string client() const;
+    const std::string& client() const { return client_; }
 
     bool is_readable() const override { return true; }
     bool is_writable() const override { return true; }
@@ -40,7 +40,10 @@ public:
     /// Writes all of it, or fails with -1.
     ssize_t write(const char* data, std::size_t size) override;
 
-    void get_remote_ip_and_port(std::string& address, int& port) const override;
+    void get_remote_ip_and_port(std::string& address, int& port) const override {
+        address = client_;
+        port = clientPort_;
+    }
     void get_local_ip_and_port(std::string& address, int& port) const override;
     int socket() const override { return socket_; }
 
@@ -49,8 +52,10 @@ private:
 
     const int socket_;
     Owned<SSL> tls_;
+    std::string client_;  ///< asked for early: the system forgets it when the client has gone
+    int clientPort_ = 0;
     bool isUp_ = false;  ///< TLS has been agreed on, and nothing has failed since
-    bool hasFailed_ = false;
+    bool hasAnswered_ = false;
 };
 
 }  // namespace callcontrol

@@ -55,7 +55,7 @@ PortListener::PortListener(SSL_CTX* tls, const Answer& answer, const Logger& log
         return HandlerResponse::Handled;
     }));
     set_logger([logger](const httplib::Request& request, const httplib::Response& response) {
-        if (!connectionOfThisThread->hasFailed()) {
+        if (connectionOfThisThread->hasAnswered()) {
             logger(connectionOfThisThread->client(), request, response);
         }
     });

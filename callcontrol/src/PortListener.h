@@ -27,7 +27,7 @@ public:
     using Answer = std::function<void(const httplib::Request&, httplib::Response&)>;
 
     /// @param tls null for plain HTTP; must outlive this.
-    /// @param logger told of each request whose answer has gone out, on several threads at once.
+    /// @param logger told of each request that was answered, on several threads at once.
     PortListener(SSL_CTX* tls, const Answer& answer, const Logger& logger);
 
     /// Stops.

@@ -39,8 +39,8 @@ public:
     using Options = CallControlServerOptions;
     using Listener = std::function<void(const ServedRequest&)>;
 
-    /// @param listener told of each request whose answer has gone out, on a thread of the server, one at a time; may
-    /// be
+    /// @param listener told of each request after its answer has gone out, on a thread of the server, one at a time;
+    /// may be
     ///        empty. It must not start or stop the server. When stop() returns it has been told of all.
     explicit CallControlServer(Options options, Listener listener = {});
 
