@@ -173,4 +173,7 @@ TEST_F(DownloadStates, FinishedIsReachedBeforeTheObserversAreTold) {
     EXPECT_EQ(store->queryState(), State::FINISHED);
     EXPECT_THAT(observer.reports, IsEmpty());
     EXPECT_FALSE(isReady(store));
+    dispatcher->runAll();
+    EXPECT_THAT(observer.reports, SizeIs(1));
+    EXPECT_TRUE(isReady(store));
 }
