@@ -16,9 +16,9 @@ enum HttpDownloadResult {
     CertificateRejected = 7,  ///< the chain, the dates or the name of the server's certificate
     TimedOut = 8,
     StatusRefused = 9,     ///< the answer's status is not 200 to 299
-    RedirectRefused = 10,  ///< to another host, port or from https to http, or more than three
+    RedirectRefused = 10,  ///< to another scheme, host or port, or more than three
     BodyTooLarge = 11,     ///< more than 16 MiB
-    BodyCut = 12,          ///< the connection ended before the body did
+    BodyCut = 12,          ///< the connection ended, or broke, after the answer's head and before the end of its body
     NoTransport = 13,      ///< the host has no network, or has ended it
 };
 

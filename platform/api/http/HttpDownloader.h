@@ -11,9 +11,9 @@ namespace HttpDownloader {
 
 /// Downloads documents over HTTP and HTTPS (RFC 9110) in the background. Any thread.
 ///
-/// What is allowed: the schemes http and https; at most three redirects, all to the same host and port and none from
-/// https to http; a body of at most 16 MiB. Certificates are verified against the system's authorities and those that
-/// the host names besides. Proxies of the environment are used, but not for loopback addresses.
+/// What is allowed: the schemes http and https; at most three redirects, all to the same scheme, host and port; a body
+/// of at most 16 MiB. Certificates are verified against the system's authorities and those that the host names besides.
+/// Proxies of the environment are used, but not for loopback addresses.
 ///
 /// The host's transport (platform::World) does the work. Transfers go on when their downloader is gone.
 class HttpDownloader {

@@ -14,7 +14,7 @@ namespace platform {
 class CurlTransport : public HttpTransport {
 public:
     /// @param caFile further trusted certificates (PEM), read anew at each connection; empty: none. The system's own
-    ///        authorities count in any case.
+    ///        authorities count in any case. If the file cannot be read, a level 3 line says so, once.
     explicit CurlTransport(std::string caFile);
 
     /// Stops. Must not run on one of the two threads.
@@ -35,7 +35,8 @@ public:
     void interruptRequests();
 
     /// Ends all requests and transfers with Cancelled, runs the completions, those of transfers that they start
-    /// included, and joins both threads. Any thread that holds no lock which a completion wants, any number of times.
+    /// included, and joins both threads. Any thread but those two that holds no lock which a completion wants, any
+    /// number of times.
     void stop();
 
 private:
