@@ -25,8 +25,8 @@ struct ExchangeOrder {
     Clock::time_point deadline;  ///< for everything, redirects included
     bool anyStatus;              ///< whether an error status is an answer as well
 
-    /// Told the body's total size, 0 if it is not known, and how much of it has arrived, often and at least once a
-    /// second. False ends the exchange, with Cancelled.
+    /// Told the body's total size, 0 if it is not known, and how much of it has arrived: often, and in the blocking way
+    /// at least once a second. False ends the exchange, with Cancelled.
     std::function<bool(double, double)> watch;
 
     /// @return now and so much more, at least a millisecond, at most some weeks.
