@@ -71,6 +71,15 @@ TEST_F(DownloadSecrets, AreMarkedBeforeTheValuesAreLogged) {
     EXPECT_EQ(linesBefore, 0U);
 }
 
+TEST_F(DownloadSecrets, AreMarkedBeforeTheValuesCanBeRead) {
+    const auto store = makeObserved();
+    std::size_t keysBefore = 1;
+    featureSet->during("setKeySensitive", [&](const auto&) { keysBefore = store->getKeys().size(); });
+    store->attemptDownloadFromCachedAddress();
+    transport->deliver(MARKED);
+    EXPECT_EQ(keysBefore, 0U);
+}
+
 TEST_F(DownloadSecrets, AreWipedFromTheBodyOfAFile) {
     makeObserved()->attemptDownloadFromCachedAddress();
     transport->deliver(PASSWORDS);

@@ -353,6 +353,9 @@ std::vector<std::wstring> TftpConfigStore::takeValues(std::string& body) {
         return {};
     }
     SensitiveKeySecuringUtility::secureWellKnownSensitiveKeys(values);
+    // Before anybody can read the values: the report of an earlier download may be writing the cache at this moment,
+    // and a secret must not get there because its key is not marked yet.
+    setSensitiveKeys(sensitiveKeys);
     std::vector<std::wstring> previousKeys;
     const std::size_t count = values.size();
     {
@@ -360,7 +363,6 @@ std::vector<std::wstring> TftpConfigStore::takeValues(std::string& body) {
         previousKeys = getKeys();
         std::swap(configValues_, values);
     }
-    setSensitiveKeys(sensitiveKeys);
     logConfigMap(sensitiveKeys);
     setState(FINISHED);
     journal_->endCycle(DownloadJournal::CycleEnd::Delivered, count);
