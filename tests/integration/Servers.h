@@ -1,9 +1,7 @@
 #pragma once
 
-#include <condition_variable>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -32,7 +30,6 @@ public:
 
     /// The requests answered so far, as "PORT PATH STATUS".
     std::vector<std::string> requests() const;
-    void waitForRequests(std::size_t count) const;
 
 private:
     struct Answered;
