@@ -43,7 +43,8 @@ void Server::serve(const std::map<std::string, std::string>& entries) const { se
 
 void Server::serveText(const std::string& text) const { directory_.write(FILE_NAME, text); }
 
-std::vector<std::string> Server::requests() const {
+std::vector<std::string> Server::stopAndTell() const {
+    stop();
     const std::lock_guard<std::mutex> lock(answered_->mutex);
     return answered_->requests;
 }
