@@ -173,6 +173,9 @@ private:
 
     void beginCycle(bool forced);
     void endCycleWithoutAddress();
+
+    /// @return false if new details have come, which have to be gone on with.
+    bool finishUnlessRestarted();
     Source findSource(const std::string& address);
     void startTransfer(const std::string& address, const Source& source);
 

@@ -164,23 +164,31 @@ void TftpConfigStore::processTftpInfoChanged(std::wstring server1, std::wstring 
                                              std::shared_ptr<TftpConfigStore> /*self*/) {
     const tessel::ScopedLock lock(downloadMutex_);
     serverQueue_.set(getUniqueServerQueue({toString(server1), toString(server2), toString(server3)}));
-    const QueryState state = queryState();
-    if (state == NOT_STARTED || state == FINISHED) {
-        beginCycle(false);
-        return;
+    // In one step: a forced cycle may end at this moment, and would not come back for the new queue.
+    QueryState state = queryState();
+    while (state != NOT_STARTED && state != FINISHED) {
+        if (currentQueryState_.compare_exchange_weak(state, RESTART_PENDING, std::memory_order_relaxed)) {
+            downloader_->CancelCurrentTransfer();
+            return;
+        }
     }
-    setState(RESTART_PENDING);
-    downloader_->CancelCurrentTransfer();
+    beginCycle(false);
 }
 
 void TftpConfigStore::attemptDownloadFromCachedAddress() {
-    const TftpServerDetails last = lastServerDetails_.get();
-    if (last.server1.empty() && last.server2.empty() && last.server3.empty()) {
+    const auto hasNone = [](const TftpServerDetails& details) {
+        return details.server1.empty() && details.server2.empty() && details.server3.empty();
+    };
+    if (hasNone(lastServerDetails_.get())) {
         return;
     }
     storeReady_.reset();
     tftpConfigured_.store(true, std::memory_order_relaxed);
-    serverQueue_.set(getUniqueServerQueue({toString(last.server1), toString(last.server2), toString(last.server3)}));
+    // Read and put in one step: newer details that are processed meanwhile keep their queue.
+    serverQueue_.update([this](auto& queue) {
+        const TftpServerDetails last = lastServerDetails_.get();
+        queue = getUniqueServerQueue({toString(last.server1), toString(last.server2), toString(last.server3)});
+    });
     beginCycle(true);
 }
 
@@ -231,13 +239,31 @@ void TftpConfigStore::attemptTftpFileDownload() {
 void TftpConfigStore::endCycleWithoutAddress() {
     TesselLog(logger(), 3, __FILE__, __LINE__, "attemptTftpFileDownload",
               std::string("Failed to download TFTP config. No TFTP server address available in server queue."));
+    bool ended = false;
     {
         const tessel::ScopedLock lock(valuesMutex_);
         configValues_.clear();
-        setState(FINISHED);
-        storeReady_.set();
+        ended = finishUnlessRestarted();
+        if (ended) {
+            storeReady_.set();
+        }
     }
-    journal_->endCycle(DownloadJournal::CycleEnd::Exhausted, 0);
+    if (ended) {
+        journal_->endCycle(DownloadJournal::CycleEnd::Exhausted, 0);
+    } else {
+        beginCycle(false);
+    }
+}
+
+bool TftpConfigStore::finishUnlessRestarted() {
+    // In one step: new details that come while a forced cycle runs out of addresses rely on it to go on with theirs.
+    QueryState state = queryState();
+    while (state != RESTART_PENDING) {
+        if (currentQueryState_.compare_exchange_weak(state, FINISHED, std::memory_order_relaxed)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void TftpConfigStore::startTransfer(const std::string& address, const Source& source) {
