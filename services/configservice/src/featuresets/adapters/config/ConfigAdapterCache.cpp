@@ -161,6 +161,7 @@ unsigned ConfigAdapter::join(const std::function<void()>& change) {
 void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned dataResets) {
     ConfigMap values;
     copyAllStoreValues(store, values);
+    // The number of resets stands still under the lock of the chain.
     configStoreManager_->atomically([&] {
         if (dataResets == dataResets_.load(std::memory_order_relaxed)) {
             updateCacheStorePriority(store->getName(), store->getCachedPriority());

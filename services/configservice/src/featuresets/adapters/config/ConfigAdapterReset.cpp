@@ -93,7 +93,7 @@ void ConfigAdapter::voidWhatIsUnderWay() {
         localFileStore_ = nullptr;
     }
     switchTftpSourceOff();
-    const tessel::ScopedLock untilACacheFileIsWritten(cacheFileMutex_);
+    const tessel::ScopedLock untilACacheFileThatIsBegunIsWritten(cacheFileMutex_);
 }
 
 void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
