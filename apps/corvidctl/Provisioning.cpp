@@ -67,8 +67,8 @@ public:
         std::vector<DroppedPart> parts;
         for (const LinkPart& part : reading_.parts) {
             if (part.fate != PartFate::Taken) {
-                parts.push_back({part.number, part.key.empty() ? shownText(part) : toString(part.key),
-                                 reasonFor(part.fate)});
+                parts.push_back(
+                    {part.number, part.key.empty() ? shownText(part) : toString(part.key), reasonFor(part.fate)});
             }
         }
         return parts;
@@ -88,9 +88,9 @@ private:
 
     /// A part without a key may be the end of a secret with an ampersand in it.
     std::string shownText(const LinkPart& part) const {
-        const bool anySecret = std::any_of(
-            reading_.parts.begin(), reading_.parts.end(),
-            [this](const LinkPart& one) { return !one.key.empty() && inside_.reader.isSensitive(one.key); });
+        const bool anySecret = std::any_of(reading_.parts.begin(), reading_.parts.end(), [this](const LinkPart& one) {
+            return !one.key.empty() && inside_.reader.isSensitive(one.key);
+        });
         return part.fate == PartFate::Empty ? std::string() : toString(masked(part.text, anySecret));
     }
 

@@ -27,12 +27,12 @@ struct DroppedPart {
 
 /// What came of a provisioning command.
 struct ProvisioningView {
-    bool wasClosed = false;    ///< the latch, when the command began
-    bool isClosed = false;     ///< the latch, when the command ended
-    ValueView latch;           ///< what refused the link; when the command ended, if nothing did
-    bool accepted = false;     ///< the module's verdict
+    bool wasClosed = false;  ///< the latch, when the command began
+    bool isClosed = false;   ///< the latch, when the command ended
+    ValueView latch;         ///< what refused the link; when the command ended, if nothing did
+    bool accepted = false;   ///< the module's verdict
     bool latchRefused = false;
-    std::string reason;        ///< why the link was refused, for all but the latch; as the end of a sentence
+    std::string reason;  ///< why the link was refused, for all but the latch; as the end of a sentence
     bool namesNoKnownKey = false;
     std::vector<ProvisionedKey> keys;  ///< in key order
     std::vector<DroppedPart> dropped;

@@ -62,8 +62,9 @@ void printAccepted(const ProvisioningView& view, std::ostream& out) {
 void printRefused(const ProvisioningView& view, Output& output) {
     if (view.latchRefused) {
         printError(output, "link refused: " + latchSaid(view.latch));
-        output.error << "A link is taken once; corvidctl provision --reopen LINK allows another, unless an administrator "
-                        "refuses them.\n";
+        output.error
+            << "A link is taken once; corvidctl provision --reopen LINK allows another, unless an administrator "
+               "refuses them.\n";
         return;
     }
     printError(output, "link refused: " + view.reason);

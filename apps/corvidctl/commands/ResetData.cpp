@@ -2,12 +2,12 @@
 #include <iterator>
 #include <ostream>
 
+#include "DataReset.h"
 #include "FileListing.h"
 #include "Json.h"
 #include "Session.h"
 #include "Text.h"
 #include "commands/Commands.h"
-#include "DataReset.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "quill/FileUtils.h"
 
@@ -56,9 +56,8 @@ int runResetData(const Invocation& invocation, Output& output) {
     const std::string& directory = invocation.host.configDirectory;
     const FileListing before = listFiles(directory);
     Session session(invocation);
-    session.work([&session](Session::Inside&) {
-        session.host().systemService()->resetDataProvider()->invokeResetData();
-    });
+    session.work(
+        [&session](Session::Inside&) { session.host().systemService()->resetDataProvider()->invokeResetData(); });
     session.finish();
     const FileListing after = listFiles(directory);
 
