@@ -35,7 +35,7 @@ constexpr auto COMMANDS = std::to_array<CommandShape>({
     {"watch", "[GLOB...]", 0, ANY_NUMBER, "Start the remote source and print every change, until interrupted"},
     {"fetch", "", 0, 0, "Fetch the server's file and tell what came of it"},
     {"provision", "LINK", 1, 1, "Apply a provisioning link"},
-    {"reset-data", "", 0, 0, "Forget the user's data, as the host's data reset does"},
+    {"reset-data", "--yes", 0, 0, "Forget the user's data, as the host's data reset does"},
     {"report", "", 0, 0, "Print the master configuration report"},
     {"validate", "FILE...", 1, ANY_NUMBER, "Tell what a configuration document or a local file means"},
     {"serve", "FILE", 1, 1, "Be a call-control server with a configuration file, until interrupted"},

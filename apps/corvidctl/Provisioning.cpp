@@ -31,17 +31,16 @@ SensitiveKeySet keysOfTheStore(ConfigStoreManager& chain) {
 
 std::wstring textOnDisk(const std::wstring& text) { return QuillCoreUtils::toWideString(toXmlText(text).text); }
 
-/// Whether the next start will read from the file what the link has set.
-bool isCacheOnDisk(const LinkReading& reading) {
-    ConfigMap expected;
-    for (const LinkPart& part : reading.parts) {
-        if (part.fate == PartFate::Taken) {
-            expected[textOnDisk(part.key)] = textOnDisk(part.value);
-        }
-    }
+/// Whether the next start will read from the file what the link has set. It will know the keys in lower case.
+bool isCacheOnDisk(const std::vector<LinkPart>& parts) {
     ConfigMap onDisk;
     SensitiveKeySet sensitive;
-    return XmlConfigParser::readFromFile(CacheFiles::provisioningPath(), onDisk, sensitive) && onDisk == expected;
+    return XmlConfigParser::readFromFile(CacheFiles::provisioningPath(), onDisk, sensitive) &&
+           std::all_of(parts.begin(), parts.end(), [&onDisk](const LinkPart& part) {
+               const auto entry = onDisk.find(part.key);
+               return part.fate != PartFate::Taken ||
+                      (entry != onDisk.end() && entry->second == textOnDisk(part.value));
+           });
 }
 
 /// Turns a reading into what may be shown.
@@ -134,7 +133,7 @@ void applyLink(Session::Inside& inside, const std::wstring& link, bool reveal, P
             view.gone.push_back(toString(key));
         }
     }
-    view.cacheOnDisk = isCacheOnDisk(reading);
+    view.cacheOnDisk = isCacheOnDisk(reading.parts);
 }
 
 }  // namespace corvidctl

@@ -23,8 +23,9 @@ protected:
     }
 };
 
-const std::string COMMANDS = "get, list, explain, stores, set, unset, watch, fetch, provision, reset-data, report, validate, "
-                             "serve, demo";
+const std::string COMMANDS =
+    "get, list, explain, stores, set, unset, watch, fetch, provision, reset-data, report, validate, "
+    "serve, demo";
 
 }  // namespace
 
@@ -54,10 +55,9 @@ TEST_F(WrongUseTool, NamesTheArgumentThatIsTooMuch) {
     expectRefused({"set", "A", "B", "C"}, "set: unexpected argument 'C', expected: corvidctl set KEY VALUE");
     expectRefused({"stores", "A"}, "stores: unexpected argument 'A', expected: corvidctl stores");
     expectRefused({"fetch", "A"}, "fetch: unexpected argument 'A', expected: corvidctl fetch");
-    expectRefused({"provision", "A?", "B"},
-                  "provision: unexpected argument 'B', expected: corvidctl provision LINK");
+    expectRefused({"provision", "A?", "B"}, "provision: unexpected argument 'B', expected: corvidctl provision LINK");
     expectRefused({"reset-data", "--yes", "A"},
-                  "reset-data: unexpected argument 'A', expected: corvidctl reset-data");
+                  "reset-data: unexpected argument 'A', expected: corvidctl reset-data --yes");
     expectRefused({"report", "A"}, "report: unexpected argument 'A', expected: corvidctl report");
 }
 
@@ -116,7 +116,7 @@ TEST_F(WrongUseTool, RefusesAnEmptyLink) {
 TEST_F(WrongUseTool, RefusesADataResetThatIsNotConfirmed) {
     expectRefused({"reset-data"}, "reset-data: --yes is missing, expected: corvidctl reset-data --yes");
     expectRefused({"reset-data", "--json"}, "reset-data: --yes is missing, expected: corvidctl reset-data --yes");
-    expectRefused({"reset-data", "yes"}, "reset-data: unexpected argument 'yes', expected: corvidctl reset-data");
+    expectRefused({"reset-data", "yes"}, "reset-data: unexpected argument 'yes', expected: corvidctl reset-data --yes");
     expectRefused({"set", "--yes", "A", "b"}, "unknown option '--yes', expected one that --help lists");
 }
 
