@@ -1,13 +1,23 @@
 #include "fakes/RecordingLogSink.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace fakes {
 
 void RecordingLogSink::write(const tessel::LogRecord& record) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    lines_.push_back({record.level, record.logger, record.function, record.text});
-    changed_.notify_all();
+    std::function<void()> action;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        lines_.push_back({record.level, record.logger, record.function, record.text});
+        if (record.text == awaitedText_) {
+            action = std::exchange(action_, nullptr);
+        }
+        changed_.notify_all();
+    }
+    if (action) {
+        action();
+    }
 }
 
 std::vector<RecordingLogSink::Line> RecordingLogSink::lines() const {
@@ -42,6 +52,12 @@ void RecordingLogSink::waitFor(const std::string& text) {
     changed_.wait(lock, [&] {
         return std::any_of(lines_.begin(), lines_.end(), [&](const Line& line) { return line.text == text; });
     });
+}
+
+void RecordingLogSink::atNext(const std::string& text, std::function<void()> action) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    awaitedText_ = text;
+    action_ = std::move(action);
 }
 
 void RecordingLogSink::clear() {

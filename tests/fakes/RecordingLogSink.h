@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -38,12 +39,18 @@ public:
     /// Waits until exactly this text has been written, at any level. For tests with real threads.
     void waitFor(const std::string& text);
 
+    /// Runs the action once, when exactly this text is written next, on the thread that writes it and with no lock of
+    /// the sink held: what else happens at that moment.
+    void atNext(const std::string& text, std::function<void()> action);
+
     void clear();
 
 private:
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<Line> lines_;
+    std::string awaitedText_;
+    std::function<void()> action_;
 };
 
 /// Sets a recording sink for the length of a test and puts the drop-everything sink back afterwards.
