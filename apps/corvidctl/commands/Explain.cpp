@@ -1,4 +1,3 @@
-#include "ConfigStoreConstants.h"
 #include "Json.h"
 #include "Session.h"
 #include "Text.h"
@@ -44,11 +43,6 @@ void printNames(const ExplanationView& view, Output& output) {
     }
 }
 
-/// The client itself has worked the winning value out.
-bool runWins(const ExplanationView& view) {
-    return view.value.valueStoreName == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME;
-}
-
 bool userWins(const ExplanationView& view) {
     return std::any_of(view.layers.begin(), view.layers.end(),
                        [](const LayerView& layer) { return layer.wins && !layer.isReadOnly; });
@@ -58,11 +52,7 @@ void printAdministratorsPart(const ExplanationView& view, Output& output) {
     const ValueView& value = view.value;
     const bool isOriginalKnown = !value.originalValueStoreName.empty();
     const std::string original = quoted(value.originalValue) + ", from " + escaped(value.originalValueStoreName);
-    if (value.isOverridden && runWins(view)) {
-        output.out << (isOriginalKnown
-                           ? "The client has set it for this run, over the administrator's " + original + ".\n"
-                           : "The client has set it for this run; the administrator has not.\n");
-    } else if (value.isOverridden && userWins(view)) {
+    if (value.isOverridden && userWins(view)) {
         output.out << (isOriginalKnown ? "The user overrides the administrator's " + original + ".\n"
                                        : "Only the user has set it; the administrator has not.\n");
     } else if (value.isOverridden) {

@@ -69,12 +69,10 @@ private:
     void printWhoNamesTheServer() {
         if (view_.namesServers) {
             out_ << "The profile names servers of its own. They are not asked: a store ahead of all others leads to "
-                    "this "
-                    "one.\n";
+                    "this one.\n";
         } else if (view_.isDetour) {
-            out_
-                << "The installer's file names the server. The profile tells another version, or another file; a store "
-                   "ahead of all\nothers tells this server's.\n";
+            out_ << "The installer's file names the server. The profile tells another version, or another file; a "
+                    "store ahead of all\nothers tells this server's.\n";
         } else {
             out_ << "The installer's file names the server.\n";
         }
@@ -114,8 +112,8 @@ private:
 
     void printConfiguration() {
         heading("The effective configuration now (corvidctl list)");
-        out_ << "* marks a key whose value comes before the administrator's: set by the user, or by the client itself "
-                "for this run.\n\n";
+        out_ << "* marks a key for which a writable store comes before the administrator's: the user's file, or the "
+                "client's memory for this run.\n\n";
         printValues(output_, view_.values);
     }
 

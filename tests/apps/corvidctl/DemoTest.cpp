@@ -135,8 +135,9 @@ TEST(Demo, SaysWhatIsKeptInTheCacheWhereSomethingIs) {
 
 TEST(Demo, TellsWhatTheUserSetFromWhatTheClientWorkedOut) {
     const std::string out = support::runProgram({CORVIDCTL_PROGRAM, "demo"}).out;
-    EXPECT_THAT(out, HasSubstr("* marks a key whose value comes before the administrator's: set by the user, or by the "
-                               "client itself for this run.\n"));
+    EXPECT_THAT(
+        out, HasSubstr("* marks a key for which a writable store comes before the administrator's: the user's file, or "
+                       "the client's memory for this run.\n"));
     EXPECT_THAT(out, testing::ContainsRegex("\\*  Meetings_Enabled [^\n]* overridden for this run\n"));
     EXPECT_THAT(out, testing::ContainsRegex("\\*  HomeUdsVersion [^\n]* set for this run\n"));
     EXPECT_THAT(out, testing::ContainsRegex("\\*  VoicemailPrimaryServer [^\n]* overridden\n"));
