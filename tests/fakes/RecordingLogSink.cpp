@@ -44,6 +44,11 @@ void RecordingLogSink::waitFor(const std::string& text) {
     });
 }
 
+void RecordingLogSink::waitForLines(std::size_t count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return lines_.size() >= count; });
+}
+
 void RecordingLogSink::clear() {
     const std::lock_guard<std::mutex> lock(mutex_);
     lines_.clear();

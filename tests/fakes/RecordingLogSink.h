@@ -38,6 +38,9 @@ public:
     /// Waits until exactly this text has been written, at any level. For tests with real threads.
     void waitFor(const std::string& text);
 
+    /// Waits until so many records have been written since the last clear().
+    void waitForLines(std::size_t count);
+
     void clear();
 
 private:
