@@ -243,6 +243,9 @@ std::string checkInvocation(Invocation& invocation) {
     invocation.colours = !plain && isatty(STDOUT_FILENO) == 1;
     invocation.host.colours = !plain && isatty(STDERR_FILENO) == 1;
 
+    // The other commands are over before it matters.
+    invocation.host.powerEvents = invocation.command == "watch";
+
     for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
                              checkLog, checkFilesOfTheModule}) {
         if (std::string problem = check(invocation); !problem.empty()) {

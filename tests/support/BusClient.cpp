@@ -1,5 +1,6 @@
 #include "support/BusClient.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <system_error>
@@ -75,6 +76,18 @@ std::string BusClient::theOtherOne() {
     }
     free(names);
     return other;
+}
+
+void BusClient::waitUntilAlone() {
+    const auto ignore = [](sd_bus_message*, void*, sd_bus_error*) { return 0; };
+    check(sd_bus_match_signal(bus_.get(), nullptr, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                              "org.freedesktop.DBus", "NameOwnerChanged", ignore, nullptr),
+          "sd_bus_match_signal");
+    while (!theOtherOne().empty()) {
+        check(sd_bus_wait(bus_.get(), UINT64_MAX), "sd_bus_wait");
+        while (sd_bus_process(bus_.get(), nullptr) > 0) {
+        }
+    }
 }
 
 void BusClient::roundTrip() {

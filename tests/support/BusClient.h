@@ -31,8 +31,11 @@ public:
     /// What it sends is queued for everybody whom it reaches when this returns.
     void emit(const LogindSignal& signal);
 
-    /// The unique name of the one other client of the bus.
+    /// The unique name of the one other client of the bus; empty if there is none.
     std::string theOtherOne();
+
+    /// Returns when there is no other client on the bus any more.
+    void waitUntilAlone();
 
 private:
     void roundTrip();
