@@ -31,7 +31,7 @@ constexpr const char* POWER_DOWN_OF_ADAPTER =
     "Config adapter received a power down event. Calling destroy on configAdapter";
 
 /// Registered after the adapter, and so told when the adapter has done its part.
-class LastObserver : public PowerEventObserver {
+class LastObserver final : public PowerEventObserver {
 public:
     void onPowerEvent(PowerEventTypeEnum::PowerEventType type) override { told_.set_value(type); }
     int wait() { return told_.get_future().get(); }
