@@ -52,8 +52,8 @@ private:
     void leave(int socket);
 
     SSL_CTX* const tls_;
-    int listeningSocket_ =
-        -1;  ///< another descriptor of the library's own, which closes that at a time of its choosing
+    /// Another descriptor of the library's own socket, which closes that at a time of its choosing.
+    int listeningSocket_ = -1;
     std::thread thread_;
     std::mutex mutex_;
     bool stopping_ = false;      ///< under the mutex

@@ -71,8 +71,7 @@ TEST_P(Certificates, AreRejectedWhenTheFileIsFetched) {
     Client client(bothServers("12"));
     client.start();
     expectPassedOver(client, address_, CertificateRejected, healthy_.address());
-    server.stop();
-    EXPECT_THAT(server.requests(), IsEmpty());
+    EXPECT_THAT(server.stopAndTell(), IsEmpty());
 }
 
 TEST_P(Certificates, AreRejectedWhenTheVersionIsAsked) {
@@ -92,8 +91,7 @@ TEST_P(Certificates, AreRejectedWhenTheVersionIsAsked) {
         1U);
     EXPECT_EQ(client.value(L"HomeUdsVersion"), L"12.5");
     EXPECT_EQ(client.value(L"origin"), L"healthy");
-    server.stop();
-    EXPECT_THAT(server.requests(), IsEmpty());
+    EXPECT_THAT(server.stopAndTell(), IsEmpty());
 }
 
 TEST(TrustedCertificate, LetsAVersionAndAFileThrough) {
@@ -105,8 +103,7 @@ TEST(TrustedCertificate, LetsAVersionAndAFileThrough) {
     Client client({.servers = {address}, .trusted = authority.certificate()});
     client.startAndFetch();
     EXPECT_EQ(client.value(L"origin"), L"trusted");
-    server.stop();
-    EXPECT_THAT(server.requests(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
 }
 
 TEST(TrustedCertificate, IsOneOfAnAuthorityThatTheHostNames) {

@@ -45,12 +45,4 @@ DownloadJournal::Snapshot DownloadWatch::waitUntilSettled() const {
     return waitUntil([](const Snapshot& snapshot) { return snapshot.settled; });
 }
 
-DownloadJournal::Snapshot DownloadWatch::waitUntilFetchingFrom(const std::string& address) const {
-    return waitUntil([&](const Snapshot& snapshot) {
-        return !snapshot.cycles.empty() && !snapshot.cycles.back().attempts.empty() &&
-               snapshot.cycles.back().attempts.back().address == address &&
-               snapshot.cycles.back().attempts.back().end == DownloadJournal::AttemptEnd::Running;
-    });
-}
-
 }  // namespace integration

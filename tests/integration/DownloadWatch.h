@@ -25,9 +25,6 @@ public:
     /// Until nothing runs, nothing waits, and everyone has been told.
     Snapshot waitUntilSettled() const;
 
-    /// Until a transfer from the address runs.
-    Snapshot waitUntilFetchingFrom(const std::string& address) const;
-
 private:
     struct Changes;
     const std::shared_ptr<DownloadJournal> journal_;

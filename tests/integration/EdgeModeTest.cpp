@@ -53,7 +53,7 @@ TEST_F(EdgeMode, FetchesAgainWhenTheSoftphoneConnects) {
     runQueuedTasks();
     EXPECT_EQ(client_.log().count(4, FETCHING_LINE), 1U);
     EXPECT_EQ(client_.value(L"origin"), L"late");
-    EXPECT_THAT(server_.requests(), ElementsAre("6972 /corvid-config.xml 200", "6972 /corvid-config.xml 200"));
+    EXPECT_THAT(server_.stopAndTell(), ElementsAre("6972 /corvid-config.xml 200", "6972 /corvid-config.xml 200"));
 }
 
 TEST_F(EdgeMode, FetchesAgainWhenAConnectedEntryAppears) {
@@ -74,13 +74,13 @@ TEST_F(EdgeMode, FetchesAgainOnlyOnce) {
     softphone->setConnectionStatus(CONNECTED);
     runQueuedTasks();
     EXPECT_EQ(client_.log().count(4, FETCHING_LINE), 1U);
-    EXPECT_EQ(server_.requests().size(), 2U);
+    EXPECT_EQ(server_.stopAndTell().size(), 2U);
 }
 
 TEST_F(EdgeMode, FetchesOnceIfTelephonyIsConnectedAlready) {
     system().addServerHealthInformation(std::make_shared<ServerHealthInformationImpl>(SOFTPHONE, CONNECTED));
     fetchInEdgeMode();
-    EXPECT_EQ(server_.requests().size(), 1U);
+    EXPECT_EQ(server_.stopAndTell().size(), 1U);
 }
 
 TEST_F(EdgeMode, MattersOnlyWhenItIsOn) {
@@ -91,5 +91,5 @@ TEST_F(EdgeMode, MattersOnlyWhenItIsOn) {
     softphone->setConnectionStatus(CONNECTED);
     runQueuedTasks();
     EXPECT_EQ(client_.log().count(4, FETCHING_LINE), 0U);
-    EXPECT_EQ(server_.requests().size(), 1U);
+    EXPECT_EQ(server_.stopAndTell().size(), 1U);
 }

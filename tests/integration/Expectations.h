@@ -32,7 +32,6 @@ inline constexpr const char* UPDATED_LINE = "Config updated with TFTP server inf
 inline constexpr const char* QUEUE_EMPTY_LINE =
     "Failed to download TFTP config. No TFTP server address available in server queue.";
 inline constexpr const char* NO_URL_LINE = "No attempt will be made to download TFTP config.";
-inline constexpr const char* NEW_DETAILS_LINE = "New TFTP file provided canceling query and trying new details";
 inline constexpr const char* INVALID_XML_LINE =
     "\n************\nError Invalid XML syntax detected - Unable to read xml configuration.\n************";
 

@@ -49,9 +49,9 @@ protected:
 TEST_F(ThreeServers, LeaveTheSecondAndThirdAloneWhileTheFirstAnswers) {
     EXPECT_THAT(client_.fetch().cycles.back().attempts, ElementsAre(delivered(first_.address())));
     EXPECT_EQ(client_.value(L"origin"), L"first");
-    EXPECT_THAT(first_.requests(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
-    EXPECT_THAT(second_.requests(), IsEmpty());
-    EXPECT_THAT(third_.requests(), IsEmpty());
+    EXPECT_THAT(first_.stopAndTell(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
+    EXPECT_THAT(second_.stopAndTell(), IsEmpty());
+    EXPECT_THAT(third_.stopAndTell(), IsEmpty());
 }
 
 TEST_F(ThreeServers, TakeOverOneAfterTheOther) {

@@ -64,7 +64,7 @@ TEST_F(FileOverHttp, IsTakenFromTheFirstServerIfThatDelivers) {
     EXPECT_EQ(client.value(L"origin"), L"first");
     EXPECT_EQ(client.log().count(4, fetchingLine("http://" + address_ + ":6970/corvid-config.xml", "3")), 1U);
     EXPECT_EQ(client.log().count(4, UPDATED_LINE), 1U);
-    EXPECT_THAT(healthy_.requests(), IsEmpty());
+    EXPECT_THAT(healthy_.stopAndTell(), IsEmpty());
 }
 
 TEST_F(FileOverHttp, IsSoughtUnderTheConfiguredName) {
@@ -73,8 +73,7 @@ TEST_F(FileOverHttp, IsSoughtUnderTheConfiguredName) {
     Client client({.servers = {address_}, .version = "10", .more = {{"configurationfile", "other.xml"}}});
     client.startAndFetch();
     EXPECT_EQ(client.value(L"origin"), L"other");
-    server.stop();
-    EXPECT_THAT(server.requests(), ElementsAre("6970 /other.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("6970 /other.xml 200"));
 }
 
 TEST_F(FileOverHttp, PassesOverAServerThatRefusesTheConnection) {
@@ -141,7 +140,7 @@ TEST_F(FileOverHttp, TakesAnEmptyFileForASuccessWithoutValues) {
     client.start();
     expectUnreadable(client, address_);
     EXPECT_EQ(client.log().count(2, INVALID_XML_LINE), 0U);
-    EXPECT_THAT(healthy_.requests(), IsEmpty());
+    EXPECT_THAT(healthy_.stopAndTell(), IsEmpty());
 }
 
 TEST_F(FileOverHttp, TakesAFileThatIsNoXmlForASuccessWithoutValues) {
@@ -151,5 +150,5 @@ TEST_F(FileOverHttp, TakesAFileThatIsNoXmlForASuccessWithoutValues) {
     client.start();
     expectUnreadable(client, address_);
     EXPECT_EQ(client.log().count(2, INVALID_XML_LINE), 1U);
-    EXPECT_THAT(healthy_.requests(), IsEmpty());
+    EXPECT_THAT(healthy_.stopAndTell(), IsEmpty());
 }

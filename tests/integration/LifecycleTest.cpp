@@ -47,7 +47,7 @@ protected:
     void expectCancelledEverywhere(const Cycle& cycle) const {
         EXPECT_EQ(cycle.end, CycleEnd::Exhausted);
         EXPECT_THAT(cycle.attempts, ElementsAre(failed(address_, Cancelled), failed(next_.address(), Cancelled)));
-        EXPECT_THAT(next_.requests(), IsEmpty());
+        EXPECT_THAT(next_.stopAndTell(), IsEmpty());
     }
 
     const CertificateAuthority authority_;
@@ -153,6 +153,6 @@ TEST(DuringAVersionQuery, AStopOfTheHostDoesNotWaitForTheServer) {
     server.waitForConnections(1);
     client.stop();
     fetching.join();
-    EXPECT_THAT(next.requests(), IsEmpty());
+    EXPECT_THAT(next.stopAndTell(), IsEmpty());
     EXPECT_EQ(client.log().count(3, NO_URL_LINE), 1U);
 }

@@ -92,7 +92,7 @@ TEST_F(NewServerDetails, BehindTheSuccessfulServerChangeNothing) {
                                          ") address has already been used for a successful download."),
               1U);
     EXPECT_EQ(client_.store()->lastServerDetails().server2, toWideString(other_.address()));
-    EXPECT_THAT(other_.requests(), IsEmpty());
+    EXPECT_THAT(other_.stopAndTell(), IsEmpty());
     EXPECT_TRUE(isReleased(*client_.store()));
 }
 
@@ -104,7 +104,7 @@ TEST_F(NewServerDetails, ThatAreRefusedLeaveARunningTransferAlone) {
     client_.set(L"TFTPBackupServer1", toWideString(other_.address()));
     server_.release();
     EXPECT_THAT(attemptsOf(client_), ElementsAre(delivered(address_), delivered(address_)));
-    EXPECT_THAT(other_.requests(), IsEmpty());
+    EXPECT_THAT(other_.stopAndTell(), IsEmpty());
 }
 
 TEST_F(NewServerDetails, OfTheFileAloneFetchFromTheSameServer) {

@@ -38,7 +38,8 @@ void Nginx::serve(const std::string& name, const std::string& contents) const {
     directory_.write("root/" + name, contents);
 }
 
-std::vector<std::string> Nginx::requests() const {
+std::vector<std::string> Nginx::stopAndTell() {
+    stop();
     std::vector<std::string> lines;
     std::istringstream log(directory_.read("access.log"));
     for (std::string line; std::getline(log, line);) {

@@ -37,8 +37,9 @@ public:
     /// Puts a file into the root, or another one in its place.
     void serve(const std::string& name, const std::string& contents) const;
 
-    /// The answered requests, in order, as "PORT PATH STATUS". Complete after stop().
-    std::vector<std::string> requests() const;
+    /// Stops, after which the server's record is whole.
+    /// @return all requests that were ever answered, in order, as "PORT PATH STATUS".
+    std::vector<std::string> stopAndTell();
 
 private:
     void configure(const std::string& address, const std::vector<NginxPort>& ports) const;

@@ -59,8 +59,7 @@ TEST(Nginx, WritesDownWhatItAnswered) {
     bodyFrom(address, 6970, "/a.xml");
     bodyFrom(address, 6970, "/b.xml");
     bodyFrom(address, 6970, "/refused");
-    server.stop();
-    EXPECT_THAT(server.requests(), ElementsAre("6970 /a.xml 200", "6970 /b.xml 404", "6970 /refused 403"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("6970 /a.xml 200", "6970 /b.xml 404", "6970 /refused 403"));
 }
 
 TEST(Nginx, IsGoneAfterItsStop) {

@@ -1,5 +1,7 @@
 #include "Servers.h"
 
+#include <mutex>
+
 namespace integration {
 
 namespace {
@@ -10,13 +12,11 @@ constexpr const char* FILE_NAME = "corvid-config.xml";
 
 struct Server::Answered {
     mutable std::mutex mutex;
-    std::condition_variable changed;
     std::vector<std::string> requests;
 
     void add(const callcontrol::ServedRequest& request) {
         const std::lock_guard<std::mutex> lock(mutex);
         requests.push_back(std::to_string(request.port) + " " + request.path + " " + std::to_string(request.status));
-        changed.notify_all();
     }
 };
 
@@ -43,14 +43,10 @@ void Server::serve(const std::map<std::string, std::string>& entries) const { se
 
 void Server::serveText(const std::string& text) const { directory_.write(FILE_NAME, text); }
 
-std::vector<std::string> Server::requests() const {
+std::vector<std::string> Server::stopAndTell() const {
+    stop();
     const std::lock_guard<std::mutex> lock(answered_->mutex);
     return answered_->requests;
-}
-
-void Server::waitForRequests(std::size_t count) const {
-    std::unique_lock<std::mutex> lock(answered_->mutex);
-    answered_->changed.wait(lock, [&] { return answered_->requests.size() >= count; });
 }
 
 }  // namespace integration

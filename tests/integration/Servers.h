@@ -1,9 +1,7 @@
 #pragma once
 
-#include <condition_variable>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -30,9 +28,9 @@ public:
     void stop() const { server_->stop(); }
     void setVersion(const std::string& version) const { server_->setServerVersion(version); }
 
-    /// The requests answered so far, as "PORT PATH STATUS".
-    std::vector<std::string> requests() const;
-    void waitForRequests(std::size_t count) const;
+    /// Stops, after which nobody is still about to be told of a request.
+    /// @return all requests that were ever answered, in order, as "PORT PATH STATUS".
+    std::vector<std::string> stopAndTell() const;
 
 private:
     struct Answered;

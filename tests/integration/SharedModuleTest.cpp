@@ -22,7 +22,7 @@ TEST(SharedModule, BringsAServersValueToALiveObject) {
     client.host().featureSet()->startTftpConfigSource();
     live.waitFor(L"server");
     EXPECT_THAT(live.told(), ElementsAre(LiveValue::Told{L"server", LIVE_STORE, true}));
-    EXPECT_THAT(server.requests(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
     const std::weak_ptr<ConfigService> service = client.host().service();
     client.stop();
     EXPECT_TRUE(service.expired());

@@ -60,7 +60,7 @@ TEST_F(Versions, BelowElevenFetchOverHttp) {
     client.start();
     const Cycle cycle = client.fetch().cycles.back();
     EXPECT_EQ(client.value(L"origin"), L"server");
-    EXPECT_THAT(server.requests(), ElementsAre("8443 /hubm-uds/version 200", "6970 /corvid-config.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("8443 /hubm-uds/version 200", "6970 /corvid-config.xml 200"));
     ASSERT_EQ(cycle.attempts.size(), 1U);
     EXPECT_EQ(cycle.attempts[0].url, "http://" + server.address() + ":6970/corvid-config.xml");
     EXPECT_EQ(cycle.attempts[0].version, 10);
@@ -77,7 +77,7 @@ TEST_F(Versions, FromElevenOnFetchOverHttps) {
     client.start();
     const Cycle cycle = client.fetch().cycles.back();
     EXPECT_EQ(client.value(L"origin"), L"server");
-    EXPECT_THAT(server.requests(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200"));
     ASSERT_EQ(cycle.attempts.size(), 1U);
     EXPECT_EQ(cycle.attempts[0].url, "https://" + server.address() + ":6972/corvid-config.xml");
     EXPECT_EQ(cycle.attempts[0].version, 11);
@@ -99,8 +99,8 @@ TEST_F(Versions, AreAskedOnce) {
     client.watch().waitUntilSettled();
     EXPECT_EQ(
         client.log().count(4, "The UDS server version returned from config service key 'HomeUdsVersion' is: 12.5"), 1U);
-    EXPECT_THAT(server.requests(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200",
-                                               "6972 /corvid-config.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("8443 /hubm-uds/version 200", "6972 /corvid-config.xml 200",
+                                                  "6972 /corvid-config.xml 200"));
 }
 
 TEST_F(Versions, AreAskedOfTheDeviceListServerFirst) {
@@ -112,8 +112,8 @@ TEST_F(Versions, AreAskedOfTheDeviceListServerFirst) {
                    .trusted = authority_.certificate()});
     client.startAndFetch();
     EXPECT_EQ(client.value(L"origin"), L"server");
-    EXPECT_THAT(lister.requests(), ElementsAre("8443 /hubm-uds/version 200"));
-    EXPECT_THAT(server.requests(), ElementsAre("6970 /corvid-config.xml 200"));
+    EXPECT_THAT(lister.stopAndTell(), ElementsAre("8443 /hubm-uds/version 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("6970 /corvid-config.xml 200"));
     EXPECT_EQ(client.log().count(4, "The UDS server version returned from querying primary HUBCIP server '" +
                                         lister.address() + "' is: 10.0"),
               1U);
@@ -130,7 +130,7 @@ TEST_F(Versions, AreAskedOfItsBackupsInTurn) {
          .more = {{"HubcipServer1", primary}, {"HubcipServer2", backup}, {"HubcipServer3", secondBackup.address()}},
          .trusted = authority_.certificate()});
     client.startAndFetch();
-    EXPECT_THAT(server.requests(), ElementsAre("6970 /corvid-config.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("6970 /corvid-config.xml 200"));
     EXPECT_EQ(client.log().count(4, "The UDS server version returned from querying primary HUBCIP server '" + primary +
                                         "' is: "),
               1U);
@@ -154,7 +154,7 @@ TEST_F(Versions, AreAskedOfThreeServersAtMost) {
     const Cycle cycle = client.fetch().cycles.back();
     EXPECT_EQ(cycle.end, CycleEnd::Stalled);
     EXPECT_EQ(cycle.versionQueries.size(), 3U);
-    EXPECT_THAT(server.requests(), IsEmpty());
+    EXPECT_THAT(server.stopAndTell(), IsEmpty());
 }
 
 TEST_F(Versions, ThatAreKnownAreNotAsked) {
@@ -163,7 +163,7 @@ TEST_F(Versions, ThatAreKnownAreNotAsked) {
     Client client({.servers = {server.address()}, .version = "10.9"});
     client.startAndFetch();
     EXPECT_EQ(client.value(L"origin"), L"server");
-    EXPECT_THAT(server.requests(), ElementsAre("6970 /corvid-config.xml 200"));
+    EXPECT_THAT(server.stopAndTell(), ElementsAre("6970 /corvid-config.xml 200"));
 }
 
 TEST_F(UnknownVersion, StallsTheDownload) {

@@ -40,8 +40,7 @@ public:
     using Listener = std::function<void(const ServedRequest&)>;
 
     /// @param listener told of each request after its answer has gone out, on a thread of the server, one at a time;
-    /// may be
-    ///        empty. It must not start or stop the server. When stop() returns it has been told of all.
+    ///        may be empty. It must not start or stop the server. When stop() returns it has been told of all.
     explicit CallControlServer(Options options, Listener listener = {});
 
     /// Stops.
@@ -63,7 +62,8 @@ public:
     void setServerVersion(const std::string& version);
 
     /// An address for a server of one's own: the three ports that a server needs when nothing else is said are free
-    /// there. Two processes that run side by side get different ones: the number of the process is part of it.
+    /// there. The number of the process is part of it, so that two processes that run side by side hardly ever get the
+    /// same one; if they do, the second to listen there fails.
     /// @return a loopback address (127.0.0.0/8) other than 127.0.x.y, a different one for each call of a process.
     /// @throws std::runtime_error if none was found.
     static std::string freeLoopbackAddress();

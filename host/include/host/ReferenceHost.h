@@ -72,8 +72,10 @@ public:
     void interruptRequests();
 
     /// Takes everything down: nothing runs any more, what was stored is on disk, every object of the module is gone
-    /// unless the caller holds it, and no thread is left. A power event that is being told is waited for; none is told
-    /// afterwards. Not on the dispatcher thread, nor in a power event. Does nothing the second time.
+    /// unless the caller holds it, and no thread is left but one of libcurl's that may still be
+    /// waiting for a name server, touches nothing of ours, and ends by itself. A power event that is being told is
+    /// waited for; none is told afterwards. Not on the dispatcher thread, nor in a power event. Does nothing the second
+    /// time.
     void stop();
 
     /// Runs the function on the dispatcher thread and returns when it has run; in place on that thread itself. An

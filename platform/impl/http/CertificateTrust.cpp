@@ -41,6 +41,8 @@ CURLcode CertificateTrust::prepare(CURL*, void* context, void* self) {
     static_cast<CertificateTrust*>(self)->addAuthorities(tls);
     // libcurl writes the keys of connections to the file that SSLKEYLOGFILE names; whoever sets it must not read along.
     SSL_CTX_set_keylog_callback(tls, nullptr);
+    // A document may hold secrets.
+    SSL_CTX_set_options(tls, SSL_OP_CLEANSE_PLAINTEXT);
     return CURLE_OK;
 }
 

@@ -11,6 +11,7 @@
 #include "impl/http/CertificateTrust.h"
 #include "impl/http/CompletionThread.h"
 #include "impl/http/CurlExchange.h"
+#include "impl/http/CurlMemory.h"
 #include "impl/http/SigpipeGuard.h"
 #include "impl/http/TransferThread.h"
 
@@ -22,7 +23,7 @@ namespace {
 
 /// Once for the process, and for its whole life: other users of libcurl may be about.
 CURLcode initialiseCurl() {
-    static const CURLcode once = curl_global_init(CURL_GLOBAL_DEFAULT);
+    static const CURLcode once = initialiseCurlWithWipedMemory();
     return once;
 }
 

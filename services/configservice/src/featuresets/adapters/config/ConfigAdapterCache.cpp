@@ -176,14 +176,19 @@ void ConfigAdapter::updateCacheStorePriority(const std::string& storeName, int p
     if (configStoreManager_ == nullptr) {
         return;
     }
-    PriorityList list = PriorityList::parse(readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
-    list.set(QuillCoreUtils::toWideString(storeName), priority);
-    configStoreManager_->storeValue(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, list.toText());
+    // In one step: another thread may be adding a store of its own to the list.
+    configStoreManager_->atomically([&] {
+        PriorityList list = PriorityList::parse(readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
+        list.set(QuillCoreUtils::toWideString(storeName), priority);
+        configStoreManager_->storeValue(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, list.toText());
+    });
 }
 
 void ConfigAdapter::removeFromCachedStorePriorityMap(const std::wstring& storeName) {
-    const std::wstring text = readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
-    setConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, PriorityList::textWithout(text, storeName));
+    configStoreManager_->atomically([&] {
+        const std::wstring text = readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
+        setConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, PriorityList::textWithout(text, storeName));
+    });
 }
 
 bool ConfigAdapter::removeConfigStore(const std::string& name) {
@@ -209,6 +214,8 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
 }
 
 void ConfigAdapter::onTftpConfigDownloaded(std::vector<std::wstring> keys) {
+    // A client that is told of the new values may drop the last reference to this object.
+    const std::shared_ptr<ConfigAdapter> self = weak_from_this().lock();
     const std::shared_ptr<TftpConfigStore> store = tftpConfigStore_.get();
     if (store == nullptr || configStoreManager_ == nullptr) {
         return;

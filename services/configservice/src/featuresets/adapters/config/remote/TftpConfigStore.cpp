@@ -161,6 +161,9 @@ void TftpConfigStore::addObserver(TftpConfigStoreObserver* observer) {
 }
 
 void TftpConfigStore::removeObserver(TftpConfigStoreObserver* observer) {
+    if (observer == nullptr) {
+        return;
+    }
     observers_.update([observer](auto& all) { all.erase(observer); });
     // Somebody who stops the source from inside a notification comes here with the locks of the chain, which a report
     // takes. That is on the thread of the reports themselves, so there is none to wait for.

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <thread>
@@ -172,7 +173,16 @@ private:
     void processOldestWaitingDetails(const std::shared_ptr<TftpConfigStore>& self);
 
     void beginCycle(bool forced);
+
+    /// Puts new addresses, and cancels what runs for a cycle that has not ended. @return false if none runs.
+    bool restartRunningCycle(std::deque<std::string> queue);
+
+    /// Enters IN_PROGRESS. @return nothing if the queue is empty.
+    std::optional<std::string> takeNextAddress();
     void endCycleWithoutAddress();
+
+    /// @return false if new details have come, which have to be gone on with.
+    bool finishUnlessRestarted();
     Source findSource(const std::string& address);
     void startTransfer(const std::string& address, const Source& source);
 
@@ -196,7 +206,7 @@ private:
     const std::int32_t priority_;
     const std::string name_;
     GuardedValue<TftpServerDetails> lastServerDetails_;
-    GuardedValue<std::deque<std::string>> serverQueue_;           ///< not yet tried in the current cycle
+    std::deque<std::string> serverQueue_ TESSEL_GUARDED_BY(queueMutex_);  ///< not yet tried in the current cycle
     GuardedValue<std::deque<TftpServerDetails>> waitingDetails_;  ///< for the pool, oldest first; one for each errand
     GuardedValue<std::wstring> lastSuccessfulServer_;
     ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
@@ -204,6 +214,7 @@ private:
     tessel::Mutex downloadMutex_;  ///< serialises the start and the end of cycles; taken before valuesMutex_
     tessel::Mutex observerMutex_;  ///< held while the observers are told; never waited for with the chain's locks held
     tessel::Mutex valuesMutex_;
+    tessel::Mutex queueMutex_;  ///< for the queue, and the state where both change together; taken last
     const std::shared_ptr<HttpDownloader::HttpDownloader> downloader_;
     std::atomic<bool> tftpConfigured_ = false;
     GuardedValue<std::set<TftpConfigStoreObserver*>> observers_;

@@ -39,6 +39,19 @@ bool isServerKey(const std::wstring& key) {
                        [&key](const std::wstring* known) { return caseInsensitiveStringEquals(key, *known); });
 }
 
+/// Sets an event at the end of a scope, also if a client throws out of it.
+class ReadyScope {
+public:
+    explicit ReadyScope(tessel::Event& ready) : ready_(ready) {}
+    ~ReadyScope() { ready_.set(); }
+
+    ReadyScope(const ReadyScope&) = delete;
+    ReadyScope& operator=(const ReadyScope&) = delete;
+
+private:
+    tessel::Event& ready_;
+};
+
 /// Marks this thread as the one that tells the observers.
 class TellingScope {
 public:
@@ -163,24 +176,36 @@ void TftpConfigStore::processOldestWaitingDetails(const std::shared_ptr<TftpConf
 void TftpConfigStore::processTftpInfoChanged(std::wstring server1, std::wstring server2, std::wstring server3,
                                              std::shared_ptr<TftpConfigStore> /*self*/) {
     const tessel::ScopedLock lock(downloadMutex_);
-    serverQueue_.set(getUniqueServerQueue({toString(server1), toString(server2), toString(server3)}));
-    const QueryState state = queryState();
-    if (state == NOT_STARTED || state == FINISHED) {
+    if (!restartRunningCycle(getUniqueServerQueue({toString(server1), toString(server2), toString(server3)}))) {
         beginCycle(false);
-        return;
+    }
+}
+
+bool TftpConfigStore::restartRunningCycle(std::deque<std::string> queue) {
+    // In one step: a forced cycle may take its next address, or end, at this moment. What it starts afterwards comes
+    // from the new queue and must not be cancelled.
+    const tessel::ScopedLock lock(queueMutex_);
+    serverQueue_ = std::move(queue);
+    if (queryState() == NOT_STARTED || queryState() == FINISHED) {
+        return false;
     }
     setState(RESTART_PENDING);
     downloader_->CancelCurrentTransfer();
+    return true;
 }
 
 void TftpConfigStore::attemptDownloadFromCachedAddress() {
-    const TftpServerDetails last = lastServerDetails_.get();
-    if (last.server1.empty() && last.server2.empty() && last.server3.empty()) {
-        return;
+    {
+        // Read and put in one step: newer details that are processed meanwhile keep their queue.
+        const tessel::ScopedLock lock(queueMutex_);
+        const TftpServerDetails last = lastServerDetails_.get();
+        if (last.server1.empty() && last.server2.empty() && last.server3.empty()) {
+            return;
+        }
+        storeReady_.reset();
+        tftpConfigured_.store(true, std::memory_order_relaxed);
+        serverQueue_ = getUniqueServerQueue({toString(last.server1), toString(last.server2), toString(last.server3)});
     }
-    storeReady_.reset();
-    tftpConfigured_.store(true, std::memory_order_relaxed);
-    serverQueue_.set(getUniqueServerQueue({toString(last.server1), toString(last.server2), toString(last.server3)}));
     beginCycle(true);
 }
 
@@ -203,15 +228,7 @@ void TftpConfigStore::beginCycle(bool forced) {
 
 void TftpConfigStore::attemptTftpFileDownload() {
     const DownloadJournal::Work work = journal_->beginWork();
-    setState(IN_PROGRESS);
-    const std::optional<std::string> address = serverQueue_.update([](auto& queue) -> std::optional<std::string> {
-        if (queue.empty()) {
-            return std::nullopt;
-        }
-        std::string front = std::move(queue.front());
-        queue.pop_front();
-        return front;
-    });
+    const std::optional<std::string> address = takeNextAddress();
     if (!address.has_value()) {
         endCycleWithoutAddress();
         return;
@@ -228,16 +245,44 @@ void TftpConfigStore::attemptTftpFileDownload() {
     startTransfer(*address, source);
 }
 
+std::optional<std::string> TftpConfigStore::takeNextAddress() {
+    const tessel::ScopedLock lock(queueMutex_);
+    setState(IN_PROGRESS);
+    if (serverQueue_.empty()) {
+        return std::nullopt;
+    }
+    std::string front = std::move(serverQueue_.front());
+    serverQueue_.pop_front();
+    return front;
+}
+
 void TftpConfigStore::endCycleWithoutAddress() {
     TesselLog(logger(), 3, __FILE__, __LINE__, "attemptTftpFileDownload",
               std::string("Failed to download TFTP config. No TFTP server address available in server queue."));
+    bool ended = false;
     {
         const tessel::ScopedLock lock(valuesMutex_);
         configValues_.clear();
-        setState(FINISHED);
-        storeReady_.set();
+        ended = finishUnlessRestarted();
+        if (ended) {
+            storeReady_.set();
+        }
     }
-    journal_->endCycle(DownloadJournal::CycleEnd::Exhausted, 0);
+    if (ended) {
+        journal_->endCycle(DownloadJournal::CycleEnd::Exhausted, 0);
+    } else {
+        beginCycle(false);
+    }
+}
+
+bool TftpConfigStore::finishUnlessRestarted() {
+    // New details that come while a forced cycle runs out of addresses rely on it to go on with theirs.
+    const tessel::ScopedLock lock(queueMutex_);
+    if (queryState() == RESTART_PENDING) {
+        return false;
+    }
+    setState(FINISHED);
+    return true;
 }
 
 void TftpConfigStore::startTransfer(const std::string& address, const Source& source) {
@@ -274,7 +319,7 @@ TftpConfigStore::Source TftpConfigStore::findSource(const std::string& address) 
               std::string(secure ? "The Tftp version is 11.0 or greater (" : "The Tftp version is less than 11.0 (") +
                   std::to_string(version) + "). Setting protocol to " + (secure ? "HTTPS" : "HTTP") +
                   " and request timeout to " + std::to_string(timeoutSeconds()) + " seconds.");
-    const std::string file = toString(lastServerDetails_.get().file);
+    const std::string file = toString(last.file);
     const std::string url = secure ? ConfigStoreConstants::HTTPS_PROTOCOL_STRING + address +
                                          ConfigStoreConstants::HUBM_SECURE_TFTP_PORT_STRING + file
                                    : ConfigStoreConstants::HTTP_PROTOCOL_STRING + address +
@@ -378,8 +423,11 @@ void TftpConfigStore::fireOnConfigDownloaded(std::vector<std::wstring> keys, std
     const std::shared_ptr<ServicesDispatcher> dispatcher = factory_->getServicesDispatcher();
     if (dispatcher == nullptr) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "fireOnConfigDownloaded",
-                  std::string("There is no dispatcher, the observers are told on this thread."));
-    } else if (!dispatcher->checkForUpdateAccess()) {
+                  std::string("There is no dispatcher, the observers are not told."));
+        storeReady_.set();
+        return;
+    }
+    if (!dispatcher->checkForUpdateAccess()) {
         const auto again = [self, keys, work = journal_->beginWork()] { self->fireOnConfigDownloaded(keys, self); };
         dispatcher->enqueue(
             std::make_shared<QuillCoreUtils::FunctionTask>(again, "TftpConfigStore::fireOnConfigDownloaded"));
@@ -397,11 +445,11 @@ TftpConfigStoreObserver* TftpConfigStore::observerAfter(TftpConfigStoreObserver*
 
 void TftpConfigStore::tellObservers(const std::vector<std::wstring>& keys) {
     const tessel::ScopedLock lock(observerMutex_);
+    const ReadyScope readyAfterwards(storeReady_);
     const TellingScope telling(tellingThread_);
     // Observers may come and go from inside a call: the place is held by the pointer, not by an iterator.
     TftpConfigStoreObserver* observer = nullptr;
     while ((observer = observerAfter(observer)) != nullptr) {
         observer->onTftpConfigDownloaded(keys);
     }
-    storeReady_.set();
 }
