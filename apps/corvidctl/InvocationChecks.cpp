@@ -256,6 +256,9 @@ std::string checkInvocation(Invocation& invocation) {
     invocation.colours = !plain && understandsEscapes(STDOUT_FILENO);
     invocation.host.colours = invocation.colours && understandsEscapes(STDERR_FILENO);
 
+    // The other commands are over before it matters.
+    invocation.host.powerEvents = invocation.command == "watch";
+
     for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
                              checkLog, checkFilesOfTheModule}) {
         if (std::string problem = check(invocation); !problem.empty()) {

@@ -60,6 +60,11 @@ void RecordingLogSink::atNext(const std::string& text, std::function<void()> act
     action_ = std::move(action);
 }
 
+void RecordingLogSink::waitForLines(std::size_t count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return lines_.size() >= count; });
+}
+
 void RecordingLogSink::clear() {
     const std::lock_guard<std::mutex> lock(mutex_);
     lines_.clear();

@@ -43,6 +43,9 @@ public:
     /// the sink held: what else happens at that moment.
     void atNext(const std::string& text, std::function<void()> action);
 
+    /// Waits until so many records have been written since the last clear().
+    void waitForLines(std::size_t count);
+
     void clear();
 
 private:
