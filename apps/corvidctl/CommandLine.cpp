@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <sstream>
 #include <string_view>
 #include <utility>
 
@@ -33,6 +34,8 @@ constexpr auto COMMANDS = std::to_array<CommandShape>({
     {"unset", "KEY", 1, 1, "Erase a key from the writable stores"},
     {"watch", "[GLOB...]", 0, ANY_NUMBER, "Start the remote source and print every change, until interrupted"},
     {"fetch", "", 0, 0, "Fetch the server's file and tell what came of it"},
+    {"provision", "LINK", 1, 1, "Apply a provisioning link"},
+    {"reset-data", "--yes", 0, 0, "Forget the user's data, as the host's data reset does"},
     {"report", "", 0, 0, "Print the master configuration report"},
     {"validate", "FILE...", 1, ANY_NUMBER, "Tell what a configuration document or a local file means"},
     {"serve", "FILE", 1, 1, "Be a call-control server with a configuration file, until interrupted"},
@@ -107,6 +110,10 @@ void addCommandOptions(CLI::App& command, std::string_view name, Invocation& inv
     } else if (name == "list") {
         command.add_flag("--all", invocation.all, "Add undefined keys")->take_last();
         command.add_option("--store", invocation.store, "Only keys that this store wins")->type_name("NAME");
+    } else if (name == "provision") {
+        command.add_flag("--reopen", invocation.reopen, "Reset the latch first; LINK may be left out")->take_last();
+    } else if (name == "reset-data") {
+        command.add_flag("--yes", invocation.yes, "Needed, since the user's data is gone afterwards")->take_last();
     } else if (name == "serve") {
         command.add_option("--address", invocation.address, "The IPv4 address to listen on [127.0.0.1]")
             ->type_name("A");
@@ -132,13 +139,21 @@ CommandLine printed(const std::string& output) {
     return result;
 }
 
+/// The name of an argument that a command needs, as the help shows it.
+std::string nameOfArgument(const CommandShape& shape, std::size_t index) {
+    std::istringstream words(shape.arguments);
+    std::string name;
+    for (std::size_t i = 0; i <= index; ++i) {
+        words >> name;
+    }
+    return name.substr(0, name.find('.'));
+}
+
 /// What does not fit about the number of the arguments; empty if all does.
 std::string mismatch(const CommandShape& shape, const std::vector<std::string>& arguments) {
     if (arguments.size() < shape.least) {
-        constexpr std::array<const char*, 2> SET_NAMES = {"KEY", "VALUE"};
-        const bool isFile = std::string_view(shape.arguments).substr(0, 4) == "FILE";
-        const char* const missing = isFile ? "FILE" : SET_NAMES.at(arguments.size());
-        return std::string(shape.name) + ": " + missing + " is missing, expected: " + usageOf(shape);
+        return std::string(shape.name) + ": " + nameOfArgument(shape, arguments.size()) +
+               " is missing, expected: " + usageOf(shape);
     }
     if (arguments.size() > shape.most) {
         return std::string(shape.name) + ": unexpected argument '" + arguments[shape.most] +
@@ -180,7 +195,9 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     invocation.command = command.get_name();
     invocation.storeGiven = invocation.command == "list" && command.count("--store") > 0;
     invocation.writeCaGiven = invocation.command == "serve" && command.count("--write-ca") > 0;
-    if (const std::string problem = mismatch(shapeOf(invocation.command), invocation.arguments); !problem.empty()) {
+    CommandShape shape = shapeOf(invocation.command);
+    shape.least = invocation.reopen ? 0 : shape.least;
+    if (const std::string problem = mismatch(shape, invocation.arguments); !problem.empty()) {
         return wrongUse(problem);
     }
 

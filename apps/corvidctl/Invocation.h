@@ -29,12 +29,14 @@ struct Invocation {
 
     // The command and what belongs to it.
     std::string command;
-    std::vector<std::string> arguments;  ///< KEY, VALUE, GLOB, FILE
+    std::vector<std::string> arguments;  ///< KEY, VALUE, GLOB, FILE, LINK
     bool showOrigin = false;
     bool original = false;
     bool all = false;
     bool storeGiven = false;
     std::string store;
+    bool reopen = false;                 ///< of `provision`
+    bool yes = false;                    ///< of `reset-data`
     std::string address = "127.0.0.1";   ///< of `serve`
     std::string serverVersion = "12.5";  ///< of `serve`
     bool writeCaGiven = false;

@@ -137,6 +137,16 @@ std::string request(const callcontrol::ServedRequest& request) {
                       {"bytes", request.bytes}});
 }
 
+std::string provisioning(const ProvisioningView& view) {
+    Json json = {{"accepted", view.accepted}, {"keys", Json::array()}};
+    for (const ProvisionedKey& key : view.keys) {
+        json["keys"].push_back(key.key);
+    }
+    return printed(json);
+}
+
+std::string dataReset(const DataResetView& view) { return printed({{"removed", view.removed}, {"kept", view.kept}}); }
+
 std::string report(const std::string& text) { return printed({{"report", text}}); }
 
 std::string validations(const std::vector<ValidationView>& views) {

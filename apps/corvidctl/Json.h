@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "FetchReport.h"
+#include "Provisioning.h"
 #include "Views.h"
 #include "demo/Demonstration.h"
 
@@ -24,6 +25,9 @@ std::string stores(const std::vector<StoreView>& views);
 std::string change(const ChangeView& view);
 std::string fetch(const FetchView& view);
 std::string request(const callcontrol::ServedRequest& request);
+/// Whether a link was taken, and the keys that it set.
+std::string provisioning(const ProvisioningView& view);
+std::string dataReset(const DataResetView& view);
 std::string report(const std::string& text);
 
 /// An object for one file, an array for several.

@@ -62,6 +62,13 @@ struct ChangeView {
     std::vector<std::string> changed;  ///< property names
 };
 
+/// What a data reset did to the files of the configuration directory, by their paths below it. Bytes of the file
+/// system, which need not be UTF-8.
+struct DataResetView {
+    std::vector<std::string> removed;
+    std::vector<std::string> kept;
+};
+
 /// What a document means.
 struct ValidationView {
     struct Entry {

@@ -30,6 +30,8 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"unset", runUnset},
     {"watch", runWatch},
     {"fetch", runFetch},
+    {"provision", runProvision},
+    {"reset-data", runResetData},
     {"report", runReport},
     {"validate", runValidate},
     {"serve", runServe},

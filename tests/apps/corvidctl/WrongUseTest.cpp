@@ -23,7 +23,9 @@ protected:
     }
 };
 
-const std::string COMMANDS = "get, list, explain, stores, set, unset, watch, fetch, report, validate, serve, demo";
+const std::string COMMANDS =
+    "get, list, explain, stores, set, unset, watch, fetch, provision, reset-data, report, validate, "
+    "serve, demo";
 
 }  // namespace
 
@@ -34,9 +36,7 @@ TEST_F(WrongUseTool, NamesTheCommandsWhenOneIsMissingOrUnknown) {
 }
 
 TEST_F(WrongUseTool, RefusesCommandsThatItDoesNotOfferYet) {
-    for (const std::string command : {"provision", "reset-data", "inspect"}) {
-        expectRefused({command}, "unknown command '" + command + "', expected one of: " + COMMANDS);
-    }
+    expectRefused({"inspect"}, "unknown command 'inspect', expected one of: " + COMMANDS);
 }
 
 TEST_F(WrongUseTool, NamesTheMissingArgument) {
@@ -45,6 +45,8 @@ TEST_F(WrongUseTool, NamesTheMissingArgument) {
     expectRefused({"unset"}, "unset: KEY is missing, expected: corvidctl unset KEY");
     expectRefused({"set"}, "set: KEY is missing, expected: corvidctl set KEY VALUE");
     expectRefused({"set", "A"}, "set: VALUE is missing, expected: corvidctl set KEY VALUE");
+    expectRefused({"serve"}, "serve: FILE is missing, expected: corvidctl serve FILE");
+    expectRefused({"provision"}, "provision: LINK is missing, expected: corvidctl provision LINK");
     expectRefused({"validate"}, "validate: FILE is missing, expected: corvidctl validate FILE...");
 }
 
@@ -53,6 +55,9 @@ TEST_F(WrongUseTool, NamesTheArgumentThatIsTooMuch) {
     expectRefused({"set", "A", "B", "C"}, "set: unexpected argument 'C', expected: corvidctl set KEY VALUE");
     expectRefused({"stores", "A"}, "stores: unexpected argument 'A', expected: corvidctl stores");
     expectRefused({"fetch", "A"}, "fetch: unexpected argument 'A', expected: corvidctl fetch");
+    expectRefused({"provision", "A?", "B"}, "provision: unexpected argument 'B', expected: corvidctl provision LINK");
+    expectRefused({"reset-data", "--yes", "A"},
+                  "reset-data: unexpected argument 'A', expected: corvidctl reset-data --yes");
     expectRefused({"report", "A"}, "report: unexpected argument 'A', expected: corvidctl report");
 }
 
@@ -101,6 +106,18 @@ TEST_F(WrongUseTool, RefusesAnEmptyKey) {
     expectRefused({"explain", ""}, "explain: KEY is empty, expected the name of a key");
     expectRefused({"set", "", "v"}, "set: KEY is empty, expected the name of a key");
     expectRefused({"unset", ""}, "unset: KEY is empty, expected the name of a key");
+}
+
+TEST_F(WrongUseTool, RefusesAnEmptyLink) {
+    expectRefused({"provision", ""}, "provision: LINK is empty, expected a provisioning link");
+    expectRefused({"provision", "--reopen", ""}, "provision: LINK is empty, expected a provisioning link");
+}
+
+TEST_F(WrongUseTool, RefusesADataResetThatIsNotConfirmed) {
+    expectRefused({"reset-data"}, "reset-data: --yes is missing, expected: corvidctl reset-data --yes");
+    expectRefused({"reset-data", "--json"}, "reset-data: --yes is missing, expected: corvidctl reset-data --yes");
+    expectRefused({"reset-data", "yes"}, "reset-data: unexpected argument 'yes', expected: corvidctl reset-data --yes");
+    expectRefused({"set", "--yes", "A", "b"}, "unknown option '--yes', expected one that --help lists");
 }
 
 TEST_F(WrongUseTool, NamesAnUnknownOption) {

@@ -49,6 +49,27 @@ TEST_F(ProvisioningLink, CountsACharacterBeyondAsciiAsOneUnit) {
     EXPECT_TRUE(parse(link));
 }
 
+TEST_F(ProvisioningLink, CountsItsUnitsAndNotItsBytes) {
+    const std::wstring end = L"?ServicesDomain=a";
+    EXPECT_TRUE(parse(std::wstring(999 - end.size(), L'\U0001F600') + end));
+    values.clear();
+    EXPECT_FALSE(parse(std::wstring(1000 - end.size(), L'\u00e4') + end));
+    EXPECT_THAT(values, IsEmpty());
+}
+
+TEST_F(ProvisioningLink, GivesADuplicateTheSpellingOfItsFirstPart) {
+    EXPECT_TRUE(parse(L"x?SERVICESdomain=1&servicesdomain=2&ServicesDomain=3"));
+    EXPECT_THAT(values, ElementsAre(Pair(L"SERVICESdomain", L"3")));
+}
+
+TEST_F(ProvisioningLink, IsReadInSilence) {
+    const fakes::ScopedRecordingLog log;
+    EXPECT_FALSE(parse(L"nonsense"));
+    EXPECT_FALSE(parse(L"x?Unknown=a&b&c=d=e"));
+    EXPECT_TRUE(parse(L"x?ServicesDomain=a&Unknown=b"));
+    EXPECT_THAT(log->lines(), IsEmpty());
+}
+
 TEST_F(ProvisioningLink, IsRefusedEmptyOrWithoutAQuery) {
     EXPECT_FALSE(parse(L""));
     EXPECT_FALSE(parse(L"ServicesDomain=example.com"));

@@ -67,6 +67,28 @@ TEST_F(ProvisioningStore, IsMadeEvenIfTheLatchCannotBeWritten) {
     EXPECT_EQ(valueOf(L"ServicesDomain"), L"a");
 }
 
+TEST_F(ProvisioningStore, WorksInMemoryIfItsFileCannotBeWritten) {
+    world.directory().write("config/Cache", "a file where the folder should be");
+    EXPECT_TRUE(manager.setUrlProvisioningData(L"x?ServicesDomain=a"));
+    EXPECT_EQ(valueOf(L"ServicesDomain"), L"a");
+    EXPECT_EQ(valueOf(L"AllowUrlProvisioning"), L"False");
+}
+
+TEST_F(ProvisioningStore, StaysAsItIsWhenALaterLinkIsRefused) {
+    manager.setUrlProvisioningData(L"x?ServicesDomain=a");
+    const auto store = manager.findStore("UrlProvisioningConfigStore");
+    const std::string file = world.directory().read(FILE_NAME);
+    EXPECT_FALSE(manager.setUrlProvisioningData(L"x?Unknown=b"));
+    EXPECT_EQ(manager.findStore("UrlProvisioningConfigStore"), store);
+    EXPECT_EQ(world.directory().read(FILE_NAME), file);
+}
+
+TEST_F(ProvisioningStore, SpellsItsKeysAsTheLink) {
+    manager.setUrlProvisioningData(L"x?SERVICESdomain=a");
+    EXPECT_THAT(manager.findStore("UrlProvisioningConfigStore")->getKeys(), ElementsAre(L"SERVICESdomain"));
+    EXPECT_EQ(valueOf(L"ServicesDomain"), L"a");
+}
+
 TEST_F(ProvisioningStore, IsReplacedByALaterLink) {
     manager.setUrlProvisioningData(L"x?ServicesDomain=a&TelemetryEnabled=true");
     observer.clear();

@@ -1,8 +1,5 @@
-#include <algorithm>
-
 #include "ConfigAdapter.h"
-#include "ConfigStoreConstants.h"
-#include "chain/CacheFiles.h"
+#include "DataReset.h"
 #include "quill/FileUtils.h"
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
@@ -10,20 +7,6 @@
 #include "stores/LocalFileConfigStore.h"
 
 using QuillCoreUtils::FileUtils;
-
-namespace {
-
-/// The files of the installation.
-bool survivesDataReset(const std::string& fileName) {
-    const std::string kept[] = {CacheFiles::nameFor(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME),
-                                "deviceData3.properties", ConfigStoreConstants::TFTP_OVERRIDE_FILE_NAME,
-                                "installationId.txt"};
-    return std::any_of(std::begin(kept), std::end(kept), [&](const std::string& name) {
-        return QuillCoreUtils::caseInsensitiveStringEquals(name, fileName);
-    });
-}
-
-}  // namespace
 
 std::shared_ptr<ResetDataProvider> ConfigAdapter::findResetDataProvider(const char* function,
                                                                         const std::string& consequence) {
@@ -104,7 +87,7 @@ void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
     FileUtils::getFilesFromDirectory(directory, "", files);
     for (const std::string& file : files) {
         const std::string name = FileUtils::getFileName(file);
-        if (survivesDataReset(name)) {
+        if (DataReset::keeps(name)) {
             log("file will be excluded from reset deletion: [" + QuillCoreUtils::inOneLine(name) + "]");
             continue;
         }

@@ -1,0 +1,45 @@
+// Runs a fuzz target once over every file of the folders that it is given, for builds without the fuzzer.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace {
+
+std::vector<std::filesystem::path> filesIn(const char* folder) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+void replay(const std::filesystem::path& path) {
+    std::printf("%s\n", path.filename().c_str());
+    std::fflush(stdout);  // the last name printed is the input that failed
+    std::ifstream file(path, std::ios::binary);
+    const std::vector<char> bytes(std::istreambuf_iterator<char>(file), {});
+    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::size_t count = 0;
+    for (int i = 1; i < argc; ++i) {
+        for (const std::filesystem::path& path : filesIn(argv[i])) {
+            replay(path);
+            ++count;
+        }
+    }
+    std::printf("%zu inputs\n", count);
+    return count > 0 ? 0 : 1;
+}
