@@ -33,6 +33,9 @@ std::wstring trim(std::wstring_view text);
 std::string trimleft(std::string_view text);
 std::wstring trimleft(std::wstring_view text);
 
+/// The text with its line feeds written as "\x0a": a file's name, say, must not begin a line of its own in a log.
+std::string inOneLine(std::string_view text);
+
 /// Three-way comparison without regard to case: negative, 0 or positive. ASCII letters are folded by a table, other
 /// code points by Unicode simple case folding; the order is that of the folded code points, a beginning before the
 /// whole. What is no text counts as U+FFFD. Narrow and wide agree.

@@ -10,7 +10,7 @@ public:
     ~ProviderResetDataCallback() override = default;
     std::string getInterfaceName() const override { return "ProviderResetDataCallback"; }
 
-    /// On whatever thread asked for the reset.
+    /// On whatever thread asked for the reset. A module may put it off until the thread is out of its own callbacks.
     virtual void InvokeResetData() = 0;
 };
 

@@ -5,8 +5,8 @@
 namespace TesselSystemMonitor {
 
 namespace PowerEventTypeEnum {
-/// What the machine is about to do, or has done.
-enum PowerEventType {
+/// What the machine is about to do, or has done. A monitor may report numbers beyond these; they mean nothing here.
+enum PowerEventType : int {
     None = 0,
     Sleep = 1,      ///< the machine is about to sleep
     Resume = 2,     ///< the machine has woken up

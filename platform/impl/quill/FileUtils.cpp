@@ -34,7 +34,7 @@ bool succeeded(int error, const char* function, const std::string& attempt) {
     return error == 0;
 }
 
-std::string quoted(const std::string& path) { return "[" + path + "]"; }
+std::string quoted(const std::string& path) { return "[" + inOneLine(path) + "]"; }
 
 std::string quotedPair(const std::string& from, const std::string& to) { return quoted(from) + " to " + quoted(to); }
 

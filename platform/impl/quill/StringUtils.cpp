@@ -89,6 +89,19 @@ std::string trimleft(std::string_view text) { return std::string(withoutSpaceAtS
 
 std::wstring trimleft(std::wstring_view text) { return std::wstring(withoutSpaceAtStart(text, wideSpace)); }
 
+std::string inOneLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    for (const char character : text) {
+        if (character == '\n') {
+            line += "\\x0a";
+        } else {
+            line += character;
+        }
+    }
+    return line;
+}
+
 std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b) { return compareFolded(a, b); }
 
 std::int32_t caseInsensitiveStringCompare(std::string_view a, std::string_view b) { return compareFolded(a, b); }

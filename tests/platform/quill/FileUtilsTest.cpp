@@ -13,6 +13,7 @@
 #include "fakes/RecordingLogSink.h"
 #include "fakes/ScopedWorld.h"
 #include "fakes/TemporaryDirectory.h"
+#include "support/OrdinaryUser.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -208,28 +209,6 @@ TEST_F(Files, AreNoneInAMissingFolder) {
     EXPECT_THAT(log_->lines(), IsEmpty());
 }
 
-/// Makes this process an ordinary user for the length of a test, if it is root, whom no permissions stop.
-class OrdinaryUser {
-public:
-    OrdinaryUser() : wasRoot_(geteuid() == 0), isOrdinary_(!wasRoot_ || seteuid(nobody) == 0) {}
-    ~OrdinaryUser() {
-        if (wasRoot_) {
-            EXPECT_EQ(seteuid(0), 0);
-        }
-    }
-
-    OrdinaryUser(const OrdinaryUser&) = delete;
-    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
-
-    bool isOrdinary() const { return isOrdinary_; }
-    bool wasRoot() const { return wasRoot_; }
-
-private:
-    static constexpr uid_t nobody = 65534;
-    const bool wasRoot_;
-    const bool isOrdinary_;
-};
-
 TEST_F(Files, AreListedWithoutASubFolderThatCannotBeRead) {
     directory_.write("a/file", "");
     directory_.write("closed/file", "");
@@ -237,7 +216,7 @@ TEST_F(Files, AreListedWithoutASubFolderThatCannotBeRead) {
     fs::permissions(path("closed"), fs::perms::none);
     std::vector<std::string> files;
     {
-        const OrdinaryUser user;
+        const support::OrdinaryUser user;
         if (!user.isOrdinary()) {
             GTEST_SKIP() << "this machine has no other user";
         }
@@ -250,6 +229,11 @@ TEST_F(Files, AreListedWithoutASubFolderThatCannotBeRead) {
                                                           "cannot list [" + path("closed") + "]: Permission denied"}));
 }
 
+TEST_F(Files, AreNamedInOneLineWhenTheyCannotBeRemoved) {
+    EXPECT_FALSE(FileUtils::removeFile(path("a\nb")));
+    EXPECT_THAT(log_->texts(3), ElementsAre("cannot remove [" + path("a\\x0ab") + "]: No such file or directory"));
+}
+
 TEST_F(Files, OfAnotherOwnerAreReplacedByOnesForTheirOwnerOnly) {
     directory_.write("from", "new");
     directory_.write("to", "old");
@@ -257,7 +241,7 @@ TEST_F(Files, OfAnotherOwnerAreReplacedByOnesForTheirOwnerOnly) {
     fs::permissions(path("to"), fs::perms(0664));
     fs::permissions(directory_.path(), fs::perms::all);
     {
-        const OrdinaryUser user;
+        const support::OrdinaryUser user;
         if (!user.wasRoot() || !user.isOrdinary()) {
             GTEST_SKIP() << "files of two owners take root to make";
         }

@@ -117,6 +117,12 @@ TEST(ToInt, GivesTheFallbackForAnythingElse) {
     EXPECT_EQ(toInt("1\0"s, 7), 7);
 }
 
+TEST(InOneLine, WritesLineFeedsOutAndNothingElse) {
+    EXPECT_EQ(inOneLine("a\nb\n"), "a\\x0ab\\x0a");
+    EXPECT_EQ(inOneLine("\r\t\xFF\\"), "\r\t\xFF\\");
+    EXPECT_EQ(inOneLine(""), "");
+}
+
 TEST(ToWideString, SpellsTruthValuesAndNumbers) {
     EXPECT_EQ(toWideString(true), L"true");
     EXPECT_EQ(toWideString(false), L"false");

@@ -221,14 +221,24 @@ TEST_F(Lifecycle, APowerDownDestroysAndSaysSo) {
 }
 
 TEST_F(Lifecycle, AnyOtherPowerEventIsIgnoredWithoutAWord) {
-    using namespace TesselSystemMonitor::PowerEventTypeEnum;
     injectAndStart();
+    const std::vector<std::string> before = chain();
     log->clear();
-    for (const PowerEventType type : {None, Sleep, Resume}) {
-        monitor->report(type);
+    for (const int number : {0, 1, 2, 4, 5, -1}) {
+        adapter()->onPowerEvent(static_cast<TesselSystemMonitor::PowerEventTypeEnum::PowerEventType>(number));
     }
     EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
     EXPECT_THAT(log->lines(), IsEmpty());
+    EXPECT_EQ(chain(), before);
+    adapter()->setConfig(L"key", L"value");
+    tasks->runAll();
+    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"key\" value=\"value\""));
+}
+
+TEST_F(Lifecycle, APowerDownIsTheNumberThree) {
+    injectAndStart();
+    adapter()->onPowerEvent(static_cast<TesselSystemMonitor::PowerEventTypeEnum::PowerEventType>(3));
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
 }
 
 TEST_F(Lifecycle, AfterTheStopPowerEventsAreNotHeard) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
@@ -34,11 +35,11 @@ class TftpConfigStore;
 ///
 /// Must be held by a shared reference before it is started; InjectConfigService() sees to that. Any thread.
 ///
-/// The lifecycle operations (start, stop, destroy, refresh, and the switching of the remote source) run one at a time.
-/// Two of them wait for the dispatcher thread: the start, when called on another one, and the stop. Called from inside
-/// a notification, which holds the locks of the chain, a lifecycle operation runs at once if none is under way;
-/// otherwise it is queued and runs on the dispatcher thread after the notification. That holds for one that this very
-/// thread is at, too: a notification may come from the midst of it.
+/// The lifecycle operations (start, stop, destroy, refresh, data reset, and the switching of the remote source) run one
+/// at a time. Two of them wait for the dispatcher thread: the start, when called on another one, and the stop. Called
+/// from inside a notification, which holds the locks of the chain, a lifecycle operation runs at once if none is under
+/// way; otherwise it is queued and runs on the dispatcher thread after the notification. That holds for one that this
+/// very thread is at, too: a notification may come from the midst of it. A data reset is always queued then.
 ///
 /// Lock order: the lifecycle mutex, then the remote store's observer lock, then the locks of the chain.
 class ConfigAdapter : public FeatureSetAdapter,
@@ -109,6 +110,13 @@ public:
 
     /// Ends the stores when the machine powers down.
     void onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) override;
+
+    /// Forgets the user's data: takes their stores out of the chain, removes every file of the configuration directory
+    /// and its sub-folders but those of the installation, and builds the stores up anew. Folders stay, links go and
+    /// what they lead to stays, and a file that cannot be removed is left. The remote source is off afterwards.
+    ///
+    /// Done when this returns, unless called from inside a notification. What is queued or under way at that moment
+    /// writes nothing back: persist tasks, downloads and their reports, the caching of a store that is being added.
     void InvokeResetData() override;
 
     // For the module itself.
@@ -166,6 +174,8 @@ public:
     const std::shared_ptr<DownloadJournal>& getDownloadJournal() const { return downloadJournal_; }
 
 private:
+    friend struct ConfigAdapterTestAccess;
+
     using Connection = std::weak_ptr<PropertyNotifierConnection>;
     using Operation = void (ConfigAdapter::*)();
 
@@ -194,6 +204,13 @@ private:
     void connectUserProfile();
     bool noteUserProfile();
     void resetChainOnDispatcherThread();
+
+    // Data reset. featureSetMutex_ is held.
+
+    void resetData();
+    void resetUserStores();
+    void voidWhatIsUnderWay();
+    static void removeFilesFromDirectory(const std::string& directory);
 
     // Initial stores.
 
@@ -226,7 +243,13 @@ private:
     void removeFromCachedStorePriorityMap(const std::wstring& storeName);
     void updateCacheStorePriority(const std::string& storeName, int priority);
     void copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values);
-    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store);
+
+    /// Makes a change by which a store joins the chain. @return the number of data resets before it.
+    unsigned join(const std::function<void()>& change);
+
+    /// Nothing if a data reset has taken the store away since it joined. @param dataResets what join() has returned.
+    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned dataResets);
+    bool writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned dataResets);
     void waitForChainedStoresReady(const std::string& storeName, const std::set<std::string>& dependencies);
     void updateExistingConfigStore(const std::shared_ptr<ConfigStore>& store, const std::vector<std::wstring>& keys);
 
@@ -254,5 +277,7 @@ private:
     EdgeWatch edgeWatch_;
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
+    std::atomic<unsigned> dataResets_ = 0;                  ///< counted under the chain's lock
+    tessel::Mutex cacheFileMutex_;                          ///< held while a cache file is written; a leaf
     const std::shared_ptr<ReportGate> reportGate_;
 };

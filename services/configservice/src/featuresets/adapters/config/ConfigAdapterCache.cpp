@@ -115,13 +115,13 @@ void ConfigAdapter::addConfigStore(std::shared_ptr<ConfigStore> store) {
     if (configStoreManager_ == nullptr) {
         return;
     }
-    configStoreManager_->addStore(store);
+    const unsigned dataResets = join([&] { configStoreManager_->addStore(store); });
     const auto chained = chainedStores_.find(name);
     if (chained != chainedStores_.end()) {
         waitForChainedStoresReady(name, chained->second);
     }
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store);
+        cacheStoreOnConfigStoreAdded(store, dataResets);
     }
     removeCustomServerValuesIfPolicySet();
     if (isHcmConfigStore(name) || isPresenceConfigStore(name) || isTftpConfigStore(name) ||
@@ -149,17 +149,40 @@ void ConfigAdapter::waitForChainedStoresReady(const std::string& /*storeName*/,
     }
 }
 
-void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store) {
+unsigned ConfigAdapter::join(const std::function<void()>& change) {
+    unsigned dataResets = 0;
+    configStoreManager_->atomically([&] {
+        dataResets = dataResets_.load(std::memory_order_relaxed);
+        change();
+    });
+    return dataResets;
+}
+
+void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned dataResets) {
     ConfigMap values;
     copyAllStoreValues(store, values);
-    updateCacheStorePriority(store->getName(), store->getCachedPriority());
+    // The number of resets stands still under the lock of the chain.
+    configStoreManager_->atomically([&] {
+        if (dataResets == dataResets_.load(std::memory_order_relaxed)) {
+            updateCacheStorePriority(store->getName(), store->getCachedPriority());
+        }
+    });
     const std::string name = CacheFiles::nameFor(store->getName());
-    // Made for the file that its constructor writes; it never joins the chain, so its priority has no effect.
-    const CacheConfigStore writer(name, ConfigStore::twoHundredBehind(store->getCachedPriority()),
-                                  CacheFiles::path(name), values);
-    if (configStoreManager_->containsStore(name)) {
+    if (writeCacheFile(*store, values, dataResets) && configStoreManager_->containsStore(name)) {
         configStoreManager_->removeStoreWithSameName(name);
     }
+}
+
+bool ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned dataResets) {
+    const tessel::ScopedLock lock(cacheFileMutex_);
+    if (dataResets != dataResets_.load(std::memory_order_relaxed)) {
+        return false;
+    }
+    const std::string name = CacheFiles::nameFor(store.getName());
+    // Made for the file that its constructor writes; it never joins the chain, so its priority has no effect.
+    const CacheConfigStore writer(name, ConfigStore::twoHundredBehind(store.getCachedPriority()),
+                                  CacheFiles::path(name), values);
+    return true;
 }
 
 void ConfigAdapter::copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values) {
@@ -182,8 +205,11 @@ void ConfigAdapter::updateCacheStorePriority(const std::string& storeName, int p
 }
 
 void ConfigAdapter::removeFromCachedStorePriorityMap(const std::wstring& storeName) {
-    const std::wstring text = readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
-    setConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, PriorityList::textWithout(text, storeName));
+    // In one step, or a data reset in between would find the user's list stored again behind it.
+    configStoreManager_->atomically([&] {
+        const std::wstring text = readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
+        setConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, PriorityList::textWithout(text, storeName));
+    });
 }
 
 bool ConfigAdapter::removeConfigStore(const std::string& name) {
@@ -225,8 +251,8 @@ void ConfigAdapter::updateExistingConfigStore(const std::shared_ptr<ConfigStore>
     if (!isStarted() || configStoreManager_ == nullptr) {
         return;
     }
-    configStoreManager_->updateStoreValues(store, keys);
+    const unsigned dataResets = join([&] { configStoreManager_->updateStoreValues(store, keys); });
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store);
+        cacheStoreOnConfigStoreAdded(store, dataResets);
     }
 }

@@ -1,4 +1,29 @@
+#include <algorithm>
+
 #include "ConfigAdapter.h"
+#include "ConfigStoreConstants.h"
+#include "chain/CacheFiles.h"
+#include "quill/FileUtils.h"
+#include "quill/FunctionTask.h"
+#include "quill/StringUtils.h"
+#include "remote/TftpConfigStore.h"
+#include "stores/LocalFileConfigStore.h"
+
+using QuillCoreUtils::FileUtils;
+
+namespace {
+
+/// The files of the installation.
+bool survivesDataReset(const std::string& fileName) {
+    const std::string kept[] = {CacheFiles::nameFor(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME),
+                                "deviceData3.properties", ConfigStoreConstants::TFTP_OVERRIDE_FILE_NAME,
+                                "installationId.txt"};
+    return std::any_of(std::begin(kept), std::end(kept), [&](const std::string& name) {
+        return QuillCoreUtils::caseInsensitiveStringEquals(name, fileName);
+    });
+}
+
+}  // namespace
 
 std::shared_ptr<ResetDataProvider> ConfigAdapter::findResetDataProvider(const char* function,
                                                                         const std::string& consequence) {
@@ -30,7 +55,62 @@ void ConfigAdapter::unRegisterResetDataCallback() {
 }
 
 void ConfigAdapter::InvokeResetData() {
-    // What a reset spares and what it deletes comes with the data reset itself; until then nothing is deleted.
+    if (reportGate_->isInsideNotification()) {
+        // Too early, even if no operation is under way: whoever makes the notification may be about to put a store into
+        // the chain, or its copy on the disk, and would do so behind the reset.
+        factory_->getServicesDispatcher()->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
+            weakly(&ConfigAdapter::InvokeResetData), "ConfigAdapter::InvokeResetData"));
+        return;
+    }
+    runExclusively("ConfigAdapter::InvokeResetData", &ConfigAdapter::resetData);
+}
+
+void ConfigAdapter::resetData() {
+    resetUserStores();
+    if (const std::shared_ptr<TftpConfigStore> remote = tftpConfigStore_.get()) {
+        remote->clearCachedAddresses();
+    }
+    voidWhatIsUnderWay();
+    removeFilesFromDirectory(FileUtils::getConfigDirectory());
+    refresh();
+}
+
+void ConfigAdapter::resetUserStores() {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
+    configStoreManager_->atomically([this] {
+        dataResets_.fetch_add(1, std::memory_order_relaxed);
+        configStoreManager_->resetConfigData();
+    });
+}
+
+void ConfigAdapter::voidWhatIsUnderWay() {
+    // A write that has begun ends first, and its file is removed with the others; whatever comes later writes nothing.
+    if (localFileStore_ != nullptr) {
+        localFileStore_->destroy();
+        // The store to come must not take its values over.
+        localFileStore_ = nullptr;
+    }
+    switchTftpSourceOff();
+    const tessel::ScopedLock untilACacheFileThatIsBegunIsWritten(cacheFileMutex_);
+}
+
+void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
+    const auto log = [](const std::string& text) {
+        TesselLog(logger(), 4, __FILE__, __LINE__, "removeFilesFromDirectory", text);
+    };
+    std::vector<std::string> files;
+    FileUtils::getFilesFromDirectory(directory, "", files);
+    for (const std::string& file : files) {
+        const std::string name = FileUtils::getFileName(file);
+        if (survivesDataReset(name)) {
+            log("file will be excluded from reset deletion: [" + QuillCoreUtils::inOneLine(name) + "]");
+            continue;
+        }
+        FileUtils::removeFile(file);
+        log("file with name: [" + QuillCoreUtils::inOneLine(name) + "] deleted");
+    }
 }
 
 void ConfigAdapter::onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {
