@@ -1,5 +1,5 @@
-// The least that a host of the configuration service can be: it loads the shared module, leads it through its life and
-// takes everything down again. Tells each step in a line of its own.
+// The least host of the configuration service: loads the shared module, leads it through its life, takes it all down.
+// DIRECTORY/bootstrap.properties names the servers ("TFTPPrimaryServer: ADDRESS"), DIRECTORY/user is the user's own.
 #include <dlfcn.h>
 
 #include <algorithm>
