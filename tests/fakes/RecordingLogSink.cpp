@@ -1,13 +1,30 @@
 #include "fakes/RecordingLogSink.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace fakes {
 
 void RecordingLogSink::write(const tessel::LogRecord& record) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        lines_.push_back({record.level, record.logger, record.function, record.text});
+        changed_.notify_all();
+    }
+    if (const auto action = takeAction(record.text)) {
+        action();
+    }
+}
+
+void RecordingLogSink::atText(std::string text, std::function<void()> action) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    lines_.push_back({record.level, record.logger, record.function, record.text});
-    changed_.notify_all();
+    awaitedText_ = std::move(text);
+    action_ = std::move(action);
+}
+
+std::function<void()> RecordingLogSink::takeAction(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return text == awaitedText_ ? std::exchange(action_, nullptr) : nullptr;
 }
 
 std::vector<RecordingLogSink::Line> RecordingLogSink::lines() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -40,10 +41,17 @@ public:
 
     void clear();
 
+    /// Runs the action once, inside the write of the first record with exactly this text and with no lock held.
+    void atText(std::string text, std::function<void()> action);
+
 private:
+    std::function<void()> takeAction(const std::string& text);
+
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<Line> lines_;
+    std::string awaitedText_;
+    std::function<void()> action_;
 };
 
 /// Sets a recording sink for the length of a test and puts the drop-everything sink back afterwards.

@@ -95,6 +95,25 @@ TEST_F(DataResetInFlight, ATransferThatRunsCompletesIntoNobody) {
     EXPECT_TRUE(adapter()->getDownloadJournal()->snapshot().settled);
 }
 
+TEST_F(DataResetInFlight, WhatRunsBetweenTheDeletionAndTheNewStoresWritesNothing) {
+    switchOn();
+    ASSERT_TRUE(deliver({{"server", "old"}}));
+    adapter()->getTftpConfigStore()->attemptDownloadFromCachedAddress();
+    elsewhere([this] { deliver({{"server", "new"}}); });
+    adapter()->setConfig(L"key", L"value");
+    bool taken = true;
+    log->atText("file with name: [corvidLocalConfig.xml] deleted", [&] {
+        // By now the cached copies, which lie in a folder before it, have gone.
+        tasks->runAll();
+        dispatcher->runAll();
+        taken = adapter()->setConfig(L"late", L"value") || adapter()->setInMemoryConfig(L"late", L"value");
+    });
+    reset();
+    EXPECT_FALSE(taken);
+    expectNothingOfTheUsers({L"server", L"key", L"late"});
+    EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+}
+
 TEST_F(DataResetInFlight, AWriteADownloadAndAPersistAtOnceLeaveNothing) {
     switchOn();
     ASSERT_TRUE(deliver({{"server", "old"}}));

@@ -19,6 +19,25 @@ protected:
     }
 };
 
+/// Is asked for its priority a second time when its cached copy is about to be written.
+class SlowlyCachedStore : public fakes::ScriptedStore {
+public:
+    explicit SlowlyCachedStore(std::function<void()> beforeWriting)
+        : ScriptedStore("Outside", 45), beforeWriting_(std::move(beforeWriting)) {
+        cached().with(L"outside", L"value");
+    }
+    std::int32_t getCachedPriority() override {
+        if (++asked_ == 2) {
+            beforeWriting_();
+        }
+        return ScriptedStore::getCachedPriority();
+    }
+
+private:
+    const std::function<void()> beforeWriting_;
+    int asked_ = 0;
+};
+
 /// The same with the dispatcher and the task queue that hosts have.
 class DataResetRealThreads : public RealThreadsFixture {
 protected:
@@ -87,6 +106,25 @@ TEST_F(DataResetThreads, AReportThatIsUnderWayEndsFirst) {
     provider.join();
     expectNothingOfTheUsers({L"server", L"TFTPPrimaryServer"});
     EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+}
+
+TEST_F(DataResetThreads, ACachedCopyThatIsBeingWrittenIsDeletedWithTheRest) {
+    injectAndStart();
+    adapter()->startTftpConfigSource();
+    std::thread provider;
+    const auto store = std::make_shared<SlowlyCachedStore>([&] {
+        provider = resetElsewhere();
+        while (adapter()->getTftpConfigStore() != nullptr) {
+            std::this_thread::yield();
+        }
+        // The reset is on its way to the files now, and waits for this copy before it lists them.
+        for (int turn = 0; turn < 1000; ++turn) {
+            std::this_thread::yield();
+        }
+    });
+    adapter()->addConfigStore(store);
+    provider.join();
+    expectNothingOfTheUsers({L"outside"});
 }
 
 TEST_F(DataResetThreads, AClientInsideANotificationDoesNotWaitForIt) {
