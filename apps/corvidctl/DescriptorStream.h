@@ -19,14 +19,21 @@ public:
     /// The errno of the first write that failed, after which nothing more is written; 0 if none did.
     int failure() const { return failure_; }
 
+    /// From here on a write whose reader takes nothing is given up, with ECANCELED, as soon as another descriptor is
+    /// readable. What the reader would take is written all the same. Not while another thread writes.
+    /// @param interruption -1: none.
+    void giveUpOn(int interruption) { interruption_ = interruption; }
+
 protected:
     int_type overflow(int_type character) override;
     int sync() override;
 
 private:
     bool writeOut();
+    bool waitUntilTaken() const;
 
     const int descriptor_;
+    int interruption_ = -1;
     int failure_ = 0;
     std::array<char, 8192> buffer_{};
 };
@@ -38,6 +45,8 @@ public:
 
     /// Writes what is held back. @return the errno of the first write that failed, ever; 0 if none did.
     int finish();
+
+    void giveUpOn(int interruption) { buffer_.giveUpOn(interruption); }
 
 private:
     DescriptorBuffer buffer_;

@@ -1,6 +1,7 @@
 #include "Interruption.h"
 
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -26,6 +27,12 @@ void lower(int event) {
     [[maybe_unused]] const ssize_t size = read(event, &count, sizeof count);  // fails if it was lowered already
 }
 
+bool watch(int watcher, int descriptor) {
+    epoll_event event{};
+    event.events = EPOLLIN;
+    return epoll_ctl(watcher, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
 }  // namespace
 
 Interruption::Interruption() {
@@ -37,31 +44,33 @@ Interruption::Interruption() {
     signals_ = signalfd(-1, &signals, SFD_CLOEXEC);
     ended_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     nudged_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (signals_ < 0 || ended_ < 0 || nudged_ < 0) {
+    interrupted_ = epoll_create1(EPOLL_CLOEXEC);
+    if (nudged_ < 0 || !watch(interrupted_, signals_) || !watch(interrupted_, ended_)) {
         throw std::system_error(errno, std::generic_category(), "waiting for signals");
     }
 }
 
 Interruption::~Interruption() {
     // The signals stay blocked: one that comes now is late, and must not kill the host half-way through its end.
+    close(interrupted_);
     close(signals_);
     close(ended_);
     close(nudged_);
 }
 
 void Interruption::wait() {
-    std::array<pollfd, 2> descriptors = {{{signals_, POLLIN, 0}, {ended_, POLLIN, 0}}};
-    while (poll(descriptors.data(), descriptors.size(), -1) < 0 && errno == EINTR) {
+    pollfd descriptor = {interrupted_, POLLIN, 0};
+    while (poll(&descriptor, 1, -1) < 0 && errno == EINTR) {
     }
 }
 
 bool Interruption::waitForNews(std::chrono::milliseconds atMost) {
-    std::array<pollfd, 3> descriptors = {{{signals_, POLLIN, 0}, {ended_, POLLIN, 0}, {nudged_, POLLIN, 0}}};
+    std::array<pollfd, 2> descriptors = {{{interrupted_, POLLIN, 0}, {nudged_, POLLIN, 0}}};
     if (poll(descriptors.data(), descriptors.size(), static_cast<int>(atMost.count())) <= 0) {
         return false;
     }
     lower(nudged_);
-    return descriptors[0].revents != 0 || descriptors[1].revents != 0;
+    return descriptors[0].revents != 0;
 }
 
 void Interruption::end() { raise(ended_); }

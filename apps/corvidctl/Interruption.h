@@ -25,6 +25,10 @@ public:
     /// Ends the wait from inside the program. Any thread.
     void end();
 
+    /// Readable as soon as a signal has come or end() was called, and from then on; for whoever waits for something
+    /// else besides. Not to be read.
+    int descriptor() const { return interrupted_; }
+
     /// Something has changed that whoever waits for news wants to look at. One that comes while nobody waits ends the
     /// next wait. Any thread.
     void nudge();
@@ -32,6 +36,7 @@ public:
 private:
     int signals_ = -1;
     int ended_ = -1;
+    int interrupted_ = -1;  ///< tells of both
     int nudged_ = -1;
 };
 

@@ -11,6 +11,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "DataDirectory.h"
+#include "Terminal.h"
 
 namespace corvidctl {
 
@@ -76,7 +77,17 @@ std::string defaultConfigDirectory() {
     return home.empty() ? std::string() : home + "/.config/corvid";
 }
 
+/// Whether the command works on the user's configuration.
+bool usesConfigDirectory(const Invocation& invocation) {
+    const std::string& command = invocation.command;
+    const bool showsSample = command == "demo" && invocation.configDirectory.empty();
+    return command != "validate" && command != "serve" && !showsSample;
+}
+
 std::string checkConfigDirectory(Invocation& invocation) {
+    if (!usesConfigDirectory(invocation)) {
+        return {};
+    }
     std::string path = invocation.configDirectory;
     if (path.empty()) {
         path = defaultConfigDirectory();
@@ -171,10 +182,12 @@ std::string checkFilesOfTheModule(Invocation& invocation) {
     if (invocation.command == "reset-data") {
         return {};  // it may well be what gets rid of such a file
     }
-    for (const std::string& name : {LOCAL_FILE_CONFIG_STORE_FILE_NAME, TFTP_OVERRIDE_FILE_NAME}) {
-        if (std::string problem = checkFileIn("--config-dir", invocation.host.configDirectory, name);
-            !problem.empty()) {
-            return problem;
+    if (usesConfigDirectory(invocation)) {
+        for (const std::string& name : {LOCAL_FILE_CONFIG_STORE_FILE_NAME, TFTP_OVERRIDE_FILE_NAME}) {
+            if (std::string problem = checkFileIn("--config-dir", invocation.host.configDirectory, name);
+                !problem.empty()) {
+                return problem;
+            }
         }
     }
     const std::string& installation = invocation.host.installationDirectory;
@@ -249,8 +262,11 @@ std::string checkArguments(const Invocation& invocation) {
 
 std::string checkInvocation(Invocation& invocation) {
     const bool plain = !environment("NO_COLOR").empty();
-    invocation.colours = !plain && isatty(STDOUT_FILENO) == 1;
-    invocation.host.colours = !plain && isatty(STDERR_FILENO) == 1;
+    invocation.colours = !plain && understandsEscapes(STDOUT_FILENO);
+    invocation.host.colours = invocation.colours && understandsEscapes(STDERR_FILENO);
+
+    // The other commands are over before it matters.
+    invocation.host.powerEvents = invocation.command == "watch";
 
     for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
                              checkLog, checkFilesOfTheModule}) {

@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "ConfigStoreConstants.h"
 #include "Text.h"
 
 namespace corvidctl {
@@ -19,11 +20,20 @@ Table::Cell valueCell(const std::string& value, const std::string& store, Style 
     return value.empty() ? Table::Cell("(empty)", Style::Faint) : Table::Cell(value, style);
 }
 
+/// Who set the value that comes before the administrator's.
+const char* remarkOnOverride(const ValueView& view) {
+    const bool onlyOne = view.originalValueStoreName.empty();
+    if (view.valueStoreName == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME) {
+        return onlyOne ? "set for this run" : "overridden for this run";
+    }
+    return onlyOne ? "user only" : "overridden";
+}
+
 std::string remarks(const ValueView& view) {
     std::string text;
     const auto add = [&text](const std::string& remark) { text += (text.empty() ? "" : ", ") + remark; };
     if (view.isOverridden) {
-        add(view.originalValueStoreName.empty() ? "user only" : "overridden");
+        add(remarkOnOverride(view));
     }
     if (view.shadowsUser) {
         add("the user's value waits behind it");

@@ -9,12 +9,15 @@
 
 namespace corvidctl {
 
+class DescriptorStream;
+
 /// Where a command writes, and how.
 struct Output {
     std::ostream& out;
     std::ostream& error;
-    bool colours;   ///< on out
-    bool terminal;  ///< out is one
+    bool colours;                            ///< on out
+    bool terminal;                           ///< out is one
+    DescriptorStream* descriptor = nullptr;  ///< out, where it is one of these
 };
 
 /// One line on standard error, with the program's name before it and everything that could act on a terminal visible.

@@ -1,13 +1,11 @@
 #include "ProgressLine.h"
 
 #include <sys/ioctl.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <ostream>
-#include <string_view>
 #include <utility>
 
+#include "Terminal.h"
 #include "Text.h"
 
 namespace corvidctl {
@@ -16,25 +14,24 @@ namespace {
 
 constexpr const char* TO_THE_LINES_END_CLEARED = "\x1b[K";
 
-bool understandsEscapes() {
-    const char* const kind = std::getenv("TERM");
-    return kind != nullptr && std::string_view(kind) != "dumb";
+// What the user types meanwhile the terminal shows at the cursor; each line covers that.
+constexpr char TO_THE_LINES_BEGINNING = '\r';
+
+constexpr std::size_t USUAL_COLUMNS = 80;
+
+std::size_t columnsOf(int descriptor) {
+    winsize size{};
+    return ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : USUAL_COLUMNS;
 }
 
 }  // namespace
 
 ProgressLine::Terminal ProgressLine::terminalOf(int descriptor) {
-    Terminal terminal;
-    terminal.shown = isatty(descriptor) == 1 && understandsEscapes();
-    winsize size{};
-    if (terminal.shown && ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-        terminal.columns = size.ws_col;
-    }
-    return terminal;
+    return {understandsEscapes(descriptor), [descriptor] { return columnsOf(descriptor); }};
 }
 
 ProgressLine::ProgressLine(std::ostream& out, Terminal terminal, std::function<Clock::time_point()> now)
-    : out_(out), terminal_(terminal), now_(std::move(now)), began_(now_()) {}
+    : out_(out), terminal_(std::move(terminal)), now_(std::move(now)), began_(now_()) {}
 
 ProgressLine::~ProgressLine() { clear(); }
 
@@ -51,7 +48,8 @@ void ProgressLine::show(const std::string& text) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now - textBegan_).count();
     const std::string line = escaped(text_) + " " + std::to_string(seconds) + " s";
     // One column stays free: in the last one a terminal may go on to the next line.
-    out_ << shortened(line, terminal_.columns - 1) << TO_THE_LINES_END_CLEARED << '\r' << std::flush;
+    out_ << TO_THE_LINES_BEGINNING << shortened(line, terminal_.columns() - 1) << TO_THE_LINES_END_CLEARED
+         << TO_THE_LINES_BEGINNING << std::flush;
     visible_ = true;
 }
 
@@ -68,7 +66,7 @@ void ProgressLine::aside(const std::function<void()>& function) {
 
 void ProgressLine::wipe() {
     if (std::exchange(visible_, false)) {
-        out_ << TO_THE_LINES_END_CLEARED << std::flush;
+        out_ << TO_THE_LINES_BEGINNING << TO_THE_LINES_END_CLEARED << std::flush;
     }
 }
 

@@ -21,8 +21,9 @@ public:
     static constexpr std::chrono::milliseconds PATIENCE{1000};
 
     struct Terminal {
-        bool shown = false;        ///< false: nothing is ever written
-        std::size_t columns = 80;  ///< what does not fit is cut
+        bool shown = false;  ///< false: nothing is ever written
+        std::function<std::size_t()>
+            columns;  ///< asked for each line, of which the rest is cut; must be there if shown
     };
 
     /// The terminal behind a file descriptor; not shown if it is none, or one that only appends (TERM=dumb).

@@ -67,9 +67,8 @@ bool RemoteSource::waitUntilSettled(ProgressLine& progress) {
 
 void RemoteSource::stop() {
     journal_->setListener({});
-    if (busy_) {
-        session_.host().interruptRequests();
-    }
+    // Whether or not the worker is at it: what a new file has set off asks servers on threads of the host's.
+    session_.host().interruptRequests();
     if (worker_.joinable()) {
         worker_.join();
     }

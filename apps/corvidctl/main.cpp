@@ -77,10 +77,11 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
 
     DescriptorStream out(STDOUT_FILENO);
-    Output output{out, std::cerr, false, isatty(STDOUT_FILENO) == 1};
+    Output output{out, std::cerr, false, isatty(STDOUT_FILENO) == 1, &out};
     const int status = runTool(readCommandLine(argc, argv), output);
     const int failure = out.finish();
-    if (failure != 0 && failure != EPIPE) {  // a reader that has had enough is no failure
+    // A reader that has had enough is no failure, and neither is an interruption while it took nothing.
+    if (failure != 0 && failure != EPIPE && failure != ECANCELED) {
         printError(output, std::string("the output could not be written: ") + std::strerror(failure));
         return status == Status::Done ? Status::AnswerIsNo : status;
     }

@@ -12,6 +12,7 @@
 #include "host/FipsSwitch.h"
 #include "host/XmlDiagnostics.h"
 #include "impl/http/CurlTransport.h"
+#include "impl/system/LogindPowerSource.h"
 #include "impl/system/SystemMonitorImpl.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "impl/tessel/SpdlogSink.h"
@@ -53,6 +54,7 @@ struct ReferenceHost::Parts {
     std::shared_ptr<SystemServiceImpl> systemService = std::make_shared<SystemServiceImpl>();
     std::shared_ptr<DlModuleLoader> moduleLoader = std::make_shared<DlModuleLoader>();
     std::shared_ptr<UnifiedFactory> factory = std::make_shared<UnifiedFactory>(dispatcher, persistQueue, moduleLoader);
+    std::unique_ptr<TesselSystemMonitor::LogindPowerSource> powerSource;  ///< last: it reports to others above
 };
 
 ReferenceHost::ReferenceHost(Options options) : options_(std::move(options)) {}
@@ -74,6 +76,7 @@ bool ReferenceHost::start() {
         return false;
     }
     startFeatureSet();
+    listenToPowerEvents();
     return true;
 }
 
@@ -139,6 +142,20 @@ void ReferenceHost::startFeatureSet() {
     });
 }
 
+void ReferenceHost::listenToPowerEvents() {
+    if (!options_.powerEvents) {
+        return;
+    }
+    const auto report = [&parts = *parts_](TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {
+        if (type == TesselSystemMonitor::PowerEventTypeEnum::PowerDown) {
+            // As in a stop: what is destroyed writes nothing any more, not even what is queued.
+            parts.persistQueue->drain();
+        }
+        parts.systemMonitor->report(type);
+    };
+    parts_->powerSource = std::make_unique<TesselSystemMonitor::LogindPowerSource>(report, options_.powerBusAddress);
+}
+
 void ReferenceHost::interruptRequests() {
     if (parts_ != nullptr) {
         parts_->httpTransport->interruptRequests();
@@ -152,6 +169,7 @@ void ReferenceHost::stop() {
     // First, since the feature set's end waits for the lifecycle lock, under which a version may be asked for.
     interruptRequests();
     stopFeatureSet();
+    parts_->powerSource.reset();
     parts_->httpTransport->stop();
     parts_->threadPool->stop();
     parts_->persistQueue->drain();

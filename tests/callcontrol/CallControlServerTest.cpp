@@ -185,8 +185,11 @@ TEST_F(CallControl, IsTrustedByWhoeverTrustsTheAuthority) {
 
 TEST_F(CallControl, TellsOfEachAnsweredRequest) {
     client_.get(url(PLAIN, "/corvid-config.xml"));
+    waitUntilTold(1);
     client_.send("HEAD", url(SECURE, "/corvid-config.xml"));
+    waitUntilTold(2);
     client_.get(url(VERSION, VERSION_PATH));
+    waitUntilTold(3);
     client_.get(url(SECURE, "/a%20b"));
     const std::vector<ServedRequest> told = toldUntilStop();
     ASSERT_EQ(told.size(), 4u);

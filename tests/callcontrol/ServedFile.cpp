@@ -17,3 +17,8 @@ std::vector<callcontrol::ServedRequest> ServedFile::toldUntilStop() {
     const std::lock_guard lock(mutex_);
     return told_;
 }
+
+void ServedFile::waitUntilTold(std::size_t count) {
+    std::unique_lock lock(mutex_);
+    toldMore_.wait(lock, [this, count] { return told_.size() >= count; });
+}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -20,6 +21,9 @@ protected:
     /// What the server told until it stopped.
     std::vector<callcontrol::ServedRequest> toldUntilStop();
 
+    /// Returns when the server has told of so many requests, ever.
+    void waitUntilTold(std::size_t count);
+
     static constexpr std::uint16_t PLAIN = 6970;
     static constexpr std::uint16_t SECURE = 6972;
     static constexpr std::uint16_t VERSION = 8443;
@@ -32,9 +36,11 @@ protected:
     const std::string address_ = callcontrol::CallControlServer::freeLoopbackAddress();
 
     std::mutex mutex_;
+    std::condition_variable toldMore_;
     std::vector<callcontrol::ServedRequest> told_;  ///< under the mutex
     callcontrol::CallControlServer server_{optionsFor(address_), [this](const callcontrol::ServedRequest& request) {
                                                const std::lock_guard lock(mutex_);
                                                told_.push_back(request);
+                                               toldMore_.notify_all();
                                            }};
 };

@@ -173,6 +173,18 @@ TEST_F(ServerLife, GivesItsAnswerToAClientThatSendsMoreThanIsRead) {
     EXPECT_THAT(client.receiveAll(), StartsWith("HTTP/1.1 404 Not Found\r\n"));
 }
 
+TEST_F(ServerLife, AnswersOneRequestForEachConnection) {
+    server_.start();
+    Socket client;
+    ASSERT_TRUE(client.connectTo(address_, PLAIN));
+    const std::string request = "GET /corvid-config.xml HTTP/1.1\r\nHost: x\r\nConnection: keep-alive\r\n\r\n";
+    client.send(request + request);
+    const std::string answers = client.receiveAll();
+    EXPECT_THAT(answers, StartsWith("HTTP/1.1 200 "));
+    EXPECT_EQ(answers.find("HTTP/1.1 "), answers.rfind("HTTP/1.1 "));
+    EXPECT_EQ(toldUntilStop().size(), 1u);
+}
+
 TEST_F(ServerLife, NamesTheAddressAndThePortThatIsTaken) {
     for (const std::uint16_t port : {PLAIN, SECURE, VERSION}) {
         const std::string address = CallControlServer::freeLoopbackAddress();

@@ -6,21 +6,40 @@ bool HandSteppedThreadPool::run(const boost::function<void()>& function, const s
     const std::lock_guard<std::mutex> lock(mutex_);
     waiting_.push_back(function);
     names_.push_back(name);
+    changed_.notify_all();
     return true;
 }
 
-bool HandSteppedThreadPool::runOne(std::size_t index) {
-    boost::function<void()> function;
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (index >= waiting_.size()) {
-            return false;
-        }
-        function = waiting_[index];
-        waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(index));
-    }
+void HandSteppedThreadPool::take(std::size_t index, std::unique_lock<std::mutex>& lock) {
+    const boost::function<void()> function = waiting_[index];
+    waiting_.erase(waiting_.begin() + static_cast<std::ptrdiff_t>(index));
+    lock.unlock();
     function();
+}
+
+bool HandSteppedThreadPool::runOne(std::size_t index) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (index >= waiting_.size()) {
+        return false;
+    }
+    take(index, lock);
     return true;
+}
+
+bool HandSteppedThreadPool::runNext(std::size_t index) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [this] { return waitsEnded_ || !waiting_.empty(); });
+    if (waitsEnded_) {
+        return false;
+    }
+    take(index < waiting_.size() ? index : 0, lock);
+    return true;
+}
+
+void HandSteppedThreadPool::endWaits() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    waitsEnded_ = true;
+    changed_.notify_all();
 }
 
 std::size_t HandSteppedThreadPool::runAll() {

@@ -6,25 +6,18 @@
 namespace fakes {
 
 void RecordingLogSink::write(const tessel::LogRecord& record) {
+    std::function<void()> action;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         lines_.push_back({record.level, record.logger, record.function, record.text});
+        if (record.text == awaitedText_) {
+            action = std::exchange(action_, nullptr);
+        }
         changed_.notify_all();
     }
-    if (const auto action = takeAction(record.text)) {
+    if (action) {
         action();
     }
-}
-
-void RecordingLogSink::atText(std::string text, std::function<void()> action) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    awaitedText_ = std::move(text);
-    action_ = std::move(action);
-}
-
-std::function<void()> RecordingLogSink::takeAction(const std::string& text) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return text == awaitedText_ ? std::exchange(action_, nullptr) : nullptr;
 }
 
 std::vector<RecordingLogSink::Line> RecordingLogSink::lines() const {
@@ -59,6 +52,17 @@ void RecordingLogSink::waitFor(const std::string& text) {
     changed_.wait(lock, [&] {
         return std::any_of(lines_.begin(), lines_.end(), [&](const Line& line) { return line.text == text; });
     });
+}
+
+void RecordingLogSink::atNext(const std::string& text, std::function<void()> action) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    awaitedText_ = text;
+    action_ = std::move(action);
+}
+
+void RecordingLogSink::waitForLines(std::size_t count) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return lines_.size() >= count; });
 }
 
 void RecordingLogSink::clear() {

@@ -39,14 +39,16 @@ public:
     /// Waits until exactly this text has been written, at any level. For tests with real threads.
     void waitFor(const std::string& text);
 
+    /// Runs the action once, when exactly this text is written next, on the thread that writes it and with no lock of
+    /// the sink held: what else happens at that moment.
+    void atNext(const std::string& text, std::function<void()> action);
+
+    /// Waits until so many records have been written since the last clear().
+    void waitForLines(std::size_t count);
+
     void clear();
 
-    /// Runs the action once, inside the write of the first record with exactly this text and with no lock held.
-    void atText(std::string text, std::function<void()> action);
-
 private:
-    std::function<void()> takeAction(const std::string& text);
-
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::vector<Line> lines_;

@@ -29,18 +29,20 @@ void ScriptedHttpTransport::cancel(std::uint64_t downloader) {
 ScriptedHttpTransport::Result ScriptedHttpTransport::send(const tessel::http::Request& request,
                                                           tessel::http::Response& response) {
     Answer answer;
+    int status = 0;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         sentUrls_.push_back(request.getUrl());
         sentTimeouts_.push_back(request.getOptions()->requestTimeout);
         answer = answer_;
+        status = status_;
     }
     response = tessel::http::Response();
     std::string body = answer ? answer(request.getUrl()) : std::string();
     if (body.empty()) {
         return ConnectionFailed;
     }
-    response.setStatusCode(200);
+    response.setStatusCode(status);
     response.setBody(std::move(body));
     return Success;
 }
@@ -50,17 +52,31 @@ void ScriptedHttpTransport::setAnswer(Answer answer) {
     answer_ = std::move(answer);
 }
 
+void ScriptedHttpTransport::setStatus(int status) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    status_ = status;
+}
+
+void ScriptedHttpTransport::beforeCompletions(std::function<void()> hook) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    beforeCompletions_ = std::move(hook);
+}
+
 void ScriptedHttpTransport::refuseWork() {
     const std::lock_guard<std::mutex> lock(mutex_);
     refuses_ = true;
+}
+
+ScriptedHttpTransport::Running ScriptedHttpTransport::described(const Entry& entry) {
+    return {entry.number, entry.transfer.downloader, entry.transfer.url, entry.transfer.timeoutSeconds,
+            entry.cancelled};
 }
 
 std::vector<ScriptedHttpTransport::Running> ScriptedHttpTransport::running() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<Running> all;
     for (const Entry& entry : running_) {
-        all.push_back({entry.number, entry.transfer.downloader, entry.transfer.url, entry.transfer.timeoutSeconds,
-                       entry.cancelled});
+        all.push_back(described(entry));
     }
     return all;
 }
@@ -87,6 +103,7 @@ std::size_t ScriptedHttpTransport::cancellations() const {
 
 bool ScriptedHttpTransport::complete(std::uint64_t number, const std::string& body, Result result) {
     HttpDownloader::HttpDownloader::Completion completion;
+    std::function<void()> hook;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         const auto found = std::find_if(running_.begin(), running_.end(),
@@ -96,6 +113,10 @@ bool ScriptedHttpTransport::complete(std::uint64_t number, const std::string& bo
         }
         completion = found->transfer.completion;
         running_.erase(found);
+        hook = beforeCompletions_;
+    }
+    if (hook) {
+        hook();
     }
     std::string delivered = body;
     completion(delivered, result);
@@ -123,6 +144,18 @@ std::string ScriptedHttpTransport::bodyAfterCompletion() const {
 void ScriptedHttpTransport::waitForStarted(std::size_t count) {
     std::unique_lock<std::mutex> lock(mutex_);
     changed_.wait(lock, [&] { return startedUrls_.size() >= count; });
+}
+
+std::optional<ScriptedHttpTransport::Running> ScriptedHttpTransport::waitForRunning() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait(lock, [&] { return waitsEnded_ || !running_.empty(); });
+    return waitsEnded_ ? std::nullopt : std::optional<Running>(described(running_.front()));
+}
+
+void ScriptedHttpTransport::endWaits() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    waitsEnded_ = true;
+    changed_.notify_all();
 }
 
 }  // namespace fakes

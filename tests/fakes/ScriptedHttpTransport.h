@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -38,6 +39,12 @@ public:
     /// Without one, every request fails.
     void setAnswer(Answer answer);
 
+    /// The HTTP status of every answer from here on; 200 at the start.
+    void setStatus(int status);
+
+    /// Runs on the thread that ends a transfer, before its completion, with no lock held.
+    void beforeCompletions(std::function<void()> hook);
+
     /// From here on no transfer is taken.
     void refuseWork();
 
@@ -66,12 +73,20 @@ public:
     /// Waits until at least count transfers have ever been started. For tests with real threads.
     void waitForStarted(std::size_t count);
 
+    /// Waits for the oldest running transfer. @return none once nobody is to wait any more.
+    std::optional<Running> waitForRunning();
+
+    /// Ends the waits for running transfers, now and from here on.
+    void endWaits();
+
 private:
     struct Entry {
         std::uint64_t number;
         Transfer transfer;
         bool cancelled;
     };
+
+    static Running described(const Entry& entry);
 
     mutable std::mutex mutex_;
     std::condition_variable changed_;
@@ -82,7 +97,10 @@ private:
     std::size_t cancellations_ = 0;
     std::string bodyAfterCompletion_;
     Answer answer_;
+    int status_ = 200;
+    std::function<void()> beforeCompletions_;
     bool refuses_ = false;
+    bool waitsEnded_ = false;
 };
 
 }  // namespace fakes

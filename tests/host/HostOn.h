@@ -11,5 +11,6 @@ inline host::ReferenceHost::Options hostOptionsOn(const fakes::TemporaryDirector
     options.bootstrapFilePath = directory.path("install/bootstrap.properties");
     options.fips = host::ReferenceHost::Options::Fips::Off;
     options.logLevel = 2;
+    options.powerEvents = false;
     return options;
 }

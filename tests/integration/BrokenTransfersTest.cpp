@@ -1,5 +1,8 @@
 // Servers that begin to answer and then go wrong on the wire.
 
+#include <chrono>
+#include <functional>
+
 #include "Expectations.h"
 #include "Servers.h"
 #include "fakes/ScriptedServer.h"
@@ -18,6 +21,20 @@ const std::string FAULTY = document({{"origin", "faulty"}});
 
 /// An answer that promises ten bytes more than the file has.
 const std::string TOO_SHORT = BEGINNING + "Content-Length: " + std::to_string(FAULTY.size() + 10) + "\r\n\r\n" + FAULTY;
+
+constexpr std::size_t MEBIBYTE = std::size_t{1024} * 1024;
+
+/// So many bytes are never on their way to a client that does not read: when they have been sent, it has begun to.
+constexpr std::size_t MORE_THAN_ALL_BUFFERS = 15 * MEBIBYTE;
+
+/// The limit must have ended it: not sooner, and not several limits later, however slow the machine is.
+void expectEndedByLimit(std::chrono::seconds limit, const std::function<void()>& action) {
+    const auto began = std::chrono::steady_clock::now();
+    action();
+    const auto took = std::chrono::duration<double>(std::chrono::steady_clock::now() - began);
+    EXPECT_GE(took, limit) << took.count();
+    EXPECT_LT(took, 3 * limit) << took.count();
+}
 
 class BrokenTransfers : public testing::Test {
 protected:
@@ -64,8 +81,9 @@ TEST_F(BrokenTransfers, ArePassedOverWhenTheLastChunkIsMissing) {
 TEST_F(BrokenTransfers, ArePassedOverWhenTheConnectionIsResetInTheBody) {
     expectPassedOverHttp(
         [](ScriptedConnection& connection) {
-            connection.send(TOO_SHORT);
-            connection.reset();
+            connection.send(BEGINNING + "Content-Length: " + std::to_string(16 * MEBIBYTE) + "\r\n\r\n");
+            connection.send(std::string(MORE_THAN_ALL_BUFFERS, '.'));
+            connection.reset();  // now that the answer has begun for the client: it overtakes what is not read yet
         },
         BodyCut);
 }
@@ -86,11 +104,15 @@ TEST_F(BrokenTransfers, ArePassedOverWhenTheBodyNeverEnds) {
 }
 
 TEST_F(BrokenTransfers, ArePassedOverWhenNoAnswerComesInThreeSeconds) {
-    expectPassedOverHttp([](ScriptedConnection& connection) { connection.waitUntilClientLeaves(); }, TimedOut);
+    expectEndedByLimit(std::chrono::seconds(3), [this] {
+        expectPassedOverHttp([](ScriptedConnection& connection) { connection.waitUntilClientLeaves(); }, TimedOut);
+    });
 }
 
 TEST_F(BrokenTransfers, ArePassedOverWhenNoAnswerComesInTenSecondsOverHttps) {
-    expectPassedOverHttps([](ScriptedConnection& connection) { connection.waitUntilClientLeaves(); }, TimedOut);
+    expectEndedByLimit(std::chrono::seconds(10), [this] {
+        expectPassedOverHttps([](ScriptedConnection& connection) { connection.waitUntilClientLeaves(); }, TimedOut);
+    });
 }
 
 TEST_F(BrokenTransfers, ArePassedOverWhenTlsIsBrokenOffInTheBody) {

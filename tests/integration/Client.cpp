@@ -49,6 +49,7 @@ host::ReferenceHost::Options Client::hostOptions() const {
     options.fips = host::ReferenceHost::Options::Fips::Off;
     options.caFile = options_.trusted.empty() ? "" : directory_.path("install/trusted.pem");
     options.logFile = directory_.path("start.log");
+    options.powerEvents = false;
     options.modulePath = options_.modulePath;
     return options;
 }

@@ -47,7 +47,7 @@ inline auto failed(const std::string& address, Result result) {
                           testing::Field(&Attempt::result, result));
 }
 
-/// Whether a wait for the store returns because a cycle has ended, and not because its 20 seconds have passed.
+/// Whether a wait for the store returns at once, since a cycle has ended and everyone has been told.
 bool isReleased(TftpConfigStore& store);
 
 // Each of these fetches once, and says what must hold afterwards.

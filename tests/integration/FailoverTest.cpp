@@ -97,3 +97,24 @@ TEST(OneServer, IsAskedOnceUnderThreeKeys) {
     client.start();
     EXPECT_THAT(client.fetch().cycles.back().attempts, ElementsAre(failed(dead, ConnectionFailed)));
 }
+
+TEST(ThreeDeadServers, AreEachAskedOnceAtAFirstStart) {
+    const std::string first = CallControlServer::freeLoopbackAddress();
+    const std::string second = CallControlServer::freeLoopbackAddress();
+    const std::string third = CallControlServer::freeLoopbackAddress();
+    Client client({.servers = {first, second, third}, .version = "12"});
+    client.start();
+    const DownloadJournal::Snapshot snapshot = client.fetch();
+    EXPECT_EQ(snapshot.cyclesEver, 1U);
+    const Cycle& cycle = snapshot.cycles.back();
+    EXPECT_EQ(cycle.end, CycleEnd::Exhausted);
+    EXPECT_THAT(cycle.versionQueries, IsEmpty());
+    EXPECT_THAT(cycle.attempts, ElementsAre(failed(first, ConnectionFailed), failed(second, ConnectionFailed),
+                                            failed(third, ConnectionFailed)));
+    EXPECT_EQ(client.log().count(3, QUEUE_EMPTY_LINE), 1U);
+    EXPECT_EQ(client.store()->queryState(), TftpConfigStore::FINISHED);
+    EXPECT_EQ(client.store()->lastSuccessfulServer(), L"");
+    EXPECT_TRUE(isReleased(*client.store()));
+    EXPECT_FALSE(client.hasStore("TFTPConfigStore"));
+    EXPECT_EQ(client.cacheFile(), "");
+}

@@ -22,14 +22,17 @@ struct HoldingServer::Gate {
     }
 };
 
-HoldingServer::HoldingServer(const std::string& address, const std::string& body)
+HoldingServer::HoldingServer(const std::string& address, const std::string& file)
+    : HoldingServer(file, fakes::ScriptedServer::Options{.address = address, .port = 6970}) {}
+
+HoldingServer::HoldingServer(const std::string& body, const fakes::ScriptedServer::Options& options)
     : gate_(std::make_shared<Gate>()),
       server_(
           [gate = gate_, body](fakes::ScriptedConnection& connection) {
               gate->pass();
               connection.respond(200, body);
           },
-          {.address = address, .port = 6970}) {}
+          options) {}
 
 HoldingServer::~HoldingServer() { release(); }
 

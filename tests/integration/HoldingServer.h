@@ -7,11 +7,14 @@
 
 namespace integration {
 
-/// A server that can keep its file back until it is told to send it. HTTP, port 6970.
+/// A server that can keep its answers back until it is told to send them.
 class HoldingServer {
 public:
     /// Holds from the beginning on. @param body what every request is answered with.
-    HoldingServer(const std::string& address, const std::string& body);
+    HoldingServer(const std::string& body, const fakes::ScriptedServer::Options& options);
+
+    /// With the file: HTTP, port 6970.
+    HoldingServer(const std::string& address, const std::string& file);
 
     /// Sends what is held back, and stops.
     ~HoldingServer();

@@ -1,5 +1,7 @@
 // A refresh, a stop and an end of the host while a transfer or a version query is under way.
 
+#include <functional>
+#include <latch>
 #include <thread>
 
 #include "ConfigAdapter.h"
@@ -138,7 +140,71 @@ TEST_F(DuringATransfer, APresenceStoreWaitsForItsEnd) {
     EXPECT_EQ(originAfterwards, L"server");
 }
 
-TEST(DuringAVersionQuery, AStopOfTheHostDoesNotWaitForTheServer) {
+namespace {
+
+/// A client that has been asking a server for its version, which holds its answer back.
+class DuringAVersionQuery : public testing::Test {
+protected:
+    DuringAVersionQuery() {
+        server_.serve({{"origin", "server"}});
+        client_.start();
+        fetching_ = std::thread([this] { client_.host().featureSet()->startTftpConfigSource(); });
+        lister_.waitForRequests(1);
+    }
+
+    ~DuringAVersionQuery() override { fetching_.join(); }
+
+    /// Has something done on another thread while the answer is held back, lets that come, and returns when all is
+    /// over.
+    void whileHeldBack(const std::function<void(ConfigFeatureSet&)>& action) {
+        std::latch begun(1);
+        std::thread acting([&] {
+            const auto featureSet = client_.host().featureSet();
+            begun.count_down();
+            action(*featureSet);
+        });
+        begun.wait();
+        EXPECT_THAT(client_.journal()->snapshot().cycles.back().attempts, IsEmpty());
+        lister_.release();
+        acting.join();
+        client_.watch().waitUntilSettled();
+    }
+
+    void expectOffAndReadyForAnother() {
+        EXPECT_EQ(client_.store(), nullptr);
+        EXPECT_FALSE(client_.hasStore("TFTPConfigStore"));
+        EXPECT_EQ(client_.fetch().cycles.back().end, CycleEnd::Delivered);
+        EXPECT_EQ(client_.value(L"origin"), L"server");
+        EXPECT_EQ(client_.storeOf(L"origin"), LIVE_STORE);
+    }
+
+    const CertificateAuthority authority_;
+    const std::string address_ = CallControlServer::freeLoopbackAddress();
+    const callcontrol::Credentials credentials_ = authority_.issue({.names = {address_}});
+    const Server server_{authority_};
+    HoldingServer lister_{"<v><version>12.0</version></v>",
+                          {.address = address_,
+                           .port = 8443,
+                           .certificate = credentials_.certificate,
+                           .privateKey = credentials_.privateKey}};
+    Client client_{
+        {.servers = {server_.address()}, .more = {{"HubcipServer1", address_}}, .trusted = authority_.certificate()}};
+    std::thread fetching_;
+};
+
+}  // namespace
+
+TEST_F(DuringAVersionQuery, ARefreshTakesPlaceWhenItHasEnded) {
+    whileHeldBack([](ConfigFeatureSet& featureSet) { featureSet.refreshConfigFeatureSet(); });
+    expectOffAndReadyForAnother();
+}
+
+TEST_F(DuringAVersionQuery, AnEndOfTheRemoteSourceTakesPlaceWhenItHasEnded) {
+    whileHeldBack([](ConfigFeatureSet& featureSet) { featureSet.stopTftpConfigSource(); });
+    expectOffAndReadyForAnother();
+}
+
+TEST(DuringATlsHandshake, AStopOfTheHostDoesNotWaitForTheServer) {
     const CertificateAuthority authority;
     const std::string address = CallControlServer::freeLoopbackAddress();
     const Server next(authority);

@@ -1,13 +1,21 @@
+#include <cstdlib>
+#include <cstring>
 #include <latch>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <curl/curl.h>
+#include <curl/mprintf.h>
+
+#include "callcontrol/CertificateAuthority.h"
 #include "fakes/ScriptedServer.h"
+#include "fakes/TemporaryDirectory.h"
 #include "http/Request.h"
 #include "http/Response.h"
 #include "impl/http/BodyBuffer.h"
+#include "impl/http/CurlMemory.h"
 #include "impl/http/CurlTransport.h"
 #include "support/FreedMemory.h"
 
@@ -26,9 +34,10 @@ std::string secretBody() { return SECRET + std::string(200'000, 'x') + SECRET; }
 /// How many blocks with the secret a transfer leaves that ends as the server's script wants.
 class FreedBody : public testing::Test {
 protected:
-    int leftBy(const ScriptedServer::Script& script, const HttpDownloader::HttpDownloader::Completion& completion) {
-        ScriptedServer server(script);
-        platform::CurlTransport transport("");
+    int leftBy(const ScriptedServer::Script& script, const HttpDownloader::HttpDownloader::Completion& completion,
+               const ScriptedServer::Options& options = {}, const std::string& caFile = "") {
+        ScriptedServer server(script, options);
+        platform::CurlTransport transport(caFile);
         return blocksLeftBy([&] {
             std::latch ran(1);
             transport.start({1,
@@ -60,6 +69,7 @@ const std::string OPEN_HEAD = "HTTP/1.1 200 OK\r\n\r\n";
 
 TEST_F(FreedBody, IsWatched) {
     EXPECT_GT(blocksLeftBy([&] { std::string copy(body); }), 0);
+    EXPECT_EQ(blocksLeftBy([] { std::free(strdup(SECRET.c_str())); }), 1);
     EXPECT_EQ(leftBy(sends(OPEN_HEAD), [](std::string& given, HttpDownloadResult) { std::string copy(given); }), 1);
 }
 
@@ -76,6 +86,19 @@ TEST_F(FreedBody, HoldsNoSecretBehindTheEndThatACompletionHasSet) {
 TEST_F(FreedBody, HoldsNoSecretThatWasShort) {
     const auto sendShort = [](ScriptedConnection& client) { client.send(OPEN_HEAD) && client.send(SECRET); };
     EXPECT_EQ(leftBy(sendShort, [](std::string& given, HttpDownloadResult) { EXPECT_EQ(given, SECRET); }), 0);
+}
+
+TEST_F(FreedBody, HoldsNoSecretThatCameOverTls) {
+    const fakes::TemporaryDirectory directory;
+    const callcontrol::CertificateAuthority authority;
+    const std::string caFile = directory.write("ca.pem", authority.certificate());
+    const callcontrol::Credentials credentials = authority.issue({{"127.0.0.1"}});
+    ScriptedServer::Options tls;
+    tls.certificate = credentials.certificate;
+    tls.privateKey = credentials.privateKey;
+    const auto compare = [&](std::string& given, HttpDownloadResult) { EXPECT_TRUE(given == body); };
+    EXPECT_EQ(leftBy(sends(OPEN_HEAD), compare, tls, caFile), 0);
+    EXPECT_THAT(results, testing::ElementsAre(Success));
 }
 
 TEST_F(FreedBody, HoldsNoSecretIfItWasCut) {
@@ -140,4 +163,19 @@ TEST_F(FreedBody, HoldsNoSecretThatABufferHasOutgrown) {
               }),
               0);
     EXPECT_EQ(buffer.take().size(), SECRET.size() + 2 * body.size());
+}
+
+TEST(FreedMemoryOfTheLibrary, HoldsNoSecret) {
+    ASSERT_EQ(platform::initialiseCurlWithWipedMemory(), CURLE_OK);
+    const std::string body = secretBody();
+    EXPECT_EQ(blocksLeftBy([&] { curl_slist_free_all(curl_slist_append(nullptr, SECRET.c_str())); }), 0);
+    // A text that grows as it is made, from one place to the next.
+    EXPECT_EQ(blocksLeftBy([&] { curl_free(curl_maprintf("%s%s", body.c_str(), body.c_str())); }), 0);
+}
+
+TEST(FreedMemoryOfTheLibrary, KeepsWhatItMoves) {
+    ASSERT_EQ(platform::initialiseCurlWithWipedMemory(), CURLE_OK);
+    const std::string body = secretBody();
+    const std::unique_ptr<char, void (*)(void*)> text(curl_maprintf("%s%s", body.c_str(), body.c_str()), curl_free);
+    EXPECT_TRUE(text.get() == body + body);
 }

@@ -15,14 +15,9 @@
 #include "fakes/HandSteppedThreadPool.h"
 #include "fakes/ScopedWorld.h"
 #include "fakes/ScriptedHttpTransport.h"
+#include "fakes/TftpConfigStoreTestAccess.h"
 #include "remote/TftpConfigStore.h"
 #include "tessel/LogSink.h"
-
-/// Looks at what a store keeps to itself.
-struct TftpConfigStoreTestAccess {
-    /// Whether waitForStoreReady() would return at once.
-    static bool isReady(TftpConfigStore& store) { return store.storeReady_.timedWait(0); }
-};
 
 namespace simulation {
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 namespace {
@@ -19,23 +20,15 @@ bool holds(const void* block, std::size_t size, std::basic_string_view<Unit> mar
     return std::search(begin, begin + size, bytes, bytes + mark.size() * sizeof(Unit)) != begin + size;
 }
 
-void look(const void* block, std::size_t size) {
-    if (isWatching && (holds(block, size, support::SECRET_MARK) || holds(block, size, support::WIDE_SECRET_MARK))) {
-        ++blocksWithTheSecret;
-    }
-}
-
 void release(void* block) {
-    if (block != nullptr) {
-        look(block, malloc_usable_size(block));
-        std::free(block);
-    }
+    support::lookAtFreed(block);
+    std::free(block);
 }
 
 }  // namespace
 
-// Every block that this program gives back passes here, whichever library had it. New ones are zeroed, since what an
-// earlier owner has left in one is nothing of the later one's.
+// Every block of C++ passes here, whichever library had it; what libraries in C take and give back does not. New ones
+// are zeroed, since what an earlier owner has left in one is nothing of the later one's.
 void* operator new(std::size_t size) {
     if (void* const block = std::calloc(1, std::max<std::size_t>(size, 1))) {
         return block;
@@ -57,4 +50,15 @@ int support::blocksLeftBy(const std::function<void()>& action) {
     action();
     isWatching = false;
     return blocksWithTheSecret;
+}
+
+void support::lookAtFreed(void* block) noexcept {
+    if (block == nullptr) {
+        return;
+    }
+    const std::size_t size = malloc_usable_size(block);
+    if (isWatching && (holds(block, size, SECRET_MARK) || holds(block, size, WIDE_SECRET_MARK))) {
+        ++blocksWithTheSecret;
+    }
+    std::memset(block, 0, size);
 }

@@ -1,4 +1,5 @@
 #include "DataDirectory.h"
+#include "InterruptibleOutput.h"
 #include "Interruption.h"
 #include "Json.h"
 #include "ProgressLine.h"
@@ -31,8 +32,8 @@ std::string profileToShow(const Invocation& invocation) {
 
 int runDemo(const Invocation& invocation, Output& output) {
     Interruption interruption;
-    ProgressLine progress(output.error,
-                          invocation.json ? ProgressLine::Terminal() : ProgressLine::terminalOf(STDERR_FILENO));
+    const InterruptibleOutput interruptibly(output, interruption);
+    ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
     const DemonstrationView view = demonstrate(invocation, profileToShow(invocation), interruption, progress);
     if (invocation.json) {
         output.out << json::demonstration(view) << '\n';

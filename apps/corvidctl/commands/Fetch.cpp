@@ -1,7 +1,9 @@
 #include "ConfigStoreConstants.h"
 #include "FetchReport.h"
+#include "InterruptibleOutput.h"
 #include "Interruption.h"
 #include "Json.h"
+#include "KeptCopy.h"
 #include "ProgressLine.h"
 #include "RemoteSource.h"
 #include "Session.h"
@@ -39,46 +41,70 @@ void printFailure(const FetchView& view, Output& output) {
     }
 }
 
-int print(const Invocation& invocation, const FetchView& view, bool interrupted, Output& output) {
-    if (invocation.json) {
-        output.out << json::fetch(view) << '\n';
-    } else if (view.ok) {
+std::string notOnDisk(const Invocation& invocation) {
+    return "what belongs to the file could not be written to " + invocation.host.configDirectory;
+}
+
+/// What a delivery is worth that the next start does not find.
+void judgeDisk(const std::string& lostCopy, bool restIsOnDisk, const Invocation& invocation, FetchView& view) {
+    if (!restIsOnDisk) {
+        view.reason = notOnDisk(invocation);
+    } else if (!lostCopy.empty()) {
+        view.reason = "the copy for the next start could not be written: " + lostCopy;
+    }
+    view.ok = view.reason.empty();
+}
+
+void printForPeople(const FetchView& view, bool delivered, bool interrupted, Output& output) {
+    if (delivered) {
         printDelivered(view, output);
     }
-    if (interrupted) {
-        printError(output, view.reason);
-    } else if (!view.ok && !invocation.json) {
-        printError(output, "nothing fetched: " + view.reason);
+    if (view.ok) {
+        return;
+    }
+    printError(output, delivered || interrupted ? view.reason : "nothing fetched: " + view.reason);
+    if (delivered) {
+        output.out << "Its values count for this run only.\n";
+    } else {
         printFailure(view, output);
     }
-    return view.ok ? Status::Done : Status::AnswerIsNo;
 }
 
 }  // namespace
 
 int runFetch(const Invocation& invocation, Output& output) {
     Interruption interruption;
+    const InterruptibleOutput interruptibly(output, interruption);
     Session session(invocation);
     ValueView version;
     session.work([&version](Session::Inside& inside) {
         version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
     });
 
-    ProgressLine progress(output.error,
-                          invocation.json ? ProgressLine::Terminal() : ProgressLine::terminalOf(STDERR_FILENO));
+    ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
     RemoteSource remote(session, interruption);
     remote.start();
     const bool ended = remote.waitUntilSettled(progress);
-    const FetchView view = summarise(remote.downloads(), version, !ended);
+    FetchView view = summarise(remote.downloads(), version, !ended);
+    const bool delivered = view.ok;
+    const std::string lostCopy = delivered ? copyThatIsNotKept(session) : std::string();
     remote.stop();
-    const bool onDisk = session.finish();
-
-    const int status = print(invocation, view, !ended, output);
-    if (!onDisk) {
-        printError(output, "what belongs to the file could not be written to " + invocation.host.configDirectory);
-        return Status::AnswerIsNo;
+    const bool restIsOnDisk = session.finish();
+    if (delivered) {
+        judgeDisk(lostCopy, restIsOnDisk, invocation, view);
+    } else if (!restIsOnDisk) {
+        printError(output, notOnDisk(invocation));
     }
-    return status;
+
+    if (!invocation.json) {
+        printForPeople(view, delivered, !ended, output);
+    } else {
+        output.out << json::fetch(view) << '\n';
+        if (!ended) {
+            printError(output, view.reason);
+        }
+    }
+    return view.ok ? Status::Done : Status::AnswerIsNo;
 }
 
 }  // namespace corvidctl

@@ -1,5 +1,9 @@
+#include "ConfigStoreConstants.h"
+#include "FetchReport.h"
+#include "InterruptibleOutput.h"
 #include "Interruption.h"
 #include "Json.h"
+#include "KeptCopy.h"
 #include "ProgressLine.h"
 #include "RemoteSource.h"
 #include "Session.h"
@@ -12,10 +16,22 @@
 
 namespace corvidctl {
 
+namespace {
+
+ValueView storedVersion(Session& session) {
+    ValueView version;
+    session.work([&version](Session::Inside& inside) {
+        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
+    });
+    return version;
+}
+
+}  // namespace
+
 int runWatch(const Invocation& invocation, Output& output) {
     Interruption interruption;
-    ProgressLine progress(output.error,
-                          invocation.json ? ProgressLine::Terminal() : ProgressLine::terminalOf(STDERR_FILENO));
+    const InterruptibleOutput interruptibly(output, interruption);
+    ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
     const auto tell = [&](const ChangeView& change) {
         progress.aside([&] {
             if (invocation.json) {
@@ -29,18 +45,31 @@ int runWatch(const Invocation& invocation, Output& output) {
             interruption.end();  // nobody reads any more
         }
     };
+    // Changes may be told at the same time.
+    const auto complain = [&](const std::string& line) { progress.aside([&] { printError(output, line); }); };
 
     Session session(invocation);
+    const ValueView version = storedVersion(session);
     WatchScope watch(session, invocation.arguments, tell);
     RemoteSource remote(session, interruption);
     remote.start();
+    std::string lostCopy;
     if (remote.waitUntilSettled(progress)) {
+        const FetchView fetched = summarise(remote.downloads(), version, false);
+        if (!fetched.ok) {
+            complain("nothing fetched: " + fetched.reason);
+        } else if (lostCopy = copyThatIsNotKept(session); !lostCopy.empty()) {
+            complain("the copy for the next start could not be written: " + lostCopy);
+        }
         interruption.wait();
     }
     remote.stop();
     watch.stop();
-    session.finish();
-    return Status::Done;
+    const bool restIsOnDisk = session.finish();
+    if (!restIsOnDisk) {
+        complain("what belongs to the server's file could not be written to " + invocation.host.configDirectory);
+    }
+    return restIsOnDisk && lostCopy.empty() ? Status::Done : Status::AnswerIsNo;
 }
 
 }  // namespace corvidctl

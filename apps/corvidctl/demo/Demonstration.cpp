@@ -65,7 +65,6 @@ public:
 
     DemonstrationView run() {
         view_.server = server_.address();
-        view_.caFile = server_.caFile();
         leadToTheServer();
         fetch();
         changeOnTheServer();
@@ -100,6 +99,7 @@ private:
             }
         };
         lead(wantedServers(server_.address()), false);
+        view_.namesServers = !detour.empty();
         lead(wantedIfDefined(), true);
         view_.isDetour = !detour.empty();
         if (view_.isDetour) {

@@ -28,8 +28,8 @@ struct TransitionView {
 /// What a demonstration has seen, step by step.
 struct DemonstrationView {
     std::string server;
-    std::string caFile;
-    bool isDetour = false;  ///< the profile names servers of its own, which were not asked
+    bool namesServers = false;  ///< the profile names servers of its own, which were not asked
+    bool isDetour = false;      ///< a store of the demonstration's own is ahead of all others
 
     std::vector<StoreView> stores;  ///< before anything was fetched
 

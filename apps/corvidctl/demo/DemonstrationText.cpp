@@ -1,9 +1,14 @@
 #include "demo/DemonstrationText.h"
 
+#include <algorithm>
 #include <ostream>
 
+#include "ConfigStoreConstants.h"
 #include "Text.h"
+#include "chain/CacheFiles.h"
+#include "demo/DetourStore.h"
 #include "demo/SampleServer.h"
+#include "quill/StringUtils.h"
 
 namespace corvidctl {
 
@@ -50,11 +55,10 @@ private:
 
     void printClient() {
         heading("A client starts with what is on its disk");
-        out_ << (view_.isDetour ? "The profile names servers of its own. They are not asked: a store ahead of all "
-                                  "others leads to this one.\n"
-                                : "The installer's file names the server. Nobody has been asked yet: the last server's "
-                                  "file counts, as kept in the cache.\n")
-             << "A key is looked for in these stores, in this order; the first that holds it wins.\n\n";
+        printWhoNamesTheServer();
+        out_ << "Nobody has been asked yet"
+             << (hasCachedCopy() ? ": the last server's file counts, as kept in the cache" : "")
+             << ".\nA key is looked for in these stores, in this order; the first that holds it wins.\n\n";
         Table table({{"PRIORITY", 0, true}, {"STORE", 0}, {"WHO WRITES IT", 0}, {"KEYS", 0, true}});
         for (const StoreView& store : view_.stores) {
             table.addRow({std::to_string(store.priority), store.name, whoWrites(store), std::to_string(store.keys)});
@@ -62,7 +66,29 @@ private:
         table.print(out_, output_.colours);
     }
 
+    void printWhoNamesTheServer() {
+        if (view_.namesServers) {
+            out_ << "The profile names servers of its own. They are not asked: a store ahead of all others leads to "
+                    "this one.\n";
+        } else if (view_.isDetour) {
+            out_ << "The installer's file names the server. The profile tells another version, or another file; a "
+                    "store ahead of all\nothers tells this server's.\n";
+        } else {
+            out_ << "The installer's file names the server.\n";
+        }
+    }
+
+    bool hasCachedCopy() const {
+        const std::string copy = CacheFiles::nameFor(ConfigStoreConstants::TFTP_CONFIG_STORE_NAME);
+        return std::any_of(view_.stores.begin(), view_.stores.end(), [&copy](const StoreView& store) {
+            return QuillCoreUtils::caseInsensitiveStringEquals(store.name, copy) && store.keys > 0;
+        });
+    }
+
     static const char* whoWrites(const StoreView& store) {
+        if (store.name == DetourStore::NAME) {
+            return "this demonstration";
+        }
         if (store.isReadOnly) {
             return "the administrator";
         }
@@ -86,7 +112,8 @@ private:
 
     void printConfiguration() {
         heading("The effective configuration now (corvidctl list)");
-        out_ << "* marks a key for which the user's value overrides the administrator's.\n\n";
+        out_ << "* marks a key for which a writable store comes before the administrator's: the user's file, or the "
+                "client's memory for this run.\n\n";
         printValues(output_, view_.values);
     }
 

@@ -12,6 +12,8 @@ namespace corvidctl {
 /// for one run; nothing of it reaches a file.
 class DetourStore : public ConfigStore {
 public:
+    static constexpr const char* NAME = "DemonstrationStore";
+
     explicit DetourStore(ConfigMap values) : values_(std::move(values)) {}
 
     bool getValue(const std::wstring& key, std::wstring& value) override;
@@ -20,7 +22,7 @@ public:
     bool removeValue(const std::wstring&) override { return false; }
     void removeAllValues() override {}
     bool isReadOnly() override { return true; }
-    std::string getName() override { return "DemonstrationStore"; }
+    std::string getName() override { return NAME; }
     std::int32_t getPriority() override { return std::numeric_limits<std::int32_t>::min(); }
     void persistValues() override {}
     void destroy() override {}

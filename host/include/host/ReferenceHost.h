@@ -29,6 +29,10 @@ struct ReferenceHostOptions {
     std::string logFile;   ///< where the log goes; empty: to standard error
     bool colours = false;  ///< whether a log on standard error is coloured
 
+    /// Whether the machine's power events are heard: a power down then ends the stores, once everything is on disk.
+    bool powerEvents = true;
+    std::string powerBusAddress;  ///< the bus to hear them on, as D-Bus writes addresses; empty: the system's own
+
     /// The shared module to put in, loaded with dlopen and never unloaded; empty: the one that is linked in.
     std::string modulePath;
 
@@ -69,8 +73,9 @@ public:
 
     /// Takes everything down: nothing runs any more, what was stored is on disk, every object of the module is gone
     /// unless the caller holds it, and no thread is left but one of libcurl's that may still be
-    /// waiting for a name server, touches nothing of ours, and ends by itself. Not on the dispatcher thread. Does
-    /// nothing the second time.
+    /// waiting for a name server, touches nothing of ours, and ends by itself. A power event that is being told is
+    /// waited for; none is told afterwards. Not on the dispatcher thread, nor in a power event. Does nothing the second
+    /// time.
     void stop();
 
     /// Runs the function on the dispatcher thread and returns when it has run; in place on that thread itself. An
@@ -101,6 +106,7 @@ private:
     void assemble();
     bool putModuleIn();
     void startFeatureSet();
+    void listenToPowerEvents();
     void stopFeatureSet();
 
     const Options options_;

@@ -2,9 +2,20 @@
 
 #include <algorithm>
 
+#include "impl/unified/TaskGuard.h"
 #include "impl/unified/WeakObservers.h"
+#include "tessel/TesselLogger.h"
 
 namespace TesselSystemMonitor {
+
+namespace {
+
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("SystemMonitor");
+    return instance;
+}
+
+}  // namespace
 
 void SystemMonitorImpl::addPowerEventObserver(std::weak_ptr<PowerEventObserver> observer) {
     const std::shared_ptr<PowerEventObserver> added = observer.lock();
@@ -30,7 +41,7 @@ void SystemMonitorImpl::report(PowerEventTypeEnum::PowerEventType type) {
         // Locked one by one: an observer whose last reference an earlier one drops is not kept alive for its turn.
         const std::shared_ptr<PowerEventObserver> alive = observer.lock();
         if (alive != nullptr && isRegistered(alive)) {
-            alive->onPowerEvent(type);
+            platform::runGuarded(logger(), "onPowerEvent", [&] { alive->onPowerEvent(type); });
         }
     }
 }

@@ -16,7 +16,7 @@ public:
 
     /// Tells every observer that is alive, in the order of registration, on the calling thread and with no lock held;
     /// returns when all have been told. One that is removed while a report is under way is told no more, unless its
-    /// turn has come already.
+    /// turn has come already. What one throws is logged at level 2, and the others are told all the same.
     void report(PowerEventTypeEnum::PowerEventType type);
 
 private:

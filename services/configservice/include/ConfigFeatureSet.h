@@ -16,13 +16,14 @@
 /// startTftpConfigSource(), stopTftpConfigSource() and refreshConfigFeatureSet() are lifecycle operations, one at a
 /// time. Called from inside a change notification while one is under way, on another thread or on this very one, whose
 /// step the notification then tells of, they are queued and run on the dispatcher thread after the notification;
-/// otherwise they have run when the call returns.
+/// otherwise they have run when the call returns. So one that is queued may run after one that was called later.
 class ConfigFeatureSet : public FeatureSet {
 public:
     /// Adds a store of the caller's to the chain; one of the same name is replaced. Its keys are reported before the
     /// call returns on the dispatcher thread, and queued for it from any other. Refused, with a level 2 line, while the
     /// feature set is not started. A store named "PresenceConfigStore" makes the caller wait for the server's file
-    /// first, at most 20 seconds.
+    /// first, at most 20 seconds: do not add it from inside a change notification, which holds the chain, and so every
+    /// other reader, all that time.
     virtual void addConfigStore(std::shared_ptr<ConfigStore> store) = 0;
 
     /// Takes a store and the cached copy of it out of the chain, its cache file included.

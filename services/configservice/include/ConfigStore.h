@@ -10,7 +10,7 @@
 ///
 /// Keys are compared without regard to case. Every operation may be called on any thread; the chain calls them with its
 /// own lock held, so a store must not call the feature set, nor wait for another thread, while it holds a lock of its
-/// own. Nothing throws.
+/// own. From inside an operation it may read and write, but not start, stop or refresh anything. Nothing throws.
 class ConfigStore {
 public:
     virtual ~ConfigStore() = default;

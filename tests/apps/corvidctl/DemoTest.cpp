@@ -1,7 +1,10 @@
 #include "ServedTool.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <csignal>
 #include <sstream>
 
 #include "Interruption.h"
@@ -124,6 +127,49 @@ TEST(Demo, TellsTheChangeInWords) {
     EXPECT_THAT(ended.out, HasSubstr("told in one report      value, isOverridden, valueStoreName\n"));
 }
 
+TEST(Demo, SaysWhatIsKeptInTheCacheWhereSomethingIs) {
+    const std::string out = support::runProgram({CORVIDCTL_PROGRAM, "demo"}).out;
+    EXPECT_THAT(out, HasSubstr("The installer's file names the server.\nNobody has been asked yet: the last server's "
+                               "file counts, as kept in the cache.\n"));
+}
+
+TEST(Demo, TellsWhatTheUserSetFromWhatTheClientWorkedOut) {
+    const std::string out = support::runProgram({CORVIDCTL_PROGRAM, "demo"}).out;
+    EXPECT_THAT(
+        out, HasSubstr("* marks a key for which a writable store comes before the administrator's: the user's file, or "
+                       "the client's memory for this run.\n"));
+    EXPECT_THAT(out, testing::ContainsRegex("\\*  Meetings_Enabled [^\n]* overridden for this run\n"));
+    EXPECT_THAT(out, testing::ContainsRegex("\\*  HomeUdsVersion [^\n]* set for this run\n"));
+    EXPECT_THAT(out, testing::ContainsRegex("\\*  VoicemailPrimaryServer [^\n]* overridden\n"));
+}
+
+TEST(Demo, ColoursATerminalThatIsNotDumbOnly) {
+    const auto demoOn = [](const std::map<std::string, std::string>& environment) {
+        support::ChildProcess::Options options;
+        options.terminal = true;
+        options.environment = environment;
+        return support::runProgram({CORVIDCTL_PROGRAM, "demo"}, options).out;
+    };
+    EXPECT_THAT(demoOn({{"TERM", "xterm"}, {"NO_COLOR", ""}}), HasSubstr("\x1b["));
+    EXPECT_THAT(demoOn({{"TERM", "dumb"}, {"NO_COLOR", ""}}), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(demoOn({{"TERM", "xterm"}, {"NO_COLOR", "1"}}), Not(HasSubstr("\x1b[")));
+}
+
+TEST_F(Tool, DemoSpeaksOfNoCacheWhereThereIsNone) {
+    const std::string out = run({"demo"}).out;
+    EXPECT_THAT(out, HasSubstr("The installer's file names the server.\nNobody has been asked yet.\n"));
+    EXPECT_THAT(out, Not(HasSubstr("as kept in the cache")));
+}
+
+TEST_F(Tool, DemoTellsAProfileThatNamesAVersionFromOneThatNamesServers) {
+    writeConfig("corvid-config-user.xml", "<c><g><HomeUdsVersion>11</HomeUdsVersion></g></c>");
+    const std::string out = run({"demo"}).out;
+    EXPECT_THAT(out, HasSubstr("The installer's file names the server. The profile tells another version, or another "
+                               "file; a store ahead of all\nothers tells this server's.\n"));
+    EXPECT_THAT(out, Not(HasSubstr("names servers of its own")));
+    EXPECT_THAT(out, testing::ContainsRegex("DemonstrationStore +this demonstration"));
+}
+
 TEST_F(Tool, DemoWorksOnACopyOfANamedProfile) {
     const auto before = files();
     const support::Ended ended = run({"demo"});
@@ -232,5 +278,22 @@ TEST_F(Tool, DemoLeavesNothingBehindWhenInterrupted) {
     EXPECT_THAT([&] { corvidctl::demonstrate(invocation, directory_.path("config"), interruption, progress); },
                 testing::ThrowsMessage<std::runtime_error>("interrupted"));
     unsetenv("TMPDIR");
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
+}
+
+TEST_F(Tool, DemoEndsWhenItIsInterrupted) {
+    directory_.write("tmp/keep", "");
+    const std::string bootstrap = directory_.path("bootstrap");
+    ASSERT_EQ(mkfifo(bootstrap.c_str(), 0600), 0);
+    support::ChildProcess::Options options;
+    options.environment = {{"TMPDIR", directory_.path("tmp")}};
+    support::ChildProcess demo(command({"--bootstrap", bootstrap, "demo"}), options);
+    const int writingEnd = open(bootstrap.c_str(), O_WRONLY | O_CLOEXEC);  // waits until the demonstration reads
+    demo.signal(SIGINT);
+    close(writingEnd);
+    const support::Ended ended = demo.wait();
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, testing::EndsWith("corvidctl: interrupted\n"));
+    EXPECT_EQ(ended.out, "");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
 }

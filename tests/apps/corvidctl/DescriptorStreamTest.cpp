@@ -4,12 +4,17 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <string>
+#include <thread>
 
+#include "Interruption.h"
 #include "fakes/TemporaryDirectory.h"
 
 using corvidctl::DescriptorStream;
+using corvidctl::Interruption;
 
 namespace {
 
@@ -25,6 +30,44 @@ public:
 
 private:
     const int descriptor_;
+};
+
+class Pipe {
+public:
+    Pipe() { [[maybe_unused]] const int made = pipe2(ends_.data(), O_CLOEXEC); }
+    ~Pipe() {
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+
+    int writingEnd() const { return ends_[1]; }
+
+    /// Waits for a text of a length.
+    std::string take(std::size_t length) const {
+        std::string text;
+        std::array<char, 4096> buffer{};
+        while (text.size() < length) {
+            const ssize_t count = read(ends_[0], buffer.data(), std::min(buffer.size(), length - text.size()));
+            if (count <= 0) {
+                break;
+            }
+            text.append(buffer.data(), static_cast<std::size_t>(count));
+        }
+        return text;
+    }
+
+    void fill() const {
+        fcntl(writingEnd(), F_SETFL, O_NONBLOCK);
+        while (write(writingEnd(), "x", 1) == 1) {
+        }
+        fcntl(writingEnd(), F_SETFL, 0);
+    }
+
+private:
+    std::array<int, 2> ends_{};
 };
 
 }  // namespace
@@ -58,4 +101,42 @@ TEST(DescriptorStream, NoticesAFailureInTheMiddleOfALongText) {
     stream << std::string(100000, 'x');
     EXPECT_FALSE(stream);
     EXPECT_EQ(stream.finish(), ENOSPC);
+}
+
+TEST(DescriptorStream, GivesUpWhatNobodyTakesWhenInterrupted) {
+    const Pipe pipe;
+    pipe.fill();
+    Interruption interruption;
+    DescriptorStream stream(pipe.writingEnd());
+    stream.giveUpOn(interruption.descriptor());
+    std::thread other([&interruption] { interruption.end(); });
+    stream << "a line" << std::flush;
+    other.join();
+    EXPECT_FALSE(stream);
+    EXPECT_EQ(stream.finish(), ECANCELED);
+}
+
+TEST(DescriptorStream, WritesWhatIsTakenAlthoughInterrupted) {
+    const Pipe pipe;
+    Interruption interruption;
+    interruption.end();
+    DescriptorStream stream(pipe.writingEnd());
+    stream.giveUpOn(interruption.descriptor());
+    stream << "a line";
+    EXPECT_EQ(stream.finish(), 0);
+    EXPECT_EQ(pipe.take(6), "a line");
+}
+
+TEST(DescriptorStream, WaitsForASlowReaderWhileNobodyInterrupts) {
+    const Pipe pipe;
+    const Interruption interruption;
+    DescriptorStream stream(pipe.writingEnd());
+    stream.giveUpOn(interruption.descriptor());
+    const std::string text(300'000, 'x');  // more than a pipe holds
+    std::string taken;
+    std::thread reader([&] { taken = pipe.take(text.size()); });
+    stream << text;
+    EXPECT_EQ(stream.finish(), 0);
+    reader.join();
+    EXPECT_TRUE(taken == text);
 }

@@ -31,7 +31,7 @@ TEST_F(Fetch, TakesTheFileOverHttpsFromVersionElevenOn) {
                                {"keys", 7},
                                {"ok", true},
                                {"reason", ""}}));
-    EXPECT_THAT(requests(), ElementsAre("8443/hubm-uds/version", "6972/corvid-config.xml"));
+    EXPECT_THAT(requestsUntilStop(), ElementsAre("8443/hubm-uds/version", "6972/corvid-config.xml"));
 }
 
 TEST_F(Fetch, TakesTheFileOverHttpBelowVersionEleven) {
@@ -40,14 +40,14 @@ TEST_F(Fetch, TakesTheFileOverHttpBelowVersionEleven) {
     EXPECT_EQ(result.at("url"), "http://" + address_ + ":6970/corvid-config.xml");
     EXPECT_EQ(result.at("version"), "10.5.2");
     EXPECT_EQ(result.at("ok"), true);
-    EXPECT_THAT(requests(), ElementsAre("8443/hubm-uds/version", "6970/corvid-config.xml"));
+    EXPECT_THAT(requestsUntilStop(), ElementsAre("8443/hubm-uds/version", "6970/corvid-config.xml"));
 }
 
 TEST_F(Fetch, AsksNobodyForAVersionThatIsStored) {
     storeVersion("12.0");
     serve("10");
     EXPECT_EQ(fetched().at("version"), "12.0");
-    EXPECT_THAT(requests(), ElementsAre("6972/corvid-config.xml"));
+    EXPECT_THAT(requestsUntilStop(), ElementsAre("6972/corvid-config.xml"));
 }
 
 TEST_F(Fetch, TellsPeopleWhatWasDelivered) {
@@ -212,11 +212,15 @@ TEST_F(Fetch, TellsAndKeepsNoSecret) {
 }
 
 TEST_F(Fetch, ShowsNoProgressWhereStandardErrorIsNoTerminal) {
-    SilentServer silent(address_, 8443);
-    support::ChildProcess fetch(command(trusting({"fetch"})));
+    storeVersion("10.5");
+    SilentServer silent(address_, 6970);
+    support::ChildProcess::Options options;
+    options.environment = {{"TERM", "xterm"}};
+    support::ChildProcess fetch(command(trusting({"--log-level", "2", "fetch"})), options);
     silent.waitForSomebody();
-    fetch.signal(SIGINT);
-    EXPECT_THAT(fetch.wait().error, Not(HasSubstr("asking")));
+    const support::Ended ended = fetch.wait();  // the transfer's own end, long after progress would have shown
+    EXPECT_EQ(ended.error,
+              "corvidctl: nothing fetched: no server delivered the file: " + address_ + ": the server took too long\n");
 }
 
 TEST_F(Fetch, EndsAtOnceWhenInterruptedWhileAServerIsSilent) {
@@ -236,7 +240,10 @@ TEST_F(Fetch, EndsAtOnceWhenInterruptedWhileAServerIsSilent) {
 
 TEST_F(Fetch, EndsAtOnceWhenInterruptedWhileAFileIsOnItsWay) {
     storeVersion("12.5");
+    const std::string second = callcontrol::CallControlServer::freeLoopbackAddress();
+    name("TftpServer1: " + address_ + "\nTftpServer2: " + second + "\n");
     SilentServer silent(address_, 6972);
+    const SilentServer next(second, 6972);  // would be asked if the first one's time had run out
     support::ChildProcess fetch(command(trusting({"--json", "fetch"})));
     silent.waitForSomebody();
     fetch.signal(SIGINT);
@@ -247,6 +254,36 @@ TEST_F(Fetch, EndsAtOnceWhenInterruptedWhileAFileIsOnItsWay) {
     EXPECT_EQ(result.at("reason"), "interrupted");
     EXPECT_EQ(result.at("ok"), false);
     EXPECT_EQ(result.at("server"), address_);
+    EXPECT_FALSE(next.isSomebodyThere());
+}
+
+TEST_F(Fetch, TellsPeopleWhatHadNotEndedWhenInterrupted) {
+    storeVersion("12.5");
+    SilentServer silent(address_, 6972);
+    support::ChildProcess fetch(command(trusting({"fetch"})));
+    silent.waitForSomebody();
+    fetch.signal(SIGINT);
+    const support::Ended ended = fetch.wait();
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.out, HasSubstr("https://" + address_ + ":6972/corvid-config.xml  not ended\n"));
+}
+
+TEST_F(Fetch, EndsAtOnceWhenInterruptedWhileTheNewFilesServerIsAskedForItsVersion) {
+    const std::string second = callcontrol::CallControlServer::freeLoopbackAddress();
+    const std::string third = callcontrol::CallControlServer::freeLoopbackAddress();
+    SilentServer silent(second, 8443);
+    const SilentServer next(third, 8443);
+    // The empty version hides the one that the first server told.
+    ASSERT_EQ(run({"set", "TFTPPrimaryServer", address_}).status, 0);
+    name("TftpServer1: " + second + "\nTftpServer2: " + third + "\n");
+    serve("12.5", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server><HomeUdsVersion/></g></c>");
+    support::ChildProcess fetch(command(trusting({"fetch"})));
+    silent.waitForSomebody();
+    fetch.signal(SIGINT);
+    const support::Ended ended = fetch.wait();
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, EndsWith("corvidctl: interrupted\n"));
+    EXPECT_FALSE(next.isSomebodyThere());
 }
 
 TEST_F(Fetch, ShowsOnATerminalWhatItWaitsFor) {
@@ -263,35 +300,88 @@ TEST_F(Fetch, ShowsOnATerminalWhatItWaitsFor) {
     EXPECT_THAT(ended.error, EndsWith("corvidctl: interrupted\r\n"));
 }
 
-TEST_F(Fetch, ShowsNoProgressToAScript) {
-    storeVersion("10.5");
-    SilentServer silent(address_, 6970);
+TEST_F(Fetch, ShowsOnATerminalsStandardErrorWhatItWaitsForWhateverAScriptReads) {
+    SilentServer silent(address_, 8443);
     support::ChildProcess::Options options;
     options.errorTerminal = true;
     options.environment = {{"TERM", "xterm"}};
-    support::ChildProcess fetch(command(trusting({"--json", "fetch"})), options);
-    silent.waitForSomebody();
-    const support::Ended ended = fetch.wait();  // the transfer's own end, long after progress would have shown
+    support::ChildProcess fetch(command(trusting({"--json", "--log-level", "2", "fetch"})), options);
+    EXPECT_TRUE(fetch.waitForError("asking " + address_ + " for its version … 1 s\x1b[K\r"));
+    fetch.signal(SIGINT);
+    EXPECT_EQ(json::parse(fetch.wait().out).at("reason"), "interrupted");
+}
+
+TEST_F(Fetch, ColoursATerminalThatIsNotDumbOnly) {
+    serve("12.5");
+    const auto fetchOn = [this](const std::map<std::string, std::string>& environment) {
+        support::ChildProcess::Options options;
+        options.terminal = true;
+        options.environment = environment;
+        return run(trusting({"fetch"}), options).out;
+    };
+    EXPECT_THAT(fetchOn({{"TERM", "xterm"}, {"NO_COLOR", ""}}), HasSubstr("\x1b["));
+    EXPECT_THAT(fetchOn({{"TERM", "dumb"}, {"NO_COLOR", ""}}), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(fetchOn({{"TERM", ""}, {"NO_COLOR", ""}}), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(fetchOn({{"TERM", "xterm"}, {"NO_COLOR", "1"}}), Not(HasSubstr("\x1b[")));
+}
+
+TEST_F(Fetch, SaysWhenTheCopyForTheNextStartCannotBeWritten) {
+    writeConfig("Cache", "a file where the folder should be");
+    serve("12.5");
+    const support::Ended ended = run(trusting({"fetch"}));
     EXPECT_EQ(ended.status, 1);
-    EXPECT_THAT(ended.error, Not(HasSubstr("downloading")));
+    EXPECT_THAT(ended.error, EndsWith("corvidctl: the copy for the next start could not be written: " +
+                                      directory_.path("config/Cache/cachedTFTPConfigStore.xml") + "\n"));
+    EXPECT_THAT(ended.out, HasSubstr(address_ + " delivered the file over HTTPS: 7 keys.\n"));
+    EXPECT_THAT(ended.out, EndsWith("Its values count for this run only.\n"));
+}
+
+TEST_F(Fetch, TellsAScriptThatTheCopyCannotBeWritten) {
+    directory_.write("config/Cache/cachedTFTPConfigStore.xml/inside", "");
+    serve("12.5");
+    const json result = fetched(1);
+    EXPECT_EQ(result.at("ok"), false);
+    EXPECT_EQ(result.at("keys"), 7);
+    EXPECT_EQ(result.at("reason"), "the copy for the next start could not be written: " +
+                                       directory_.path("config/Cache/cachedTFTPConfigStore.xml"));
+}
+
+TEST_F(Fetch, NoticesThatTheCopyIsStillTheOldOne) {
+    serve("12.5");
+    ASSERT_EQ(run(trusting({"fetch"})).status, 0);
+    rewrite("<c><g><CtiServer1>phones-2.example.org</CtiServer1></g></c>");
+    const support::Ended ended = support::runProgram(withoutDisk(trusting({"--json", "fetch"})));
+    EXPECT_EQ(ended.status, 1);
+    const json result = json::parse(ended.out);
+    EXPECT_EQ(result.at("ok"), false);
+    EXPECT_THAT(std::string(result.at("reason")), HasSubstr("the copy for the next start could not be written: "));
 }
 
 TEST_F(Fetch, SaysWhenItCannotKeepWhatBelongsToTheFile) {
     serve("12.5");
-    const support::Ended ended = support::runProgram(
-        {"/bin/sh", "-c",
-         "trap '' XFSZ; ulimit -f 0; exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" --ca-file \"$3\" fetch",
-         CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install"), directory_.path("ca.pem")});
+    const std::string line = "what belongs to the file could not be written to " + directory_.path("config");
+    const support::Ended ended = support::runProgram(withoutDisk(trusting({"fetch"})));
     EXPECT_EQ(ended.status, 1);
-    EXPECT_THAT(ended.error, HasSubstr("corvidctl: what belongs to the file could not be written to " +
-                                       directory_.path("config") + "\n"));
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: " + line + "\n"));
+    const support::Ended script = support::runProgram(withoutDisk(trusting({"--json", "fetch"})));
+    EXPECT_EQ(script.status, 1);
+    EXPECT_EQ(json::parse(script.out).at("ok"), false);
+    EXPECT_EQ(json::parse(script.out).at("reason"), line);
 }
 
 TEST_F(Fetch, LeavesTheNetworkAloneInEveryOtherCommand) {
     serve("12.5");
-    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
-             {"list"}, {"get", "DockedWindow"}, {"explain", "DockedWindow"}, {"stores"}, {"report"}}) {
-        EXPECT_EQ(run(trusting(words)).status, 0);
+    const std::string document = directory_.write("document.xml", SAMPLE);
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"list"},
+                                               {"get", "DockedWindow"},
+                                               {"explain", "DockedWindow"},
+                                               {"stores"},
+                                               {"report"},
+                                               {"validate", document},
+                                               {"set", "TFTPPrimaryServer", address_},
+                                               {"unset", "TFTPPrimaryServer"}}) {
+        EXPECT_EQ(run(trusting(words)).status, 0) << words.front();
     }
-    EXPECT_THAT(requests(), IsEmpty());
+    EXPECT_THAT(requestsUntilStop(), IsEmpty());
 }

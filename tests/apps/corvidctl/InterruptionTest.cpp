@@ -1,5 +1,7 @@
 #include "Interruption.h"
 
+#include <poll.h>
+
 #include <csignal>
 #include <thread>
 
@@ -10,6 +12,11 @@ namespace {
 
 constexpr std::chrono::milliseconds AT_ONCE{0};
 constexpr std::chrono::milliseconds LONG{600'000};
+
+bool isReadable(int descriptor) {
+    pollfd waited = {descriptor, POLLIN, 0};
+    return poll(&waited, 1, 0) == 1;
+}
 
 /// Takes the signals that stay pending away from the next test.
 class Interrupted : public ::testing::Test {
@@ -67,4 +74,19 @@ TEST_F(Interrupted, IsToldEvenIfNudgedAsWell) {
     interruption.nudge();
     raise(SIGINT);
     EXPECT_TRUE(interruption.waitForNews(LONG));
+}
+
+TEST_F(Interrupted, IsSeenAtItsDescriptorForGood) {
+    Interruption interruption;
+    interruption.nudge();
+    EXPECT_FALSE(isReadable(interruption.descriptor()));
+    raise(SIGINT);
+    EXPECT_TRUE(interruption.waitForNews(LONG));
+    EXPECT_TRUE(isReadable(interruption.descriptor()));
+}
+
+TEST(Interruption, IsSeenAtItsDescriptorWhenEndedFromInside) {
+    Interruption interruption;
+    interruption.end();
+    EXPECT_TRUE(isReadable(interruption.descriptor()));
 }

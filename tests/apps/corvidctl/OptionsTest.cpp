@@ -96,6 +96,7 @@ TEST_F(Tool, SwitchesTheFipsRuleOn) {
 TEST_F(Tool, ColoursATerminalOnly) {
     support::ChildProcess::Options terminal;
     terminal.terminal = true;
+    terminal.environment = {{"TERM", "xterm"}, {"NO_COLOR", ""}};
     EXPECT_THAT(run({"list"}, terminal).out, HasSubstr("\x1b["));
     EXPECT_THAT(run({"list"}).out, Not(HasSubstr("\x1b[")));
 }
@@ -103,9 +104,37 @@ TEST_F(Tool, ColoursATerminalOnly) {
 TEST_F(Tool, ColoursNothingUnderNoColor) {
     support::ChildProcess::Options terminal;
     terminal.terminal = true;
-    terminal.environment = {{"NO_COLOR", "1"}};
+    terminal.environment = {{"TERM", "xterm"}, {"NO_COLOR", "1"}};
     EXPECT_THAT(run({"list"}, terminal).out, Not(HasSubstr("\x1b[")));
     EXPECT_THAT(run({"explain", "DockedWindow"}, terminal).out, Not(HasSubstr("\x1b[")));
+}
+
+TEST_F(Tool, ColoursNothingOnADumbTerminal) {
+    for (const std::string kind : {"dumb", ""}) {
+        support::ChildProcess::Options terminal;
+        terminal.terminal = true;
+        terminal.environment = {{"TERM", kind}, {"NO_COLOR", ""}};
+        EXPECT_THAT(run({"list"}, terminal).out, Not(HasSubstr("\x1b["))) << kind;
+    }
+}
+
+TEST_F(Tool, ColoursTheLogWhereBothStreamsAreTerminalsOnly) {
+    std::filesystem::remove(directory_.path("install/bootstrap.properties"));
+    const auto logOn = [this](bool terminal, bool errorTerminal, const std::string& kind, const std::string& plain) {
+        support::ChildProcess::Options options;
+        options.terminal = terminal;
+        options.errorTerminal = errorTerminal;
+        options.environment = {{"TERM", kind}, {"NO_COLOR", plain}};
+        const std::string log = run({"get", "OnlyMine"}, options).error;
+        EXPECT_THAT(log, HasSubstr("File does not exist"));
+        return log;
+    };
+    EXPECT_THAT(logOn(true, true, "xterm", ""), HasSubstr("\x1b["));
+    EXPECT_THAT(logOn(false, true, "xterm", ""), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(logOn(true, false, "xterm", ""), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(logOn(true, true, "dumb", ""), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(logOn(true, true, "", ""), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(logOn(true, true, "xterm", "1"), Not(HasSubstr("\x1b[")));
 }
 
 TEST_F(Tool, AsksForDashesBeforeAValueThatLooksLikeAnOption) {

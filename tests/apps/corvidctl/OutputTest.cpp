@@ -58,6 +58,26 @@ TEST(Output, ColoursAChangeOnRequest) {
                                        "valueStoreName)\x1b[0m\n");
 }
 
+TEST(Output, SaysWhoSetAValueThatComesBeforeTheAdministrators) {
+    const auto remarkOn = [](const std::string& store, const std::string& originalStore) {
+        ValueView view = change().value;
+        view.isOverridden = true;
+        view.valueStoreName = store;
+        view.originalValueStoreName = originalStore;
+        std::ostringstream out;
+        std::ostringstream error;
+        Output output{out, error, false, false};
+        printValues(output, {view});
+        const std::string table = out.str();
+        const std::string row = table.substr(table.find('*'));
+        return row.substr(row.rfind("  ") + 2);
+    };
+    EXPECT_EQ(remarkOn("LocalFileConfigStore", "TheStore"), "overridden\n");
+    EXPECT_EQ(remarkOn("LocalFileConfigStore", ""), "user only\n");
+    EXPECT_EQ(remarkOn("InMemoryConfigStore", "TheStore"), "overridden for this run\n");
+    EXPECT_EQ(remarkOn("InMemoryConfigStore", ""), "set for this run\n");
+}
+
 TEST(Output, PrintsAnErrorAfterWhatWasPrintedBefore) {
     const fakes::TemporaryDirectory directory;
     const int file = open(directory.path("both").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);

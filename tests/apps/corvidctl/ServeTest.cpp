@@ -6,6 +6,7 @@
 #include <climits>
 #include <csignal>
 
+#include "FullPipe.h"
 #include "Tool.h"
 #include "callcontrol/CallControlServer.h"
 #include "support/WebClient.h"
@@ -117,6 +118,7 @@ TEST_F(Serve, PrintsALineForEachRequest) {
     client().get(plainUrl());
     ASSERT_TRUE(server.waitForOutput(" 5 bytes\n"));  // at once, not at the end
     client().send("HEAD", secureUrl());
+    ASSERT_TRUE(server.waitForOutput(" 0 bytes\n"));
     client().get("http://" + address_ + ":6970/other%1b");
     const std::string out = interrupted(server).out;
     EXPECT_THAT(out.substr(out.find(READY) + std::string(READY).size()),
@@ -181,6 +183,52 @@ TEST_F(Serve, EndsWhenNobodyReadsItsLines) {
     server.stopReading();
     client().get(plainUrl());
     EXPECT_EQ(server.wait().status, 0);
+}
+
+TEST_F(Serve, EndsWhenInterruptedWhileNobodyTakesItsLines) {
+    const Arrivals arrivals(directory_.path());
+    const FullPipe pipe(directory_.path("pipe"));
+    ChildProcess server(pipe.asOutputOf(words()));
+    ASSERT_EQ(arrivals.wait(), "ca.pem");  // its first lines come next
+    server.signal(SIGINT);
+    const Ended ended = server.wait();
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.error, "");
+}
+
+TEST_F(Serve, ColoursATerminalThatIsNotDumbOnly) {
+    const auto requestOn = [this](const std::map<std::string, std::string>& environment) {
+        ChildProcess::Options options;
+        options.terminal = true;
+        options.environment = environment;
+        ChildProcess server(words(), options);
+        EXPECT_TRUE(server.waitForOutput("/hubm-uds/version\r\n"));
+        client().get(plainUrl());
+        EXPECT_TRUE(server.waitForOutput(" 5 bytes\r\n"));
+        return interrupted(server).out;
+    };
+    EXPECT_THAT(requestOn({{"TERM", "xterm"}, {"NO_COLOR", ""}}), HasSubstr("\x1b["));
+    EXPECT_THAT(requestOn({{"TERM", "dumb"}, {"NO_COLOR", ""}}), testing::Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(requestOn({{"TERM", "xterm"}, {"NO_COLOR", "1"}}), testing::Not(HasSubstr("\x1b[")));
+}
+
+TEST_F(Serve, ListensOnThisMachineUnlessToldOtherwise) {
+    ChildProcess server(command({"serve", file_}));
+    // Somebody else may be there, which tells the address as well.
+    const bool listens = server.waitForOutput(READY);
+    const Ended ended = interrupted(server);
+    EXPECT_THAT(listens ? ended.out : ended.error, HasSubstr("127.0.0.1:69")) << ended.out << ended.error;
+    EXPECT_EQ(ended.status, listens ? 0 : 1);
+}
+
+TEST_F(Serve, SaysWhenTheCertificateCannotBeWritten) {
+    std::vector<std::string> limited = {"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" \"$@\""};
+    const std::vector<std::string> serve = words();
+    limited.insert(limited.end(), serve.begin(), serve.end());
+    const Ended ended = support::runProgram(limited);
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.error, "corvidctl: the certificate cannot be written: " + ca_ + "\n");
+    EXPECT_FALSE(directory_.exists("ca.pem"));
 }
 
 TEST_F(Serve, NamesThePortThatIsTaken) {

@@ -47,7 +47,15 @@ std::vector<std::string> ServedTool::trusting(std::vector<std::string> words) co
     return words;
 }
 
-std::vector<std::string> ServedTool::requests() const {
+std::vector<std::string> ServedTool::withoutDisk(const std::vector<std::string>& words) const {
+    std::vector<std::string> all = {"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 0; exec \"$0\" \"$@\""};
+    const std::vector<std::string> tool = command(words);
+    all.insert(all.end(), tool.begin(), tool.end());
+    return all;
+}
+
+std::vector<std::string> ServedTool::requestsUntilStop() {
+    stopServing();  // a request is told after its answer has gone out
     const std::lock_guard<std::mutex> lock(mutex_);
     return requests_;
 }

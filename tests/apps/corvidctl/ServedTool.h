@@ -33,8 +33,11 @@ protected:
     /// Names servers in the installer's file.
     void name(const std::string& servers) const { directory_.write("install/bootstrap.properties", servers); }
 
-    /// Port and path of each request that was answered so far, in order.
-    std::vector<std::string> requests() const;
+    /// Stops the server. @return port and path of each request that it answered, in order.
+    std::vector<std::string> requestsUntilStop();
+
+    /// The words for a process of the test's own that cannot write a byte to any file.
+    std::vector<std::string> withoutDisk(const std::vector<std::string>& words) const;
 
     /// Seven keys, two of which are sensitive and one of which the user overrides.
     static const std::string SAMPLE;
@@ -45,7 +48,7 @@ protected:
 private:
     void start(const std::string& path, const std::string& version);
 
-    mutable std::mutex mutex_;
+    std::mutex mutex_;
     std::vector<std::string> requests_;  ///< under mutex_
     std::unique_ptr<callcontrol::CallControlServer> server_;
 };

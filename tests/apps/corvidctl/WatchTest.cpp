@@ -1,6 +1,9 @@
+#include "FullPipe.h"
 #include "ServedTool.h"
+#include "fakes/ScriptedServer.h"
 
 #include <csignal>
+#include <future>
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -114,4 +117,89 @@ TEST_F(ServedWatch, ShowsOnATerminalWhatItWaitsFor) {
     EXPECT_TRUE(watch.waitForError("asking " + address_ + " for its version … 1 s\x1b[K\r"));
     watch.signal(SIGINT);
     EXPECT_EQ(watch.wait().status, 0);
+}
+
+TEST_F(ServedWatch, SaysOnStandardErrorWhyNothingWasFetchedAndGoesOn) {
+    name("ServicesDomain: example.org\n");
+    support::ChildProcess watch(command({"--json", "watch"}));
+    EXPECT_TRUE(watch.waitForError("corvidctl: nothing fetched: no server is configured: TFTPPrimaryServer, "
+                                   "TFTPBackupServer1 and TFTPBackupServer2 are all empty\n"));
+    watch.signal(SIGINT);
+    const support::Ended ended = watch.wait();
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "");
+}
+
+TEST_F(ServedWatch, SaysWhichServerDidNotDeliver) {
+    support::ChildProcess watch(command({"watch"}));
+    EXPECT_TRUE(watch.waitForError("corvidctl: nothing fetched: the server's version is not known: no usable answer "
+                                   "from " +
+                                   address_ + "\n"));
+    watch.signal(SIGTERM);
+    EXPECT_EQ(watch.wait().status, 0);
+}
+
+TEST_F(ServedWatch, FailsWhereNothingCanBeWritten) {
+    serve("12.5");
+    support::ChildProcess watch(withoutDisk(trusting({"watch"})));
+    EXPECT_TRUE(watch.waitForError("corvidctl: the copy for the next start could not be written: " +
+                                   directory_.path("config/Cache/cachedTFTPConfigStore.xml") + "\n"));
+    watch.signal(SIGTERM);
+    const support::Ended ended = watch.wait();
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: what belongs to the server's file could not be written to " +
+                                       directory_.path("config") + "\n"));
+}
+
+TEST_F(ServedWatch, FailsWhereOnlyTheCopyCannotBeWritten) {
+    writeConfig("Cache", "a file where the folder should be");
+    serve("12.5");
+    support::ChildProcess watch(command(trusting({"watch"})));
+    EXPECT_TRUE(watch.waitForError("corvidctl: the copy for the next start could not be written: "));
+    watch.signal(SIGTERM);
+    EXPECT_EQ(watch.wait().status, 1);
+}
+
+TEST_F(ServedWatch, EndsWhenNobodyReadsItsLines) {
+    ASSERT_EQ(run({"set", "HomeUdsVersion", "10.5"}).status, 0);
+    std::promise<void> readerHasGone;
+    fakes::ScriptedServer::Options options;
+    options.address = address_;
+    options.port = 6970;
+    fakes::ScriptedServer server(
+        [&](fakes::ScriptedConnection& connection) {
+            readerHasGone.get_future().wait();
+            connection.respond(200, SAMPLE);
+        },
+        options);
+    support::ChildProcess watch(command({"watch"}));
+    server.waitForRequests(1);
+    watch.stopReading();
+    readerHasGone.set_value();
+    EXPECT_EQ(watch.wait().status, 0);
+}
+
+TEST_F(ServedWatch, EndsWhenInterruptedWhileNobodyTakesItsLines) {
+    const FullPipe pipe(directory_.path("pipe"));
+    serve("12.5");
+    support::ChildProcess watch(pipe.asOutputOf(command(trusting({"--log-level", "4", "watch"}))));
+    EXPECT_TRUE(watch.waitForError("Config updated with TFTP server information"));  // its lines come next
+    watch.signal(SIGINT);
+    EXPECT_EQ(watch.wait().status, 0);
+}
+
+TEST_F(ServedWatch, ColoursATerminalThatIsNotDumbOnly) {
+    serve("12.5");
+    const auto watchOn = [this](const std::map<std::string, std::string>& environment) {
+        support::ChildProcess::Options options;
+        options.terminal = true;
+        options.environment = environment;
+        support::ChildProcess watch(command(trusting({"watch", "cti*"})), options);
+        EXPECT_TRUE(watch.waitForOutput("changed"));
+        watch.signal(SIGINT);
+        return watch.wait().out;
+    };
+    EXPECT_THAT(watchOn({{"TERM", "xterm"}, {"NO_COLOR", ""}}), HasSubstr("\x1b["));
+    EXPECT_THAT(watchOn({{"TERM", "dumb"}, {"NO_COLOR", ""}}), Not(HasSubstr("\x1b[")));
+    EXPECT_THAT(watchOn({{"TERM", "xterm"}, {"NO_COLOR", "1"}}), Not(HasSubstr("\x1b[")));
 }

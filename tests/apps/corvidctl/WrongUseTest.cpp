@@ -211,6 +211,23 @@ TEST_F(WrongUseTool, NeedsAHomeWhenNoDirectoryIsNamed) {
                            "nor HOME names one\n");
 }
 
+TEST_F(WrongUseTool, NeedsNoHomeForACommandThatUsesNoConfiguration) {
+    support::ChildProcess::Options nowhere;
+    nowhere.environment = {{"HOME", ""}, {"XDG_CONFIG_HOME", ""}};
+    support::ChildProcess::Options strange;
+    strange.environment = {{"XDG_CONFIG_HOME", directory_.path("strange")}};
+    directory_.write("strange/corvid", "a file");
+    const std::string document = directory_.write("a.xml", "<c/>");
+    const std::string served = directory_.path("no");
+    for (const auto& options : {nowhere, strange}) {
+        EXPECT_EQ(support::runProgram({CORVIDCTL_PROGRAM, "validate", document}, options).status, 0);
+        EXPECT_EQ(support::runProgram({CORVIDCTL_PROGRAM, "demo"}, options).status, 0);
+        EXPECT_EQ(support::runProgram({CORVIDCTL_PROGRAM, "serve", served}, options).error,
+                  "corvidctl: serve: FILE '" + served + "': expected a file that can be read\n");
+        EXPECT_EQ(support::runProgram({CORVIDCTL_PROGRAM, "list"}, options).status, 2);
+    }
+}
+
 TEST_F(WrongUseTool, ShowsNoControlCharacterOfAnArgument) {
     expectRefused({"fro\x1b[31mb"}, "unknown command 'fro\\x1b[31mb', expected one of: " + COMMANDS);
 }

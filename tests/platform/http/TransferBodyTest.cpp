@@ -137,6 +137,25 @@ TEST_F(TransferBody, IsCutByAChunkWithoutALength) {
     EXPECT_EQ(ended.result, BodyCut);
 }
 
+TEST_F(TransferBody, EndsWithTheStreamThoughTheServerStillListens) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.send("HTTP/1.1 200 OK\r\n\r\n<Corvid/>");
+        client.halfClose();
+        client.waitUntilClientLeaves();
+    });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_EQ(ended.body, "<Corvid/>");
+}
+
+TEST_F(TransferBody, IsCutByTheEndOfTheStreamThoughTheServerStillListens) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.send(headWithLength("100") + "<Corvid>");
+        client.halfClose();
+        client.waitUntilClientLeaves();
+    });
+    EXPECT_EQ(ended.result, BodyCut);
+}
+
 TEST_F(TransferBody, IsCutByAReset) {
     std::promise<void> arrived;
     ScriptedServer server([&](ScriptedConnection& client) {

@@ -19,6 +19,7 @@ using fakes::ScriptedConnection;
 using fakes::ScriptedServer;
 using testing::HasSubstr;
 using testing::Not;
+using testing::StartsWith;
 
 namespace {
 
@@ -93,6 +94,31 @@ TEST(TransportEnvironment, NamesTheProxyForOtherMachines) {
     EXPECT_EQ(sendTo("http://server.invalid/version"), Success);
     EXPECT_THAT(proxy.requests().at(0), HasSubstr("GET http://server.invalid/file.xml "));
     EXPECT_THAT(proxy.requests().at(1), HasSubstr("GET http://server.invalid/version "));
+}
+
+TEST(TransportEnvironment, NamesNoProxyForThisMachineOverHttps) {
+    const std::string dead = deadProxy();
+    const ScopedVariable https("https_proxy", dead), all("all_proxy", dead), none("no_proxy", "");
+    const fakes::TemporaryDirectory directory;
+    const callcontrol::CertificateAuthority authority;
+    ScriptedServer server(answer, tls(authority.issue({{"127.0.0.1", "localhost"}})));
+    platform::CurlTransport transport(directory.write("ca.pem", authority.certificate()));
+    EXPECT_EQ(download(transport, server.url()).result, Success);
+    EXPECT_EQ(download(transport, "https://localhost:" + std::to_string(server.port())).result, Success);
+    tessel::http::Response response;
+    EXPECT_EQ(transport.send(tessel::http::Request(server.url()), response), Success);
+}
+
+TEST(TransportEnvironment, NamesTheProxyForOtherMachinesOverHttps) {
+    ScriptedServer proxy([](ScriptedConnection& client) { client.respond(403, "no way through"); });
+    const ScopedVariable https("https_proxy", proxy.url()), none("no_proxy", "");
+    EXPECT_EQ(downloadFrom("https://server.invalid/file.xml"), ConnectionFailed);
+    EXPECT_EQ(sendTo("https://server.invalid:8443/version"), ConnectionFailed);
+    ASSERT_EQ(proxy.requests().size(), 2U);
+    EXPECT_THAT(proxy.requests().at(0), StartsWith("CONNECT server.invalid:443 HTTP/1.1\r\n"));
+    EXPECT_THAT(proxy.requests().at(1), StartsWith("CONNECT server.invalid:8443 HTTP/1.1\r\n"));
+    // What is asked for goes through the tunnel, and so nowhere without one.
+    EXPECT_THAT(proxy.requests().at(0), Not(HasSubstr("file.xml")));
 }
 
 TEST(TransportEnvironment, MayNameAProxyThatIsNotThere) {

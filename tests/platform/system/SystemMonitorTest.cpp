@@ -1,8 +1,10 @@
 #include "system/SystemMonitor.h"
 
+#include <stdexcept>
 #include <thread>
 #include <vector>
 
+#include "fakes/RecordingLogSink.h"
 #include "fakes/ScopedWorld.h"
 #include "impl/system/SystemMonitorImpl.h"
 
@@ -99,6 +101,18 @@ TEST_F(SystemMonitorTest, TellsNothingToThoseThatAnEarlierObserverRemovesOrDrops
     monitor.addPowerEventObserver(dropped);
     monitor.report(PowerEventTypeEnum::Sleep);
     EXPECT_THAT(told, IsEmpty());
+}
+
+TEST_F(SystemMonitorTest, TellsTheOthersWhenAnObserverThrows) {
+    const fakes::ScopedRecordingLog log;
+    const auto throwing = std::make_shared<Observer>(
+        [](PowerEventTypeEnum::PowerEventType) { throw std::runtime_error("out of order"); });
+    const auto next = observer("next");
+    monitor.addPowerEventObserver(throwing);
+    monitor.addPowerEventObserver(next);
+    monitor.report(PowerEventTypeEnum::PowerDown);
+    EXPECT_THAT(told, ElementsAre("next3"));
+    EXPECT_THAT(log->texts(2), ElementsAre("Task [onPowerEvent] threw: out of order"));
 }
 
 TEST_F(SystemMonitorTest, ReportsWhileOthersRegister) {

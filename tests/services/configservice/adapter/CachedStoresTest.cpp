@@ -179,13 +179,14 @@ TEST_F(CachedStores, AddingAStoreReportsItsKeysBeforeItWaits) {
     injectAndStart();
     adapter()->startTftpConfigSource();
     const auto other = server();
-    bool alreadyThere = false;
-    other->onWait([&] { alreadyThere = get(L"presence") == L"p"; });
+    std::vector<std::string> toldBefore;
+    other->onWait([&] { toldBefore = observer.course(); });
     adapter()->addConfigStore(other);
+    observe();
     const auto presence = std::make_shared<fakes::ScriptedStore>("PresenceConfigStore", 41);
     presence->with(L"presence", L"p");
     adapter()->addConfigStore(presence);
-    EXPECT_TRUE(alreadyThere);
+    EXPECT_THAT(toldBefore, ElementsAre("~presence=p", "presence!"));
 }
 
 TEST_F(CachedStores, APresenceStoreWaitsForTheRemoteStoreOfTheChainWhateverItsCase) {

@@ -102,7 +102,7 @@ TEST_F(DataResetInFlight, WhatRunsBetweenTheDeletionAndTheNewStoresWritesNothing
     elsewhere([this] { deliver({{"server", "new"}}); });
     adapter()->setConfig(L"key", L"value");
     bool taken = true;
-    log->atText("file with name: [corvidLocalConfig.xml] deleted", [&] {
+    log->atNext("file with name: [corvidLocalConfig.xml] deleted", [&] {
         // By now the cached copies, which lie in a folder before it, have gone.
         tasks->runAll();
         dispatcher->runAll();

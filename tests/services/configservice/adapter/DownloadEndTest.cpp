@@ -1,5 +1,6 @@
 #include "DownloadFixture.h"
 #include "OnceClient.h"
+#include "fakes/TftpConfigStoreTestAccess.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -166,9 +167,15 @@ private:
 
 TEST_F(InsideAReport, AddingThePresenceStoreReturnsAtOnce) {
     switchOn();
-    onFirstValue(
-        [this] { adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("PresenceConfigStore", 41)); });
-    ASSERT_TRUE(deliver({{"key", "value"}}));
+    const auto remote = adapter()->getTftpConfigStore();
+    bool wasReady = true;
+    onFirstValue([&] {
+        adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("PresenceConfigStore", 41));
+        wasReady = TftpConfigStoreTestAccess::isReady(*remote);
+    });
+    EXPECT_TRUE(fakes::endsWithoutWaitingFor(*remote, [&] { ASSERT_TRUE(deliver({{"key", "value"}})); }));
+    EXPECT_FALSE(wasReady);
+    EXPECT_TRUE(TftpConfigStoreTestAccess::isReady(*remote));
     EXPECT_THAT(chain(), Contains("PresenceConfigStore"));
     EXPECT_EQ(log->count(5, "TftpConfigStore::waitForStoreReady() - Starting timed wait. Timeout of 20 seconds"), 1U);
     EXPECT_EQ(log->count(5, "TftpConfigStore::waitForStoreReady() - Finished timed wait"), 1U);

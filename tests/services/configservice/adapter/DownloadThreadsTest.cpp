@@ -3,6 +3,7 @@
 
 #include "DownloadFixture.h"
 #include "OnceClient.h"
+#include "quill/FunctionTask.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -137,15 +138,18 @@ TEST_F(DownloadThreads, APresenceStoreThatComesAfterTheDownloadDoesNotWaitLong) 
 
 TEST_F(DownloadThreads, StartsStopsAndEndsOfTransfersOnSeveralThreadsLeaveNoTrace) {
     switchOn();
-    std::atomic<bool> over = false;
     std::thread network([&] {
         std::size_t number = 0;
-        while (!over) {
-            if (!transport->deliver(serverDocument({{"key", std::to_string(++number)}}))) {
-                std::this_thread::yield();
-            }
+        while (const auto transfer = transport->waitForRunning()) {
+            transport->complete(transfer->number, serverDocument({{"key", std::to_string(++number)}}),
+                                fakes::ScriptedHttpTransport::Result::Success);
         }
     });
+    std::thread deciding([&] {
+        while (pool->runNext()) {
+        }
+    });
+    bool over = false;  // told on the dispatcher thread
     std::thread host([&, held = adapter()] {
         for (int round = 0; round < 40; ++round) {
             held->stopTftpConfigSource();
@@ -153,15 +157,18 @@ TEST_F(DownloadThreads, StartsStopsAndEndsOfTransfersOnSeveralThreadsLeaveNoTrac
             held->refreshConfigFeatureSet();
             held->startTftpConfigSource();
         }
-        over = true;
+        dispatcher->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>([&] { over = true; }, "over"));
     });
     while (!over) {
+        dispatcher->waitForWaiting(1);
         dispatcher->runAll();
-        pool->runAll();
-        std::this_thread::yield();
     }
     host.join();
+    pool->endWaits();
+    transport->endWaits();
+    deciding.join();
     network.join();
+    pool->runAll();
     dispatcher->runAll();
     adapter()->stopTftpConfigSource();
     adapter()->startTftpConfigSource();

@@ -220,9 +220,8 @@ TEST_F(EdgeThreads, AFireOfTheHostsOwnNotifiersEndsTheWatchToo) {
 TEST_F(EdgeThreads, StopsAndListChangesOnSeveralThreadsLeaveNothingConnected) {
     systemService->listNotifier = nullptr;
     injectAndStart();
-    const auto softphone = std::make_shared<ServerHealthInformationImpl>(SOFTPHONE);
-    const std::weak_ptr<ServerHealthInformationImpl> watched = softphone;
     for (int round = 0; round < 50; ++round) {
+        auto softphone = std::make_shared<ServerHealthInformationImpl>(SOFTPHONE);
         adapter()->startTftpConfigSource();
         std::thread host([&] { systemService->addServerHealthInformation(softphone); });
         stop();
@@ -232,8 +231,11 @@ TEST_F(EdgeThreads, StopsAndListChangesOnSeveralThreadsLeaveNothingConnected) {
         softphone->setConnectionStatus(CONNECTED);
         dispatcher->runAll();
         EXPECT_THAT(adapterLines(3), IsEmpty());
-        softphone->setConnectionStatus(0);
         systemService->removeServerHealthInformation(softphone);
+        // Nor does a callback, or the adapter, hold the entry any more.
+        const std::weak_ptr<ServerHealthInformationImpl> watched = softphone;
+        softphone.reset();
+        EXPECT_TRUE(watched.expired());
         start();
     }
 }

@@ -134,3 +134,33 @@ TEST_F(EdgeWatchState, TakesNoEntryForAWaitThatHasEnded) {
     EXPECT_EQ(watch.entry(EdgeWatch::SOFTPHONE), nullptr);
     EXPECT_EQ(watch.entry(EdgeWatch::SECOND_TELEPHONY), nullptr);
 }
+
+TEST_F(EdgeWatchState, AnswersOnceForEachWaitBeItUnderWayOrNot) {
+    const EdgeWatch::Wait first = watch.begin();
+    EXPECT_TRUE(watch.answer(first));
+    EXPECT_FALSE(watch.answer(first));
+    watch.end();
+    EXPECT_FALSE(watch.answer(first));
+    const EdgeWatch::Wait second = watch.begin();
+    watch.end();
+    EXPECT_TRUE(watch.answer(second));
+    EXPECT_FALSE(watch.answer(second));
+}
+
+TEST_F(EdgeWatchState, AnswersNoOlderWaitAfterANewerOne) {
+    const EdgeWatch::Wait former = watch.begin();
+    const EdgeWatch::Wait wait = watch.begin();
+    EXPECT_TRUE(watch.answer(wait));
+    EXPECT_FALSE(watch.answer(former));
+    EXPECT_FALSE(watch.answer(wait));
+    EXPECT_TRUE(watch.answer(watch.begin()));
+}
+
+TEST_F(EdgeWatchState, AnswersAlwaysWithoutAWait) {
+    EXPECT_TRUE(watch.answer(EdgeWatch::NO_WAIT));
+    const EdgeWatch::Wait wait = watch.begin();
+    EXPECT_TRUE(watch.answer(wait));
+    EXPECT_TRUE(watch.answer(EdgeWatch::NO_WAIT));
+    EXPECT_TRUE(watch.answer(EdgeWatch::NO_WAIT));
+    EXPECT_FALSE(watch.answer(wait));
+}

@@ -1,6 +1,5 @@
 #include "AdapterFixture.h"
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::Not;
 
@@ -130,9 +129,13 @@ TEST_F(Enablement, ThatNoReadOnlyStoreHoldsIsLeftAlone) {
     injectAndStart();
     log->clear();
     adapter()->SetEnabledServices();
-    EXPECT_THAT(adapterLines(4), Contains("SetTelephonyEnabled: Telephony_Enabled explicitly set to '' in the '' "
-                                          "config store"));
-    EXPECT_EQ(get(L"Telephony_Enabled"), L"<none>");
+    EXPECT_THAT(adapterLines(4),
+                ElementsAre("SetTelephonyEnabled: Telephony_Enabled explicitly set to '' in the '' config store",
+                            "SetVoicemailEnabled: Voicemail_Enabled explicitly set to '' in the '' config store",
+                            "SetMeetingsEnabled: Meetings_Enabled explicitly set to '' in the '' config store"));
+    for (const wchar_t* const key : {L"Telephony_Enabled", L"Voicemail_Enabled", L"Meetings_Enabled"}) {
+        EXPECT_EQ(get(key), L"<none>");
+    }
 }
 
 TEST_F(Enablement, ThatOnlyTheUserSetIsWorkedOutAndTheUserWins) {

@@ -24,7 +24,30 @@ TEST_F(Refresh, LeavesTheFeatureSetStarted) {
     injectAndStart();
     adapter()->refreshConfigFeatureSet();
     EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
+}
+
+TEST_F(Refresh, LeavesThePowerObserverAlone) {
+    injectAndStart();
+    ASSERT_EQ(monitor->added, 1);
+    adapter()->refreshConfigFeatureSet();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(monitor->added, 1);
     EXPECT_EQ(monitor->removed, 0);
+}
+
+TEST_F(Refresh, LeavesTheConnectionToTheUserProfileAlone) {
+    writeLocal({{"PrimaryConfigStores", "TFTPConfigStore:240;"}, {"LastLoadedUserProfile", "a"}});
+    writeCache("cachedTFTPConfigStore.xml", {{"key", "value"}});
+    injectAndStart();
+    const auto connection = systemService->lastProfileConnection();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(systemService->lastProfileConnection(), connection);
+    EXPECT_TRUE(connection->connected());
+    // It still fires, and the profile of before the refresh is the one to compare with.
+    adapter()->setConfig(L"LastLoadedUserProfile", L"b");
+    EXPECT_THAT(chain(), Contains("cachedTFTPConfigStore.xml"));
+    systemService->userProfileChanged();
+    EXPECT_THAT(chain(), Not(Contains("cachedTFTPConfigStore.xml")));
 }
 
 TEST_F(Refresh, ForgetsValuesInMemoryAndKeepsPersistedOnes) {

@@ -267,6 +267,17 @@ TEST_F(DownloadEngine, StallsWithoutAVersion) {
     EXPECT_THAT(observer.reports, IsEmpty());
 }
 
+TEST_F(DownloadEngine, StallsAtAVersionWithoutANumber) {
+    transport->setAnswer([](const std::string&) { return "<v><version>.</version></v>"; });
+    const auto store = make();
+    log->clear();
+    store->attemptDownloadFromCachedAddress();
+    EXPECT_THAT(transport->sentUrls(), ElementsAre("https://one:8443/hubm-uds/version"));
+    EXPECT_THAT(lines(3), ElementsAre(NO_VERSION));
+    EXPECT_EQ(store->queryState(), State::IN_PROGRESS);
+    EXPECT_THAT(transport->startedUrls(), IsEmpty());
+}
+
 TEST_F(DownloadEngine, StaysStalledWhenTheDetailsChange) {
     const auto store = make();
     store->attemptDownloadFromCachedAddress();
@@ -323,6 +334,10 @@ TEST_F(DownloadEngine, KeepsTheStoreAliveDuringATransfer) {
 }
 
 TEST_F(DownloadEngine, DoesNotCancelWhenTheStoreIsDropped) {
-    makeDownloading().reset();
+    auto store = makeDownloading();
+    const std::weak_ptr<TftpConfigStore> alive = store;
+    transport->deliver(serverFile({{"key", "value"}}));
+    store.reset();
+    EXPECT_TRUE(alive.expired());
     EXPECT_EQ(transport->cancellations(), 0U);
 }

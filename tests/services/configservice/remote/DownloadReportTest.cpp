@@ -1,5 +1,6 @@
-#include <chrono>
+#include <atomic>
 #include <memory>
+#include <stdexcept>
 #include <thread>
 
 #include "RemoteFixture.h"
@@ -18,14 +19,11 @@ protected:
         store->attemptDownloadFromCachedAddress();
         transport->deliver(body);
     }
-};
 
-/// Whether a wait for a store that nobody makes ready ends otherwise than by its own limit.
-bool returnsFromTheWait(TftpConfigStore& store) {
-    const auto began = std::chrono::steady_clock::now();
-    EXPECT_TRUE(store.waitForStoreReady());
-    return std::chrono::steady_clock::now() - began < std::chrono::seconds(20);
-}
+    static bool returnsWithoutWaiting(TftpConfigStore& store) {
+        return fakes::endsWithoutWaitingFor(store, [&store] { EXPECT_TRUE(store.waitForStoreReady()); });
+    }
+};
 
 const std::vector<std::string> BOTH_WAIT_LINES = {
     "waitForStoreReady: TftpConfigStore::waitForStoreReady() - Starting timed wait. Timeout of 20 seconds",
@@ -163,7 +161,8 @@ TEST_F(RemoteReport, CanBeWaitedForFromWithinWithoutWaiting) {
     const auto store = makeObserved();
     observer.during = [&] {
         log->clear();
-        EXPECT_TRUE(returnsFromTheWait(*store));
+        EXPECT_TRUE(returnsWithoutWaiting(*store));
+        EXPECT_FALSE(isReady(store));
         EXPECT_EQ(lines(5), BOTH_WAIT_LINES);
     };
     store->fireOnConfigDownloaded({}, store);
@@ -176,7 +175,8 @@ TEST_F(RemoteReport, CanBeWaitedForFromWithinAfterANestedReport) {
         observer.during = nullptr;
         store->fireOnConfigDownloaded({}, store);
         store->attemptDownloadFromCachedAddress();  // makes the store unready again
-        EXPECT_TRUE(returnsFromTheWait(*store));
+        EXPECT_TRUE(returnsWithoutWaiting(*store));
+        EXPECT_FALSE(isReady(store));
     };
     store->fireOnConfigDownloaded({}, store);
     EXPECT_THAT(observer.reports, SizeIs(2));
@@ -186,11 +186,15 @@ TEST_F(RemoteReport, IsWaitedForOnAnotherThread) {
     const auto store = makeObserved();
     store->attemptDownloadFromCachedAddress();
     std::atomic<bool> told = false;
-    observer.during = [&] { told = true; };
+    observer.during = [&] {
+        EXPECT_THAT(lines(5), ElementsAre(BOTH_WAIT_LINES.front()));
+        told = true;
+    };
     std::thread waiter([&] {
         EXPECT_TRUE(store->waitForStoreReady());
         EXPECT_TRUE(told);
     });
+    log->waitFor("TftpConfigStore::waitForStoreReady() - Starting timed wait. Timeout of 20 seconds");
     transport->deliver(serverFile({}));
     waiter.join();
     EXPECT_EQ(lines(5), BOTH_WAIT_LINES);
@@ -199,8 +203,28 @@ TEST_F(RemoteReport, IsWaitedForOnAnotherThread) {
 TEST_F(RemoteReport, IsNotWaitedForOnceTheStoreIsReady) {
     const auto store = makeObserved();
     store->fireOnConfigDownloaded({}, store);
-    EXPECT_TRUE(store->waitForStoreReady());
+    EXPECT_TRUE(returnsWithoutWaiting(*store));
     EXPECT_EQ(lines(5), BOTH_WAIT_LINES);
+}
+
+TEST_F(RemoteReport, IsWaitedForNoLongerThanTheLimitAndTheAnswerIsTheSame) {
+    const auto store = makeObserved();
+    EXPECT_EQ(TftpConfigStoreTestAccess::limitWaits(*store, 1), 20000U);
+    EXPECT_TRUE(store->waitForStoreReady());
+    EXPECT_FALSE(isReady(store));
+    EXPECT_EQ(lines(5), BOTH_WAIT_LINES);
+}
+
+TEST_F(RemoteReport, ThatAnObserverThrowsOutOfLeavesTheStoreReady) {
+    const auto store = makeObserved();
+    observer.during = [] { throw std::runtime_error("a client's own"); };
+    EXPECT_THROW(download(store, transport, serverFile({{"key", "value"}})), std::runtime_error);
+    EXPECT_TRUE(isReady(store));
+    EXPECT_EQ(store->queryState(), State::FINISHED);
+    observer.during = nullptr;
+    download(store, transport, serverFile({{"key", "other"}}));
+    EXPECT_THAT(observer.reports, ElementsAre(IsEmpty(), ElementsAre(L"key")));
+    EXPECT_EQ(valueOf(store, L"key"), L"other");
 }
 
 TEST_F(RemoteReport, IsWaitedForWithoutALineBelowDebug) {

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "RemoteFixture.h"
 
 using testing::ElementsAre;
@@ -33,6 +35,14 @@ protected:
         TftpConfigStoreTestAccess::cancel(*store);
         return store;
     }
+
+    /// The store has started one transfer so far, from its first server.
+    void expectACycleFromTheCache(const std::shared_ptr<TftpConfigStore>& store, State before) const {
+        EXPECT_EQ(store->queryState(), before);
+        store->attemptDownloadFromCachedAddress();
+        EXPECT_EQ(store->queryState(), State::IN_PROGRESS);
+        EXPECT_THAT(transport->startedUrls(), ElementsAre("http://one:6970/file.xml", "http://one:6970/file.xml"));
+    }
 };
 
 }  // namespace
@@ -52,6 +62,15 @@ TEST_F(DownloadStates, AreToldAtALookupUntilACycleHasEnded) {
     EXPECT_THAT(lines(4),
                 ElementsAre("getValue: TftpConfigStore::getValue() currentQueryState is not FINISHED - Current "
                             "State: 3"));
+}
+
+TEST_F(DownloadStates, AreToldAtALookupInACancelledCycle) {
+    const auto store = makeCancelled();
+    log->clear();
+    valueOf(store, L"key");
+    EXPECT_THAT(lines(4),
+                ElementsAre("getValue: TftpConfigStore::getValue() currentQueryState is not FINISHED - Current "
+                            "State: 2"));
 }
 
 TEST_F(DownloadStates, ALookupInACycleAnswersFromTheValuesBefore) {
@@ -159,11 +178,30 @@ TEST_F(DownloadStates, CancelledEndsEmptyAtAFailureAndTriesNoOtherServer) {
     EXPECT_THAT(transport->startedUrls(), SizeIs(1));
 }
 
-TEST_F(DownloadStates, AnyStateBeginsACycleFromTheCache) {
-    for (const auto& store : {makeInProgress(), makeRestartPending(), makeCancelled()}) {
-        store->attemptDownloadFromCachedAddress();
-        EXPECT_EQ(store->queryState(), State::IN_PROGRESS);
-    }
+TEST_F(DownloadStates, InProgressBeginsAnotherCycleFromTheCache) {
+    expectACycleFromTheCache(makeInProgress(), State::IN_PROGRESS);
+}
+
+TEST_F(DownloadStates, RestartPendingBeginsACycleFromTheCache) {
+    expectACycleFromTheCache(makeRestartPending(), State::RESTART_PENDING);
+}
+
+TEST_F(DownloadStates, CancelledBeginsACycleFromTheCache) {
+    expectACycleFromTheCache(makeCancelled(), State::CANCELLED);
+}
+
+TEST_F(DownloadStates, NotStartedBeginsACycleFromTheCache) {
+    const auto store = makeObserved();
+    EXPECT_EQ(store->queryState(), State::NOT_STARTED);
+    store->attemptDownloadFromCachedAddress();
+    EXPECT_EQ(store->queryState(), State::IN_PROGRESS);
+    EXPECT_THAT(transport->startedUrls(), ElementsAre("http://one:6970/file.xml"));
+}
+
+TEST_F(DownloadStates, FinishedBeginsACycleFromTheCache) {
+    const auto store = makeInProgress();
+    transport->deliver(serverFile({{"key", "value"}}));
+    expectACycleFromTheCache(store, State::FINISHED);
 }
 
 TEST_F(DownloadStates, FinishedIsReachedBeforeTheObserversAreTold) {
@@ -175,5 +213,30 @@ TEST_F(DownloadStates, FinishedIsReachedBeforeTheObserversAreTold) {
     EXPECT_FALSE(isReady(store));
     dispatcher->runAll();
     EXPECT_THAT(observer.reports, SizeIs(1));
+    EXPECT_TRUE(isReady(store));
+}
+
+TEST_F(DownloadStates, NewDetailsAtTheEndOfAForcedCycleWithoutAddressesAreGoneOnWith) {
+    const auto store = makeInProgress();
+    // Between the forced cycle's beginning and its first address another cycle takes the queue.
+    bool begun = false;
+    store->journal()->setListener([&] {
+        if (!std::exchange(begun, true)) {
+            store->processTftpInfoChanged(L"", L"", L"", store);
+        }
+    });
+    log->atNext("Failed to download TFTP config. No TFTP server address available in server queue.", [&] {
+        EXPECT_EQ(store->queryState(), State::IN_PROGRESS);
+        change(store);
+        EXPECT_EQ(store->queryState(), State::RESTART_PENDING);
+    });
+    store->attemptDownloadFromCachedAddress();
+    store->journal()->setListener({});
+    EXPECT_EQ(store->queryState(), State::IN_PROGRESS);
+    EXPECT_FALSE(isReady(store));
+    EXPECT_THAT(transport->startedUrls(), ElementsAre("http://one:6970/file.xml", "http://new:6970/file.xml"));
+    transport->complete(2, serverFile({{"key", "value"}}), SUCCESS);
+    EXPECT_EQ(store->queryState(), State::FINISHED);
+    EXPECT_EQ(store->lastSuccessfulServer(), L"new");
     EXPECT_TRUE(isReady(store));
 }

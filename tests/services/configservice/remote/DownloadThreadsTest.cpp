@@ -1,9 +1,12 @@
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
+#include <future>
 #include <mutex>
 #include <thread>
 
 #include "RemoteFixture.h"
+#include "fakes/JournalWatch.h"
 
 using testing::SizeIs;
 
@@ -40,11 +43,29 @@ protected:
         });
     }
 
-    static void work(std::atomic<bool>& ended, const std::function<bool()>& step) {
-        while (!ended) {
-            if (!step()) {
-                std::this_thread::yield();
+    /// A thread of the pool, which prefers the function of an index.
+    std::thread poolThread(std::size_t index = 0) const {
+        return std::thread([this, index] {
+            while (pool->runNext(index)) {
             }
+        });
+    }
+
+    /// A thread of the network: each file holds the URL that it came from.
+    std::thread networkThread() const {
+        return std::thread([this] {
+            while (const auto transfer = transport->waitForRunning()) {
+                transport->complete(transfer->number, serverFile({{"key", transfer->url}}),
+                                    transfer->cancelled ? WAS_CANCELLED : SUCCESS);
+            }
+        });
+    }
+
+    void end(std::vector<std::thread>& threads) const {
+        pool->endWaits();
+        transport->endWaits();
+        for (std::thread& thread : threads) {
+            thread.join();
         }
     }
 };
@@ -72,25 +93,39 @@ TEST_F(DownloadThreads, AVersionQueryOfTheNextCycleHoldsBackTheEndOfATransfer) {
     store->attemptDownloadFromCachedAddress();
     store->attemptDownloadFromCachedAddress();
     transport->complete(2, serverFile({}), SUCCESS);
+    dispatcher->runAll();
+    log->clear();
     featureSet->dropValue(L"HomeUdsVersion");
     Gate answer;
     Gate asked;
-    std::atomic<bool> answered = false;
-    transport->setAnswer([&](const std::string&) {
-        asked.open();
-        answer.pass();
-        answered = true;
-        return std::string("<v><version>10</version></v>");
-    });
-    observer.during = [&] { EXPECT_TRUE(answered); };
+    answerBehind(answer, asked);
     std::thread change([&] { store->processTftpInfoChanged(L"new", L"", L"", store); });
     asked.pass();
+    Gate entered;
+    transport->beforeCompletions([&] { entered.open(); });
     std::thread completion([&] { transport->complete(1, serverFile({}), SUCCESS); });
+    entered.pass();
+    EXPECT_TRUE(TftpConfigStoreTestAccess::isHeldElsewhere(*store));
+    EXPECT_EQ(store->queryState(), State::IN_PROGRESS);
+    EXPECT_FALSE(log->mentions("Downloading of TFTP file complete"));
     answer.open();
     completion.join();
     change.join();
+    EXPECT_TRUE(log->mentions("Downloading of TFTP file complete"));
     dispatcher->runAll();
     EXPECT_THAT(observer.reports, SizeIs(2));
+}
+
+TEST_F(DownloadThreads, TheEndOfATransferHoldsBackTheNextCycle) {
+    const auto store = makeObserved();
+    store->attemptDownloadFromCachedAddress();
+    bool held = false;
+    featureSet->during("isKeySensitive", [&](const auto&) {
+        std::thread([&] { held = TftpConfigStoreTestAccess::isHeldElsewhere(*store); }).join();
+    });
+    transport->deliver(serverFile({{"key", "value"}}));
+    EXPECT_TRUE(held);
+    EXPECT_FALSE(TftpConfigStoreTestAccess::isHeldElsewhere(*store));
 }
 
 TEST_F(DownloadThreads, ALookupDoesNotWaitForAVersionQuery) {
@@ -110,59 +145,61 @@ TEST_F(DownloadThreads, ALookupDoesNotWaitForAVersionQuery) {
 
 TEST_F(DownloadThreads, AnObserverIsNotRemovedWhileAnotherThreadTellsIt) {
     const auto store = make();
-    auto shortLived = std::make_unique<RecordingTftpObserver>();
-    Gate telling;
-    std::atomic<bool> told = false;
-    shortLived->during = [&] {
-        telling.open();
-        std::this_thread::yield();
-        told = true;
+    for (int round = 0; round < 50; ++round) {
+        RecordingTftpObserver leaving;
+        Gate telling;
+        std::atomic<bool> told = false;
+        leaving.during = [&] {
+            telling.open();
+            // It counts as gone at once; what is left of the removal is the wait for this call.
+            while (TftpConfigStoreTestAccess::isObservedBy(*store, &leaving)) {
+            }
+            told = true;
+        };
+        store->addObserver(&leaving);
+        std::thread remover([&] {
+            telling.pass();
+            store->removeObserver(&leaving);
+            EXPECT_TRUE(told);
+        });
+        store->fireOnConfigDownloaded({}, store);
+        remover.join();
+        store->fireOnConfigDownloaded({}, store);
+        EXPECT_THAT(leaving.reports, SizeIs(1));
+    }
+}
+
+TEST_F(DownloadThreads, RemovingNoObserverDoesNotWaitForAReport) {
+    const auto store = makeObserved();
+    std::future<void> removal;
+    observer.during = [&] {
+        removal = std::async(std::launch::async, [&] { store->removeObserver(nullptr); });
+        // A removal that waits is let go by the end of this call.
+        EXPECT_EQ(removal.wait_for(std::chrono::minutes(1)), std::future_status::ready);
     };
-    store->addObserver(shortLived.get());
-    std::thread remover([&] {
-        telling.pass();
-        store->removeObserver(shortLived.get());
-        EXPECT_TRUE(told);
-        shortLived.reset();
-    });
     store->fireOnConfigDownloaded({}, store);
-    remover.join();
-    store->fireOnConfigDownloaded({}, store);
+    removal.get();
 }
 
 TEST_F(DownloadThreads, TheNewestServersWinOnAPoolOfTwo) {
     const auto store = makeObserved({});
-    std::atomic<bool> ended = false;
+    fakes::JournalWatch watch(store->journal());
     std::vector<std::thread> threads;
-    for (std::size_t index : {0U, 1U}) {
-        threads.emplace_back([&, index] { work(ended, [&] { return pool->runOne(index) || pool->runOne(); }); });
-    }
+    threads.push_back(poolThread());
+    threads.push_back(poolThread(1));
+    threads.push_back(networkThread());
     threads.emplace_back([&] {
-        work(ended, [&] {
-            const auto running = transport->running();
-            return !running.empty() &&
-                   transport->complete(running.front().number, serverFile({{"key", running.front().url}}),
-                                       running.front().cancelled ? WAS_CANCELLED : SUCCESS);
-        });
-    });
-    threads.emplace_back([&] {
-        work(ended, [&] {
+        for (int i = 0; i < 500; ++i) {
             valueOf(store, L"key");
-            return store->getKeys().empty();
-        });
+            store->getKeys();
+        }
     });
     for (int i = 1; i <= 40; ++i) {
         announce(*store, {L"server" + std::to_wstring(i), L"", L"", L"file.xml"});
         dispatcher->runAll();
     }
-    while (!journalOf(store).settled) {
-        dispatcher->runAll();
-        std::this_thread::yield();
-    }
-    ended = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    watch.waitUntilSettled([this] { dispatcher->runAll(); });
+    end(threads);
     EXPECT_EQ(store->queryState(), State::FINISHED);
     EXPECT_EQ(store->lastSuccessfulServer(), L"server40");
     EXPECT_EQ(valueOf(store, L"key"), L"http://server40:6970/file.xml");
@@ -171,11 +208,11 @@ TEST_F(DownloadThreads, TheNewestServersWinOnAPoolOfTwo) {
 
 TEST_F(DownloadThreads, ForcedDownloadsRunBesideChangesAndAllEnds) {
     const auto store = makeObserved();
-    std::atomic<bool> ended = false;
+    fakes::JournalWatch watch(store->journal());
     std::vector<std::thread> threads;
-    threads.emplace_back([&] { work(ended, [&] { return pool->runOne(); }); });
-    threads.emplace_back([&] { work(ended, [&] { return transport->deliver(serverFile({{"key", "value"}})); }); });
-    threads.emplace_back([&] {
+    threads.push_back(poolThread());
+    threads.push_back(networkThread());
+    std::thread forcing([&] {
         for (int i = 0; i < 20; ++i) {
             store->attemptDownloadFromCachedAddress();
         }
@@ -184,16 +221,10 @@ TEST_F(DownloadThreads, ForcedDownloadsRunBesideChangesAndAllEnds) {
         announce(*store, {L"server" + std::to_wstring(i), L"two", L"", L"file.xml"});
         dispatcher->runAll();
     }
-    threads.back().join();
-    threads.pop_back();
-    while (!journalOf(store).settled) {
-        dispatcher->runAll();
-        std::this_thread::yield();
-    }
-    ended = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    forcing.join();
+    watch.waitUntilSettled([this] { dispatcher->runAll(); });
+    end(threads);
+    EXPECT_EQ(store->queryState(), State::FINISHED);
     EXPECT_THAT(transport->running(), SizeIs(0));
     EXPECT_FALSE(observer.reports.empty());
 }

@@ -17,14 +17,9 @@
 #include "fakes/ScopedWorld.h"
 #include "fakes/ScriptedFeatureSet.h"
 #include "fakes/ScriptedHttpTransport.h"
+#include "fakes/TftpConfigStoreTestAccess.h"
 #include "remote/TftpConfigStore.h"
 #include "unified/UnifiedFactory.h"
-
-/// What no caller of the store can do or see.
-struct TftpConfigStoreTestAccess {
-    static void cancel(TftpConfigStore& store) { store.setState(TftpConfigStore::CANCELLED); }
-    static bool isReady(TftpConfigStore& store) { return store.storeReady_.timedWait(0); }
-};
 
 /// A document as the server holds it.
 inline std::string serverFile(const std::map<std::string, std::string>& values) {
@@ -100,8 +95,9 @@ protected:
 
     /// A report of the chain that a key has a new value.
     static void report(TftpConfigStore& store, const std::wstring& key,
-                       const std::wstring& storeName = L"LocalFileConfigStore") {
-        store.onConfigAddedOrUpdated(key, L"value", L"original", false, true, storeName, L"", false);
+                       const std::wstring& storeName = L"LocalFileConfigStore",
+                       const std::wstring& originalStoreName = L"", bool silent = false) {
+        store.onConfigAddedOrUpdated(key, L"value", L"original", false, true, storeName, originalStoreName, silent);
     }
 
     /// The chain holds these details from here on, and says so.

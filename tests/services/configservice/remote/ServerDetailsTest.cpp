@@ -74,6 +74,32 @@ TEST_F(ServerDetailsChange, ReportedByTheStoreItselfIsIgnored) {
     EXPECT_FALSE(store->isTftpConfigured());
 }
 
+TEST_F(ServerDetailsChange, ThatTheStoreItselfHeldBeforeIsJudged) {
+    const auto store = makeObserved({});
+    hold(three());
+    report(*store, L"TFTPPrimaryServer", L"LocalFileConfigStore", L"TFTPConfigStore");
+    EXPECT_EQ(store->lastServerDetails(), three());
+    EXPECT_EQ(pool->waiting(), 1U);
+}
+
+TEST_F(ServerDetailsChange, ReportedByAStoreOfAnotherNameIsIgnoredByThatNameAlone) {
+    const auto store = std::make_shared<TftpConfigStore>(factory, "Other", 7, L"", L"", L"", L"");
+    hold(three());
+    report(*store, L"TFTPPrimaryServer", L"OTHER");
+    EXPECT_FALSE(store->isTftpConfigured());
+    report(*store, L"TFTPPrimaryServer", L"TFTPConfigStore");
+    EXPECT_TRUE(store->isTftpConfigured());
+    EXPECT_EQ(pool->waiting(), 1U);
+}
+
+TEST_F(ServerDetailsChange, ReportedSilentlyStartsADownloadAsWell) {
+    const auto store = makeObserved({});
+    hold(three());
+    report(*store, L"TFTPPrimaryServer", L"LocalFileConfigStore", L"", true);
+    pool->runAll();
+    EXPECT_THAT(transport->startedUrls(), ElementsAre("http://one:6970/file.xml"));
+}
+
 TEST_F(ServerDetailsChange, ToTheSameDetailsDoesNothingAtAll) {
     const auto store = makeAfterSuccess();
     EXPECT_EQ(store->lastSuccessfulServer(), L"one");
@@ -247,4 +273,10 @@ TEST_F(ServerDetailsChange, KnowsTheSuccessfulServerWithoutRegardToCase) {
     EXPECT_TRUE(store->hasServerAlreadyBeenSuccessful(L"ONE"));
     EXPECT_FALSE(store->hasServerAlreadyBeenSuccessful(L"two"));
     EXPECT_FALSE(store->hasServerAlreadyBeenSuccessful(L""));
+}
+
+TEST_F(ServerDetailsChange, BeforeAnySuccessKnowsTheEmptyAddressAlone) {
+    const auto store = makeObserved();
+    EXPECT_TRUE(store->hasServerAlreadyBeenSuccessful(L""));
+    EXPECT_FALSE(store->hasServerAlreadyBeenSuccessful(L"one"));
 }

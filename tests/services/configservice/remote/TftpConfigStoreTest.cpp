@@ -9,6 +9,16 @@ namespace {
 
 using RemoteStore = RemoteFixture;
 
+/// Leaves a text in the place of a value that it does not have.
+class CarelessFeatureSet : public fakes::ScriptedFeatureSet {
+public:
+    using fakes::ScriptedFeatureSet::getConfig;
+    bool getConfig(const std::wstring&, std::wstring& value, std::wstring&, bool&, bool) override {
+        value = L"left";
+        return false;
+    }
+};
+
 const std::string NOT_FINISHED =
     "getValue: TftpConfigStore::getValue() currentQueryState is not FINISHED - Current State: 0";
 
@@ -25,6 +35,13 @@ TEST_F(RemoteStore, GivesItsConstantAnswers) {
     EXPECT_FALSE(store->isTftpConfigured());
 }
 
+TEST_F(RemoteStore, KeepsTheNameAndThePriorityThatItIsGiven) {
+    const auto store = std::make_shared<TftpConfigStore>(factory, "Other", 7, L"", L"", L"", L"");
+    EXPECT_EQ(store->getName(), "Other");
+    EXPECT_EQ(store->getPriority(), 7);
+    EXPECT_EQ(store->getCachedPriority(), 207);
+}
+
 TEST_F(RemoteStore, RemovesTheCopyOfAnEarlierVersion) {
     world.directory().write("config/corvid-config.xml", "old");
     make();
@@ -39,6 +56,18 @@ TEST_F(RemoteStore, SaysThatThereIsNoCopyOfAnEarlierVersion) {
                                       world.configDirectory() + "/corvid-config.xml] file does not exist"));
 }
 
+TEST_F(RemoteStore, GoesOnWithACopyOfAnEarlierVersionThatCannotBeRemoved) {
+    world.directory().write("config/corvid-config.xml/a file", "within a folder");
+    const auto store = make();
+    EXPECT_TRUE(world.directory().exists("config/corvid-config.xml/a file"));
+    EXPECT_THAT(lines(4), ElementsAre("removeLegacyTftpCachedFile: Removing file cached file : [" +
+                                      world.configDirectory() + "/corvid-config.xml]"));
+    holdVersion(L"10");
+    store->attemptDownloadFromCachedAddress();
+    transport->deliver(serverFile({{"key", "value"}}));
+    EXPECT_EQ(valueOf(store, L"key"), L"value");
+}
+
 TEST_F(RemoteStore, AnswersBeforeADownloadWithALine) {
     const auto store = make();
     log->clear();
@@ -46,6 +75,15 @@ TEST_F(RemoteStore, AnswersBeforeADownloadWithALine) {
     EXPECT_FALSE(store->getValue(L"key", value));
     EXPECT_EQ(value, L"");
     EXPECT_THAT(lines(4), ElementsAre(NOT_FINISHED));
+}
+
+TEST_F(RemoteStore, AnswersBeforeADownloadWithoutWaitingForOne) {
+    const auto store = make();
+    store->storeValue(L"key", L"value");
+    log->clear();
+    EXPECT_TRUE(fakes::endsWithoutWaitingFor(*store, [&] { EXPECT_EQ(valueOf(store, L"key"), L"value"); }));
+    EXPECT_FALSE(isReady(store));
+    EXPECT_THAT(lines(5), IsEmpty());
 }
 
 TEST_F(RemoteStore, HoldsWhatIsStoredWithoutRegardToCase) {
@@ -85,6 +123,17 @@ TEST_F(RemoteStore, ReadsPeerToPeerCallingAsOffInFipsMode) {
     store->storeValue(L"Telephony_P2P_Enabled", L"true");
     EXPECT_TRUE(store->getValue(L"telephony_p2p_enabled", value));
     EXPECT_EQ(value, L"false");
+}
+
+TEST_F(RemoteStore, ReadsDownloadedPeerToPeerCallingAsOffInFipsModeOnly) {
+    const auto store = makeObserved();
+    store->attemptDownloadFromCachedAddress();
+    transport->deliver(serverFile({{"Telephony_P2P_Enabled", "true"}}));
+    EXPECT_EQ(valueOf(store, L"telephony_p2p_enabled"), L"true");
+    world.setFips(true);
+    EXPECT_EQ(valueOf(store, L"telephony_p2p_enabled"), L"false");
+    world.setFips(false);
+    EXPECT_EQ(valueOf(store, L"telephony_p2p_enabled"), L"true");
 }
 
 TEST_F(RemoteStore, KeepsItsValuesOnRemoveAll) {
@@ -135,6 +184,38 @@ TEST_F(RemoteStore, AsksTheWholeChainForAnotherComponent) {
     EXPECT_TRUE(make()->getConfigStoreValue(L"key", value, storeName, true));
     EXPECT_EQ(value, L"value");
     EXPECT_EQ(storeName, L"ScriptedStore");
+}
+
+TEST_F(RemoteStore, AsksTheWholeChainWhateverTheFlag) {
+    std::wstring value;
+    std::wstring storeName;
+    const auto store = make();
+    store->getConfigStoreValue(L"key", value, storeName, true);
+    store->getConfigStoreValue(L"key", value, storeName, false);
+    using Call = fakes::ScriptedFeatureSet::Call;
+    EXPECT_THAT(featureSet->calls(),
+                ElementsAre(Call{"getConfig", {L"key", L"false"}}, Call{"getConfig", {L"key", L"false"}}));
+}
+
+TEST_F(RemoteStore, TakesATextThatTheChainLeavesOnAMissAsAValue) {
+    const auto careless = std::make_shared<UnifiedFactory>(dispatcher, nullptr);
+    careless->setFeatureSetAdapter<ConfigFeatureSet>(CONFIG_SERVICE_ID, std::make_shared<CarelessFeatureSet>());
+    std::wstring value;
+    std::wstring storeName;
+    EXPECT_TRUE(makeOver(careless)->getConfigStoreValue(L"key", value, storeName, false));
+    EXPECT_EQ(value, L"left");
+    careless->clear();
+}
+
+TEST_F(RemoteStore, TakesNoNoticeOfWhatDoesNotConcernIt) {
+    const auto store = make();
+    log->clear();
+    hold(three());
+    store->onFireIfRequired(L"TFTPPrimaryServer");
+    store->onSensitiveKeyAddedOrUpdated(L"TFTPPrimaryServer");
+    EXPECT_THAT(featureSet->calls(), IsEmpty());
+    EXPECT_THAT(log->lines(), IsEmpty());
+    EXPECT_EQ(pool->waiting(), 0U);
 }
 
 TEST_F(RemoteStore, TakesAnEmptyValueOfTheChainAsNone) {

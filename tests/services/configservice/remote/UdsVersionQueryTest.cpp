@@ -31,6 +31,14 @@ protected:
             [url = urlOf(address), body](const std::string& asked) { return asked == url ? body : std::string(); });
     }
 
+    /// The first server answers without a version, the second with one.
+    void expectTheNextToBeAskedAfter(const std::string& body) {
+        transport->setAnswer(
+            [body](const std::string& asked) { return asked == urlOf("one") ? body : versionDocument("9"); });
+        EXPECT_EQ(query.getUdsVersion("one", "two", "three"), 9);
+        EXPECT_THAT(transport->sentUrls(), ElementsAre(urlOf("one"), urlOf("two")));
+    }
+
     std::vector<std::string> udsLines(int level = 4) const { return lines(level, "UdsVersionQuery"); }
 
     const std::shared_ptr<DownloadJournal> journal = std::make_shared<DownloadJournal>();
@@ -257,6 +265,31 @@ TEST_F(UdsVersion, OfABodyThatIsNoDocumentIsEmpty) {
 TEST_F(UdsVersion, OfAnElementOfAnotherCaseIsEmpty) {
     EXPECT_EQ(UdsVersionQuery::parseUdsVersionResponse("<v><Version>10</Version></v>"), "");
     EXPECT_EQ(UdsVersionQuery::parseUdsVersionResponse("<v><version>10</version></v>"), "10");
+}
+
+TEST_F(UdsVersion, IsAskedOfTheNextServerAfterABodyThatIsNoDocument) { expectTheNextToBeAskedAfter("version 10"); }
+
+TEST_F(UdsVersion, IsAskedOfTheNextServerAfterAnElementOfAnotherCase) {
+    expectTheNextToBeAskedAfter("<v><Version>10</Version></v>");
+}
+
+TEST_F(UdsVersion, IsAskedOfTheNextServerAfterAnEmptyElement) { expectTheNextToBeAskedAfter(versionDocument("")); }
+
+TEST_F(UdsVersion, IsZeroAndStoredForAnAnswerOfAFullStop) {
+    answerFrom("one", versionDocument("."));
+    EXPECT_EQ(query.getUdsVersion("one", "two", ""), 0);
+    EXPECT_THAT(transport->sentUrls(), ElementsAre(urlOf("one")));
+    using Call = fakes::ScriptedFeatureSet::Call;
+    EXPECT_THAT(featureSet->calls(), Contains(Call{"setInMemoryConfig", {L"HomeUdsVersion", L"."}}));
+    EXPECT_EQ(udsLines().back(), COMPLETE + ".");
+}
+
+TEST_F(UdsVersion, IsTakenFromTheBodyWhateverTheStatus) {
+    for (const int status : {404, 500}) {
+        transport->setStatus(status);
+        answerFrom("one", versionDocument("12.5"));
+        EXPECT_EQ(UdsVersionQuery(factory, journal).getUdsVersion("one", "", ""), 12) << status;
+    }
 }
 
 TEST_F(UdsVersion, IsValidIfItHasDigitsAndFullStopsOnly) {

@@ -231,7 +231,8 @@ private:
     bool noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait);
     void watchServerHealthList(SystemService& service, EdgeWatch::Wait wait);
     void watchTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Telephony which, EdgeWatch::Wait wait);
-    boost::function<void()> statusChangeOf(const EdgeWatch::Entry& entry);
+    boost::function<void()> statusChangeOf(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
+    void takeTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
     bool takeInNewEntries(const SystemService& service, EdgeWatch::Wait wait);
     void downloadForTelephony();
 

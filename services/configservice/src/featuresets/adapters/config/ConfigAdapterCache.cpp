@@ -199,9 +199,12 @@ void ConfigAdapter::updateCacheStorePriority(const std::string& storeName, int p
     if (configStoreManager_ == nullptr) {
         return;
     }
-    PriorityList list = PriorityList::parse(readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
-    list.set(QuillCoreUtils::toWideString(storeName), priority);
-    configStoreManager_->storeValue(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, list.toText());
+    // In one step: another thread may be adding a store of its own to the list.
+    configStoreManager_->atomically([&] {
+        PriorityList list = PriorityList::parse(readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
+        list.set(QuillCoreUtils::toWideString(storeName), priority);
+        configStoreManager_->storeValue(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, list.toText());
+    });
 }
 
 void ConfigAdapter::removeFromCachedStorePriorityMap(const std::wstring& storeName) {
@@ -235,6 +238,8 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
 }
 
 void ConfigAdapter::onTftpConfigDownloaded(std::vector<std::wstring> keys) {
+    // A client that is told of the new values may drop the last reference to this object.
+    const std::shared_ptr<ConfigAdapter> self = weak_from_this().lock();
     const std::shared_ptr<TftpConfigStore> store = tftpConfigStore_.get();
     if (store == nullptr || configStoreManager_ == nullptr) {
         return;

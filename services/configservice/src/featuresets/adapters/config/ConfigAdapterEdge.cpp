@@ -52,6 +52,10 @@ void ConfigAdapter::watchEdge(SystemService& service) {
             watchTelephonyStatus(entry, which, wait);
         }
     }
+    if (!edgeWatch_.hasBothEntries()) {
+        // An entry may have come before the notifier was there to tell it.
+        onServerHealthInformationListChanged();
+    }
 }
 
 bool ConfigAdapter::noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait) {
@@ -80,13 +84,17 @@ void ConfigAdapter::watchServerHealthList(SystemService& service, EdgeWatch::Wai
 void ConfigAdapter::watchTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Telephony which,
                                          EdgeWatch::Wait wait) {
     const auto notifier = entry->getServerHealthInformationNotifiers()->getConnectionStatusNotifier();
-    edgeWatch_.keepStatusConnection(wait, which, notifier->connect(statusChangeOf(entry)));
+    edgeWatch_.keepStatusConnection(wait, which, notifier->connect(statusChangeOf(entry, wait)));
+    // It may have connected before the notifier was there to tell it.
+    if (isConnected(entry)) {
+        takeTelephonyStatus(entry, wait);
+    }
 }
 
-boost::function<void()> ConfigAdapter::statusChangeOf(const EdgeWatch::Entry& entry) {
-    return [weak = weak_from_this(), entry] {
+boost::function<void()> ConfigAdapter::statusChangeOf(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait) {
+    return [weak = weak_from_this(), entry, wait] {
         if (const auto adapter = weak.lock()) {
-            adapter->onTelephonyConnectionStatusChanged(entry);
+            adapter->takeTelephonyStatus(entry, wait);
         }
     };
 }
@@ -117,7 +125,7 @@ bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wa
             if (isConnected(entry)) {
                 TesselLog(logger(), 4, __FILE__, __LINE__, "onServerHealthInformationListChanged",
                           std::string("Softphone connected"));
-                onTelephonyConnectionStatusChanged(entry);
+                takeTelephonyStatus(entry, wait);
                 return true;
             }
             TesselLog(logger(), 4, __FILE__, __LINE__, "onServerHealthInformationListChanged",
@@ -127,7 +135,7 @@ bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wa
         if (isOfType(entry, SECOND_TELEPHONY_TYPE) &&
             edgeWatch_.putMissingEntry(wait, EdgeWatch::SECOND_TELEPHONY, entry)) {
             if (isConnected(entry)) {
-                onTelephonyConnectionStatusChanged(entry);
+                takeTelephonyStatus(entry, wait);
                 return true;
             }
             watchTelephonyStatus(entry, EdgeWatch::SECOND_TELEPHONY, wait);
@@ -137,6 +145,10 @@ bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wa
 }
 
 void ConfigAdapter::onTelephonyConnectionStatusChanged(std::shared_ptr<ServerHealthInformation> entry) {
+    takeTelephonyStatus(entry, edgeWatch_.current());
+}
+
+void ConfigAdapter::takeTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait) {
     const std::shared_ptr<ServicesDispatcher> dispatcher = factory_->getServicesDispatcher();
     if (dispatcher == nullptr) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "onTelephonyConnectionStatusChanged",
@@ -145,15 +157,18 @@ void ConfigAdapter::onTelephonyConnectionStatusChanged(std::shared_ptr<ServerHea
     }
     if (!dispatcher->checkForUpdateAccess()) {
         dispatcher->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
-            statusChangeOf(entry), "ConfigAdapter::onTelephonyConnectionStatusChanged"));
+            statusChangeOf(entry, wait), "ConfigAdapter::onTelephonyConnectionStatusChanged"));
         return;
     }
-    if (!isConnected(entry)) {
+    // Several reports of one wait may be on their way: only the first one asks for a download.
+    if (!isConnected(entry) || !edgeWatch_.answer(wait)) {
         return;
     }
     downloadForTelephony();
-    edgeWatch_.end();
-    edgeWatch_.clearEntries();
+    edgeWatch_.end(wait);
+    if (edgeWatch_.current() == EdgeWatch::NO_WAIT) {
+        edgeWatch_.clearEntries();
+    }
 }
 
 void ConfigAdapter::downloadForTelephony() {

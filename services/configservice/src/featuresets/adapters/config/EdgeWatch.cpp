@@ -1,5 +1,6 @@
 #include "EdgeWatch.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "DisconnectProperty.h"
@@ -40,6 +41,15 @@ void EdgeWatch::endAll(const Connections& connections) {
     disconnectProperty(connections.list);
     disconnectProperty(connections.status[SOFTPHONE]);
     disconnectProperty(connections.status[SECOND_TELEPHONY]);
+}
+
+bool EdgeWatch::answer(Wait wait) {
+    const tessel::ScopedLock lock(mutex_);
+    if (wait != NO_WAIT && wait <= answeredWait_) {
+        return false;
+    }
+    answeredWait_ = std::max(answeredWait_, wait);
+    return true;
 }
 
 void EdgeWatch::putEntry(Wait wait, Telephony which, Entry entry) {

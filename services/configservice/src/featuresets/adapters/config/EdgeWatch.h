@@ -40,6 +40,10 @@ public:
     /// The same, unless another wait has begun meanwhile.
     void end(Wait wait);
 
+    /// Notes that telephony has connected. @return whether it is the first time in this wait, be it under way or not;
+    /// without a wait always.
+    bool answer(Wait wait);
+
     void putEntry(Wait wait, Telephony which, Entry entry);
 
     /// @return whether the entry was missing, and is there now.
@@ -71,6 +75,7 @@ private:
     mutable tessel::Mutex mutex_;
     Wait lastWait_ TESSEL_GUARDED_BY(mutex_) = NO_WAIT;
     Wait wait_ TESSEL_GUARDED_BY(mutex_) = NO_WAIT;
+    Wait answeredWait_ TESSEL_GUARDED_BY(mutex_) = NO_WAIT;  ///< the last one
     Connections connections_ TESSEL_GUARDED_BY(mutex_);
     std::array<Entry, 2> entries_ TESSEL_GUARDED_BY(mutex_);
 };

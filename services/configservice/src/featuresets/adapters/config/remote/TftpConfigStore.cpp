@@ -10,12 +10,6 @@
 
 using QuillCoreUtils::FileUtils;
 
-namespace {
-
-constexpr unsigned long READY_TIMEOUT_MILLISECONDS = 20000;
-
-}  // namespace
-
 TftpConfigStore::TftpConfigStore(std::shared_ptr<UnifiedFactory> factory, std::string name, std::int32_t priority,
                                  std::wstring server1, std::wstring server2, std::wstring server3, std::wstring file,
                                  std::shared_ptr<DownloadJournal> journal)
@@ -122,7 +116,7 @@ bool TftpConfigStore::waitForStoreReady() {
     }
     // From inside an observer's call the wait could only be ended by the stack that it stands on.
     if (tellingThread_.load(std::memory_order_relaxed) != std::this_thread::get_id()) {
-        storeReady_.timedWait(READY_TIMEOUT_MILLISECONDS);
+        storeReady_.timedWait(readyTimeoutMilliseconds_);
     }
     if (TesselLog_isDebugEnabled(logger())) {
         TesselLog(logger(), 5, __FILE__, __LINE__, "waitForStoreReady",

@@ -211,6 +211,7 @@ private:
     GuardedValue<std::wstring> lastSuccessfulServer_;
     ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
     tessel::Event storeReady_{false};
+    unsigned long readyTimeoutMilliseconds_ = 20000;  ///< of waitForStoreReady(); only tests have another one
     tessel::Mutex downloadMutex_;  ///< serialises the start and the end of cycles; taken before valuesMutex_
     tessel::Mutex observerMutex_;  ///< held while the observers are told; never waited for with the chain's locks held
     tessel::Mutex valuesMutex_;

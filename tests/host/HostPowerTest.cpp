@@ -1,0 +1,196 @@
+#include <cstdlib>
+#include <future>
+#include <latch>
+#include <memory>
+#include <string>
+
+#include "ConfigFeatureSet.h"
+#include "ConfigService.h"
+#include "HostOn.h"
+#include "InjectConfigService.h"
+#include "fakes/RecordingLogSink.h"
+#include "quill/FunctionTask.h"
+#include "support/BusClient.h"
+#include "support/PrivateBus.h"
+#include "system/SystemMonitor.h"
+#include "system/World.h"
+#include "tessel/LogSink.h"
+#include "unified/FeatureSetAdapter.h"
+#include "unified/UnifiedFactory.h"
+
+using host::ReferenceHost;
+using support::BusClient;
+using testing::HasSubstr;
+using testing::Not;
+using namespace TesselSystemMonitor;
+
+namespace {
+
+constexpr const char* LISTENING = "Listening for power events";
+constexpr const char* POWER_DOWN_OF_ADAPTER =
+    "Config adapter received a power down event. Calling destroy on configAdapter";
+
+/// Registered after the adapter, and so told when the adapter has done its part.
+class LastObserver final : public PowerEventObserver {
+public:
+    void onPowerEvent(PowerEventTypeEnum::PowerEventType type) override { told_.set_value(type); }
+    int wait() { return told_.get_future().get(); }
+
+private:
+    std::promise<int> told_;
+};
+
+/// A host on a bus of the test's own, with a login manager on it.
+class HostPower : public ::testing::Test {
+protected:
+    HostPower() { logind_.own(BusClient::LOGIND); }
+
+    ReferenceHost::Options options() {
+        ReferenceHost::Options options = hostOptionsOn(directory_);
+        options.powerEvents = true;
+        options.powerBusAddress = bus_.address();
+        options.inject = [this](const std::shared_ptr<UnifiedFactory>& factory) {
+            recordTheLog();
+            InjectConfigService(factory);
+        };
+        return options;
+    }
+
+    /// Instead of the host's own log, for as long as the host runs.
+    void recordTheLog() const {
+        tessel::LogControl::setLevel(4);
+        tessel::LogControl::setSink(log_);
+    }
+
+    void startListening(ReferenceHost& host) const {
+        ASSERT_TRUE(host.start()) << host.failure();
+        log_->waitFor(LISTENING);
+        platform::getWorld()->systemMonitor->addPowerEventObserver(last_);
+    }
+
+    static bool isStarted(const ReferenceHost& host) {
+        return host.factory()->getFeatureSetAdapter(CONFIG_SERVICE_ID)->IsFeatureSetStarted(CONFIG_SERVICE_ID);
+    }
+
+    static void set(ReferenceHost& host, const std::wstring& key, const std::wstring& value) {
+        host.runOnDispatcher([&] { host.service()->setConfig(key, value); });
+    }
+
+    std::string localFile() const { return directory_.read("config/corvidLocalConfig.xml"); }
+
+    const fakes::TemporaryDirectory directory_;
+    support::PrivateBus bus_;
+    BusClient logind_{bus_.address()};
+    const std::shared_ptr<fakes::RecordingLogSink> log_ = std::make_shared<fakes::RecordingLogSink>();
+    const std::shared_ptr<LastObserver> last_ = std::make_shared<LastObserver>();
+};
+
+}  // namespace
+
+TEST_F(HostPower, DestroysTheStoresAtAPowerDown) {
+    ReferenceHost host(options());
+    startListening(host);
+    logind_.emit({"PrepareForShutdown"});
+    EXPECT_EQ(last_->wait(), 3);
+    EXPECT_EQ(log_->count(4, POWER_DOWN_OF_ADAPTER), 1U);
+    EXPECT_FALSE(isStarted(host));
+    set(host, L"Late", L"1");
+    host.stop();
+    EXPECT_THAT(localFile(), Not(HasSubstr("Late")));
+}
+
+TEST_F(HostPower, HasEverythingOnDiskBeforeAPowerDownDestroysTheStores) {
+    ReferenceHost host(options());
+    startListening(host);
+    std::latch heard(1);
+    const auto factory = host.factory();
+    factory->getTaskDispatcher()->enqueue(
+        std::make_shared<QuillCoreUtils::FunctionTask>([&heard] { heard.wait(); }, "holds the queue up"));
+    set(host, L"A", L"1");
+    logind_.emit({"PrepareForShutdown"});
+    log_->waitFor("Power event [3]");
+    heard.count_down();
+    EXPECT_EQ(last_->wait(), 3);
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST_F(HostPower, GoesOnWhenTheMachineSleeps) {
+    ReferenceHost host(options());
+    startListening(host);
+    logind_.emit({"PrepareForSleep"});
+    EXPECT_EQ(last_->wait(), 1);
+    EXPECT_TRUE(isStarted(host));
+    set(host, L"A", L"1");
+    host.stop();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST_F(HostPower, HearsNothingOnceItIsStopped) {
+    ReferenceHost host(options());
+    startListening(host);
+    EXPECT_NE(logind_.theOtherOne(), "");
+    host.stop();
+    logind_.waitUntilAlone();
+    recordTheLog();
+    logind_.emit({"PrepareForShutdown"});
+    tessel::LogControl::setSink(nullptr);
+    EXPECT_EQ(log_->count(4, "Power event [3]"), 0U);
+}
+
+TEST_F(HostPower, StopsWhileTheMachinePowersDown) {
+    ReferenceHost host(options());
+    startListening(host);
+    set(host, L"A", L"1");
+    logind_.emit({"PrepareForShutdown"});
+    host.stop();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST_F(HostPower, StopsAfterAPowerDownAndIsFollowedByAnother) {
+    ReferenceHost host(options());
+    startListening(host);
+    set(host, L"A", L"1");
+    logind_.emit({"PrepareForShutdown"});
+    EXPECT_EQ(last_->wait(), 3);
+    host.stop();
+    ReferenceHost next(options());
+    ASSERT_TRUE(next.start());
+    EXPECT_TRUE(isStarted(next));
+    next.runOnDispatcher([&] { EXPECT_EQ(next.service()->getConfig(L"A")->getValue(), L"1"); });
+}
+
+TEST_F(HostPower, ListensOnTheMachinesOwnBusUnlessItIsTold) {
+    const std::string kept = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", bus_.address().c_str(), 1);
+    ReferenceHost::Options usual = options();
+    usual.powerEvents = ReferenceHost::Options().powerEvents;
+    usual.powerBusAddress = ReferenceHost::Options().powerBusAddress;
+    ReferenceHost host(usual);
+    startListening(host);
+    logind_.emit({"PrepareForShutdown"});
+    EXPECT_EQ(last_->wait(), 3);
+    host.stop();
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", kept.c_str(), 1);
+}
+
+TEST_F(HostPower, KeepsOffTheBusWhenItIsToldTo) {
+    ReferenceHost::Options deaf = options();
+    deaf.powerEvents = false;
+    deaf.powerBusAddress = "unix:path=" + directory_.path("no-bus");
+    ReferenceHost host(deaf);
+    ASSERT_TRUE(host.start());
+    host.stop();
+    EXPECT_FALSE(log_->mentions("Power events"));
+}
+
+TEST_F(HostPower, RunsWithoutABusAndSaysSoOnce) {
+    ReferenceHost::Options alone = options();
+    alone.powerBusAddress = "unix:path=" + directory_.path("no-bus");
+    ReferenceHost host(alone);
+    ASSERT_TRUE(host.start());
+    const std::string text = "Power events are not watched: No such file or directory";
+    log_->waitFor(text);
+    EXPECT_TRUE(isStarted(host));
+    host.stop();
+    EXPECT_EQ(log_->count(3, text), 1U);
+}

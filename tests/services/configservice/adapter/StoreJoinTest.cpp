@@ -1,0 +1,193 @@
+#include <latch>
+#include <thread>
+
+#include "DownloadFixture.h"
+#include "OnceClient.h"
+
+using testing::Contains;
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/// What no caller of the remote store can see.
+struct TftpConfigStoreTestAccess {
+    static bool isReady(TftpConfigStore& store) { return store.storeReady_.timedWait(0); }
+};
+
+namespace {
+
+/// What else happens when a store joins the chain or leaves it.
+class StoreJoin : public DownloadFixture {
+protected:
+    /// A store as the remote one is, under any name.
+    static std::shared_ptr<fakes::ScriptedStore> server(const std::string& name = "TFTPConfigStore") {
+        auto store = std::make_shared<fakes::ScriptedStore>(name, 40);
+        store->readOnly().remote().cached();
+        return store;
+    }
+
+    static std::shared_ptr<fakes::ScriptedStore> presence(const std::string& name = "PresenceConfigStore") {
+        return std::make_shared<fakes::ScriptedStore>(name, 41);
+    }
+
+    /// What a user's file holds of a server whose values are cached.
+    static Values serverWithCopy() {
+        Values local = oneServer();
+        local["PrimaryConfigStores"] = "TFTPConfigStore:240;";
+        return local;
+    }
+
+    std::size_t waits() const {
+        return log->count(5, "TftpConfigStore::waitForStoreReady() - Starting timed wait. Timeout of 20 seconds");
+    }
+};
+
+}  // namespace
+
+TEST_F(StoreJoin, AppliesTheServerPolicyBeforeItWorksOutTheFlags) {
+    Values local = oneServer();
+    local["CtiServer1"] = "user's";
+    switchOn(local);
+    ASSERT_TRUE(deliver({{"Customize_Phone_Server", "false"}}));
+    EXPECT_EQ(get(L"CtiServer1"), L"<none>");
+    EXPECT_EQ(get(L"Telephony_Enabled"), L"false");
+}
+
+TEST_F(StoreJoin, TellsOfTheKeysThatOnlyTheCachedCopyHeld) {
+    writeCache("cachedTFTPConfigStore.xml", {{"key", "old"}, {"gone", "old"}});
+    switchOn(serverWithCopy());
+    observe();
+    ASSERT_TRUE(deliver({{"key", "new"}}));
+    EXPECT_THAT(observer.course(), Contains("~gone-").Times(1));
+    EXPECT_THAT(observer.course(), Contains("gone!").Times(1));
+}
+
+TEST_F(StoreJoin, EmptiesTheLiveValueOfAKeyThatOnlyTheCachedCopyHeld) {
+    writeCache("cachedTFTPConfigStore.xml", {{"key", "old"}, {"gone", "old"}});
+    switchOn(serverWithCopy());
+    const auto live = service()->getConfig(L"gone");
+    ASSERT_EQ(live->getValue(), L"old");
+    std::wstring seen = L"not told";
+    const auto client = std::make_shared<OnceClient>([&] { seen = live->getValue(); });
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
+    ASSERT_TRUE(deliver({{"key", "new"}}));
+    EXPECT_EQ(seen, L"");
+    EXPECT_EQ(live->getValue(), L"");
+}
+
+TEST_F(StoreJoin, IsUndoneForTheLiveStoreAndItsCopyTogether) {
+    switchOn();
+    ASSERT_TRUE(deliver({{"key", "value"}}));
+    adapter()->addCachedConfigStores(L"TFTPConfigStore:240;");
+    ASSERT_THAT(chain(), Contains("TFTPConfigStore"));
+    ASSERT_THAT(chain(), Contains("cachedTFTPConfigStore.xml"));
+    EXPECT_TRUE(adapter()->removeConfigStore("TFTPConfigStore"));
+    EXPECT_THAT(chain(), Not(Contains(HasSubstr("TFTPConfigStore"))));
+    EXPECT_EQ(get(L"key"), L"<none>");
+    EXPECT_FALSE(isCached());
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(StoreJoin, OfACopyWhoseFileIsNoXmlIsThatOfAnEmptyStore) {
+    writeLocal({{"PrimaryConfigStores", "Bad:77;Good:78;"}});
+    write("config/Cache/cachedBad.xml", "no document");
+    writeCache("cachedGood.xml", {{"key", "value"}});
+    inject();
+    ASSERT_NE(storeNamed("cachedBad.xml"), nullptr);
+    EXPECT_THAT(storeNamed("cachedBad.xml")->getKeys(), IsEmpty());
+    EXPECT_EQ(get(L"key"), L"value");
+    EXPECT_EQ(read("config/Cache/cachedBad.xml"), "no document");
+}
+
+TEST_F(StoreJoin, NeedsNoCacheFolder) {
+    write("config/Cache", "a file where the folder should be");
+    switchOn(serverWithCopy());
+    ASSERT_THAT(chain(), Contains("cachedTFTPConfigStore.xml"));
+    log->clear();
+    ASSERT_TRUE(deliver({{"key", "value"}}));
+    EXPECT_EQ(storeOf(L"key"), L"TFTPConfigStore");
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
+    EXPECT_THAT(chain(), Not(Contains("cachedTFTPConfigStore.xml")));
+    EXPECT_EQ(read("config/Cache"), "a file where the folder should be");
+    for (const auto& line : log->lines()) {
+        EXPECT_TRUE(line.level > 2 || line.logger == "XmlConfigParser") << line.logger << ": " << line.text;
+    }
+}
+
+TEST_F(StoreJoin, WithoutACacheFolderListsAStoreThatWasNotListed) {
+    write("config/Cache", "a file where the folder should be");
+    switchOn();
+    ASSERT_TRUE(deliver({{"key", "value"}}));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
+}
+
+TEST_F(StoreJoin, OfAPresenceStoreInAnotherCaseWaitsForTheRemoteStoreThatHasNotJoined) {
+    switchOn();
+    // The cycle has ended without a file, so that the wait is over at once.
+    ASSERT_TRUE(transport->fail());
+    ASSERT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+    adapter()->addConfigStore(presence("presenceconfigstore"));
+    EXPECT_EQ(waits(), 1U);
+    // Once after the wait, once for the store.
+    EXPECT_EQ(flagRuns(), 2U);
+}
+
+TEST_F(StoreJoin, OfAPresenceStoreOnTheDispatcherThreadWaitsUntilATransferElsewhereFails) {
+    switchOn();
+    const auto remote = adapter()->getTftpConfigStore();
+    ASSERT_FALSE(TftpConfigStoreTestAccess::isReady(*remote));
+    std::thread network([this] {
+        log->waitFor("TftpConfigStore::waitForStoreReady() - Starting timed wait. Timeout of 20 seconds");
+        transport->fail();
+    });
+    adapter()->addConfigStore(presence());
+    // The time-out would have left it unready.
+    EXPECT_TRUE(TftpConfigStoreTestAccess::isReady(*remote));
+    network.join();
+    EXPECT_EQ(remote->queryState(), TftpConfigStore::FINISHED);
+    EXPECT_THAT(chain(), Contains("PresenceConfigStore"));
+    EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+    EXPECT_THAT(dispatcher->waitingNames(), Not(Contains("TftpConfigStore::fireOnConfigDownloaded")));
+}
+
+TEST_F(StoreJoin, OfTwoStoresOnTwoThreadsListsBoth) {
+    injectAndStart();
+    for (int round = 0; round < 30; ++round) {
+        const std::string number = std::to_string(round);
+        std::latch together(2);
+        const auto add = [&](const std::string& name) {
+            return std::thread([&together, name, held = adapter()] {
+                together.arrive_and_wait();
+                held->addConfigStore(server(name));
+            });
+        };
+        std::thread first = add("First" + number);
+        std::thread second = add("Second" + number);
+        first.join();
+        second.join();
+        EXPECT_THAT(get(L"PrimaryConfigStores"), HasSubstr(L"First" + std::to_wstring(round) + L":240;"));
+        EXPECT_THAT(get(L"PrimaryConfigStores"), HasSubstr(L"Second" + std::to_wstring(round) + L":240;"));
+        dispatcher->runAll();
+    }
+}
+
+TEST_F(StoreJoin, OfOneStoreAndTheRemovalOfAnotherOnTwoThreadsBothCount) {
+    injectAndStart();
+    adapter()->addConfigStore(server("Store0"));
+    for (int round = 1; round <= 30; ++round) {
+        std::latch together(2);
+        std::thread adding([&, held = adapter()] {
+            together.arrive_and_wait();
+            held->addConfigStore(server("Store" + std::to_string(round)));
+        });
+        std::thread removing([&, held = adapter()] {
+            together.arrive_and_wait();
+            held->removeConfigStore("Store" + std::to_string(round - 1));
+        });
+        adding.join();
+        removing.join();
+        EXPECT_EQ(get(L"PrimaryConfigStores"), L"Store" + std::to_wstring(round) + L":240;");
+        dispatcher->runAll();
+    }
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <memory>
+#include <string>
+
+namespace support {
+
+/// A signal of the login manager's, or one that resembles it.
+struct LogindSignal {
+    std::string member;
+    bool begins = true;
+    std::string path = "/org/freedesktop/login1";
+    std::string interface = "org.freedesktop.login1.Manager";
+    std::string signature = "b";   ///< "b", "bb", "s" (the text "true"), "i" (1) or empty
+    std::string destination = {};  ///< empty: everybody
+};
+
+/// Somebody else on a bus, who may be the login manager or pretend to be. One thread at a time. Each operation returns
+/// when the bus has done it, and throws std::runtime_error if it does not.
+class BusClient {
+public:
+    explicit BusClient(const std::string& address);
+
+    static constexpr const char* LOGIND = "org.freedesktop.login1";
+
+    void own(const std::string& name);
+    void release(const std::string& name);
+
+    /// What it sends is queued for everybody whom it reaches when this returns.
+    void emit(const LogindSignal& signal);
+
+    /// The unique name of the one other client of the bus; empty if there is none.
+    std::string theOtherOne();
+
+    /// Returns when there is no other client on the bus any more.
+    void waitUntilAlone();
+
+private:
+    void roundTrip();
+
+    std::unique_ptr<sd_bus, sd_bus* (*)(sd_bus*)> bus_;
+};
+
+}  // namespace support
