@@ -151,43 +151,63 @@ TEST_F(StoreJoin, OfAPresenceStoreOnTheDispatcherThreadWaitsUntilATransferElsewh
     EXPECT_THAT(dispatcher->waitingNames(), Not(Contains("TftpConfigStore::fireOnConfigDownloaded")));
 }
 
-TEST_F(StoreJoin, OfTwoStoresOnTwoThreadsListsBoth) {
-    injectAndStart();
-    for (int round = 0; round < 30; ++round) {
-        const std::string number = std::to_string(round);
+namespace {
+
+/// Two threads that change the list of stores at once, in several rounds.
+class TwoThreadsAtTheList : public StoreJoin {
+protected:
+    static constexpr int ROUNDS = 10;
+
+    TwoThreadsAtTheList() {
+        injectAndStart();
+        // A long list, so that its rewriting takes long enough for the two to meet there.
+        std::wstring list;
+        for (int number = 0; number < 1000; ++number) {
+            list += L"Filler" + std::to_wstring(number) + L":1;";
+        }
+        adapter()->setConfig(L"PrimaryConfigStores", list);
+    }
+
+    void atOnce(const std::function<void(ConfigAdapter&)>& one, const std::function<void(ConfigAdapter&)>& other) {
         std::latch together(2);
-        const auto add = [&](const std::string& name) {
-            return std::thread([&together, name, held = adapter()] {
-                together.arrive_and_wait();
-                held->addConfigStore(server(name));
-            });
+        const auto run = [&together, held = adapter()](const auto& action) {
+            together.arrive_and_wait();
+            action(*held);
         };
-        std::thread first = add("First" + number);
-        std::thread second = add("Second" + number);
+        std::thread first([&] { run(one); });
+        std::thread second([&] { run(other); });
         first.join();
         second.join();
-        EXPECT_THAT(get(L"PrimaryConfigStores"), HasSubstr(L"First" + std::to_wstring(round) + L":240;"));
-        EXPECT_THAT(get(L"PrimaryConfigStores"), HasSubstr(L"Second" + std::to_wstring(round) + L":240;"));
         dispatcher->runAll();
+    }
+
+    bool lists(const std::string& name) const {
+        return ConfigAdapter::getCachedConfigStorePrioityMap(get(L"PrimaryConfigStores"))
+                   .count(QuillCoreUtils::toWideString(name)) != 0;
+    }
+};
+
+}  // namespace
+
+TEST_F(TwoThreadsAtTheList, ThatAddAStoreEachHaveBothListed) {
+    for (int round = 0; round < ROUNDS; ++round) {
+        const std::string one = "One" + std::to_string(round);
+        const std::string other = "Other" + std::to_string(round);
+        atOnce([&](ConfigAdapter& held) { held.addConfigStore(server(one)); },
+               [&](ConfigAdapter& held) { held.addConfigStore(server(other)); });
+        EXPECT_TRUE(lists(one)) << one;
+        EXPECT_TRUE(lists(other)) << other;
     }
 }
 
-TEST_F(StoreJoin, OfOneStoreAndTheRemovalOfAnotherOnTwoThreadsBothCount) {
-    injectAndStart();
+TEST_F(TwoThreadsAtTheList, ThatAddOneStoreAndRemoveAnotherHaveBothDone) {
     adapter()->addConfigStore(server("Store0"));
-    for (int round = 1; round <= 30; ++round) {
-        std::latch together(2);
-        std::thread adding([&, held = adapter()] {
-            together.arrive_and_wait();
-            held->addConfigStore(server("Store" + std::to_string(round)));
-        });
-        std::thread removing([&, held = adapter()] {
-            together.arrive_and_wait();
-            held->removeConfigStore("Store" + std::to_string(round - 1));
-        });
-        adding.join();
-        removing.join();
-        EXPECT_EQ(get(L"PrimaryConfigStores"), L"Store" + std::to_wstring(round) + L":240;");
-        dispatcher->runAll();
+    for (int round = 1; round <= ROUNDS; ++round) {
+        const std::string added = "Store" + std::to_string(round);
+        const std::string removed = "Store" + std::to_string(round - 1);
+        atOnce([&](ConfigAdapter& held) { held.addConfigStore(server(added)); },
+               [&](ConfigAdapter& held) { held.removeConfigStore(removed); });
+        EXPECT_TRUE(lists(added)) << added;
+        EXPECT_FALSE(lists(removed)) << removed;
     }
 }

@@ -100,6 +100,8 @@ FeatureSetLock ConfigAdapter::lockFeatureSet() {
 }
 
 void ConfigAdapter::runExclusively(const std::string& name, Operation operation) {
+    // While this thread waits for its turn it may run what others wait for, and that may drop the last reference.
+    const std::shared_ptr<ConfigAdapter> self = weak_from_this().lock();
     const FeatureSetLock lock = lockFeatureSet();
     if (isMyTurn(lock)) {
         const Turn turn(isOperating_);
