@@ -89,7 +89,8 @@ TEST_F(FileOverHttp, IsNotThereIfTheOnlyServerRefusesTheConnection) {
 }
 
 TEST_F(FileOverHttp, PassesOverANameThatDoesNotResolve) {
-    const std::string name = std::string(64, 'a') + ".example";  // no label may be that long: nobody needs to be asked
+    const std::string name =
+        std::string(64, 'a').append(".example");  // no label may be that long: nobody needs to be asked
     Client client({.servers = {name, healthy_.address()}, .version = "10"});
     client.start();
     expectPassedOver(client, name, NameNotResolved, healthy_.address());
