@@ -7,7 +7,9 @@
 
 using callcontrol::CallControlServer;
 using callcontrol::CertificateAuthority;
+using testing::Contains;
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::StartsWith;
 
 namespace {
@@ -38,9 +40,11 @@ protected:
     const std::string address = CallControlServer::freeLoopbackAddress();
     const fakes::TemporaryDirectory directory;
     const fakes::TemporaryDirectory serverDirectory;
+    std::vector<std::string> requests;  ///< complete once the server has stopped
     CallControlServer server{{.address = address,
                               .file = serverDirectory.path("corvid-config.xml"),
-                              .credentials = authority.issue({.names = {address}})}};
+                              .credentials = authority.issue({.names = {address}})},
+                             [this](const callcontrol::ServedRequest& request) { requests.push_back(request.path); }};
 };
 
 void expectUsage(const support::Ended& ended) {
@@ -108,6 +112,16 @@ TEST_F(BareHost, TrustsNoServerOfAnUnknownAuthority) {
     const support::Ended ended = run(IMPATIENT);
     EXPECT_THAT(ended.error, StartsWith("bare-host: no value came from a server"));
     EXPECT_EQ(ended.status, 1);
+    server.stop();
+    // One that it trusts is asked for its version before the host begins to wait.
+    EXPECT_THAT(requests, IsEmpty());
+}
+
+TEST_F(BareHost, AsksAServerThatItTrustsForItsVersion) {
+    server.start();
+    run(IMPATIENT);
+    server.stop();
+    EXPECT_THAT(requests, Contains("/hubm-uds/version"));
 }
 
 TEST_F(BareHost, SaysWhyTheModuleCannotBeLoaded) {

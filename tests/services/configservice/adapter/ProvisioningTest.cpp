@@ -1,3 +1,6 @@
+#include <latch>
+#include <thread>
+
 #include "DataResetFixture.h"
 
 using testing::ElementsAre;
@@ -71,10 +74,30 @@ TEST_F(Provisioning, ComesBackAtTheNextStart) {
     inject();
     ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
     tasks->runAll();
-    start();
+    factory->clear();
+    inject();
     EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
     EXPECT_EQ(storeOf(L"ServicesDomain"), L"UrlProvisioningConfigStore");
     EXPECT_FALSE(adapter()->setUrlProvisioningData(LINK));
+}
+
+TEST_F(Provisioning, IsNotUndoneByARefreshOnAnotherThread) {
+    injectAndStart();
+    for (int round = 0; round < 50; ++round) {
+        const std::wstring domain = L"domain" + std::to_wstring(round);
+        std::latch together(2);
+        std::thread refreshing([&] {
+            together.arrive_and_wait();
+            adapter()->refreshConfigFeatureSet();
+        });
+        together.arrive_and_wait();
+        const bool taken = adapter()->setUrlProvisioningData(L"x?ServicesDomain=" + domain);
+        refreshing.join();
+        EXPECT_TRUE(taken);
+        EXPECT_EQ(get(L"ServicesDomain"), domain);
+        adapter()->resetAllowUriProvisioningData();
+        dispatcher->runAll();
+    }
 }
 
 TEST_F(Provisioning, RefusesInSilence) {

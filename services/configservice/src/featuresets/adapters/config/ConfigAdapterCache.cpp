@@ -74,9 +74,13 @@ void ConfigAdapter::InitialiseCachedConfigStores() {
     if (presence != entries.end()) {
         initialiseCachedPresenceStore(presence->first, presence->second);
     }
-    configStoreManager_->addStore(
-        std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
-                                           CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath()));
+    // In one step: a link that is taken meanwhile writes its file before it adds its store, and must not have the store
+    // replaced by what was in the file before.
+    configStoreManager_->atomically([this] {
+        configStoreManager_->addStore(
+            std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
+                                               CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath()));
+    });
 }
 
 void ConfigAdapter::initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority) {
