@@ -62,7 +62,8 @@ std::string joined(const std::vector<std::string>& words) {
 
 void printError(Output& output, const std::string& line) {
     output.out.flush();  // what was printed before stands before it on a terminal
-    output.error << "corvidctl: " << escaped(line) << std::endl;
+    // In one piece: the log writes to the same place from another thread.
+    output.error << "corvidctl: " + escaped(line) + "\n" << std::flush;
 }
 
 void printValues(Output& output, const std::vector<ValueView>& views) {

@@ -48,8 +48,10 @@ void ProgressLine::show(const std::string& text) {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now - textBegan_).count();
     const std::string line = escaped(text_) + " " + std::to_string(seconds) + " s";
     // One column stays free: in the last one a terminal may go on to the next line.
-    out_ << TO_THE_LINES_BEGINNING << shortened(line, terminal_.columns() - 1) << TO_THE_LINES_END_CLEARED
-         << TO_THE_LINES_BEGINNING << std::flush;
+    // In one piece: the log writes to the same terminal.
+    out_ << TO_THE_LINES_BEGINNING + shortened(line, terminal_.columns() - 1) + TO_THE_LINES_END_CLEARED +
+                TO_THE_LINES_BEGINNING
+         << std::flush;
     visible_ = true;
 }
 
@@ -66,7 +68,7 @@ void ProgressLine::aside(const std::function<void()>& function) {
 
 void ProgressLine::wipe() {
     if (std::exchange(visible_, false)) {
-        out_ << TO_THE_LINES_BEGINNING << TO_THE_LINES_END_CLEARED << std::flush;
+        out_ << TO_THE_LINES_BEGINNING + std::string(TO_THE_LINES_END_CLEARED) << std::flush;
     }
 }
 

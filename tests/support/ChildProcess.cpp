@@ -88,11 +88,20 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, const Option
     posix_spawn_file_actions_adddup2(&actions, out.write, STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, error.write, STDERR_FILENO);
 
+    // An earlier test may have blocked signals for its own process; they are to reach this one.
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setsigmask(&attributes, &none);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+
     std::vector<std::string> arguments = command;
     std::vector<std::string> environment = mergedEnvironment(options.environment);
-    const int failed = posix_spawn(&process_, command.front().c_str(), &actions, nullptr, pointers(arguments).data(),
-                                   pointers(environment).data());
+    const int failed = posix_spawn(&process_, command.front().c_str(), &actions, &attributes,
+                                   pointers(arguments).data(), pointers(environment).data());
     posix_spawn_file_actions_destroy(&actions);
+    posix_spawnattr_destroy(&attributes);
     close(out.write);
     close(error.write);
     out_ = out.read;

@@ -5,6 +5,8 @@
 #include <csignal>
 #include <thread>
 
+#include "support/ChildProcess.h"
+
 using namespace corvidctl;
 using namespace std::chrono_literals;
 
@@ -51,6 +53,13 @@ TEST(Interruption, KeepsANudgeForTheNextWait) {
     interruption.nudge();
     interruption.nudge();
     EXPECT_FALSE(interruption.waitForNews(LONG));
+}
+
+TEST(Interruption, BlocksNoSignalOfAProgramThatATestStarts) {
+    const Interruption interruption;
+    support::ChildProcess program({"/usr/bin/tail", "-f", "/dev/null"});
+    program.signal(SIGTERM);
+    EXPECT_EQ(program.wait().status, 128 + SIGTERM);
 }
 
 TEST_F(Interrupted, StaysInterruptedForGood) {

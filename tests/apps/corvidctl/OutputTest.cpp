@@ -14,6 +14,23 @@ using namespace corvidctl;
 
 namespace {
 
+/// Notes each piece that is written to it.
+class Pieces : public std::streambuf {
+public:
+    std::vector<std::string> written;
+
+protected:
+    std::streamsize xsputn(const char* text, std::streamsize size) override {
+        written.emplace_back(text, static_cast<std::size_t>(size));
+        return size;
+    }
+
+    int_type overflow(int_type character) override {
+        written.emplace_back(1, traits_type::to_char_type(character));
+        return character;
+    }
+};
+
 ChangeView change() {
     ChangeView view;
     view.value.key = "Key";
@@ -90,6 +107,15 @@ TEST(Output, PrintsAnErrorAfterWhatWasPrintedBefore) {
     }
     close(file);
     EXPECT_EQ(directory.read("both"), "first\ncorvidctl: second\n");
+}
+
+TEST(Output, PrintsAnErrorInOnePieceThatNoLineOfTheLogCanBreakUp) {
+    std::ostringstream out;
+    Pieces pieces;
+    std::ostream error(&pieces);
+    Output output{out, error, false, false};
+    printError(output, "a line");
+    EXPECT_EQ(pieces.written, std::vector<std::string>{"corvidctl: a line\n"});
 }
 
 TEST(Json, GivesAChangeOnOneLine) {
