@@ -1,11 +1,8 @@
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 
 #include "DataResetFixture.h"
-#include "impl/quill/FileDescriptor.h"
 #include "quill/FileUtils.h"
 #include "support/OrdinaryUser.h"
 
@@ -54,19 +51,6 @@ TEST_F(DataResetFiles, OfTheInstallationStayWhateverTheirCaseAndTheirFolder) {
     for (const std::string& name : names) {
         EXPECT_THAT(fileLines(), Contains(kept(name)).Times(3));
     }
-}
-
-TEST_F(DataResetFiles, AreNotTakenFromUnderOneWhoIsWritingThem) {
-    put("Cache/cachedUrlProvisioningConfigStore.xml");
-    put("user.xml");
-    inject();
-    bool mayWrite = true;
-    log->atNext("file with name: [user.xml] deleted", [&] {
-        const QuillCoreUtils::FileDescriptor cache(open(inConfig("Cache").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        mayWrite = flock(cache.get(), LOCK_EX | LOCK_NB) == 0;
-    });
-    reset();
-    EXPECT_FALSE(mayWrite);
 }
 
 TEST_F(DataResetFiles, OfTheUserGoWhateverTheirExtension) {

@@ -1,12 +1,10 @@
 #include "ConfigAdapter.h"
 #include "DataReset.h"
-#include "chain/CacheFiles.h"
 #include "quill/FileUtils.h"
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
 #include "remote/TftpConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
-#include "xml/SiblingLock.h"
 
 using QuillCoreUtils::FileUtils;
 
@@ -85,8 +83,6 @@ void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
     const auto log = [](const std::string& text) {
         TesselLog(logger(), 4, __FILE__, __LINE__, "removeFilesFromDirectory", text);
     };
-    // A link that is taken meanwhile may be writing its file, which stays: the temporary sibling must stay as well.
-    const SiblingLock untilTheFilesAreWritten(CacheFiles::directory());
     std::vector<std::string> files;
     FileUtils::getFilesFromDirectory(directory, "", files);
     for (const std::string& file : files) {
