@@ -9,11 +9,12 @@
 #include <string>
 #include <string_view>
 
-#include "CommandLine.h"
-#include "DescriptorStream.h"
-#include "InvocationChecks.h"
-#include "Output.h"
+#include "cli/CommandLine.h"
+#include "cli/InvocationChecks.h"
 #include "commands/Commands.h"
+#include "output/DescriptorStream.h"
+#include "output/Output.h"
+#include "output/Terminal.h"
 
 namespace {
 
@@ -77,7 +78,7 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
 
     DescriptorStream out(STDOUT_FILENO);
-    Output output{out, std::cerr, false, isatty(STDOUT_FILENO) == 1, &out};
+    Output output{out, std::cerr, false, isatty(STDOUT_FILENO) == 1, &out, terminalColumns(STDOUT_FILENO)};
     const int status = runTool(readCommandLine(argc, argv), output);
     const int failure = out.finish();
     // A reader that has had enough is no failure, and neither is an interruption while it took nothing.

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Invocation.h"
-#include "Output.h"
+#include "cli/Invocation.h"
+#include "output/Output.h"
 
 /// The commands, each in a source of its own. All of them take a checked invocation and give the exit status.
 namespace corvidctl {

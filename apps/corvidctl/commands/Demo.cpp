@@ -1,11 +1,11 @@
-#include "DataDirectory.h"
-#include "InterruptibleOutput.h"
-#include "Interruption.h"
-#include "Json.h"
-#include "ProgressLine.h"
+#include "cli/DataDirectory.h"
 #include "commands/Commands.h"
 #include "demo/Demonstration.h"
 #include "demo/DemonstrationText.h"
+#include "output/Answers.h"
+#include "output/InterruptibleOutput.h"
+#include "output/ProgressLine.h"
+#include "session/Interruption.h"
 
 #include <unistd.h>
 
@@ -35,8 +35,8 @@ int runDemo(const Invocation& invocation, Output& output) {
     const InterruptibleOutput interruptibly(output, interruption);
     ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
     const DemonstrationView view = demonstrate(invocation, profileToShow(invocation), interruption, progress);
-    if (invocation.json) {
-        output.out << json::demonstration(view) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::demonstration(view, invocation.format);
     } else {
         printDemonstration(view, output);
     }

@@ -1,8 +1,8 @@
-#include "Json.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
+#include "session/Session.h"
 
 #include <algorithm>
 #include <ostream>
@@ -29,7 +29,7 @@ void printLayers(const ExplanationView& view, Output& output) {
                       layer.key,
                       layer.holdsKey ? Table::Cell(value, style) : Table::Cell("-", Style::Faint)});
     }
-    table.print(output.out, output.colours);
+    table.print(output.out, output.colours, output.columns);
 }
 
 void printNames(const ExplanationView& view, Output& output) {
@@ -94,8 +94,8 @@ int runExplain(const Invocation& invocation, Output& output) {
     });
     session.finish();
 
-    if (invocation.json) {
-        output.out << json::explanation(view) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::explanation(view, invocation.format);
     } else {
         printNames(view, output);
         printLayers(view, output);

@@ -1,14 +1,14 @@
 #include "ConfigStoreConstants.h"
-#include "FetchReport.h"
-#include "InterruptibleOutput.h"
-#include "Interruption.h"
-#include "Json.h"
-#include "KeptCopy.h"
-#include "ProgressLine.h"
-#include "RemoteSource.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
+#include "fetching/FetchReport.h"
+#include "fetching/KeptCopy.h"
+#include "fetching/RemoteSource.h"
+#include "output/Answers.h"
+#include "output/InterruptibleOutput.h"
+#include "output/ProgressLine.h"
+#include "output/Text.h"
+#include "session/Interruption.h"
+#include "session/Session.h"
 
 #include <unistd.h>
 
@@ -34,7 +34,7 @@ void printFailure(const FetchView& view, Output& output) {
         table.addRow({attempt.server, attempt.url, {attempt.result, Style::Warning}});
     }
     if (!view.attempts.empty()) {
-        table.print(output.out, output.colours);
+        table.print(output.out, output.colours, output.columns);
     }
     if (!view.advice.empty()) {
         output.out << view.advice << '\n';
@@ -96,10 +96,10 @@ int runFetch(const Invocation& invocation, Output& output) {
         printError(output, notOnDisk(invocation));
     }
 
-    if (!invocation.json) {
+    if (!isForMachines(invocation.format)) {
         printForPeople(view, delivered, !ended, output);
     } else {
-        output.out << json::fetch(view) << '\n';
+        output.out << answers::fetch(view, invocation.format);
         if (!ended) {
             printError(output, view.reason);
         }

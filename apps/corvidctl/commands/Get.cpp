@@ -1,8 +1,8 @@
-#include "Json.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
+#include "session/Session.h"
 
 #include <ostream>
 
@@ -30,8 +30,8 @@ int runGet(const Invocation& invocation, Output& output) {
     });
     session.finish();
 
-    if (invocation.json) {
-        output.out << json::value(view) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::value(view, invocation.format);
     } else if (view.isDefined) {
         printPlain(invocation, view, output);
     } else {

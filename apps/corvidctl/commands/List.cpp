@@ -1,11 +1,11 @@
 #include "ConfigService.h"
 #include "ConfigValue.h"
-#include "Json.h"
-#include "KeySelection.h"
-#include "Session.h"
 #include "chain/ConfigMap.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
 #include "quill/StringUtils.h"
+#include "reading/KeySelection.h"
+#include "session/Session.h"
 
 #include <ostream>
 
@@ -34,8 +34,8 @@ std::vector<ValueView> collect(const Invocation& invocation, Session::Inside& in
             continue;
         }
         ValueView view = inside.reader.describe(key);
-        const bool wanted = !invocation.storeGiven ||
-                            QuillCoreUtils::caseInsensitiveStringEquals(invocation.store, view.valueStoreName);
+        const bool wanted =
+            !invocation.store || QuillCoreUtils::caseInsensitiveStringEquals(*invocation.store, view.valueStoreName);
         if (wanted && (view.isDefined || invocation.all)) {
             views.push_back(std::move(view));
         }
@@ -51,8 +51,8 @@ int runList(const Invocation& invocation, Output& output) {
     session.work([&](Session::Inside& inside) { views = collect(invocation, inside); });
     session.finish();
 
-    if (invocation.json) {
-        output.out << json::values(views) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::values(views, invocation.format);
     } else if (views.empty()) {
         output.out << "No key matches.\n";
     } else {

@@ -1,13 +1,13 @@
-#include "Provisioning.h"
+#include "provisioning/Provisioning.h"
 
 #include <ostream>
 
 #include "ConfigStoreConstants.h"
-#include "Json.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
+#include "session/Session.h"
 
 namespace corvidctl {
 
@@ -19,7 +19,7 @@ std::string latchSaid(const ValueView& latch) {
 }
 
 void printReopened(const Invocation& invocation, const ProvisioningView& view, Output& output) {
-    std::ostream& remarks = invocation.json ? output.error : output.out;
+    std::ostream& remarks = isForMachines(invocation.format) ? output.error : output.out;
     if (!view.wasClosed) {
         remarks << "The latch was not closed.\n";
     } else if (!view.latchRefused && (!view.isClosed || view.accepted)) {
@@ -85,7 +85,7 @@ void printLink(const Invocation& invocation, const ProvisioningView& view, Outpu
                                    "; on disk U+FFFD stands for them");
         }
     }
-    if (invocation.json) {
+    if (isForMachines(invocation.format)) {
         printDropped(view, output.error);
     } else {
         printAccepted(view, output.out);
@@ -120,8 +120,8 @@ int runProvision(const Invocation& invocation, Output& output) {
     });
     const bool localFileOnDisk = session.finish();
 
-    if (invocation.json) {
-        output.out << json::provisioning(view) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::provisioning(view, invocation.format);
     }
     if (invocation.reopen) {
         printReopened(invocation, view, output);

@@ -1,9 +1,9 @@
 #include "ConfigServiceImpl.h"
-#include "Json.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
+#include "session/Session.h"
 
 #include <ostream>
 
@@ -18,7 +18,7 @@ int runReport(const Invocation& invocation, Output& output) {
     });
     session.finish();
 
-    output.out << (invocation.json ? json::report(text) + '\n' : escaped(text, true));
+    output.out << (isForMachines(invocation.format) ? answers::report(text, invocation.format) : escaped(text, true));
     return Status::Done;
 }
 

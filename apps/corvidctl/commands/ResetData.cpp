@@ -3,13 +3,13 @@
 #include <ostream>
 
 #include "DataReset.h"
-#include "FileListing.h"
-#include "Json.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
 #include "impl/system/SystemServiceImpl.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/FileUtils.h"
+#include "session/FileListing.h"
+#include "session/Session.h"
 
 namespace corvidctl {
 
@@ -62,8 +62,8 @@ int runResetData(const Invocation& invocation, Output& output) {
     const FileListing after = listFiles(directory);
 
     const DataResetView view = compare(before, after);
-    if (invocation.json) {
-        output.out << json::dataReset(view) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::dataReset(view, invocation.format);
     } else {
         printOutcome(view, output);
     }

@@ -5,14 +5,14 @@
 #include <ostream>
 #include <stdexcept>
 
-#include "InterruptibleOutput.h"
-#include "Interruption.h"
-#include "Json.h"
-#include "Listeners.h"
-#include "Text.h"
 #include "callcontrol/CallControlServer.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "output/InterruptibleOutput.h"
+#include "output/Text.h"
 #include "quill/FileUtils.h"
+#include "session/Interruption.h"
+#include "session/Listeners.h"
 
 namespace corvidctl {
 
@@ -40,9 +40,9 @@ void printRequest(const ServedRequest& request, Output& output) {
 
 /// After the server listens: whoever waits for the file finds the server ready.
 void writeAuthority(const callcontrol::CertificateAuthority& authority, const Invocation& invocation) {
-    if (invocation.writeCaGiven &&
-        !QuillCoreUtils::FileUtils::writeFileAtomically(invocation.writeCa, authority.certificate())) {
-        throw std::runtime_error("the certificate cannot be written: " + invocation.writeCa);
+    if (invocation.writeCa &&
+        !QuillCoreUtils::FileUtils::writeFileAtomically(*invocation.writeCa, authority.certificate())) {
+        throw std::runtime_error("the certificate cannot be written: " + *invocation.writeCa);
     }
 }
 
@@ -58,11 +58,12 @@ int runServe(const Invocation& invocation, Output& output) {
     options.serverVersion = invocation.serverVersion;
     options.credentials = authority.issue({{reachableAddress(options.address), "localhost"}});
 
+    output.out << answers::requestHeadings(invocation.format) << std::flush;
     std::mutex printing;
     CallControlServer server(options, [&](const ServedRequest& request) {
         const std::lock_guard lock(printing);
-        if (invocation.json) {
-            output.out << json::request(request) << '\n';
+        if (isForMachines(invocation.format)) {
+            output.out << answers::request(request, invocation.format);
         } else {
             printRequest(request, output);
         }
@@ -75,7 +76,7 @@ int runServe(const Invocation& invocation, Output& output) {
         const std::lock_guard lock(printing);  // a first client may be quicker than the first lines
         server.start();
         writeAuthority(authority, invocation);
-        if (!invocation.json) {
+        if (!isForMachines(invocation.format)) {
             printListeners(options, output.out);
             output.out.flush();
         }

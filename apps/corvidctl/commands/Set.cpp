@@ -1,9 +1,9 @@
 #include "ConfigFeatureSet.h"
-#include "Json.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
+#include "session/Session.h"
 #include "xml/XmlCharacters.h"
 
 #include <algorithm>
@@ -69,8 +69,8 @@ int runSet(const Invocation& invocation, Output& output) {
     session.work([&](Session::Inside& inside) { outcome = store(invocation, inside); });
     const bool onDisk = session.finish();
 
-    if (invocation.json) {
-        output.out << json::value(outcome.after) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::value(outcome.after, invocation.format);
     }
     if (!outcome.stored) {
         printError(output, "no writable store took " + outcome.after.key);
@@ -81,7 +81,7 @@ int runSet(const Invocation& invocation, Output& output) {
         return Status::AnswerIsNo;
     }
     warnOfReplacedCharacters(invocation, outcome, output);
-    if (!invocation.json) {
+    if (!isForMachines(invocation.format)) {
         printOutcome(invocation, outcome, output);
     }
     return Status::Done;

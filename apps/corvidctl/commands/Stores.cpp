@@ -1,6 +1,6 @@
-#include "Json.h"
-#include "Session.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "session/Session.h"
 
 #include <ostream>
 
@@ -12,8 +12,8 @@ int runStores(const Invocation& invocation, Output& output) {
     session.work([&views](Session::Inside& inside) { views = inside.reader.stores(); });
     session.finish();
 
-    if (invocation.json) {
-        output.out << json::stores(views) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::stores(views, invocation.format);
         return Status::Done;
     }
     Table table({{"PRIORITY", 0, true}, {"STORE", 0}, {"ACCESS", 0}, {"SCOPE", 0}, {"KEYS", 0, true}});
@@ -24,7 +24,7 @@ int runStores(const Invocation& invocation, Output& output) {
                       view.isLocal ? "local" : "profile",
                       std::to_string(view.keys)});
     }
-    table.print(output.out, output.colours);
+    table.print(output.out, output.colours, output.columns);
     return Status::Done;
 }
 

@@ -1,9 +1,9 @@
 #include "ConfigFeatureSet.h"
-#include "Json.h"
-#include "Session.h"
-#include "Text.h"
 #include "commands/Commands.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
+#include "session/Session.h"
 
 #include <ostream>
 
@@ -48,14 +48,14 @@ int runUnset(const Invocation& invocation, Output& output) {
     session.work([&](Session::Inside& inside) { outcome = erase(invocation, inside); });
     const bool onDisk = session.finish();
 
-    if (invocation.json) {
-        output.out << json::value(outcome.after) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::value(outcome.after, invocation.format);
     }
     if (!onDisk) {
         printError(output, outcome.after.key + " could not be removed from " + invocation.host.configDirectory);
         return Status::AnswerIsNo;
     }
-    if (!invocation.json) {
+    if (!isForMachines(invocation.format)) {
         printOutcome(outcome, output);
     }
     return Status::Done;

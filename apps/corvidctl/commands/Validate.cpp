@@ -1,12 +1,12 @@
 #include <ostream>
 
 #include "ConfigStoreConstants.h"
-#include "Json.h"
-#include "Text.h"
 #include "chain/ConfigMap.h"
 #include "commands/Commands.h"
 #include "host/FipsSwitch.h"
 #include "host/XmlDiagnostics.h"
+#include "output/Answers.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
 #include "system/World.h"
 #include "xml/DocumentInspector.h"
@@ -81,7 +81,7 @@ void printEntries(const ValidationView& view, Output& output) {
                       entry.value.empty() ? Table::Cell("(empty)", Style::Faint) : Table::Cell(entry.value),
                       {markup + between + (entry.isSensitive ? "sensitive" : ""), Style::Faint}});
     }
-    table.print(output.out, output.colours);
+    table.print(output.out, output.colours, output.columns);
 }
 
 void print(const ValidationView& view, Output& output) {
@@ -117,8 +117,8 @@ int runValidate(const Invocation& invocation, Output& output) {
         allValid = allValid && views.back().valid;
     }
 
-    if (invocation.json) {
-        output.out << json::validations(views) << '\n';
+    if (isForMachines(invocation.format)) {
+        output.out << answers::validations(views, invocation.format);
     } else {
         for (const ValidationView& view : views) {
             print(view, output);

@@ -1,14 +1,14 @@
 #include "ConfigStoreConstants.h"
-#include "FetchReport.h"
-#include "InterruptibleOutput.h"
-#include "Interruption.h"
-#include "Json.h"
-#include "KeptCopy.h"
-#include "ProgressLine.h"
-#include "RemoteSource.h"
-#include "Session.h"
-#include "WatchScope.h"
 #include "commands/Commands.h"
+#include "fetching/FetchReport.h"
+#include "fetching/KeptCopy.h"
+#include "fetching/RemoteSource.h"
+#include "output/Answers.h"
+#include "output/InterruptibleOutput.h"
+#include "output/ProgressLine.h"
+#include "session/Interruption.h"
+#include "session/Session.h"
+#include "session/WatchScope.h"
 
 #include <unistd.h>
 
@@ -34,8 +34,8 @@ int runWatch(const Invocation& invocation, Output& output) {
     ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
     const auto tell = [&](const ChangeView& change) {
         progress.aside([&] {
-            if (invocation.json) {
-                output.out << json::change(change) << '\n';
+            if (isForMachines(invocation.format)) {
+                output.out << answers::change(change, invocation.format);
             } else {
                 printChange(output, change);
             }
@@ -48,6 +48,7 @@ int runWatch(const Invocation& invocation, Output& output) {
     // Changes may be told at the same time.
     const auto complain = [&](const std::string& line) { progress.aside([&] { printError(output, line); }); };
 
+    output.out << answers::changeHeadings(invocation.format) << std::flush;
     Session session(invocation);
     const ValueView version = storedVersion(session);
     WatchScope watch(session, invocation.arguments, tell);

@@ -9,14 +9,14 @@
 #include "ConfigService.h"
 #include "ConfigStoreConstants.h"
 #include "ConfigValue.h"
-#include "ProfileCopy.h"
-#include "RemoteSource.h"
-#include "Session.h"
-#include "WatchScope.h"
 #include "demo/DetourStore.h"
 #include "demo/SampleServer.h"
 #include "demo/TextFile.h"
+#include "fetching/RemoteSource.h"
 #include "quill/StringUtils.h"
+#include "session/ProfileCopy.h"
+#include "session/Session.h"
+#include "session/WatchScope.h"
 
 namespace corvidctl {
 

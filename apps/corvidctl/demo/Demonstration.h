@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "FetchReport.h"
-#include "Invocation.h"
-#include "ProgressLine.h"
-#include "Views.h"
+#include "cli/Invocation.h"
+#include "fetching/FetchReport.h"
+#include "output/ProgressLine.h"
+#include "reading/Views.h"
 
 namespace corvidctl {
 

@@ -4,10 +4,10 @@
 #include <ostream>
 
 #include "ConfigStoreConstants.h"
-#include "Text.h"
 #include "chain/CacheFiles.h"
 #include "demo/DetourStore.h"
 #include "demo/SampleServer.h"
+#include "output/Text.h"
 #include "quill/StringUtils.h"
 
 namespace corvidctl {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Output.h"
 #include "demo/Demonstration.h"
+#include "output/Output.h"
 
 namespace corvidctl {
 

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "DataDirectory.h"
+#include "cli/DataDirectory.h"
 #include "demo/TextFile.h"
 
 namespace corvidctl {

@@ -7,8 +7,8 @@
 #include <csignal>
 #include <sstream>
 
-#include "Interruption.h"
 #include "demo/Demonstration.h"
+#include "session/Interruption.h"
 
 using nlohmann::json;
 using testing::ElementsAre;

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "FileListing.h"
+#include "session/FileListing.h"
 
 using corvidctl::FileListing;
 using corvidctl::listFiles;

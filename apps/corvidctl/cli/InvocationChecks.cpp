@@ -1,0 +1,304 @@
+#include "cli/InvocationChecks.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string_view>
+#include <utility>
+
+#include "ConfigStoreConstants.h"
+#include "cli/DataDirectory.h"
+#include "output/Terminal.h"
+
+namespace corvidctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* BOOTSTRAP_FILE_NAME = "bootstrap.properties";
+
+using Fips = host::ReferenceHostOptions::Fips;
+
+std::string environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+bool isReadableFile(const std::string& path) {
+    std::error_code error;
+    return fs::exists(path, error) && !fs::is_directory(path, error) && access(path.c_str(), R_OK) == 0;
+}
+
+bool isReadableDirectory(const std::string& path) {
+    std::error_code error;
+    return fs::is_directory(path, error) && access(path.c_str(), R_OK | X_OK) == 0;
+}
+
+/// Tries it, since much may be in the way; leaves nothing behind.
+bool isWritablePlace(const std::string& path) {
+    const int existing = open(path.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC);
+    if (existing >= 0) {
+        close(existing);
+        return true;
+    }
+    if (errno != ENOENT) {
+        return false;
+    }
+    const int created = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (created < 0) {
+        return false;
+    }
+    close(created);
+    unlink(path.c_str());
+    return true;
+}
+
+/// Absolute, and without a separator at the end, as the world wants directories. Nothing else is changed: "link/.."
+/// is the parent of what the link leads to.
+std::string directoryPath(const std::string& path) {
+    std::error_code error;
+    std::string absolute = fs::absolute(path, error).string();
+    while (absolute.size() > 1 && absolute.back() == '/') {
+        absolute.pop_back();
+    }
+    return absolute;
+}
+
+std::string defaultConfigDirectory() {
+    const std::string xdg = environment("XDG_CONFIG_HOME");
+    if (!xdg.empty() && xdg.front() == '/') {  // a relative one is to be ignored
+        return xdg + "/corvid";
+    }
+    const std::string home = environment("HOME");
+    return home.empty() ? std::string() : home + "/.config/corvid";
+}
+
+/// Whether the command works on the user's configuration.
+bool usesConfigDirectory(const Invocation& invocation) {
+    const std::string& command = invocation.command;
+    const bool showsSample = command == "demo" && invocation.configDirectory.empty();
+    return command != "validate" && command != "serve" && !showsSample;
+}
+
+std::string checkConfigDirectory(Invocation& invocation) {
+    if (!usesConfigDirectory(invocation)) {
+        return {};
+    }
+    std::string path = invocation.configDirectory;
+    if (path.empty()) {
+        path = defaultConfigDirectory();
+        if (path.empty()) {
+            return "--config-dir is missing, expected a directory, since neither XDG_CONFIG_HOME nor HOME names one";
+        }
+    }
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (status.type() != fs::file_type::not_found && !isReadableDirectory(path)) {
+        return "--config-dir '" + path + "': expected a directory that can be read, or one that does not exist yet";
+    }
+    invocation.host.configDirectory = directoryPath(path);
+    return {};
+}
+
+std::string checkInstallDirectory(Invocation& invocation) {
+    if (invocation.installDirectory.empty()) {
+        invocation.host.installationDirectory = dataDirectory();
+        return {};
+    }
+    if (!isReadableDirectory(invocation.installDirectory)) {
+        return "--install-dir '" + invocation.installDirectory + "': expected a directory that can be read";
+    }
+    invocation.host.installationDirectory = directoryPath(invocation.installDirectory);
+    return {};
+}
+
+std::string checkBootstrapFile(Invocation& invocation) {
+    if (invocation.bootstrapFile.empty()) {
+        invocation.host.bootstrapFilePath = invocation.host.installationDirectory + "/" + BOOTSTRAP_FILE_NAME;
+        return {};
+    }
+    if (!isReadableFile(invocation.bootstrapFile)) {
+        return "--bootstrap '" + invocation.bootstrapFile + "': expected a file that can be read";
+    }
+    invocation.host.bootstrapFilePath = fs::absolute(invocation.bootstrapFile).string();
+    return {};
+}
+
+std::string checkCaFile(Invocation& invocation) {
+    if (!invocation.caFile.empty() && !isReadableFile(invocation.caFile)) {
+        return "--ca-file '" + invocation.caFile + "': expected a file that can be read";
+    }
+    invocation.host.caFile = invocation.caFile;
+    return {};
+}
+
+std::string checkFips(Invocation& invocation) {
+    if (invocation.fips == "auto") {
+        invocation.host.fips = Fips::Auto;
+    } else if (invocation.fips == "on") {
+        invocation.host.fips = Fips::On;
+    } else if (invocation.fips == "off") {
+        invocation.host.fips = Fips::Off;
+    } else {
+        return "--fips '" + invocation.fips + "': expected auto, on or off";
+    }
+    return {};
+}
+
+std::string checkLog(Invocation& invocation) {
+    const std::string& level = invocation.logLevel;
+    if (level.size() != 1 || level.front() < '2' || level.front() > '5') {
+        return "--log-level '" + level + "': expected a number from 2 to 5";
+    }
+    invocation.host.logLevel = level.front() - '0';
+    if (!invocation.logFile.empty() && !isWritablePlace(invocation.logFile)) {
+        return "--log-file '" + invocation.logFile + "': expected a file that can be written";
+    }
+    invocation.host.logFile = invocation.logFile;
+    return {};
+}
+
+std::string checkFormat(Invocation& invocation) {
+    constexpr auto formats = std::to_array<std::pair<std::string_view, Format>>({
+        {"table", Format::Table},
+        {"json", Format::Json},
+        {"jsonl", Format::JsonLines},
+        {"tsv", Format::Tsv},
+    });
+    const std::string name = invocation.output.value_or(invocation.json ? "json" : "table");
+    const auto* const found =
+        std::find_if(formats.begin(), formats.end(), [&name](const auto& format) { return format.first == name; });
+    if (found == formats.end()) {
+        return "--output '" + name + "': expected table, json, jsonl or tsv";
+    }
+    if (invocation.json && found->second != Format::Json) {
+        return "--output '" + name + "': expected json, since --json is given too";
+    }
+    invocation.format = found->second;
+    return {};
+}
+
+/// What is wrong with a file that the module reads in a directory; empty if nothing is, or if there is no such file.
+std::string checkFileIn(const char* option, const std::string& directory, const std::string& name) {
+    std::error_code error;
+    const std::string path = directory + "/" + name;
+    const bool isThere = fs::symlink_status(path, error).type() != fs::file_type::not_found;
+    if (!isThere || isReadableFile(path) || !fs::exists(path, error)) {
+        return {};
+    }
+    return std::string(option) + " '" + directory + "': expected its " + name + " to be a file that can be read";
+}
+
+/// The module would pass over a file that it cannot read, and a command would tell, or store, half of the truth.
+std::string checkFilesOfTheModule(Invocation& invocation) {
+    using namespace ConfigStoreConstants;
+    if (invocation.command == "validate" || invocation.command == "serve") {
+        return {};
+    }
+    if (invocation.command == "reset-data") {
+        return {};  // it may well be what gets rid of such a file
+    }
+    if (usesConfigDirectory(invocation)) {
+        for (const std::string& name : {LOCAL_FILE_CONFIG_STORE_FILE_NAME, TFTP_OVERRIDE_FILE_NAME}) {
+            if (std::string problem = checkFileIn("--config-dir", invocation.host.configDirectory, name);
+                !problem.empty()) {
+                return problem;
+            }
+        }
+    }
+    const std::string& installation = invocation.host.installationDirectory;
+    std::string problem = checkFileIn("--install-dir", installation, DEFAULT_CONFIG_STORE_FILE_NAME);
+    if (problem.empty() && invocation.bootstrapFile.empty()) {
+        problem = checkFileIn("--install-dir", installation, BOOTSTRAP_FILE_NAME);
+    }
+    return problem;
+}
+
+bool isVersion(const std::string& text) {
+    return text.find_first_not_of("0123456789.") == std::string::npos && !text.empty() && text.front() != '.';
+}
+
+/// The certificate replaces what is there in one step, which takes more than a file that can be written.
+bool isReplaceable(const std::string& path) {
+    std::error_code error;
+    const fs::path folder = fs::path(path).parent_path();
+    const bool isOther = fs::exists(path, error) && !fs::is_regular_file(path, error);
+    return !isOther && isWritablePlace(path) && access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
+}
+
+std::string checkServe(const Invocation& invocation) {
+    std::error_code error;
+    const std::string& file = invocation.arguments.front();
+    if (!isReadableFile(file) || !fs::is_regular_file(file, error)) {
+        return "serve: FILE '" + file + "': expected a file that can be read";
+    }
+    in_addr address{};
+    if (inet_pton(AF_INET, invocation.address.c_str(), &address) != 1) {
+        return "--address '" + invocation.address + "': expected an IPv4 address";
+    }
+    if (!isVersion(invocation.serverVersion)) {
+        return "--server-version '" + invocation.serverVersion + "': expected digits and full stops, as in 12.5";
+    }
+    const std::optional<std::string>& ca = invocation.writeCa;
+    if (ca && (!isReplaceable(*ca) || fs::equivalent(*ca, file, error))) {
+        return "--write-ca '" + *ca + "': expected a file that can be written, and another one than FILE";
+    }
+    return {};
+}
+
+std::string checkArguments(const Invocation& invocation) {
+    const std::string& command = invocation.command;
+    const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
+    if (takesKey && invocation.arguments.front().empty()) {
+        return command + ": KEY is empty, expected the name of a key";
+    }
+    if (command == "provision" && !invocation.arguments.empty() && invocation.arguments.front().empty()) {
+        return "provision: LINK is empty, expected a provisioning link";
+    }
+    if (command == "reset-data" && !invocation.yes) {
+        return "reset-data: --yes is missing, expected: corvidctl reset-data --yes";
+    }
+    if (invocation.store && invocation.store->empty()) {
+        return "--store is empty, expected the name of a store";
+    }
+    if (command == "serve") {
+        return checkServe(invocation);
+    }
+    if (command == "validate") {
+        for (const std::string& file : invocation.arguments) {
+            if (!isReadableFile(file)) {
+                return "validate: FILE '" + file + "': expected a file that can be read";
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string checkInvocation(Invocation& invocation) {
+    const bool plain = !environment("NO_COLOR").empty();
+    invocation.colours = !plain && understandsEscapes(STDOUT_FILENO);
+    invocation.host.colours = invocation.colours && understandsEscapes(STDERR_FILENO);
+
+    // The other commands are over before it matters.
+    invocation.host.powerEvents = invocation.command == "watch";
+
+    for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
+                             checkLog, checkFormat, checkFilesOfTheModule}) {
+        if (std::string problem = check(invocation); !problem.empty()) {
+            return problem;
+        }
+    }
+    return checkArguments(invocation);
+}
+
+}  // namespace corvidctl

@@ -1,0 +1,44 @@
+#include "fetching/KeptCopy.h"
+
+#include "ConfigFeatureSet.h"
+#include "chain/CacheFiles.h"
+#include "chain/ConfigMap.h"
+#include "chain/ConfigStoreManager.h"
+#include "session/Session.h"
+#include "stores/CacheConfigStore.h"
+
+namespace corvidctl {
+
+namespace {
+
+ConfigMap valuesWithoutSecrets(ConfigStore& store, ConfigFeatureSet& featureSet) {
+    ConfigMap values;
+    for (const std::wstring& key : store.getKeys()) {
+        std::wstring value;
+        if (!featureSet.isKeySensitive(key) && store.getValue(key, value)) {
+            values[key] = value;
+        }
+    }
+    return values;
+}
+
+}  // namespace
+
+std::string copyThatIsNotKept(Session& session) {
+    std::string path;
+    session.work([&path](Session::Inside& inside) {
+        for (const std::shared_ptr<ConfigStore>& store : inside.chain.getStores()) {
+            if (!store->shouldCacheConfigStore()) {
+                continue;
+            }
+            const std::string name = CacheFiles::nameFor(store->getName());
+            CacheConfigStore copy(name, store->getPriority(), CacheFiles::path(name));
+            if (valuesWithoutSecrets(copy, inside.featureSet) != valuesWithoutSecrets(*store, inside.featureSet)) {
+                path = CacheFiles::path(name);
+            }
+        }
+    });
+    return path;
+}
+
+}  // namespace corvidctl

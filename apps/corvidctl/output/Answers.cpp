@@ -1,0 +1,148 @@
+#include "output/Answers.h"
+
+#include <nlohmann/json.hpp>
+
+#include "callcontrol/CallControlServer.h"
+#include "output/MachineText.h"
+
+namespace corvidctl::answers {
+
+namespace {
+
+Json toJson(const ValueView& view) {
+    return {{"key", view.key},
+            {"value", view.value},
+            {"originalValue", view.originalValue},
+            {"isOverridden", view.isOverridden},
+            {"isDefined", view.isDefined},
+            {"valueStoreName", view.valueStoreName},
+            {"originalValueStoreName", view.originalValueStoreName},
+            {"isSensitive", view.isSensitive}};
+}
+
+Json toJson(const LayerView& view) {
+    return {{"store", view.store},
+            {"priority", view.priority},
+            {"isReadOnly", view.isReadOnly},
+            {"isLocal", view.isLocal},
+            {"key", view.key},
+            {"value", view.holdsKey ? Json(view.value) : Json(nullptr)},
+            {"wins", view.wins}};
+}
+
+Json toJson(const ChangeView& view) {
+    Json json = toJson(view.value);
+    json["changed"] = view.changed;
+    return json;
+}
+
+Json toJson(const FetchView& view) {
+    return {{"server", view.server}, {"url", view.url}, {"version", view.version},
+            {"keys", view.keys},     {"ok", view.ok},   {"reason", view.reason}};
+}
+
+Json toJson(const ValidationView& view) {
+    Json keys = Json::array();
+    for (const ValidationView::Entry& entry : view.entries) {
+        keys.push_back(entry.key);
+    }
+    return {{"file", view.file},
+            {"valid", view.valid},
+            {"keys", keys},
+            {"warnings", view.warnings},
+            {"errors", view.errors}};
+}
+
+Json toJson(const StoreView& view) {
+    return {{"name", view.name},
+            {"priority", view.priority},
+            {"isReadOnly", view.isReadOnly},
+            {"isLocal", view.isLocal},
+            {"keys", view.keys}};
+}
+
+Json toJson(const callcontrol::ServedRequest& request) {
+    return {{"port", request.port}, {"client", request.client}, {"method", request.method},
+            {"path", request.path}, {"status", request.status}, {"bytes", request.bytes}};
+}
+
+template <class View>
+Json arrayOf(const std::vector<View>& views) {
+    Json array = Json::array();
+    for (const View& view : views) {
+        array.push_back(toJson(view));
+    }
+    return array;
+}
+
+}  // namespace
+
+std::string value(const ValueView& view, Format format) { return printed(toJson(view), format); }
+
+std::string values(const std::vector<ValueView>& views, Format format) {
+    return printedList(arrayOf(views), toJson(ValueView()), format);
+}
+
+std::string explanation(const ExplanationView& view, Format format) {
+    if (format == Format::Tsv) {
+        return printedList(arrayOf(view.layers), toJson(LayerView()), format);
+    }
+    return printed({{"key", view.asked},
+                    {"lookedUp", view.lookedUp},
+                    {"value", view.value.value},
+                    {"isDefined", view.value.isDefined},
+                    {"valueStoreName", view.value.valueStoreName},
+                    {"originalValue", view.value.originalValue},
+                    {"originalValueStoreName", view.value.originalValueStoreName},
+                    {"isOverridden", view.value.isOverridden},
+                    {"layers", arrayOf(view.layers)}},
+                   format);
+}
+
+std::string stores(const std::vector<StoreView>& views, Format format) {
+    return printedList(arrayOf(views), toJson(StoreView()), format);
+}
+
+std::string changeHeadings(Format format) { return streamHeadings(toJson(ChangeView()), format); }
+
+std::string change(const ChangeView& view, Format format) { return streamed(toJson(view), format); }
+
+std::string requestHeadings(Format format) { return streamHeadings(toJson(callcontrol::ServedRequest()), format); }
+
+std::string request(const callcontrol::ServedRequest& request, Format format) {
+    return streamed(toJson(request), format);
+}
+
+std::string fetch(const FetchView& view, Format format) { return printed(toJson(view), format); }
+
+std::string provisioning(const ProvisioningView& view, Format format) {
+    Json json = {{"accepted", view.accepted}, {"keys", Json::array()}};
+    for (const ProvisionedKey& key : view.keys) {
+        json["keys"].push_back(key.key);
+    }
+    return printed(json, format);
+}
+
+std::string dataReset(const DataResetView& view, Format format) {
+    return printed({{"removed", view.removed}, {"kept", view.kept}}, format);
+}
+
+std::string report(const std::string& text, Format format) { return printed({{"report", text}}, format); }
+
+std::string validations(const std::vector<ValidationView>& views, Format format) {
+    return views.size() == 1 && format == Format::Json ? printed(toJson(views.front()), format)
+                                                       : printedList(arrayOf(views), toJson(ValidationView()), format);
+}
+
+std::string demonstration(const DemonstrationView& view, Format format) {
+    Json json = {{"fetches", Json::array({toJson(view.fetch), toJson(view.secondFetch)})},
+                 {"values", arrayOf(view.values)},
+                 {"serverChanges", Json::array()},
+                 {"changes", arrayOf(view.userChanges)}};
+    for (const TransitionView& transition : view.serverChanges) {
+        json["serverChanges"].push_back(toJson(transition.after));
+    }
+    return printed(json, format);
+}
+
+}  // namespace corvidctl::answers

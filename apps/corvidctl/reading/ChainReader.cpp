@@ -1,0 +1,175 @@
+#include "reading/ChainReader.h"
+
+#include <algorithm>
+
+#include "ConfigStoreConstants.h"
+#include "ConfigValue.h"
+#include "chain/ConfigKeyAliasesMapper.h"
+#include "chain/ConfigStoreManager.h"
+#include "chain/KeyResolver.h"
+#include "quill/StringUtils.h"
+#include "tessel/FipsUtils.h"
+
+namespace corvidctl {
+
+namespace {
+
+using QuillCoreUtils::caseInsensitiveStringEquals;
+using QuillCoreUtils::toString;
+
+constexpr const wchar_t* FIPS_KEY = L"telephony_p2p_enabled";
+
+bool isFipsRule(const std::wstring& key) {
+    return caseInsensitiveStringEquals(key, FIPS_KEY) && tessel::common::FipsUtils::isFipsEnabled();
+}
+
+}  // namespace
+
+ChainReader::ChainReader(ConfigStoreManager& chain, bool reveal) : chain_(chain), reveal_(reveal) {
+    ConfigKeyAliasesMapper::GetConfigKeyAliases(currentNames_, oldNames_);
+}
+
+std::wstring ChainReader::currentName(const std::wstring& key) const {
+    if (const auto renamed = currentNames_.find(key); renamed != currentNames_.end()) {
+        return renamed->second;
+    }
+    const auto known = oldNames_.find(key);
+    return known == oldNames_.end() ? key : known->first;
+}
+
+std::vector<std::wstring> ChainReader::namesInOrder(const std::wstring& key) const {
+    std::vector<std::wstring> names = {currentName(key)};
+    if (const auto old = oldNames_.find(names.front()); old != oldNames_.end()) {
+        names.push_back(old->second);
+    }
+    return names;
+}
+
+bool ChainReader::isSensitive(const std::wstring& key) const {
+    const std::vector<std::wstring> names = namesInOrder(key);
+    return std::any_of(names.begin(), names.end(),
+                       [this](const std::wstring& name) { return chain_.isKeySensitive(name); });
+}
+
+std::string ChainReader::shown(const std::wstring& text, bool sensitive) const {
+    return toString(sensitive && !reveal_ ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : text);
+}
+
+ValueView ChainReader::describe(const std::wstring& key) const {
+    const std::wstring current = currentName(key);
+    const StoreList stores = chain_.getStores();
+    const KeyResolver::Resolution resolution = KeyResolver(stores, currentNames_, oldNames_).resolve(current);
+    const KeyResolver::ChangeReport& report = resolution.report.value();  // a current name always has one
+
+    ValueView view;
+    view.key = toString(current);
+    view.isDefined = report.isDefined;
+    view.isOverridden = report.isOverridden;
+    view.isSensitive = isSensitive(current);
+    // For a key that no store holds only the FIPS rule may answer; a store may leave anything in a miss.
+    const bool hasValue = report.isDefined || isFipsRule(current);
+    const bool hasOriginal = !report.originalValueStoreName.empty();
+    view.value = hasValue ? shown(report.value, view.isSensitive) : std::string();
+    view.originalValue = hasOriginal ? shown(report.originalValue, view.isSensitive) : std::string();
+    view.valueStoreName = report.isDefined ? toString(report.valueStoreName) : std::string();
+    view.originalValueStoreName = toString(report.originalValueStoreName);
+    if (report.isDefined && resolution.lookup.usedOtherKeyName()) {
+        view.foundUnder = toString(resolution.lookup.otherName);
+    }
+    view.shadowsUser = !view.isOverridden && !writableHolders(current).empty();
+    return view;
+}
+
+ValueView ChainReader::describe(const ConfigValue& object) const {
+    ValueView view;
+    view.key = toString(currentName(object.getKey()));
+    view.isDefined = object.getisDefined();
+    view.isOverridden = object.getisOverridden();
+    view.isSensitive = isSensitive(object.getKey());
+    view.valueStoreName = toString(object.getValueStoreName());
+    view.originalValueStoreName = toString(object.getOriginalValueStoreName());
+    // An empty text is no secret, and tells that a value has gone.
+    const std::wstring value = object.getValue();
+    const std::wstring original = object.getOriginalValue();
+    view.value = value.empty() && view.valueStoreName.empty() ? std::string() : shown(value, view.isSensitive);
+    view.originalValue =
+        original.empty() && view.originalValueStoreName.empty() ? std::string() : shown(original, view.isSensitive);
+    return view;
+}
+
+ExplanationView ChainReader::explain(const std::wstring& key) const {
+    ExplanationView view;
+    view.asked = toString(key);
+    view.value = describe(key);
+    view.fipsRuleSpoke = isFipsRule(currentName(key));
+
+    const std::vector<std::shared_ptr<ConfigStore>> stores = chain_.getStores();
+    bool hit = false;
+    for (const std::wstring& name : namesInOrder(key)) {
+        if (hit) {
+            break;
+        }
+        view.lookedUp.push_back(toString(name));
+        for (const std::shared_ptr<ConfigStore>& store : stores) {
+            LayerView layer;
+            layer.store = store->getName();
+            layer.priority = store->getPriority();
+            layer.isReadOnly = store->isReadOnly();
+            layer.isLocal = store->isLocal();
+            layer.key = view.lookedUp.back();
+            std::wstring value;
+            layer.holdsKey = store->getValue(name, value);
+            layer.value = layer.holdsKey ? shown(value, view.value.isSensitive) : std::string();
+            layer.wins = layer.holdsKey && !hit;
+            hit = hit || layer.holdsKey;
+            view.layers.push_back(std::move(layer));
+        }
+    }
+    return view;
+}
+
+std::vector<StoreView> ChainReader::stores() const {
+    std::vector<StoreView> views;
+    for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
+        views.push_back(
+            {store->getName(), store->getPriority(), store->isReadOnly(), store->isLocal(), store->getKeys().size()});
+    }
+    return views;
+}
+
+std::vector<std::wstring> ChainReader::definedKeys() const {
+    SensitiveKeySet keys;  // the same order as a ConfigMap's, and one spelling for each key
+    for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
+        for (const std::wstring& key : store->getKeys()) {
+            keys.insert(currentName(key));
+        }
+    }
+    return {keys.begin(), keys.end()};
+}
+
+std::vector<std::string> ChainReader::userStores() const {
+    std::vector<std::string> names;
+    for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
+        if (!store->isReadOnly() && !ConfigStoreManager::isInMemoryConfigStore(store->getName())) {
+            names.push_back(store->getName());
+        }
+    }
+    return names;
+}
+
+std::vector<std::string> ChainReader::writableHolders(const std::wstring& key) const {
+    std::vector<std::string> holders;
+    const std::vector<std::wstring> names = namesInOrder(key);
+    for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
+        std::wstring value;
+        const bool holds = std::any_of(names.begin(), names.end(), [&store, &value](const std::wstring& name) {
+            return store->getValue(name, value);
+        });
+        if (!store->isReadOnly() && holds) {
+            holders.push_back(store->getName());
+        }
+    }
+    return holders;
+}
+
+}  // namespace corvidctl
