@@ -37,6 +37,9 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"validate", runValidate},
     {"serve", runServe},
     {"demo", runDemo},
+    {"manual", runManual},
+    {"completions", runCompletions},
+    {"complete", runComplete},
 });
 
 int runCommand(const Invocation& invocation, Output& output) {
@@ -79,7 +82,7 @@ int main(int argc, char** argv) {
 
     DescriptorStream out(STDOUT_FILENO);
     Output output{out, std::cerr, false, isatty(STDOUT_FILENO) == 1, &out, terminalColumns(STDOUT_FILENO)};
-    const int status = runTool(readCommandLine(argc, argv), output);
+    const int status = runTool(readCommandLine(argc, argv, output.columns), output);
     const int failure = out.finish();
     // A reader that has had enough is no failure, and neither is an interruption while it took nothing.
     if (failure != 0 && failure != EPIPE && failure != ECANCELED) {

@@ -9,7 +9,9 @@
 #include <variant>
 
 #include "cli/Definitions.h"
+#include "cli/Help.h"
 #include "cli/WordSorter.h"
+#include "reading/Similar.h"
 
 namespace corvidctl {
 
@@ -21,30 +23,39 @@ std::string oneLine(std::string text) {
     return text;
 }
 
-std::string namesOfCommands() {
-    std::string names;
+std::vector<std::string> commandNames() {
+    std::vector<std::string> names;
     for (const CommandDefinition& shape : commandDefinitions()) {
-        names += (names.empty() ? "" : ", ") + std::string(shape.name);
+        if (!shape.isHidden) {
+            names.emplace_back(shape.name);
+        }
     }
     return names;
 }
 
-/// The help, with each command's arguments as they are called in its messages.
-class HelpFormatter : public CLI::Formatter {
-public:
-    std::string make_usage(const CLI::App* app, std::string) const override {
-        const std::string usage = app->get_parent() == nullptr ? "COMMAND [arguments]" : usageWords(app->get_name());
-        return "Usage: corvidctl [global options] " + usage + "\n";
+std::string namesOfCommands() {
+    std::string names;
+    for (const std::string& name : commandNames()) {
+        names += (names.empty() ? "" : ", ") + name;
     }
+    return names;
+}
 
-    std::string make_positionals(const CLI::App*) const override { return {}; }
-
-private:
-    static std::string usageWords(const std::string& command) {
-        const std::string usage = usageOf(commandDefinition(command));
-        return usage.substr(usage.find(' ') + 1);
+/// The long names of the options that stand before any command, or with one.
+std::vector<std::string> optionNames(const CommandDefinition* command) {
+    std::vector<std::string> names;
+    const auto add = [&names](const std::vector<OptionDefinition>& options) {
+        for (const OptionDefinition& option : options) {
+            names.push_back(namesOf(option).back());
+        }
+    };
+    if (command != nullptr) {
+        add(command->options);
     }
-};
+    add(globalOptions());
+    add(answeringOptions());
+    return names;
+}
 
 /// What the parser does with an option, by where its value goes.
 struct Adder {
@@ -112,6 +123,30 @@ std::string mismatch(const CommandDefinition& shape, const std::vector<std::stri
     return {};
 }
 
+/// "bash, zsh or fish".
+std::string alternatives(const std::vector<const char*>& choices) {
+    std::string text;
+    for (std::size_t i = 0; i < choices.size(); ++i) {
+        const char* const between = i == 0 ? "" : i + 1 == choices.size() ? " or " : ", ";
+        text += between + std::string(choices[i]);
+    }
+    return text;
+}
+
+/// An argument that is none of the words that a command takes; empty if there is none.
+std::string unknownChoice(const CommandDefinition& shape, const std::vector<std::string>& arguments) {
+    if (shape.choices.empty()) {
+        return {};
+    }
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        if (std::find(shape.choices.begin(), shape.choices.end(), arguments[i]) == shape.choices.end()) {
+            return std::string(shape.name) + ": " + nameOfArgument(shape, i) + " '" + arguments[i] + "': expected " +
+                   alternatives(shape.choices);
+        }
+    }
+    return {};
+}
+
 /// An option that was given an empty text, most likely an unset variable of a script; empty if there is none.
 std::string emptyOption(const CLI::App& app) {
     for (const char* const name : {"--config-dir", "--install-dir", "--bootstrap", "--ca-file", "--log-file"}) {
@@ -122,17 +157,22 @@ std::string emptyOption(const CLI::App& app) {
     return {};
 }
 
-/// What to say about a word that no option and no command took.
-CommandLine unknownWord(const std::string& word) {
+/// What to say about a word that no option and no command took. @param command nullptr if there is none.
+CommandLine unknownWord(const std::string& word, const CommandDefinition* command) {
     const bool isOption = word.size() > 1 && word.front() == '-';
-    return wrongUse(isOption ? "unknown option '" + word + "', expected one that --help lists"
-                             : "unknown command '" + word + "', expected one of: " + namesOfCommands());
+    const std::string what = std::string("unknown ") + (isOption ? "option" : "command") + " '" + word + "'";
+    const std::string name = word.substr(0, word.find('='));
+    if (const auto meant = closest(name, isOption ? optionNames(command) : commandNames())) {
+        return wrongUse(what + ", did you mean '" + *meant + "'?");
+    }
+    return wrongUse(what + (isOption ? ", expected one that --help lists" : ", expected one of: " + namesOfCommands()));
 }
 
 CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const std::vector<CLI::App*> commands = app.get_subcommands();
     if (const std::vector<std::string> words = app.remaining(true); !words.empty()) {
-        return unknownWord(words.front());
+        return unknownWord(words.front(),
+                           commands.empty() ? nullptr : &commandDefinition(commands.front()->get_name()));
     }
     if (commands.empty()) {
         return wrongUse("COMMAND is missing, expected one of: " + namesOfCommands());
@@ -145,8 +185,11 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     invocation.command = command.get_name();
     CommandDefinition shape = commandDefinition(invocation.command);
     shape.least = invocation.reopen ? 0 : shape.least;
-    if (const std::string problem = mismatch(shape, invocation.arguments); !problem.empty()) {
-        return wrongUse(problem);
+    for (const std::string& problem :
+         {mismatch(shape, invocation.arguments), unknownChoice(shape, invocation.arguments)}) {
+        if (!problem.empty()) {
+            return wrongUse(problem);
+        }
     }
 
     CommandLine result;
@@ -156,17 +199,15 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
 
 }  // namespace
 
-CommandLine readCommandLine(int argc, const char* const* argv) {
+CommandLine readCommandLine(int argc, const char* const* argv, std::size_t columns) {
     Invocation invocation;
-    CLI::App app("Looks into, tries out and drives the configuration service.", "corvidctl");
-    app.formatter(std::make_shared<HelpFormatter>());
+    CLI::App app("", "corvidctl");
     app.set_version_flag("--version", "corvidctl " CORVID_VERSION);
     app.require_subcommand(0, 1);
     addOptions(app, globalOptions(), invocation);
     for (const CommandDefinition& shape : commandDefinitions()) {
         CLI::App* const command = app.add_subcommand(shape.name, shape.summary);
-        command->group("Commands")->fallthrough();
-        command->footer("corvidctl --help lists the global options.");
+        command->fallthrough();
         addOptions(*command, shape.options, invocation);
     }
     app.allow_extras();
@@ -180,7 +221,8 @@ CommandLine readCommandLine(int argc, const char* const* argv) {
         app.parse(std::move(words.parsed));
     } catch (const CLI::CallForHelp&) {
         const std::vector<CLI::App*> commands = app.get_subcommands();
-        return printed(commands.empty() ? app.help() : commands.front()->help());
+        return printed(commands.empty() ? helpOfTheTool(columns)
+                                        : helpOf(commandDefinition(commands.front()->get_name()), columns));
     } catch (const CLI::CallForVersion& version) {
         return printed(std::string(version.what()) + "\n");
     } catch (const CLI::ParseError& error) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -16,6 +17,7 @@ struct CommandLine {
 };
 
 /// Reads the command line. Looks at nothing but the words: what they name is checkInvocation()'s business.
-CommandLine readCommandLine(int argc, const char* const* argv);
+/// @param columns of the terminal that the help is for; 0: unknown.
+CommandLine readCommandLine(int argc, const char* const* argv, std::size_t columns = 0);
 
 }  // namespace corvidctl

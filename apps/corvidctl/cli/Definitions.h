@@ -53,17 +53,41 @@ struct CommandDefinition {
     const char* description;  ///< what a user should know besides, in whole sentences; paragraphs part at empty lines
     std::vector<OptionDefinition> options = {};
     std::vector<ExampleDefinition> examples = {};
+    std::vector<const char*> choices = {};  ///< of arguments of WordKind::Choice
+    bool isHidden = false;                  ///< for scripts; in no help and in no list of commands
+};
+
+/// Commands that the help shows together.
+struct CommandGroup {
+    const char* heading;
+    std::vector<const CommandDefinition*> commands;
 };
 
 inline constexpr std::size_t ANY_NUMBER = static_cast<std::size_t>(-1);
 
 const std::vector<OptionDefinition>& globalOptions();
 
-/// In the order in which the help lists them.
+/// --help and --version, which the parser answers by itself: they have no target.
+const std::vector<OptionDefinition>& answeringOptions();
+
+/// Everything that the tool can do, hidden commands included.
 const std::vector<CommandDefinition>& commandDefinitions();
+
+/// The commands that are not hidden, in the order in which the help lists them; those that no group names come last.
+std::vector<CommandGroup> commandGroups();
+
+/// Command lines that show what the tool is for.
+const std::vector<ExampleDefinition>& examplesOfTheTool();
 
 /// @param name one of commandDefinitions().
 const CommandDefinition& commandDefinition(std::string_view name);
+
+/// The single names of an option: "-o" and "--output".
+std::vector<std::string> namesOf(const OptionDefinition& option);
+
+/// How many of a command's arguments, from the first one on, are of its WordKind: a VALUE is nothing that a shell could
+/// know.
+std::size_t argumentsOfKind(const CommandDefinition& command);
 
 /// The command with its arguments, as the help and the messages show it: "corvidctl get KEY".
 std::string usageOf(const CommandDefinition& command);

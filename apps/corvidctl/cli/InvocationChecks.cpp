@@ -81,11 +81,16 @@ std::string defaultConfigDirectory() {
     return home.empty() ? std::string() : home + "/.config/corvid";
 }
 
+/// Whether the command does its work without the module and what that reads.
+bool worksAlone(const Invocation& invocation) {
+    constexpr std::array<std::string_view, 4> alone = {"validate", "serve", "manual", "completions"};
+    return std::find(alone.begin(), alone.end(), invocation.command) != alone.end();
+}
+
 /// Whether the command works on the user's configuration.
 bool usesConfigDirectory(const Invocation& invocation) {
-    const std::string& command = invocation.command;
-    const bool showsSample = command == "demo" && invocation.configDirectory.empty();
-    return command != "validate" && command != "serve" && !showsSample;
+    const bool showsSample = invocation.command == "demo" && invocation.configDirectory.empty();
+    return !worksAlone(invocation) && !showsSample;
 }
 
 std::string checkConfigDirectory(Invocation& invocation) {
@@ -200,7 +205,7 @@ std::string checkFileIn(const char* option, const std::string& directory, const 
 /// The module would pass over a file that it cannot read, and a command would tell, or store, half of the truth.
 std::string checkFilesOfTheModule(Invocation& invocation) {
     using namespace ConfigStoreConstants;
-    if (invocation.command == "validate" || invocation.command == "serve") {
+    if (worksAlone(invocation)) {
         return {};
     }
     if (invocation.command == "reset-data") {

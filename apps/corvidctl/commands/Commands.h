@@ -20,5 +20,8 @@ int runReport(const Invocation& invocation, Output& output);
 int runValidate(const Invocation& invocation, Output& output);
 int runServe(const Invocation& invocation, Output& output);
 int runDemo(const Invocation& invocation, Output& output);
+int runManual(const Invocation& invocation, Output& output);
+int runCompletions(const Invocation& invocation, Output& output);
+int runComplete(const Invocation& invocation, Output& output);
 
 }  // namespace corvidctl

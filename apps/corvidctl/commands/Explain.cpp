@@ -18,7 +18,12 @@ std::string kindOf(const LayerView& layer) {
 }
 
 void printLayers(const ExplanationView& view, Output& output) {
-    Table table({{"", 0}, {"PRIORITY", 0, true}, {"STORE", 0}, {"KIND", 0}, {"NAME", 0}, {"VALUE", VALUE_COLUMNS}});
+    Table table({{"", 0},
+                 {"PRIORITY", 0, true},
+                 {"STORE", 0, false, 23},
+                 {"KIND", 0, false, 9, 2},
+                 {"NAME", 0, false, 12, 1},
+                 {"VALUE", VALUE_COLUMNS, false, 16}});
     for (const LayerView& layer : view.layers) {
         const Style style = layer.wins ? Style::Good : Style::Plain;
         const std::string value = layer.value.empty() ? "(empty)" : layer.value;

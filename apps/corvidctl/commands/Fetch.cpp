@@ -29,7 +29,7 @@ void printDelivered(const FetchView& view, Output& output) {
 }
 
 void printFailure(const FetchView& view, Output& output) {
-    Table table({{"SERVER", 0}, {"ASKED FOR", 0}, {"RESULT", 0}});
+    Table table({{"SERVER", 0, false, 12, 1}, {"ASKED FOR", 0, false, 32}, {"RESULT", 0, false, 16}});
     for (const AttemptView& attempt : view.attempts) {
         table.addRow({attempt.server, attempt.url, {attempt.result, Style::Warning}});
     }

@@ -16,7 +16,11 @@ int runStores(const Invocation& invocation, Output& output) {
         output.out << answers::stores(views, invocation.format);
         return Status::Done;
     }
-    Table table({{"PRIORITY", 0, true}, {"STORE", 0}, {"ACCESS", 0}, {"SCOPE", 0}, {"KEYS", 0, true}});
+    Table table({{"PRIORITY", 0, true},
+                 {"STORE", 0, false, 20},
+                 {"ACCESS", 0, false, 9, 1},
+                 {"SCOPE", 0, false, 7, 2},
+                 {"KEYS", 0, true}});
     for (const StoreView& view : views) {
         table.addRow({std::to_string(view.priority),
                       {view.name, Style::Strong},

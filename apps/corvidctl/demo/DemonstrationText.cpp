@@ -59,11 +59,12 @@ private:
         out_ << "Nobody has been asked yet"
              << (hasCachedCopy() ? ": the last server's file counts, as kept in the cache" : "")
              << ".\nA key is looked for in these stores, in this order; the first that holds it wins.\n\n";
-        Table table({{"PRIORITY", 0, true}, {"STORE", 0}, {"WHO WRITES IT", 0}, {"KEYS", 0, true}});
+        Table table(
+            {{"PRIORITY", 0, true}, {"STORE", 0, false, 20}, {"WHO WRITES IT", 0, false, 16}, {"KEYS", 0, true}});
         for (const StoreView& store : view_.stores) {
             table.addRow({std::to_string(store.priority), store.name, whoWrites(store), std::to_string(store.keys)});
         }
-        table.print(out_, output_.colours);
+        table.print(out_, output_.colours, output_.columns);
     }
 
     void printWhoNamesTheServer() {
@@ -127,7 +128,11 @@ private:
             return;
         }
         out_ << '\n';
-        Table table({{"KEY", 0}, {"VALUE", 0}, {"STORE", 0}, {"ADMINISTRATOR'S VALUE", 0}, {"TOLD TO THE CLIENT", 0}});
+        Table table({{"KEY", 0, false, 32},
+                     {"VALUE", 0, false, 16},
+                     {"STORE", 0, false, 11, 2},
+                     {"ADMINISTRATOR'S VALUE", 0, false, 16},
+                     {"TOLD TO THE CLIENT", 0, false, 16, 1}});
         for (const TransitionView& transition : view_.serverChanges) {
             const ValueView& before = transition.before;
             const ValueView& after = transition.after.value;
@@ -135,7 +140,7 @@ private:
                           after.valueStoreName, change(before.originalValue, after.originalValue),
                           joined(transition.after.changed)});
         }
-        table.print(out_, output_.colours);
+        table.print(out_, output_.colours, output_.columns);
     }
 
     static Table::Cell change(const std::string& before, const std::string& after) {

@@ -68,12 +68,12 @@ void printError(Output& output, const std::string& line) {
 
 void printValues(Output& output, const std::vector<ValueView>& views) {
     Table table({{"", 0},
-                 {"KEY", 0},
-                 {"VALUE", VALUE_COLUMNS},
-                 {"STORE", 0},
-                 {"ADMINISTRATOR'S VALUE", VALUE_COLUMNS},
-                 {"ITS STORE", 0},
-                 {"REMARKS", 0}});
+                 {"KEY", 0, false, 32},
+                 {"VALUE", VALUE_COLUMNS, false, 16},
+                 {"STORE", 0, false, 20},
+                 {"ADMINISTRATOR'S VALUE", VALUE_COLUMNS, false, 16, 2},
+                 {"ITS STORE", 0, false, 20, 3},
+                 {"REMARKS", 0, false, 10, 1}});
     for (const ValueView& view : views) {
         const Style style = view.isOverridden ? Style::Warning : Style::Strong;
         table.addRow({{view.isOverridden ? "*" : "", Style::Warning},

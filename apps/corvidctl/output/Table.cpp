@@ -4,13 +4,14 @@
 #include <ostream>
 
 #include "output/Text.h"
+#include "output/Wrapping.h"
 
 namespace corvidctl {
 
 namespace {
 
-constexpr std::size_t GAP = 2;  ///< between two columns
-constexpr std::size_t NARROWEST = 8;
+constexpr std::size_t GAP = 2;        ///< between two columns
+constexpr std::size_t NARROWEST = 2;  ///< a letter and an ellipsis
 
 const char* codeOf(Style style) {
     switch (style) {
@@ -32,21 +33,23 @@ const char* codeOf(Style style) {
     return "";
 }
 
-/// Takes from the widest columns until a line fits, or none is left to take from.
-void fit(std::vector<std::size_t>& widths, std::size_t columns) {
-    const auto taken = [&widths] {
-        std::size_t sum = 0;
-        for (const std::size_t width : widths) {
-            sum += width == 0 ? 0 : width + GAP;
-        }
-        return sum;
-    };
-    while (taken() > columns + GAP) {
-        const auto widest = std::max_element(widths.begin(), widths.end());
-        if (*widest <= NARROWEST) {
-            return;
-        }
-        --*widest;
+/// Columns that a line takes.
+std::size_t taken(const std::vector<std::size_t>& widths) {
+    std::size_t sum = 0;
+    for (const std::size_t width : widths) {
+        sum += width == 0 ? 0 : width + GAP;
+    }
+    return sum - std::min(sum, GAP);
+}
+
+void printNote(std::ostream& out, const std::vector<std::string>& leftOut, bool colours, std::size_t columns) {
+    std::string names;
+    for (const std::string& name : leftOut) {
+        names += (names.empty() ? "" : ", ") + name;
+    }
+    for (const std::string& line :
+         wrapped("not shown here: " + names + "; widen the terminal or use -o tsv", columns)) {
+        out << styled(line, Style::Faint, colours) << '\n';
     }
 }
 
@@ -82,6 +85,60 @@ std::vector<std::size_t> Table::widths() const {
     return widths;
 }
 
+/// Takes from the widest columns until a line fits, or none is left to take from.
+void Table::shrink(std::vector<std::size_t>& widths, std::size_t columns, bool belowLeast) const {
+    const auto spare = [&](std::size_t i) -> std::size_t {
+        const std::size_t least = belowLeast ? NARROWEST : columns_[i].least;
+        return columns_[i].rightAligned || widths[i] <= least ? 0 : widths[i];
+    };
+    while (taken(widths) > columns) {
+        std::size_t widest = 0;
+        for (std::size_t i = 1; i < widths.size(); ++i) {
+            widest = spare(i) > spare(widest) ? i : widest;
+        }
+        if (spare(widest) == 0) {
+            return;
+        }
+        --widths[widest];
+    }
+}
+
+/// The index behind the last one if every column that is shown stays.
+std::size_t Table::nextToLeave(const std::vector<std::size_t>& widths) const {
+    std::size_t next = columns_.size();
+    unsigned highest = 0;
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        if (widths[i] != 0 && columns_[i].leaves > highest) {
+            highest = columns_[i].leaves;
+            next = i;
+        }
+    }
+    return next;
+}
+
+Table::Fit Table::fit(std::size_t columns) const {
+    const std::vector<std::size_t> whole = widths();
+    std::vector<std::size_t> staying = whole;
+    Fit result{staying, {}};
+    shrink(result.widths, columns, false);
+    while (taken(result.widths) > columns) {
+        const std::size_t next = nextToLeave(staying);
+        if (next == columns_.size()) {
+            shrink(result.widths, columns, true);
+            break;
+        }
+        staying[next] = 0;
+        result.widths = staying;
+        shrink(result.widths, columns, false);
+    }
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        if (whole[i] != 0 && staying[i] == 0) {
+            result.leftOut.push_back(columns_[i].heading);
+        }
+    }
+    return result;
+}
+
 void Table::printRow(std::ostream& out, const std::vector<Cell>& row, const std::vector<std::size_t>& widths,
                      bool colours) const {
     // Blanks are held back until something follows them, so that no line ends in blanks.
@@ -104,17 +161,17 @@ void Table::printRow(std::ostream& out, const std::vector<Cell>& row, const std:
 }
 
 void Table::print(std::ostream& out, bool colours, std::size_t columns) const {
-    std::vector<std::size_t> columnWidths = widths();
-    if (columns != 0) {
-        fit(columnWidths, columns);
-    }
+    const Fit shown = columns == 0 ? Fit{widths(), {}} : fit(columns);
     std::vector<Cell> headings;
     for (const Column& column : columns_) {
         headings.emplace_back(column.heading, Style::Heading);
     }
-    printRow(out, headings, columnWidths, colours);
+    printRow(out, headings, shown.widths, colours);
     for (const std::vector<Cell>& row : rows_) {
-        printRow(out, row, columnWidths, colours);
+        printRow(out, row, shown.widths, colours);
+    }
+    if (!shown.leftOut.empty()) {
+        printNote(out, shown.leftOut, colours, columns);
     }
 }
 
