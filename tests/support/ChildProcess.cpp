@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <utility>
 
-extern char** environ;
+#include "support/Environment.h"
 
 namespace support {
 
@@ -40,34 +40,6 @@ Ends makeTerminal() {
     fcntl(ends.read, F_SETFD, FD_CLOEXEC);
     fcntl(ends.write, F_SETFD, FD_CLOEXEC);
     return ends;
-}
-
-std::vector<std::string> mergedEnvironment(const std::map<std::string, std::string>& changes) {
-    std::map<std::string, std::string> variables;
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        const std::string text = *entry;
-        const std::size_t equals = text.find('=');
-        variables[text.substr(0, equals)] = equals == std::string::npos ? "" : text.substr(equals + 1);
-    }
-    for (const auto& [name, value] : changes) {
-        variables[name] = value;
-    }
-    std::vector<std::string> merged;
-    for (const auto& [name, value] : variables) {
-        if (!value.empty()) {
-            merged.push_back(name + "=" + value);
-        }
-    }
-    return merged;
-}
-
-std::vector<char*> pointers(std::vector<std::string>& texts) {
-    std::vector<char*> result;
-    for (std::string& text : texts) {
-        result.push_back(text.data());
-    }
-    result.push_back(nullptr);
-    return result;
 }
 
 void closeOnce(int& descriptor) {
@@ -97,9 +69,9 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, const Option
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
 
     std::vector<std::string> arguments = command;
-    std::vector<std::string> environment = mergedEnvironment(options.environment);
+    std::vector<std::string> environment = changedEnvironment(options.environment);
     const int failed = posix_spawn(&process_, command.front().c_str(), &actions, &attributes,
-                                   pointers(arguments).data(), pointers(environment).data());
+                                   pointersTo(arguments).data(), pointersTo(environment).data());
     posix_spawn_file_actions_destroy(&actions);
     posix_spawnattr_destroy(&attributes);
     close(out.write);

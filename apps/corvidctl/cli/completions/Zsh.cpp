@@ -23,9 +23,9 @@ std::string escapedFor(const std::string& text, const std::string& special) {
 std::string action(WordKind kind, const std::vector<const char*>& choices) {
     switch (kind) {
     case WordKind::Key:
-        return "_corvidctl_ask keys";
+        return "_corvidctl_keys";
     case WordKind::Store:
-        return "_corvidctl_ask stores";
+        return "_corvidctl_stores";
     case WordKind::File:
         return "_files";
     case WordKind::Directory:
@@ -49,8 +49,7 @@ std::string optionLines(const std::vector<OptionDefinition>& options, const std:
         const std::string value =
             takesValue(option) ? std::string(":") + option.valueName + ":" + action(option.kind, option.choices) : "";
         for (const std::string& name : names) {
-            const bool isLong = name.rfind("--", 0) == 0;
-            text += indent + "'" + others + name + (takesValue(option) && isLong ? "=" : "") + help + value + "'\n";
+            text += indent + "'" + others + name + help + value + "'\n";
         }
     }
     return text;
@@ -85,8 +84,9 @@ std::string argumentCases() {
 }
 
 constexpr const char* ASK =
-    R"script(# WHAT: offers the keys or the stores of the directories that the command line names.
+    R"script(# WHAT OPTION...: offers the keys or the stores of the directories that the command line names.
 _corvidctl_ask() {
+  local what=$1
   local -a found places
   local i
   for ((i = 2; i < $#typed; i++)); do
@@ -97,9 +97,12 @@ _corvidctl_ask() {
         places+=(${(Q)typed[i]}) ;;
     esac
   done
-  found=(${(f)"$(${${(Q)typed[1]}/#\~\//$HOME/} $places --log-level 2 complete $1 2>/dev/null)"})
-  compadd -M 'm:{a-zA-Z}={A-Za-z}' -a found
+  found=(${(f)"$(${${(Q)typed[1]}/#\~\//$HOME/} $places --log-level 2 complete $what 2>/dev/null)"})
+  compadd "${@:2}" -M 'm:{a-zA-Z}={A-Za-z}' -a found
 }
+
+_corvidctl_keys() { _corvidctl_ask keys "$@" }
+_corvidctl_stores() { _corvidctl_ask stores "$@" }
 
 )script";
 
