@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <sstream>
 
 namespace corvidctl {
 
@@ -37,14 +38,14 @@ void printLayers(const ExplanationView& view, Output& output) {
     table.print(output.out, output.colours, output.columns);
 }
 
-void printNames(const ExplanationView& view, Output& output) {
+void printNames(const ExplanationView& view, std::ostream& out) {
     const bool renamed = !QuillCoreUtils::caseInsensitiveStringEquals(view.asked, view.value.key);
     if (renamed) {
-        output.out << escaped(view.asked) << " is the old name of " << escaped(view.value.key) << ".\n";
+        out << escaped(view.asked) << " is the old name of " << escaped(view.value.key) << ".\n";
     }
     if (view.lookedUp.size() > 1) {
-        output.out << "No store holds " << escaped(view.lookedUp.front()) << ", so its old name "
-                   << escaped(view.lookedUp.back()) << " was looked up too.\n";
+        out << "No store holds " << escaped(view.lookedUp.front()) << ", so its old name "
+            << escaped(view.lookedUp.back()) << " was looked up too.\n";
     }
 }
 
@@ -53,39 +54,39 @@ bool userWins(const ExplanationView& view) {
                        [](const LayerView& layer) { return layer.wins && !layer.isReadOnly; });
 }
 
-void printAdministratorsPart(const ExplanationView& view, Output& output) {
+void printAdministratorsPart(const ExplanationView& view, std::ostream& out) {
     const ValueView& value = view.value;
     const bool isOriginalKnown = !value.originalValueStoreName.empty();
     const std::string original = quoted(value.originalValue) + ", from " + escaped(value.originalValueStoreName);
     if (value.isOverridden && userWins(view)) {
-        output.out << (isOriginalKnown ? "The user overrides the administrator's " + original + ".\n"
-                                       : "Only the user has set it; the administrator has not.\n");
+        out << (isOriginalKnown ? "The user overrides the administrator's " + original + ".\n"
+                                : "Only the user has set it; the administrator has not.\n");
     } else if (value.isOverridden) {
-        output.out << "It counts as overridden, although it is not the user's value that wins.\n";
+        out << "It counts as overridden, although it is not the user's value that wins.\n";
     } else if (isOriginalKnown && value.originalValueStoreName == value.valueStoreName) {
-        output.out << "That is the administrator's value.\n";
+        out << "That is the administrator's value.\n";
     }
     const bool isToldAlready =
         value.isOverridden ? userWins(view) : value.originalValueStoreName == value.valueStoreName;
     if (isOriginalKnown && !isToldAlready) {
-        output.out << "The administrator's value is " << original << ".\n";
+        out << "The administrator's value is " << original << ".\n";
     }
     if (value.shadowsUser) {
-        output.out << "The user's value waits behind it.\n";
+        out << "The user's value waits behind it.\n";
     }
 }
 
-void printVerdict(const ExplanationView& view, Output& output) {
+void printVerdict(const ExplanationView& view, std::ostream& out) {
     const ValueView& value = view.value;
     if (!value.isDefined) {
-        output.out << escaped(value.key) << " is not defined: no store holds it.\n";
+        out << escaped(value.key) << " is not defined: no store holds it.\n";
     } else {
-        output.out << escaped(value.key) << " is " << quoted(value.value) << ", from " << escaped(value.valueStoreName)
-                   << ": it has the smallest priority number of the stores that hold the key.\n";
+        out << escaped(value.key) << " is " << quoted(value.value) << ", from " << escaped(value.valueStoreName)
+            << ": it has the smallest priority number of the stores that hold the key.\n";
     }
-    printAdministratorsPart(view, output);
+    printAdministratorsPart(view, out);
     if (view.fipsRuleSpoke) {
-        output.out << "FIPS mode is on: peer-to-peer calling reads as \"false\" whatever the stores hold.\n";
+        out << "FIPS mode is on: peer-to-peer calling reads as \"false\" whatever the stores hold.\n";
     }
 }
 
@@ -102,9 +103,13 @@ int runExplain(const Invocation& invocation, Output& output) {
     if (isForMachines(invocation.format)) {
         output.out << answers::explanation(view, invocation.format);
     } else {
-        printNames(view, output);
+        std::ostringstream names;
+        printNames(view, names);
+        printSentences(output, names.str());
         printLayers(view, output);
-        printVerdict(view, output);
+        std::ostringstream verdict;
+        printVerdict(view, verdict);
+        printSentences(output, verdict.str());
     }
     return view.value.isDefined ? Status::Done : Status::AnswerIsNo;
 }

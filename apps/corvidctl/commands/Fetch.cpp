@@ -12,6 +12,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <ostream>
 
 namespace corvidctl {
@@ -37,7 +38,11 @@ void printFailure(const FetchView& view, Output& output) {
         table.print(output.out, output.colours, output.columns);
     }
     if (!view.advice.empty()) {
-        output.out << view.advice << '\n';
+        std::string advice = view.advice;
+        if (output.columns != 0) {
+            std::replace(advice.begin(), advice.end(), '\n', ' ');  // a terminal has lines of its own length
+        }
+        printSentences(output, advice + '\n');
     }
 }
 

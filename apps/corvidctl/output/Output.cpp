@@ -1,9 +1,11 @@
 #include "output/Output.h"
 
 #include <ostream>
+#include <sstream>
 
 #include "ConfigStoreConstants.h"
 #include "output/Text.h"
+#include "output/Wrapping.h"
 
 namespace corvidctl {
 
@@ -93,6 +95,17 @@ void printChange(Output& output, const ChangeView& change) {
     output.out << styled(escaped(view.key), Style::Strong, output.colours) << " = "
                << (gone ? "not defined" : quoted(view.value) + ", from " + escaped(view.valueStoreName)) << "  "
                << styled("(changed: " + joined(change.changed) + ")", Style::Faint, output.colours) << '\n';
+}
+
+void printSentences(Output& output, const std::string& sentences) {
+    if (output.columns == 0) {
+        output.out << sentences;
+        return;
+    }
+    std::istringstream lines(sentences);
+    for (std::string line; std::getline(lines, line);) {
+        output.out << indented(line, 0, output.columns);
+    }
 }
 
 std::string quoted(const std::string& text) { return "\"" + shortened(escaped(text), SENTENCE_COLUMNS) + "\""; }

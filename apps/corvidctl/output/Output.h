@@ -31,6 +31,9 @@ void printValues(Output& output, const std::vector<ValueView>& views);
 /// One change of a key, for people, on a line of its own.
 void printChange(Output& output, const ChangeView& change);
 
+/// Sentences for people, each on a line of its own. On a terminal no word is torn apart at the end of a line.
+void printSentences(Output& output, const std::string& sentences);
+
 /// A text in quotation marks, shortened and harmless, for a sentence.
 std::string quoted(const std::string& text);
 

@@ -10,7 +10,7 @@ std::vector<std::string> wrapped(std::string_view text, std::size_t columns) {
     std::vector<std::string> lines;
     std::size_t width = 0;
     std::istringstream words{std::string(text)};
-    for (std::string word; words >> word;) {
+    for (std::string word; std::getline(words, word, ' ');) {
         const std::size_t wordWidth = displayWidth(word);
         if (!lines.empty() && width + 1 + wordWidth <= columns) {
             lines.back() += " " + word;

@@ -7,8 +7,8 @@
 
 namespace corvidctl {
 
-/// A text in lines that take no more than a number of columns on a terminal, parted at blanks. A word that is longer
-/// stands on a line of its own. No line begins or ends with a blank.
+/// A text in lines that take no more than a number of columns on a terminal, parted at blanks: each line end takes the
+/// place of one, and all others stay. A word that is longer stands on a line of its own.
 std::vector<std::string> wrapped(std::string_view text, std::size_t columns);
 
 /// The same, each line behind blanks and with a line feed. @param columns of the whole line.

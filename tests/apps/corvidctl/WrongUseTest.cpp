@@ -25,7 +25,7 @@ protected:
 
 const std::string COMMANDS =
     "get, list, explain, stores, set, unset, watch, fetch, provision, reset-data, report, validate, "
-    "serve, demo";
+    "serve, demo, manual, completions";
 
 }  // namespace
 
@@ -124,6 +124,26 @@ TEST_F(WrongUseTool, NamesAnUnknownOption) {
     expectRefused({"list", "--frob"}, "unknown option '--frob', expected one that --help lists");
     expectRefused({"--frob", "list"}, "unknown option '--frob', expected one that --help lists");
     expectRefused({"set", "--original", "A", "B"}, "unknown option '--original', expected one that --help lists");
+}
+
+TEST_F(WrongUseTool, AsksWhetherACommandThatIsLikeItWasMeant) {
+    expectRefused({"lsit"}, "unknown command 'lsit', did you mean 'list'?");
+    expectRefused({"explian", "A"}, "unknown command 'explian', did you mean 'explain'?");
+    expectRefused({"completes"}, "unknown command 'completes', expected one of: " + COMMANDS);
+}
+
+TEST_F(WrongUseTool, AsksWhetherAnOptionThatIsLikeItWasMeant) {
+    expectRefused({"list", "--stroe", "x"}, "unknown option '--stroe', did you mean '--store'?");
+    expectRefused({"list", "--stroe=x"}, "unknown option '--stroe=x', did you mean '--store'?");
+    expectRefused({"--jsno", "list"}, "unknown option '--jsno', did you mean '--json'?");
+    expectRefused({"--versoin"}, "unknown option '--versoin', did you mean '--version'?");
+    expectRefused({"get", "--stroe", "x"}, "unknown option '--stroe', expected one that --help lists");
+}
+
+TEST_F(WrongUseTool, NamesTheWordsThatAnArgumentMayBe) {
+    expectRefused({"completions", "tcsh"}, "completions: SHELL 'tcsh': expected bash, zsh or fish");
+    expectRefused({"completions"}, "completions: SHELL is missing, expected: corvidctl completions SHELL");
+    expectRefused({"complete", "files"}, "complete: WHAT 'files': expected keys or stores");
 }
 
 TEST_F(WrongUseTool, RefusesALogLevelOutsideTwoToFive) {

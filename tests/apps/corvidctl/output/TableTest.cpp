@@ -6,10 +6,17 @@ using namespace corvidctl;
 
 namespace {
 
-std::string printed(const Table& table, bool colours = false) {
+std::string printed(const Table& table, bool colours = false, std::size_t columns = 0) {
     std::ostringstream out;
-    table.print(out, colours);
+    table.print(out, colours, columns);
     return out.str();
+}
+
+/// Two columns that stay, and two that leave, the last one first.
+Table fourColumns() {
+    Table table({{"KEY", 0, false, 6}, {"VALUE", 0, false, 5}, {"STORE", 0, false, 5, 1}, {"REMARKS", 0, false, 8, 2}});
+    table.addRow({"abcdef", "abcdefgh", "abcdefgh", "abcdefgh"});
+    return table;
 }
 
 }  // namespace
@@ -52,4 +59,49 @@ TEST(Table, LetsNoCellForgeARow) {
     Table table({{"A", 0}});
     table.addRow({"a\nforged"});
     EXPECT_EQ(printed(table), "A\na\\nforged\n");
+}
+
+TEST(Table, IsAsWideAsItTakesWithoutATerminal) {
+    EXPECT_EQ(printed(fourColumns()), "KEY     VALUE     STORE     REMARKS\nabcdef  abcdefgh  abcdefgh  abcdefgh\n");
+}
+
+TEST(Table, ChangesNothingWhereItJustFits) { EXPECT_EQ(printed(fourColumns(), false, 36), printed(fourColumns())); }
+
+TEST(Table, TakesFromTheWidestColumnsDownToTheLeastOfEach) {
+    EXPECT_EQ(printed(fourColumns(), false, 30),
+              "KEY     VALUE  STORE  REMARKS\nabcdef  abcd\xE2\x80\xA6  abcd\xE2\x80\xA6  abcdefgh\n");
+}
+
+TEST(Table, LeavesOutTheColumnWithTheHighestNumberAndSaysSo) {
+    EXPECT_EQ(printed(fourColumns(), false, 29), "KEY     VALUE     STORE\nabcdef  abcdefgh  abcdefgh\n"
+                                                 "not shown here: REMARKS;\nwiden the terminal or use -o\ntsv\n");
+}
+
+TEST(Table, NamesWhatIsLeftOutInTheOrderOfTheColumns) {
+    EXPECT_EQ(printed(fourColumns(), false, 16),
+              "KEY     VALUE\nabcdef  abcdefgh\n"
+              "not shown here:\nSTORE, REMARKS;\nwiden the\nterminal or use\n-o tsv\n");
+}
+
+TEST(Table, SaysNothingOfColumnsThatAreEmptyAnyway) {
+    Table table({{"KEY", 0}, {"REMARKS", 0, false, 8, 1}});
+    table.addRow({"abcdefghij", ""});
+    EXPECT_EQ(printed(table, false, 8), "KEY\nabcdefg\xE2\x80\xA6\n");
+}
+
+TEST(Table, GoesBelowTheLeastWidthsWhereNothingMayLeave) {
+    Table table({{"KEY", 0}, {"VALUE", 0}});
+    table.addRow({"abcdefghij", "abcdefghij"});
+    EXPECT_EQ(printed(table, false, 10), "KEY   VAL\xE2\x80\xA6\nabc\xE2\x80\xA6  abc\xE2\x80\xA6\n");
+}
+
+TEST(Table, NeverCutsANumber) {
+    Table table({{"PRIORITY", 0, true}, {"STORE", 0}});
+    table.addRow({"2147483647", "abcdefghij"});
+    EXPECT_EQ(printed(table, false, 16), "  PRIORITY  STO\xE2\x80\xA6\n2147483647  abc\xE2\x80\xA6\n");
+}
+
+TEST(Table, TellsFaintlyWhatIsLeftOut) {
+    EXPECT_THAT(printed(fourColumns(), true, 29),
+                testing::HasSubstr("\x1b[2mnot shown here: REMARKS;\x1b[0m\n\x1b[2mwiden the terminal"));
 }

@@ -1,0 +1,157 @@
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "fakes/TemporaryDirectory.h"
+#include "output/Text.h"
+#include "support/Terminal.h"
+
+namespace {
+
+/// One stored screen, in the files "NAME-80.txt" and "NAME-200.txt".
+struct Screen {
+    const char* name;
+    const char* words;   ///< what is typed behind "corvidctl "
+    bool waits = false;  ///< for something that may take long enough for a line of progress, which needs escapes
+};
+
+const std::vector<Screen> SCREENS = {
+    {"list", "list"},
+    {"list-some", "list '*voicemail*'"},
+    {"list-none", "list nothing*"},
+    {"explain", "explain DockedWindow"},
+    {"explain-old-name", "explain CtiServer1"},
+    {"explain-undefined", "explain Nowhere"},
+    {"stores", "stores"},
+    {"get", "get DockedWindow"},
+    {"get-undefined", "get Nowhere"},
+    {"set", "set meetings_enabled true"},
+    {"set-behind", "set telemetryenabled true"},
+    {"unset", "unset DockedWindow"},
+    {"validate", "validate profile/corvid-config-user.xml"},
+    {"validate-broken", "validate broken.xml"},
+    {"fetch-failure", "--bootstrap servers.properties fetch", true},
+    {"fetch-nobody", "fetch", true},
+    {"provision-refused", "provision 'corvid://nothing?Unknown=1'"},
+    {"reset-data", "reset-data --yes"},
+    {"help", "--help"},
+    {"list-help", "list --help"},
+    {"completions-help", "completions --help"},
+    {"unknown-command", "lsit"},
+};
+
+/// For the names of tests.
+std::ostream& operator<<(std::ostream& out, const Screen& screen) { return out << screen.name; }
+
+constexpr unsigned short NARROW = 80;
+constexpr unsigned short WIDE = 200;
+
+/// The tool on a copy of the sample profile, in a terminal.
+class Desk {
+public:
+    Desk() {
+        std::filesystem::copy(CORVID_DATA_DIRECTORY "/sample", directory_.path("profile"),
+                              std::filesystem::copy_options::recursive);
+        directory_.write("servers.properties", "TftpServer1: 127.77.77.77\nTftpServer2: 127.77.77.78\n");
+        directory_.write("broken.xml", "<config>\n  <DockedWindow>true</DockedWindow>\n  <Other>\n</config>\n");
+    }
+
+    /// @param kind of the terminal.
+    std::string show(const std::string& words, unsigned short columns, const std::string& kind) const {
+        support::Terminal::Options options{columns, directory_.path(), {{"TERM", kind}, {"NO_COLOR", ""}}};
+        support::Terminal terminal({"/bin/sh", "-c",
+                                    "exec \"$0\" --log-file log --config-dir profile --install-dir \"$1\" " + words,
+                                    CORVIDCTL_PROGRAM, CORVID_DATA_DIRECTORY},
+                                   options);
+        const int status = terminal.wait();
+        return terminal.text() + (status == 0 ? "" : "[exit status " + std::to_string(status) + "]\n");
+    }
+
+private:
+    const fakes::TemporaryDirectory directory_;
+};
+
+std::string contentsOf(const std::string& path) {
+    std::ostringstream contents;
+    contents << std::ifstream(path).rdbuf();
+    return contents.str();
+}
+
+std::size_t widestLineOf(const std::string& text) {
+    std::size_t widest = 0;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        widest = std::max(widest, corvidctl::displayWidth(line));
+    }
+    return widest;
+}
+
+std::string withoutEscapes(const std::string& text) {
+    return std::regex_replace(text, std::regex("\x1b\\[[0-9;]*[A-Za-z]"), "");
+}
+
+std::string nameOf(const Screen& screen) {
+    std::string name = screen.name;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+}
+
+class Screens : public testing::TestWithParam<std::tuple<Screen, unsigned short>> {};
+class ColouredScreens : public testing::TestWithParam<Screen> {};
+
+}  // namespace
+
+TEST_P(Screens, AreAsStored) {
+    const auto& [screen, columns] = GetParam();
+    const std::string shown =
+        std::string("$ corvidctl ") + screen.words + "\n" + Desk().show(screen.words, columns, "dumb");
+    const std::string path =
+        std::string(CORVIDCTL_SCREENS) + "/" + screen.name + "-" + std::to_string(columns) + ".txt";
+    if (std::getenv("CORVID_WRITE_SCREENS") != nullptr) {
+        std::ofstream(path) << shown;
+        FAIL() << "wrote " << path << ": look at it, and run again without CORVID_WRITE_SCREENS";
+    }
+    EXPECT_EQ(shown, contentsOf(path));
+}
+
+INSTANTIATE_TEST_SUITE_P(OfTheTool, Screens,
+                         testing::Combine(testing::ValuesIn(SCREENS), testing::Values(NARROW, WIDE)),
+                         [](const auto& row) {
+                             return nameOf(std::get<0>(row.param)) + "_" + std::to_string(std::get<1>(row.param));
+                         });
+
+TEST_P(ColouredScreens, SayTheSameWithoutTheirColours) {
+    if (GetParam().waits) {
+        return;
+    }
+    const std::string plain = Desk().show(GetParam().words, NARROW, "dumb");
+    EXPECT_EQ(withoutEscapes(Desk().show(GetParam().words, NARROW, "xterm")), plain);
+}
+
+INSTANTIATE_TEST_SUITE_P(OfTheTool, ColouredScreens, testing::ValuesIn(SCREENS),
+                         [](const auto& row) { return nameOf(row.param); });
+
+TEST(StoredScreens, AreAllOfACommandThatIsShown) {
+    std::set<std::string> expected = {"README.md"};
+    for (const Screen& screen : SCREENS) {
+        for (const unsigned short columns : {NARROW, WIDE}) {
+            expected.insert(std::string(screen.name) + "-" + std::to_string(columns) + ".txt");
+        }
+    }
+    std::set<std::string> stored;
+    for (const auto& entry : std::filesystem::directory_iterator(CORVIDCTL_SCREENS)) {
+        stored.insert(entry.path().filename());
+    }
+    EXPECT_EQ(stored, expected);
+}
+
+TEST(StoredScreens, FitTheirTerminals) {
+    for (const Screen& screen : SCREENS) {
+        const std::string narrow = contentsOf(std::string(CORVIDCTL_SCREENS) + "/" + screen.name + "-80.txt");
+        const std::string answer = narrow.substr(narrow.find('\n') + 1);
+        if (answer.rfind("corvidctl: ", 0) != 0) {  // one line, whatever its length, is promised there
+            EXPECT_LE(widestLineOf(answer), NARROW) << screen.name;
+        }
+    }
+}
