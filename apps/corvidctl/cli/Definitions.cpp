@@ -4,6 +4,14 @@
 
 namespace corvidctl {
 
+namespace {
+
+/// Of the commands that change the user's data.
+const OptionDefinition FORCE = {"--force", "", "Go on although a client is running on the configuration directory",
+                                &Invocation::force};
+
+}  // namespace
+
 const std::vector<OptionDefinition>& globalOptions() {
     static const std::vector<OptionDefinition> options = {
         {"--config-dir", "DIR", "The user's configuration directory [$XDG_CONFIG_HOME/corvid, else ~/.config/corvid]",
@@ -60,8 +68,8 @@ const std::vector<CommandDefinition>& commandDefinitions() {
           {"--store", "NAME", "Only keys that this store wins", &Invocation::store, WordKind::Store}}},
         {"explain", "KEY", 1, 1, WordKind::Key, "Show what each store holds for a key, and which one wins", ""},
         {"stores", "", 0, 0, WordKind::None, "Print the chain of stores in order", ""},
-        {"set", "KEY VALUE", 2, 2, WordKind::Key, "Store a user value", ""},
-        {"unset", "KEY", 1, 1, WordKind::Key, "Erase a key from the writable stores", ""},
+        {"set", "KEY VALUE", 2, 2, WordKind::Key, "Store a user value", "", {FORCE}},
+        {"unset", "KEY", 1, 1, WordKind::Key, "Erase a key from the writable stores", "", {FORCE}},
         {"watch", "[GLOB...]", 0, ANY_NUMBER, WordKind::Key,
          "Start the remote source and print every change, until interrupted", ""},
         {"fetch", "", 0, 0, WordKind::None, "Fetch the server's file and tell what came of it", ""},
@@ -72,7 +80,7 @@ const std::vector<CommandDefinition>& commandDefinitions() {
          WordKind::Text,
          "Apply a provisioning link",
          "",
-         {{"--reopen", "", "Reset the latch first; LINK may be left out", &Invocation::reopen}}},
+         {{"--reopen", "", "Reset the latch first; LINK may be left out", &Invocation::reopen}, FORCE}},
         {"reset-data",
          "--yes",
          0,
@@ -80,7 +88,7 @@ const std::vector<CommandDefinition>& commandDefinitions() {
          WordKind::None,
          "Forget the user's data, as the host's data reset does",
          "",
-         {{"--yes", "", "Needed, since the user's data is gone afterwards", &Invocation::yes}}},
+         {{"--yes", "", "Needed, since the user's data is gone afterwards", &Invocation::yes}, FORCE}},
         {"report", "", 0, 0, WordKind::None, "Print the master configuration report", ""},
         {"validate", "FILE...", 1, ANY_NUMBER, WordKind::File,
          "Tell what a configuration document or a local file means", ""},
