@@ -36,13 +36,19 @@ public:
     WaitRemark(Output& output, std::string directory)
         : output_(output), directory_(std::move(directory)), line_(output.error, terminal_) {}
 
-    /// To be called again and again.
+    /// To be called again and again; tells once for each length of ProgressLine::PATIENCE.
     void tell(const platform::DirectoryUser& user) {
+        const ProgressLine::Clock::time_point now = ProgressLine::Clock::now();
+        if (now - told_ < ProgressLine::PATIENCE) {
+            return;
+        }
+        told_ = now;
         const std::string text = "waiting for " + nameOf(user) + ", which is changing " + directory_;
-        line_.show(text);
-        if (!terminal_.shown && !told_ && ProgressLine::Clock::now() - began_ >= ProgressLine::PATIENCE) {
+        if (terminal_.shown) {
+            line_.show(text);
+        } else if (!isPrinted_) {
             printError(output_, text);
-            told_ = true;
+            isPrinted_ = true;
         }
     }
 
@@ -50,9 +56,9 @@ private:
     Output& output_;
     const std::string directory_;
     const ProgressLine::Terminal terminal_ = ProgressLine::terminalOf(STDERR_FILENO);
-    const ProgressLine::Clock::time_point began_ = ProgressLine::Clock::now();
-    bool told_ = false;
     ProgressLine line_;
+    ProgressLine::Clock::time_point told_ = ProgressLine::Clock::now();
+    bool isPrinted_ = false;
 };
 
 }  // namespace
