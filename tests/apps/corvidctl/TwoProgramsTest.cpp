@@ -5,7 +5,11 @@
 
 #include <csignal>
 #include <filesystem>
+#include <future>
 #include <memory>
+#include <ostream>
+#include <sstream>
+#include <utility>
 
 #include "Tool.h"
 #include "cli/Definitions.h"
@@ -46,6 +50,23 @@ protected:
     const std::string waiting_ =
         "waiting for corvidctl_tests (process " + std::to_string(getpid()) + "), which is changing " + place_;
     std::unique_ptr<DirectoryClaim> writer_ = std::make_unique<DirectoryClaim>(place_);
+};
+
+/// Standard error of a turn in the test's own process, which tells when the first line stands there.
+class FirstLine : public std::stringbuf {
+public:
+    std::promise<void> isThere;
+
+protected:
+    int sync() override {
+        if (!std::exchange(told_, true)) {
+            isThere.set_value();
+        }
+        return 0;
+    }
+
+private:
+    bool told_ = false;
 };
 
 const std::vector<std::vector<std::string>> CHANGES = {
@@ -200,6 +221,25 @@ TEST_F(BesideAWriter, CommandsThatReadDoNotWait) {
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.out, "1\n");
     EXPECT_EQ(ended.error, "");
+}
+
+TEST_F(BesideAWriter, ATurnIsOnTheDirectoryThatIsThereInTheEnd) {
+    corvidctl::Invocation invocation;
+    invocation.command = "set";
+    invocation.host.configDirectory = place_;
+    FirstLine line;
+    std::ostringstream out;
+    std::ostream error(&line);
+    corvidctl::Output output{out, error, false, false};
+    std::future<std::unique_ptr<corvidctl::WritersTurn>> turn =
+        std::async(std::launch::async, [&] { return std::make_unique<corvidctl::WritersTurn>(invocation, output); });
+    line.isThere.get_future().wait();
+    fs::rename(place_, directory_.path("elsewhere"));
+    writer_.reset();
+    const std::unique_ptr<corvidctl::WritersTurn> taken = turn.get();
+    EXPECT_TRUE(taken->isGiven());
+    EXPECT_TRUE(DirectoryClaim(place_).writer());
+    EXPECT_FALSE(DirectoryClaim(directory_.path("elsewhere")).writer());
 }
 
 TEST_F(TwoPrograms, LeaveNoDirectoryBehindThatNothingIsStoredIn) {
