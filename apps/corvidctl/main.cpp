@@ -15,6 +15,7 @@
 #include "output/DescriptorStream.h"
 #include "output/Output.h"
 #include "output/Terminal.h"
+#include "session/WritersTurn.h"
 
 namespace {
 
@@ -67,7 +68,8 @@ int runTool(CommandLine commandLine, Output& output) {
     }
     output.colours = invocation.colours;
     try {
-        return runCommand(invocation, output);
+        const WritersTurn turn(invocation, output);
+        return turn.isGiven() ? runCommand(invocation, output) : Status::AnswerIsNo;
     } catch (const std::exception& error) {
         printError(output, error.what());
         return Status::AnswerIsNo;

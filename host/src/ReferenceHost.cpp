@@ -2,7 +2,9 @@
 
 #include <boost/function.hpp>
 
+#include <chrono>
 #include <exception>
+#include <thread>
 #include <utility>
 
 #include "ConfigAdapter.h"
@@ -12,6 +14,7 @@
 #include "host/FipsSwitch.h"
 #include "host/XmlDiagnostics.h"
 #include "impl/http/CurlTransport.h"
+#include "impl/system/DirectoryClaim.h"
 #include "impl/system/LogindPowerSource.h"
 #include "impl/system/SystemMonitorImpl.h"
 #include "impl/system/SystemServiceImpl.h"
@@ -34,16 +37,29 @@ constexpr std::size_t POOL_THREADS = 2;
 constexpr unsigned SYSTEM_SERVICE_ID = 1;
 constexpr int QUIETEST_LEVEL = 3;
 
-void logFailure(const std::string& text) {
-    static TesselLogger* const logger = TesselLogger_getLogger("ReferenceHost");
-    TesselLog(logger, 2, __FILE__, __LINE__, "start", text);
+constexpr std::chrono::milliseconds WRITERS_TIME{2000};
+constexpr std::chrono::milliseconds BETWEEN_LOOKS{10};
+
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("ReferenceHost");
+    return instance;
+}
+
+void logFailure(const std::string& text) { TesselLog(logger(), 2, __FILE__, __LINE__, "start", text); }
+
+void warnOf(const platform::DirectoryUser& user) {
+    TesselLog(logger(), 3, __FILE__, __LINE__, "start",
+              "another program works on the configuration directory: process " + std::to_string(user.process) + ", " +
+                  user.name + "; neither notices what the other stores, and the last to save wins");
 }
 
 }  // namespace
 
 struct ReferenceHost::Parts {
-    explicit Parts(const Options& options) : httpTransport(std::make_shared<platform::CurlTransport>(options.caFile)) {}
+    explicit Parts(const Options& options)
+        : claim(options.configDirectory), httpTransport(std::make_shared<platform::CurlTransport>(options.caFile)) {}
 
+    platform::DirectoryClaim claim;  ///< first: it ends when nothing can write any more
     XmlDiagnostics xmlDiagnostics{XmlDiagnostics::Way::Log};
     std::shared_ptr<ServicesDispatcherImpl> dispatcher = std::make_shared<ServicesDispatcherImpl>();
     std::shared_ptr<TaskDispatcherImpl> persistQueue = std::make_shared<TaskDispatcherImpl>();
@@ -70,6 +86,9 @@ bool ReferenceHost::start() {
         return false;
     }
     assemble();
+    if (options_.claimsDirectory) {
+        claimDirectory();
+    }
     if (!putModuleIn()) {
         logFailure(failure_);
         stop();
@@ -108,6 +127,22 @@ void ReferenceHost::assemble() {
 
     parts_->factory->setService<SystemService>(SYSTEM_SERVICE_ID, parts_->systemService);
     parts_->dispatcher->start();
+}
+
+void ReferenceHost::claimDirectory() {
+    const platform::DirectoryClaim& claim = parts_->claim;
+    parts_->claim.becomeResident();
+    if (const auto resident = claim.resident()) {
+        warnOf(*resident);
+    }
+    const auto end = std::chrono::steady_clock::now() + WRITERS_TIME;
+    std::optional<platform::DirectoryUser> writer = claim.writer();
+    for (; writer && std::chrono::steady_clock::now() < end; writer = claim.writer()) {
+        std::this_thread::sleep_for(BETWEEN_LOOKS);
+    }
+    if (writer) {
+        warnOf(*writer);
+    }
 }
 
 bool ReferenceHost::putModuleIn() {

@@ -39,6 +39,7 @@ struct Invocation {
     std::optional<std::string> store;
     bool reopen = false;                 ///< of `provision`
     bool yes = false;                    ///< of `reset-data`
+    bool force = false;                  ///< of the commands that change the user's data
     std::string address = "127.0.0.1";   ///< of `serve`
     std::string serverVersion = "12.5";  ///< of `serve`
     std::optional<std::string> writeCa;  ///< of `serve`

@@ -16,6 +16,7 @@
 #include "ConfigStoreConstants.h"
 #include "cli/DataDirectory.h"
 #include "output/Terminal.h"
+#include "session/WritersTurn.h"
 
 namespace corvidctl {
 
@@ -296,6 +297,9 @@ std::string checkInvocation(Invocation& invocation) {
 
     // The other commands are over before it matters.
     invocation.host.powerEvents = invocation.command == "watch";
+
+    // Only what stays hinders others; commands that write wait for each other before they begin.
+    invocation.host.claimsDirectory = directoryUseOf(invocation) == DirectoryUse::Stays;
 
     for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
                              checkLog, checkFormat, checkFilesOfTheModule}) {

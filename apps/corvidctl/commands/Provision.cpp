@@ -27,10 +27,11 @@ void printReopened(const Invocation& invocation, const ProvisioningView& view, O
     }
 }
 
+/// Each line in one piece: on standard error the log writes to the same place from another thread.
 void printDropped(const ProvisioningView& view, std::ostream& remarks) {
     for (const DroppedPart& part : view.dropped) {
-        remarks << "Part " << part.number << (part.what.empty() ? "" : ", " + quoted(part.what) + ",")
-                << " is dropped: " << part.reason << ".\n";
+        remarks << "Part " + std::to_string(part.number) + (part.what.empty() ? "" : ", " + quoted(part.what) + ",") +
+                       " is dropped: " + part.reason + ".\n";
     }
 }
 
@@ -70,7 +71,7 @@ void printRefused(const ProvisioningView& view, Output& output) {
     printError(output, "link refused: " + view.reason);
     printDropped(view, output.error);
     if (view.namesNoKnownKey) {
-        output.error << "A link may set: " << keysOfLinks() << ".\n";
+        output.error << "A link may set: " + keysOfLinks() + ".\n";
     }
 }
 

@@ -33,6 +33,12 @@ struct ReferenceHostOptions {
     bool powerEvents = true;
     std::string powerBusAddress;  ///< the bus to hear them on, as D-Bus writes addresses; empty: the system's own
 
+    /// Whether other programs on this machine are to know that this one works on the configuration directory, and this
+    /// one is to know of them; see platform::DirectoryClaim. A start then waits, for two seconds at most, for a program
+    /// that is just changing the directory, and logs a warning if another one works on it besides. A directory that is
+    /// missing at the start is not claimed.
+    bool claimsDirectory = true;
+
     /// The shared module to put in, loaded with dlopen and never unloaded; empty: the one that is linked in.
     std::string modulePath;
 
@@ -104,6 +110,7 @@ private:
 
     bool prepareLog();
     void assemble();
+    void claimDirectory();
     bool putModuleIn();
     void startFeatureSet();
     void listenToPowerEvents();

@@ -1,6 +1,10 @@
 #include "Tool.h"
 
 #include <filesystem>
+#include <ostream>
+#include <sstream>
+
+#include "commands/Commands.h"
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -13,6 +17,21 @@ const std::string CLOSED = "Further links are refused until corvidctl provision 
 
 const std::string HINT = "A link is taken once; corvidctl provision --reopen LINK allows another, unless an "
                          "administrator refuses them.\n";
+
+/// Keeps what is written to a stream that does not collect it, as standard error: a piece for each time.
+class Pieces : public std::stringbuf {
+public:
+    std::vector<std::string> all;
+
+protected:
+    int sync() override {
+        if (!str().empty()) {
+            all.push_back(str());
+            str("");
+        }
+        return 0;
+    }
+};
 
 class ProvisionTool : public Tool {
 protected:
@@ -213,4 +232,26 @@ TEST_F(ProvisionTool, SaysThatTheLatchIsNotOnDisk) {
     EXPECT_EQ(ended.status, 1);
     EXPECT_THAT(ended.error,
                 HasSubstr("the state of the latch could not be written to " + directory_.path("config") + "\n"));
+}
+
+TEST_F(ProvisionTool, WritesEachLineOnStandardErrorInOnePiece) {
+    corvidctl::Invocation invocation;
+    invocation.format = corvidctl::Format::Json;
+    invocation.host.configDirectory = directory_.path("config");
+    invocation.host.installationDirectory = directory_.path("install");
+    invocation.host.bootstrapFilePath = directory_.path("install/bootstrap.properties");
+    invocation.host.powerEvents = false;
+    Pieces pieces;
+    std::ostringstream out;
+    std::ostream error(&pieces);
+    error << std::unitbuf;
+    corvidctl::Output output{out, error, false, false};
+    for (const char* const link : {"x?Unknown=a&b", "x?ServicesDomain=a&Unknown=b", "x?ServicesDomain=again"}) {
+        invocation.arguments = {link};
+        corvidctl::runProvision(invocation, output);
+    }
+    EXPECT_EQ(pieces.all.size(), 7U);
+    for (const std::string& piece : pieces.all) {
+        EXPECT_EQ(piece.find('\n'), piece.size() - 1) << piece;
+    }
 }
