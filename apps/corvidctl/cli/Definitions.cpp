@@ -82,8 +82,45 @@ const std::vector<CommandDefinition>& commandDefinitions() {
          "",
          {{"--yes", "", "Needed, since the user's data is gone afterwards", &Invocation::yes}}},
         {"report", "", 0, 0, WordKind::None, "Print the master configuration report", ""},
-        {"validate", "FILE...", 1, ANY_NUMBER, WordKind::File,
-         "Tell what a configuration document or a local file means", ""},
+        {"validate",
+         "FILE...",
+         1,
+         ANY_NUMBER,
+         WordKind::File,
+         "Tell what a configuration document, a local file or a properties file means",
+         "A file is read in the form of its name, or else of its content, as the module would read it in its place. "
+         "Each finding has a line of its own, as compilers print them: the place, how grave it is, what it is, and in "
+         "brackets a word for its kind that scripts can rely on. Nothing is moved or changed.\n\n"
+         "The status is 1 if a file is not valid, and with --strict also if there is a warning. Infos never count: "
+         "they tell of old names, of hidden values and of what the module's rules do.",
+         {{"--strict", "", "Let a warning be status 1 too", &Invocation::strict}},
+         {{"validate corvid-config.xml", "Tell what a document means before it is rolled out"},
+          {"validate --strict *.xml bootstrap.properties", "Check several files, as a build does"},
+          {"--json validate corvid-config.xml", "The findings in their parts: severity, kind, line, key, text"}}},
+        {"export",
+         "",
+         0,
+         0,
+         WordKind::None,
+         "Write the effective configuration, or one store, as a document",
+         "The document goes to the standard output, or with --to in one step to a file. As \"server\" it is what a "
+         "call-control server would send, and as \"properties\" what an installer would write; the module reads both "
+         "back to the same values. A value that the format cannot hold is left out and told, and the status is 1.\n\n"
+         "Sensitive values are left out, and their number is told, unless --reveal is given; a file that is written "
+         "with --reveal is for its owner alone. A file that is there already, or is the module's own, is written "
+         "with --force only.",
+         {{"--store", "NAME", "What this store holds, whoever wins", &Invocation::store, WordKind::Store},
+          {"--format",
+           "FORMAT",
+           "How the document is written: server, json or properties [server]",
+           &Invocation::exportFormat,
+           WordKind::Choice,
+           {"server", "json", "properties"}},
+          {"--to", "FILE", "Where the document goes", &Invocation::to, WordKind::File},
+          {"--force", "", "Replace a file, be it the module's own", &Invocation::force}},
+         {{"export", "Print the effective configuration as a server's file"},
+          {"export --store LocalFileConfigStore --format json", "The user's own values as JSON"},
+          {"export --to corvid-config.xml", "Write a file to try with corvidctl serve"}}},
         {"serve",
          "FILE",
          1,
