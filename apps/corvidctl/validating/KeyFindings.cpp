@@ -4,9 +4,7 @@
 #include <utility>
 
 #include "ConfigStoreConstants.h"
-#include "ServerPolicy.h"
 #include "quill/StringUtils.h"
-#include "tessel/FipsUtils.h"
 
 namespace corvidctl {
 
@@ -15,25 +13,10 @@ namespace {
 using QuillCoreUtils::caseInsensitiveStringEquals;
 using QuillCoreUtils::toString;
 
-/// The module forbids on "false" alone; whoever writes one of these most likely meant the same.
-bool looksLikeNo(const std::wstring& value) {
-    const std::wstring word = QuillCoreUtils::toLowercase(QuillCoreUtils::trim(value));
-    return word == L"false" || word == L"no" || word == L"off" || word == L"0";
-}
-
 bool isSettableByLink(const std::wstring& key) {
     const auto& keys = ConfigStoreConstants::URL_PROVISIONING_CONFIG_KEY_ARRAY;
     return std::any_of(keys.begin(), keys.end(),
                        [&key](const std::wstring& settable) { return caseInsensitiveStringEquals(key, settable); });
-}
-
-std::string listed(const std::vector<std::wstring>& names) {
-    std::string text;
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const char* const before = i == 0 ? "" : i + 1 == names.size() ? " and " : ", ";
-        text += before + toString(names[i]);
-    }
-    return text;
 }
 
 }  // namespace
@@ -46,9 +29,7 @@ std::vector<Finding> KeyFindings::find() {
         noticeUnknownKey(entry);
         noticeOldName(entry);
         noticeSensitivity(entry);
-        noticeFipsRule(entry);
         noticePlace(entry);
-        noticePolicy(entry);
     }
     return std::move(findings_);
 }
@@ -93,59 +74,10 @@ void KeyFindings::noticeSensitivity(const Entry& entry) {
     }
 }
 
-void KeyFindings::noticeFipsRule(const Entry& entry) {
-    constexpr const wchar_t* fipsKey = L"Telephony_P2P_Enabled";
-    if (caseInsensitiveStringEquals(entry.key, fipsKey) && tessel::common::FipsUtils::isFipsEnabled()) {
-        add(Severity::Info, FindingKind::FipsRule, entry,
-            "value always reads as \"false\" in FIPS mode: " + toString(entry.name));
-    }
-}
-
 void KeyFindings::noticePlace(const Entry& entry) {
     if (place_ == FilePlace::ProvisioningCache && !isSettableByLink(entry.key)) {
         add(Severity::Warning, FindingKind::NotProvisionable, entry,
             "no provisioning link can have set this key: " + toString(entry.name));
-    }
-}
-
-void KeyFindings::noticePolicy(const Entry& entry) {
-    const std::string name = toString(entry.name);
-    const bool looksForbidden = looksLikeNo(entry.value);
-    const bool isForbidden = forbidsCustomServers(entry.value);
-    if (caseInsensitiveStringEquals(entry.key, ConfigStoreConstants::ALLOW_URL_PROVISIONING_KEY) && looksForbidden &&
-        !isForbidden) {
-        add(Severity::Warning, FindingKind::PolicyValue, entry,
-            "only \"false\" refuses provisioning links, this value allows them: " + name);
-    }
-    for (const ServerPolicy& policy : serverPolicies()) {
-        if (!caseInsensitiveStringEquals(entry.key, policy.policyKey)) {
-            continue;
-        }
-        if (isForbidden) {
-            add(Severity::Info, FindingKind::Policy, entry,
-                "erases from the user's file " + listed(policy.erasedKeys) + ": " + name);
-            noticeErasedServers(entry, policy.erasedKeys);
-        } else if (looksForbidden) {
-            add(Severity::Warning, FindingKind::PolicyValue, entry,
-                "only \"false\" forbids servers of the user's own, this value allows them: " + name);
-        }
-    }
-}
-
-void KeyFindings::noticeErasedServers(const Entry& policy, const std::vector<std::wstring>& servers) {
-    if (place_ != FilePlace::UserFile) {
-        return;
-    }
-    for (const Entry& entry : entries_) {
-        const std::wstring current = known_.currentNameOf(entry.key).value_or(entry.key);
-        const bool isErased = std::any_of(servers.begin(), servers.end(), [&](const std::wstring& server) {
-            return caseInsensitiveStringEquals(known_.currentNameOf(server).value_or(server), current);
-        });
-        if (isErased) {
-            add(Severity::Warning, FindingKind::ErasedServer, entry,
-                "value is erased when the client starts, as line " + std::to_string(policy.line) + " (" +
-                    toString(policy.name) + ") forbids servers of the user's own: " + toString(entry.name));
-        }
     }
 }
 

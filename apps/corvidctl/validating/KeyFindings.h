@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "validating/FilePlace.h"
@@ -15,7 +16,7 @@ public:
     /// @param entries must outlive this. @param place where the file stands.
     KeyFindings(const std::vector<DocumentReport::Entry>& entries, FilePlace place);
 
-    /// In the order of the entries. Asks for the FIPS mode of the process.
+    /// In the order of the entries.
     std::vector<Finding> find();
 
 private:
@@ -24,10 +25,7 @@ private:
     void noticeUnknownKey(const Entry& entry);
     void noticeOldName(const Entry& entry);
     void noticeSensitivity(const Entry& entry);
-    void noticeFipsRule(const Entry& entry);
     void noticePlace(const Entry& entry);
-    void noticePolicy(const Entry& entry);
-    void noticeErasedServers(const Entry& policy, const std::vector<std::wstring>& servers);
 
     /// The entry of a key under exactly this name; null if there is none.
     const Entry* entryOf(const std::wstring& key) const;

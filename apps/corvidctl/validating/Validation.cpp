@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <utility>
 
 #include "ConfigStoreConstants.h"
@@ -10,6 +11,7 @@
 #include "validating/FilePlace.h"
 #include "validating/KeyFindings.h"
 #include "validating/PropertiesInspector.h"
+#include "validating/ValueFindings.h"
 #include "xml/DocumentInspector.h"
 
 namespace corvidctl {
@@ -42,6 +44,10 @@ const char* wordOf(Kind kind) {
         break;
     }
     return FindingKind::NeverAnswered;
+}
+
+void addAll(std::vector<Finding>& findings, std::vector<Finding> more) {
+    findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
 void addFindings(ValidationView& view, Severity severity, const std::vector<DocumentReport::Finding>& findings) {
@@ -121,9 +127,9 @@ ValidationView validateFile(const std::string& file, bool reveal) {
     const std::string fileName = FileUtils::getFileName(file);
     const std::vector<DocumentReport::Entry> entries = inspectFile(view, fileName);
     addEntries(view, entries, reveal);
-    for (Finding& finding : KeyFindings(entries, placeOf(fileName, view.form)).find()) {
-        view.findings.push_back(std::move(finding));
-    }
+    const FilePlace place = placeOf(fileName, view.form);
+    addAll(view.findings, KeyFindings(entries, place).find());
+    addAll(view.findings, ValueFindings(entries, place).find());
     std::stable_sort(view.findings.begin(), view.findings.end(),
                      [](const Finding& one, const Finding& other) { return one.line < other.line; });
     return view;

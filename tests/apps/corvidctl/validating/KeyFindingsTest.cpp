@@ -1,6 +1,5 @@
 #include "validating/KeyFindings.h"
 
-#include "fakes/ScopedWorld.h"
 #include "quill/StringUtils.h"
 
 using namespace corvidctl;
@@ -24,43 +23,38 @@ std::vector<std::string> told(const Entries& entries, FilePlace place = FilePlac
     return lines;
 }
 
-class KeyFindingsTest : public testing::Test {
-protected:
-    fakes::ScopedWorld world_;
-};
-
 }  // namespace
 
-TEST_F(KeyFindingsTest, AreNoneForKnownAndForForeignKeys) {
+TEST(KeyFindings, AreNoneForKnownAndForForeignKeys) {
     EXPECT_THAT(told({entry(L"Telephony_Enabled", L"x", 1), entry(L"FavouriteColour", L"red", 2)}), IsEmpty());
 }
 
-TEST_F(KeyFindingsTest, TellWhatWasMeantByACloseMiss) {
+TEST(KeyFindings, TellWhatWasMeantByACloseMiss) {
     EXPECT_THAT(told({entry(L"Telephony_Enabld", L"x", 7)}),
                 ElementsAre("7: warning: key is not known: Telephony_Enabld, did you mean Telephony_Enabled? "
                             "[unknown-key] telephony_enabld"));
 }
 
-TEST_F(KeyFindingsTest, TellTheCurrentNameOfAnOldOne) {
+TEST(KeyFindings, TellTheCurrentNameOfAnOldOne) {
     EXPECT_THAT(told({entry(L"TftpServer1", L"x", 2)}),
                 ElementsAre("2: info: old name, the key is called TFTPPrimaryServer today: TftpServer1 [old-name] "
                             "tftpserver1"));
 }
 
-TEST_F(KeyFindingsTest, TellThatAnOldNameBesideTheCurrentOneIsNeverAskedFor) {
+TEST(KeyFindings, TellThatAnOldNameBesideTheCurrentOneIsNeverAskedFor) {
     const std::string expected = "2: warning: old name of TFTPPrimaryServer is never asked for, line 5 counts: "
                                  "TftpServer1 [duplicate-key] tftpserver1";
     EXPECT_THAT(told({entry(L"TftpServer1", L"x", 2), entry(L"tftpPrimaryServer", L"y", 5)}), ElementsAre(expected));
 }
 
-TEST_F(KeyFindingsTest, TellOfAnOldNameThatTheStoreItselfMoves) {
+TEST(KeyFindings, TellOfAnOldNameThatTheStoreItselfMoves) {
     const DocumentReport::Entry moved = {L"VoicemailPrimaryServer", L"h", 3, false, false, L"vvm_mailstore_server_0"};
     EXPECT_THAT(told({moved}, FilePlace::UserFile),
                 ElementsAre("3: info: old name, the key is called VoicemailPrimaryServer today: "
                             "vvm_mailstore_server_0 [old-name] VoicemailPrimaryServer"));
 }
 
-TEST_F(KeyFindingsTest, TellWhichValuesAreHidden) {
+TEST(KeyFindings, TellWhichValuesAreHidden) {
     EXPECT_THAT(told({entry(L"ConnectionPassword", L"s3cret", 1), entry(L"Addtional_Info", L"s3cret", 2),
                       entry(L"Token", L"s3cret", 3, true)}),
                 ElementsAre("1: info: value is always hidden, and enciphered once it is downloaded: "
@@ -69,7 +63,7 @@ TEST_F(KeyFindingsTest, TellWhichValuesAreHidden) {
                             "3: info: value is hidden, as the document asks for: Token [sensitive] token"));
 }
 
-TEST_F(KeyFindingsTest, TellThatAMarkCountsInAServersFileAlone) {
+TEST(KeyFindings, TellThatAMarkCountsInAServersFileAlone) {
     for (const FilePlace place : {FilePlace::OverrideFile, FilePlace::CachedFile}) {
         EXPECT_THAT(
             told({entry(L"Token", L"s3cret", 1, true), entry(L"ConnectionPassword", L"s3cret", 2, true)}, place),
@@ -79,15 +73,7 @@ TEST_F(KeyFindingsTest, TellThatAMarkCountsInAServersFileAlone) {
     }
 }
 
-TEST_F(KeyFindingsTest, TellTheRuleOfFipsModeWhileItIsOn) {
-    const Entries entries = {entry(L"TELEPHONY_P2P_Enabled", L"true", 4)};
-    EXPECT_THAT(told(entries), IsEmpty());
-    world_.setFips(true);
-    EXPECT_THAT(told(entries), ElementsAre("4: info: value always reads as \"false\" in FIPS mode: "
-                                           "TELEPHONY_P2P_Enabled [fips-rule] telephony_p2p_enabled"));
-}
-
-TEST_F(KeyFindingsTest, TellWhatNoProvisioningLinkCanHaveSet) {
+TEST(KeyFindings, TellWhatNoProvisioningLinkCanHaveSet) {
     const Entries entries = {entry(L"Telephony_Enabled", L"1", 1), entry(L"DockedWindow", L"1", 2)};
     EXPECT_THAT(told(entries, FilePlace::ProvisioningCache),
                 ElementsAre("2: warning: no provisioning link can have set this key: DockedWindow [not-provisionable] "
@@ -95,40 +81,7 @@ TEST_F(KeyFindingsTest, TellWhatNoProvisioningLinkCanHaveSet) {
     EXPECT_THAT(told(entries, FilePlace::CachedFile), IsEmpty());
 }
 
-TEST_F(KeyFindingsTest, TellThatAPolicyForbidsOnOneWordAlone) {
-    EXPECT_THAT(told({entry(L"Customize_Phone_Server", L"no", 1), entry(L"Customize_Voicemail_Server", L" false", 2),
-                      entry(L"AllowUrlProvisioning", L"0", 3)}),
-                ElementsAre("1: warning: only \"false\" forbids servers of the user's own, this value allows them: "
-                            "Customize_Phone_Server [policy-value] customize_phone_server",
-                            "2: warning: only \"false\" forbids servers of the user's own, this value allows them: "
-                            "Customize_Voicemail_Server [policy-value] customize_voicemail_server",
-                            "3: warning: only \"false\" refuses provisioning links, this value allows them: "
-                            "AllowUrlProvisioning [policy-value] allowurlprovisioning"));
-    EXPECT_THAT(told({entry(L"Customize_Phone_Server", L"yes", 1), entry(L"AllowUrlProvisioning", L"FALSE", 2)}),
-                IsEmpty());
-}
-
-TEST_F(KeyFindingsTest, TellWhatAPolicyErases) {
-    EXPECT_THAT(told({entry(L"Customize_Phone_Server", L"False", 1), entry(L"TFTPPrimaryServer", L"h", 2)}),
-                ElementsAre("1: info: erases from the user's file TFTPPrimaryServer, CtiServer1 and HubcipServer1: "
-                            "Customize_Phone_Server [policy] customize_phone_server"));
-}
-
-TEST_F(KeyFindingsTest, TellWhichServersAreErasedFromTheUsersFileUnderAnyName) {
-    const Entries entries = {entry(L"TftpServer1", L"h", 1), entry(L"CTIPrimaryServer", L"h", 2),
-                             entry(L"TFTPBackupServer1", L"h", 3), entry(L"Customize_Phone_Server", L"false", 4)};
-    std::vector<std::string> erased;
-    for (const Finding& finding : KeyFindings(entries, FilePlace::UserFile).find()) {
-        if (finding.kind == FindingKind::ErasedServer) {
-            erased.push_back(std::to_string(finding.line) + ": " + finding.text);
-        }
-    }
-    const std::string reason = "value is erased when the client starts, as line 4 (Customize_Phone_Server) forbids "
-                               "servers of the user's own: ";
-    EXPECT_THAT(erased, ElementsAre("1: " + reason + "TftpServer1", "2: " + reason + "CTIPrimaryServer"));
-}
-
-TEST_F(KeyFindingsTest, NeverTellAValue) {
+TEST(KeyFindings, NeverTellAValue) {
     Entries entries;
     for (const wchar_t* const name :
          {L"ConnectionPassword", L"Customize_Phone_Server", L"Telephony_Enabld", L"Token"}) {
