@@ -100,6 +100,9 @@ TEST_F(Target, IsTheModulesOwnUnderAnyPath) {
           "boot.properties"}) {
         EXPECT_TRUE(TargetFile(directory_.path(name)).belongsToModule(host)) << name;
     }
+    host.configDirectory = directory_.path("link");
+    EXPECT_TRUE(TargetFile(directory_.path("config/Cache/cachedX.xml")).belongsToModule(host));
+    EXPECT_TRUE(TargetFile(directory_.path("config/corvidLocalConfig.xml")).belongsToModule(host));
     for (const char* const name : {"corvidLocalConfig.xml", "config/export.xml", "config/Cache/export.json",
                                    "install/corvidLocalConfig.xml", "config/Cache/deep/cachedX.xml"}) {
         EXPECT_FALSE(TargetFile(directory_.path(name)).belongsToModule(host)) << name;
