@@ -23,7 +23,8 @@ bool isNamedProperties(const std::string& fileName);
 bool looksLikeProperties(const std::string& contents);
 
 /// Reads the contents of a file of properties as the module does: a key and a value on each line, parted by its first
-/// colon; of several lines with a key, the last one counts.
+/// colon; of several lines with a key, the last one counts. Where a key has swallowed a secret, for want of a colon, it
+/// is cut and VALUE_HIDDEN stands in the secret's place.
 PropertiesReport inspectProperties(const std::string& contents);
 
 }  // namespace corvidctl

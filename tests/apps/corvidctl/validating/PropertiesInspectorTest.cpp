@@ -55,6 +55,15 @@ TEST(PropertiesInspector, WarnsOfALineWithoutAColon) {
     EXPECT_THAT(entriesOf("Key\nOther=1"), ElementsAre("1: Key=", "2: Other=1="));
 }
 
+TEST(PropertiesInspector, HidesASecretThatHasBecomeAPartOfItsKey) {
+    EXPECT_THAT(entriesOf("connectionPassword=s3cret\nBDIConnectionUserDn s3 cret\nAddtional_Info =s3cret"),
+                ElementsAre("1: connectionPassword=VALUE_HIDDEN=", "2: BDIConnectionUserDn VALUE_HIDDEN=",
+                            "3: Addtional_Info VALUE_HIDDEN="));
+    for (const std::string& line : told("ConnectionPassword=s3cret")) {
+        EXPECT_THAT(line, testing::Not(testing::HasSubstr("s3cret")));
+    }
+}
+
 TEST(PropertiesInspector, WarnsOfAnEntryWithoutAName) {
     EXPECT_THAT(told("a:1\n :value"), ElementsAre("2: warning: entry without a name is never asked for [lost-entry] "));
     EXPECT_THAT(entriesOf("a:1\n :value"), ElementsAre("1: a=1"));
