@@ -36,6 +36,7 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"reset-data", runResetData},
     {"report", runReport},
     {"validate", runValidate},
+    {"export", runExport},
     {"serve", runServe},
     {"demo", runDemo},
     {"manual", runManual},

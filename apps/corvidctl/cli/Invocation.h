@@ -37,12 +37,15 @@ struct Invocation {
     bool original = false;
     bool all = false;
     std::optional<std::string> store;
-    bool reopen = false;                 ///< of `provision`
-    bool yes = false;                    ///< of `reset-data`
-    bool force = false;                  ///< of the commands that change the user's data
-    std::string address = "127.0.0.1";   ///< of `serve`
-    std::string serverVersion = "12.5";  ///< of `serve`
-    std::optional<std::string> writeCa;  ///< of `serve`
+    bool reopen = false;                  ///< of `provision`
+    bool yes = false;                     ///< of `reset-data`
+    std::string address = "127.0.0.1";    ///< of `serve`
+    std::string serverVersion = "12.5";   ///< of `serve`
+    std::optional<std::string> writeCa;   ///< of `serve`
+    bool strict = false;                  ///< of `validate`
+    std::string exportFormat = "server";  ///< of `export`
+    std::optional<std::string> to;        ///< of `export`
+    bool force = false;                   ///< of the commands that write where it may be unwelcome
 
     // Worked out by checkInvocation().
     Format format = Format::Table;

@@ -15,6 +15,8 @@
 
 #include "ConfigStoreConstants.h"
 #include "cli/DataDirectory.h"
+#include "exporting/ExportForm.h"
+#include "exporting/TargetFile.h"
 #include "output/Terminal.h"
 #include "session/WritersTurn.h"
 
@@ -260,6 +262,29 @@ std::string checkServe(const Invocation& invocation) {
     return {};
 }
 
+std::string checkExport(const Invocation& invocation) {
+    if (exportForm(invocation.exportFormat) == nullptr) {
+        return "--format '" + invocation.exportFormat + "': expected server, json or properties";
+    }
+    if (!invocation.to) {
+        return {};
+    }
+    const TargetFile target(*invocation.to);
+    if (!target.isWritable()) {
+        return "--to '" + *invocation.to + "': expected a file in a folder that can be written";
+    }
+    if (invocation.force) {
+        return {};
+    }
+    if (target.belongsToModule(invocation.host)) {
+        return "--to '" + *invocation.to + "': this file is the module's own, expected another one, or --force";
+    }
+    if (target.isThere()) {
+        return "--to '" + *invocation.to + "': expected a file that is not there yet, or --force to replace it";
+    }
+    return {};
+}
+
 std::string checkArguments(const Invocation& invocation) {
     const std::string& command = invocation.command;
     const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
@@ -277,6 +302,9 @@ std::string checkArguments(const Invocation& invocation) {
     }
     if (command == "serve") {
         return checkServe(invocation);
+    }
+    if (command == "export") {
+        return checkExport(invocation);
     }
     if (command == "validate") {
         for (const std::string& file : invocation.arguments) {

@@ -18,6 +18,7 @@ int runProvision(const Invocation& invocation, Output& output);
 int runResetData(const Invocation& invocation, Output& output);
 int runReport(const Invocation& invocation, Output& output);
 int runValidate(const Invocation& invocation, Output& output);
+int runExport(const Invocation& invocation, Output& output);
 int runServe(const Invocation& invocation, Output& output);
 int runDemo(const Invocation& invocation, Output& output);
 int runManual(const Invocation& invocation, Output& output);

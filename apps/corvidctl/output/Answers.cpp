@@ -41,18 +41,6 @@ Json toJson(const FetchView& view) {
             {"keys", view.keys},     {"ok", view.ok},   {"reason", view.reason}};
 }
 
-Json toJson(const ValidationView& view) {
-    Json keys = Json::array();
-    for (const ValidationView::Entry& entry : view.entries) {
-        keys.push_back(entry.key);
-    }
-    return {{"file", view.file},
-            {"valid", view.valid},
-            {"keys", keys},
-            {"warnings", view.warnings},
-            {"errors", view.errors}};
-}
-
 Json toJson(const StoreView& view) {
     return {{"name", view.name},
             {"priority", view.priority},
@@ -128,11 +116,6 @@ std::string dataReset(const DataResetView& view, Format format) {
 }
 
 std::string report(const std::string& text, Format format) { return printed({{"report", text}}, format); }
-
-std::string validations(const std::vector<ValidationView>& views, Format format) {
-    return views.size() == 1 && format == Format::Json ? printed(toJson(views.front()), format)
-                                                       : printedList(arrayOf(views), toJson(ValidationView()), format);
-}
 
 std::string demonstration(const DemonstrationView& view, Format format) {
     Json json = {{"fetches", Json::array({toJson(view.fetch), toJson(view.secondFetch)})},

@@ -38,9 +38,6 @@ std::string provisioning(const ProvisioningView& view, Format format);
 std::string dataReset(const DataResetView& view, Format format);
 std::string report(const std::string& text, Format format);
 
-/// An object for one file, an array for several.
-std::string validations(const std::vector<ValidationView>& views, Format format);
-
 /// Both fetches, the values after the first, what the client was told after the second, and after the user's change.
 std::string demonstration(const DemonstrationView& view, Format format);
 

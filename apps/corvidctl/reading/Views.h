@@ -69,23 +69,4 @@ struct DataResetView {
     std::vector<std::string> kept;
 };
 
-/// What a document means.
-struct ValidationView {
-    struct Entry {
-        std::string key;
-        std::string value;
-        int line = 0;
-        bool isSensitive = false;
-        bool isMarkup = false;
-    };
-
-    std::string file;
-    bool valid = false;
-    bool isLocalFile = false;
-    bool formIsGuessed = false;  ///< the form was recognised by the content, not by the name
-    std::vector<Entry> entries;
-    std::vector<std::string> warnings;
-    std::vector<std::string> errors;
-};
-
 }  // namespace corvidctl

@@ -11,17 +11,27 @@ TEST_F(Tool, ValidateNamesTheKeysOfADocument) {
                            {"valid", true},
                            {"keys", {"alpha", "beta"}},
                            {"warnings", json::array()},
-                           {"errors", json::array()}};
+                           {"errors", json::array()},
+                           {"findings",
+                            {{{"severity", "info"},
+                              {"kind", "sensitive"},
+                              {"line", 4},
+                              {"column", 0},
+                              {"key", "beta"},
+                              {"text", "value is hidden, as the document asks for: Beta"}}}}};
     EXPECT_EQ(asJson({"validate", file}), expected);
 }
 
 TEST_F(Tool, ValidateShowsPeopleLinesValuesAndMarks) {
     const std::string file =
         directory_.write("a.xml", "<c>\n<g>\n<Alpha>1</Alpha>\n<Beta sensitive=\"true\">secret</Beta>\n</g>\n</c>\n");
-    EXPECT_EQ(run({"validate", file}).out, file + ": valid, by its content a configuration document with 2 keys\n"
-                                                  "LINE  KEY    VALUE         REMARKS\n"
-                                                  "   3  alpha  1\n"
-                                                  "   4  beta   VALUE_HIDDEN  sensitive\n");
+    EXPECT_EQ(run({"validate", file}).out, file + ": valid, by its content a configuration document with 2 keys\n" +
+                                               file +
+                                               ":4: info: value is hidden, as the document asks for: Beta "
+                                               "[sensitive]\n"
+                                               "LINE  KEY    VALUE         REMARKS\n"
+                                               "   3  alpha  1\n"
+                                               "   4  beta   VALUE_HIDDEN  sensitive\n");
     EXPECT_THAT(run({"--reveal", "validate", file}).out, HasSubstr("secret"));
 }
 
@@ -51,7 +61,9 @@ TEST_F(Tool, ValidateOfABrokenDocumentIsStatusOneWithTheLineOfTheError) {
     EXPECT_EQ(validation.at("valid"), false);
     ASSERT_FALSE(validation.at("errors").empty());
     EXPECT_THAT(validation.at("errors").at(0).get<std::string>(), HasSubstr("line 3"));
-    EXPECT_THAT(run({"validate", file}).out, HasSubstr(file + ": not valid\nerror: line 3"));
+    EXPECT_THAT(run({"validate", file}).out,
+                HasSubstr(file + ": not valid\n" + file +
+                          ":3:5: error: Opening and ending tag mismatch: g line 2 and c [syntax]\n"));
 }
 
 TEST_F(Tool, ValidateOfSeveralFilesGivesAnArrayAndTheWorstStatus) {
@@ -105,7 +117,8 @@ TEST_F(Tool, ValidateRefusesADocumentThatTheModuleReadsNoKeyFrom) {
     EXPECT_EQ(validation.at("valid"), false);
     EXPECT_EQ(validation.at("keys"), json::array());
     EXPECT_THAT(validation.at("errors").at(0).get<std::string>(), HasSubstr("read as a local file"));
-    EXPECT_THAT(run({"validate", file}).out, HasSubstr(file + ": not valid\nerror: line 1: no key is read from it"));
+    EXPECT_THAT(run({"validate", file}).out,
+                HasSubstr(file + ": not valid, 1 warning\n" + file + ":1: error: no key is read from it"));
 }
 
 TEST_F(Tool, ValidateTellsWhatIsIgnored) {
@@ -128,4 +141,66 @@ TEST_F(Tool, ValidateWithAMissingFileAmongGoodOnesIsWrongUseAndPrintsNothing) {
     EXPECT_EQ(ended.out, "");
     EXPECT_EQ(ended.error,
               "corvidctl: validate: FILE '" + directory_.path("none.xml") + "': expected a file that can be read\n");
+}
+
+TEST_F(Tool, ValidatePrintsFindingsAsCompilersDo) {
+    const std::string file = directory_.write(
+        "a.xml", "<c>\n<Lost>1</Lost>\n<g>\n<a>1</a>\n<A>2</A>\n<Telephony_Enabld>1</Telephony_Enabld>\n</g>\n</c>\n");
+    EXPECT_THAT(run({"validate", file}).out,
+                testing::StartsWith(
+                    file + ": valid, by its content a configuration document with 2 keys, 3 warnings\n" + file +
+                    ":2: warning: element outside a group gives no key and its text is lost: Lost [lost-entry]\n" +
+                    file + ":5: warning: duplicate key is ignored, line 4 counts: a [duplicate-key]\n" + file +
+                    ":6: warning: key is not known: Telephony_Enabld, did you mean Telephony_Enabled? [unknown-key]\n"
+                    "LINE"));
+}
+
+TEST_F(Tool, ValidateStrictlyLetsAWarningDecide) {
+    const std::string warned = directory_.write("a.xml", "<c><g><a>1</a><a>2</a></g></c>");
+    const std::string informed = directory_.write("b.xml", "<c><g><CtiServer1>1</CtiServer1></g></c>");
+    EXPECT_EQ(run({"validate", warned, informed}).status, 0);
+    EXPECT_EQ(run({"validate", "--strict", informed}).status, 0);
+    EXPECT_EQ(run({"validate", "--strict", informed, warned}).status, 1);
+    EXPECT_EQ(asJson({"validate", "--strict", warned}, 1).at("valid"), true);
+}
+
+TEST_F(Tool, ValidateReadsPropertiesByNameAndByContent) {
+    const std::string named = directory_.write("a.properties", "Telephony_Enabled=1\n");
+    EXPECT_THAT(run({"validate", named}).out,
+                testing::StartsWith(named + ": valid, a properties file with 1 key, 2 warnings\n" + named +
+                                    ":1: warning: line has no colon"));
+    const std::string guessed = directory_.write("installer", "ServicesDomain: example.org\n");
+    EXPECT_EQ(run({"validate", guessed}).out, guessed + ": valid, by its content a properties file with 1 key\n"
+                                                        "LINE  KEY             VALUE\n"
+                                                        "   1  ServicesDomain  example.org\n");
+    const std::string document = directory_.write("b.properties", "<c><g><a>1</a></g></c>");
+    EXPECT_EQ(asJson({"validate", document}, 1).at("valid"), false);
+}
+
+TEST_F(Tool, ValidateTellsWhatBecomesOfABrokenLocalFile) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid>");
+    const json findings = asJson({"validate", directory_.path("config/corvidLocalConfig.xml")}, 1).at("findings");
+    EXPECT_EQ(findings.at(0).at("kind"), "moved-aside");
+    EXPECT_EQ(findings.at(0).at("text"), "a client that starts on this file renames it to "
+                                         "corvidLocalConfig-backup.xml and has none of its values");
+    const std::string other = directory_.write("other.xml", "<Corvid>");
+    for (const json& finding : asJson({"validate", other}, 1).at("findings")) {
+        EXPECT_EQ(finding.at("kind"), "syntax");
+    }
+}
+
+TEST_F(Tool, ValidateReadsAPipeAsADocument) {
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c", "echo '<c><g><a>1</a></g></c>' | " CORVIDCTL_PROGRAM " validate /dev/stdin"}, {});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("a configuration document with 1 key\n"));
+}
+
+TEST_F(Tool, ValidateAnswersInTabSeparatedLines) {
+    const std::string file = directory_.write("a.properties", "A\n");
+    EXPECT_EQ(run({"-o", "tsv", "validate", file}).out,
+              "file\tvalid\tkeys\twarnings\terrors\tfindings\n" + file +
+                  "\ttrue\t[\"A\"]\t[\"line 1: line has no colon, so all of it is a key with an empty value\"]\t[]\t"
+                  "[{\"severity\":\"warning\",\"kind\":\"no-separator\",\"line\":1,\"column\":0,\"key\":\"A\","
+                  "\"text\":\"line has no colon, so all of it is a key with an empty value\"}]\n");
 }

@@ -196,6 +196,28 @@ TEST_F(WrongUseTool, RefusesADirectoryWhereAFileIsExpected) {
     expectRefused({"validate", folder}, "validate: FILE '" + folder + "': expected a file that can be read");
 }
 
+TEST_F(WrongUseTool, RefusesAnExportInAnUnknownFormatOrPlace) {
+    expectRefused({"export", "--format", "yaml"}, "--format 'yaml': expected server, json or properties");
+    const std::string nowhere = directory_.path("nowhere/a.xml");
+    expectRefused({"export", "--to", nowhere},
+                  "--to '" + nowhere + "': expected a file in a folder that can be written");
+    const std::string folder = directory_.path("config");
+    expectRefused({"export", "--force", "--to", folder},
+                  "--to '" + folder + "': expected a file in a folder that can be written");
+}
+
+TEST_F(WrongUseTool, RefusesAnExportOverAFile) {
+    const std::string file = directory_.write("a.xml", "mine");
+    expectRefused({"export", "--to", file},
+                  "--to '" + file + "': expected a file that is not there yet, or --force to replace it");
+    for (const char* const name : {"config/corvidLocalConfig.xml", "config/corvid-config.xml",
+                                   "install/corvid-config-defaults.xml", "install/bootstrap.properties"}) {
+        const std::string own = directory_.path(name);
+        expectRefused({"export", "--to", own},
+                      "--to '" + own + "': this file is the module's own, expected another one, or --force");
+    }
+}
+
 TEST_F(WrongUseTool, RefusesAnInstallationDirectoryThatIsMissing) {
     const std::string missing = directory_.path("nowhere");
     const support::Ended ended = support::runProgram(

@@ -1,0 +1,93 @@
+#include "exporting/TargetFile.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include "ConfigStoreConstants.h"
+#include "quill/FileUtils.h"
+
+namespace corvidctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+using QuillCoreUtils::FileUtils;
+
+std::string withoutLinks(const std::string& path) {
+    std::error_code error;
+    const fs::path resolved = fs::weakly_canonical(fs::absolute(path, error), error);
+    return error ? path : resolved.string();
+}
+
+mode_t modeOfNewFiles() {
+    const mode_t mask = umask(0);
+    umask(mask);
+    return (S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH) & ~mask;
+}
+
+[[noreturn]] void fail(const std::string& path, const char* reason) {
+    throw std::runtime_error("the file cannot be written: " + path + (*reason == '\0' ? "" : ": ") + reason);
+}
+
+}  // namespace
+
+TargetFile::TargetFile(const std::string& path) : path_(path), resolved_(withoutLinks(path)) {}
+
+bool TargetFile::isThere() const {
+    std::error_code error;
+    return fs::symlink_status(path_, error).type() != fs::file_type::not_found;
+}
+
+bool TargetFile::isWritable() const {
+    std::error_code error;
+    const fs::file_type type = fs::status(resolved_, error).type();
+    const bool isFile = type == fs::file_type::not_found || type == fs::file_type::regular;
+    const std::string folder = FileUtils::getParentDirectory(resolved_);
+    return isFile && !FileUtils::getFileName(path_).empty() && fs::is_directory(folder, error) &&
+           access(folder.c_str(), W_OK | X_OK) == 0;
+}
+
+bool TargetFile::belongsToModule(const host::ReferenceHost::Options& host) const {
+    using namespace ConfigStoreConstants;
+    const std::string folder = FileUtils::getParentDirectory(resolved_);
+    for (const std::string& file : {host.configDirectory + "/" + LOCAL_FILE_CONFIG_STORE_FILE_NAME,
+                                    host.configDirectory + "/" + TFTP_OVERRIDE_FILE_NAME,
+                                    host.configDirectory + "/" + LEGACY_TFTP_CACHE_FILE_NAME, host.bootstrapFilePath,
+                                    host.installationDirectory + "/" + DEFAULT_CONFIG_STORE_FILE_NAME}) {
+        if (withoutLinks(file) == resolved_) {
+            return true;
+        }
+    }
+    return folder == withoutLinks(host.configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING) &&
+           resolved_.ends_with(".xml");
+}
+
+void TargetFile::write(const std::string& contents, bool isPrivate, bool replaces) const {
+    const bool keepsPermissions = replaces && !isPrivate && FileUtils::fileExists(resolved_);
+    if (!keepsPermissions) {
+        writeAnew(contents, isPrivate, replaces);
+    } else if (!FileUtils::writeFileAtomically(resolved_, contents)) {
+        fail(path_, "");
+    }
+}
+
+void TargetFile::writeAnew(const std::string& contents, bool isPrivate, bool replaces) const {
+    const std::string sibling = resolved_ + "." + std::to_string(getpid()) + ".export";
+    if (!FileUtils::writeFileAtomically(sibling, contents)) {  // for its owner alone
+        fail(path_, "");
+    }
+    if (!isPrivate && chmod(sibling.c_str(), modeOfNewFiles()) != 0) {
+        unlink(sibling.c_str());
+        fail(path_, "");
+    }
+    if (const int problem = FileUtils::moveFile(sibling, resolved_, !replaces); problem != 0) {
+        unlink(sibling.c_str());
+        fail(path_, std::strerror(problem));
+    }
+}
+
+}  // namespace corvidctl

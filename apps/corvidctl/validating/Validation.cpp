@@ -1,0 +1,138 @@
+#include "validating/Validation.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <utility>
+
+#include "ConfigStoreConstants.h"
+#include "quill/FileUtils.h"
+#include "quill/StringUtils.h"
+#include "validating/FilePlace.h"
+#include "validating/KeyFindings.h"
+#include "validating/PropertiesInspector.h"
+#include "validating/ValueFindings.h"
+#include "xml/DocumentInspector.h"
+
+namespace corvidctl {
+
+namespace {
+
+using Form = ValidationView::Form;
+using Kind = DocumentReport::Kind;
+using QuillCoreUtils::FileUtils;
+
+const char* wordOf(Kind kind) {
+    switch (kind) {
+    case Kind::Unreadable:
+        return FindingKind::Unreadable;
+    case Kind::Syntax:
+        return FindingKind::Syntax;
+    case Kind::WrongForm:
+        return FindingKind::WrongForm;
+    case Kind::DuplicateKey:
+        return FindingKind::DuplicateKey;
+    case Kind::LostEntry:
+        return FindingKind::LostEntry;
+    case Kind::IgnoredText:
+        return FindingKind::IgnoredText;
+    case Kind::IgnoredElement:
+        return FindingKind::IgnoredElement;
+    case Kind::MarkupValue:
+        return FindingKind::MarkupValue;
+    case Kind::NeverAnswered:
+        break;
+    }
+    return FindingKind::NeverAnswered;
+}
+
+void addAll(std::vector<Finding>& findings, std::vector<Finding> more) {
+    findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+}
+
+void addFindings(ValidationView& view, Severity severity, const std::vector<DocumentReport::Finding>& findings) {
+    for (const DocumentReport::Finding& finding : findings) {
+        view.findings.push_back({severity, wordOf(finding.kind), finding.line, finding.column,
+                                 QuillCoreUtils::toString(finding.key), finding.text});
+    }
+}
+
+void addEntries(ValidationView& view, const std::vector<DocumentReport::Entry>& entries, bool reveal) {
+    for (const DocumentReport::Entry& entry : entries) {
+        const bool sensitive = entry.sensitive || KnownKeys::isAlwaysSensitive(entry.key);
+        const std::wstring& shown =
+            sensitive && !reveal ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : entry.value;
+        view.entries.push_back({QuillCoreUtils::toString(entry.key), QuillCoreUtils::toString(shown), entry.line,
+                                sensitive, entry.isMarkup});
+    }
+}
+
+/// A client that cannot read its local file saves it under another name and goes on without it.
+void noticeMove(ValidationView& view, const std::string& fileName) {
+    if (formOfFile(fileName) != DocumentReport::Form::Local) {
+        return;
+    }
+    const std::string backup = fileName.substr(0, fileName.find_last_of('.')) + "-backup.xml";
+    view.findings.push_back(
+        {Severity::Info, FindingKind::MovedAside, 0, 0, "",
+         "a client that starts on this file renames it to " + backup + " and has none of its values"});
+}
+
+std::vector<DocumentReport::Entry> inspectXml(ValidationView& view, const std::string& fileName) {
+    DocumentReport report = inspectDocument(view.file);
+    view.valid = report.valid;
+    view.form = report.form == DocumentReport::Form::Local ? Form::LocalFile : Form::Document;
+    view.formIsGuessed = report.formIsGuessed;
+    addFindings(view, Severity::Error, report.errors);
+    addFindings(view, Severity::Warning, report.warnings);
+    const bool isBroken = std::any_of(report.errors.begin(), report.errors.end(),
+                                      [](const auto& error) { return error.kind != Kind::WrongForm; });
+    if (isBroken) {
+        noticeMove(view, fileName);
+    }
+    return std::move(report.entries);
+}
+
+std::vector<DocumentReport::Entry> inspectLines(ValidationView& view, const std::string& contents) {
+    PropertiesReport report = inspectProperties(contents);
+    view.valid = report.valid;
+    view.form = Form::Properties;
+    view.findings = std::move(report.findings);
+    return std::move(report.entries);
+}
+
+/// Reads the file in the form that suits it. A file that can be read only once, such as a pipe, is left to the reader
+/// of documents.
+std::vector<DocumentReport::Entry> inspectFile(ValidationView& view, const std::string& fileName) {
+    const bool isNamedDocument = QuillCoreUtils::toLowercase(fileName).ends_with(".xml");
+    std::error_code error;
+    std::string contents;
+    if (isNamedDocument || !std::filesystem::is_regular_file(view.file, error) ||
+        !FileUtils::readFile(view.file, contents)) {
+        return inspectXml(view, fileName);
+    }
+    const bool isNamed = isNamedProperties(fileName);
+    if (!isNamed && !looksLikeProperties(contents)) {
+        return inspectXml(view, fileName);
+    }
+    view.formIsGuessed = !isNamed;
+    return inspectLines(view, contents);
+}
+
+}  // namespace
+
+ValidationView validateFile(const std::string& file, bool reveal) {
+    ValidationView view;
+    view.file = file;
+    const std::string fileName = FileUtils::getFileName(file);
+    const std::vector<DocumentReport::Entry> entries = inspectFile(view, fileName);
+    addEntries(view, entries, reveal);
+    const FilePlace place = placeOf(fileName, view.form);
+    addAll(view.findings, KeyFindings(entries, place).find());
+    addAll(view.findings, ValueFindings(entries, place).find());
+    std::stable_sort(view.findings.begin(), view.findings.end(),
+                     [](const Finding& one, const Finding& other) { return one.line < other.line; });
+    return view;
+}
+
+}  // namespace corvidctl
