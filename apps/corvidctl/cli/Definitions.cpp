@@ -62,8 +62,39 @@ const std::vector<CommandDefinition>& commandDefinitions() {
         {"stores", "", 0, 0, WordKind::None, "Print the chain of stores in order", ""},
         {"set", "KEY VALUE", 2, 2, WordKind::Key, "Store a user value", ""},
         {"unset", "KEY", 1, 1, WordKind::Key, "Erase a key from the writable stores", ""},
-        {"watch", "[GLOB...]", 0, ANY_NUMBER, WordKind::Key,
-         "Start the remote source and print every change, until interrupted", ""},
+        {"watch",
+         "[GLOB...]",
+         0,
+         ANY_NUMBER,
+         WordKind::Key,
+         "Start the remote source and print every change, until interrupted",
+         "A batch is all that one piece of work changed: a download, a file that was read, a value that was set. It "
+         "has "
+         "the time, the cause and, for each key, the value and the store before and afterwards. What changes only "
+         "behind the answer, as the administrator's value of a key that the user overrides, is in no batch.\n\n"
+         "A journal is a file with a line of JSON for each batch, whichever keys are watched. Each watch adds to it, "
+         "beginning with all keys that are defined; corvidctl history reads it. At 8 MiB it becomes FILE.1, and a new "
+         "one begins.",
+         {{"--batch", "", "Print batch by batch: the time and the cause, and below them the changes",
+           &Invocation::batch},
+          {"--journal", "FILE", "Add every batch to a journal, too", &Invocation::journal, WordKind::File}},
+         {{"watch", "Fetches the server's file and prints each change of a key as it comes"},
+          {"watch --batch 'Voicemail*'", "Prints what happens to some keys, with the time and the cause"},
+          {"watch --batch --journal changes.jsonl", "Keeps a journal of all changes besides"}}},
+        {"history",
+         "[KEY|GLOB...]",
+         0,
+         ANY_NUMBER,
+         WordKind::Key,
+         "Print what a journal knows of the changes of keys: when, why, from what to what",
+         "Reads FILE.1 and FILE, which corvidctl watch --journal FILE has written, oldest change first; a watch may be "
+         "writing meanwhile. What changed while nobody watched is told with the cause start, at the time of the next "
+         "watch. A line that cannot be read is named on standard error and left out.",
+         {{"--journal", "FILE", "The journal to read; needed", &Invocation::journal, WordKind::File},
+          {"--batch", "", "Print batch by batch", &Invocation::batch}},
+         {{"history --journal changes.jsonl", "Prints every change in the journal"},
+          {"history VoicemailPrimaryServer --journal changes.jsonl", "Prints what one key was, and when"},
+          {"-o jsonl history --batch --journal changes.jsonl", "Gives each batch as an object on a line"}}},
         {"fetch", "", 0, 0, WordKind::None, "Fetch the server's file and tell what came of it", ""},
         {"provision",
          "LINK",

@@ -15,6 +15,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "cli/DataDirectory.h"
+#include "journal/JournalFile.h"
 #include "output/Terminal.h"
 
 namespace corvidctl {
@@ -85,7 +86,7 @@ std::string defaultConfigDirectory() {
 bool usesConfigDirectory(const Invocation& invocation) {
     const std::string& command = invocation.command;
     const bool showsSample = command == "demo" && invocation.configDirectory.empty();
-    return command != "validate" && command != "serve" && !showsSample;
+    return command != "validate" && command != "serve" && command != "history" && !showsSample;
 }
 
 std::string checkConfigDirectory(Invocation& invocation) {
@@ -200,7 +201,7 @@ std::string checkFileIn(const char* option, const std::string& directory, const 
 /// The module would pass over a file that it cannot read, and a command would tell, or store, half of the truth.
 std::string checkFilesOfTheModule(Invocation& invocation) {
     using namespace ConfigStoreConstants;
-    if (invocation.command == "validate" || invocation.command == "serve") {
+    if (invocation.command == "validate" || invocation.command == "serve" || invocation.command == "history") {
         return {};
     }
     if (invocation.command == "reset-data") {
@@ -254,6 +255,42 @@ std::string checkServe(const Invocation& invocation) {
     return {};
 }
 
+/// The journal that a watch adds to. Another file must not be spoilt, nor be renamed when it is full.
+std::string checkJournalToWrite(const std::string& path) {
+    if (!isReplaceable(path)) {
+        return "--journal '" + path + "': expected a file that can be written";
+    }
+    if (!JournalFile::isJournal(path)) {
+        return "--journal '" + path + "': expected a journal of an earlier watch, or a file that does not exist yet";
+    }
+    return {};
+}
+
+std::string checkJournalToRead(const std::string& path) {
+    std::error_code error;
+    bool isThere = false;
+    for (const std::string& file : {JournalFile::oldName(path), path}) {
+        if (fs::exists(file, error)) {
+            isThere = true;
+            if (!fs::is_regular_file(file, error) || !isReadableFile(file)) {
+                return "--journal '" + file + "': expected a file that can be read";
+            }
+        }
+    }
+    return isThere ? "" : "--journal '" + path + "': expected a journal that corvidctl watch --journal has written";
+}
+
+std::string checkJournal(const Invocation& invocation) {
+    const bool reads = invocation.command == "history";
+    if (!invocation.journal) {
+        return reads ? "history: --journal is missing, expected: corvidctl history [KEY|GLOB...] --journal FILE" : "";
+    }
+    if (invocation.journal->empty()) {
+        return "--journal is empty, expected a path";
+    }
+    return reads ? checkJournalToRead(*invocation.journal) : checkJournalToWrite(*invocation.journal);
+}
+
 std::string checkArguments(const Invocation& invocation) {
     const std::string& command = invocation.command;
     const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
@@ -271,6 +308,9 @@ std::string checkArguments(const Invocation& invocation) {
     }
     if (command == "serve") {
         return checkServe(invocation);
+    }
+    if (command == "watch" || command == "history") {
+        return checkJournal(invocation);
     }
     if (command == "validate") {
         for (const std::string& file : invocation.arguments) {
