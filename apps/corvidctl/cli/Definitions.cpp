@@ -89,7 +89,7 @@ const std::vector<CommandDefinition>& commandDefinitions() {
          "Print what a journal knows of the changes of keys: when, why, from what to what",
          "Reads FILE.1 and FILE, which corvidctl watch --journal FILE has written, oldest change first; a watch may be "
          "writing meanwhile. What changed while nobody watched is told with the cause start, at the time of the next "
-         "watch. A line that cannot be read is named on standard error and left out.",
+         "watch. A store and its cached copy count as one. A line that cannot be read is named on standard error and left out.",
          {{"--journal", "FILE", "The journal to read; needed", &Invocation::journal, WordKind::File},
           {"--batch", "", "Print batch by batch", &Invocation::batch}},
          {{"history --journal changes.jsonl", "Prints every change in the journal"},

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "ConfigStoreConstants.h"
+#include "chain/CacheFiles.h"
 #include "chain/ConfigMap.h"
 #include "quill/StringUtils.h"
 #include "reading/KeyNames.h"
@@ -11,6 +12,13 @@
 namespace corvidctl {
 
 namespace {
+
+/// The copy holds what the store said last, and answers for it from a start to the next download.
+bool isStoreAndItsCopy(const std::string& a, const std::string& b) {
+    return a == CacheFiles::nameFor(b) || b == CacheFiles::nameFor(a);
+}
+
+bool isSameSource(const std::string& a, const std::string& b) { return a == b || isStoreAndItsCopy(a, b); }
 
 std::string mask() { return QuillCoreUtils::toString(ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT); }
 
@@ -38,7 +46,7 @@ private:
     static bool isSame(const JournalChange& before, const JournalChange& after) {
         // One of the two may have been written with secrets shown, the other without.
         const bool isMasked = after.isSensitive && (before.newValue == mask() || after.newValue == mask());
-        return before.newStore == after.newStore && (isMasked || before.newValue == after.newValue);
+        return isSameSource(before.newStore, after.newStore) && (isMasked || before.newValue == after.newValue);
     }
 
     /// Where a start differs from what was known before it.
@@ -82,6 +90,11 @@ SensitiveKeySet sensitiveKeysOf(const std::vector<JournalBatch>& batches, const 
     return keys;
 }
 
+bool onlyChangesToTheCopy(const JournalChange& change) {
+    return !change.isSensitive && change.oldValue == change.newValue &&
+           isStoreAndItsCopy(change.oldStore, change.newStore);
+}
+
 void maskTexts(JournalChange& change) {
     change.isSensitive = true;
     change.oldValue = change.oldStore.empty() ? std::string() : mask();
@@ -100,7 +113,7 @@ std::vector<JournalBatch> historyOf(const std::vector<JournalBatch>& batches,
         JournalBatch told{batch.number, batch.time, batch.cause, {}};
         for (JournalChange& change : follower.follow(batch)) {
             const std::wstring key = names.currentName(QuillCoreUtils::toWideString(change.key));
-            if (!isWanted(key)) {
+            if (!isWanted(key) || onlyChangesToTheCopy(change)) {
                 continue;
             }
             change.key = QuillCoreUtils::toString(key);

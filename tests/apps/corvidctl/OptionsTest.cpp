@@ -16,7 +16,7 @@ TEST_F(Tool, HelpNamesEveryCommandAndGlobalOption) {
     for (const char* const word :
          {"get",       "list",        "explain",      "stores",        "set",         "unset",
           "watch",     "fetch",       "report",       "validate",      "serve",       "demo",
-          "provision", "reset-data",  "--config-dir", "--install-dir", "--bootstrap", "--ca-file",
+          "provision", "reset-data",  "history",   "--config-dir", "--install-dir", "--bootstrap", "--ca-file",
           "--fips",    "--log-level", "--log-file",   "--json",        "--reveal",    "--version"}) {
         EXPECT_THAT(ended.out, HasSubstr(word));
     }
