@@ -24,7 +24,7 @@ protected:
 };
 
 const std::string COMMANDS =
-    "get, list, explain, stores, set, unset, watch, fetch, provision, reset-data, report, validate, "
+    "get, list, explain, stores, set, unset, watch, history, fetch, provision, reset-data, report, validate, "
     "serve, demo";
 
 }  // namespace

@@ -27,7 +27,7 @@ JournalBatch notNeeded() {
     return {};
 }
 
-class File : public ::testing::Test {
+class JournalOnDisk : public ::testing::Test {
 protected:
     std::string path() const { return directory_.path("journal"); }
 
@@ -61,7 +61,7 @@ protected:
 
 }  // namespace
 
-TEST_F(File, HoldsALineForEachBatchAsSoonAsItCame) {
+TEST_F(JournalOnDisk, HoldsALineForEachBatchAsSoonAsItCame) {
     JournalFile file(path());
     file.append(START, notNeeded);
     EXPECT_EQ(directory_.read("journal"), lines({START}));
@@ -69,7 +69,7 @@ TEST_F(File, HoldsALineForEachBatchAsSoonAsItCame) {
     EXPECT_EQ(directory_.read("journal"), lines({START, SECOND}));
 }
 
-TEST_F(File, IsForItsOwnerOnly) {
+TEST_F(JournalOnDisk, IsForItsOwnerOnly) {
     const mode_t before = umask(0);
     write({START});
     umask(before);
@@ -78,30 +78,30 @@ TEST_F(File, IsForItsOwnerOnly) {
     EXPECT_EQ(status.st_mode & 07777, 0600U);
 }
 
-TEST_F(File, GoesOnWhereTheLastWatchEnded) {
+TEST_F(JournalOnDisk, GoesOnWhereTheLastWatchEnded) {
     write({START});
     write({START, SECOND});
     EXPECT_EQ(directory_.read("journal"), lines({START, START, SECOND}));
 }
 
-TEST_F(File, EndsALineThatWasTornBeforeItGoesOn) {
+TEST_F(JournalOnDisk, EndsALineThatWasTornBeforeItGoesOn) {
     directory_.write("journal", lines({START}) + "{\"batch\":2,\"ti");
     write({SECOND});
     EXPECT_EQ(directory_.read("journal"), lines({START}) + "{\"batch\":2,\"ti\n" + lines({SECOND}));
 }
 
-TEST_F(File, IsWrittenByOneWatchOnly) {
+TEST_F(JournalOnDisk, IsWrittenByOneWatchOnly) {
     const JournalFile first(path());
     EXPECT_EQ(problemOf([this] { JournalFile(this->path()); }),
               "the journal " + path() + " is being written by another watch; end that one, or name another file");
 }
 
-TEST_F(File, IsFreeAgainWhenTheWatchHasEnded) {
+TEST_F(JournalOnDisk, IsFreeAgainWhenTheWatchHasEnded) {
     { const JournalFile first(path()); }
     EXPECT_EQ(problemOf([this] { JournalFile(this->path()); }), "none");
 }
 
-TEST_F(File, GetsTheOldNameWhenItIsFullAndANewOneBeginsWithAPicture) {
+TEST_F(JournalOnDisk, GetsTheOldNameWhenItIsFullAndANewOneBeginsWithAPicture) {
     const std::size_t limit = lines({START, SECOND}).size() + 1;
     JournalFile file(path(), limit);
     file.append(START, notNeeded);
@@ -114,7 +114,7 @@ TEST_F(File, GetsTheOldNameWhenItIsFullAndANewOneBeginsWithAPicture) {
     EXPECT_EQ(directory_.read("journal"), lines({PICTURE, SECOND}));
 }
 
-TEST_F(File, KeepsOneOldFile) {
+TEST_F(JournalOnDisk, KeepsOneOldFile) {
     directory_.write("journal.1", "older");
     JournalFile file(path(), lines({START, SECOND}).size());
     file.append(START, notNeeded);
@@ -122,7 +122,7 @@ TEST_F(File, KeepsOneOldFile) {
     EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
 }
 
-TEST_F(File, BeginsANewOneBeforeItGoesOnWithAFullOne) {
+TEST_F(JournalOnDisk, BeginsANewOneBeforeItGoesOnWithAFullOne) {
     write({START, SECOND});
     JournalFile file(path(), 10);
     EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
@@ -130,7 +130,7 @@ TEST_F(File, BeginsANewOneBeforeItGoesOnWithAFullOne) {
     EXPECT_EQ(directory_.read("journal"), lines({START}));
 }
 
-TEST_F(File, HoldsAsMuchAgainAsABeginningThatIsOverTheLimit) {
+TEST_F(JournalOnDisk, HoldsAsMuchAgainAsABeginningThatIsOverTheLimit) {
     JournalFile file(path(), 10);
     file.append(START, notNeeded);
     file.append(SECOND, [] { return PICTURE; });  // more than the beginning
@@ -138,19 +138,19 @@ TEST_F(File, HoldsAsMuchAgainAsABeginningThatIsOverTheLimit) {
     EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
 }
 
-TEST_F(File, StaysLockedWhenANewOneHasBegun) {
+TEST_F(JournalOnDisk, StaysLockedWhenANewOneHasBegun) {
     JournalFile file(path(), lines({START, SECOND}).size());
     file.append(START, notNeeded);
     file.append(SECOND, [] { return PICTURE; });
     EXPECT_THAT(problemOf([this] { JournalFile(this->path()); }), HasSubstr("another watch"));
 }
 
-TEST_F(File, SaysWhatItCouldNotDo) {
+TEST_F(JournalOnDisk, SaysWhatItCouldNotDo) {
     EXPECT_EQ(problemOf([this] { JournalFile(directory_.path("nowhere/journal")); }),
               "the journal " + directory_.path("nowhere/journal") + " could not be opened: No such file or directory");
 }
 
-TEST_F(File, SaysThatTheOldNameIsTaken) {
+TEST_F(JournalOnDisk, SaysThatTheOldNameIsTaken) {
     directory_.write("journal.1/file", "");
     JournalFile file(path(), lines({START, SECOND}).size());
     file.append(START, notNeeded);
@@ -159,32 +159,32 @@ TEST_F(File, SaysThatTheOldNameIsTaken) {
     EXPECT_EQ(directory_.read("journal"), lines({START, SECOND}));
 }
 
-TEST_F(File, MayBeginWhereNothingIsOrAJournal) {
+TEST_F(JournalOnDisk, MayBeginWhereNothingIsOrAJournal) {
     EXPECT_TRUE(JournalFile::isJournal(path()));
     EXPECT_TRUE(JournalFile::isJournal(directory_.write("empty", "")));
     EXPECT_TRUE(JournalFile::isJournal(directory_.write("one", lines({START}))));
     EXPECT_TRUE(JournalFile::isJournal(directory_.write("torn", "{\"bat")));
 }
 
-TEST_F(File, MayNotBeginInAnythingElse) {
+TEST_F(JournalOnDisk, MayNotBeginInAnythingElse) {
     EXPECT_FALSE(JournalFile::isJournal(directory_.write("letter", "Dear Sirs")));
     EXPECT_FALSE(JournalFile::isJournal(directory_.path()));
     EXPECT_FALSE(JournalFile::isJournal("/dev/null"));
 }
 
-TEST_F(File, IsReadWithTheOldOneFirst) {
+TEST_F(JournalOnDisk, IsReadWithTheOldOneFirst) {
     directory_.write("journal.1", lines({START}));
     directory_.write("journal", lines({SECOND, THIRD}));
     EXPECT_THAT(readJournal(path()).batches, ElementsAre(START, SECOND, THIRD));
 }
 
-TEST_F(File, IsReadAsFarAsItIsThere) {
+TEST_F(JournalOnDisk, IsReadAsFarAsItIsThere) {
     EXPECT_THAT(readJournal(path()).batches, IsEmpty());
     directory_.write("journal.1", lines({START}));
     EXPECT_THAT(readJournal(path()).batches, ElementsAre(START));
 }
 
-TEST_F(File, IsReadWithoutItsDamagedLines) {
+TEST_F(JournalOnDisk, IsReadWithoutItsDamagedLines) {
     directory_.write("journal", lines({START}) + "garbage\n\n\x01\x02\xff\n" + lines({SECOND}) + "{\"batch\":3}\n" +
                                     lines({THIRD}));
     const JournalReading reading = readJournal(path());
@@ -197,7 +197,7 @@ TEST_F(File, IsReadWithoutItsDamagedLines) {
     EXPECT_FALSE(reading.damages[2].isTorn);
 }
 
-TEST_F(File, IsReadUpToALineThatWasTorn) {
+TEST_F(JournalOnDisk, IsReadUpToALineThatWasTorn) {
     const std::string whole = lines({START, SECOND});
     for (std::size_t length = lines({START}).size() + 1; length < whole.size() - 1; ++length) {
         directory_.write("journal", whole.substr(0, length));
@@ -209,7 +209,7 @@ TEST_F(File, IsReadUpToALineThatWasTorn) {
     }
 }
 
-TEST_F(File, IsReadWithALastLineThatOnlyLacksItsEnd) {
+TEST_F(JournalOnDisk, IsReadWithALastLineThatOnlyLacksItsEnd) {
     const std::string whole = lines({START, SECOND});
     directory_.write("journal", whole.substr(0, whole.size() - 1));
     const JournalReading reading = readJournal(path());
@@ -217,7 +217,7 @@ TEST_F(File, IsReadWithALastLineThatOnlyLacksItsEnd) {
     EXPECT_THAT(reading.damages, IsEmpty());
 }
 
-TEST_F(File, IsNotReadIfItIsAFolder) {
+TEST_F(JournalOnDisk, IsNotReadIfItIsAFolder) {
     directory_.write("journal/file", "");
     EXPECT_THAT(problemOf([this] { readJournal(this->path()); }), HasSubstr("could not be read"));
 }
