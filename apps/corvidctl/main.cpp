@@ -31,6 +31,7 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"set", runSet},
     {"unset", runUnset},
     {"watch", runWatch},
+    {"history", runHistory},
     {"fetch", runFetch},
     {"provision", runProvision},
     {"reset-data", runResetData},

@@ -37,6 +37,8 @@ struct Invocation {
     bool original = false;
     bool all = false;
     std::optional<std::string> store;
+    bool batch = false;                   ///< of `watch` and `history`
+    std::optional<std::string> journal;   ///< of `watch` and `history`
     bool reopen = false;                  ///< of `provision`
     bool yes = false;                     ///< of `reset-data`
     std::string address = "127.0.0.1";    ///< of `serve`

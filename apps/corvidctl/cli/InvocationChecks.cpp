@@ -17,6 +17,7 @@
 #include "cli/DataDirectory.h"
 #include "exporting/ExportForm.h"
 #include "exporting/TargetFile.h"
+#include "journal/JournalFile.h"
 #include "output/Terminal.h"
 #include "session/WritersTurn.h"
 
@@ -86,7 +87,7 @@ std::string defaultConfigDirectory() {
 
 /// Whether the command does its work without the module and what that reads.
 bool worksAlone(const Invocation& invocation) {
-    constexpr std::array<std::string_view, 4> alone = {"validate", "serve", "manual", "completions"};
+    constexpr std::array<std::string_view, 5> alone = {"validate", "serve", "history", "manual", "completions"};
     return std::find(alone.begin(), alone.end(), invocation.command) != alone.end();
 }
 
@@ -285,6 +286,42 @@ std::string checkExport(const Invocation& invocation) {
     return {};
 }
 
+/// The journal that a watch adds to. Another file must not be spoilt, nor be renamed when it is full.
+std::string checkJournalToWrite(const std::string& path) {
+    if (!isReplaceable(path)) {
+        return "--journal '" + path + "': expected a file that can be written";
+    }
+    if (!JournalFile::isJournal(path)) {
+        return "--journal '" + path + "': expected a journal of an earlier watch, or a file that does not exist yet";
+    }
+    return {};
+}
+
+std::string checkJournalToRead(const std::string& path) {
+    std::error_code error;
+    bool isThere = false;
+    for (const std::string& file : {JournalFile::oldName(path), path}) {
+        if (fs::exists(file, error)) {
+            isThere = true;
+            if (!fs::is_regular_file(file, error) || !isReadableFile(file)) {
+                return "--journal '" + file + "': expected a file that can be read";
+            }
+        }
+    }
+    return isThere ? "" : "--journal '" + path + "': expected a journal that corvidctl watch --journal has written";
+}
+
+std::string checkJournal(const Invocation& invocation) {
+    const bool reads = invocation.command == "history";
+    if (!invocation.journal) {
+        return reads ? "history: --journal is missing, expected: corvidctl history [KEY|GLOB...] --journal FILE" : "";
+    }
+    if (invocation.journal->empty()) {
+        return "--journal is empty, expected a path";
+    }
+    return reads ? checkJournalToRead(*invocation.journal) : checkJournalToWrite(*invocation.journal);
+}
+
 std::string checkArguments(const Invocation& invocation) {
     const std::string& command = invocation.command;
     const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
@@ -305,6 +342,9 @@ std::string checkArguments(const Invocation& invocation) {
     }
     if (command == "export") {
         return checkExport(invocation);
+    }
+    if (command == "watch" || command == "history") {
+        return checkJournal(invocation);
     }
     if (command == "validate") {
         for (const std::string& file : invocation.arguments) {

@@ -4,7 +4,6 @@
 
 #include "ConfigStoreConstants.h"
 #include "ConfigValue.h"
-#include "chain/ConfigKeyAliasesMapper.h"
 #include "chain/ConfigStoreManager.h"
 #include "chain/KeyResolver.h"
 #include "quill/StringUtils.h"
@@ -25,28 +24,10 @@ bool isFipsRule(const std::wstring& key) {
 
 }  // namespace
 
-ChainReader::ChainReader(ConfigStoreManager& chain, bool reveal) : chain_(chain), reveal_(reveal) {
-    ConfigKeyAliasesMapper::GetConfigKeyAliases(currentNames_, oldNames_);
-}
-
-std::wstring ChainReader::currentName(const std::wstring& key) const {
-    if (const auto renamed = currentNames_.find(key); renamed != currentNames_.end()) {
-        return renamed->second;
-    }
-    const auto known = oldNames_.find(key);
-    return known == oldNames_.end() ? key : known->first;
-}
-
-std::vector<std::wstring> ChainReader::namesInOrder(const std::wstring& key) const {
-    std::vector<std::wstring> names = {currentName(key)};
-    if (const auto old = oldNames_.find(names.front()); old != oldNames_.end()) {
-        names.push_back(old->second);
-    }
-    return names;
-}
+ChainReader::ChainReader(ConfigStoreManager& chain, bool reveal) : chain_(chain), reveal_(reveal) {}
 
 bool ChainReader::isSensitive(const std::wstring& key) const {
-    const std::vector<std::wstring> names = namesInOrder(key);
+    const std::vector<std::wstring> names = names_.namesInOrder(key);
     return std::any_of(names.begin(), names.end(),
                        [this](const std::wstring& name) { return chain_.isKeySensitive(name); });
 }
@@ -58,7 +39,8 @@ std::string ChainReader::shown(const std::wstring& text, bool sensitive) const {
 ValueView ChainReader::describe(const std::wstring& key) const {
     const std::wstring current = currentName(key);
     const StoreList stores = chain_.getStores();
-    const KeyResolver::Resolution resolution = KeyResolver(stores, currentNames_, oldNames_).resolve(current);
+    const KeyResolver::Resolution resolution =
+        KeyResolver(stores, names_.currentNames(), names_.oldNames()).resolve(current);
     const KeyResolver::ChangeReport& report = resolution.report.value();  // a current name always has one
 
     ValueView view;
@@ -105,7 +87,7 @@ ExplanationView ChainReader::explain(const std::wstring& key) const {
 
     const std::vector<std::shared_ptr<ConfigStore>> stores = chain_.getStores();
     bool hit = false;
-    for (const std::wstring& name : namesInOrder(key)) {
+    for (const std::wstring& name : names_.namesInOrder(key)) {
         if (hit) {
             break;
         }
@@ -159,7 +141,7 @@ std::vector<std::string> ChainReader::userStores() const {
 
 std::vector<std::string> ChainReader::writableHolders(const std::wstring& key) const {
     std::vector<std::string> holders;
-    const std::vector<std::wstring> names = namesInOrder(key);
+    const std::vector<std::wstring> names = names_.namesInOrder(key);
     for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
         std::wstring value;
         const bool holds = std::any_of(names.begin(), names.end(), [&store, &value](const std::wstring& name) {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "chain/ConfigMap.h"
+#include "reading/KeyNames.h"
 #include "reading/Views.h"
 
 class ConfigStoreManager;
@@ -33,7 +33,9 @@ public:
     std::vector<std::wstring> definedKeys() const;
 
     /// The current name of a key: in the spelling of the table of renamed keys, if the key stands there.
-    std::wstring currentName(const std::wstring& key) const;
+    std::wstring currentName(const std::wstring& key) const { return names_.currentName(key); }
+
+    const KeyNames& names() const { return names_; }
 
     /// True if the key must not be shown, under any of its names.
     bool isSensitive(const std::wstring& key) const;
@@ -45,13 +47,11 @@ public:
     std::vector<std::string> writableHolders(const std::wstring& key) const;
 
 private:
-    std::vector<std::wstring> namesInOrder(const std::wstring& key) const;
     std::string shown(const std::wstring& text, bool sensitive) const;
 
     ConfigStoreManager& chain_;
     const bool reveal_;
-    ConfigMap currentNames_;  ///< old name to current name
-    ConfigMap oldNames_;      ///< current name to old name
+    const KeyNames names_;
 };
 
 }  // namespace corvidctl

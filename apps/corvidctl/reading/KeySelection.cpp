@@ -7,10 +7,10 @@
 
 namespace corvidctl {
 
-KeySelection::KeySelection(const std::vector<std::string>& globs, const ChainReader& reader) {
+KeySelection::KeySelection(const std::vector<std::string>& globs, const KeyNames& names) {
     for (const std::string& glob : globs) {
         const std::wstring pattern = QuillCoreUtils::toWideString(glob);
-        patterns_.push_back(isPlainName(pattern) ? reader.currentName(pattern) : pattern);
+        patterns_.push_back(isPlainName(pattern) ? names.currentName(pattern) : pattern);
     }
 }
 

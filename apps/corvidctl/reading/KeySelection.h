@@ -11,7 +11,9 @@ namespace corvidctl {
 class KeySelection {
 public:
     /// @param globs UTF-8; none chooses every key. One without "*" and "?" is a key, and may be an old name.
-    KeySelection(const std::vector<std::string>& globs, const ChainReader& reader);
+    KeySelection(const std::vector<std::string>& globs, const KeyNames& names);
+    KeySelection(const std::vector<std::string>& globs, const ChainReader& reader)
+        : KeySelection(globs, reader.names()) {}
 
     /// @param key under its current name.
     bool contains(const std::wstring& key) const;

@@ -82,7 +82,7 @@ void LiveWatcher::start() {
 
 void LiveWatcher::stop() {
     chain_.RemoveObserver(this);
-    flush();
+    endWork();
     started_ = false;
     subscriptions_.clear();
 }
@@ -134,16 +134,40 @@ void LiveWatcher::onDispatcher(const std::function<void()>& function) {
     }
 }
 
-void LiveWatcher::flushLater(const std::wstring& key) {
-    waiting_.push_back(key);
+void LiveWatcher::afterwards(void (LiveWatcher::*function)(), const char* name) {
     const std::weak_ptr<LiveWatcher> weak = weak_from_this();
     dispatcher_->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
-        [weak] {
+        [weak, function] {
             if (const std::shared_ptr<LiveWatcher> self = weak.lock()) {
-                self->flush();
+                ((*self).*function)();
             }
         },
-        "LiveWatcher::flush"));
+        name));
+}
+
+void LiveWatcher::flushLater(const std::wstring& key) {
+    waiting_.push_back(key);
+    afterwards(&LiveWatcher::flush, "LiveWatcher::flush");
+    if (workListener_ && !isEndingWork_) {
+        isEndingWork_ = true;
+        // The task at hand is over by then.
+        afterwards(&LiveWatcher::endWorkBehindOtherThreads, "LiveWatcher::endWorkBehindOtherThreads");
+    }
+}
+
+void LiveWatcher::endWorkBehindOtherThreads() {
+    flush();
+    // Another thread reports all that it does while it holds the chain. With the chain in hand, everything of a piece
+    // of work is in the queue already, or nothing of it.
+    chain_.atomically([this] { afterwards(&LiveWatcher::endWork, "LiveWatcher::endWork"); });
+}
+
+void LiveWatcher::endWork() {
+    isEndingWork_ = false;
+    flush();
+    if (workListener_ && started_) {
+        workListener_();
+    }
 }
 
 void LiveWatcher::flush() {

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "chain/ConfigMap.h"
@@ -31,8 +32,16 @@ public:
                 Listener listener);
     ~LiveWatcher() override;
 
+    /// @param listener called on the dispatcher thread whenever a piece of work that changed something is over and all
+    ///        of its changes have been told: a task of that thread, or what another thread did under the chain's lock.
+    ///        Before start().
+    void setWorkListener(std::function<void()> listener) { workListener_ = std::move(listener); }
+
     /// From here on changes are told.
     void start();
+
+    /// Tells what is still waiting, and takes it for the end of a piece of work.
+    void endWork();
 
     /// Tells what is still waiting, and nothing more.
     void stop();
@@ -55,6 +64,8 @@ private:
     std::shared_ptr<Subscription> subscribe(const std::shared_ptr<ConfigValue>& object);
     void flushLater(const std::wstring& key);
     void flush();
+    void endWorkBehindOtherThreads();
+    void afterwards(void (LiveWatcher::*function)(), const char* name);
 
     ConfigStoreManager& chain_;
     const std::shared_ptr<ConfigService> service_;
@@ -62,7 +73,9 @@ private:
     const ChainReader reader_;
     const KeySelection selection_;
     const Listener listener_;
+    std::function<void()> workListener_;
     bool started_ = false;
+    bool isEndingWork_ = false;          ///< a task that ends the work is on its way
     std::vector<std::wstring> waiting_;  ///< keys with a change that has not been told, in the order of their reports
     std::map<std::wstring, std::shared_ptr<Subscription>, caseInsensitiveMapComparator> subscriptions_;
 };

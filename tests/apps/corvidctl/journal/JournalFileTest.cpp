@@ -1,0 +1,223 @@
+#include "journal/JournalFile.h"
+
+#include <sys/stat.h>
+
+#include "Journals.h"
+#include "fakes/TemporaryDirectory.h"
+#include "journal/JournalReader.h"
+#include "journal/JournalText.h"
+
+using namespace corvidctl;
+using journals::batch;
+using journals::change;
+using journals::defined;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const JournalBatch START = batch(1, Cause::Start, {defined("A", "1", "S")});
+const JournalBatch SECOND = batch(2, Cause::Set, {change("A", "1", "2", "S", "S")});
+const JournalBatch THIRD = batch(3, Cause::Set, {change("A", "2", "3", "S", "S")});
+const JournalBatch PICTURE = batch(3, Cause::Start, {defined("A", "3", "S")});
+
+JournalBatch notNeeded() {
+    ADD_FAILURE() << "no new file was to begin";
+    return {};
+}
+
+class JournalOnDisk : public ::testing::Test {
+protected:
+    std::string path() const { return directory_.path("journal"); }
+
+    /// Writes batches in one go, as one watch.
+    void write(const std::vector<JournalBatch>& batches) const {
+        JournalFile file(path());
+        for (const JournalBatch& each : batches) {
+            file.append(each, notNeeded);
+        }
+    }
+
+    static std::string lines(const std::vector<JournalBatch>& batches) {
+        std::string text;
+        for (const JournalBatch& each : batches) {
+            text += journaltext::line(each);
+        }
+        return text;
+    }
+
+    std::string problemOf(const std::function<void()>& work) const {
+        try {
+            work();
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+        return "none";
+    }
+
+    const fakes::TemporaryDirectory directory_;
+};
+
+}  // namespace
+
+TEST_F(JournalOnDisk, HoldsALineForEachBatchAsSoonAsItCame) {
+    JournalFile file(path());
+    file.append(START, notNeeded);
+    EXPECT_EQ(directory_.read("journal"), lines({START}));
+    file.append(SECOND, notNeeded);
+    EXPECT_EQ(directory_.read("journal"), lines({START, SECOND}));
+}
+
+TEST_F(JournalOnDisk, IsForItsOwnerOnly) {
+    const mode_t before = umask(0);
+    write({START});
+    umask(before);
+    struct stat status {};
+    ASSERT_EQ(stat(path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600U);
+}
+
+TEST_F(JournalOnDisk, GoesOnWhereTheLastWatchEnded) {
+    write({START});
+    write({START, SECOND});
+    EXPECT_EQ(directory_.read("journal"), lines({START, START, SECOND}));
+}
+
+TEST_F(JournalOnDisk, EndsALineThatWasTornBeforeItGoesOn) {
+    directory_.write("journal", lines({START}) + "{\"batch\":2,\"ti");
+    write({SECOND});
+    EXPECT_EQ(directory_.read("journal"), lines({START}) + "{\"batch\":2,\"ti\n" + lines({SECOND}));
+}
+
+TEST_F(JournalOnDisk, IsWrittenByOneWatchOnly) {
+    const JournalFile first(path());
+    EXPECT_EQ(problemOf([this] { JournalFile(this->path()); }),
+              "the journal " + path() + " is being written by another watch; end that one, or name another file");
+}
+
+TEST_F(JournalOnDisk, IsFreeAgainWhenTheWatchHasEnded) {
+    { const JournalFile first(path()); }
+    EXPECT_EQ(problemOf([this] { JournalFile(this->path()); }), "none");
+}
+
+TEST_F(JournalOnDisk, GetsTheOldNameWhenItIsFullAndANewOneBeginsWithAPicture) {
+    const std::size_t limit = lines({START, SECOND}).size() + 1;
+    JournalFile file(path(), limit);
+    file.append(START, notNeeded);
+    file.append(SECOND, notNeeded);
+    EXPECT_FALSE(directory_.exists("journal.1"));
+    file.append(THIRD, [] { return PICTURE; });
+    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND, THIRD}));
+    EXPECT_EQ(directory_.read("journal"), lines({PICTURE}));
+    file.append(SECOND, notNeeded);
+    EXPECT_EQ(directory_.read("journal"), lines({PICTURE, SECOND}));
+}
+
+TEST_F(JournalOnDisk, KeepsOneOldFile) {
+    directory_.write("journal.1", "older");
+    JournalFile file(path(), lines({START, SECOND}).size());
+    file.append(START, notNeeded);
+    file.append(SECOND, [] { return PICTURE; });
+    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
+}
+
+TEST_F(JournalOnDisk, BeginsANewOneBeforeItGoesOnWithAFullOne) {
+    write({START, SECOND});
+    JournalFile file(path(), 10);
+    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
+    file.append(START, notNeeded);
+    EXPECT_EQ(directory_.read("journal"), lines({START}));
+}
+
+TEST_F(JournalOnDisk, HoldsAsMuchAgainAsABeginningThatIsOverTheLimit) {
+    JournalFile file(path(), 10);
+    file.append(START, notNeeded);
+    file.append(SECOND, [] { return PICTURE; });  // more than the beginning
+    EXPECT_EQ(directory_.read("journal"), lines({PICTURE}));
+    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
+}
+
+TEST_F(JournalOnDisk, StaysLockedWhenANewOneHasBegun) {
+    JournalFile file(path(), lines({START, SECOND}).size());
+    file.append(START, notNeeded);
+    file.append(SECOND, [] { return PICTURE; });
+    EXPECT_THAT(problemOf([this] { JournalFile(this->path()); }), HasSubstr("another watch"));
+}
+
+TEST_F(JournalOnDisk, SaysWhatItCouldNotDo) {
+    EXPECT_EQ(problemOf([this] { JournalFile(directory_.path("nowhere/journal")); }),
+              "the journal " + directory_.path("nowhere/journal") + " could not be opened: No such file or directory");
+}
+
+TEST_F(JournalOnDisk, SaysThatTheOldNameIsTaken) {
+    directory_.write("journal.1/file", "");
+    JournalFile file(path(), lines({START, SECOND}).size());
+    file.append(START, notNeeded);
+    EXPECT_EQ(problemOf([&] { file.append(SECOND, notNeeded); }),
+              "the journal " + path() + " is full and could not be renamed to " + path() + ".1: Is a directory");
+    EXPECT_EQ(directory_.read("journal"), lines({START, SECOND}));
+}
+
+TEST_F(JournalOnDisk, MayBeginWhereNothingIsOrAJournal) {
+    EXPECT_TRUE(JournalFile::isJournal(path()));
+    EXPECT_TRUE(JournalFile::isJournal(directory_.write("empty", "")));
+    EXPECT_TRUE(JournalFile::isJournal(directory_.write("one", lines({START}))));
+    EXPECT_TRUE(JournalFile::isJournal(directory_.write("torn", "{\"bat")));
+}
+
+TEST_F(JournalOnDisk, MayNotBeginInAnythingElse) {
+    EXPECT_FALSE(JournalFile::isJournal(directory_.write("letter", "Dear Sirs")));
+    EXPECT_FALSE(JournalFile::isJournal(directory_.path()));
+    EXPECT_FALSE(JournalFile::isJournal("/dev/null"));
+}
+
+TEST_F(JournalOnDisk, IsReadWithTheOldOneFirst) {
+    directory_.write("journal.1", lines({START}));
+    directory_.write("journal", lines({SECOND, THIRD}));
+    EXPECT_THAT(readJournal(path()).batches, ElementsAre(START, SECOND, THIRD));
+}
+
+TEST_F(JournalOnDisk, IsReadAsFarAsItIsThere) {
+    EXPECT_THAT(readJournal(path()).batches, IsEmpty());
+    directory_.write("journal.1", lines({START}));
+    EXPECT_THAT(readJournal(path()).batches, ElementsAre(START));
+}
+
+TEST_F(JournalOnDisk, IsReadWithoutItsDamagedLines) {
+    directory_.write("journal", lines({START}) + "garbage\n\n\x01\x02\xff\n" + lines({SECOND}) + "{\"batch\":3}\n" +
+                                    lines({THIRD}));
+    const JournalReading reading = readJournal(path());
+    EXPECT_THAT(reading.batches, ElementsAre(START, SECOND, THIRD));
+    ASSERT_EQ(reading.damages.size(), 3U);
+    EXPECT_EQ(reading.damages[0].file, path());
+    EXPECT_EQ(reading.damages[0].line, 2U);
+    EXPECT_EQ(reading.damages[1].line, 4U);
+    EXPECT_EQ(reading.damages[2].line, 6U);
+    EXPECT_FALSE(reading.damages[2].isTorn);
+}
+
+TEST_F(JournalOnDisk, IsReadUpToALineThatWasTorn) {
+    const std::string whole = lines({START, SECOND});
+    for (std::size_t length = lines({START}).size() + 1; length < whole.size() - 1; ++length) {
+        directory_.write("journal", whole.substr(0, length));
+        const JournalReading reading = readJournal(path());
+        EXPECT_THAT(reading.batches, ElementsAre(START)) << length;
+        ASSERT_EQ(reading.damages.size(), 1U) << length;
+        EXPECT_TRUE(reading.damages[0].isTorn);
+        EXPECT_EQ(reading.damages[0].line, 2U);
+    }
+}
+
+TEST_F(JournalOnDisk, IsReadWithALastLineThatOnlyLacksItsEnd) {
+    const std::string whole = lines({START, SECOND});
+    directory_.write("journal", whole.substr(0, whole.size() - 1));
+    const JournalReading reading = readJournal(path());
+    EXPECT_THAT(reading.batches, ElementsAre(START, SECOND));
+    EXPECT_THAT(reading.damages, IsEmpty());
+}
+
+TEST_F(JournalOnDisk, IsNotReadIfItIsAFolder) {
+    directory_.write("journal/file", "");
+    EXPECT_THAT(problemOf([this] { readJournal(this->path()); }), HasSubstr("could not be read"));
+}
