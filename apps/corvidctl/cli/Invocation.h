@@ -37,6 +37,7 @@ struct Invocation {
     bool original = false;
     bool all = false;
     std::optional<std::string> store;
+    bool allStores = false;              ///< of `explain`
     bool reopen = false;                 ///< of `provision`
     bool yes = false;                    ///< of `reset-data`
     std::string address = "127.0.0.1";   ///< of `serve`

@@ -32,8 +32,10 @@ std::optional<LocalFileEntry> LocalFileFormat::readEntry(const xmlNode* node, bo
     for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
         const std::string name = lowercaseName(attribute->name);
         if (name == "name") {
-            entry.key = QuillCoreUtils::toWideString(QuillCoreUtils::toLowercase(xmlAttributeText(attribute)));
-            entry.key = movesVoicemailKey ? currentKey(entry.key) : entry.key;
+            const std::wstring inFile =
+                QuillCoreUtils::toWideString(QuillCoreUtils::toLowercase(xmlAttributeText(attribute)));
+            entry.key = movesVoicemailKey ? currentKey(inFile) : inFile;
+            entry.underOldName = entry.key != inFile;
         } else if (name == "value") {
             entry.value = QuillCoreUtils::toWideString(xmlAttributeText(attribute));
         }
