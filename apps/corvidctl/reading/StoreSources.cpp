@@ -197,7 +197,8 @@ void StoreSources::addLocalFile(const std::string& store, const std::string& fil
 void StoreSources::addBootstrapFile(const std::string& file) {
     StoreSource& source = add(ConfigStoreConstants::BOOTSTRAP_STORE_NAME, file);
     std::ifstream stream(file, std::ios::binary);
-    if (!source.origin.isMissing && (!stream.is_open() || fs::is_directory(file))) {
+    std::error_code error;
+    if (!source.origin.isMissing && (!stream.is_open() || fs::is_directory(file, error))) {
         source.origin.problem = "it cannot be read";
         return;
     }

@@ -241,13 +241,13 @@ TEST_F(Tool, ExplainChangesNothing) {
 TEST_F(Tool, ExplainTakesManyKeysInItsStride) {
     std::string document = "<c><g>\n";
     std::map<std::string, std::string> mine;
-    for (int i = 0; i < 10000; ++i) {
+    for (int i = 0; i < 1000; ++i) {
         document += "<Key" + std::to_string(i) + ">1</Key" + std::to_string(i) + ">\n";
         mine["Key" + std::to_string(i)] = "2";
     }
     writeConfig("corvid-config-user.xml", document + "</g></c>");
     writeConfig("corvidLocalConfig.xml", localFile(mine));
-    EXPECT_EQ(asJson({"explain", "Key9999"}).at("layers").at(0).at("line"), 10001);
+    EXPECT_EQ(asJson({"explain", "Key999"}).at("layers").at(0).at("line"), 1001);
     const std::string lines = run({"-o", "jsonl", "explain", "--all-stores", "key*"}).out;
-    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 10000);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1000);
 }
