@@ -184,7 +184,8 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     const CLI::App& command = *commands.front();
     invocation.command = command.get_name();
     CommandDefinition shape = commandDefinition(invocation.command);
-    shape.least = invocation.reopen ? 0 : shape.least;
+    shape.least = invocation.reopen || invocation.allStores ? 0 : shape.least;
+    shape.most = invocation.allStores ? ANY_NUMBER : shape.most;
     for (const std::string& problem :
          {mismatch(shape, invocation.arguments), unknownChoice(shape, invocation.arguments)}) {
         if (!problem.empty()) {

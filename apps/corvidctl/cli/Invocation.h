@@ -37,6 +37,7 @@ struct Invocation {
     bool original = false;
     bool all = false;
     std::optional<std::string> store;
+    bool allStores = false;               ///< of `explain`
     bool batch = false;                   ///< of `watch` and `history`
     std::optional<std::string> journal;   ///< of `watch` and `history`
     bool reopen = false;                  ///< of `provision`

@@ -324,7 +324,8 @@ std::string checkJournal(const Invocation& invocation) {
 
 std::string checkArguments(const Invocation& invocation) {
     const std::string& command = invocation.command;
-    const bool takesKey = command == "get" || command == "explain" || command == "set" || command == "unset";
+    const bool takesKey =
+        command == "get" || (command == "explain" && !invocation.allStores) || command == "set" || command == "unset";
     if (takesKey && invocation.arguments.front().empty()) {
         return command + ": KEY is empty, expected the name of a key";
     }

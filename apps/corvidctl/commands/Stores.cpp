@@ -1,34 +1,22 @@
 #include "commands/Commands.h"
-#include "output/Answers.h"
-#include "session/Session.h"
+#include "explaining/Explainer.h"
+#include "explaining/ExplanationAnswers.h"
+#include "explaining/ExplanationText.h"
+#include "session/ExplainingSession.h"
 
 #include <ostream>
 
 namespace corvidctl {
 
 int runStores(const Invocation& invocation, Output& output) {
-    std::vector<StoreView> views;
-    Session session(invocation);
-    session.work([&views](Session::Inside& inside) { views = inside.reader.stores(); });
-    session.finish();
-
+    std::vector<StoreReport> stores;
+    explainInSession(invocation,
+                     [&stores](const Explainer& explainer, const ChainReader&) { stores = explainer.stores(); });
     if (isForMachines(invocation.format)) {
-        output.out << answers::stores(views, invocation.format);
-        return Status::Done;
+        output.out << answers::stores(stores, invocation.format);
+    } else {
+        print(stores, std::chrono::system_clock::now(), output);
     }
-    Table table({{"PRIORITY", 0, true},
-                 {"STORE", 0, false, 20},
-                 {"ACCESS", 0, false, 9, 1},
-                 {"SCOPE", 0, false, 7, 2},
-                 {"KEYS", 0, true}});
-    for (const StoreView& view : views) {
-        table.addRow({std::to_string(view.priority),
-                      {view.name, Style::Strong},
-                      view.isReadOnly ? "read-only" : "writable",
-                      view.isLocal ? "local" : "profile",
-                      std::to_string(view.keys)});
-    }
-    table.print(output.out, output.colours, output.columns);
     return Status::Done;
 }
 

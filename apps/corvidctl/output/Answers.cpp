@@ -20,16 +20,6 @@ Json toJson(const ValueView& view) {
             {"isSensitive", view.isSensitive}};
 }
 
-Json toJson(const LayerView& view) {
-    return {{"store", view.store},
-            {"priority", view.priority},
-            {"isReadOnly", view.isReadOnly},
-            {"isLocal", view.isLocal},
-            {"key", view.key},
-            {"value", view.holdsKey ? Json(view.value) : Json(nullptr)},
-            {"wins", view.wins}};
-}
-
 Json toJson(const ChangeView& view) {
     Json json = toJson(view.value);
     json["changed"] = view.changed;
@@ -39,14 +29,6 @@ Json toJson(const ChangeView& view) {
 Json toJson(const FetchView& view) {
     return {{"server", view.server}, {"url", view.url}, {"version", view.version},
             {"keys", view.keys},     {"ok", view.ok},   {"reason", view.reason}};
-}
-
-Json toJson(const StoreView& view) {
-    return {{"name", view.name},
-            {"priority", view.priority},
-            {"isReadOnly", view.isReadOnly},
-            {"isLocal", view.isLocal},
-            {"keys", view.keys}};
 }
 
 Json toJson(const callcontrol::ServedRequest& request) {
@@ -69,26 +51,6 @@ std::string value(const ValueView& view, Format format) { return printed(toJson(
 
 std::string values(const std::vector<ValueView>& views, Format format) {
     return printedList(arrayOf(views), toJson(ValueView()), format);
-}
-
-std::string explanation(const ExplanationView& view, Format format) {
-    if (format == Format::Tsv) {
-        return printedList(arrayOf(view.layers), toJson(LayerView()), format);
-    }
-    return printed({{"key", view.asked},
-                    {"lookedUp", view.lookedUp},
-                    {"value", view.value.value},
-                    {"isDefined", view.value.isDefined},
-                    {"valueStoreName", view.value.valueStoreName},
-                    {"originalValue", view.value.originalValue},
-                    {"originalValueStoreName", view.value.originalValueStoreName},
-                    {"isOverridden", view.value.isOverridden},
-                    {"layers", arrayOf(view.layers)}},
-                   format);
-}
-
-std::string stores(const std::vector<StoreView>& views, Format format) {
-    return printedList(arrayOf(views), toJson(StoreView()), format);
 }
 
 std::string changeHeadings(Format format) { return streamHeadings(toJson(ChangeView()), format); }

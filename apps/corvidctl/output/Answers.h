@@ -20,10 +20,6 @@ namespace corvidctl::answers {
 std::string value(const ValueView& view, Format format);
 std::string values(const std::vector<ValueView>& views, Format format);
 
-/// Tab-separated: a line for each layer.
-std::string explanation(const ExplanationView& view, Format format);
-std::string stores(const std::vector<StoreView>& views, Format format);
-
 /// What stands before the first line of a stream; empty but for tab-separated lines.
 std::string changeHeadings(Format format);
 /// One line of a stream, whatever the format.

@@ -6,6 +6,7 @@
 #include "ConfigStoreConstants.h"
 #include "output/Text.h"
 #include "output/Wrapping.h"
+#include "reading/ClientKeys.h"
 
 namespace corvidctl {
 
@@ -27,6 +28,9 @@ const char* remarkOnOverride(const ValueView& view) {
     const bool onlyOne = view.originalValueStoreName.empty();
     if (view.valueStoreName == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME) {
         return onlyOne ? "set for this run" : "overridden for this run";
+    }
+    if (isKeptByClient(view.key)) {
+        return "kept by the client";
     }
     return onlyOne ? "user only" : "overridden";
 }

@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "Tool.h"
 
 using nlohmann::json;
@@ -13,14 +15,26 @@ TEST_F(Tool, ExplainGivesEveryStoreInOrder) {
     EXPECT_EQ(explanation.at("originalValue"), "true");
     EXPECT_EQ(explanation.at("originalValueStoreName"), "corvid-config-defaults.xml");
     EXPECT_EQ(explanation.at("isOverridden"), true);
-    EXPECT_EQ(explanation.size(), 9U);
+    EXPECT_EQ(explanation.at("alias"), nullptr);
+    EXPECT_EQ(explanation.at("rules"), json::array());
+    EXPECT_EQ(explanation.size(), 11U);
 
-    const json layer = [](const char* store, int priority, bool readOnly, bool local, const json& value, bool wins) {
-        return json{{"store", store},   {"priority", priority},  {"isReadOnly", readOnly},
-                    {"isLocal", local}, {"key", "DockedWindow"}, {"value", value},
-                    {"wins", wins}};
-    }("LocalFileConfigStore", 20, false, false, "false", true);
-    EXPECT_EQ(explanation.at("layers").at(1), layer);
+    json layer = explanation.at("layers").at(1);
+    EXPECT_TRUE(std::regex_match(layer.at("time").get<std::string>(), std::regex("....-..-..T..:..:..Z")));
+    layer.erase("time");
+    EXPECT_EQ(layer, (json{{"store", "LocalFileConfigStore"},
+                           {"priority", 20},
+                           {"isReadOnly", false},
+                           {"isLocal", false},
+                           {"key", "DockedWindow"},
+                           {"value", "false"},
+                           {"wins", true},
+                           {"state", "wins"},
+                           {"file", directory_.path("config/corvidLocalConfig.xml")},
+                           {"line", 3},
+                           {"url", nullptr},
+                           {"isCached", false},
+                           {"problem", nullptr}}));
     EXPECT_EQ(explanation.at("layers").at(0).at("value"), nullptr);
     EXPECT_EQ(explanation.at("layers").at(0).at("store"), "TftpOverrideConfigStore");
     EXPECT_EQ(explanation.at("layers").size(), asJson({"stores"}).size());
@@ -91,11 +105,12 @@ TEST_F(Tool, ExplainTellsWhenTheFipsRuleSpoke) {
 }
 
 TEST_F(Tool, ExplainPrintsATableOfTheLayers) {
-    EXPECT_THAT(
-        run({"explain", "DockedWindow"}).out,
-        testing::StartsWith("        PRIORITY  STORE                       KIND              NAME          VALUE\n"));
-    EXPECT_THAT(run({"explain", "DockedWindow"}).out,
-                HasSubstr("\nwins          20  LocalFileConfigStore        writable          DockedWindow  false\n"));
+    const std::string out = run({"explain", "DockedWindow"}).out;
+    EXPECT_THAT(out, testing::StartsWith("STATE       PRIORITY  STORE                       KIND                VALUE  "
+                                         "WHERE "));
+    EXPECT_THAT(out, HasSubstr("\nwins              20  LocalFileConfigStore        writable, profile   false  "
+                               "corvidLocalConfig.xml:3 "));
+    EXPECT_THAT(out, HasSubstr("  just now\n"));
 }
 
 TEST_F(Tool, ExplainTellsTheAdministratorsValueThatWins) {
@@ -133,4 +148,106 @@ TEST_F(Tool, ExplainOfAnUndefinedKeyUnderTheFipsRule) {
     EXPECT_EQ(explanation.at("valueStoreName"), "");
     EXPECT_THAT(run({"--fips", "on", "explain", "Telephony_P2P_Enabled"}).out,
                 HasSubstr("Telephony_P2P_Enabled is not defined: no store holds it.\nFIPS mode is on: "));
+}
+
+TEST_F(Tool, ExplainTellsAFileThatFailedToLoadAndWhereItWent) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid>\n<userConfig name='DockedWindow' value='false'>\n</Corvid>\n");
+    const support::Ended ended = run({"--json", "explain", "DockedWindow"});
+    const json explanation = json::parse(ended.out);
+    EXPECT_EQ(explanation.at("layers").at(1).at("state"), "failed");
+    EXPECT_THAT(explanation.at("layers").at(1).at("problem"), testing::StartsWith("line 3, column "));
+    EXPECT_THAT(explanation.at("rules").at(0),
+                testing::ContainsRegex("^LocalFileConfigStore failed to load: corvidLocalConfig.xml, line 3, column "
+                                       ".*; the file was moved to corvidLocalConfig-backup.xml.$"));
+    EXPECT_THAT(run({"explain", "DockedWindow"}).out,
+                HasSubstr("An earlier corvidLocalConfig.xml could not be read; it was moved to "
+                          "corvidLocalConfig-backup.xml.\n"));
+}
+
+TEST_F(Tool, ExplainTellsThePolicyThatHasErasedAServer) {
+    writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
+    writeConfig("corvidLocalConfig.xml", localFile({{"TftpServer1", "mine"}}));
+    const std::string out = run({"explain", "TFTPPrimaryServer"}).out;
+    EXPECT_THAT(out, HasSubstr("Customize_Phone_Server is \"false\", from TftpOverrideConfigStore: a server of the "
+                               "user's own is erased whenever the client starts.\nThis start has erased it from "
+                               "LocalFileConfigStore (corvidLocalConfig.xml, line 3).\n"));
+}
+
+TEST_F(Tool, ExplainTellsOfAKeyThatNoDocumentGives) {
+    writeConfig("corvid-config-user.xml",
+                "<c><g>\n<CertificateValidationEnabled>false</CertificateValidationEnabled></g></c>");
+    const json explanation = asJson({"explain", "CertificateValidationEnabled"}, 1);
+    EXPECT_EQ(explanation.at("layers").at(0).at("state"), "ignored");
+    EXPECT_EQ(explanation.at("layers").at(0).at("line"), 2);
+    EXPECT_EQ(explanation.at("layers").at(0).at("value"), nullptr);
+    EXPECT_EQ(explanation.at("rules").at(0),
+              "What TftpOverrideConfigStore says of it (corvid-config-user.xml, line 2) is ignored: this key is never "
+              "taken from a configuration document.");
+}
+
+TEST_F(Tool, ExplainTellsACachedCopy) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"PrimaryConfigStores", "TFTPConfigStore:240;"}}));
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<Corvid><CachedConfig>\n<a>1</a></CachedConfig></Corvid>");
+    const json layer = asJson({"explain", "A"}).at("layers").at(2);
+    EXPECT_EQ(layer.at("isCached"), true);
+    EXPECT_EQ(layer.at("line"), 2);
+    EXPECT_EQ(layer.at("file"), directory_.path("config/Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(asJson({"explain", "A"}).at("layers").at(1).at("isCached"), false);
+}
+
+TEST_F(Tool, ExplainAllStoresGivesTheStackOfEachSharedKey) {
+    const json explanations = asJson({"explain", "--all-stores"});
+    ASSERT_EQ(explanations.size(), 2U);
+    EXPECT_EQ(explanations.at(0), asJson({"explain", "DockedWindow"}));
+    EXPECT_EQ(explanations.at(1).at("key"), "telephony_enabled");
+    EXPECT_EQ(asJson({"explain", "--all-stores", "d*"}).size(), 1U);
+    EXPECT_EQ(asJson({"explain", "--all-stores", "OnlyMine"}), json::array());
+    EXPECT_EQ(asJson({"explain", "--all-stores", "", "DockedWindow"}).size(), 1U);
+}
+
+TEST_F(Tool, ExplainAllStoresPrintsOneTable) {
+    EXPECT_THAT(run({"explain", "--all-stores"}).out,
+                testing::StartsWith(
+                    "KEY                STATE     VALUE  STORE                       WHERE\n"
+                    "DockedWindow       wins      false  LocalFileConfigStore        corvidLocalConfig.xml:3\n"
+                    "                   shadowed  true   corvid-config-defaults.xml  " +
+                    directory_.path("install/corvid-config-defaults.xml") +
+                    ":3\n"
+                    "telephony_enabled  wins      true   TftpOverrideConfigStore     corvid-config-user.xml:1\n"
+                    "                   shadowed  false  LocalFileConfigStore        corvidLocalConfig.xml:5\n"));
+    const support::Ended ended = run({"explain", "--all-stores", "OnlyMine"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "No key that matches is held by more than one store.\n");
+}
+
+TEST_F(Tool, ExplainAllStoresHidesSensitiveValues) {
+    EXPECT_EQ(run({"set", "BDIConnectionUsername", "mine"}).status, 0);
+    for (const char* const format : {"table", "json", "jsonl", "tsv"}) {
+        const std::string out = run({"-o", format, "explain", "--all-stores"}).out;
+        EXPECT_THAT(out, HasSubstr("VALUE_HIDDEN"));
+        EXPECT_THAT(out, testing::Not(HasSubstr("reader")));
+        EXPECT_THAT(out, testing::Not(HasSubstr("mine\t")));
+    }
+}
+
+TEST_F(Tool, ExplainChangesNothing) {
+    const auto before = files();
+    EXPECT_EQ(run({"explain", "DockedWindow"}).status, 0);
+    EXPECT_EQ(run({"explain", "--all-stores"}).status, 0);
+    EXPECT_EQ(run({"stores"}).status, 0);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, ExplainTakesManyKeysInItsStride) {
+    std::string document = "<c><g>\n";
+    std::map<std::string, std::string> mine;
+    for (int i = 0; i < 1000; ++i) {
+        document += "<Key" + std::to_string(i) + ">1</Key" + std::to_string(i) + ">\n";
+        mine["Key" + std::to_string(i)] = "2";
+    }
+    writeConfig("corvid-config-user.xml", document + "</g></c>");
+    writeConfig("corvidLocalConfig.xml", localFile(mine));
+    EXPECT_EQ(asJson({"explain", "Key999"}).at("layers").at(0).at("line"), 1001);
+    const std::string lines = run({"-o", "jsonl", "explain", "--all-stores", "key*"}).out;
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1000);
 }

@@ -143,3 +143,8 @@ TEST_F(Tool, ListRemarksAnUndefinedKey) {
     writeConfig("corvidLocalConfig.xml", localFile({{"CtiServer1", "cti.example.org"}}));
     EXPECT_THAT(run({"list", "--all", "CTIPrimaryServer"}).out, testing::EndsWith("  undefined\n"));
 }
+
+TEST_F(Tool, ListRemarksWhatTheClientKeepsItself) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"PrimaryConfigStores", "TFTPConfigStore:240;"}}));
+    EXPECT_THAT(run({"list", "PrimaryConfigStores"}).out, HasSubstr("  kept by the client\n"));
+}

@@ -42,6 +42,7 @@ TEST_F(WrongUseTool, RefusesCommandsThatItDoesNotOfferYet) {
 TEST_F(WrongUseTool, NamesTheMissingArgument) {
     expectRefused({"get"}, "get: KEY is missing, expected: corvidctl get KEY");
     expectRefused({"explain"}, "explain: KEY is missing, expected: corvidctl explain KEY");
+    expectRefused({"explain", "a", "b"}, "explain: unexpected argument 'b', expected: corvidctl explain KEY");
     expectRefused({"unset"}, "unset: KEY is missing, expected: corvidctl unset KEY");
     expectRefused({"set"}, "set: KEY is missing, expected: corvidctl set KEY VALUE");
     expectRefused({"set", "A"}, "set: VALUE is missing, expected: corvidctl set KEY VALUE");

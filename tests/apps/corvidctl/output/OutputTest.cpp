@@ -139,16 +139,19 @@ TEST(Answers, GiveAChangeBetweenTabsBelowItsNames) {
 }
 
 TEST(Answers, GiveAListAsOneArrayOrALineForEachElement) {
-    const std::vector<StoreView> stores = {{"One", 1, true, false, 10}, {"Two", 2, false, true, 0}};
-    EXPECT_EQ(answers::stores({}, Format::Json), "[]\n");
-    EXPECT_EQ(answers::stores(stores, Format::JsonLines),
-              "{\"name\":\"One\",\"priority\":1,\"isReadOnly\":true,\"isLocal\":false,\"keys\":10}\n"
-              "{\"name\":\"Two\",\"priority\":2,\"isReadOnly\":false,\"isLocal\":true,\"keys\":0}\n");
-    EXPECT_EQ(answers::stores(stores, Format::Tsv), "name\tpriority\tisReadOnly\tisLocal\tkeys\n"
-                                                    "One\t1\ttrue\tfalse\t10\n"
-                                                    "Two\t2\tfalse\ttrue\t0\n");
-    EXPECT_EQ(answers::stores({}, Format::JsonLines), "");
-    EXPECT_EQ(answers::stores({}, Format::Tsv), "name\tpriority\tisReadOnly\tisLocal\tkeys\n");
+    ValueView one;
+    one.key = "One";
+    ValueView two;
+    two.key = "Two";
+    const std::string names =
+        "key\tvalue\toriginalValue\tisOverridden\tisDefined\tvalueStoreName\toriginalValueStoreName\tisSensitive\n";
+    EXPECT_EQ(answers::values({}, Format::Json), "[]\n");
+    EXPECT_EQ(answers::values({one, two}, Format::JsonLines),
+              answers::value(one, Format::JsonLines) + answers::value(two, Format::JsonLines));
+    EXPECT_EQ(answers::values({one, two}, Format::Tsv), names + "One\t\t\tfalse\tfalse\t\t\tfalse\n"
+                                                                "Two\t\t\tfalse\tfalse\t\t\tfalse\n");
+    EXPECT_EQ(answers::values({}, Format::JsonLines), "");
+    EXPECT_EQ(answers::values({}, Format::Tsv), names);
 }
 
 TEST(Answers, EscapeEveryControlCharacter) {

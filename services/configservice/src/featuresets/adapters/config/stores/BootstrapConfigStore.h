@@ -39,11 +39,14 @@ public:
     /// ":", built at its first use.
     static const std::string& SPLITTER();
 
+    /// What a line says that is not empty, for tools that look at such a file too.
+    /// @param line without its line feed. @param key may become empty. @return false for a comment.
+    static bool readKeyValue(const std::string& line, std::string& key, std::string& value);
+
 private:
     bool readConfigFromFile(std::istream& stream);
-    bool readKeyValue(const std::string& line, std::string& key, std::string& value);
-    bool isLineComment(std::string line);
-    bool isValidConfigValue(const std::vector<std::string>& parts);
+    static bool isLineComment(std::string line);
+    static bool isValidConfigValue(const std::vector<std::string>& parts);
     bool getValueFromMap(const ConfigMap& map, const std::wstring& key, std::wstring& value);
 
     const std::int32_t priority_;

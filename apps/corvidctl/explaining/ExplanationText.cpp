@@ -1,0 +1,253 @@
+#include "explaining/ExplanationText.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "ConfigStoreConstants.h"
+#include "output/Text.h"
+#include "reading/ClientKeys.h"
+
+namespace corvidctl {
+
+namespace {
+
+constexpr std::size_t VALUE_COLUMNS = 60;
+constexpr std::size_t STACK_VALUE_COLUMNS = 36;
+constexpr const char* THIS_RUN = "this run";
+
+/// What kind of copy the values are; empty for a file of the store's own.
+std::string kindOf(const StoreOrigin& origin) {
+    if (origin.isCached) {
+        return "cached";
+    }
+    return origin.isLive ? "live" : "";
+}
+
+std::string kindOf(const KeyLayer& layer) {
+    const std::string copy = kindOf(layer.origin);
+    return std::string(layer.isReadOnly ? "read-only" : "writable") + (layer.isLocal ? ", local" : ", profile") +
+           (copy.empty() ? "" : ", " + copy);
+}
+
+Table::Cell stateCell(const KeyLayer& layer) {
+    switch (layer.state) {
+    case LayerState::Wins:
+        return {nameOf(layer.state), Style::Good};
+    case LayerState::Ignored:
+        return {nameOf(layer.state), Style::Warning};
+    case LayerState::Failed:
+        return {"failed to load", Style::Bad};
+    case LayerState::Shadowed:
+    case LayerState::Absent:
+        break;
+    }
+    return {nameOf(layer.state), Style::Faint};
+}
+
+Table::Cell valueCell(const KeyLayer& layer) {
+    if (!layer.holdsKey) {
+        return {"-", Style::Faint};
+    }
+    return {layer.value.empty() ? "(empty)" : layer.value, layer.wins ? Style::Good : Style::Plain};
+}
+
+/// The file or the URL; the client's memory has neither.
+std::string placeOf(const StoreOrigin& origin, const std::string& store) {
+    if (!origin.url.empty()) {
+        return origin.url;
+    }
+    return store == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME ? THIS_RUN : origin.shownFile;
+}
+
+std::string withLine(const std::string& place, int line) {
+    return line == 0 || place.empty() ? place : place + ":" + std::to_string(line);
+}
+
+Table::Cell placeCell(const KeyLayer& layer) {
+    const std::string place = placeOf(layer.origin, layer.store);
+    if (layer.inFile) {
+        return withLine(place, layer.inFile->line);
+    }
+    if (layer.state == LayerState::Failed) {
+        return withLine(place, layer.origin.problemLine);
+    }
+    return {layer.origin.isMissing ? place + ", missing" : place, layer.holdsKey ? Style::Plain : Style::Faint};
+}
+
+std::string ageOf(const StoreOrigin& origin, Moment now) { return origin.time ? ageText(*origin.time, now) : ""; }
+
+void printLayers(const Explanation& key, Moment now, Output& output) {
+    Table table({{"STATE", 0},
+                 {"PRIORITY", 0, true},
+                 {"STORE", 0},
+                 {"KIND", 0},
+                 {"VALUE", VALUE_COLUMNS},
+                 {"WHERE", 0},
+                 {"AGE", 0}});
+    for (const KeyLayer& layer : key.layers) {
+        if (layer.key != key.lookedUp.back()) {
+            continue;  // no store holds it under the first name
+        }
+        table.addRow({stateCell(layer),
+                      std::to_string(layer.priority),
+                      {layer.store, layer.wins ? Style::Good : Style::Plain},
+                      {kindOf(layer), Style::Faint},
+                      valueCell(layer),
+                      placeCell(layer),
+                      {ageOf(layer.origin, now), Style::Faint}});
+    }
+    table.print(output.out, output.colours, output.columns);
+}
+
+const KeyLayer* winnerOf(const Explanation& key) {
+    const auto winner =
+        std::find_if(key.layers.begin(), key.layers.end(), [](const KeyLayer& layer) { return layer.wins; });
+    return winner == key.layers.end() ? nullptr : &*winner;
+}
+
+bool isInMemory(const KeyLayer& layer) { return layer.store == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME; }
+
+/// What a writable store that wins means for the administrator's value.
+std::string onOverride(const Explanation& key, const KeyLayer& winner, const std::string& original) {
+    if (isInMemory(winner)) {
+        return original.empty() ? "It is set for this run only; the administrator has not set it."
+                                : "It is set for this run, over the administrator's " + original + ".";
+    }
+    if (isKeptByClient(key.value.key)) {
+        return original.empty() ? "The client has stored it; the administrator has not set it."
+                                : "The client has stored it, over the administrator's " + original + ".";
+    }
+    return original.empty() ? "Only the user has set it; the administrator has not."
+                            : "The user overrides the administrator's " + original + ".";
+}
+
+std::vector<std::string> administratorsPart(const Explanation& key) {
+    const ValueView& value = key.value;
+    const KeyLayer* const winner = winnerOf(key);
+    const std::string original = value.originalValueStoreName.empty()
+                                     ? std::string()
+                                     : quoted(value.originalValue) + ", from " + value.originalValueStoreName;
+    if (value.isOverridden && winner != nullptr && !winner->isReadOnly) {
+        return {onOverride(key, *winner, original)};
+    }
+    std::vector<std::string> sentences;
+    if (value.isOverridden) {
+        sentences.emplace_back("It counts as overridden, although it is not the user's value that wins.");
+    }
+    if (!original.empty()) {
+        const bool wins = !value.isOverridden && value.originalValueStoreName == value.valueStoreName;
+        sentences.push_back(wins ? "That is the administrator's value."
+                                 : "The administrator's value is " + original + ".");
+    }
+    return sentences;
+}
+
+/// What waits in the writable stores behind the value that wins.
+std::vector<std::string> waitingPart(const Explanation& key) {
+    if (!key.value.shadowsUser) {
+        return {};
+    }
+    const auto waits = [](const KeyLayer& layer) { return layer.state == LayerState::Shadowed && !layer.isReadOnly; };
+    const auto waitsInMemory = [&waits](const KeyLayer& layer) { return waits(layer) && isInMemory(layer); };
+    const auto countMemory = std::count_if(key.layers.begin(), key.layers.end(), waitsInMemory);
+    const auto countAll = std::count_if(key.layers.begin(), key.layers.end(), waits);
+    std::vector<std::string> sentences;
+    if (countAll == 0 || countAll > countMemory) {
+        sentences.emplace_back("The user's value waits behind it.");
+    }
+    if (countMemory > 0) {
+        sentences.emplace_back("What is set for this run waits behind it.");
+    }
+    return sentences;
+}
+
+void append(std::vector<std::string>& sentences, std::vector<std::string> more) {
+    std::move(more.begin(), more.end(), std::back_inserter(sentences));
+}
+
+void printSentences(const std::vector<std::string>& sentences, Output& output) {
+    for (const std::string& sentence : sentences) {
+        output.out << escaped(sentence) << '\n';
+    }
+}
+
+}  // namespace
+
+std::vector<std::string> verdictOn(const Explanation& key) {
+    const ValueView& value = key.value;
+    std::vector<std::string> sentences = {
+        value.isDefined ? value.key + " is " + quoted(value.value) + ", from " + value.valueStoreName +
+                              ": it has the smallest priority number of the stores that hold the key."
+                        : value.key + " is not defined: no store holds it."};
+    append(sentences, administratorsPart(key));
+    append(sentences, waitingPart(key));
+    return sentences;
+}
+
+void print(const Explanation& key, Moment now, Output& output) {
+    printLayers(key, now, output);
+    printSentences(verdictOn(key), output);
+    printSentences(key.rules, output);
+}
+
+void print(const std::vector<Explanation>& keys, Output& output) {
+    Table table({{"KEY", 0}, {"STATE", 0}, {"VALUE", STACK_VALUE_COLUMNS}, {"STORE", 0}, {"WHERE", 0}});
+    for (const Explanation& key : keys) {
+        bool isFirst = true;
+        for (const KeyLayer& layer : key.layers) {
+            if (layer.state == LayerState::Absent) {
+                continue;
+            }
+            table.addRow({{isFirst ? key.value.key : "", Style::Strong},
+                          stateCell(layer),
+                          valueCell(layer),
+                          layer.store,
+                          placeCell(layer)});
+            isFirst = false;
+        }
+        for (const HiddenPlace& place : key.heldUnderOldName) {
+            table.addRow({"",
+                          {"not tried", Style::Faint},
+                          {"-", Style::Faint},
+                          place.store,
+                          withLine(place.file, place.line) + ", as " + key.oldName});
+        }
+    }
+    table.print(output.out, output.colours, output.columns);
+}
+
+void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
+    Table table({{"PRIORITY", 0, true},
+                 {"STORE", 0},
+                 {"ACCESS", 0},
+                 {"SCOPE", 0},
+                 {"COPY", 0},
+                 {"STATE", 0},
+                 {"KEYS", 0, true},
+                 {"WINS", 0, true},
+                 {"WHERE", 0},
+                 {"AGE", 0}});
+    for (const StoreReport& store : stores) {
+        const bool failed = store.state == StoreState::Failed;
+        table.addRow({std::to_string(store.priority),
+                      {store.name, Style::Strong},
+                      store.isReadOnly ? "read-only" : "writable",
+                      store.isLocal ? "local" : "profile",
+                      kindOf(store.origin),
+                      {nameOf(store.state), failed ? Style::Bad : Style::Plain},
+                      std::to_string(store.keys),
+                      std::to_string(store.wins),
+                      withLine(placeOf(store.origin, store.name), store.origin.problemLine),
+                      {ageOf(store.origin, now), Style::Faint}});
+    }
+    table.print(output.out, output.colours, output.columns);
+    for (const StoreReport& store : stores) {
+        if (store.state == StoreState::Failed) {
+            const std::string moved =
+                store.origin.setAside.empty() ? "" : "; the file was moved to " + store.origin.setAside;
+            output.out << escaped(store.name + " failed to load: " + store.origin.problem + moved + ".") << '\n';
+        }
+    }
+}
+
+}  // namespace corvidctl

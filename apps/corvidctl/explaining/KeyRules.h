@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "explaining/Explanation.h"
+
+namespace corvidctl {
+
+/// A rule of this system that makes a key read otherwise than its files say: the sentences that it has to say about the
+/// key, in plain words; none if it did not touch it. Pure; no value of the key is told.
+using KeyRule = std::vector<std::string> (*)(const Explanation& key);
+
+/// What follows from the key's names, from the order of the stores and from what the client does by itself, in the
+/// order in which it is told.
+const std::vector<KeyRule>& chainRules();
+
+/// What follows from how the files are read.
+const std::vector<KeyRule>& fileRules();
+
+/// What all the rules have to say. The rules of the explanation itself are not looked at.
+std::vector<std::string> rulesOf(const Explanation& key);
+
+}  // namespace corvidctl

@@ -1,0 +1,13 @@
+#include "reading/ClientKeys.h"
+
+#include "ConfigStoreConstants.h"
+#include "quill/StringUtils.h"
+
+namespace corvidctl {
+
+bool isKeptByClient(const std::string& key) {
+    return QuillCoreUtils::caseInsensitiveStringEquals(
+        key, QuillCoreUtils::toString(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
+}
+
+}  // namespace corvidctl

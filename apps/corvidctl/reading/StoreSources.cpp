@@ -1,0 +1,235 @@
+#include "reading/StoreSources.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include "ConfigStoreConstants.h"
+#include "chain/CacheFiles.h"
+#include "host/XmlDiagnostics.h"
+#include "quill/StringUtils.h"
+#include "stores/BootstrapConfigStore.h"
+#include "xml/DocumentInspector.h"
+
+namespace corvidctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = StoreOrigin::Clock;
+
+/// Nothing if there is no such file; of a link, that of what it leads to.
+std::optional<Clock::time_point> timeOf(const std::string& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    const auto sinceEpoch =
+        std::chrono::seconds(status.st_mtim.tv_sec) + std::chrono::nanoseconds(status.st_mtim.tv_nsec);
+    return Clock::time_point(std::chrono::duration_cast<Clock::duration>(sinceEpoch));
+}
+
+bool isThere(const std::string& file) {
+    std::error_code error;
+    return fs::exists(file, error);
+}
+
+/// Where the module puts a local file that it cannot read.
+std::string backupOf(const std::string& file) { return file.substr(0, file.rfind('.')) + "-backup.xml"; }
+
+std::string withPlace(const DocumentReport::Finding& finding) {
+    if (finding.line == 0) {
+        return finding.text;
+    }
+    const std::string column = finding.column == 0 ? std::string() : ", column " + std::to_string(finding.column);
+    return "line " + std::to_string(finding.line) + column + ": " + finding.text;
+}
+
+KeySource sourceOf(const DocumentReport::Entry& entry) {
+    KeySource source;
+    source.line = entry.line;
+    source.ignoredLines = entry.repeatedAt;
+    source.isMarkup = entry.isMarkup;
+    source.isMarkedSensitive = entry.sensitive;
+    source.underOldName = !QuillCoreUtils::caseInsensitiveStringEquals(entry.name, entry.key);
+    return source;
+}
+
+/// Of several lines with one key the last one counts.
+void noteBootstrapLine(StoreSource& source, const std::string& line, int number) {
+    std::string key;
+    std::string value;
+    if (line.empty() || !BootstrapConfigStore::readKeyValue(line, key, value)) {
+        return;
+    }
+    KeySource& entry = source.keys[QuillCoreUtils::toWideString(key)];
+    if (entry.line != 0) {
+        entry.ignoredLines.push_back(entry.line);
+    }
+    entry.line = number;
+    entry.lacksSeparator = line.find(BootstrapConfigStore::SPLITTER()) == std::string::npos;
+    entry.holdsHash = value.find('#') != std::string::npos;
+}
+
+bool isKeptCopy(const std::string& store) {
+    const std::string name = QuillCoreUtils::toLowercase(store);
+    return name.starts_with("cached") && name.ends_with(".xml");
+}
+
+}  // namespace
+
+const char* nameOf(StoreState state) {
+    switch (state) {
+    case StoreState::Loaded:
+        return "loaded";
+    case StoreState::Missing:
+        return "missing";
+    case StoreState::Failed:
+        return "failed";
+    case StoreState::Empty:
+        break;
+    }
+    return "empty";
+}
+
+StoreState stateOf(const StoreOrigin& origin, std::size_t keys) {
+    if (!origin.problem.empty()) {
+        return StoreState::Failed;
+    }
+    if (keys > 0) {
+        return StoreState::Loaded;
+    }
+    return origin.isMissing ? StoreState::Missing : StoreState::Empty;
+}
+
+const KeySource* findKey(const StoreSource& source, const std::wstring& key) {
+    const auto found = source.keys.find(key);
+    return found == source.keys.end() ? nullptr : &found->second;
+}
+
+StoreSources::StoreSources(const Places& places) : places_(places) {
+    using namespace ConfigStoreConstants;
+    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
+    addDocument(TFTP_OVERRIDE_CONFIG_STORE_NAME, places.configDirectory + "/" + TFTP_OVERRIDE_FILE_NAME);
+    addLocalFile(LOCAL_FILE_STORE_NAME, places.configDirectory + "/" + LOCAL_FILE_CONFIG_STORE_FILE_NAME);
+    addCacheFiles();
+    addBootstrapFile(places.bootstrapFile);
+    addLocalFile(DEFAULT_CONFIG_STORE_FILE_NAME, places.installationDirectory + "/" + DEFAULT_CONFIG_STORE_FILE_NAME);
+    sources_[TFTP_CONFIG_STORE_NAME].origin.isLive = true;
+}
+
+void StoreSources::noteDownloads(const DownloadJournal::Snapshot& downloads) {
+    StoreOrigin& origin = sources_[ConfigStoreConstants::TFTP_CONFIG_STORE_NAME].origin;
+    for (const DownloadJournal::Cycle& cycle : downloads.cycles) {
+        for (const DownloadJournal::Attempt& attempt : cycle.attempts) {
+            if (cycle.end == DownloadJournal::CycleEnd::Delivered &&
+                attempt.end == DownloadJournal::AttemptEnd::Delivered) {
+                origin.url = attempt.url;
+                origin.time = cycle.ended;
+            }
+        }
+    }
+}
+
+void StoreSources::noteFilesSetAside() {
+    for (auto& [store, source] : sources_) {
+        StoreOrigin& origin = source.origin;
+        if (!origin.problem.empty() && !isThere(origin.file) && isThere(backupOf(origin.file))) {
+            origin.setAside = shown(backupOf(origin.file));
+        }
+    }
+}
+
+const StoreSource& StoreSources::of(const std::string& store) {
+    const auto found = sources_.find(store);
+    if (found != sources_.end()) {
+        return found->second;
+    }
+    return isKeptCopy(store) ? add(store, cacheDirectory() + "/" + store) : sources_[store];
+}
+
+std::vector<std::string> StoreSources::keptCopies() const {
+    std::vector<std::string> stores;
+    for (const auto& [store, source] : sources_) {
+        if (source.origin.isCached) {
+            stores.push_back(store);
+        }
+    }
+    return stores;
+}
+
+StoreSource& StoreSources::add(const std::string& store, const std::string& file) {
+    StoreSource& source = sources_[store];
+    source.origin.file = file;
+    source.origin.shownFile = shown(file);
+    source.origin.time = timeOf(file);
+    source.origin.isMissing = !isThere(file);
+    source.origin.isCached = isKeptCopy(store);
+    return source;
+}
+
+void StoreSources::addDocument(const std::string& store, const std::string& file) {
+    StoreSource& source = add(store, file);
+    if (source.origin.isMissing) {
+        return;
+    }
+    const DocumentReport report = inspectDocument(file);
+    if (!report.valid && !report.errors.empty()) {
+        source.origin.problem = withPlace(report.errors.front());
+        source.origin.problemLine = report.errors.front().line;
+    }
+    for (const DocumentReport::Entry& entry : report.entries) {
+        source.keys[entry.key] = sourceOf(entry);
+    }
+}
+
+void StoreSources::addLocalFile(const std::string& store, const std::string& file) {
+    addDocument(store, file);
+    StoreOrigin& origin = sources_[store].origin;
+    if (origin.isMissing && isThere(backupOf(file))) {
+        origin.setAside = shown(backupOf(file));
+    }
+}
+
+void StoreSources::addBootstrapFile(const std::string& file) {
+    StoreSource& source = add(ConfigStoreConstants::BOOTSTRAP_STORE_NAME, file);
+    std::ifstream stream(file, std::ios::binary);
+    std::error_code error;
+    if (!source.origin.isMissing && (!stream.is_open() || fs::is_directory(file, error))) {
+        source.origin.problem = "it cannot be read";
+        return;
+    }
+    std::string line;
+    for (int number = 1; std::getline(stream, line); ++number) {
+        noteBootstrapLine(source, line, number);
+    }
+}
+
+void StoreSources::addCacheFiles() {
+    using namespace ConfigStoreConstants;
+    const std::string directory = cacheDirectory();
+    const std::string ofLinks = CacheFiles::nameFor(URL_PROVISIONING_CONFIG_STORE_NAME);
+    addDocument(URL_PROVISIONING_CONFIG_STORE_NAME, directory + "/" + ofLinks);
+    std::error_code error;
+    for (auto entry = fs::directory_iterator(directory, error); !error && entry != fs::directory_iterator();
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (isKeptCopy(name) && name != ofLinks) {
+            addDocument(name, entry->path().string());
+        }
+    }
+}
+
+std::string StoreSources::cacheDirectory() const {
+    return places_.configDirectory + "/" + ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
+}
+
+std::string StoreSources::shown(const std::string& file) const {
+    const std::string directory = places_.configDirectory + "/";
+    return file.starts_with(directory) ? file.substr(directory.size()) : file;
+}
+
+}  // namespace corvidctl
