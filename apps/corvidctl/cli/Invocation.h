@@ -42,6 +42,13 @@ struct Invocation {
     std::string address = "127.0.0.1";   ///< of `serve`
     std::string serverVersion = "12.5";  ///< of `serve`
     std::optional<std::string> writeCa;  ///< of `serve`
+    std::vector<std::string> types;      ///< of `delta`, each a list with commas
+    std::vector<std::string> replaced;   ///< of `simulate`, "STORE=FILE"
+    std::vector<std::string> without;    ///< of `simulate`, names of stores
+    std::vector<std::string> setKeys;    ///< of `simulate`, "KEY=VALUE"
+    std::vector<std::string> unsetKeys;  ///< of `simulate`
+    bool dryRun = false;                 ///< of `set`, `unset` and `fetch`
+    bool requireEffective = false;       ///< of `set`
 
     // Worked out by checkInvocation().
     Format format = Format::Table;

@@ -15,6 +15,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "cli/DataDirectory.h"
+#include "comparing/ComparingChecks.h"
 #include "output/Terminal.h"
 
 namespace corvidctl {
@@ -268,6 +269,9 @@ std::string checkArguments(const Invocation& invocation) {
     }
     if (invocation.store && invocation.store->empty()) {
         return "--store is empty, expected the name of a store";
+    }
+    if (std::string problem = checkComparing(invocation); !problem.empty()) {
+        return problem;
     }
     if (command == "serve") {
         return checkServe(invocation);
