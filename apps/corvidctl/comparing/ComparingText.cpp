@@ -83,13 +83,15 @@ std::string originalOf(const ValueView& view) {
                                                : quoted(view.originalValue) + ", from " + view.originalValueStoreName;
 }
 
+/// True if the administrator's value is what the key reads, or if there is neither.
+bool isOriginal(const ValueView& view) { return view.valueStoreName == view.originalValueStoreName; }
+
 /// What a change is about that the two values do not show.
 std::string remarkOn(const KeyChange& change) {
     const std::string before = originalOf(change.before);
     const std::string after = originalOf(change.after);
-    const bool isTheValue = change.after.isDefined && !change.after.isOverridden && !change.before.isOverridden;
     std::string remark;
-    if (before != after && !isTheValue) {
+    if (before != after && !(isOriginal(change.before) && isOriginal(change.after))) {
         remark = "administrator's value: " + before + " -> " + after;
     }
     if (change.before.isDefined && change.after.isDefined && change.before.isOverridden != change.after.isOverridden) {
