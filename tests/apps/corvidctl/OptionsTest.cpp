@@ -14,10 +14,10 @@ TEST_F(Tool, HelpNamesEveryCommandAndGlobalOption) {
     const support::Ended ended = run({"--help"});
     EXPECT_EQ(ended.status, 0);
     for (const char* const word :
-         {"get",       "list",        "explain",      "stores",        "set",         "unset",
-          "watch",     "fetch",       "report",       "validate",      "serve",       "demo",
-          "provision", "reset-data",  "--config-dir", "--install-dir", "--bootstrap", "--ca-file",
-          "--fips",    "--log-level", "--log-file",   "--json",        "--reveal",    "--version"}) {
+         {"get",      "list",        "explain",    "stores",       "set",           "unset",       "watch",
+          "fetch",    "report",      "validate",   "serve",        "demo",          "delta",       "diff",
+          "simulate", "provision",   "reset-data", "--config-dir", "--install-dir", "--bootstrap", "--ca-file",
+          "--fips",   "--log-level", "--log-file", "--json",       "--reveal",      "--version"}) {
         EXPECT_THAT(ended.out, HasSubstr(word));
     }
 }

@@ -23,9 +23,9 @@ protected:
     }
 };
 
-const std::string COMMANDS =
-    "get, list, explain, stores, set, unset, watch, fetch, provision, reset-data, report, validate, "
-    "serve, demo";
+const std::string COMMANDS = "get, list, explain, stores, delta, diff, simulate, set, unset, watch, fetch, provision, "
+                             "reset-data, report, validate, "
+                             "serve, demo";
 
 }  // namespace
 
