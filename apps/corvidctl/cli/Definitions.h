@@ -73,7 +73,7 @@ const std::vector<OptionDefinition>& answeringOptions();
 /// Everything that the tool can do, hidden commands included.
 const std::vector<CommandDefinition>& commandDefinitions();
 
-/// The commands that are not hidden, in the order in which the help lists them; those that no group names come last.
+/// The commands that are not hidden, in the order in which the help lists them.
 std::vector<CommandGroup> commandGroups();
 
 /// Command lines that show what the tool is for.

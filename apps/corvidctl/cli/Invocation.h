@@ -49,6 +49,13 @@ struct Invocation {
     std::string exportFormat = "server";  ///< of `export`
     std::optional<std::string> to;        ///< of `export`
     bool force = false;                   ///< of the commands that write where it may be unwelcome
+    std::vector<std::string> types;      ///< of `delta`, each a list with commas
+    std::vector<std::string> replaced;   ///< of `simulate`, "STORE=FILE"
+    std::vector<std::string> without;    ///< of `simulate`, names of stores
+    std::vector<std::string> setKeys;    ///< of `simulate`, "KEY=VALUE"
+    std::vector<std::string> unsetKeys;  ///< of `simulate`
+    bool dryRun = false;                 ///< of `set`, `unset` and `fetch`
+    bool requireEffective = false;       ///< of `set`
 
     // Worked out by checkInvocation().
     Format format = Format::Table;

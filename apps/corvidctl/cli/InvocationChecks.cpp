@@ -15,6 +15,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "cli/DataDirectory.h"
+#include "comparing/ComparingChecks.h"
 #include "exporting/ExportForm.h"
 #include "exporting/TargetFile.h"
 #include "journal/JournalFile.h"
@@ -337,6 +338,9 @@ std::string checkArguments(const Invocation& invocation) {
     }
     if (invocation.store && invocation.store->empty()) {
         return "--store is empty, expected the name of a store";
+    }
+    if (std::string problem = checkComparing(invocation); !problem.empty()) {
+        return problem;
     }
     if (command == "serve") {
         return checkServe(invocation);

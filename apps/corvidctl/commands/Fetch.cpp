@@ -1,12 +1,12 @@
 #include "ConfigStoreConstants.h"
 #include "commands/Commands.h"
-#include "fetching/FetchReport.h"
+#include "comparing/FetchRehearsal.h"
+#include "fetching/FetchText.h"
 #include "fetching/KeptCopy.h"
 #include "fetching/RemoteSource.h"
 #include "output/Answers.h"
 #include "output/InterruptibleOutput.h"
 #include "output/ProgressLine.h"
-#include "output/Text.h"
 #include "session/Interruption.h"
 #include "session/Session.h"
 
@@ -18,33 +18,6 @@
 namespace corvidctl {
 
 namespace {
-
-void printDelivered(const FetchView& view, Output& output) {
-    output.out << styled(escaped(view.server), Style::Strong, output.colours) << " delivered the file over "
-               << view.protocol << ": " << view.keys << (view.keys == 1 ? " key.\n" : " keys.\n");
-    output.out << "  URL      " << escaped(view.url) << '\n';
-    output.out << "  version  " << escaped(view.version) << ", " << escaped(view.versionSource) << '\n';
-    for (std::size_t i = 0; i + 1 < view.attempts.size(); ++i) {
-        output.out << "  before   " << escaped(view.attempts[i].url) << ": " << view.attempts[i].result << '\n';
-    }
-}
-
-void printFailure(const FetchView& view, Output& output) {
-    Table table({{"SERVER", 0, false, 12, 1}, {"ASKED FOR", 0, false, 32}, {"RESULT", 0, false, 16}});
-    for (const AttemptView& attempt : view.attempts) {
-        table.addRow({attempt.server, attempt.url, {attempt.result, Style::Warning}});
-    }
-    if (!view.attempts.empty()) {
-        table.print(output.out, output.colours, output.columns);
-    }
-    if (!view.advice.empty()) {
-        std::string advice = view.advice;
-        if (output.columns != 0) {
-            std::replace(advice.begin(), advice.end(), '\n', ' ');  // a terminal has lines of its own length
-        }
-        printSentences(output, advice + '\n');
-    }
-}
 
 std::string notOnDisk(const Invocation& invocation) {
     return "what belongs to the file could not be written to " + invocation.host.configDirectory;
@@ -78,6 +51,9 @@ void printForPeople(const FetchView& view, bool delivered, bool interrupted, Out
 }  // namespace
 
 int runFetch(const Invocation& invocation, Output& output) {
+    if (invocation.dryRun) {
+        return rehearseFetch(invocation, output);
+    }
     Interruption interruption;
     const InterruptibleOutput interruptibly(output, interruption);
     Session session(invocation);

@@ -1,90 +1,134 @@
-#include "ConfigFeatureSet.h"
+#include <ostream>
+
 #include "commands/Commands.h"
-#include "output/Answers.h"
+#include "comparing/UserWrite.h"
+#include "comparing/UserWriteText.h"
 #include "output/Text.h"
 #include "quill/StringUtils.h"
-#include "session/Session.h"
-#include "xml/XmlCharacters.h"
-
-#include <algorithm>
-#include <ostream>
 
 namespace corvidctl {
 
 namespace {
 
-struct Outcome {
-    bool stored = false;
-    std::string storedIn;
-    ValueView after;
-    bool answers = false;  ///< the chain's answer is the value that was stored
+/// How the outcome is told: what was done, or what would be.
+struct Wording {
+    const char* stored;
+    const char* wins;
+    const char* reads;
+    const char* takesEffect;
+    const char* kept;
+    const char* erased;
 };
 
-Outcome store(const Invocation& invocation, Session::Inside& inside) {
-    const std::wstring key = QuillCoreUtils::toWideString(invocation.arguments[0]);
-    const std::vector<std::string> userStores = inside.reader.userStores();
-    Outcome outcome;
-    outcome.stored = inside.featureSet.setConfig(key, QuillCoreUtils::toWideString(invocation.arguments[1]));
-    outcome.storedIn = userStores.empty() ? std::string() : userStores.front();
-    outcome.after = inside.reader.describe(key);
-    const ValueView unmasked = ChainReader(inside.chain, true).describe(key);
-    outcome.answers = unmasked.value == QuillCoreUtils::toString(QuillCoreUtils::toWideString(invocation.arguments[1]));
-    return outcome;
-}
+constexpr Wording DONE = {" stored in ",        " still wins, with ",
+                          "It still reads as ", "It takes effect, and is kept in ",
+                          "It is kept in ",     "The client erases it when it starts: "};
 
-void printOutcome(const Invocation& invocation, const Outcome& outcome, Output& output) {
-    output.out << escaped(outcome.after.key) << " stored in " << escaped(outcome.storedIn) << ".\n";
-    if (outcome.after.valueStoreName != outcome.storedIn) {
-        output.out << escaped(outcome.after.valueStoreName) << " still wins, with " << quoted(outcome.after.value)
-                   << ".\n";
-    } else if (!outcome.answers) {
-        output.out << "It still reads as " << quoted(outcome.after.value) << ".\n";
-        if (!QuillCoreUtils::caseInsensitiveStringEquals(invocation.arguments[0], outcome.after.key)) {
+constexpr Wording WOULD_BE = {" would be stored in ",    " would still win, with ",
+                              "It would still read as ", "It would take effect, and be kept in ",
+                              "It would be kept in ",    "The client would erase it when it starts: "};
+
+void printWinner(const Invocation& invocation, const UserWriteView& view, const Wording& wording, Output& output) {
+    const ValueView& after = view.after;
+    if (after.valueStoreName != view.storedIn) {
+        output.out << escaped(after.valueStoreName) << wording.wins << quoted(after.value) << ".\n";
+    } else if (!view.readsAsGiven) {
+        output.out << wording.reads << quoted(after.value) << ".\n";
+        if (!QuillCoreUtils::caseInsensitiveStringEquals(invocation.arguments[0], after.key)) {
             output.out << "The value stands under the old name " << escaped(invocation.arguments[0])
-                       << "; what the store holds under " << escaped(outcome.after.key) << " comes first.\n";
+                       << "; what the store holds under " << escaped(after.key) << " comes first.\n";
         }
     }
 }
 
+void printOutcome(const Invocation& invocation, const UserWriteView& view, Output& output) {
+    const Wording& wording = view.dryRun ? WOULD_BE : DONE;
+    output.out << escaped(view.after.key) << wording.stored << escaped(view.storedIn) << ".\n";
+    printWinner(invocation, view, wording, output);
+    if (!view.erasedBy.empty()) {
+        output.out << wording.erased << escaped(view.erasedBy) << ".\n";
+    }
+    if (!view.file.empty()) {
+        output.out << (view.isEffective ? wording.takesEffect : wording.kept) << escaped(view.file) << ".\n";
+    }
+    if (view.dryRun) {
+        output.out << "Nothing has been stored.\n";
+    }
+}
+
 /// What the file holds, where it is not what was asked for.
-void warnOfReplacedCharacters(const Invocation& invocation, const Outcome& outcome, Output& output) {
-    const auto onDisk = [](const std::string& text) { return toXmlText(QuillCoreUtils::toWideString(text)).text; };
-    const std::string& key = invocation.arguments[0];
-    const std::string& value = invocation.arguments[1];
-    if (onDisk(key) != key) {
-        printError(output, "XML cannot hold every character of the key; on disk it is " + quoted(onDisk(key)));
+void warnOfReplacedCharacters(const Invocation& invocation, const UserWriteView& view, Output& output) {
+    if (!view.isKeyWhole) {
+        printError(output, "XML cannot hold every character of the key; on disk it is " + quoted(view.onDiskKey));
     }
-    if (onDisk(value) != value) {
-        const bool hidden = outcome.after.isSensitive && !invocation.reveal;
+    if (!view.isValueWhole) {
+        const bool hidden = view.after.isSensitive && !invocation.reveal;
         printError(output, "XML cannot hold every character of the value; on disk " +
-                               (hidden ? "U+FFFD stands for them" : "it is " + quoted(onDisk(value))));
+                               (hidden ? "U+FFFD stands for them" : "it is " + quoted(view.onDiskValue)));
     }
+}
+
+/// Why a value would not be what the key reads, in one line.
+std::string whyNotEffective(const UserWriteView& view) {
+    if (!view.isTaken) {
+        return "no writable store takes " + view.after.key;
+    }
+    if (view.after.valueStoreName != view.storedIn) {
+        return view.after.valueStoreName + " wins " + view.after.key + ", with " + quoted(view.after.value);
+    }
+    if (!view.erasedBy.empty()) {
+        return "the client would erase " + view.after.key + " when it starts: " + view.erasedBy;
+    }
+    return view.readsAsGiven ? "XML cannot hold every character of it"
+                             : view.after.key + " would read as " + quoted(view.after.value);
+}
+
+int refuse(const Invocation& invocation, UserWriteView view, Output& output) {
+    printError(output, "nothing stored: " + whyNotEffective(view));
+    if (isForMachines(invocation.format)) {
+        view.after = view.before;
+        view.storedIn.clear();
+        view.isPersisted = false;
+        view.file.clear();
+        view.dryRun = invocation.dryRun;
+        output.out << answers::userWrite(view, invocation.format);
+    }
+    return Status::AnswerIsNo;
+}
+
+int tell(const Invocation& invocation, const UserWriteView& view, Output& output) {
+    printBrokenFile(invocation, view, output);
+    if (isForMachines(invocation.format)) {
+        output.out << answers::userWrite(view, invocation.format);
+    }
+    if (!view.isTaken) {
+        printError(output, "no writable store took " + view.after.key);
+        return Status::AnswerIsNo;
+    }
+    if (!view.isPersisted) {
+        printNotPersisted(invocation, view, output);
+        return Status::AnswerIsNo;
+    }
+    warnOfReplacedCharacters(invocation, view, output);
+    if (!isForMachines(invocation.format)) {
+        printOutcome(invocation, view, output);
+    }
+    return Status::Done;
 }
 
 }  // namespace
 
 int runSet(const Invocation& invocation, Output& output) {
-    Outcome outcome;
-    Session session(invocation);
-    session.work([&](Session::Inside& inside) { outcome = store(invocation, inside); });
-    const bool onDisk = session.finish();
-
-    if (isForMachines(invocation.format)) {
-        output.out << answers::value(outcome.after, invocation.format);
+    if (invocation.dryRun || invocation.requireEffective) {
+        const UserWriteView view = rehearse(storeUserValue, invocation, output);
+        if (invocation.requireEffective && !view.isEffective) {
+            return refuse(invocation, view, output);
+        }
+        if (invocation.dryRun) {
+            return tell(invocation, view, output);
+        }
     }
-    if (!outcome.stored) {
-        printError(output, "no writable store took " + outcome.after.key);
-        return Status::AnswerIsNo;
-    }
-    if (!onDisk) {
-        printError(output, outcome.after.key + " could not be written to " + invocation.host.configDirectory);
-        return Status::AnswerIsNo;
-    }
-    warnOfReplacedCharacters(invocation, outcome, output);
-    if (!isForMachines(invocation.format)) {
-        printOutcome(invocation, outcome, output);
-    }
-    return Status::Done;
+    return tell(invocation, storeUserValue(invocation), output);
 }
 
 }  // namespace corvidctl

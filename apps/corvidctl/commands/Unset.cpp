@@ -1,64 +1,65 @@
-#include "ConfigFeatureSet.h"
-#include "commands/Commands.h"
-#include "output/Answers.h"
-#include "output/Text.h"
-#include "quill/StringUtils.h"
-#include "session/Session.h"
-
 #include <ostream>
+
+#include "commands/Commands.h"
+#include "comparing/UserWrite.h"
+#include "comparing/UserWriteText.h"
+#include "output/Text.h"
 
 namespace corvidctl {
 
 namespace {
 
-struct Outcome {
-    std::vector<std::string> removedFrom;
-    ValueView after;
-};
-
-Outcome erase(const Invocation& invocation, Session::Inside& inside) {
-    const std::wstring key = QuillCoreUtils::toWideString(invocation.arguments[0]);
-    Outcome outcome;
-    outcome.removedFrom = inside.reader.writableHolders(key);
-    inside.featureSet.resetConfig(key);
-    outcome.after = inside.reader.describe(key);
-    return outcome;
+/// What the key reads from then on.
+void printAnswer(const UserWriteView& view, Output& output) {
+    const ValueView& after = view.after;
+    const bool isSame = !view.isEffective;
+    if (!after.isDefined) {
+        const char* const would = view.dryRun ? "It would not be defined any more.\n" : "It is not defined any more.\n";
+        output.out << (isSame ? "It is not defined.\n" : would);
+        return;
+    }
+    const char* const wins = isSame ? " still wins, with " : " wins now, with ";
+    const char* const wouldWin = isSame ? " would still win, with " : " would win, with ";
+    output.out << escaped(after.valueStoreName) << (view.dryRun ? wouldWin : wins) << quoted(after.value) << ".\n";
 }
 
-void printOutcome(const Outcome& outcome, Output& output) {
-    if (outcome.removedFrom.empty()) {
-        output.out << escaped(outcome.after.key) << " is in no writable store; nothing to remove.\n";
+void printOutcome(const UserWriteView& view, Output& output) {
+    if (view.removedFrom.empty()) {
+        output.out << escaped(view.after.key) << " is in no writable store; nothing to remove.\n";
     }
-    for (const std::string& store : outcome.removedFrom) {
-        output.out << escaped(outcome.after.key) << " removed from " << escaped(store) << ".\n";
+    for (const std::string& store : view.removedFrom) {
+        output.out << escaped(view.after.key) << (view.dryRun ? " would be removed from " : " removed from ")
+                   << escaped(store) << ".\n";
     }
-    if (outcome.after.isDefined) {
-        output.out << escaped(outcome.after.valueStoreName) << " wins now, with " << quoted(outcome.after.value)
-                   << ".\n";
-    } else {
-        output.out << (outcome.removedFrom.empty() ? "It is not defined.\n" : "It is not defined any more.\n");
+    printAnswer(view, output);
+    if (!view.file.empty()) {
+        output.out << (view.dryRun ? "It would be gone from " : "It is gone from ") << escaped(view.file) << ".\n";
     }
+    if (view.dryRun) {
+        output.out << "Nothing has been removed.\n";
+    }
+}
+
+int tell(const Invocation& invocation, const UserWriteView& view, Output& output) {
+    printBrokenFile(invocation, view, output);
+    if (isForMachines(invocation.format)) {
+        output.out << answers::userWrite(view, invocation.format);
+    }
+    if (!view.isPersisted) {
+        printNotPersisted(invocation, view, output);
+        return Status::AnswerIsNo;
+    }
+    if (!isForMachines(invocation.format)) {
+        printOutcome(view, output);
+    }
+    return Status::Done;
 }
 
 }  // namespace
 
 int runUnset(const Invocation& invocation, Output& output) {
-    Outcome outcome;
-    Session session(invocation);
-    session.work([&](Session::Inside& inside) { outcome = erase(invocation, inside); });
-    const bool onDisk = session.finish();
-
-    if (isForMachines(invocation.format)) {
-        output.out << answers::value(outcome.after, invocation.format);
-    }
-    if (!onDisk) {
-        printError(output, outcome.after.key + " could not be removed from " + invocation.host.configDirectory);
-        return Status::AnswerIsNo;
-    }
-    if (!isForMachines(invocation.format)) {
-        printOutcome(outcome, output);
-    }
-    return Status::Done;
+    return tell(invocation,
+                invocation.dryRun ? rehearse(eraseUserValue, invocation, output) : eraseUserValue(invocation), output);
 }
 
 }  // namespace corvidctl

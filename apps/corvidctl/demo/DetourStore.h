@@ -8,8 +8,8 @@
 
 namespace corvidctl {
 
-/// Stands ahead of everything and leads a profile that names servers of its own to the demonstration's instead. Holds
-/// for one run; nothing of it reaches a file.
+/// Stands ahead of everything and leads a profile to other servers than its own: to the demonstration's, or to the one
+/// that a simulated download comes from. Holds for one run; nothing of it reaches a file.
 class DetourStore : public ConfigStore {
 public:
     static constexpr const char* NAME = "DemonstrationStore";

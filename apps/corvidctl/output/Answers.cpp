@@ -47,6 +47,8 @@ Json arrayOf(const std::vector<View>& views) {
 
 }  // namespace
 
+Json valueObject(const ValueView& view) { return toJson(view); }
+
 std::string value(const ValueView& view, Format format) { return printed(toJson(view), format); }
 
 std::string values(const std::vector<ValueView>& views, Format format) {

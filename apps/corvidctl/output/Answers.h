@@ -6,6 +6,7 @@
 #include "demo/Demonstration.h"
 #include "fetching/FetchReport.h"
 #include "output/Format.h"
+#include "output/MachineText.h"
 #include "provisioning/Provisioning.h"
 #include "reading/Views.h"
 
@@ -17,6 +18,8 @@ struct ServedRequest;
 /// MachineText.h.
 namespace corvidctl::answers {
 
+/// The value object, for an answer that says more of the key.
+Json valueObject(const ValueView& view);
 std::string value(const ValueView& view, Format format);
 std::string values(const std::vector<ValueView>& views, Format format);
 

@@ -18,6 +18,9 @@ public:
     /// The current name of a key, and its old one if it has any.
     std::vector<std::wstring> namesInOrder(const std::wstring& key) const;
 
+    /// True if the key is the old name of another one.
+    bool isOld(const std::wstring& key) const { return currentNames_.count(key) != 0; }
+
     /// Old name to current name.
     const ConfigMap& currentNames() const { return currentNames_; }
 

@@ -32,7 +32,7 @@ void copyTree(const fs::path& from, const fs::path& to) {
 
 }  // namespace
 
-TemporaryFolder::TemporaryFolder() : path_((fs::temp_directory_path() / "corvid-demo-XXXXXX").string()) {
+TemporaryFolder::TemporaryFolder() : path_((fs::temp_directory_path() / "corvidctl-XXXXXX").string()) {
     if (mkdtemp(path_.data()) == nullptr) {
         throw std::system_error(errno, std::generic_category(), path_);
     }

@@ -13,7 +13,9 @@ TEST_F(Tool, SetIsOnDiskWhenItEnds) {
 
 TEST_F(Tool, SetSaysWhichStoreTookTheValue) {
     const support::Ended ended = run({"set", "LaunchOnSystemStartup", "true"});
-    EXPECT_EQ(ended.out, "LaunchOnSystemStartup stored in LocalFileConfigStore.\n");
+    EXPECT_EQ(ended.out, "LaunchOnSystemStartup stored in LocalFileConfigStore.\n"
+                         "It takes effect, and is kept in " +
+                             localPath() + ".\n");
     EXPECT_EQ(ended.error, "");
 }
 
@@ -21,7 +23,9 @@ TEST_F(Tool, SetSaysWhichStoreStillWins) {
     const support::Ended ended = run({"set", "Telephony_Enabled", "maybe"});
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.out, "Telephony_Enabled stored in LocalFileConfigStore.\n"
-                         "TftpOverrideConfigStore still wins, with \"true\".\n");
+                         "TftpOverrideConfigStore still wins, with \"true\".\n"
+                         "It is kept in " +
+                             localPath() + ".\n");
     EXPECT_THAT(configFile("corvidLocalConfig.xml"), HasSubstr("value=\"maybe\""));
 }
 
@@ -33,7 +37,12 @@ TEST_F(Tool, SetGivesTheValueObjectAfterwards) {
                            {"isDefined", true},
                            {"valueStoreName", "LocalFileConfigStore"},
                            {"originalValueStoreName", "corvid-config-defaults.xml"},
-                           {"isSensitive", false}};
+                           {"isSensitive", false},
+                           {"storedIn", "LocalFileConfigStore"},
+                           {"isEffective", true},
+                           {"isPersisted", true},
+                           {"file", localPath()},
+                           {"dryRun", false}};
     EXPECT_EQ(asJson({"set", "LaunchOnSystemStartup", "true"}), expected);
 }
 
@@ -64,8 +73,8 @@ TEST_F(Tool, SetThatCannotReachTheDiskIsStatusOne) {
                              directory_.path("install"), "set", "A", "b"});
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.out, "");
-    EXPECT_THAT(ended.error,
-                HasSubstr("corvidctl: A could not be written to " + directory_.path("blocked/profile") + "\n"));
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: A could not be written to " + directory_.path("blocked/profile") +
+                                       ": Not a directory\n"));
 }
 
 TEST_F(Tool, SetShowsNoSensitiveValue) {
@@ -87,7 +96,9 @@ TEST_F(Tool, UnsetIsOnDiskWhenItEnds) {
     const support::Ended ended = run({"unset", "DockedWindow"});
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.out, "DockedWindow removed from LocalFileConfigStore.\n"
-                         "corvid-config-defaults.xml wins now, with \"true\".\n");
+                         "corvid-config-defaults.xml wins now, with \"true\".\n"
+                         "It is gone from " +
+                             localPath() + ".\n");
     EXPECT_EQ(run({"get", "DockedWindow", "--show-origin"}).out, "corvid-config-defaults.xml\ttrue\n");
 }
 
@@ -103,7 +114,9 @@ TEST_F(Tool, UnsetRemovesAKeyUnderAllItsNames) {
     EXPECT_EQ(run({"set", "TftpServer2", "old"}).status, 0);
     EXPECT_EQ(run({"set", "TFTPBackupServer1", "new"}).status, 0);
     EXPECT_EQ(run({"unset", "TftpServer2"}).out, "TFTPBackupServer1 removed from LocalFileConfigStore.\n"
-                                                 "It is not defined any more.\n");
+                                                 "It is not defined any more.\n"
+                                                 "It is gone from " +
+                                                     localPath() + ".\n");
     EXPECT_EQ(run({"get", "TFTPBackupServer1"}).status, 1);
 }
 
@@ -128,17 +141,21 @@ TEST_F(Tool, SetSaysThatTheCurrentNameInTheSameStoreComesFirst) {
               "TFTPPrimaryServer stored in LocalFileConfigStore.\n"
               "It still reads as \"current\".\n"
               "The value stands under the old name TftpServer1; what the store holds under TFTPPrimaryServer comes "
-              "first.\n");
+              "first.\nIt is kept in " +
+                  localPath() + ".\n");
 }
 
 TEST_F(Tool, SetSaysThatTheFipsRuleOutweighsTheValue) {
     EXPECT_EQ(run({"--fips", "on", "set", "Telephony_P2P_Enabled", "true"}).out,
               "Telephony_P2P_Enabled stored in LocalFileConfigStore.\n"
-              "It still reads as \"false\".\n");
+              "It still reads as \"false\".\nIt is kept in " +
+                  localPath() + ".\n");
 }
 
 TEST_F(Tool, SetOfASensitiveValueThatWinsIsNoSurprise) {
-    EXPECT_EQ(run({"set", "ConnectionPassword", "s3cret"}).out, "ConnectionPassword stored in LocalFileConfigStore.\n");
+    EXPECT_EQ(run({"set", "ConnectionPassword", "s3cret"}).out,
+              "ConnectionPassword stored in LocalFileConfigStore.\nIt takes effect, and is kept in " + localPath() +
+                  ".\n");
 }
 
 TEST_F(Tool, SetTellsWhatWillBeOnDiskWhereXmlCannotHoldAValue) {
@@ -181,7 +198,145 @@ TEST_F(Tool, UnsetThatCannotReachTheDiskIsStatusOne) {
          CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.out, "");
-    EXPECT_THAT(ended.error,
-                HasSubstr("corvidctl: DockedWindow could not be removed from " + directory_.path("config") + "\n"));
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: DockedWindow could not be removed from " +
+                                       directory_.path("config") + ": File too large\n"));
     EXPECT_EQ(configFile("corvidLocalConfig.xml"), before);
+}
+
+TEST_F(Tool, SetRehearsesAValueThatWouldTakeEffect) {
+    const auto before = files();
+    const support::Ended ended = run({"set", "--dry-run", "LaunchOnSystemStartup", "true"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.error, "");
+    EXPECT_EQ(ended.out, "LaunchOnSystemStartup would be stored in LocalFileConfigStore.\n"
+                         "It would take effect, and be kept in " +
+                             localPath() + ".\nNothing has been stored.\n");
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, SetRehearsesAValueThatWouldHaveNoEffect) {
+    EXPECT_EQ(run({"set", "--dry-run", "Telephony_Enabled", "maybe"}).out,
+              "Telephony_Enabled would be stored in LocalFileConfigStore.\n"
+              "TftpOverrideConfigStore would still win, with \"true\".\n"
+              "It would be kept in " +
+                  localPath() + ".\nNothing has been stored.\n");
+}
+
+TEST_F(Tool, SetGivesScriptsWhatItRehearsed) {
+    const auto before = files();
+    const json value = asJson({"set", "--dry-run", "DockedWindow", "true"});
+    EXPECT_EQ(value.at("value"), "true");
+    EXPECT_EQ(value.at("storedIn"), "LocalFileConfigStore");
+    EXPECT_EQ(value.at("isEffective"), true);
+    EXPECT_EQ(value.at("isPersisted"), true);
+    EXPECT_EQ(value.at("file"), localPath());
+    EXPECT_EQ(value.at("dryRun"), true);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, SetRehearsesADiskThatTakesNothing) {
+    directory_.write("blocked", "a file");
+    const std::string profile = directory_.path("blocked/profile");
+    const support::Ended ended = support::runProgram({CORVIDCTL_PROGRAM, "--config-dir", profile, "--install-dir",
+                                                      directory_.path("install"), "set", "--dry-run", "A", "b"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error, "corvidctl: A could not be written to " + profile + ": Not a directory\n");
+}
+
+TEST_F(Tool, SetStoresNothingThatWouldNotWinWhenItMust) {
+    const auto before = files();
+    const support::Ended ended = run({"set", "--require-effective", "Telephony_Enabled", "maybe"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error,
+              "corvidctl: nothing stored: TftpOverrideConfigStore wins Telephony_Enabled, with \"true\"\n");
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, SetGivesScriptsTheValueThatStaysWhenNothingIsStored) {
+    const json value = asJson({"set", "--require-effective", "Telephony_Enabled", "maybe"}, 1);
+    EXPECT_EQ(value.at("value"), "true");
+    EXPECT_EQ(value.at("storedIn"), nullptr);
+    EXPECT_EQ(value.at("isEffective"), false);
+    EXPECT_EQ(value.at("isPersisted"), false);
+    EXPECT_EQ(value.at("file"), nullptr);
+}
+
+TEST_F(Tool, SetStoresWhatWinsWhenItMust) {
+    EXPECT_EQ(run({"set", "--require-effective", "DockedWindow", "maybe"}).out,
+              "DockedWindow stored in LocalFileConfigStore.\nIt takes effect, and is kept in " + localPath() + ".\n");
+    EXPECT_EQ(run({"get", "DockedWindow"}).out, "maybe\n");
+}
+
+TEST_F(Tool, SetStoresNothingThatWouldReadOtherwiseWhenItMust) {
+    const auto before = files();
+    EXPECT_EQ(run({"--fips", "on", "set", "--require-effective", "Telephony_P2P_Enabled", "true"}).error,
+              "corvidctl: nothing stored: Telephony_P2P_Enabled would read as \"false\"\n");
+    EXPECT_EQ(run({"set", "--require-effective", "Odd", "a\x01"}).error,
+              "corvidctl: nothing stored: XML cannot hold every character of it\n");
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, SetTellsThatAPolicyTakesTheValueAwayAtTheNextStart) {
+    writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>False</Customize_Phone_Server></g></c>");
+    const std::string policy = "Customize_Phone_Server is \"False\", from TftpOverrideConfigStore";
+    EXPECT_EQ(run({"set", "CtiServer1", "mine"}).out, "CTIPrimaryServer stored in LocalFileConfigStore.\n"
+                                                      "The client erases it when it starts: " +
+                                                          policy + ".\nIt is kept in " + localPath() + ".\n");
+    EXPECT_EQ(run({"get", "CTIPrimaryServer"}).status, 1);
+    EXPECT_EQ(run({"set", "--require-effective", "TFTPPrimaryServer", "mine"}).error,
+              "corvidctl: nothing stored: the client would erase TFTPPrimaryServer when it starts: " + policy + "\n");
+    EXPECT_EQ(run({"set", "--require-effective", "TFTPBackupServer1", "mine"}).status, 0);
+}
+
+TEST_F(Tool, SetRehearsesWithALocalFileThatIsBroken) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid><userConfig");
+    const auto before = files();
+    const support::Ended ended = run({"--log-level", "2", "set", "--dry-run", "A", "b"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: " + localPath() + " cannot be read (line "));
+    EXPECT_THAT(ended.error, testing::EndsWith("); it would be set aside as " +
+                                               directory_.path("config/corvidLocalConfig-backup.xml") + "\n"));
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, SetTellsThatABrokenLocalFileIsSetAside) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid><userConfig");
+    EXPECT_THAT(run({"set", "A", "b"}).error,
+                HasSubstr("); it is set aside as " + directory_.path("config/corvidLocalConfig-backup.xml") + "\n"));
+}
+
+TEST_F(Tool, UnsetRehearsesAnErasure) {
+    const auto before = files();
+    EXPECT_EQ(run({"unset", "--dry-run", "DockedWindow"}).out,
+              "DockedWindow would be removed from LocalFileConfigStore.\n"
+              "corvid-config-defaults.xml would win, with \"true\".\n"
+              "It would be gone from " +
+                  localPath() + ".\nNothing has been removed.\n");
+    EXPECT_EQ(run({"unset", "--dry-run", "OnlyMine"}).out, "OnlyMine would be removed from LocalFileConfigStore.\n"
+                                                           "It would not be defined any more.\n"
+                                                           "It would be gone from " +
+                                                               localPath() + ".\nNothing has been removed.\n");
+    EXPECT_EQ(asJson({"unset", "--dry-run", "DockedWindow"}).at("dryRun"), true);
+    EXPECT_EQ(files(), before);
+}
+
+TEST_F(Tool, UnsetTellsThatAnotherStoreWinsAsBefore) {
+    EXPECT_EQ(run({"unset", "Telephony_Enabled"}).out, "Telephony_Enabled removed from LocalFileConfigStore.\n"
+                                                       "TftpOverrideConfigStore still wins, with \"true\".\n"
+                                                       "It is gone from " +
+                                                           localPath() + ".\n");
+}
+
+TEST_F(Tool, UnsetGivesScriptsTheStoresThatHeldTheKey) {
+    const json value = asJson({"unset", "DockedWindow"});
+    EXPECT_EQ(value.at("removedFrom"), json::array({"LocalFileConfigStore"}));
+    EXPECT_EQ(value.at("isEffective"), true);
+    EXPECT_EQ(value.at("isPersisted"), true);
+    EXPECT_EQ(value.at("file"), localPath());
+    const json nothing = asJson({"unset", "Nowhere"});
+    EXPECT_EQ(nothing.at("removedFrom"), json::array());
+    EXPECT_EQ(nothing.at("isEffective"), false);
+    EXPECT_EQ(nothing.at("file"), nullptr);
 }

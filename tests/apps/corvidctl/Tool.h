@@ -29,6 +29,9 @@ protected:
     std::vector<std::string> command(const std::vector<std::string>& words) const;
 
     std::string configFile(const std::string& name) const { return directory_.read("config/" + name); }
+    /// The path of the user's own file.
+    std::string localPath() const { return directory_.path("config/corvidLocalConfig.xml"); }
+
     void writeConfig(const std::string& name, const std::string& text) const {
         directory_.write("config/" + name, text);
     }

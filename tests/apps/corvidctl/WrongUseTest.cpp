@@ -24,8 +24,8 @@ protected:
 };
 
 const std::string COMMANDS =
-    "get, list, explain, stores, set, unset, watch, fetch, provision, reset-data, report, validate, "
-    "serve, demo, manual, completions";
+    "get, list, explain, stores, delta, report, validate, simulate, diff, export, set, unset, provision, reset-data, "
+    "fetch, watch, history, serve, demo, manual, completions";
 
 }  // namespace
 

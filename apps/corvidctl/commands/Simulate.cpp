@@ -1,0 +1,34 @@
+#include <ostream>
+
+#include "commands/Commands.h"
+#include "comparing/ComparingAnswers.h"
+#include "comparing/ComparingText.h"
+#include "comparing/Simulation.h"
+#include "output/InterruptibleOutput.h"
+#include "output/Text.h"
+
+namespace corvidctl {
+
+int runSimulate(const Invocation& invocation, Output& output) {
+    Rehearsal rehearsal(output);
+    const InterruptibleOutput interruptibly(output, rehearsal.interruption());
+    SimulationView view;
+    try {
+        view = simulate(invocation, readPlan(invocation), rehearsal);
+    } catch (const WrongUse& error) {
+        printError(output, error.what());
+        return Status::WrongUse;
+    }
+    std::ostream& remarks = isForMachines(invocation.format) ? output.error : output.out;
+    for (const std::string& remark : view.remarks) {
+        remarks << escaped(remark) + "\n";
+    }
+    if (isForMachines(invocation.format)) {
+        output.out << answers::changes(view.changes, invocation.format);
+    } else {
+        printKeyChanges(view.changes, output);
+    }
+    return Status::Done;
+}
+
+}  // namespace corvidctl

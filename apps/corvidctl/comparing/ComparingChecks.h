@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "cli/Invocation.h"
+
+namespace corvidctl {
+
+/// Checks what the comparing commands are told. @return empty if all is well, and for every other command; else one
+/// line that names the argument and what was expected.
+std::string checkComparing(const Invocation& invocation);
+
+}  // namespace corvidctl

@@ -1,0 +1,85 @@
+#include "comparing/FetchRehearsal.h"
+
+#include <ostream>
+
+#include "ConfigStoreConstants.h"
+#include "comparing/ComparingAnswers.h"
+#include "comparing/ComparingText.h"
+#include "comparing/KeyChanges.h"
+#include "comparing/Rehearsal.h"
+#include "fetching/FetchText.h"
+#include "fetching/RemoteSource.h"
+#include "output/InterruptibleOutput.h"
+#include "session/ProfileCopy.h"
+#include "session/Session.h"
+
+namespace corvidctl {
+
+namespace {
+
+struct FetchRehearsalView {
+    FetchView fetch;
+    std::vector<KeyChange> changes;
+    bool interrupted = false;
+};
+
+EffectiveValues valuesOf(Session& session) {
+    EffectiveValues values;
+    session.work([&values](Session::Inside& inside) { values = takeEffectiveValues(inside.chain); });
+    return values;
+}
+
+FetchRehearsalView fetchOnCopy(const Invocation& invocation, Rehearsal& rehearsal) {
+    FetchRehearsalView view;
+    const ProfileCopy copy(invocation.host.configDirectory);
+    Session session(Rehearsal::onCopy(invocation, copy.path()));
+    EffectiveValues before;
+    rehearsal.run("reading the configuration …", [&] { before = valuesOf(session); });
+    ValueView version;
+    session.work([&version](Session::Inside& inside) {
+        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
+    });
+    RemoteSource remote(session, rehearsal.interruption());
+    remote.start();
+    view.interrupted = !remote.waitUntilSettled(rehearsal.progress());
+    view.fetch = summarise(remote.downloads(), version, view.interrupted);
+    remote.stop();
+    if (!view.interrupted) {
+        rehearsal.run("comparing …",
+                      [&] { view.changes = changesBetween(before, valuesOf(session), invocation.reveal); });
+    }
+    session.finish();
+    return view;
+}
+
+void printForPeople(const FetchRehearsalView& view, Output& output) {
+    if (view.fetch.ok) {
+        printDelivered(view.fetch, output);
+    } else {
+        printError(output, view.interrupted ? view.fetch.reason : "nothing fetched: " + view.fetch.reason);
+        printFailure(view.fetch, output);
+    }
+    if (view.fetch.ok || !view.changes.empty()) {
+        printKeyChanges(view.changes, output);
+    }
+    output.out << "Nothing has been changed.\n";
+}
+
+}  // namespace
+
+int rehearseFetch(const Invocation& invocation, Output& output) {
+    Rehearsal rehearsal(output);
+    const InterruptibleOutput interruptibly(output, rehearsal.interruption());
+    const FetchRehearsalView view = fetchOnCopy(invocation, rehearsal);
+    if (isForMachines(invocation.format)) {
+        output.out << answers::fetchRehearsal(view.fetch, view.changes, invocation.format);
+        if (view.interrupted) {
+            printError(output, view.fetch.reason);
+        }
+    } else {
+        printForPeople(view, output);
+    }
+    return view.fetch.ok ? Status::Done : Status::AnswerIsNo;
+}
+
+}  // namespace corvidctl

@@ -1,0 +1,40 @@
+#include "comparing/Rehearsal.h"
+
+#include <unistd.h>
+
+#include <stdexcept>
+
+#include "output/SteadyProgress.h"
+
+namespace corvidctl {
+
+namespace {
+
+constexpr int FAILURES = 2;
+constexpr int WARNINGS = 3;
+
+}  // namespace
+
+Rehearsal::Rehearsal(Output& output) : progress_(output.error, ProgressLine::terminalOf(STDERR_FILENO)) {}
+
+Invocation Rehearsal::onCopy(Invocation invocation, const std::string& directory) {
+    invocation.host.configDirectory = directory;
+    invocation.host.powerEvents = false;
+    if (invocation.host.logLevel <= WARNINGS) {
+        invocation.host.logLevel = FAILURES;
+    }
+    return invocation;
+}
+
+void Rehearsal::throwIfInterrupted() {
+    if (interruption_.waitForNews(std::chrono::milliseconds(0))) {
+        throw std::runtime_error("interrupted");
+    }
+}
+
+void Rehearsal::showing(const std::string& text, const std::function<void()>& step) {
+    const SteadyProgress steady(progress_, text);
+    step();
+}
+
+}  // namespace corvidctl

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "cli/Invocation.h"
+#include "output/Output.h"
+#include "output/ProgressLine.h"
+#include "session/Interruption.h"
+
+namespace corvidctl {
+
+/// What a command needs that tries something out on a throw-away copy: an interruption is noticed between the steps, so
+/// that the copy is removed, and a step that takes long is shown. To be made before any session.
+class Rehearsal {
+public:
+    explicit Rehearsal(Output& output);
+
+    Rehearsal(const Rehearsal&) = delete;
+    Rehearsal& operator=(const Rehearsal&) = delete;
+
+    /// The invocation on a copy. Its warnings, which would name the copy's files, are logged only at the levels 4
+    /// and 5.
+    static Invocation onCopy(Invocation invocation, const std::string& directory);
+
+    /// Runs one step. @param text what the progress line calls it.
+    /// @throws std::runtime_error "interrupted" if an interruption has come before or meanwhile.
+    template <class Step>
+    void run(const std::string& text, const Step& step) {
+        throwIfInterrupted();
+        showing(text, step);
+        throwIfInterrupted();
+    }
+
+    Interruption& interruption() { return interruption_; }
+    ProgressLine& progress() { return progress_; }
+
+private:
+    void throwIfInterrupted();
+    void showing(const std::string& text, const std::function<void()>& step);
+
+    Interruption interruption_;
+    ProgressLine progress_;
+};
+
+}  // namespace corvidctl

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "comparing/KeyChanges.h"
+#include "comparing/Rehearsal.h"
+#include "comparing/SimulationPlan.h"
+
+namespace corvidctl {
+
+/// Something on the command line that only the configuration itself could show to be wrong.
+class WrongUse : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct SimulationView {
+    std::vector<KeyChange> changes;
+    std::vector<std::string> remarks;  ///< what a reader of the changes should know, each a whole sentence
+};
+
+/// Runs the module on a copy of the configuration as it is, and on another one with the changes, and compares what the
+/// keys read. Nothing but throw-away copies is touched, and they are gone when this returns.
+/// @throws WrongUse if a store is not in the chain. @throws std::runtime_error with one line if a file is not valid in
+///         its place, a copy cannot be made, or the interruption comes.
+SimulationView simulate(const Invocation& invocation, const SimulationPlan& plan, Rehearsal& rehearsal);
+
+}  // namespace corvidctl

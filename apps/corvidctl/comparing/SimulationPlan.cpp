@@ -1,0 +1,179 @@
+#include "comparing/SimulationPlan.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "ConfigStoreConstants.h"
+#include "comparing/DocumentContents.h"
+#include "comparing/StoreNames.h"
+#include "quill/StringUtils.h"
+
+namespace corvidctl {
+
+namespace {
+
+namespace fs = std::filesystem;
+using QuillCoreUtils::caseInsensitiveStringEquals;
+
+constexpr std::uintmax_t LARGEST_DOWNLOAD = 16 * 1024 * 1024;
+
+constexpr const char* PLACES = "TftpOverrideConfigStore, LocalFileConfigStore, TFTPConfigStore, a cached copy such as "
+                               "cachedTFTPConfigStore.xml, UrlProvisioningConfigStore, BootstrapConfigStore or "
+                               "corvid-config-defaults.xml";
+
+std::optional<StorePlace> placeOf(const std::string& store) {
+    using namespace ConfigStoreConstants;
+    const std::array<std::pair<StorePlace, std::string>, 6> places = {{
+        {StorePlace::Override, TFTP_OVERRIDE_CONFIG_STORE_NAME},
+        {StorePlace::LocalFile, LOCAL_FILE_STORE_NAME},
+        {StorePlace::Provisioning, URL_PROVISIONING_CONFIG_STORE_NAME},
+        {StorePlace::Bootstrap, BOOTSTRAP_STORE_NAME},
+        {StorePlace::Defaults, DEFAULT_CONFIG_STORE_FILE_NAME},
+        {StorePlace::Server, TFTP_CONFIG_STORE_NAME},
+    }};
+    for (const auto& [place, name] : places) {
+        if (caseInsensitiveStringEquals(name, store)) {
+            return place;
+        }
+    }
+    return isNameOfCachedCopy(store) ? std::optional(StorePlace::CachedCopy) : std::nullopt;
+}
+
+bool isReadableFile(const std::string& path) {
+    std::error_code error;
+    return fs::exists(path, error) && !fs::is_directory(path, error) && access(path.c_str(), R_OK) == 0;
+}
+
+/// Reads the options one after the other until one does not fit.
+class PlanReader {
+public:
+    SimulationPlan read(const Invocation& invocation) {
+        const auto readAll = [this](const std::vector<std::string>& words,
+                                    void (PlanReader::*one)(const std::string&)) {
+            for (const std::string& word : words) {
+                if (plan_.problem.empty()) {
+                    (this->*one)(word);
+                }
+            }
+        };
+        readAll(invocation.replaced, &PlanReader::replace);
+        readAll(invocation.without, &PlanReader::leaveOut);
+        readAll(invocation.setKeys, &PlanReader::set);
+        readAll(invocation.unsetKeys, &PlanReader::unset);
+        if (plan_.problem.empty() && isEmpty()) {
+            plan_.problem = "simulate: expected a change: --replace, --without, --set or --unset";
+        }
+        return std::move(plan_);
+    }
+
+private:
+    bool isEmpty() const { return plan_.replacements.empty() && plan_.setKeys.empty() && plan_.unsetKeys.empty(); }
+
+    void replace(const std::string& word) {
+        const std::size_t equals = word.find('=');
+        if (equals == std::string::npos || equals == 0 || equals + 1 == word.size()) {
+            plan_.problem = "--replace '" + word + "': expected STORE=FILE";
+            return;
+        }
+        const std::string file = word.substr(equals + 1);
+        add("--replace '" + word + "'", word.substr(0, equals), file);
+        if (plan_.problem.empty() && !isReadableFile(file)) {
+            plan_.problem = "--replace '" + word + "': expected a file that can be read";
+        }
+    }
+
+    void leaveOut(const std::string& word) {
+        add("--without '" + word + "'", word, std::nullopt);
+        if (plan_.problem.empty() && plan_.replacements.back().place == StorePlace::Server) {
+            plan_.problem = "--without '" + word +
+                            "': the server's file is in no chain before it is fetched; its copy "
+                            "on disk is cachedTFTPConfigStore.xml";
+        }
+    }
+
+    void add(const std::string& words, const std::string& store, const std::optional<std::string>& file) {
+        const std::optional<StorePlace> place = placeOf(store);
+        if (!place) {
+            plan_.problem = words + ": expected a store that has a file: " + PLACES;
+            return;
+        }
+        for (const SimulationPlan::Replacement& other : plan_.replacements) {
+            if (caseInsensitiveStringEquals(other.store, store)) {
+                plan_.problem = words + ": the store is named already by " + other.words();
+                return;
+            }
+        }
+        plan_.replacements.push_back({*place, store, file});
+    }
+
+    void set(const std::string& word) {
+        const std::size_t equals = word.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            plan_.problem = "--set '" + word + "': expected KEY=VALUE";
+            return;
+        }
+        plan_.setKeys.emplace_back(word.substr(0, equals), word.substr(equals + 1));
+    }
+
+    void unset(const std::string& word) {
+        const bool isSetToo = std::any_of(plan_.setKeys.begin(), plan_.setKeys.end(), [&word](const auto& set) {
+            return caseInsensitiveStringEquals(set.first, word);
+        });
+        if (isSetToo) {
+            plan_.problem = "--unset '" + word + "': expected another key than --set names";
+            return;
+        }
+        plan_.unsetKeys.push_back(word);
+    }
+
+    SimulationPlan plan_;
+};
+
+/// What the module does with a file that is not valid in its place.
+const char* fateOf(StorePlace place) {
+    switch (place) {
+    case StorePlace::LocalFile:
+        return "the module would set it aside as corvidLocalConfig-backup.xml and start without the user's values";
+    case StorePlace::Defaults:
+        return "the module would try to set it aside as corvid-config-defaults-backup.xml and have no defaults";
+    case StorePlace::Server:
+        return "the module would drop the server's values, and keep an empty copy for the next start";
+    case StorePlace::Override:
+    case StorePlace::CachedCopy:
+    case StorePlace::Provisioning:
+    case StorePlace::Bootstrap:
+        break;
+    }
+    return "the module would pass it over, and the store would be empty";
+}
+
+}  // namespace
+
+std::string SimulationPlan::Replacement::words() const {
+    return file ? "--replace '" + store + "=" + *file + "'" : "--without '" + store + "'";
+}
+
+SimulationPlan readPlan(const Invocation& invocation) { return PlanReader().read(invocation); }
+
+std::string problemOf(const SimulationPlan::Replacement& replacement) {
+    const StorePlace place = replacement.place;
+    if (!replacement.file || place == StorePlace::Bootstrap) {
+        return {};  // every line of a properties file is a key or is skipped
+    }
+    const std::string& file = *replacement.file;
+    std::error_code error;
+    if (place == StorePlace::Server && fs::file_size(file, error) > LARGEST_DOWNLOAD && !error) {
+        return replacement.words() + ": the file is too large: a download ends after 16 MiB";
+    }
+    const bool isLocalFile = place == StorePlace::LocalFile || place == StorePlace::Defaults;
+    const std::string problem = problemOfDocument(file, isLocalFile);
+    if (problem.empty()) {
+        return {};
+    }
+    return replacement.words() + ": not valid in this place: " + problem + "; " + fateOf(place);
+}
+
+}  // namespace corvidctl
