@@ -109,12 +109,12 @@ bool Terminal::readSome() {
 }
 
 bool Terminal::waitFor(const std::string& text) {
-    std::size_t found = read_.find(text, seen_);
+    std::size_t found = this->text().find(text, seen_);
     while (found == std::string::npos) {
         if (!readSome()) {
             return false;
         }
-        found = read_.find(text, seen_);
+        found = this->text().find(text, seen_);
     }
     seen_ = found + text.size();
     return true;

@@ -49,7 +49,7 @@ private:
     pid_t process_ = -1;
     int terminal_ = -1;
     std::string read_;
-    std::size_t seen_ = 0;  ///< what was waited for ends here
+    std::size_t seen_ = 0;  ///< what was waited for ends here in the text
     int status_ = -1;
 };
 

@@ -154,7 +154,7 @@ TEST_F(Completions, OfBashOfferTheKeysOfTheDirectoriesThatAreNamed) {
         words.insert(words.begin(), named.begin(), named.end());
         return inBash(words);
     };
-    EXPECT_THAT(offered({"get", "only"}), ElementsAre("OnlyMine"));
+    EXPECT_THAT(offered({"get", "DOCK"}), ElementsAre("DockedWindow"));
     EXPECT_THAT(offered({"get", "OnlyMine", ""}), IsEmpty());
     EXPECT_THAT(offered({"set", "OnlyMine", ""}), IsEmpty());
     EXPECT_THAT(offered({"list", "OnlyMine", "dock"}), ElementsAre("DockedWindow"));
@@ -180,7 +180,7 @@ TEST_F(Completions, OfFishOfferChoices) {
 }
 
 TEST_F(Completions, OfFishOfferTheKeysOfTheDirectoriesThatAreNamed) {
-    EXPECT_THAT(inFish(places() + "get Only"), ElementsAre("OnlyMine"));
+    EXPECT_THAT(inFish(places() + "get only"), ElementsAre("onlymine"));
     EXPECT_THAT(inFish(places() + "set OnlyMine "), IsEmpty());
     EXPECT_THAT(inFish(places() + "list --store Local"), ElementsAre("LocalFileConfigStore"));
 }
@@ -217,7 +217,7 @@ TEST_F(Completions, OfZshCompleteWhatIsTyped) {
 TEST_F(Completions, OfferNoKeyThatAShellWouldTakeForMoreThanAWord) {
     writeConfig("corvidLocalConfig.xml",
                 localFile({{"Plain", "1"}, {"$(reboot)", "1"}, {"two words", "1"}, {"-x", "1"}}));
-    EXPECT_THAT(linesOf(run({"complete", "keys"}).out), Contains("Plain"));
+    EXPECT_THAT(linesOf(run({"complete", "keys"}).out), Contains("plain"));
     for (const std::string key : {"$(reboot)", "two words", "-x"}) {
         EXPECT_THAT(linesOf(run({"complete", "keys"}).out), Not(Contains(key)));
     }

@@ -1,5 +1,7 @@
 #include "cli/ManualPage.h"
 
+#include <regex>
+
 #include "cli/Definitions.h"
 #include "fakes/TemporaryDirectory.h"
 #include "support/ChildProcess.h"
@@ -51,12 +53,14 @@ TEST(ManualPage, HasTheSectionsThatManualPagesHave) {
 TEST(ManualPage, TellsOfEveryCommandAndOption) {
     const std::string text = read();
     for (const CommandDefinition& command : commandDefinitions()) {
-        const std::string usage = usageOf(command);
-        const std::string heading = "\n" + usage.substr(usage.find(' ') + 1);
-        EXPECT_EQ(text.find(heading) != std::string::npos, !command.isHidden) << command.name;
+        const std::string term =
+            ".TP\n\\fB" + std::regex_replace(std::string(command.name), std::regex("-"), "\\-") + "\\fR";
+        EXPECT_EQ(manualPage().find(term) != std::string::npos, !command.isHidden) << command.name;
         if (command.isHidden) {
             continue;
         }
+        const std::string usage = usageOf(command);
+        EXPECT_THAT(text, HasSubstr(" " + usage.substr(usage.find(' ') + 1)));
         EXPECT_THAT(text, HasSubstr(std::string(command.summary) + "."));
         for (const OptionDefinition& option : command.options) {
             EXPECT_THAT(text, HasSubstr(namesOf(option).back()));
