@@ -295,6 +295,9 @@ std::string checkJournalToWrite(const std::string& path) {
     if (!JournalFile::isJournal(path)) {
         return "--journal '" + path + "': expected a journal of an earlier watch, or a file that does not exist yet";
     }
+    if (const std::string old = JournalFile::oldName(path); !JournalFile::isJournal(old)) {
+        return "--journal '" + path + "': expected no other file at " + old + ", where a full journal goes";
+    }
     return {};
 }
 

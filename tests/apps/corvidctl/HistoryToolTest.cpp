@@ -150,8 +150,11 @@ TEST_F(HistoryTool, NeedsAFileThatIsAJournal) {
 
 TEST_F(HistoryTool, IsNotWrittenIntoAnotherFile) {
     const std::string letter = directory_.write("letter", "Dear Sirs");
+    directory_.write("taken.1", "Dear Sirs");
     const auto before = files();
     const std::map<std::string, std::string> problems = {
+        {directory_.path("taken"),
+         "expected no other file at " + directory_.path("taken.1") + ", where a full journal goes"},
         {letter, "expected a journal of an earlier watch, or a file that does not exist yet"},
         {directory_.path(), "expected a file that can be written"},
         {"/dev/null", "expected a file that can be written"},

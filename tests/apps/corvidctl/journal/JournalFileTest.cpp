@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <random>
+
 #include "Journals.h"
 #include "fakes/TemporaryDirectory.h"
 #include "journal/JournalReader.h"
@@ -195,6 +197,32 @@ TEST_F(JournalOnDisk, IsReadWithoutItsDamagedLines) {
     EXPECT_EQ(reading.damages[1].line, 4U);
     EXPECT_EQ(reading.damages[2].line, 6U);
     EXPECT_FALSE(reading.damages[2].isTorn);
+}
+
+TEST_F(JournalOnDisk, LosesNothingButTheLineThatIsGarbled) {
+    const unsigned seed = std::random_device()();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const std::vector<JournalBatch> batches = {START, SECOND, THIRD, PICTURE};
+    for (int run = 0; run < 200; ++run) {
+        const std::size_t damaged = random() % batches.size();
+        std::string text;
+        std::vector<JournalBatch> others;
+        for (std::size_t i = 0; i < batches.size(); ++i) {
+            std::string line = lines({batches[i]});
+            if (i == damaged) {
+                line.at(random() % (line.size() - 1)) = '\x01';  // allowed nowhere in a line
+            } else {
+                others.push_back(batches[i]);
+            }
+            text += line;
+        }
+        directory_.write("journal", text);
+        const JournalReading reading = readJournal(path());
+        ASSERT_EQ(reading.batches, others);
+        ASSERT_EQ(reading.damages.size(), 1U);
+        ASSERT_EQ(reading.damages[0].line, damaged + 1);
+    }
 }
 
 TEST_F(JournalOnDisk, IsReadUpToALineThatWasTorn) {

@@ -56,6 +56,12 @@ protected:
         session_.work([&work](Session::Inside& inside) { work(inside.featureSet); });
     }
 
+    /// What ends a piece of work goes through the dispatcher's queue twice.
+    void letTheWorkEnd() {
+        onDispatcher([](ConfigFeatureSet&) {});
+        onDispatcher([](ConfigFeatureSet&) {});
+    }
+
     void onThisThread(const std::function<void(ConfigFeatureSet&)>& work) { work(*session_.host().featureSet()); }
 
     /// The batches after the start.
@@ -83,8 +89,7 @@ TEST_F(Journalling, BeginsWithAllThatIsDefined) {
 
 TEST_F(Journalling, MakesABatchOfEachTask) {
     onDispatcher([](ConfigFeatureSet& featureSet) { featureSet.setConfig(L"A", L"2"); });
-    onDispatcher([](ConfigFeatureSet&) {});
-    onDispatcher([](ConfigFeatureSet&) {});
+    letTheWorkEnd();
     onDispatcher([](ConfigFeatureSet& featureSet) { featureSet.resetConfig(L"A"); });
     const auto all = batches();
     ASSERT_THAT(all, SizeIs(2));
@@ -117,8 +122,7 @@ TEST_F(Journalling, TellsEachChangeAsItComes) {
 
 TEST_F(Journalling, TellsWhatAStoreTookWithIt) {
     onDispatcher([](ConfigFeatureSet& featureSet) { featureSet.addConfigStore(server(1, L"1")); });
-    onDispatcher([](ConfigFeatureSet&) {});
-    onDispatcher([](ConfigFeatureSet&) {});
+    letTheWorkEnd();
     onDispatcher([](ConfigFeatureSet& featureSet) { featureSet.removeConfigStore("Server"); });
     const auto all = batches();
     ASSERT_THAT(all, SizeIs(2));
