@@ -1,6 +1,5 @@
 #include "xml/DocumentInspector.h"
 
-#include <map>
 #include <memory>
 #include <utility>
 
@@ -124,8 +123,7 @@ private:
         if (!entry) {
             warn(node, "entry without a name is ignored");
         } else if (isNew(node, entry->key)) {
-            report_.entries.push_back(
-                {std::move(entry->key), std::move(entry->value), lineOf(node), false, false, entry->underOldName});
+            report_.entries.push_back({std::move(entry->key), std::move(entry->value), lineOf(node), false, false});
         }
     }
 
@@ -172,13 +170,10 @@ private:
         report_.entries.push_back({std::move(key), std::move(value), lineOf(node), sensitive, isMarkup});
     }
 
-    /// A new key's entry is the next one of the report.
     bool isNew(const xmlNode* node, const std::wstring& key) {
-        const auto [known, isFirst] = keys_.try_emplace(key, report_.entries.size());
-        if (isFirst) {
+        if (keys_.insert(key).second) {
             return true;
         }
-        report_.entries[known->second].repeatedAt.push_back(lineOf(node));
         warn(node, "duplicate key is ignored: " + QuillCoreUtils::toString(key));
         return false;
     }
@@ -193,7 +188,7 @@ private:
     const std::shared_ptr<xmlDoc> document_;
     const std::string fileName_;
     DocumentReport& report_;
-    std::map<std::wstring, std::size_t, caseInsensitiveMapComparator> keys_;  ///< to their entries
+    std::set<std::wstring, caseInsensitiveStringComparator<std::wstring>> keys_;
 };
 
 }  // namespace

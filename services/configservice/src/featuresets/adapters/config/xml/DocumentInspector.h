@@ -16,9 +16,7 @@ struct DocumentReport {
         std::wstring value;  ///< as a store holds it; not masked
         int line = 0;        ///< from 1; lines beyond 65535 may be told as 65535
         bool sensitive = false;
-        bool isMarkup = false;             ///< the value is the entry's own mark-up
-        bool underOldName = false;         ///< the document has the key under an old name of it
-        std::vector<int> repeatedAt = {};  ///< lines of further entries of the key, which are ignored
+        bool isMarkup = false;  ///< the value is the entry's own mark-up
     };
 
     struct Finding {

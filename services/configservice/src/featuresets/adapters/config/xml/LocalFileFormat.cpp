@@ -32,10 +32,8 @@ std::optional<LocalFileEntry> LocalFileFormat::readEntry(const xmlNode* node, bo
     for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
         const std::string name = lowercaseName(attribute->name);
         if (name == "name") {
-            const std::wstring inFile =
-                QuillCoreUtils::toWideString(QuillCoreUtils::toLowercase(xmlAttributeText(attribute)));
-            entry.key = movesVoicemailKey ? currentKey(inFile) : inFile;
-            entry.underOldName = entry.key != inFile;
+            entry.key = QuillCoreUtils::toWideString(QuillCoreUtils::toLowercase(xmlAttributeText(attribute)));
+            entry.key = movesVoicemailKey ? currentKey(entry.key) : entry.key;
         } else if (name == "value") {
             entry.value = QuillCoreUtils::toWideString(xmlAttributeText(attribute));
         }

@@ -9,7 +9,6 @@
 struct LocalFileEntry {
     std::wstring key;  ///< lower-cased, under its current name; never empty
     std::wstring value;
-    bool underOldName = false;  ///< the file has the key under its old name
 };
 
 /// How the local file names its parts, shared by the store and by tools that look at such a file.
