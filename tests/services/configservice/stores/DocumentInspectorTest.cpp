@@ -5,6 +5,7 @@ namespace storetests {
 namespace {
 
 using Form = DocumentReport::Form;
+using Kind = DocumentReport::Kind;
 
 class Inspector : public StoreTest {
 protected:
@@ -19,6 +20,14 @@ std::vector<std::string> told(const std::vector<DocumentReport::Finding>& findin
         lines.push_back(std::to_string(finding.line) + ": " + finding.text);
     }
     return lines;
+}
+
+std::vector<std::pair<Kind, std::wstring>> kindsAndKeys(const std::vector<DocumentReport::Finding>& findings) {
+    std::vector<std::pair<Kind, std::wstring>> pairs;
+    for (const auto& finding : findings) {
+        pairs.emplace_back(finding.kind, finding.key);
+    }
+    return pairs;
 }
 
 TEST_F(Inspector, ListsTheEntriesOfTheServerForm) {
@@ -40,7 +49,7 @@ TEST_F(Inspector, WarnsOfDuplicateKeys) {
     const auto report = inspect("<r><G>\n<A>1</A>\n<a sensitive='true'>2</a></G></r>");
     ASSERT_EQ(report.entries.size(), 1u);
     EXPECT_FALSE(report.entries[0].sensitive);
-    EXPECT_THAT(told(report.warnings), testing::ElementsAre("3: duplicate key is ignored: a"));
+    EXPECT_THAT(told(report.warnings), testing::ElementsAre("3: duplicate key is ignored, line 2 counts: a"));
 }
 
 TEST_F(Inspector, WarnsOfTextThatStandsOutsideAGroup) {
@@ -75,8 +84,8 @@ TEST_F(Inspector, RecognisesTheLocalForm) {
     EXPECT_EQ(report.entries[0].value, L" V ");
     EXPECT_EQ(report.entries[0].line, 2);
     EXPECT_EQ(report.entries[1].key, L"b");
-    EXPECT_THAT(told(report.warnings),
-                testing::ElementsAre("3: entry without a name is ignored", "4: duplicate key is ignored: key"));
+    EXPECT_THAT(told(report.warnings), testing::ElementsAre("3: entry without a name is ignored",
+                                                            "4: duplicate key is ignored, line 2 counts: key"));
 }
 
 TEST_F(Inspector, ReadsAFileInTheFormOfItsName) {
@@ -152,6 +161,28 @@ TEST_F(Inspector, TellsLineAndColumnOfAnError) {
     EXPECT_EQ(report.errors[0].line, 3);
     EXPECT_EQ(report.errors[0].column, 11);
     EXPECT_EQ(report.errors[0].text, "Opening and ending tag mismatch: A line 3 and B");
+}
+
+TEST_F(Inspector, GivesEveryFindingItsKindAndItsKey) {
+    const auto server = inspect("<r>lost<Key>lost</Key><G><A>1</A><a>2</a><B><i/></B><x:C/>"
+                                "<CertificateValidationEnabled>0</CertificateValidationEnabled></G></r>");
+    const std::vector<std::pair<Kind, std::wstring>> expected = {
+        {Kind::Syntax, L""},        {Kind::IgnoredText, L""},  {Kind::LostEntry, L""},
+        {Kind::DuplicateKey, L"a"}, {Kind::MarkupValue, L"b"}, {Kind::NeverAnswered, L"certificatevalidationenabled"}};
+    EXPECT_EQ(kindsAndKeys(server.warnings), expected);
+    const auto local = inspect("<r><userConfig value='1'/><x/></r>", "corvidLocalConfig.xml");
+    const std::vector<std::pair<Kind, std::wstring>> expectedOfLocal = {{Kind::LostEntry, L""},
+                                                                        {Kind::IgnoredElement, L""}};
+    EXPECT_EQ(kindsAndKeys(local.warnings), expectedOfLocal);
+    EXPECT_EQ(inspect("<r><G><a/></G></r>", "corvidLocalConfig.xml").errors.at(0).kind, Kind::WrongForm);
+    EXPECT_EQ(inspect("<r>").errors.at(0).kind, Kind::Syntax);
+    EXPECT_EQ(inspectDocument(path("none.xml")).errors.at(0).kind, Kind::Unreadable);
+}
+
+TEST_F(Inspector, KeepsTheSpellingOfAKey) {
+    EXPECT_EQ(inspect("<r><G><MixedCase/></G></r>").entries.at(0).name, L"MixedCase");
+    const auto moved = inspect("<r><userConfig name='VVM_Mailstore_Server_0'/></r>", "corvidLocalConfig.xml");
+    EXPECT_EQ(moved.entries.at(0).name, L"VVM_Mailstore_Server_0");
 }
 
 TEST_F(Inspector, TellsAMissingFile) {

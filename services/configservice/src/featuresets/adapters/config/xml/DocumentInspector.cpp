@@ -1,5 +1,6 @@
 #include "xml/DocumentInspector.h"
 
+#include <map>
 #include <memory>
 #include <utility>
 
@@ -14,6 +15,7 @@
 namespace {
 
 using Form = DocumentReport::Form;
+using Kind = DocumentReport::Kind;
 
 int lineOf(const xmlNode* node) { return static_cast<int>(xmlGetLineNo(node)); }
 
@@ -104,7 +106,7 @@ private:
             inspectLocalEntry(node);
         }
         if (hasText(node)) {
-            warn(node, "text is ignored in: " + nameOf(node));
+            warn(Kind::IgnoredText, node, "text is ignored in: " + nameOf(node));
         }
         for (const xmlNode* child = node->children; child != nullptr; child = child->next) {
             if (child->type != XML_ELEMENT_NODE) {
@@ -113,7 +115,7 @@ private:
             if (holdsLocalEntry(child)) {
                 inspectLocalFile(child);
             } else {
-                warn(child, "element is ignored: " + nameOf(child));
+                warn(Kind::IgnoredElement, child, "element is ignored: " + nameOf(child));
             }
         }
     }
@@ -121,25 +123,26 @@ private:
     void inspectLocalEntry(const xmlNode* node) {
         auto entry = LocalFileFormat::readEntry(node, LocalFileFormat::movesVoicemailKey(fileName_));
         if (!entry) {
-            warn(node, "entry without a name is ignored");
+            warn(Kind::LostEntry, node, "entry without a name is ignored");
         } else if (isNew(node, entry->key)) {
-            report_.entries.push_back({std::move(entry->key), std::move(entry->value), lineOf(node), false, false});
+            report_.entries.push_back(
+                {std::move(entry->key), std::move(entry->value), lineOf(node), false, false, std::move(entry->name)});
         }
     }
 
     void inspectGroups(const xmlNode* root) {
         if (hasText(root)) {
-            warn(root, "text is ignored in: " + nameOf(root));
+            warn(Kind::IgnoredText, root, "text is ignored in: " + nameOf(root));
         }
         for (xmlNode* group = root->children; group != nullptr; group = group->next) {
             if (group->type != XML_ELEMENT_NODE) {
                 continue;
             }
-            if (hasText(group)) {
-                const char* const what = hasElementChild(group)
-                                             ? "text is ignored in: "
-                                             : "element outside a group gives no key and its text is lost: ";
-                warn(group, what + nameOf(group));
+            if (hasText(group) && hasElementChild(group)) {
+                warn(Kind::IgnoredText, group, "text is ignored in: " + nameOf(group));
+            } else if (hasText(group)) {
+                warn(Kind::LostEntry, group,
+                     "element outside a group gives no key and its text is lost: " + nameOf(group));
             }
             inspectGroup(group);
         }
@@ -160,35 +163,43 @@ private:
         }
         const bool isMarkup = XmlConfigParser::isMarkup(node);
         if (isMarkup) {
-            warn(node, "value is the element's own mark-up: " + nameOf(node));
+            warn(Kind::MarkupValue, node, "value is the element's own mark-up: " + nameOf(node), key);
         }
         if (isHiddenByXmlStores(key)) {
-            warn(node, "key is never answered from a configuration document: " + nameOf(node));
+            warn(Kind::NeverAnswered, node, "key is never answered from a configuration document: " + nameOf(node),
+                 key);
         }
         std::wstring value = XmlConfigParser::extractValue(document_, node, key);
         const bool sensitive = XmlConfigParser::parseSensitiveAttribute(node);
-        report_.entries.push_back({std::move(key), std::move(value), lineOf(node), sensitive, isMarkup});
+        std::wstring name = QuillCoreUtils::toWideString(nameOf(node));
+        report_.entries.push_back(
+            {std::move(key), std::move(value), lineOf(node), sensitive, isMarkup, std::move(name)});
     }
 
     bool isNew(const xmlNode* node, const std::wstring& key) {
-        if (keys_.insert(key).second) {
-            return true;
+        const auto [first, added] = lines_.emplace(key, lineOf(node));
+        if (!added) {
+            warn(Kind::DuplicateKey, node,
+                 "duplicate key is ignored, line " + std::to_string(first->second) +
+                     " counts: " + QuillCoreUtils::toString(key),
+                 key);
         }
-        warn(node, "duplicate key is ignored: " + QuillCoreUtils::toString(key));
-        return false;
+        return added;
     }
 
     void refuse(const xmlNode* node, std::string text) {
         report_.valid = false;
-        report_.errors.push_back({lineOf(node), 0, std::move(text)});
+        report_.errors.push_back({Kind::WrongForm, lineOf(node), 0, std::move(text), {}});
     }
 
-    void warn(const xmlNode* node, std::string text) { report_.warnings.push_back({lineOf(node), 0, std::move(text)}); }
+    void warn(Kind kind, const xmlNode* node, std::string text, std::wstring key = {}) {
+        report_.warnings.push_back({kind, lineOf(node), 0, std::move(text), std::move(key)});
+    }
 
     const std::shared_ptr<xmlDoc> document_;
     const std::string fileName_;
     DocumentReport& report_;
-    std::set<std::wstring, caseInsensitiveStringComparator<std::wstring>> keys_;
+    std::map<std::wstring, int, caseInsensitiveStringComparator<std::wstring>> lines_;  ///< of the entries that count
 };
 
 }  // namespace
@@ -213,7 +224,7 @@ std::optional<Form> formOfFile(const std::string& fileName) {
 DocumentReport inspectDocument(const std::string& path, std::optional<Form> form) {
     DocumentReport report;
     if (!QuillCoreUtils::FileUtils::fileExists(path)) {
-        report.errors.push_back({0, 0, "file does not exist"});
+        report.errors.push_back({Kind::Unreadable, 0, 0, "file does not exist", {}});
         return report;
     }
     std::vector<XmlProblem> problems;
@@ -221,13 +232,13 @@ DocumentReport inspectDocument(const std::string& path, std::optional<Form> form
     report.valid = document != nullptr && xmlDocGetRootElement(document.get()) != nullptr;
     for (XmlProblem& problem : problems) {
         auto& findings = report.valid || !problem.isError ? report.warnings : report.errors;
-        findings.push_back({problem.line, problem.column, std::move(problem.text)});
+        findings.push_back({Kind::Syntax, problem.line, problem.column, std::move(problem.text), {}});
     }
     if (report.valid) {
         const std::string fileName = QuillCoreUtils::FileUtils::getFileName(path);
         Inspection(document, fileName, report).run(form ? form : formOfFile(fileName));
     } else if (report.errors.empty()) {
-        report.errors.push_back({0, 0, "file cannot be read as a document"});
+        report.errors.push_back({Kind::Unreadable, 0, 0, "file cannot be read as a document", {}});
     }
     return report;
 }

@@ -12,17 +12,32 @@ struct DocumentReport {
     };
 
     struct Entry {
-        std::wstring key;    ///< as a store lists it, in lower case
+        std::wstring key;  ///< as a store lists it: in lower case, and under its current name where the store moves it
         std::wstring value;  ///< as a store holds it; not masked
         int line = 0;        ///< from 1; lines beyond 65535 may be told as 65535
         bool sensitive = false;
         bool isMarkup = false;  ///< the value is the entry's own mark-up
+        std::wstring name;      ///< the key as the document spells it
+    };
+
+    enum class Kind {
+        Unreadable,      ///< there is no file, or none that can be read
+        Syntax,          ///< what the XML parser has to say
+        WrongForm,       ///< the document has the other form than its place asks for
+        DuplicateKey,    ///< an earlier entry has the key
+        LostEntry,       ///< what looks like an entry and gives no key
+        IgnoredText,     ///< text where none is read
+        IgnoredElement,  ///< an element that is no entry and holds none
+        MarkupValue,     ///< the value is the entry's own mark-up
+        NeverAnswered,   ///< a key that the stores of such a document hide
     };
 
     struct Finding {
+        Kind kind = Kind::Syntax;
         int line = 0;    ///< from 1; 0 if unknown
         int column = 0;  ///< from 1; 0 if unknown
         std::string text;
+        std::wstring key;  ///< of the entry that this is about, as in Entry; empty if it is about none
     };
 
     bool valid = false;  ///< true if the file can be read as a document, and has the form that its place asks for

@@ -32,7 +32,8 @@ std::optional<LocalFileEntry> LocalFileFormat::readEntry(const xmlNode* node, bo
     for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
         const std::string name = lowercaseName(attribute->name);
         if (name == "name") {
-            entry.key = QuillCoreUtils::toWideString(QuillCoreUtils::toLowercase(xmlAttributeText(attribute)));
+            entry.name = QuillCoreUtils::toWideString(xmlAttributeText(attribute));
+            entry.key = QuillCoreUtils::toLowercase(entry.name);
             entry.key = movesVoicemailKey ? currentKey(entry.key) : entry.key;
         } else if (name == "value") {
             entry.value = QuillCoreUtils::toWideString(xmlAttributeText(attribute));

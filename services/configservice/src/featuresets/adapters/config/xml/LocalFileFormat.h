@@ -9,6 +9,7 @@
 struct LocalFileEntry {
     std::wstring key;  ///< lower-cased, under its current name; never empty
     std::wstring value;
+    std::wstring name;  ///< the key as the file spells it
 };
 
 /// How the local file names its parts, shared by the store and by tools that look at such a file.
