@@ -51,7 +51,7 @@ const char* nameOf(LayerState state) {
 
 Explanation Explainer::explain(const std::wstring& key) const {
     ExplanationView view = reader_.explain(key);
-    const std::vector<std::wstring> names = reader_.namesInOrder(key);
+    const std::vector<std::wstring> names = namesOf(key);
     Explanation explanation;
     for (const LayerView& layer : view.layers) {
         explanation.layers.push_back(layerOf(layer));
@@ -102,6 +102,15 @@ std::vector<StoreReport> Explainer::stores() const {
     return reports;
 }
 
+std::vector<std::wstring> Explainer::namesOf(const std::wstring& key) const {
+    std::vector<std::wstring> names = {reader_.currentName(key)};
+    std::wstring oldName;
+    if (chain_.hasKeyAlias(names.front(), oldName)) {
+        names.push_back(oldName);
+    }
+    return names;
+}
+
 KeyLayer Explainer::layerOf(const LayerView& view) const {
     const StoreSource& source = sources_.of(view.store);
     KeyLayer layer;
@@ -132,7 +141,7 @@ bool Explainer::isIgnored(const LayerView& view) const {
 }
 
 bool Explainer::isShared(const std::wstring& key) const {
-    const std::vector<std::wstring> names = reader_.namesInOrder(key);
+    const std::vector<std::wstring> names = namesOf(key);
     std::size_t holders = 0;
     for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
         std::wstring value;
@@ -192,7 +201,7 @@ std::vector<HiddenPlace> Explainer::erased(const std::wstring& key) const {
     std::vector<HiddenPlace> places;
     for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
         const StoreSource& source = sources_.of(store->getName());
-        for (const std::wstring& name : reader_.namesInOrder(key)) {
+        for (const std::wstring& name : namesOf(key)) {
             std::wstring value;
             if (!store->isReadOnly() && findKey(source, name) != nullptr && !store->getValue(name, value)) {
                 places.push_back(placeOf(store->getName(), source, name));

@@ -29,6 +29,8 @@ public:
     std::vector<StoreReport> stores() const;
 
 private:
+    /// The current name of a key, and its old one if it has any.
+    std::vector<std::wstring> namesOf(const std::wstring& key) const;
     KeyLayer layerOf(const LayerView& view) const;
     bool isIgnored(const LayerView& view) const;
     bool isShared(const std::wstring& key) const;

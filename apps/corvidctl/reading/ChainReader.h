@@ -44,10 +44,8 @@ public:
     /// Names of the writable stores that hold a key under any of its names.
     std::vector<std::string> writableHolders(const std::wstring& key) const;
 
-    /// The names under which a key is looked up, in that order: its current name, then its old one if it has one.
-    std::vector<std::wstring> namesInOrder(const std::wstring& key) const;
-
 private:
+    std::vector<std::wstring> namesInOrder(const std::wstring& key) const;
     std::string shown(const std::wstring& text, bool sensitive) const;
 
     ConfigStoreManager& chain_;
