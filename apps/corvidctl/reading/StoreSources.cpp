@@ -9,7 +9,6 @@
 
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
-#include "host/XmlDiagnostics.h"
 #include "quill/StringUtils.h"
 #include "stores/BootstrapConfigStore.h"
 #include "xml/DocumentInspector.h"
@@ -127,7 +126,6 @@ const KeySource* findKey(const StoreSource& source, const std::wstring& key) {
 
 StoreSources::StoreSources(const Places& places) : places_(places) {
     using namespace ConfigStoreConstants;
-    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
     addDocument(TFTP_OVERRIDE_CONFIG_STORE_NAME, places.configDirectory + "/" + TFTP_OVERRIDE_FILE_NAME);
     addLocalFile(LOCAL_FILE_STORE_NAME, places.configDirectory + "/" + LOCAL_FILE_CONFIG_STORE_FILE_NAME);
     addCacheFiles();
