@@ -29,6 +29,7 @@ public:
     std::vector<StoreReport> stores() const;
 
 private:
+    /// The current name of a key, and its old one if it has any.
     KeyLayer layerOf(const LayerView& view) const;
     bool isIgnored(const LayerView& view) const;
     bool isShared(const std::wstring& key) const;

@@ -47,6 +47,7 @@ public:
     std::vector<std::string> writableHolders(const std::wstring& key) const;
 
 private:
+    std::vector<std::wstring> namesInOrder(const std::wstring& key) const;
     std::string shown(const std::wstring& text, bool sensitive) const;
 
     ConfigStoreManager& chain_;

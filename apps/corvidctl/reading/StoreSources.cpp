@@ -9,7 +9,6 @@
 
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
-#include "host/XmlDiagnostics.h"
 #include "quill/StringUtils.h"
 #include "stores/BootstrapConfigStore.h"
 #include "xml/DocumentInspector.h"
@@ -51,11 +50,26 @@ std::string withPlace(const DocumentReport::Finding& finding) {
 KeySource sourceOf(const DocumentReport::Entry& entry) {
     KeySource source;
     source.line = entry.line;
-    source.ignoredLines = entry.repeatedAt;
     source.isMarkup = entry.isMarkup;
     source.isMarkedSensitive = entry.sensitive;
     source.underOldName = !QuillCoreUtils::caseInsensitiveStringEquals(entry.name, entry.key);
     return source;
+}
+
+/// Of several entries of one key the first one counts.
+void noteDocument(StoreSource& source, const DocumentReport& report) {
+    if (!report.valid && !report.errors.empty()) {
+        source.origin.problem = withPlace(report.errors.front());
+        source.origin.problemLine = report.errors.front().line;
+    }
+    for (const DocumentReport::Entry& entry : report.entries) {
+        source.keys[entry.key] = sourceOf(entry);
+    }
+    for (const DocumentReport::Finding& warning : report.warnings) {
+        if (warning.kind == DocumentReport::Kind::DuplicateKey) {
+            source.keys[warning.key].ignoredLines.push_back(warning.line);
+        }
+    }
 }
 
 /// Of several lines with one key the last one counts.
@@ -112,7 +126,6 @@ const KeySource* findKey(const StoreSource& source, const std::wstring& key) {
 
 StoreSources::StoreSources(const Places& places) : places_(places) {
     using namespace ConfigStoreConstants;
-    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
     addDocument(TFTP_OVERRIDE_CONFIG_STORE_NAME, places.configDirectory + "/" + TFTP_OVERRIDE_FILE_NAME);
     addLocalFile(LOCAL_FILE_STORE_NAME, places.configDirectory + "/" + LOCAL_FILE_CONFIG_STORE_FILE_NAME);
     addCacheFiles();
@@ -173,16 +186,8 @@ StoreSource& StoreSources::add(const std::string& store, const std::string& file
 
 void StoreSources::addDocument(const std::string& store, const std::string& file) {
     StoreSource& source = add(store, file);
-    if (source.origin.isMissing) {
-        return;
-    }
-    const DocumentReport report = inspectDocument(file);
-    if (!report.valid && !report.errors.empty()) {
-        source.origin.problem = withPlace(report.errors.front());
-        source.origin.problemLine = report.errors.front().line;
-    }
-    for (const DocumentReport::Entry& entry : report.entries) {
-        source.keys[entry.key] = sourceOf(entry);
+    if (!source.origin.isMissing) {
+        noteDocument(source, inspectDocument(file));
     }
 }
 

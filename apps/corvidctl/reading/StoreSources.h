@@ -74,7 +74,8 @@ public:
         std::string bootstrapFile;
     };
 
-    /// Reads the files. Nothing is moved, changed or printed.
+    /// Reads the files. Nothing is moved or changed. What libxml2 may print besides is for the caller to catch
+    /// (host::XmlDiagnostics); a running host does so anyway.
     explicit StoreSources(const Places& places);
 
     /// Notes which transfer delivered what the remote store holds.

@@ -164,6 +164,14 @@ TEST_F(Tool, ExplainTellsAFileThatFailedToLoadAndWhereItWent) {
                           "corvidLocalConfig-backup.xml.\n"));
 }
 
+TEST_F(Tool, ExplainPrintsNothingBesidesOfAFileThatItLooksAt) {
+    writeConfig("Cache/cachedOldConfigStore.xml", "<broken>");
+    writeConfig("Cache/cachedFolder.xml/file", "");
+    const support::Ended ended = run({"--log-level", "2", "explain", "DockedWindow"});
+    EXPECT_EQ(ended.error, "");
+    EXPECT_THAT(ended.out, testing::Not(HasSubstr("failed to load")));
+}
+
 TEST_F(Tool, ExplainTellsThePolicyThatHasErasedAServer) {
     writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
     writeConfig("corvidLocalConfig.xml", localFile({{"TftpServer1", "mine"}}));

@@ -35,8 +35,7 @@ DefinitionGroup learningCommands() {
              "Commands, options, their values, keys, stores and files are completed. An installation puts the scripts "
              "where the shells find them.",
              {},
-             {{"completions bash > ~/.local/share/bash-completion/completions/corvidctl",
-               "Complete command lines in bash"},
+             {{"completions bash > corvidctl.bash", "Write a script that bash can source"},
               {"completions fish > ~/.config/fish/completions/corvidctl.fish", "Complete command lines in fish"}},
              {"bash", "zsh", "fish"}},
             {"complete",

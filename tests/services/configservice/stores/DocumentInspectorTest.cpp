@@ -52,26 +52,6 @@ TEST_F(Inspector, WarnsOfDuplicateKeys) {
     EXPECT_THAT(told(report.warnings), testing::ElementsAre("3: duplicate key is ignored, line 2 counts: a"));
 }
 
-TEST_F(Inspector, ListsTheLinesOfFurtherEntriesOfAKey) {
-    const auto server = inspect("<r><G>\n<A>1</A>\n<B>1</B>\n<a>2</a>\n<A>3</A></G></r>");
-    ASSERT_EQ(server.entries.size(), 2u);
-    EXPECT_THAT(server.entries[0].repeatedAt, testing::ElementsAre(4, 5));
-    EXPECT_THAT(server.entries[1].repeatedAt, testing::IsEmpty());
-    const auto local = inspect("<r>\n<userConfig name='A'/>\n<userConfig name='a'/></r>", "corvidLocalConfig.xml");
-    ASSERT_EQ(local.entries.size(), 1u);
-    EXPECT_THAT(local.entries[0].repeatedAt, testing::ElementsAre(3));
-}
-
-TEST_F(Inspector, TellsAKeyThatTheDocumentHasUnderItsOldName) {
-    const auto local = inspect("<r><userConfig name='VVM_Mailstore_Server_0'/><userConfig name='A'/></r>");
-    ASSERT_EQ(local.entries.size(), 2u);
-    EXPECT_EQ(local.entries[0].key, L"VoicemailPrimaryServer");
-    EXPECT_TRUE(local.entries[0].underOldName);
-    EXPECT_FALSE(local.entries[1].underOldName);
-    const auto current = inspect("<r><userConfig name='VoicemailPrimaryServer'/></r>");
-    EXPECT_FALSE(current.entries.at(0).underOldName);
-}
-
 TEST_F(Inspector, WarnsOfTextThatStandsOutsideAGroup) {
     const auto report = inspect("<r>\n<Lost>text</Lost>\n<Empty/><G><A>1</A></G></r>");
     EXPECT_THAT(told(report.warnings),

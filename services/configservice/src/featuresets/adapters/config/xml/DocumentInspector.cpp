@@ -176,19 +176,15 @@ private:
             {std::move(key), std::move(value), lineOf(node), sensitive, isMarkup, std::move(name)});
     }
 
-    /// A new key's entry is the next one of the report.
     bool isNew(const xmlNode* node, const std::wstring& key) {
-        const auto [known, isFirst] = keys_.try_emplace(key, report_.entries.size());
-        if (isFirst) {
-            return true;
+        const auto [first, added] = lines_.emplace(key, lineOf(node));
+        if (!added) {
+            warn(Kind::DuplicateKey, node,
+                 "duplicate key is ignored, line " + std::to_string(first->second) +
+                     " counts: " + QuillCoreUtils::toString(key),
+                 key);
         }
-        DocumentReport::Entry& counting = report_.entries[known->second];
-        counting.repeatedAt.push_back(lineOf(node));
-        warn(Kind::DuplicateKey, node,
-             "duplicate key is ignored, line " + std::to_string(counting.line) +
-                 " counts: " + QuillCoreUtils::toString(key),
-             key);
-        return false;
+        return added;
     }
 
     void refuse(const xmlNode* node, std::string text) {
@@ -203,7 +199,7 @@ private:
     const std::shared_ptr<xmlDoc> document_;
     const std::string fileName_;
     DocumentReport& report_;
-    std::map<std::wstring, std::size_t, caseInsensitiveMapComparator> keys_;  ///< to their entries
+    std::map<std::wstring, int, caseInsensitiveStringComparator<std::wstring>> lines_;  ///< of the entries that count
 };
 
 }  // namespace

@@ -18,7 +18,6 @@ struct DocumentReport {
         bool sensitive = false;
         bool isMarkup = false;  ///< the value is the entry's own mark-up
         std::wstring name;      ///< the key as the document spells it
-        std::vector<int> repeatedAt = {};  ///< lines of further entries of the key, which are ignored
     };
 
     enum class Kind {
