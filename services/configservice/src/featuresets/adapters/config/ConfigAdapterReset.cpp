@@ -1,12 +1,31 @@
 #include "ConfigAdapter.h"
 #include "DataReset.h"
+#include "chain/CacheFiles.h"
+#include "quill/FileRemover.h"
 #include "quill/FileUtils.h"
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
 #include "remote/TftpConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
+#include "xml/SiblingLock.h"
 
+using QuillCoreUtils::FileRemover;
 using QuillCoreUtils::FileUtils;
+
+namespace {
+
+void removeFile(FileRemover& remover, const std::string& file) {
+    int error = 0;
+    {
+        // A link that is taken meanwhile may be writing its file, which stays: the temporary sibling must stay until it
+        // has become that file. No line is written before the release, since a client's log may not come under it.
+        const SiblingLock betweenTwoWrites(CacheFiles::directory());
+        error = remover.remove(file);
+    }
+    FileUtils::logRemoval(file, error);
+}
+
+}  // namespace
 
 std::shared_ptr<ResetDataProvider> ConfigAdapter::findResetDataProvider(const char* function,
                                                                         const std::string& consequence) {
@@ -85,13 +104,14 @@ void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
     };
     std::vector<std::string> files;
     FileUtils::getFilesFromDirectory(directory, "", files);
+    FileRemover remover(directory);
     for (const std::string& file : files) {
         const std::string name = FileUtils::getFileName(file);
         if (DataReset::keeps(name)) {
             log("file will be excluded from reset deletion: [" + QuillCoreUtils::inOneLine(name) + "]");
             continue;
         }
-        FileUtils::removeFile(file);
+        removeFile(remover, file);
         log("file with name: [" + QuillCoreUtils::inOneLine(name) + "] deleted");
     }
 }
