@@ -236,18 +236,21 @@ TEST_F(DataResetRealThreads, AndAPersistThatRunsLeaveNothing) {
 
 TEST_F(DataResetRealThreads, AStoreThatIsBeingAddedGoesWithItsCopyIfItGoes) {
     for (int round = 0; round < ROUNDS; ++round) {
-        std::thread client([this] {
+        std::thread client([this, round] {
             const auto store = std::make_shared<fakes::ScriptedStore>("Outside", 45);
             store->cached().with(L"outside", L"value");
+            if (round % 2 == 0) {
+                store->remote();
+            }
             adapter->addConfigStore(store);
         });
         adapter->InvokeResetData();
         client.join();
         settle();
-        if (!adapter->getConfigStoreManager()->containsStore("Outside")) {
-            ASSERT_EQ(filesLeft(), 0U);
-            ASSERT_EQ(chainValue(L"PrimaryConfigStores"), L"");
-        }
+        const bool stays = adapter->getConfigStoreManager()->containsStore("Outside");
+        ASSERT_EQ(chainValue(L"PrimaryConfigStores"), stays ? L"Outside:245;" : L"") << round;
+        // The list lies in the user's file.
+        ASSERT_EQ(filesLeft(), stays ? 2U : 0U) << round;
         adapter->InvokeResetData();
     }
 }

@@ -119,13 +119,13 @@ void ConfigAdapter::addConfigStore(std::shared_ptr<ConfigStore> store) {
     if (configStoreManager_ == nullptr) {
         return;
     }
-    const unsigned dataResets = join([&] { configStoreManager_->addStore(store); });
+    const unsigned joined = join(store, [&] { configStoreManager_->addStore(store); });
     const auto chained = chainedStores_.find(name);
     if (chained != chainedStores_.end()) {
         waitForChainedStoresReady(name, chained->second);
     }
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store, dataResets);
+        cacheStoreOnConfigStoreAdded(store, joined);
     }
     removeCustomServerValuesIfPolicySet();
     if (isHcmConfigStore(name) || isPresenceConfigStore(name) || isTftpConfigStore(name) ||
@@ -153,33 +153,32 @@ void ConfigAdapter::waitForChainedStoresReady(const std::string& /*storeName*/,
     }
 }
 
-unsigned ConfigAdapter::join(const std::function<void()>& change) {
-    unsigned dataResets = 0;
+unsigned ConfigAdapter::join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change) {
+    unsigned joined = 0;
     configStoreManager_->atomically([&] {
-        dataResets = dataResets_.load(std::memory_order_relaxed);
+        joined = dataResets_.noteJoin(store);
         change();
     });
-    return dataResets;
+    return joined;
 }
 
-void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned dataResets) {
+void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned joined) {
     ConfigMap values;
     copyAllStoreValues(store, values);
-    // The number of resets stands still under the lock of the chain.
     configStoreManager_->atomically([&] {
-        if (dataResets == dataResets_.load(std::memory_order_relaxed)) {
+        if (dataResets_.mayBeCached(joined)) {
             updateCacheStorePriority(store->getName(), store->getCachedPriority());
         }
     });
     const std::string name = CacheFiles::nameFor(store->getName());
-    if (writeCacheFile(*store, values, dataResets) && configStoreManager_->containsStore(name)) {
+    if (writeCacheFile(*store, values, joined) && configStoreManager_->containsStore(name)) {
         configStoreManager_->removeStoreWithSameName(name);
     }
 }
 
-bool ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned dataResets) {
+bool ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned joined) {
     const tessel::ScopedLock lock(cacheFileMutex_);
-    if (dataResets != dataResets_.load(std::memory_order_relaxed)) {
+    if (!dataResets_.mayBeCached(joined)) {
         return false;
     }
     const std::string name = CacheFiles::nameFor(store.getName());
@@ -260,8 +259,8 @@ void ConfigAdapter::updateExistingConfigStore(const std::shared_ptr<ConfigStore>
     if (!isStarted() || configStoreManager_ == nullptr) {
         return;
     }
-    const unsigned dataResets = join([&] { configStoreManager_->updateStoreValues(store, keys); });
+    const unsigned joined = join(store, [&] { configStoreManager_->updateStoreValues(store, keys); });
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store, dataResets);
+        cacheStoreOnConfigStoreAdded(store, joined);
     }
 }

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "ConfigAdapter.h"
 #include "DataReset.h"
 #include "chain/CacheFiles.h"
@@ -68,6 +70,21 @@ void ConfigAdapter::InvokeResetData() {
 }
 
 void ConfigAdapter::resetData() {
+    try {
+        forgetUsersData();
+    } catch (...) {
+        // An observer of a client has thrown; stores that are added from now on are to be cached all the same.
+        endDataReset();
+        throw;
+    }
+    for (const std::shared_ptr<ConfigStore>& store : endDataReset()) {
+        if (store->shouldCacheConfigStore()) {
+            cacheStoreOnConfigStoreAdded(store, dataResets_.now());
+        }
+    }
+}
+
+void ConfigAdapter::forgetUsersData() {
     resetUserStores();
     if (const std::shared_ptr<TftpConfigStore> remote = tftpConfigStore_.get()) {
         remote->clearCachedAddresses();
@@ -82,7 +99,7 @@ void ConfigAdapter::resetUserStores() {
         return;
     }
     configStoreManager_->atomically([this] {
-        dataResets_.fetch_add(1, std::memory_order_relaxed);
+        dataResets_.begin();
         configStoreManager_->resetConfigData();
     });
 }
@@ -114,6 +131,23 @@ void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
         removeFile(remover, file);
         log("file with name: [" + QuillCoreUtils::inOneLine(name) + "] deleted");
     }
+}
+
+std::vector<std::shared_ptr<ConfigStore>> ConfigAdapter::endDataReset() {
+    std::vector<std::shared_ptr<ConfigStore>> joined;
+    if (configStoreManager_ == nullptr) {
+        return joined;
+    }
+    StoreList stores;
+    configStoreManager_->atomically([&] {
+        joined = dataResets_.end();
+        stores = configStoreManager_->getStores();
+    });
+    // Without the lock: a store may end here.
+    std::erase_if(joined, [&](const std::shared_ptr<ConfigStore>& store) {
+        return std::find(stores.begin(), stores.end(), store) == stores.end();
+    });
+    return joined;
 }
 
 void ConfigAdapter::onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {
