@@ -4,6 +4,7 @@
 
 #include "DownloadFixture.h"
 #include "OnceClient.h"
+#include "support/OtherThread.h"
 
 using testing::HasSubstr;
 using testing::Not;
@@ -33,7 +34,8 @@ private:
 /// Another observer of the remote store, which acts inside its report.
 class ActingObserver : public TftpConfigStoreObserver {
 public:
-    explicit ActingObserver(std::function<void()> action) : action_(std::move(action)) {}
+    explicit ActingObserver(std::function<void()> action = nullptr) : action_(std::move(action)) {}
+    void act(std::function<void()> action) { action_ = std::move(action); }
     void onTftpConfigDownloaded(std::vector<std::wstring>) override {
         if (const auto once = std::exchange(action_, nullptr)) {
             once();
@@ -112,6 +114,29 @@ TEST_F(DownloadLifetime, AnotherThreadThatDropsTheAdapterInsideItsReportLeavesIt
     EXPECT_THAT(cached(), HasSubstr("<key>first</key>"));
     reportAgain(store);
     EXPECT_THAT(cached(), Not(HasSubstr("afterwards")));
+}
+
+TEST_F(DownloadLifetime, AnAdapterThatIsBeingDestroyedTakesNoReport) {
+    switchOn();
+    const auto store = adapter()->getTftpConfigStore();
+    const auto chainOfIt = manager();
+    const std::weak_ptr<ConfigAdapter> gone = adapter();
+    // Observers are told in the order of their addresses: one that stands in no heap is told first.
+    static ActingObserver first;
+    ASSERT_LT(static_cast<TftpConfigStoreObserver*>(&first), static_cast<TftpConfigStoreObserver*>(adapter().get()));
+    std::unique_ptr<support::OtherThread> host;
+    first.act([&] {
+        host = std::make_unique<support::OtherThread>([this] { factory->clear(); });
+        // The destruction begins, and waits for this report.
+        host->untilItWaitsOrEnds();
+    });
+    store->addObserver(&first);
+    ASSERT_TRUE(deliver({{"key", "value"}}));
+    store->removeObserver(&first);
+    host->join();
+    EXPECT_TRUE(gone.expired());
+    EXPECT_FALSE(chainOfIt->containsStore("TFTPConfigStore"));
+    EXPECT_THAT(cached(), Not(HasSubstr("value")));
 }
 
 TEST_F(DownloadLifetime, TheDestructionOnAnotherThreadWaitsForTheReportOfAnotherObserver) {

@@ -27,6 +27,7 @@
 #include "unified/FeatureSetAdapter.h"
 #include "unified/UnifiedFactory.h"
 
+class CacheConfigStore;
 class ConfigServiceImpl;
 class DownloadJournal;
 class LocalFileConfigStore;
@@ -213,6 +214,7 @@ private:
     void forgetUsersData();
     void resetUserStores();
     void voidWhatIsUnderWay();
+    void removeFiles();
     static void removeFilesFromDirectory(const std::string& directory);
     std::vector<std::shared_ptr<ConfigStore>> endDataReset();
 
@@ -244,6 +246,8 @@ private:
 
     void InitialiseCachedConfigStores();
     void initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority);
+    void initialiseProvisioningStore();
+    std::shared_ptr<CacheConfigStore> findProvisioningStore();
     void addCachedConfigStore(std::string storeName, int priority);
     void removeFromCachedStorePriorityMap(const std::wstring& storeName);
     void updateCacheStorePriority(const std::string& storeName, int priority);

@@ -74,13 +74,27 @@ void ConfigAdapter::InitialiseCachedConfigStores() {
     if (presence != entries.end()) {
         initialiseCachedPresenceStore(presence->first, presence->second);
     }
+    initialiseProvisioningStore();
+}
+
+void ConfigAdapter::initialiseProvisioningStore() {
     // In one step: a link that is taken meanwhile writes its file before it adds its store, and must not have the store
     // replaced by what was in the file before.
     configStoreManager_->atomically([this] {
-        configStoreManager_->addStore(
-            std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
-                                               CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath()));
+        std::shared_ptr<CacheConfigStore> store = findProvisioningStore();
+        // What a link has set and no disk would take is good for this run, which a refresh does not end.
+        if (store == nullptr || !store->hasUnwrittenValues()) {
+            store =
+                std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
+                                                   CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath());
+        }
+        configStoreManager_->addStore(store);
     });
+}
+
+std::shared_ptr<CacheConfigStore> ConfigAdapter::findProvisioningStore() {
+    return std::dynamic_pointer_cast<CacheConfigStore>(
+        configStoreManager_->findStore(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME));
 }
 
 void ConfigAdapter::initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority) {
@@ -241,8 +255,12 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
 }
 
 void ConfigAdapter::onTftpConfigDownloaded(std::vector<std::wstring> keys) {
-    // A client that is told of the new values may drop the last reference to this object.
+    // A client that is told of the new values may drop the last reference to this object. Where another thread has
+    // dropped it already, the destructor has begun and waits for this report: there is nobody left to tell.
     const std::shared_ptr<ConfigAdapter> self = weak_from_this().lock();
+    if (self == nullptr) {
+        return;
+    }
     const std::shared_ptr<TftpConfigStore> store = tftpConfigStore_.get();
     if (store == nullptr || configStoreManager_ == nullptr) {
         return;

@@ -8,6 +8,7 @@
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
 #include "remote/TftpConfigStore.h"
+#include "stores/CacheConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
 #include "xml/SiblingLock.h"
 
@@ -90,7 +91,7 @@ void ConfigAdapter::forgetUsersData() {
         remote->clearCachedAddresses();
     }
     voidWhatIsUnderWay();
-    removeFilesFromDirectory(FileUtils::getConfigDirectory());
+    removeFiles();
     refresh();
 }
 
@@ -113,6 +114,18 @@ void ConfigAdapter::voidWhatIsUnderWay() {
     }
     switchTftpSourceOff();
     const tessel::ScopedLock untilACacheFileThatIsBegunIsWritten(cacheFileMutex_);
+}
+
+void ConfigAdapter::removeFiles() {
+    const bool hadLinkFile = FileUtils::fileExists(CacheFiles::provisioningPath());
+    removeFilesFromDirectory(FileUtils::getConfigDirectory());
+    // Where the cache folder was a link it has gone with the user's files, and what a provisioning link had set with
+    // it.
+    if (hadLinkFile && configStoreManager_ != nullptr) {
+        if (const std::shared_ptr<CacheConfigStore> store = findProvisioningStore()) {
+            store->restoreFile();
+        }
+    }
 }
 
 void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
