@@ -11,6 +11,23 @@
 
 namespace support {
 
+/// Returns when a thread of this process sleeps in the system, as it does in wait for a lock, or when it is said to be
+/// over with what it was at.
+inline void untilItWaits(pid_t thread, const std::function<bool()>& isOver) {
+    const auto sleeps = [thread] {
+        std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+        const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        // "number (name) state ...", where the name may hold anything.
+        const std::size_t name = text.rfind(')');
+        return name != std::string::npos && name + 2 < text.size() && text[name + 2] == 'S';
+    };
+    // A thread may nod off for an instant elsewhere; one that waits for a lock is asleep whenever it is looked at.
+    constexpr int LOOKS = 20;
+    for (int looks = 0; looks < LOOKS && !isOver(); std::this_thread::yield()) {
+        looks = sleeps() ? looks + 1 : 0;
+    }
+}
+
 /// A thread of which a test can tell whether it has come to wait for something: a lock that the test holds, say.
 class OtherThread {
 public:
@@ -25,12 +42,12 @@ public:
     OtherThread(const OtherThread&) = delete;
     OtherThread& operator=(const OtherThread&) = delete;
 
-    /// Returns when the thread sleeps in the system, as it does in wait for a lock, or has done its work.
+    /// Returns when the thread waits for something or has done its work.
     void untilItWaitsOrEnds() const {
-        // A thread may nod off for an instant elsewhere; one that waits for a lock is asleep whenever it is looked at.
-        for (int looks = 0; looks < LOOKS && !ended_; std::this_thread::yield()) {
-            looks = sleeps() ? looks + 1 : 0;
+        while (number_ == 0) {
+            std::this_thread::yield();
         }
+        untilItWaits(number_, [this] { return hasEnded(); });
     }
 
     bool hasEnded() const { return ended_; }
@@ -42,16 +59,6 @@ public:
     }
 
 private:
-    static constexpr int LOOKS = 20;
-
-    bool sleeps() const {
-        std::ifstream file("/proc/self/task/" + std::to_string(number_) + "/stat");
-        const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        // "number (name) state ...", where the name may hold anything.
-        const std::size_t name = text.rfind(')');
-        return name != std::string::npos && name + 2 < text.size() && text[name + 2] == 'S';
-    }
-
     std::atomic<pid_t> number_ = 0;
     std::atomic<bool> ended_ = false;
     std::thread thread_;

@@ -126,7 +126,7 @@ TEST_F(Tool, ResetDataNamesAFolderThatCannotBeListed) {
 
 TEST_F(Tool, ResetDataRemovesAFileWhosePathIsTooLongForOnePiece) {
     const std::string deep = support::makeDeepFile(directory_.path("config"), 25, std::string(200, 'd'), "file");
-    const support::Ended ended = run({"reset-data", "--yes"});
+    const support::Ended ended = run({"--log-level", "2", "reset-data", "--yes"});
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.out, "removed  corvidLocalConfig.xml\nremoved  " + deep + "\nkept     corvid-config-user.xml\n");
     EXPECT_EQ(ended.error, "");

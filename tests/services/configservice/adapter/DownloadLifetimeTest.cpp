@@ -34,8 +34,7 @@ private:
 /// Another observer of the remote store, which acts inside its report.
 class ActingObserver : public TftpConfigStoreObserver {
 public:
-    explicit ActingObserver(std::function<void()> action = nullptr) : action_(std::move(action)) {}
-    void act(std::function<void()> action) { action_ = std::move(action); }
+    explicit ActingObserver(std::function<void()> action) : action_(std::move(action)) {}
     void onTftpConfigDownloaded(std::vector<std::wstring>) override {
         if (const auto once = std::exchange(action_, nullptr)) {
             once();
@@ -116,27 +115,40 @@ TEST_F(DownloadLifetime, AnotherThreadThatDropsTheAdapterInsideItsReportLeavesIt
     EXPECT_THAT(cached(), Not(HasSubstr("afterwards")));
 }
 
-TEST_F(DownloadLifetime, AnAdapterThatIsBeingDestroyedTakesNoReport) {
+TEST_F(DownloadLifetime, AnAdapterWhoseDestructionHasBegunTakesNoReport) {
     switchOn();
-    const auto store = adapter()->getTftpConfigStore();
+    observe();
     const auto chainOfIt = manager();
     const std::weak_ptr<ConfigAdapter> gone = adapter();
-    // Observers are told in the order of their addresses: one that stands in no heap is told first.
-    static ActingObserver first;
-    ASSERT_LT(static_cast<TftpConfigStoreObserver*>(&first), static_cast<TftpConfigStoreObserver*>(adapter().get()));
-    std::unique_ptr<support::OtherThread> host;
-    first.act([&] {
-        host = std::make_unique<support::OtherThread>([this] { factory->clear(); });
-        // The destruction begins, and waits for this report.
-        host->untilItWaitsOrEnds();
+    const pid_t here = gettid();
+    std::latch inside(1);
+    std::atomic<bool> delivering = false;
+    std::atomic<bool> delivered = false;
+    observer.onReport([&](const fakes::ManagerReport& report) {
+        if (report.key == L"held") {
+            inside.count_down();
+            delivering.wait(false);
+            // A report that was taken would wait for this one.
+            support::untilItWaits(here, [&] { return delivered.load(); });
+        }
     });
-    store->addObserver(&first);
-    ASSERT_TRUE(deliver({{"key", "value"}}));
-    store->removeObserver(&first);
-    host->join();
+    support::OtherThread client([&] { chainOfIt->NotifyFireIfRequired(L"held"); });
+    inside.wait();
+    // The destructor leaves the observers of the chain first, and waits there; the remote store still knows the
+    // adapter.
+    support::OtherThread host([this] { factory->clear(); });
+    host.untilItWaitsOrEnds();
     EXPECT_TRUE(gone.expired());
+    EXPECT_FALSE(host.hasEnded());
+    delivering = true;
+    delivering.notify_all();
+    EXPECT_TRUE(deliver({{"key", "value"}}));
+    delivered = true;
+    client.join();
+    host.join();
     EXPECT_FALSE(chainOfIt->containsStore("TFTPConfigStore"));
-    EXPECT_THAT(cached(), Not(HasSubstr("value")));
+    EXPECT_FALSE(isCached());
+    chainOfIt->RemoveObserver(&observer);
 }
 
 TEST_F(DownloadLifetime, TheDestructionOnAnotherThreadWaitsForTheReportOfAnotherObserver) {
