@@ -2,6 +2,10 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
 namespace QuillCoreUtils {
 namespace {
 

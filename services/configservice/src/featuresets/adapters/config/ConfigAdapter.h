@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "CachingGate.h"
 #include "ConfigFeatureSet.h"
-#include "DataResets.h"
 #include "EdgeWatch.h"
 #include "FeatureSetLock.h"
 #include "GuardedValue.h"
@@ -119,7 +119,7 @@ public:
     ///
     /// Done when this returns, unless called from inside a notification. What is queued or under way at that moment
     /// writes nothing back: persist tasks, downloads and their reports, the caching of a store that is being added. A
-    /// store that joins in the midst of it stays if it is local, and is cached at the end; one that is not local goes.
+    /// store that joins in the midst of it is cached at its end, if it is still in the chain.
     void InvokeResetData() override;
 
     // For the module itself.
@@ -253,7 +253,7 @@ private:
     void updateCacheStorePriority(const std::string& storeName, int priority);
     void copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values);
 
-    /// Makes a change by which a store joins the chain. @return see DataResets::noteJoin().
+    /// Makes a change by which a store joins the chain. @return see CachingGate::noteJoin().
     unsigned join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change);
 
     /// Nothing if a data reset stands against it. @param joined what join() has returned.
@@ -286,7 +286,7 @@ private:
     EdgeWatch edgeWatch_;
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
-    DataResets dataResets_;
+    CachingGate cachingGate_;
     tessel::Mutex cacheFileMutex_;  ///< held while a cache file is written; a leaf
     const std::shared_ptr<ReportGate> reportGate_;
 };

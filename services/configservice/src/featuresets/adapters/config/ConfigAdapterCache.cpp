@@ -170,7 +170,7 @@ void ConfigAdapter::waitForChainedStoresReady(const std::string& /*storeName*/,
 unsigned ConfigAdapter::join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change) {
     unsigned joined = 0;
     configStoreManager_->atomically([&] {
-        joined = dataResets_.noteJoin(store);
+        joined = cachingGate_.noteJoin(store);
         change();
     });
     return joined;
@@ -180,7 +180,7 @@ void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigSto
     ConfigMap values;
     copyAllStoreValues(store, values);
     configStoreManager_->atomically([&] {
-        if (dataResets_.mayBeCached(joined)) {
+        if (cachingGate_.mayBeCached(joined)) {
             updateCacheStorePriority(store->getName(), store->getCachedPriority());
         }
     });
@@ -192,7 +192,7 @@ void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigSto
 
 bool ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned joined) {
     const tessel::ScopedLock lock(cacheFileMutex_);
-    if (!dataResets_.mayBeCached(joined)) {
+    if (!cachingGate_.mayBeCached(joined)) {
         return false;
     }
     const std::string name = CacheFiles::nameFor(store.getName());

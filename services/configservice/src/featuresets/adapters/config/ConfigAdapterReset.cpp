@@ -80,7 +80,7 @@ void ConfigAdapter::resetData() {
     }
     for (const std::shared_ptr<ConfigStore>& store : endDataReset()) {
         if (store->shouldCacheConfigStore()) {
-            cacheStoreOnConfigStoreAdded(store, dataResets_.now());
+            cacheStoreOnConfigStoreAdded(store, cachingGate_.now());
         }
     }
 }
@@ -100,7 +100,7 @@ void ConfigAdapter::resetUserStores() {
         return;
     }
     configStoreManager_->atomically([this] {
-        dataResets_.begin();
+        cachingGate_.beginReset();
         configStoreManager_->resetConfigData();
     });
 }
@@ -117,11 +117,11 @@ void ConfigAdapter::voidWhatIsUnderWay() {
 }
 
 void ConfigAdapter::removeFiles() {
-    const bool hadLinkFile = FileUtils::fileExists(CacheFiles::provisioningPath());
+    const bool hadProvisioningFile = FileUtils::fileExists(CacheFiles::provisioningPath());
     removeFilesFromDirectory(FileUtils::getConfigDirectory());
     // Where the cache folder was a link it has gone with the user's files, and what a provisioning link had set with
     // it.
-    if (hadLinkFile && configStoreManager_ != nullptr) {
+    if (hadProvisioningFile && configStoreManager_ != nullptr) {
         if (const std::shared_ptr<CacheConfigStore> store = findProvisioningStore()) {
             store->restoreFile();
         }
@@ -153,7 +153,7 @@ std::vector<std::shared_ptr<ConfigStore>> ConfigAdapter::endDataReset() {
     }
     StoreList stores;
     configStoreManager_->atomically([&] {
-        joined = dataResets_.end();
+        joined = cachingGate_.endReset();
         stores = configStoreManager_->getStores();
     });
     // Without the lock: a store may end here.

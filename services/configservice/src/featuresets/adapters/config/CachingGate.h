@@ -9,7 +9,7 @@ class ConfigStore;
 /// Keeps what is written of a store on the disk apart from data resets: a store that joins the chain is cached by
 /// whoever brings it if no reset has come since, and one that joins in the midst of a reset by that reset, at its end,
 /// if it has not been thrown out on the way.
-class DataResets {
+class CachingGate {
 public:
     // With the lock of the chain held.
 
@@ -17,10 +17,10 @@ public:
     unsigned noteJoin(const std::shared_ptr<ConfigStore>& store);
 
     /// A reset begins. One that was left without an end counts as over.
-    void begin();
+    void beginReset();
 
     /// The reset ends. @return the stores that have joined since it began, whether they are still there or not.
-    std::vector<std::shared_ptr<ConfigStore>> end();
+    std::vector<std::shared_ptr<ConfigStore>> endReset();
 
     // Any thread. The answers stand still while the lock of the chain is held.
 
