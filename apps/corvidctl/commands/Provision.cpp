@@ -22,7 +22,7 @@ void printReopened(const Invocation& invocation, const ProvisioningView& view, O
     std::ostream& remarks = isForMachines(invocation.format) ? output.error : output.out;
     if (!view.wasClosed) {
         remarks << "The latch was not closed.\n";
-    } else if (!view.latchRefused && (!view.isClosed || view.accepted)) {
+    } else if (hasReopened(view)) {
         remarks << "The latch was closed and has been reset.\n";
     }
 }

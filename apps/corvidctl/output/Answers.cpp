@@ -72,6 +72,7 @@ std::string provisioning(const ProvisioningView& view, Format format) {
     for (const ProvisionedKey& key : view.keys) {
         json["keys"].push_back(key.key);
     }
+    json["reopened"] = hasReopened(view);
     return printed(json, format);
 }
 

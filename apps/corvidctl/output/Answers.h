@@ -32,7 +32,8 @@ std::string request(const callcontrol::ServedRequest& request, Format format);
 
 std::string fetch(const FetchView& view, Format format);
 
-/// Whether a link was taken, and the keys that it set.
+/// Whether a link was taken, the keys that it set, and whether the command has reset a latch that was closed. Without a
+/// link nothing is taken: the last is the answer then.
 std::string provisioning(const ProvisioningView& view, Format format);
 std::string dataReset(const DataResetView& view, Format format);
 std::string report(const std::string& text, Format format);

@@ -104,6 +104,11 @@ private:
 
 }  // namespace
 
+bool hasReopened(const ProvisioningView& view) {
+    // A link that is taken closes the latch again.
+    return view.wasClosed && !view.latchRefused && (!view.isClosed || view.accepted);
+}
+
 void reopenLatch(Session::Inside& inside, ProvisioningView& view) {
     view.wasClosed = isLatchClosed(inside.chain);
     inside.featureSet.resetAllowUriProvisioningData();

@@ -27,7 +27,7 @@ struct DroppedPart {
 
 /// What came of a provisioning command.
 struct ProvisioningView {
-    bool wasClosed = false;  ///< the latch, when the command began
+    bool wasClosed = false;  ///< the latch, when the command began; looked at only to reset it
     bool isClosed = false;   ///< the latch, when the command ended
     ValueView latch;         ///< what refused the link; when the command ended, if nothing did
     bool accepted = false;   ///< the module's verdict
@@ -39,6 +39,9 @@ struct ProvisioningView {
     std::vector<std::string> gone;  ///< keys that an earlier link had set and this one has not
     bool cacheOnDisk = true;        ///< the next start finds what the link has set
 };
+
+/// Whether the command has reset a latch that was closed.
+bool hasReopened(const ProvisioningView& view);
 
 /// Resets the latch if it is closed. Dispatcher thread.
 void reopenLatch(Session::Inside& inside, ProvisioningView& view);

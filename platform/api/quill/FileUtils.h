@@ -33,6 +33,10 @@ public:
     /// was none.
     static bool removeFile(const std::string& path);
 
+    /// Logs the failure of a removal that was made in silence, as removeFile() would have. A file that was not there
+    /// any more is none. @param error what FileRemover::remove() gave.
+    static void logRemoval(const std::string& path, int error);
+
     /// Replaces the destination durably and atomically: copies into a fresh sibling of it (permissions of an existing
     /// destination kept, 0600 for a new one), syncs that, renames it over the destination and syncs the folder. After a
     /// crash at any instant the destination is the old file or the new one, whole. Stale siblings of earlier crashes
@@ -67,7 +71,7 @@ public:
 
     /// All regular files and links below a folder, sub-folders included, sorted by the bytes of the path; links are
     /// listed and never followed, but the folder itself may be one. A sub-folder that cannot be read is logged and left
-    /// out.
+    /// out. Paths may be longer than the system takes in one piece: FileRemover takes them.
     /// @param extension with or without its dot, case ignored; empty for all files.
     /// @param files is emptied first; receives full paths. A missing folder gives none.
     static void getFilesFromDirectory(const std::string& directory, const std::string& extension,

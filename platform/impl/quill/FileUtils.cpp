@@ -110,6 +110,12 @@ bool FileUtils::removeFile(const std::string& path) {
     return succeeded(errorOf(::unlink(path.c_str())), "removeFile", "remove " + quoted(path));
 }
 
+void FileUtils::logRemoval(const std::string& path, int error) {
+    if (error != ENOENT) {
+        succeeded(error, "removeFile", "remove " + quoted(path));
+    }
+}
+
 bool FileUtils::copyFile(const std::string& from, const std::string& to, bool failIfExists) {
     return succeeded(copyOver(from, to, failIfExists), "copyFile", "copy " + quotedPair(from, to));
 }
@@ -145,7 +151,7 @@ void FileUtils::getFilesFromDirectory(const std::string& directory, const std::s
             succeeded(error, "getFilesFromDirectory", "list " + quoted(path));
         }
     };
-    files = filesBelow(directory, onUnreadable);
+    files = filesBelow(directory, Listed::FilesAndLinks, onUnreadable);
     const std::string ending = foldedEnding(extension);
     std::erase_if(files, [&](const std::string& file) { return !toLowercase(file).ends_with(ending); });
 }

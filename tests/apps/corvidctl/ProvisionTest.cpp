@@ -91,13 +91,37 @@ TEST_F(ProvisionTool, TellsThatTheFipsRuleOutweighsTheValue) {
 }
 
 TEST_F(ProvisionTool, GivesTheKeysAsTheLinkSpellsThem) {
-    const json expected = {{"accepted", true}, {"keys", {"SERVICESDOMAIN", "TelemetryEnabled"}}};
+    const json expected = {{"accepted", true}, {"keys", {"SERVICESDOMAIN", "TelemetryEnabled"}}, {"reopened", false}};
     EXPECT_EQ(asJson({"provision", "x?TelemetryEnabled=1&SERVICESDOMAIN=a&Unknown=b"}), expected);
 }
 
 TEST_F(ProvisionTool, GivesARefusalWithoutKeys) {
-    const json expected = {{"accepted", false}, {"keys", json::array()}};
+    const json expected = {{"accepted", false}, {"keys", json::array()}, {"reopened", false}};
     EXPECT_EQ(asJson({"provision", "x?Unknown=a"}, 1), expected);
+}
+
+TEST_F(ProvisionTool, GivesWhetherItHasResetTheLatch) {
+    const json opened = {{"accepted", false}, {"keys", json::array()}, {"reopened", true}};
+    const json wasOpen = {{"accepted", false}, {"keys", json::array()}, {"reopened", false}};
+    EXPECT_EQ(asJson({"provision", "--reopen"}), wasOpen);
+    ASSERT_EQ(run({"provision", "x?ServicesDomain=first"}).status, 0);
+    EXPECT_EQ(asJson({"provision", "--reopen"}), opened);
+    EXPECT_EQ(asJson({"provision", "--reopen"}), wasOpen);
+}
+
+TEST_F(ProvisionTool, GivesWhetherItHasResetTheLatchForALink) {
+    ASSERT_EQ(run({"provision", "x?ServicesDomain=first"}).status, 0);
+    const json accepted = {{"accepted", true}, {"keys", {"ServicesDomain"}}, {"reopened", true}};
+    EXPECT_EQ(asJson({"provision", "--reopen", "x?ServicesDomain=second"}), accepted);
+    const json refused = {{"accepted", false}, {"keys", json::array()}, {"reopened", true}};
+    EXPECT_EQ(asJson({"provision", "--reopen", "nonsense"}, 1), refused);
+}
+
+TEST_F(ProvisionTool, GivesThatTheLatchOfAnAdministratorIsNotReset) {
+    writeOverride("<AllowUrlProvisioning>false</AllowUrlProvisioning>");
+    const json expected = {{"accepted", false}, {"keys", json::array()}, {"reopened", false}};
+    EXPECT_EQ(asJson({"provision", "--reopen"}, 1), expected);
+    EXPECT_EQ(asJson({"provision", "--reopen", "x?ServicesDomain=a"}, 1), expected);
 }
 
 TEST_F(ProvisionTool, TellsTheReasonsBesideTheJson) {

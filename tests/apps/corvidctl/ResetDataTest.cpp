@@ -1,10 +1,14 @@
 #include "Tool.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
 #include "session/FileListing.h"
+#include "support/DeepTree.h"
+#include "support/OrdinaryUser.h"
 
 using corvidctl::FileListing;
 using corvidctl::listFiles;
@@ -100,6 +104,61 @@ TEST_F(Tool, ResetDataSaysWhatItCouldNotRemove) {
     EXPECT_THAT(ended.error, HasSubstr("corvidctl: 'pipe' should have been removed and is still there\n"));
 }
 
+TEST_F(Tool, ResetDataNamesAFolderThatCannotBeListed) {
+    writeConfig("closed/file", "1");
+    fs::permissions(directory_.path(), fs::perms(0755));
+    fs::permissions(directory_.path("config"), fs::perms(0777));
+    fs::permissions(directory_.path("config/closed"), fs::perms(0700));
+    support::Ended ended;
+    {
+        const support::OrdinaryUser user;
+        if (!user.wasRoot() || !user.isOrdinary() || faccessat(AT_FDCWD, CORVIDCTL_PROGRAM, X_OK, AT_EACCESS) != 0) {
+            GTEST_SKIP() << "a folder of another owner takes root to make, and the tool another user who may run it";
+        }
+        ended = run({"--log-level", "2", "reset-data", "--yes"});
+    }
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "removed  corvidLocalConfig.xml\nkept     corvid-config-user.xml\n");
+    EXPECT_EQ(ended.error, "corvidctl: the folder '" + directory_.path("config/closed") +
+                               "' cannot be listed; what lies in it stays\n");
+    EXPECT_TRUE(fs::exists(directory_.path("config/closed/file")));
+}
+
+TEST_F(Tool, ResetDataRemovesAFileWhosePathIsTooLongForOnePiece) {
+    const std::string deep = support::makeDeepFile(directory_.path("config"), 25, std::string(200, 'd'), "file");
+    const support::Ended ended = run({"--log-level", "2", "reset-data", "--yes"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "removed  corvidLocalConfig.xml\nremoved  " + deep + "\nkept     corvid-config-user.xml\n");
+    EXPECT_EQ(ended.error, "");
+}
+
+TEST(FileListing, NamesFoldersThatCannotBeListed) {
+    const fakes::TemporaryDirectory directory;
+    directory.write("top/closed/file", "1");
+    directory.write("top/file", "2");
+    fs::permissions(directory.path(), fs::perms(0755));
+    fs::permissions(directory.path("top/closed"), fs::perms::none);
+    FileListing listing;
+    {
+        const support::OrdinaryUser user;
+        if (!user.isOrdinary()) {
+            GTEST_SKIP() << "no permissions stop root, and this machine has no other user";
+        }
+        listing = listFiles(directory.path("top"));
+    }
+    fs::permissions(directory.path("top/closed"), fs::perms::owner_all);
+    EXPECT_THAT(listing.files, ElementsAre("file"));
+    EXPECT_THAT(listing.unreadable, ElementsAre(directory.path("top/closed")));
+}
+
+TEST(FileListing, NamesAFileInThePlaceOfTheFolder) {
+    const fakes::TemporaryDirectory directory;
+    directory.write("file", "1");
+    const FileListing listing = listFiles(directory.path("file"));
+    EXPECT_THAT(listing.files, IsEmpty());
+    EXPECT_THAT(listing.unreadable, ElementsAre(directory.path("file")));
+}
+
 TEST(FileListing, NamesEverythingButFoldersAndFollowsNoLink) {
     const fakes::TemporaryDirectory directory;
     directory.write("top/b/c/file", "1");
@@ -108,8 +167,9 @@ TEST(FileListing, NamesEverythingButFoldersAndFollowsNoLink) {
     fs::create_directory(directory.path("top/empty"));
     fs::create_directory_symlink(directory.path("other"), directory.path("top/link"));
     fs::create_symlink("nowhere", directory.path("top/dangling"));
+    ASSERT_EQ(mkfifo(directory.path("top/pipe").c_str(), 0600), 0);
     const FileListing listing = listFiles(directory.path("top"));
-    EXPECT_THAT(listing.files, ElementsAre("a", "b/c/file", "dangling", "link"));
+    EXPECT_THAT(listing.files, ElementsAre("a", "b/c/file", "dangling", "link", "pipe"));
     EXPECT_THAT(listing.unreadable, IsEmpty());
 }
 

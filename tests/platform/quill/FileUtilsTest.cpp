@@ -13,6 +13,7 @@
 #include "fakes/RecordingLogSink.h"
 #include "fakes/ScopedWorld.h"
 #include "fakes/TemporaryDirectory.h"
+#include "support/DeepTree.h"
 #include "support/OrdinaryUser.h"
 
 using testing::ElementsAre;
@@ -276,6 +277,13 @@ TEST_F(Files, AreListedDeeperThanFilesMayBeOpen) {
     directory_.write(folder + "file", "");
     const FewOpenFiles few;
     EXPECT_THAT(list("", ""), ElementsAre(path(folder + "file")));
+}
+
+TEST_F(Files, AreListedUnderPathsThatAreTooLongForOnePiece) {
+    const std::string deep = support::makeDeepFile(directory_.path(), 25, std::string(200, 'd'), "file");
+    directory_.write("e", "");
+    EXPECT_THAT(list("", ""), ElementsAre(path(deep), path("e")));
+    EXPECT_THAT(log_->lines(), IsEmpty());
 }
 
 }  // namespace

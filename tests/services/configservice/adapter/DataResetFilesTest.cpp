@@ -4,11 +4,14 @@
 
 #include "DataResetFixture.h"
 #include "quill/FileUtils.h"
+#include "support/DeepTree.h"
 #include "support/OrdinaryUser.h"
 
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+using QuillCoreUtils::FileUtils;
 
 namespace fs = std::filesystem;
 
@@ -215,6 +218,35 @@ TEST_F(DataResetFiles, ThatAreNeitherFilesNorLinksAreLeftAlone) {
     reset();
     EXPECT_THAT(filesLeft(), ElementsAre("pipe"));
     EXPECT_THAT(fileLines(), IsEmpty());
+}
+
+TEST_F(DataResetFiles, UnderPathsTooLongForOnePieceGoLikeOthers) {
+    const std::string deep = support::makeDeepFile(world.configDirectory(), 25, std::string(200, 'd'), "file");
+    put("z");
+    inject();
+    log->clear();
+    reset();
+    std::vector<std::string> left;
+    FileUtils::getFilesFromDirectory(world.configDirectory(), "", left);
+    EXPECT_THAT(left, IsEmpty()) << deep;
+    EXPECT_THAT(fileLines(), ElementsAre(deleted("file"), deleted("z")));
+    EXPECT_THAT(log->texts(3), testing::Not(Contains(testing::HasSubstr("cannot"))));
+}
+
+TEST_F(DataResetFiles, BehindALinkThatTakesThePlaceOfAFolderMeanwhileAreLeftAlone) {
+    write("elsewhere/file", "text");
+    put("a");
+    put("folder/file");
+    inject();
+    log->clear();
+    log->atNext("file with name: [a] deleted", [this] {
+        fs::rename(inConfig("folder"), world.directory().path("aside"));
+        link(world.directory().path("elsewhere"), "folder");
+    });
+    reset();
+    EXPECT_EQ(read("elsewhere/file"), "text");
+    EXPECT_THAT(fileLines(), ElementsAre(deleted("a"), deleted("file")));
+    EXPECT_THAT(log->texts(3), Contains("cannot remove [" + inConfig("folder/file") + "]: Not a directory"));
 }
 
 TEST_F(DataResetFiles, GoByTheTenThousandFromNestedFolders) {

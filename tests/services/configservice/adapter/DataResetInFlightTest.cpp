@@ -1,3 +1,5 @@
+#include <stdexcept>
+
 #include "DataResetFixture.h"
 
 using testing::Contains;
@@ -144,6 +146,77 @@ TEST_F(DataResetInFlight, AStoreThatIsAddedAfterwardsIsCached) {
     adapter()->addConfigStore(cachedStore("Outside"));
     EXPECT_TRUE(isCachedAs("Outside"));
     EXPECT_EQ(get(L"PrimaryConfigStores"), L"Outside:245;");
+}
+
+TEST_F(DataResetInFlight, AStoreThatJoinsInItsMidstAndGoesLeavesNothing) {
+    injectAndStart();
+    put("file");
+    const auto store = cachedStore("Outside");
+    store->remote();
+    bool isInChain = false;
+    log->atNext("file with name: [file] deleted", [&] {
+        adapter()->addConfigStore(store);
+        isInChain = manager()->containsStore("Outside");
+    });
+    reset();
+    EXPECT_TRUE(isInChain);
+    EXPECT_THAT(chain(), Not(Contains("Outside")));
+    expectNothingOfTheUsers({L"outside"});
+}
+
+TEST_F(DataResetInFlight, AStoreThatJoinsInItsMidstAndStaysIsCachedAtItsEnd) {
+    injectAndStart();
+    put("file");
+    put("other");
+    // The files after this one, and the copy if it were written now, have yet to go.
+    log->atNext("file with name: [file] deleted", [&] { adapter()->addConfigStore(cachedStore("Outside")); });
+    reset();
+    EXPECT_EQ(get(L"outside"), L"value");
+    EXPECT_TRUE(isCachedAs("Outside"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"Outside:245;");
+}
+
+TEST_F(DataResetInFlight, AStoreThatJoinsAtItsFirstReportIsCachedAtItsEnd) {
+    writeLocal({{"key", "value"}});
+    injectAndStart();
+    atNextChange(L"key", [this] { adapter()->addConfigStore(cachedStore("Outside")); });
+    reset();
+    EXPECT_EQ(get(L"outside"), L"value");
+    EXPECT_TRUE(isCachedAs("Outside"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"Outside:245;");
+}
+
+TEST_F(DataResetInFlight, AStoreThatComesAndGoesInItsMidstLeavesNothing) {
+    injectAndStart();
+    put("file");
+    log->atNext("file with name: [file] deleted", [&] {
+        adapter()->addConfigStore(cachedStore("Outside"));
+        adapter()->removeConfigStore("Outside");
+    });
+    reset();
+    expectNothingOfTheUsers({L"outside"});
+}
+
+TEST_F(DataResetInFlight, AStoreThatIsNotToBeCachedIsNotCachedByIt) {
+    injectAndStart();
+    put("file");
+    log->atNext("file with name: [file] deleted", [&] {
+        const auto store = std::make_shared<fakes::ScriptedStore>("Outside", 45);
+        store->with(L"outside", L"value");
+        adapter()->addConfigStore(store);
+    });
+    reset();
+    EXPECT_EQ(get(L"outside"), L"value");
+    EXPECT_THAT(filesLeft(), IsEmpty());
+}
+
+TEST_F(DataResetInFlight, AStoreThatIsAddedAfterOneThatAClientHasBrokenOffIsCached) {
+    writeLocal({{"key", "value"}});
+    injectAndStart();
+    atNextChange(L"key", [] { throw std::runtime_error("a client's"); });
+    EXPECT_THROW(reset(), std::runtime_error);
+    adapter()->addConfigStore(cachedStore("Outside"));
+    EXPECT_TRUE(isCachedAs("Outside"));
 }
 
 TEST_F(DataResetInFlight, FromInsideANotificationItComesAfterIt) {

@@ -4,8 +4,11 @@
 
 #include "DataResetFixture.h"
 #include "RealThreadsFixture.h"
+#include "support/OtherThread.h"
 
 using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
@@ -110,21 +113,32 @@ TEST_F(DataResetThreads, AReportThatIsUnderWayEndsFirst) {
 
 TEST_F(DataResetThreads, ACachedCopyThatIsBeingWrittenIsDeletedWithTheRest) {
     injectAndStart();
-    adapter()->startTftpConfigSource();
-    std::thread provider;
+    std::unique_ptr<support::OtherThread> provider;
     const auto store = std::make_shared<SlowlyCachedStore>([&] {
-        provider = resetElsewhere();
-        while (adapter()->getTftpConfigStore() != nullptr) {
-            std::this_thread::yield();
-        }
-        // The reset is on its way to the files now, and waits for this copy before it lists them.
-        for (int turn = 0; turn < 1000; ++turn) {
-            std::this_thread::yield();
-        }
+        provider = std::make_unique<support::OtherThread>([held = adapter()] { held->InvokeResetData(); });
+        provider->untilItWaitsOrEnds();
     });
     adapter()->addConfigStore(store);
-    provider.join();
+    ASSERT_NE(provider, nullptr);
+    provider->join();
     expectNothingOfTheUsers({L"outside"});
+}
+
+TEST_F(DataResetThreads, ALinkThatIsBeingWrittenKeepsItsFile) {
+    inject();
+    put("userFile");
+    std::unique_ptr<support::OtherThread> provider;
+    // Said when the temporary file is there and has not become the file yet.
+    log->atNext("characters that XML cannot hold were replaced in the entry: ServicesDomain", [&] {
+        provider = std::make_unique<support::OtherThread>([held = adapter()] { held->InvokeResetData(); });
+        provider->untilItWaitsOrEnds();
+    });
+    EXPECT_TRUE(adapter()->setUrlProvisioningData(L"x?ServicesDomain=a\x01"));
+    ASSERT_NE(provider, nullptr);
+    provider->join();
+    EXPECT_THAT(filesLeft(), ElementsAre("Cache/cachedUrlProvisioningConfigStore.xml"));
+    EXPECT_THAT(cacheFile("cachedUrlProvisioningConfigStore.xml"), HasSubstr("<ServicesDomain>a\xEF\xBF\xBD<"));
+    EXPECT_NE(get(L"ServicesDomain"), L"<none>");
 }
 
 TEST_F(DataResetThreads, AClientInsideANotificationDoesNotWaitForIt) {
@@ -222,18 +236,21 @@ TEST_F(DataResetRealThreads, AndAPersistThatRunsLeaveNothing) {
 
 TEST_F(DataResetRealThreads, AStoreThatIsBeingAddedGoesWithItsCopyIfItGoes) {
     for (int round = 0; round < ROUNDS; ++round) {
-        std::thread client([this] {
+        std::thread client([this, round] {
             const auto store = std::make_shared<fakes::ScriptedStore>("Outside", 45);
             store->cached().with(L"outside", L"value");
+            if (round % 2 == 0) {
+                store->remote();
+            }
             adapter->addConfigStore(store);
         });
         adapter->InvokeResetData();
         client.join();
         settle();
-        if (!adapter->getConfigStoreManager()->containsStore("Outside")) {
-            ASSERT_EQ(filesLeft(), 0U);
-            ASSERT_EQ(chainValue(L"PrimaryConfigStores"), L"");
-        }
+        const bool stays = adapter->getConfigStoreManager()->containsStore("Outside");
+        ASSERT_EQ(chainValue(L"PrimaryConfigStores"), stays ? L"Outside:245;" : L"") << round;
+        // The list lies in the user's file.
+        ASSERT_EQ(filesLeft(), stays ? 2U : 0U) << round;
         adapter->InvokeResetData();
     }
 }

@@ -4,6 +4,7 @@
 
 #include "DownloadFixture.h"
 #include "OnceClient.h"
+#include "support/OtherThread.h"
 
 using testing::HasSubstr;
 using testing::Not;
@@ -112,6 +113,42 @@ TEST_F(DownloadLifetime, AnotherThreadThatDropsTheAdapterInsideItsReportLeavesIt
     EXPECT_THAT(cached(), HasSubstr("<key>first</key>"));
     reportAgain(store);
     EXPECT_THAT(cached(), Not(HasSubstr("afterwards")));
+}
+
+TEST_F(DownloadLifetime, AnAdapterWhoseDestructionHasBegunTakesNoReport) {
+    switchOn();
+    observe();
+    const auto chainOfIt = manager();
+    const std::weak_ptr<ConfigAdapter> gone = adapter();
+    const pid_t here = gettid();
+    std::latch inside(1);
+    std::atomic<bool> delivering = false;
+    std::atomic<bool> delivered = false;
+    observer.onReport([&](const fakes::ManagerReport& report) {
+        if (report.key == L"held") {
+            inside.count_down();
+            delivering.wait(false);
+            // A report that was taken would wait for this one.
+            support::untilItWaits(here, [&] { return delivered.load(); });
+        }
+    });
+    support::OtherThread client([&] { chainOfIt->NotifyFireIfRequired(L"held"); });
+    inside.wait();
+    // The destructor leaves the observers of the chain first, and waits there; the remote store still knows the
+    // adapter.
+    support::OtherThread host([this] { factory->clear(); });
+    host.untilItWaitsOrEnds();
+    EXPECT_TRUE(gone.expired());
+    EXPECT_FALSE(host.hasEnded());
+    delivering = true;
+    delivering.notify_all();
+    EXPECT_TRUE(deliver({{"key", "value"}}));
+    delivered = true;
+    client.join();
+    host.join();
+    EXPECT_FALSE(chainOfIt->containsStore("TFTPConfigStore"));
+    EXPECT_FALSE(isCached());
+    chainOfIt->RemoveObserver(&observer);
 }
 
 TEST_F(DownloadLifetime, TheDestructionOnAnotherThreadWaitsForTheReportOfAnotherObserver) {

@@ -1,16 +1,22 @@
-#include <latch>
-#include <thread>
+#include <filesystem>
 
 #include "DataResetFixture.h"
+#include "support/OtherThread.h"
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
 
 const std::wstring LINK = L"corvid://x?ServicesDomain=example.com";
 
-class Provisioning : public AdapterFixture {};
+const std::string FILE_NAME = "cachedUrlProvisioningConfigStore.xml";
+
+class Provisioning : public AdapterFixture {
+protected:
+    std::string provisioningFile() const { return world.configDirectory() + "/Cache/" + FILE_NAME; }
+};
 
 class LatchValue : public Provisioning, public testing::WithParamInterface<std::pair<std::string, bool>> {};
 
@@ -83,21 +89,75 @@ TEST_F(Provisioning, ComesBackAtTheNextStart) {
 
 TEST_F(Provisioning, IsNotUndoneByARefreshOnAnotherThread) {
     injectAndStart();
-    for (int round = 0; round < 50; ++round) {
-        const std::wstring domain = L"domain" + std::to_wstring(round);
-        std::latch together(2);
-        std::thread refreshing([&] {
-            together.arrive_and_wait();
-            adapter()->refreshConfigFeatureSet();
-        });
-        together.arrive_and_wait();
-        const bool taken = adapter()->setUrlProvisioningData(L"x?ServicesDomain=" + domain);
-        refreshing.join();
-        EXPECT_TRUE(taken);
-        EXPECT_EQ(get(L"ServicesDomain"), domain);
-        adapter()->resetAllowUriProvisioningData();
-        dispatcher->runAll();
-    }
+    write("config/Cache/cachedUrlProvisioningConfigStore.xml", "<broken");
+    std::unique_ptr<support::OtherThread> link;
+    // The refresh has read the file and has not put its store into the chain yet.
+    log->atNext("XML in file did not exist or is an invalid XML document: " + provisioningFile(), [&] {
+        link = std::make_unique<support::OtherThread>([held = manager()] { held->setUrlProvisioningData(LINK); });
+        link->untilItWaitsOrEnds();
+    });
+    adapter()->refreshConfigFeatureSet();
+    ASSERT_NE(link, nullptr);
+    link->join();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    EXPECT_THAT(cacheFile(FILE_NAME), HasSubstr("<ServicesDomain>example.com</ServicesDomain>"));
+}
+
+TEST_F(Provisioning, OutlivesARefreshAndADataResetWhereItsFileCannotBeWritten) {
+    injectAndStart();
+    write("config/Cache", "a file where the folder should be");
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    adapter()->InvokeResetData();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    EXPECT_EQ(storeOf(L"ServicesDomain"), L"UrlProvisioningConfigStore");
+    // A later link finds the disk in order, and what it sets is what a refresh reads.
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(L"x?ServicesDomain=second"));
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"ServicesDomain"), L"second");
+}
+
+TEST_F(Provisioning, OutlivesARefreshWhereOnlyAnOlderFileIsOnTheDisk) {
+    injectAndStart();
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(L"x?ServicesDomain=older"));
+    ASSERT_TRUE(adapter()->resetAllowUriProvisioningData());
+    std::filesystem::create_directory(provisioningFile() + ".temp");
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+}
+
+TEST_F(Provisioning, OutlivesADataResetThatRemovesALinkInThePlaceOfTheCacheFolder) {
+    write("elsewhere/file", "text");
+    std::filesystem::create_directory_symlink(world.directory().path("elsewhere"), world.configDirectory() + "/Cache");
+    injectAndStart();
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    adapter()->InvokeResetData();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    EXPECT_TRUE(std::filesystem::exists(world.directory().path("elsewhere/" + FILE_NAME)));
+    EXPECT_FALSE(std::filesystem::is_symlink(world.configDirectory() + "/Cache"));
+    EXPECT_THAT(cacheFile(FILE_NAME), HasSubstr("<ServicesDomain>example.com</ServicesDomain>"));
+}
+
+TEST_F(Provisioning, EndsAtTheNextRefreshOnceItsFileHasBeenRemovedOnPurpose) {
+    injectAndStart();
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    adapter()->removeAllCachedConfigStores();
+    adapter()->InvokeResetData();
+    EXPECT_EQ(get(L"ServicesDomain"), L"<none>");
+    EXPECT_EQ(cacheFile(FILE_NAME), "");
+}
+
+TEST_F(Provisioning, IsOpenedForTheUserAndStaysClosedForTheAdministrator) {
+    writeLocal({{"AllowUrlProvisioning", "False"}});
+    writeOverride({{"AllowUrlProvisioning", "false"}});
+    injectAndStart();
+    EXPECT_TRUE(adapter()->resetAllowUriProvisioningData());
+    EXPECT_EQ(storeNamed("LocalFileConfigStore")->getKeys(), std::vector<std::wstring>());
+    EXPECT_EQ(get(L"AllowUrlProvisioning"), L"false");
+    EXPECT_FALSE(adapter()->setUrlProvisioningData(LINK));
+    EXPECT_FALSE(adapter()->resetAllowUriProvisioningData());
 }
 
 TEST_F(Provisioning, RefusesInSilence) {

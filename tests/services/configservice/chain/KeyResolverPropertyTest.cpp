@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <iostream>
 #include <optional>
 #include <random>
 
@@ -9,6 +7,7 @@
 #include "chain/KeyResolver.h"
 #include "fakes/ScopedWorld.h"
 #include "fakes/ScriptedStore.h"
+#include "support/Seed.h"
 
 // The resolver against a second statement of the same rules, over random chains. The second one is written from the
 // reader's side: it knows nothing of stores that are asked in turn, only a table of who holds what.
@@ -162,15 +161,6 @@ std::string describe(const Table& table) {
     return text;
 }
 
-/// Set CORVID_TEST_SEED to run a printed seed again.
-unsigned seedOfThisRun() {
-    const char* const given = std::getenv("CORVID_TEST_SEED");
-    const unsigned seed =
-        given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
-    std::cout << "CORVID_TEST_SEED=" << seed << "\n";
-    return seed;
-}
-
 class KeyResolverProperty : public testing::Test {
 protected:
     KeyResolverProperty() { ConfigKeyAliasesMapper::GetConfigKeyAliases(aliases, legacy); }
@@ -195,7 +185,7 @@ protected:
     }
 
     const fakes::ScopedWorld world;
-    const unsigned seed = seedOfThisRun();
+    const unsigned seed = support::seedOfThisRun();
     Generator generator{seed};
     ConfigMap aliases;
     ConfigMap legacy;

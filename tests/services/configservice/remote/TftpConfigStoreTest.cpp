@@ -86,8 +86,9 @@ TEST_F(RemoteStore, AnswersBeforeADownloadWithoutWaitingForOne) {
     EXPECT_THAT(lines(5), IsEmpty());
 }
 
-TEST_F(RemoteStore, HoldsWhatIsStoredWithoutRegardToCase) {
+TEST_F(RemoteStore, HoldsWhatIsStoredWithoutRegardToCaseAlthoughItIsReadOnly) {
     const auto store = make();
+    EXPECT_TRUE(store->isReadOnly());
     EXPECT_TRUE(store->storeValue(L"Key", L"value"));
     EXPECT_TRUE(store->storeValue(L"a", L""));
     std::wstring value;

@@ -136,6 +136,53 @@ TEST_F(CacheStore, WorksInMemoryWhenItsFileCannotBeWritten) {
     EXPECT_EQ(valueOf(store, L"a"), L"1");
 }
 
+TEST_F(CacheStore, HasUnwrittenValuesUntilAWriteGoesWell) {
+    write("Cache", "a file where the folder should be");
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_TRUE(store.hasUnwrittenValues());
+    std::filesystem::remove(path("Cache"));
+    EXPECT_TRUE(store.hasUnwrittenValues());
+    store.persistValues();
+    EXPECT_FALSE(store.hasUnwrittenValues());
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>1</a>"));
+}
+
+TEST_F(CacheStore, HasUnwrittenValuesWhileTheFileIsTheOldOne) {
+    write("Cache/cachedX.xml", serverDocument("<A>old</A>"));
+    std::filesystem::create_directory(file_ + ".temp");
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_TRUE(store.hasUnwrittenValues());
+    std::filesystem::remove(file_ + ".temp");
+    CacheConfigStore later("cachedX.xml", 240, file_, ConfigMap{{L"a", L"2"}});
+    EXPECT_FALSE(later.hasUnwrittenValues());
+    EXPECT_FALSE(store.hasUnwrittenValues()) << "the file holds later values";
+}
+
+TEST_F(CacheStore, HasNoUnwrittenValuesWhenItHasOnlyRead) {
+    CacheConfigStore store("cachedX.xml", 240, file_);
+    EXPECT_FALSE(store.hasUnwrittenValues());
+}
+
+TEST_F(CacheStore, RestoresItsFileOnlyWhereThereIsNone) {
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    std::filesystem::remove_all(path("Cache"));
+    store.restoreFile();
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>1</a>"));
+    const std::string other = serverDocument("<A>2</A>");
+    write("Cache/cachedX.xml", other);
+    store.restoreFile();
+    EXPECT_EQ(read("Cache/cachedX.xml"), other);
+    EXPECT_FALSE(store.hasUnwrittenValues());
+}
+
+TEST_F(CacheStore, HasUnwrittenValuesWhenItsFileCannotBeRestored) {
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    std::filesystem::remove_all(path("Cache"));
+    write("Cache", "a file where the folder should be");
+    store.restoreFile();
+    EXPECT_TRUE(store.hasUnwrittenValues());
+}
+
 TEST_F(CacheStore, KeepsCertificateValidationInItsFile) {
     CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"CertificateValidationEnabled", L"0"}});
     EXPECT_TRUE(misses(store, L"CertificateValidationEnabled"));

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "CachingGate.h"
 #include "ConfigFeatureSet.h"
 #include "EdgeWatch.h"
 #include "FeatureSetLock.h"
@@ -26,6 +27,7 @@
 #include "unified/FeatureSetAdapter.h"
 #include "unified/UnifiedFactory.h"
 
+class CacheConfigStore;
 class ConfigServiceImpl;
 class DownloadJournal;
 class LocalFileConfigStore;
@@ -116,7 +118,8 @@ public:
     /// what they lead to stays, and a file that cannot be removed is left. The remote source is off afterwards.
     ///
     /// Done when this returns, unless called from inside a notification. What is queued or under way at that moment
-    /// writes nothing back: persist tasks, downloads and their reports, the caching of a store that is being added.
+    /// writes nothing back: persist tasks, downloads and their reports, the caching of a store that is being added. A
+    /// store that joins in the midst of it is cached at its end, if it is still in the chain.
     void InvokeResetData() override;
 
     // For the module itself.
@@ -208,9 +211,12 @@ private:
     // Data reset. featureSetMutex_ is held.
 
     void resetData();
+    void forgetUsersData();
     void resetUserStores();
     void voidWhatIsUnderWay();
+    void removeFiles();
     static void removeFilesFromDirectory(const std::string& directory);
+    std::vector<std::shared_ptr<ConfigStore>> endDataReset();
 
     // Initial stores.
 
@@ -240,17 +246,19 @@ private:
 
     void InitialiseCachedConfigStores();
     void initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority);
+    void initialiseProvisioningStore();
+    std::shared_ptr<CacheConfigStore> findProvisioningStore();
     void addCachedConfigStore(std::string storeName, int priority);
     void removeFromCachedStorePriorityMap(const std::wstring& storeName);
     void updateCacheStorePriority(const std::string& storeName, int priority);
     void copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values);
 
-    /// Makes a change by which a store joins the chain. @return the number of data resets before it.
-    unsigned join(const std::function<void()>& change);
+    /// Makes a change by which a store joins the chain. @return see CachingGate::noteJoin().
+    unsigned join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change);
 
-    /// Nothing if a data reset has taken the store away since it joined. @param dataResets what join() has returned.
-    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned dataResets);
-    bool writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned dataResets);
+    /// Nothing if a data reset stands against it. @param joined what join() has returned.
+    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned joined);
+    bool writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned joined);
     void waitForChainedStoresReady(const std::string& storeName, const std::set<std::string>& dependencies);
     void updateExistingConfigStore(const std::shared_ptr<ConfigStore>& store, const std::vector<std::wstring>& keys);
 
@@ -278,7 +286,7 @@ private:
     EdgeWatch edgeWatch_;
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
-    std::atomic<unsigned> dataResets_ = 0;                  ///< counted under the chain's lock
-    tessel::Mutex cacheFileMutex_;                          ///< held while a cache file is written; a leaf
+    CachingGate cachingGate_;
+    tessel::Mutex cacheFileMutex_;  ///< held while a cache file is written; a leaf
     const std::shared_ptr<ReportGate> reportGate_;
 };

@@ -74,13 +74,27 @@ void ConfigAdapter::InitialiseCachedConfigStores() {
     if (presence != entries.end()) {
         initialiseCachedPresenceStore(presence->first, presence->second);
     }
+    initialiseProvisioningStore();
+}
+
+void ConfigAdapter::initialiseProvisioningStore() {
     // In one step: a link that is taken meanwhile writes its file before it adds its store, and must not have the store
     // replaced by what was in the file before.
     configStoreManager_->atomically([this] {
-        configStoreManager_->addStore(
-            std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
-                                               CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath()));
+        std::shared_ptr<CacheConfigStore> store = findProvisioningStore();
+        // What a link has set and no disk would take is good for this run, which a refresh does not end.
+        if (store == nullptr || !store->hasUnwrittenValues()) {
+            store =
+                std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
+                                                   CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath());
+        }
+        configStoreManager_->addStore(store);
     });
+}
+
+std::shared_ptr<CacheConfigStore> ConfigAdapter::findProvisioningStore() {
+    return std::dynamic_pointer_cast<CacheConfigStore>(
+        configStoreManager_->findStore(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME));
 }
 
 void ConfigAdapter::initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority) {
@@ -119,13 +133,13 @@ void ConfigAdapter::addConfigStore(std::shared_ptr<ConfigStore> store) {
     if (configStoreManager_ == nullptr) {
         return;
     }
-    const unsigned dataResets = join([&] { configStoreManager_->addStore(store); });
+    const unsigned joined = join(store, [&] { configStoreManager_->addStore(store); });
     const auto chained = chainedStores_.find(name);
     if (chained != chainedStores_.end()) {
         waitForChainedStoresReady(name, chained->second);
     }
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store, dataResets);
+        cacheStoreOnConfigStoreAdded(store, joined);
     }
     removeCustomServerValuesIfPolicySet();
     if (isHcmConfigStore(name) || isPresenceConfigStore(name) || isTftpConfigStore(name) ||
@@ -153,33 +167,32 @@ void ConfigAdapter::waitForChainedStoresReady(const std::string& /*storeName*/,
     }
 }
 
-unsigned ConfigAdapter::join(const std::function<void()>& change) {
-    unsigned dataResets = 0;
+unsigned ConfigAdapter::join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change) {
+    unsigned joined = 0;
     configStoreManager_->atomically([&] {
-        dataResets = dataResets_.load(std::memory_order_relaxed);
+        joined = cachingGate_.noteJoin(store);
         change();
     });
-    return dataResets;
+    return joined;
 }
 
-void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned dataResets) {
+void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned joined) {
     ConfigMap values;
     copyAllStoreValues(store, values);
-    // The number of resets stands still under the lock of the chain.
     configStoreManager_->atomically([&] {
-        if (dataResets == dataResets_.load(std::memory_order_relaxed)) {
+        if (cachingGate_.mayBeCached(joined)) {
             updateCacheStorePriority(store->getName(), store->getCachedPriority());
         }
     });
     const std::string name = CacheFiles::nameFor(store->getName());
-    if (writeCacheFile(*store, values, dataResets) && configStoreManager_->containsStore(name)) {
+    if (writeCacheFile(*store, values, joined) && configStoreManager_->containsStore(name)) {
         configStoreManager_->removeStoreWithSameName(name);
     }
 }
 
-bool ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned dataResets) {
+bool ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned joined) {
     const tessel::ScopedLock lock(cacheFileMutex_);
-    if (dataResets != dataResets_.load(std::memory_order_relaxed)) {
+    if (!cachingGate_.mayBeCached(joined)) {
         return false;
     }
     const std::string name = CacheFiles::nameFor(store.getName());
@@ -242,8 +255,12 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
 }
 
 void ConfigAdapter::onTftpConfigDownloaded(std::vector<std::wstring> keys) {
-    // A client that is told of the new values may drop the last reference to this object.
+    // A client that is told of the new values may drop the last reference to this object. Where another thread has
+    // dropped it already, the destructor has begun and waits for this report: there is nobody left to tell.
     const std::shared_ptr<ConfigAdapter> self = weak_from_this().lock();
+    if (self == nullptr) {
+        return;
+    }
     const std::shared_ptr<TftpConfigStore> store = tftpConfigStore_.get();
     if (store == nullptr || configStoreManager_ == nullptr) {
         return;
@@ -260,8 +277,8 @@ void ConfigAdapter::updateExistingConfigStore(const std::shared_ptr<ConfigStore>
     if (!isStarted() || configStoreManager_ == nullptr) {
         return;
     }
-    const unsigned dataResets = join([&] { configStoreManager_->updateStoreValues(store, keys); });
+    const unsigned joined = join(store, [&] { configStoreManager_->updateStoreValues(store, keys); });
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store, dataResets);
+        cacheStoreOnConfigStoreAdded(store, joined);
     }
 }

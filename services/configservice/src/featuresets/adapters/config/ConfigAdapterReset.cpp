@@ -1,12 +1,34 @@
+#include <algorithm>
+
 #include "ConfigAdapter.h"
 #include "DataReset.h"
+#include "chain/CacheFiles.h"
+#include "quill/FileRemover.h"
 #include "quill/FileUtils.h"
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
 #include "remote/TftpConfigStore.h"
+#include "stores/CacheConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
+#include "xml/SiblingLock.h"
 
+using QuillCoreUtils::FileRemover;
 using QuillCoreUtils::FileUtils;
+
+namespace {
+
+void removeFile(FileRemover& remover, const std::string& file) {
+    int error = 0;
+    {
+        // A link that is taken meanwhile may be writing its file, which stays: the temporary sibling must stay until it
+        // has become that file. No line is written before the release, since a client's log may not come under it.
+        const SiblingLock betweenTwoWrites(CacheFiles::directory());
+        error = remover.remove(file);
+    }
+    FileUtils::logRemoval(file, error);
+}
+
+}  // namespace
 
 std::shared_ptr<ResetDataProvider> ConfigAdapter::findResetDataProvider(const char* function,
                                                                         const std::string& consequence) {
@@ -49,12 +71,27 @@ void ConfigAdapter::InvokeResetData() {
 }
 
 void ConfigAdapter::resetData() {
+    try {
+        forgetUsersData();
+    } catch (...) {
+        // An observer of a client has thrown; stores that are added from now on are to be cached all the same.
+        endDataReset();
+        throw;
+    }
+    for (const std::shared_ptr<ConfigStore>& store : endDataReset()) {
+        if (store->shouldCacheConfigStore()) {
+            cacheStoreOnConfigStoreAdded(store, cachingGate_.now());
+        }
+    }
+}
+
+void ConfigAdapter::forgetUsersData() {
     resetUserStores();
     if (const std::shared_ptr<TftpConfigStore> remote = tftpConfigStore_.get()) {
         remote->clearCachedAddresses();
     }
     voidWhatIsUnderWay();
-    removeFilesFromDirectory(FileUtils::getConfigDirectory());
+    removeFiles();
     refresh();
 }
 
@@ -63,7 +100,7 @@ void ConfigAdapter::resetUserStores() {
         return;
     }
     configStoreManager_->atomically([this] {
-        dataResets_.fetch_add(1, std::memory_order_relaxed);
+        cachingGate_.beginReset();
         configStoreManager_->resetConfigData();
     });
 }
@@ -79,21 +116,51 @@ void ConfigAdapter::voidWhatIsUnderWay() {
     const tessel::ScopedLock untilACacheFileThatIsBegunIsWritten(cacheFileMutex_);
 }
 
+void ConfigAdapter::removeFiles() {
+    const bool hadProvisioningFile = FileUtils::fileExists(CacheFiles::provisioningPath());
+    removeFilesFromDirectory(FileUtils::getConfigDirectory());
+    // Where the cache folder was a link it has gone with the user's files, and what a provisioning link had set with
+    // it.
+    if (hadProvisioningFile && configStoreManager_ != nullptr) {
+        if (const std::shared_ptr<CacheConfigStore> store = findProvisioningStore()) {
+            store->restoreFile();
+        }
+    }
+}
+
 void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
     const auto log = [](const std::string& text) {
         TesselLog(logger(), 4, __FILE__, __LINE__, "removeFilesFromDirectory", text);
     };
     std::vector<std::string> files;
     FileUtils::getFilesFromDirectory(directory, "", files);
+    FileRemover remover(directory);
     for (const std::string& file : files) {
         const std::string name = FileUtils::getFileName(file);
         if (DataReset::keeps(name)) {
             log("file will be excluded from reset deletion: [" + QuillCoreUtils::inOneLine(name) + "]");
             continue;
         }
-        FileUtils::removeFile(file);
+        removeFile(remover, file);
         log("file with name: [" + QuillCoreUtils::inOneLine(name) + "] deleted");
     }
+}
+
+std::vector<std::shared_ptr<ConfigStore>> ConfigAdapter::endDataReset() {
+    std::vector<std::shared_ptr<ConfigStore>> joined;
+    if (configStoreManager_ == nullptr) {
+        return joined;
+    }
+    StoreList stores;
+    configStoreManager_->atomically([&] {
+        joined = cachingGate_.endReset();
+        stores = configStoreManager_->getStores();
+    });
+    // Without the lock: a store may end here.
+    std::erase_if(joined, [&](const std::shared_ptr<ConfigStore>& store) {
+        return std::find(stores.begin(), stores.end(), store) == stores.end();
+    });
+    return joined;
 }
 
 void ConfigAdapter::onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "xml/XmlConfigParser.h"
-
 CacheConfigStore::CacheConfigStore(std::string name, std::int32_t priority, std::string filePath)
     : XmlConfigStore(std::move(name), priority, true, std::move(filePath), true) {}
 
@@ -16,5 +14,25 @@ CacheConfigStore::CacheConfigStore(std::string name, std::int32_t priority, std:
 
 void CacheConfigStore::persistValues() {
     tessel::ScopedLock lock(fileMutex_);
-    XmlConfigParser::writeToFile(getFilePath(), *snapshot());
+    write(XmlConfigParser::Existing::Replace);
+}
+
+void CacheConfigStore::restoreFile() {
+    tessel::ScopedLock lock(fileMutex_);
+    write(XmlConfigParser::Existing::LeaveAlone);
+}
+
+bool CacheConfigStore::hasUnwrittenValues() {
+    tessel::ScopedLock lock(fileMutex_);
+    return fileLeft_.has_value() && *fileLeft_ == FileStamp::of(getFilePath());
+}
+
+void CacheConfigStore::write(XmlConfigParser::Existing existing) {
+    using Outcome = XmlConfigParser::Outcome;
+    const Outcome outcome = XmlConfigParser::write(getFilePath(), *snapshot(), existing);
+    if (outcome == Outcome::Written) {
+        fileLeft_.reset();
+    } else if (outcome != Outcome::LeftAlone) {
+        fileLeft_ = FileStamp::of(getFilePath());
+    }
 }

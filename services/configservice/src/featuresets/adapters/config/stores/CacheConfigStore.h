@@ -1,7 +1,11 @@
 #pragma once
 
+#include <optional>
+
+#include "stores/FileStamp.h"
 #include "stores/XmlConfigStore.h"
 #include "tessel/Mutex.h"
+#include "xml/XmlConfigParser.h"
 
 /// The copy of a remote store that survives a restart: an XmlConfigStore that can also write its file.
 class CacheConfigStore : public XmlConfigStore {
@@ -15,7 +19,18 @@ public:
     /// Writes the values to the file; the old file stays whole if that fails. Any thread; readers do not wait.
     void persistValues() override;
 
+    /// Writes the values if there is no file; one that is there may be another store's, with later values.
+    void restoreFile();
+
+    /// True if the last write failed and nobody has written the file since: these values are nowhere but in memory, and
+    /// what a new store would read is older.
+    bool hasUnwrittenValues();
+
 private:
+    void write(XmlConfigParser::Existing existing) TESSEL_REQUIRES(fileMutex_);
+
     // Held for a whole write, so that of two writes the later one holds the later values.
     tessel::Mutex fileMutex_;
+    /// The file that a failed write has left, or that there was none; nothing after a write that went well.
+    std::optional<FileStamp> fileLeft_ TESSEL_GUARDED_BY(fileMutex_);
 };

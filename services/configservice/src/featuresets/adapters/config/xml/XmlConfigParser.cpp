@@ -98,23 +98,30 @@ bool isSharedContent(const xmlNode* node) {
 }  // namespace
 
 bool XmlConfigParser::writeToFile(const std::string& path, const ConfigMap& values) {
+    return write(path, values, Existing::Replace) != Outcome::NotOpened;
+}
+
+XmlConfigParser::Outcome XmlConfigParser::write(const std::string& path, const ConfigMap& values, Existing existing) {
     createParentDirectory(path);
     const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
+    if (existing == Existing::LeaveAlone && QuillCoreUtils::FileUtils::fileExists(path)) {
+        return Outcome::LeftAlone;
+    }
     const std::string sibling = siblingOf(path);
     XmlFileWriter writer(sibling);
     if (!writer.isOpen()) {
-        return false;
+        return Outcome::NotOpened;
     }
     const bool written = writeCachedForm(writer, values);
     if (written && QuillCoreUtils::FileUtils::replaceFileDurably(sibling, path)) {
         TesselLog(logger(), 4, __FILE__, __LINE__, "writeToFile", "data written to file: " + path);
-        return true;
+        return Outcome::Written;
     }
     if (!written) {
         QuillCoreUtils::FileUtils::removeFile(sibling);
     }
     TesselLog(logger(), 2, __FILE__, __LINE__, "writeToFile", "data NOT written to file: " + path);
-    return true;
+    return Outcome::Failed;
 }
 
 bool XmlConfigParser::writeToFile(const std::string& path, const std::string& text) {

@@ -15,6 +15,17 @@
 /// value is its text, trimmed, or, if it has a child that is neither text nor CDATA, its own serialised mark-up.
 class XmlConfigParser {
 public:
+    /// What a write does where there is a file already.
+    enum class Existing { Replace, LeaveAlone };
+
+    /// What has become of a write.
+    enum class Outcome {
+        Written,    ///< the file holds the values
+        LeftAlone,  ///< there was a file, and it was to be left alone
+        NotOpened,  ///< the writer could not be opened
+        Failed,     ///< on the way; the file is as it was
+    };
+
     /// Writes a map in cached form: root "Corvid", its child "CachedConfig", an element for each key. A key that is no
     /// XML name is written all the same and makes the file unreadable; one that is empty is left out. A character that
     /// XML cannot hold is written as U+FFFD, with a level 3 line that names the key. The parent folder is made if it
@@ -22,6 +33,10 @@ public:
     /// @return true if the writer could be opened. A write that fails later is logged at level 2 and leaves the old
     ///         file.
     static bool writeToFile(const std::string& path, const ConfigMap& values);
+
+    /// The same, and tells more. Among those who write through this class, nobody gets between the look whether there
+    /// is a file and the write.
+    static Outcome write(const std::string& path, const ConfigMap& values, Existing existing);
 
     /// Writes a document's text, as libxml2 spells it, with the same promise.
     /// @return true if the text is a document and the file holds it.

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace QuillCoreUtils {
+
+class FolderCursor;
+
+/// Removes files below one folder, in trees of any depth and under paths of any length. No link on the way from the
+/// folder to a file is followed, also not one that has taken the place of a folder since the files were listed.
+/// For one thread.
+class FileRemover {
+public:
+    /// @param folder as it was given to FileUtils::getFilesFromDirectory(); may itself be a link.
+    explicit FileRemover(std::string folder);
+    ~FileRemover();
+
+    FileRemover(const FileRemover&) = delete;
+    FileRemover& operator=(const FileRemover&) = delete;
+
+    /// Removes a file, or a link itself; never a folder. Quickest in the order in which files are listed.
+    ///
+    /// Logs nothing, so that it may be called under a lock; see FileUtils::logRemoval().
+    /// @param file a full path as FileUtils::getFilesFromDirectory() has listed it.
+    /// @return 0, else the system's error number (errno); EINVAL for a file that is not below the folder.
+    int remove(const std::string& file);
+
+private:
+    const std::string folder_;  ///< with a separator at its end
+    const std::unique_ptr<FolderCursor> cursor_;
+};
+
+}  // namespace QuillCoreUtils
