@@ -104,13 +104,13 @@ std::string remarkOn(const KeyChange& change) {
 }  // namespace
 
 void printDelta(const std::vector<DeltaRow>& rows, bool reveal, Output& output) {
-    Table table({{"TYPE", 0},
-                 {"KEY", 0},
-                 {"STORE", 0},
-                 {"VALUE", VALUE_COLUMNS},
-                 {"STORE BELOW", 0},
-                 {"ITS VALUE", VALUE_COLUMNS},
-                 {"REMARKS", 0}});
+    Table table({{"TYPE", 0, false, 10},
+                 {"KEY", 0, false, 18},
+                 {"STORE", 0, false, 14, 1},
+                 {"VALUE", VALUE_COLUMNS, false, 10},
+                 {"STORE BELOW", 0, false, 14, 2},
+                 {"ITS VALUE", VALUE_COLUMNS, false, 10},
+                 {"REMARKS", 0, false, 20, 3}});
     for (const DeltaRow& row : rows) {
         const std::string below = shownText(row.belowValue, row.isSensitive, reveal);
         table.addRow({{nameOf(row.type), styleOf(row.type)},
@@ -127,7 +127,12 @@ void printDelta(const std::vector<DeltaRow>& rows, bool reveal, Output& output) 
 void printDifferences(const std::vector<ContentsDifference>& differences, const std::string& a, const std::string& b,
                       bool reveal, Output& output) {
     output.out << "- only in " << escaped(a) << " (A)   + only in " << escaped(b) << " (B)   ~ different values\n\n";
-    Table table({{"", 0}, {"KEY", 0}, {"A", VALUE_COLUMNS}, {"B", VALUE_COLUMNS}, {"A'S STORE", 0}, {"B'S STORE", 0}});
+    Table table({{"", 0},
+                 {"KEY", 0, false, 18},
+                 {"A", VALUE_COLUMNS, false, 12},
+                 {"B", VALUE_COLUMNS, false, 12},
+                 {"A'S STORE", 0, false, 16, 1},
+                 {"B'S STORE", 0, false, 16, 2}});
     const auto cell = [reveal](const ContentsDifference& difference, const std::optional<ContentsEntry>& entry) {
         return entry ? valueCell(shownText(entry->value, difference.isSensitive(), reveal)) : absent();
     };
@@ -145,12 +150,12 @@ void printDifferences(const std::vector<ContentsDifference>& differences, const 
 
 void printKeyChanges(const std::vector<KeyChange>& changes, Output& output) {
     Table table({{"CHANGE", 0},
-                 {"KEY", 0},
-                 {"BEFORE", VALUE_COLUMNS},
-                 {"FROM", 0},
-                 {"AFTER", VALUE_COLUMNS},
-                 {"FROM", 0},
-                 {"REMARKS", 0}});
+                 {"KEY", 0, false, 18},
+                 {"BEFORE", VALUE_COLUMNS, false, 12},
+                 {"FROM", 0, false, 14, 2},
+                 {"AFTER", VALUE_COLUMNS, false, 12},
+                 {"FROM", 0, false, 14, 1},
+                 {"REMARKS", 0, false, 20, 3}});
     for (const KeyChange& change : changes) {
         const Style style = styleOf(change.kind);
         table.addRow({{nameOf(change.kind), style},

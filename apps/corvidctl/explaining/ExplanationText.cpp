@@ -78,12 +78,12 @@ std::string ageOf(const StoreOrigin& origin, Moment now) { return origin.time ? 
 
 void printLayers(const Explanation& key, Moment now, Output& output) {
     Table table({{"STATE", 0},
-                 {"PRIORITY", 0, true},
-                 {"STORE", 0},
-                 {"KIND", 0},
-                 {"VALUE", VALUE_COLUMNS},
-                 {"WHERE", 0},
-                 {"AGE", 0}});
+                 {"PRIORITY", 0, true, 8, 3},
+                 {"STORE", 0, false, 20},
+                 {"KIND", 0, false, 9, 4},
+                 {"VALUE", VALUE_COLUMNS, false, 12},
+                 {"WHERE", 0, false, 18, 1},
+                 {"AGE", 0, false, 8, 2}});
     for (const KeyLayer& layer : key.layers) {
         if (layer.key != key.lookedUp.back()) {
             continue;  // no store holds it under the first name
@@ -191,7 +191,11 @@ void print(const Explanation& key, Moment now, Output& output) {
 }
 
 void print(const std::vector<Explanation>& keys, Output& output) {
-    Table table({{"KEY", 0}, {"STATE", 0}, {"VALUE", STACK_VALUE_COLUMNS}, {"STORE", 0}, {"WHERE", 0}});
+    Table table({{"KEY", 0, false, 18},
+                 {"STATE", 0},
+                 {"VALUE", STACK_VALUE_COLUMNS, false, 12},
+                 {"STORE", 0, false, 18},
+                 {"WHERE", 0, false, 18, 1}});
     for (const Explanation& key : keys) {
         bool isFirst = true;
         for (const KeyLayer& layer : key.layers) {
@@ -218,14 +222,14 @@ void print(const std::vector<Explanation>& keys, Output& output) {
 
 void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
     Table table({{"PRIORITY", 0, true},
-                 {"STORE", 0},
-                 {"ACCESS", 0},
-                 {"SCOPE", 0},
-                 {"COPY", 0},
+                 {"STORE", 0, false, 20},
+                 {"ACCESS", 0, false, 9, 3},
+                 {"SCOPE", 0, false, 7, 5},
+                 {"COPY", 0, false, 6, 4},
                  {"STATE", 0},
                  {"KEYS", 0, true},
-                 {"WINS", 0, true},
-                 {"WHERE", 0},
+                 {"WINS", 0, true, 4, 1},
+                 {"WHERE", 0, false, 18, 2},
                  {"AGE", 0}});
     for (const StoreReport& store : stores) {
         const bool failed = store.state == StoreState::Failed;

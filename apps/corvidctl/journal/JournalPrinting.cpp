@@ -50,7 +50,12 @@ void printBatch(Output& output, const JournalBatch& batch) {
 }
 
 void printChanges(Output& output, const std::vector<JournalBatch>& batches) {
-    Table table({{"TIME", 0}, {"CAUSE", 0}, {"KEY", 0}, {"FROM", VALUE_COLUMNS}, {"TO", VALUE_COLUMNS}, {"STORE", 0}});
+    Table table({{"TIME", 0, false, 24},
+                 {"CAUSE", 0, false, 12, 1},
+                 {"KEY", 0, false, 18},
+                 {"FROM", VALUE_COLUMNS, false, 12},
+                 {"TO", VALUE_COLUMNS, false, 12},
+                 {"STORE", 0, false, 14, 2}});
     for (const JournalBatch& batch : batches) {
         for (const JournalChange& change : batch.changes) {
             table.addRow({journaltext::timeText(batch.time),

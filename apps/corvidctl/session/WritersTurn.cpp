@@ -64,6 +64,9 @@ private:
 }  // namespace
 
 DirectoryUse directoryUseOf(const Invocation& invocation) {
+    if (invocation.dryRun) {
+        return DirectoryUse::None;
+    }
     constexpr auto uses = std::to_array<std::pair<std::string_view, DirectoryUse>>({
         {"set", DirectoryUse::Changes},
         {"unset", DirectoryUse::Changes},

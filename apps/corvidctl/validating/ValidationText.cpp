@@ -67,7 +67,8 @@ void printFinding(const std::string& file, const Finding& finding, Output& outpu
 }
 
 void printEntries(const ValidationView& view, Output& output) {
-    Table table({{"LINE", 0, true}, {"KEY", 0}, {"VALUE", VALUE_COLUMNS}, {"REMARKS", 0}});
+    Table table(
+        {{"LINE", 0, true}, {"KEY", 0, false, 32}, {"VALUE", VALUE_COLUMNS, false, 16}, {"REMARKS", 0, false, 9, 1}});
     for (const ValidationView::Entry& entry : view.entries) {
         const std::string markup = entry.isMarkup ? "mark-up" : "";
         const std::string between = entry.isMarkup && entry.isSensitive ? ", " : "";
