@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <regex>
+
 #include "fakes/TemporaryDirectory.h"
 
 using namespace corvidctl;
@@ -154,6 +156,19 @@ TEST_F(Sources, TellWhereAFileIsBroken) {
     EXPECT_EQ(origin.setAside, "");
     EXPECT_TRUE(directory_.exists("config/corvidLocalConfig.xml"));
     EXPECT_EQ(stateOf(origin, 0), StoreState::Failed);
+}
+
+TEST_F(Sources, QuoteNothingOfABrokenDocument) {
+    writeConfig("corvid-config-user.xml", "<c><g><ConnectionPassword>s3cret<w0rd&pa55;</ConnectionPassword></g></c>");
+    StoreSources sources = read();
+    EXPECT_EQ(std::regex_replace(sources.of("TftpOverrideConfigStore").origin.problem, std::regex("[0-9]+"), "N"),
+              "line N, column N: it is not well-formed XML");
+}
+
+TEST_F(Sources, CallAFolderInADocumentsPlaceAFailure) {
+    writeConfig("Cache/cachedTFTPConfigStore.xml/file", "");
+    StoreSources sources = read();
+    EXPECT_EQ(sources.of("cachedTFTPConfigStore.xml").origin.problem, "it cannot be read");
 }
 
 TEST_F(Sources, CallAFileOfTheWrongFormAFailure) {
