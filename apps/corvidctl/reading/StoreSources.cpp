@@ -1,6 +1,7 @@
 #include "reading/StoreSources.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -38,9 +39,15 @@ bool isThere(const std::string& file) {
     return fs::exists(file, error);
 }
 
+/// A pipe can be read once only, and by the module.
+bool canBeReadTwice(const std::string& file) {
+    std::error_code error;
+    return fs::is_regular_file(file, error);
+}
+
 bool isReadable(const std::string& file) {
     std::error_code error;
-    return !fs::is_directory(file, error) && std::ifstream(file, std::ios::binary).is_open();
+    return !fs::is_directory(file, error) && ::access(file.c_str(), R_OK) == 0;
 }
 
 /// Where the module puts a local file that it cannot read.
@@ -204,7 +211,7 @@ StoreSource& StoreSources::add(const std::string& store, const std::string& file
 
 void StoreSources::addDocument(const std::string& store, const std::string& file) {
     StoreSource& source = add(store, file);
-    if (source.origin.problem.empty() && !source.origin.isMissing) {
+    if (source.origin.problem.empty() && canBeReadTwice(file)) {
         noteDocument(source, inspectDocument(file));
     }
 }
@@ -219,7 +226,7 @@ void StoreSources::addLocalFile(const std::string& store, const std::string& fil
 
 void StoreSources::addBootstrapFile(const std::string& file) {
     StoreSource& source = add(ConfigStoreConstants::BOOTSTRAP_STORE_NAME, file);
-    if (!source.origin.problem.empty()) {
+    if (!source.origin.problem.empty() || !canBeReadTwice(file)) {
         return;
     }
     std::ifstream stream(file, std::ios::binary);

@@ -183,6 +183,14 @@ TEST_F(Sources, CallAFolderInTheBootstrapFilesPlaceAFailure) {
     EXPECT_EQ(sources.of("BootstrapConfigStore").origin.problem, "it cannot be read");
 }
 
+TEST_F(Sources, LeaveAPipeToTheModule) {
+    directory_.write("install/corvid-config-defaults.xml", "<Corvid/>");
+    ASSERT_EQ(mkfifo(directory_.path("install/bootstrap.properties").c_str(), 0600), 0);
+    StoreSources sources = read();
+    EXPECT_EQ(sources.of("BootstrapConfigStore").origin.problem, "");
+    EXPECT_THAT(sources.of("BootstrapConfigStore").keys, IsEmpty());
+}
+
 TEST_F(Sources, TellWhereTheModuleHasPutABrokenFile) {
     writeConfig("corvidLocalConfig.xml", "<Corvid>");
     StoreSources sources = read();
