@@ -1,6 +1,7 @@
 #include "reading/StoreSources.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -20,6 +21,8 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = StoreOrigin::Clock;
 
+constexpr const char* UNREADABLE = "it cannot be read";
+
 /// Nothing if there is no such file; of a link, that of what it leads to.
 std::optional<Clock::time_point> timeOf(const std::string& file) {
     struct stat status {};
@@ -36,15 +39,34 @@ bool isThere(const std::string& file) {
     return fs::exists(file, error);
 }
 
+/// A pipe can be read once only, and by the module.
+bool canBeReadTwice(const std::string& file) {
+    std::error_code error;
+    return fs::is_regular_file(file, error);
+}
+
+bool isReadable(const std::string& file) {
+    std::error_code error;
+    return !fs::is_directory(file, error) && ::access(file.c_str(), R_OK) == 0;
+}
+
 /// Where the module puts a local file that it cannot read.
 std::string backupOf(const std::string& file) { return file.substr(0, file.rfind('.')) + "-backup.xml"; }
 
-std::string withPlace(const DocumentReport::Finding& finding) {
-    if (finding.line == 0) {
+/// The words of the XML parser are left out: they quote the document, and that may be a secret.
+std::string textOf(const DocumentReport::Finding& finding) {
+    if (finding.kind != DocumentReport::Kind::Syntax) {
         return finding.text;
     }
+    return finding.line == 0 ? UNREADABLE : "it is not well-formed XML";
+}
+
+std::string withPlace(const DocumentReport::Finding& finding) {
+    if (finding.line == 0) {
+        return textOf(finding);
+    }
     const std::string column = finding.column == 0 ? std::string() : ", column " + std::to_string(finding.column);
-    return "line " + std::to_string(finding.line) + column + ": " + finding.text;
+    return "line " + std::to_string(finding.line) + column + ": " + textOf(finding);
 }
 
 KeySource sourceOf(const DocumentReport::Entry& entry) {
@@ -181,12 +203,15 @@ StoreSource& StoreSources::add(const std::string& store, const std::string& file
     source.origin.time = timeOf(file);
     source.origin.isMissing = !isThere(file);
     source.origin.isCached = isKeptCopy(store);
+    if (!source.origin.isMissing && !isReadable(file)) {
+        source.origin.problem = UNREADABLE;
+    }
     return source;
 }
 
 void StoreSources::addDocument(const std::string& store, const std::string& file) {
     StoreSource& source = add(store, file);
-    if (!source.origin.isMissing) {
+    if (source.origin.problem.empty() && canBeReadTwice(file)) {
         noteDocument(source, inspectDocument(file));
     }
 }
@@ -201,12 +226,10 @@ void StoreSources::addLocalFile(const std::string& store, const std::string& fil
 
 void StoreSources::addBootstrapFile(const std::string& file) {
     StoreSource& source = add(ConfigStoreConstants::BOOTSTRAP_STORE_NAME, file);
-    std::ifstream stream(file, std::ios::binary);
-    std::error_code error;
-    if (!source.origin.isMissing && (!stream.is_open() || fs::is_directory(file, error))) {
-        source.origin.problem = "it cannot be read";
+    if (!source.origin.problem.empty() || !canBeReadTwice(file)) {
         return;
     }
+    std::ifstream stream(file, std::ios::binary);
     std::string line;
     for (int number = 1; std::getline(stream, line); ++number) {
         noteBootstrapLine(source, line, number);

@@ -158,7 +158,8 @@ TEST_F(Tool, ExplainTellsAFileThatFailedToLoadAndWhereItWent) {
     EXPECT_THAT(explanation.at("layers").at(1).at("problem"), testing::StartsWith("line 3, column "));
     EXPECT_THAT(explanation.at("rules").at(0),
                 testing::ContainsRegex("^LocalFileConfigStore failed to load: corvidLocalConfig.xml, line 3, column "
-                                       ".*; the file was moved to corvidLocalConfig-backup.xml.$"));
+                                       "[0-9]+: it is not well-formed XML; the file was moved to "
+                                       "corvidLocalConfig-backup.xml.$"));
     EXPECT_THAT(run({"explain", "DockedWindow"}).out,
                 HasSubstr("An earlier corvidLocalConfig.xml could not be read; it was moved to "
                           "corvidLocalConfig-backup.xml.\n"));

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <regex>
+
 #include "fakes/TemporaryDirectory.h"
 
 using namespace corvidctl;
@@ -156,6 +158,19 @@ TEST_F(Sources, TellWhereAFileIsBroken) {
     EXPECT_EQ(stateOf(origin, 0), StoreState::Failed);
 }
 
+TEST_F(Sources, QuoteNothingOfABrokenDocument) {
+    writeConfig("corvid-config-user.xml", "<c><g><ConnectionPassword>s3cret<w0rd&pa55;</ConnectionPassword></g></c>");
+    StoreSources sources = read();
+    EXPECT_EQ(std::regex_replace(sources.of("TftpOverrideConfigStore").origin.problem, std::regex("[0-9]+"), "N"),
+              "line N, column N: it is not well-formed XML");
+}
+
+TEST_F(Sources, CallAFolderInADocumentsPlaceAFailure) {
+    writeConfig("Cache/cachedTFTPConfigStore.xml/file", "");
+    StoreSources sources = read();
+    EXPECT_EQ(sources.of("cachedTFTPConfigStore.xml").origin.problem, "it cannot be read");
+}
+
 TEST_F(Sources, CallAFileOfTheWrongFormAFailure) {
     writeConfig("corvid-config-user.xml", "<Corvid><userConfig name='A' value='1'/></Corvid>");
     StoreSources sources = read();
@@ -166,6 +181,14 @@ TEST_F(Sources, CallAFolderInTheBootstrapFilesPlaceAFailure) {
     directory_.write("install/bootstrap.properties/file", "");
     StoreSources sources = read();
     EXPECT_EQ(sources.of("BootstrapConfigStore").origin.problem, "it cannot be read");
+}
+
+TEST_F(Sources, LeaveAPipeToTheModule) {
+    directory_.write("install/corvid-config-defaults.xml", "<Corvid/>");
+    ASSERT_EQ(mkfifo(directory_.path("install/bootstrap.properties").c_str(), 0600), 0);
+    StoreSources sources = read();
+    EXPECT_EQ(sources.of("BootstrapConfigStore").origin.problem, "");
+    EXPECT_THAT(sources.of("BootstrapConfigStore").keys, IsEmpty());
 }
 
 TEST_F(Sources, TellWhereTheModuleHasPutABrokenFile) {
