@@ -157,6 +157,8 @@ TEST(TransportEnvironment, HasNoPartInTheKeysOfConnections) {
     support::ChildOptions options;
     options.environment["SSLKEYLOGFILE"] = keys;
     options.environment["GTEST_OUTPUT"] = "";
+    options.environment["GTEST_TOTAL_SHARDS"] = "1";
+    options.environment["GTEST_SHARD_INDEX"] = "0";
     const support::Ended child = support::runProgram(
         {std::filesystem::read_symlink("/proc/self/exe"), "--gtest_filter=TransferTls.TrustsTheExtraAuthority"},
         options);
