@@ -1,5 +1,6 @@
 #include "Expectations.h"
 
+#include "fakes/TftpConfigStoreTestAccess.h"
 #include "quill/StringUtils.h"
 
 using testing::ElementsAre;
@@ -11,12 +12,6 @@ void PrintTo(const DownloadJournal::Attempt& attempt, std::ostream* out) {
     *out << attempt.url << " " << ends[static_cast<int>(attempt.end)] << ", "
          << HttpDownloader::HttpDownloadResultEnum::describe(attempt.result);
 }
-
-/// Looks at what a store keeps to itself.
-struct TftpConfigStoreTestAccess {
-    /// A wait would tell nothing: it returns after 20 seconds in any case.
-    static bool isReady(TftpConfigStore& store) { return store.storeReady_.timedWait(0); }
-};
 
 namespace integration {
 
@@ -32,6 +27,7 @@ std::string fetchingLine(const std::string& url, const std::string& seconds) {
     return "*-----* Downloading file from: " + url + " with a timeout of " + seconds + " seconds.";
 }
 
+// A wait would tell nothing: it returns after 20 seconds in any case.
 bool isReleased(TftpConfigStore& store) { return TftpConfigStoreTestAccess::isReady(store); }
 
 void expectPassedOver(Client& client, const std::string& faulty, Result result, const std::string& healthy) {

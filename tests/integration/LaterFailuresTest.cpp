@@ -18,7 +18,7 @@ using testing::IsEmpty;
 namespace {
 
 const std::string GOOD = document({{"origin", "server"}, {"CtiServer1", "cti.example"}});
-const std::string BEGINNING = "HTTP/1.1 200 OK\r\n";
+const std::string STATUS_LINE = "HTTP/1.1 200 OK\r\n";
 
 /// The first answer is right, and all later ones go wrong.
 class LaterFailures : public testing::Test {
@@ -75,7 +75,7 @@ TEST_F(LaterFailures, LeaveTheCacheWhenTheBodyIsCutShort) {
     expectKept(
         [](ScriptedConnection& connection) {
             const std::string cut = document({{"origin", "cut"}});
-            connection.send(BEGINNING + "Content-Length: " + std::to_string(cut.size() + 1) + "\r\n\r\n" + cut);
+            connection.send(STATUS_LINE + "Content-Length: " + std::to_string(cut.size() + 1) + "\r\n\r\n" + cut);
         },
         BodyCut);
 }
@@ -83,7 +83,7 @@ TEST_F(LaterFailures, LeaveTheCacheWhenTheBodyIsCutShort) {
 TEST_F(LaterFailures, LeaveTheCacheWhenTheBodyIsTooLarge) {
     expectKept(
         [](ScriptedConnection& connection) {
-            connection.send(BEGINNING + "\r\n" + document({{"origin", "large"}}));
+            connection.send(STATUS_LINE + "\r\n" + document({{"origin", "large"}}));
             while (connection.send(std::string(std::size_t{64} * 1024, ' '))) {
             }
         },

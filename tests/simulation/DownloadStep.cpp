@@ -7,8 +7,6 @@ namespace simulation {
 
 namespace {
 
-std::string bracketed(const std::wstring& text) { return "[" + printable(text) + "]"; }
-
 std::string onOrOff(const std::string& what, bool on) { return "switch " + what + (on ? " on" : " off"); }
 
 std::string describeAnnouncement(const DownloadStep& step) {

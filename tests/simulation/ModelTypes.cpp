@@ -39,6 +39,8 @@ std::string printable(const std::wstring& text) {
     return out.str();
 }
 
+std::string bracketed(const std::wstring& text) { return "[" + printable(text) + "]"; }
+
 void ModelStore::put(const std::wstring& key, const std::wstring& text) {
     const auto [entry, isNew] = entries.try_emplace(folded(key), ModelEntry{key, text});
     if (!isNew) {

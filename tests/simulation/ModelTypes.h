@@ -15,6 +15,9 @@ std::string folded(const std::string& text);
 /// A text that a terminal can show: what is not printable ASCII becomes \x and its code.
 std::string printable(const std::wstring& text);
 
+/// The text, printable, in square brackets: so that spaces at its ends are seen.
+std::string bracketed(const std::wstring& text);
+
 /// An entry as a store keeps it: the spelling of its first writer, and the text.
 struct ModelEntry {
     std::wstring spelling;

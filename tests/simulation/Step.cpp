@@ -4,8 +4,6 @@ namespace simulation {
 
 namespace {
 
-std::string bracketed(const std::wstring& text) { return "[" + printable(text) + "]"; }
-
 std::string describeStore(const ModelStore& store) {
     std::string line = store.name + " at " + std::to_string(store.priority);
     line += store.readOnly ? ", read-only" : ", writable";

@@ -43,9 +43,9 @@ private:
     std::string before_;
 };
 
-void answer(ScriptedConnection& client) { client.respond(200, "<Corvid/>"); }
+void answerWell(ScriptedConnection& client) { client.respond(200, "<Corvid/>"); }
 
-ScriptedServer::Options tls(const callcontrol::Credentials& credentials) {
+ScriptedServer::Options withCredentials(const callcontrol::Credentials& credentials) {
     ScriptedServer::Options options;
     options.certificate = credentials.certificate;
     options.privateKey = credentials.privateKey;
@@ -80,7 +80,7 @@ TEST(TransportEnvironment, NamesNoProxyForThisMachine) {
     const std::string dead = deadProxy();
     const ScopedVariable http("http_proxy", dead), all("all_proxy", dead), https("https_proxy", dead);
     const ScopedVariable none("no_proxy", "");
-    ScriptedServer server(answer);
+    ScriptedServer server(answerWell);
     const std::string port = std::to_string(server.port());
     EXPECT_EQ(downloadFrom("http://127.0.0.1:" + port), Success);
     EXPECT_EQ(downloadFrom("http://localhost:" + port), Success);
@@ -88,7 +88,7 @@ TEST(TransportEnvironment, NamesNoProxyForThisMachine) {
 }
 
 TEST(TransportEnvironment, NamesTheProxyForOtherMachines) {
-    ScriptedServer proxy(answer);
+    ScriptedServer proxy(answerWell);
     const ScopedVariable http("http_proxy", proxy.url()), none("no_proxy", "");
     EXPECT_EQ(downloadFrom("http://server.invalid/file.xml"), Success);
     EXPECT_EQ(sendTo("http://server.invalid/version"), Success);
@@ -101,7 +101,7 @@ TEST(TransportEnvironment, NamesNoProxyForThisMachineOverHttps) {
     const ScopedVariable https("https_proxy", dead), all("all_proxy", dead), none("no_proxy", "");
     const fakes::TemporaryDirectory directory;
     const callcontrol::CertificateAuthority authority;
-    ScriptedServer server(answer, tls(authority.issue({{"127.0.0.1", "localhost"}})));
+    ScriptedServer server(answerWell, withCredentials(authority.issue({{"127.0.0.1", "localhost"}})));
     platform::CurlTransport transport(directory.write("ca.pem", authority.certificate()));
     EXPECT_EQ(download(transport, server.url()).result, Success);
     EXPECT_EQ(download(transport, "https://localhost:" + std::to_string(server.port())).result, Success);
@@ -130,7 +130,7 @@ TEST(TransportEnvironment, LendsNoPasswords) {
     const fakes::TemporaryDirectory home;
     home.write(".netrc", "machine 127.0.0.1 login user password s3cret\n");
     const ScopedVariable variable("HOME", home.path(""));
-    ScriptedServer server(answer);
+    ScriptedServer server(answerWell);
     EXPECT_EQ(downloadFrom(server.url()), Success);
     EXPECT_THAT(server.requests().at(0), Not(HasSubstr("Authorization")));
 }
@@ -140,8 +140,8 @@ TEST(TransportEnvironment, KeepsTheSystemsAuthoritiesBesideTheExtraFile) {
     const fakes::ScopedRecordingLog log;
     const callcontrol::CertificateAuthority system, extra;
     const ScopedVariable variable("SSL_CERT_FILE", directory.write("system.pem", system.certificate()));
-    ScriptedServer first(answer, tls(system.issue({{"127.0.0.1"}})));
-    ScriptedServer second(answer, tls(extra.issue({{"127.0.0.1"}})));
+    ScriptedServer first(answerWell, withCredentials(system.issue({{"127.0.0.1"}})));
+    ScriptedServer second(answerWell, withCredentials(extra.issue({{"127.0.0.1"}})));
     platform::CurlTransport both(directory.write("extra.pem", extra.certificate()));
     EXPECT_EQ(download(both, first.url()).result, Success);
     EXPECT_EQ(download(both, second.url()).result, Success);
@@ -157,6 +157,8 @@ TEST(TransportEnvironment, HasNoPartInTheKeysOfConnections) {
     support::ChildOptions options;
     options.environment["SSLKEYLOGFILE"] = keys;
     options.environment["GTEST_OUTPUT"] = "";
+    options.environment["GTEST_TOTAL_SHARDS"] = "1";
+    options.environment["GTEST_SHARD_INDEX"] = "0";
     const support::Ended child = support::runProgram(
         {std::filesystem::read_symlink("/proc/self/exe"), "--gtest_filter=TransferTls.TrustsTheExtraAuthority"},
         options);
@@ -166,7 +168,7 @@ TEST(TransportEnvironment, HasNoPartInTheKeysOfConnections) {
 }
 
 TEST(TransportEnvironment, SendsNoSignalOfABrokenPipeToTheThreads) {
-    ScriptedServer server(answer);
+    ScriptedServer server(answerWell);
     platform::CurlTransport transport("");
     bool onTransfers = false;
     bool onCompletions = false;

@@ -19,7 +19,7 @@ using testing::Each;
 
 namespace {
 
-constexpr long MUCH_TOO_LONG = 3600;
+constexpr long LONGER_THAN_A_STOP = 3600;
 
 class TransportStop : public testing::Test {
 protected:
@@ -36,7 +36,7 @@ TEST_F(TransportStop, EndsTheTransfersThatRun) {
                          silent.url(),
                          {},
                          [&](std::string&, HttpDownloadResult result) { results.push_back(result); },
-                         MUCH_TOO_LONG});
+                         LONGER_THAN_A_STOP});
     }
     silent.waitForRequests(3);
     transport.stop();
@@ -49,10 +49,10 @@ TEST_F(TransportStop, EndsWhatCompletionsStartMeanwhile) {
     HttpDownloader::HttpDownloader::Completion again = [&](std::string&, HttpDownloadResult result) {
         EXPECT_EQ(result, Cancelled);
         if (++runs < 5) {
-            EXPECT_TRUE(transport.start({1, silent.url(), {}, again, MUCH_TOO_LONG}));
+            EXPECT_TRUE(transport.start({1, silent.url(), {}, again, LONGER_THAN_A_STOP}));
         }
     };
-    transport.start({1, silent.url(), {}, again, MUCH_TOO_LONG});
+    transport.start({1, silent.url(), {}, again, LONGER_THAN_A_STOP});
     silent.waitForRequests(1);
     transport.stop();
     EXPECT_EQ(runs, 5);
@@ -67,11 +67,11 @@ TEST_F(TransportStop, EndsARequestThatACompletionWaitsFor) {
                      {},
                      [&](std::string&, HttpDownloadResult) {
                          const tessel::http::Request request(silent.url());
-                         request.getOptions()->requestTimeout = MUCH_TOO_LONG * 1000;
+                         request.getOptions()->requestTimeout = LONGER_THAN_A_STOP * 1000;
                          tessel::http::Response response;
                          asked = transport.send(request, response);
                      },
-                     MUCH_TOO_LONG});
+                     LONGER_THAN_A_STOP});
     silent.waitForRequests(1);
     transport.stop();
     EXPECT_EQ(asked, Cancelled);
@@ -80,8 +80,8 @@ TEST_F(TransportStop, EndsARequestThatACompletionWaitsFor) {
 TEST_F(TransportStop, TakesNoTransferAfterwards) {
     transport.stop();
     const auto held = std::make_shared<int>();
-    EXPECT_FALSE(
-        transport.start({1, silent.url(), {}, [held](std::string&, HttpDownloadResult) { FAIL(); }, MUCH_TOO_LONG}));
+    EXPECT_FALSE(transport.start(
+        {1, silent.url(), {}, [held](std::string&, HttpDownloadResult) { FAIL(); }, LONGER_THAN_A_STOP}));
     EXPECT_EQ(held.use_count(), 1);
     transport.cancel(1);
     EXPECT_EQ(silent.connections(), 0U);
@@ -96,7 +96,7 @@ TEST_F(TransportStop, SendsNoRequestAfterwards) {
 
 TEST_F(TransportStop, IsDoneByManyAtOnceAndAgain) {
     Download download;
-    transport.start(download.transfer(silent.url(), 1, MUCH_TOO_LONG));
+    transport.start(download.transfer(silent.url(), 1, LONGER_THAN_A_STOP));
     std::vector<std::thread> stoppers;
     for (int i = 0; i < 4; ++i) {
         stoppers.emplace_back([&] { transport.stop(); });
@@ -112,7 +112,7 @@ TEST_F(TransportStop, IsDoneByTheDestructor) {
     std::atomic<int> runs = 0;
     {
         platform::CurlTransport shortLived("");
-        shortLived.start({1, silent.url(), {}, [&](std::string&, HttpDownloadResult) { ++runs; }, MUCH_TOO_LONG});
+        shortLived.start({1, silent.url(), {}, [&](std::string&, HttpDownloadResult) { ++runs; }, LONGER_THAN_A_STOP});
     }
     EXPECT_EQ(runs, 1);
 }
@@ -125,7 +125,7 @@ TEST_F(TransportStop, LosesNoTransferThatComesAtTheSameTime) {
     for (int i = 0; i < 2; ++i) {
         starters.emplace_back([&] {
             const auto count = [&](std::string&, HttpDownloadResult) { ++completed; };
-            for (int n = 0; n < 300 && transport.start({1, silent.url(), {}, count, MUCH_TOO_LONG}); ++n) {
+            for (int n = 0; n < 300 && transport.start({1, silent.url(), {}, count, LONGER_THAN_A_STOP}); ++n) {
                 ++taken;
                 if (n == 0) {
                     begun.count_down();

@@ -12,7 +12,7 @@ using ::testing::IsEmpty;
 
 namespace {
 
-class Observer : public UnifiedBusinessObjectObserver {};
+class Nobody : public UnifiedBusinessObjectObserver {};
 
 class Object : public UnifiedBusinessObjectImpl {
 public:
@@ -38,9 +38,9 @@ struct World {
 
 TEST(UnifiedBusinessObjectImpl, KeepsObserversInTheOrderOfTheirRegistration) {
     Object object(nullptr, "Object");
-    const auto first = std::make_shared<Observer>();
-    const auto second = std::make_shared<Observer>();
-    const auto third = std::make_shared<Observer>();
+    const auto first = std::make_shared<Nobody>();
+    const auto second = std::make_shared<Nobody>();
+    const auto third = std::make_shared<Nobody>();
     object.addObserver(first);
     object.addObserver(second);
     object.addObserver(third);
@@ -50,7 +50,7 @@ TEST(UnifiedBusinessObjectImpl, KeepsObserversInTheOrderOfTheirRegistration) {
 
 TEST(UnifiedBusinessObjectImpl, CountsAnObserverOnce) {
     Object object(nullptr, "Object");
-    const auto observer = std::make_shared<Observer>();
+    const auto observer = std::make_shared<Nobody>();
     object.addObserver(observer);
     object.addObserver(observer);
     EXPECT_THAT(object.lockObservers(), ElementsAre(observer));
@@ -60,18 +60,18 @@ TEST(UnifiedBusinessObjectImpl, CountsAnObserverOnce) {
 
 TEST(UnifiedBusinessObjectImpl, TakesTheRemovalOfAStrangerAndDeadReferences) {
     Object object(nullptr, "Object");
-    const auto observer = std::make_shared<Observer>();
+    const auto observer = std::make_shared<Nobody>();
     object.addObserver(observer);
     object.addObserver({});
-    object.removeObserver(std::make_shared<Observer>());
+    object.removeObserver(std::make_shared<Nobody>());
     object.removeObserver({});
     EXPECT_THAT(object.lockObservers(), ElementsAre(observer));
 }
 
 TEST(UnifiedBusinessObjectImpl, HoldsObserversWeaklyAndForgetsDeadOnes) {
     Object object(nullptr, "Object");
-    auto first = std::make_shared<Observer>();
-    const auto second = std::make_shared<Observer>();
+    auto first = std::make_shared<Nobody>();
+    const auto second = std::make_shared<Nobody>();
     object.addObserver(first);
     object.addObserver(second);
     first.reset();
@@ -80,10 +80,10 @@ TEST(UnifiedBusinessObjectImpl, HoldsObserversWeaklyAndForgetsDeadOnes) {
 
 TEST(UnifiedBusinessObjectImpl, KeepsObserversAliveForAFire) {
     Object object(nullptr, "Object");
-    auto observer = std::make_shared<Observer>();
+    auto observer = std::make_shared<Nobody>();
     object.addObserver(observer);
     const auto fired = object.lockObservers();
-    const std::weak_ptr<Observer> watch = observer;
+    const std::weak_ptr<Nobody> watch = observer;
     observer.reset();
     EXPECT_FALSE(watch.expired());
 }
@@ -94,7 +94,7 @@ TEST(UnifiedBusinessObjectImpl, TakesObserversFromManyThreads) {
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             for (int j = 0; j < 100; ++j) {
-                const auto observer = std::make_shared<Observer>();
+                const auto observer = std::make_shared<Nobody>();
                 object.addObserver(observer);
                 EXPECT_FALSE(object.lockObservers().empty());
                 object.removeObserver(observer);

@@ -3,17 +3,13 @@
 
 #include "DownloadFixture.h"
 #include "OnceClient.h"
+#include "fakes/TftpConfigStoreTestAccess.h"
 
 using testing::Contains;
 
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
-
-/// What no caller of the remote store can see.
-struct TftpConfigStoreTestAccess {
-    static bool isReady(TftpConfigStore& store) { return store.storeReady_.timedWait(0); }
-};
 
 namespace {
 

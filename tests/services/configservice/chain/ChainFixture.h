@@ -14,6 +14,9 @@
 #include "fakes/ScopedWorld.h"
 #include "fakes/ScriptedStore.h"
 
+/// What a store that is to write its file puts into the task queue.
+inline const std::string PERSIST = "ConfigStore::persistValues";
+
 /// A manager over scripted stores, with one observer that has heard nothing yet, and a task queue that a test steps.
 class ChainFixture : public testing::Test {
 protected:

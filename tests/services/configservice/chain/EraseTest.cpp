@@ -8,8 +8,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string PERSIST = "ConfigStore::persistValues";
-
 class Erase : public ChainFixture {
 protected:
     std::shared_ptr<fakes::ScriptedStore> user = makeStore("User", 100);

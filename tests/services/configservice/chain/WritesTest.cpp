@@ -9,8 +9,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string PERSIST = "ConfigStore::persistValues";
-
 class Writes : public ChainFixture {
 protected:
     std::shared_ptr<fakes::ScriptedStore> user = makeStore("LocalFileConfigStore", 100);

@@ -15,8 +15,8 @@ using Cycle = DownloadJournal::Cycle;
 using CycleEnd = DownloadJournal::CycleEnd;
 using AttemptEnd = DownloadJournal::AttemptEnd;
 
-constexpr auto SUCCESS = HttpDownloader::HttpDownloadResultEnum::Success;
-constexpr auto TIMED_OUT = HttpDownloader::HttpDownloadResultEnum::TimedOut;
+constexpr auto DELIVERED = HttpDownloader::HttpDownloadResultEnum::Success;
+constexpr auto TOO_LATE = HttpDownloader::HttpDownloadResultEnum::TimedOut;
 
 class Journal : public testing::Test {
 protected:
@@ -82,13 +82,13 @@ TEST_F(Journal, KeepsAttemptsInTheirOrder) {
     journal.beginCycle(false);
     const auto first = beginAttempt("one");
     const auto second = beginAttempt("two");
-    journal.endAttempt(second, AttemptEnd::Delivered, SUCCESS);
-    journal.endAttempt(first, AttemptEnd::Failed, TIMED_OUT);
+    journal.endAttempt(second, AttemptEnd::Delivered, DELIVERED);
+    journal.endAttempt(first, AttemptEnd::Failed, TOO_LATE);
     const auto attempts = newest().attempts;
     ASSERT_THAT(attempts, SizeIs(2));
     EXPECT_EQ(attempts[0].address, "one");
     EXPECT_EQ(attempts[0].end, AttemptEnd::Failed);
-    EXPECT_EQ(attempts[0].result, TIMED_OUT);
+    EXPECT_EQ(attempts[0].result, TOO_LATE);
     EXPECT_EQ(attempts[1].end, AttemptEnd::Delivered);
 }
 
@@ -97,25 +97,25 @@ TEST_F(Journal, EndsAnAttemptOfACycleThatWasSuperseded) {
     const auto attempt = beginAttempt("one");
     journal.beginCycle(true);
     beginAttempt("two");
-    journal.endAttempt(attempt, AttemptEnd::Failed, TIMED_OUT);
+    journal.endAttempt(attempt, AttemptEnd::Failed, TOO_LATE);
     const auto cycles = journal.snapshot().cycles;
     EXPECT_EQ(cycles[0].attempts[0].end, AttemptEnd::Failed);
     EXPECT_EQ(cycles[1].attempts[0].end, AttemptEnd::Running);
 }
 
 TEST_F(Journal, IgnoresTheEndOfAnAttemptThatItDoesNotKnow) {
-    journal.endAttempt(0, AttemptEnd::Failed, TIMED_OUT);
+    journal.endAttempt(0, AttemptEnd::Failed, TOO_LATE);
     const auto early = beginAttempt("before any cycle");
     journal.beginCycle(false);
-    journal.endAttempt(early, AttemptEnd::Failed, TIMED_OUT);
+    journal.endAttempt(early, AttemptEnd::Failed, TOO_LATE);
     EXPECT_THAT(newest().attempts, IsEmpty());
 }
 
 TEST_F(Journal, IgnoresASecondEndOfAnAttempt) {
     journal.beginCycle(false);
     const auto attempt = beginAttempt("one");
-    journal.endAttempt(attempt, AttemptEnd::Delivered, SUCCESS);
-    journal.endAttempt(attempt, AttemptEnd::Failed, TIMED_OUT);
+    journal.endAttempt(attempt, AttemptEnd::Delivered, DELIVERED);
+    journal.endAttempt(attempt, AttemptEnd::Failed, TOO_LATE);
     EXPECT_EQ(newest().attempts[0].end, AttemptEnd::Delivered);
 }
 
@@ -125,7 +125,7 @@ TEST_F(Journal, IgnoresTheEndOfAnAttemptThatHasFallenOutOfTheRecord) {
     for (std::size_t i = 0; i < DownloadJournal::MAX_CYCLES; ++i) {
         journal.beginCycle(false);
     }
-    journal.endAttempt(attempt, AttemptEnd::Failed, TIMED_OUT);
+    journal.endAttempt(attempt, AttemptEnd::Failed, TOO_LATE);
     EXPECT_THAT(journal.snapshot().cycles.front().attempts, IsEmpty());
 }
 
@@ -197,7 +197,7 @@ TEST_F(Journal, TellsItsListenerAfterEachChange) {
     journal.setListener([&] { cycles.push_back(journal.snapshot().cycles.size()); });
     journal.beginCycle(false);
     const auto attempt = beginAttempt("one");
-    journal.endAttempt(attempt, AttemptEnd::Failed, TIMED_OUT);
+    journal.endAttempt(attempt, AttemptEnd::Failed, TOO_LATE);
     journal.endVersionQuery(journal.beginVersionQuery("one"), "10");
     journal.endCycle(CycleEnd::Exhausted, 0);
     journal.beginWork();

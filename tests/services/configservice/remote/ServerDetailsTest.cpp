@@ -19,7 +19,7 @@ protected:
     }
 };
 
-const std::string NO_SUCCESS =
+const std::string NO_SUCCESS_YET =
     "shouldAttemptDownload: Allowing download. Reason: There has not already been a successful tftp file download.";
 
 }  // namespace
@@ -29,7 +29,7 @@ TEST_F(ServerDetailsChange, StartsADownloadOnThePool) {
     announce(*store, {L"one", L"two", L"", L"file.xml"});
     EXPECT_TRUE(store->isTftpConfigured());
     EXPECT_EQ(store->lastServerDetails(), (TftpServerDetails{L"one", L"two", L"", L"file.xml"}));
-    EXPECT_THAT(lines(4), ElementsAre(NO_SUCCESS));
+    EXPECT_THAT(lines(4), ElementsAre(NO_SUCCESS_YET));
     EXPECT_THAT(pool->allNames(), ElementsAre("processTftpInfoChanged task"));
     EXPECT_THAT(transport->startedUrls(), IsEmpty());
     pool->runAll();
@@ -174,7 +174,7 @@ TEST_F(ServerDetailsChange, IsJudgedWithoutChangingAnything) {
 TEST_F(ServerDetailsChange, ToNoServerAtAllIsActedOnOnce) {
     const auto store = makeObserved({});
     report(*store, L"TFTPPrimaryServer");
-    EXPECT_THAT(lines(4), ElementsAre(NO_SUCCESS));
+    EXPECT_THAT(lines(4), ElementsAre(NO_SUCCESS_YET));
     EXPECT_EQ(pool->runAll(), 1U);
     EXPECT_THAT(lines(3), ElementsAre("attemptTftpFileDownload: Failed to download TFTP config. No TFTP server address "
                                       "available in server queue."));

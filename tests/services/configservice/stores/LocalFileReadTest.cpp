@@ -6,7 +6,7 @@
 namespace storetests {
 namespace {
 
-const char* const logger = "LocalFileConfigStore";
+const char* const LOCAL_FILE_STORE = "LocalFileConfigStore";
 
 class LocalFileReading : public StoreTest {
 protected:
@@ -25,9 +25,9 @@ TEST_F(LocalFileReading, LogsAMissingFileAndStartsEmpty) {
     LocalFileConfigStore store = open();
     EXPECT_TRUE(store.getKeys().empty());
     EXPECT_FALSE(store.readFromFile());
-    const Line line{3, logger, "readFromFile",
+    const Line line{3, LOCAL_FILE_STORE, "readFromFile",
                     "Read config FAILED, config file doesn't exist: " + path("") + "local.xml"};
-    EXPECT_THAT(linesOf(log_, logger), testing::ElementsAre(line, line));
+    EXPECT_THAT(linesOf(log_, LOCAL_FILE_STORE), testing::ElementsAre(line, line));
 }
 
 TEST_F(LocalFileReading, TakesTheUsersFileByItself) {
@@ -118,13 +118,14 @@ TEST_F(LocalFileReading, SetsAnInvalidFileAsideAndLogsItsContents) {
     EXPECT_EQ(contents(broken), Map{});
     EXPECT_FALSE(world_.directory().exists("local.xml"));
     EXPECT_EQ(read("local-backup.xml"), broken);
-    EXPECT_THAT(linesOf(log_, logger),
-                testing::ElementsAre(
-                    Line{2, logger, "readFromFile",
-                         "Error Invalid XML syntax detected - Unable to read localFileConfigStore "
-                         "configuration\nrenaming invalid file to: local-backup.xml and creating new blank "
-                         "XML document"},
-                    Line{2, logger, "readFromFile", "contents of invalid xml with string length: 40\n" + broken}));
+    EXPECT_THAT(
+        linesOf(log_, LOCAL_FILE_STORE),
+        testing::ElementsAre(
+            Line{2, LOCAL_FILE_STORE, "readFromFile",
+                 "Error Invalid XML syntax detected - Unable to read localFileConfigStore "
+                 "configuration\nrenaming invalid file to: local-backup.xml and creating new blank "
+                 "XML document"},
+            Line{2, LOCAL_FILE_STORE, "readFromFile", "contents of invalid xml with string length: 40\n" + broken}));
 }
 
 TEST_F(LocalFileReading, SaysTrueForAnInvalidFile) {
@@ -167,9 +168,9 @@ TEST_F(LocalFileReading, LogsABackupThatCannotBeMade) {
     std::filesystem::create_directories(path("local-backup.xml/full"));
     EXPECT_EQ(contents("not xml"), Map{});
     EXPECT_EQ(read("local.xml"), "not xml");
-    EXPECT_THAT(
-        linesOf(log_, logger),
-        testing::Contains(Line{2, logger, "readFromFile", "error creating backup file: " + path("local-backup.xml")}));
+    EXPECT_THAT(linesOf(log_, LOCAL_FILE_STORE),
+                testing::Contains(Line{2, LOCAL_FILE_STORE, "readFromFile",
+                                       "error creating backup file: " + path("local-backup.xml")}));
 }
 
 TEST_F(LocalFileReading, OverwritesAnInvalidFileThatCouldNotBeSetAside) {
