@@ -24,6 +24,11 @@ HiddenPlace placeOf(const std::string& store, const StoreSource& source, const s
     return {store, source.origin.shownFile, entry == nullptr ? 0 : entry->line};
 }
 
+/// The key that stores of configuration documents list and never answer for.
+bool isNeverFromDocuments(const std::wstring& key) {
+    return caseInsensitiveStringEquals(key, ConfigStoreConstants::certificateValidationEnabled);
+}
+
 /// The name of the store of which a store of this name is the kept copy.
 std::string copiedStore(const std::string& copy) {
     const std::size_t around = CacheFiles::nameFor({}).size();
@@ -121,14 +126,12 @@ KeyLayer Explainer::layerOf(const LayerView& view) const {
 }
 
 bool Explainer::isIgnored(const LayerView& view) const {
-    const std::wstring& never = ConfigStoreConstants::certificateValidationEnabled;
-    if (view.holdsKey || !caseInsensitiveStringEquals(toWideString(view.key), never)) {
+    if (view.holdsKey || !isNeverFromDocuments(toWideString(view.key))) {
         return false;
     }
     const std::shared_ptr<ConfigStore> store = chain_.findStore(view.store);
     const std::vector<std::wstring> keys = store == nullptr ? std::vector<std::wstring>() : store->getKeys();
-    return std::any_of(keys.begin(), keys.end(),
-                       [&never](const std::wstring& key) { return caseInsensitiveStringEquals(key, never); });
+    return std::any_of(keys.begin(), keys.end(), isNeverFromDocuments);
 }
 
 bool Explainer::isShared(const std::wstring& key) const {
