@@ -83,6 +83,7 @@ TEST_F(Diff, ShowsEqualKeysWhenAsked) {
     }
     const support::Ended ended = run({"diff", "--all", "live", "live"});
     EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("   ~ different values   = equal values\n\n"));
     EXPECT_THAT(ended.out, HasSubstr("=  DockedWindow"));
     EXPECT_THAT(ended.out, testing::EndsWith("Nothing differs: 7 keys are the same.\n"));
 }
