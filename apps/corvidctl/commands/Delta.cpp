@@ -8,6 +8,8 @@
 #include "comparing/ComparingAnswers.h"
 #include "comparing/ComparingText.h"
 #include "comparing/DeltaTypes.h"
+#include "comparing/Rehearsal.h"
+#include "output/InterruptibleOutput.h"
 #include "reading/KeySelection.h"
 #include "session/Session.h"
 
@@ -36,9 +38,13 @@ void printLeftOut(std::size_t extended, Output& output) {
 int runDelta(const Invocation& invocation, Output& output) {
     const std::set<DeltaType> types = chosenDeltaTypes(invocation.types);
     std::vector<DeltaRow> rows;
-    Session session(invocation);
-    session.work([&](Session::Inside& inside) { rows = collect(invocation, inside); });
-    session.finish();
+    Rehearsal rehearsal(output);
+    const InterruptibleOutput interruptibly(output, rehearsal.interruption());
+    rehearsal.run("reading the configuration …", [&] {
+        Session session(invocation);
+        session.work([&](Session::Inside& inside) { rows = collect(invocation, inside); });
+        session.finish();
+    });
 
     const auto extended = static_cast<std::size_t>(
         std::count_if(rows.begin(), rows.end(), [](const DeltaRow& row) { return row.type == DeltaType::Extended; }));

@@ -1,5 +1,6 @@
 #include "comparing/ComparingText.h"
 
+#include <algorithm>
 #include <ostream>
 
 #include "output/Text.h"
@@ -126,7 +127,11 @@ void printDelta(const std::vector<DeltaRow>& rows, bool reveal, Output& output) 
 
 void printDifferences(const std::vector<ContentsDifference>& differences, const std::string& a, const std::string& b,
                       bool reveal, Output& output) {
-    output.out << "- only in " << escaped(a) << " (A)   + only in " << escaped(b) << " (B)   ~ different values\n\n";
+    const bool hasEqual = std::any_of(differences.begin(), differences.end(), [](const ContentsDifference& difference) {
+        return difference.kind == ContentsDifference::Kind::Equal;
+    });
+    output.out << "- only in " << escaped(a) << " (A)   + only in " << escaped(b) << " (B)   ~ different values"
+               << (hasEqual ? "   = equal values\n\n" : "\n\n");
     Table table({{"", 0},
                  {"KEY", 0, false, 18},
                  {"A", VALUE_COLUMNS, false, 12},

@@ -10,8 +10,9 @@
 
 namespace corvidctl {
 
-/// What a command needs that tries something out on a throw-away copy: an interruption is noticed between the steps, so
-/// that the copy is removed, and a step that takes long is shown. To be made before any session.
+/// What a command needs that takes its time, most of all one that tries something out on a throw-away copy: an
+/// interruption is noticed between the steps, so that the copy is removed, and a step that takes long is shown. To be
+/// made before any session.
 class Rehearsal {
 public:
     explicit Rehearsal(Output& output);

@@ -42,9 +42,10 @@ std::optional<StorePlace> placeOf(const std::string& store) {
     return isNameOfCachedCopy(store) ? std::optional(StorePlace::CachedCopy) : std::nullopt;
 }
 
+/// A pipe is none: the file is read more than once.
 bool isReadableFile(const std::string& path) {
     std::error_code error;
-    return fs::exists(path, error) && !fs::is_directory(path, error) && access(path.c_str(), R_OK) == 0;
+    return fs::is_regular_file(path, error) && access(path.c_str(), R_OK) == 0;
 }
 
 /// Reads the options one after the other until one does not fit.

@@ -83,6 +83,7 @@ TEST_F(Diff, ShowsEqualKeysWhenAsked) {
     }
     const support::Ended ended = run({"diff", "--all", "live", "live"});
     EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("   ~ different values   = equal values\n\n"));
     EXPECT_THAT(ended.out, HasSubstr("=  DockedWindow"));
     EXPECT_THAT(ended.out, testing::EndsWith("Nothing differs: 7 keys are the same.\n"));
 }
@@ -99,7 +100,7 @@ TEST_F(Diff, ReadsDocumentsOfEveryForm) {
 
 TEST_F(Diff, TakesOldNamesForTheirCurrentOnes) {
     directory_.write("a.properties", "TftpServer1: one\n");
-    directory_.write("b.xml", "<c><g><TFTPPrimaryServer>one</TFTPPrimaryServer><TftpServer1>two</TftpServer1></g></c>");
+    directory_.write("b.xml", "<c><g><TftpServer1>two</TftpServer1><TFTPPrimaryServer>one</TFTPPrimaryServer></g></c>");
     EXPECT_EQ(run({"diff", directory_.path("a.properties"), directory_.path("b.xml")}).status, 0);
     EXPECT_EQ(run({"diff", "BootstrapConfigStore", directory_.path("install/bootstrap.properties")}).status, 0);
 }

@@ -340,3 +340,19 @@ TEST_F(Tool, UnsetGivesScriptsTheStoresThatHeldTheKey) {
     EXPECT_EQ(nothing.at("isEffective"), false);
     EXPECT_EQ(nothing.at("file"), nullptr);
 }
+
+TEST_F(Tool, SetTellsWhyTheDiskTookNothing) {
+    const std::string before = configFile("corvidLocalConfig.xml");
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c",
+         "trap '' XFSZ; ulimit -f 0; exec \"$0\" --json --config-dir \"$1\" --install-dir \"$2\" set "
+         "DockedWindow true",
+         CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, HasSubstr("corvidctl: DockedWindow could not be written to " + directory_.path("config") +
+                                       ": File too large\n"));
+    const json value = json::parse(ended.out);
+    EXPECT_EQ(value.at("storedIn"), "LocalFileConfigStore");
+    EXPECT_EQ(value.at("isPersisted"), false);
+    EXPECT_EQ(configFile("corvidLocalConfig.xml"), before);
+}

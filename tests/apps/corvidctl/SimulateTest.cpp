@@ -76,6 +76,20 @@ TEST_F(Simulate, PrintsATableForPeople) {
                          "2 keys would change: 1 added, 1 changed.\n");
 }
 
+TEST_F(Simulate, RemarksOnTheAdministratorsValueWhereItIsNotTheOneThatIsRead) {
+    const std::string defaults = write(localFile({{"DockedWindow", "never"}, {"LaunchOnSystemStartup", "true"}}));
+    EXPECT_EQ(simulated({"--replace", "corvid-config-defaults.xml=" + defaults}).out,
+              "CHANGE    KEY                    BEFORE  FROM                        AFTER  FROM                        "
+              "REMARKS\n"
+              "original  DockedWindow           false   LocalFileConfigStore        false  LocalFileConfigStore        "
+              "administrator's value: \"true\", from corvid-config-defaults.xml -> \"never\", from "
+              "corvid-config-defaults.xml\n"
+              "changed   LaunchOnSystemStartup  false   corvid-config-defaults.xml  true   corvid-config-defaults.xml\n"
+              "2 keys would change: 1 changed, 1 original.\n");
+    EXPECT_THAT(simulated({"--unset", "DockedWindow"}).out, HasSubstr("  no longer overridden\n"));
+    EXPECT_THAT(simulated({"--set", "LaunchOnSystemStartup=x"}).out, HasSubstr("  overridden from then on\n"));
+}
+
 TEST_F(Simulate, GivesScriptsBothSidesOfAChange) {
     const json rows = json::parse(simulated({"--unset", "DockedWindow"}, "json").out);
     EXPECT_EQ(rows, json::array({{{"change", "changed"},

@@ -1,5 +1,7 @@
 #include "comparing/SimulationPlan.h"
 
+#include <sys/stat.h>
+
 #include "Tool.h"
 
 using namespace corvidctl;
@@ -80,8 +82,11 @@ TEST_F(Plan, RefusesAFileThatCannotBeRead) {
     invocation_.replaced = {"LocalFileConfigStore=" + directory_.path("no")};
     EXPECT_EQ(problem(),
               "--replace 'LocalFileConfigStore=" + directory_.path("no") + "': expected a file that can be read");
-    invocation_.replaced = {"LocalFileConfigStore=" + directory_.path()};
-    EXPECT_THAT(problem(), HasSubstr("expected a file that can be read"));
+    ASSERT_EQ(mkfifo(directory_.path("pipe").c_str(), 0600), 0);
+    for (const std::string& path : {directory_.path(), directory_.path("pipe")}) {
+        invocation_.replaced = {"LocalFileConfigStore=" + path};
+        EXPECT_THAT(problem(), HasSubstr("expected a file that can be read"));
+    }
 }
 
 TEST_F(Plan, RefusesAStoreThatIsNamedTwice) {
