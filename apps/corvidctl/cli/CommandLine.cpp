@@ -41,6 +41,15 @@ std::string namesOfCommands() {
     return names;
 }
 
+/// What somebody may have meant who typed a word in the place of a command.
+std::vector<std::string> possibleFirstWords() {
+    std::vector<std::string> words = commandNames();
+    for (const OptionDefinition& option : answeringOptions()) {
+        words.push_back(namesOf(option).back());
+    }
+    return words;
+}
+
 /// The long names of the options that stand before any command, or with one.
 std::vector<std::string> optionNames(const CommandDefinition* command) {
     std::vector<std::string> names;
@@ -162,7 +171,7 @@ CommandLine unknownWord(const std::string& word, const CommandDefinition* comman
     const bool isOption = word.size() > 1 && word.front() == '-';
     const std::string what = std::string("unknown ") + (isOption ? "option" : "command") + " '" + word + "'";
     const std::string name = word.substr(0, word.find('='));
-    if (const auto meant = closest(name, isOption ? optionNames(command) : commandNames())) {
+    if (const auto meant = closest(name, isOption ? optionNames(command) : possibleFirstWords())) {
         return wrongUse(what + ", did you mean '" + *meant + "'?");
     }
     return wrongUse(what + (isOption ? ", expected one that --help lists" : ", expected one of: " + namesOfCommands()));

@@ -130,6 +130,7 @@ TEST_F(WrongUseTool, NamesAnUnknownOption) {
 TEST_F(WrongUseTool, AsksWhetherACommandThatIsLikeItWasMeant) {
     expectRefused({"lsit"}, "unknown command 'lsit', did you mean 'list'?");
     expectRefused({"explian", "A"}, "unknown command 'explian', did you mean 'explain'?");
+    expectRefused({"help"}, "unknown command 'help', did you mean '--help'?");
     expectRefused({"completes"}, "unknown command 'completes', expected one of: " + COMMANDS);
 }
 

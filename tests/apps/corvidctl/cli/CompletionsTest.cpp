@@ -61,7 +61,9 @@ protected:
             directory_.path("here"),
             CORVIDCTL_PROGRAM};
         command.insert(command.end(), words.begin(), words.end());
-        const support::Ended ended = support::runProgram(command);
+        support::ChildProcess::Options options;
+        options.environment = {{"HOME", directory_.path()}, {"XDG_CONFIG_HOME", ""}};
+        const support::Ended ended = support::runProgram(command, options);
         EXPECT_EQ(ended.error, "");
         return linesOf(ended.out);
     }
@@ -154,9 +156,10 @@ TEST_F(Completions, OfBashOfferTheKeysOfTheDirectoriesThatAreNamed) {
         words.insert(words.begin(), named.begin(), named.end());
         return inBash(words);
     };
-    EXPECT_THAT(offered({"get", "DOCK"}), ElementsAre("DockedWindow"));
+    EXPECT_THAT(offered({"get", "ONLY"}), ElementsAre("onlymine"));
     EXPECT_THAT(offered({"get", "OnlyMine", ""}), IsEmpty());
     EXPECT_THAT(offered({"set", "OnlyMine", ""}), IsEmpty());
+    EXPECT_THAT(inBash({"get", "only"}), IsEmpty());
     EXPECT_THAT(offered({"list", "OnlyMine", "dock"}), ElementsAre("DockedWindow"));
     EXPECT_THAT(offered({"list", "--store", "Local"}), ElementsAre("LocalFileConfigStore"));
 }
@@ -195,7 +198,7 @@ TEST_F(Completions, OfZshCompleteWhatIsTyped) {
     support::Terminal::Options options;
     options.columns = 500;
     options.directory = directory_.path("here");
-    options.environment = {{"TERM", "dumb"}, {"PS1", "ready> "}, {"HOME", directory_.path()}, {"ZDOTDIR", ""}};
+    options.environment = {{"TERM", "dumb"}, {"PS1", "ready> "}, {"HOME", directory_.path()}, {"XDG_CONFIG_HOME", ""}};
     support::Terminal zsh({ZSH_PROGRAM, "-f", "-i"}, options);
     const auto run = [&zsh](const std::string& keys, const std::string& answer) {
         zsh.waitFor("ready> ");

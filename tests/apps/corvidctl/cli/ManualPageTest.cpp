@@ -78,6 +78,12 @@ TEST(ManualPage, TellsOfEveryCommandAndOption) {
     }
 }
 
+TEST(ManualPage, KeepsWhatIsToBeTypedAsItIsTyped) {
+    EXPECT_THAT(manualPage(), HasSubstr("\\fBcorvidctl list \\(aq*voicemail*\\(aq\\fR\n"));
+    EXPECT_THAT(manualPage(), HasSubstr("\\fBcorvidctl \\-o tsv list\\fR\n"));
+    EXPECT_THAT(manualPage(), HasSubstr("\\(ti/.config/fish/"));
+}
+
 TEST(ManualPage, TellsOfTheEnvironment) {
     const std::string text = read();
     for (const std::string name : {"XDG_CONFIG_HOME", "HOME", "NO_COLOR", "TERM", "TMPDIR"}) {
