@@ -10,7 +10,7 @@ using testing::IsEmpty;
 
 namespace {
 
-using Kind = ContentsDifference::Kind;
+using ContentsKind = ContentsDifference::Kind;
 
 Contents contents(const std::map<std::wstring, std::string>& values) {
     Contents result;
@@ -20,8 +20,8 @@ Contents contents(const std::map<std::wstring, std::string>& values) {
     return result;
 }
 
-std::vector<std::pair<std::wstring, Kind>> told(const std::vector<ContentsDifference>& differences) {
-    std::vector<std::pair<std::wstring, Kind>> pairs;
+std::vector<std::pair<std::wstring, ContentsKind>> told(const std::vector<ContentsDifference>& differences) {
+    std::vector<std::pair<std::wstring, ContentsKind>> pairs;
     for (const ContentsDifference& difference : differences) {
         pairs.emplace_back(difference.key, difference.kind);
     }
@@ -34,8 +34,8 @@ TEST(Contents, TellEveryKeyOfEitherSideInOrder) {
     const auto differences = differencesOf(contents({{L"Both", "1"}, {L"Left", "2"}, {L"Other", "3"}}),
                                            contents({{L"Both", "1"}, {L"Other", "4"}, {L"Right", "5"}}));
     EXPECT_THAT(told(differences),
-                ElementsAre(std::pair(L"Both", Kind::Equal), std::pair(L"Left", Kind::OnlyInA),
-                            std::pair(L"Other", Kind::Different), std::pair(L"Right", Kind::OnlyInB)));
+                ElementsAre(std::pair(L"Both", ContentsKind::Equal), std::pair(L"Left", ContentsKind::OnlyInA),
+                            std::pair(L"Other", ContentsKind::Different), std::pair(L"Right", ContentsKind::OnlyInB)));
     EXPECT_EQ(differences[1].a->value, "2");
     EXPECT_EQ(differences[1].b, std::nullopt);
     EXPECT_EQ(differences[2].a->value, "3");
@@ -45,11 +45,12 @@ TEST(Contents, TellEveryKeyOfEitherSideInOrder) {
 
 TEST(Contents, TakeKeysOfAnyCaseForOne) {
     EXPECT_THAT(told(differencesOf(contents({{L"KEY", "1"}}), contents({{L"key", "1"}}))),
-                ElementsAre(std::pair(L"KEY", Kind::Equal)));
+                ElementsAre(std::pair(L"KEY", ContentsKind::Equal)));
 }
 
 TEST(Contents, TellAnEmptyValueFromNone) {
-    EXPECT_THAT(told(differencesOf(contents({{L"A", ""}}), contents({}))), ElementsAre(std::pair(L"A", Kind::OnlyInA)));
+    EXPECT_THAT(told(differencesOf(contents({{L"A", ""}}), contents({}))),
+                ElementsAre(std::pair(L"A", ContentsKind::OnlyInA)));
     EXPECT_THAT(differencesOf({}, {}), IsEmpty());
 }
 
@@ -108,7 +109,7 @@ TEST(Contents, AgreeWithALookupOfEachKeyWhateverTheSides) {
             ASSERT_EQ(difference.a.has_value(), a.count(difference.key) == 1);
             ASSERT_EQ(difference.b.has_value(), b.count(difference.key) == 1);
             const bool isEqual = difference.a && difference.b && difference.a->value == difference.b->value;
-            ASSERT_EQ(difference.kind == Kind::Equal, isEqual);
+            ASSERT_EQ(difference.kind == ContentsKind::Equal, isEqual);
             ASSERT_EQ(rest.erase(difference.key), 1u);
         }
         ASSERT_THAT(rest, IsEmpty());

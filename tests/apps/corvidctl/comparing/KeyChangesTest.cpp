@@ -5,7 +5,7 @@ using testing::IsEmpty;
 
 namespace {
 
-using Kind = KeyChange::Kind;
+using ChangeKind = KeyChange::Kind;
 
 ValueView value(const std::string& text, const std::string& store) {
     ValueView view;
@@ -32,7 +32,7 @@ TEST(KeyChanges, TellNothingOfAKeyThatReadsTheSame) {
 
 TEST(KeyChanges, TellAKeyThatComes) {
     const KeyChange change = changeOf({}, {{L"Key", value("1", "S")}});
-    EXPECT_EQ(change.kind, Kind::Added);
+    EXPECT_EQ(change.kind, ChangeKind::Added);
     EXPECT_FALSE(change.before.isDefined);
     EXPECT_EQ(change.before.key, "Key");
     EXPECT_EQ(change.after.value, "1");
@@ -40,29 +40,29 @@ TEST(KeyChanges, TellAKeyThatComes) {
 
 TEST(KeyChanges, TellAKeyThatGoes) {
     const KeyChange change = changeOf({{L"Key", value("1", "S")}}, {});
-    EXPECT_EQ(change.kind, Kind::Removed);
+    EXPECT_EQ(change.kind, ChangeKind::Removed);
     EXPECT_EQ(change.before.value, "1");
     EXPECT_EQ(change.after.key, "Key");
 }
 
 TEST(KeyChanges, TellANewValueFromAnotherStoreAsChanged) {
-    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"key", value("2", "T")}}).kind, Kind::Changed);
+    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"key", value("2", "T")}}).kind, ChangeKind::Changed);
 }
 
 TEST(KeyChanges, TellTheSameValueFromAnotherStoreAsMoved) {
-    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", value("1", "T")}}).kind, Kind::Moved);
+    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", value("1", "T")}}).kind, ChangeKind::Moved);
 }
 
 TEST(KeyChanges, TellWhatChangesBehindTheValue) {
     ValueView other = value("1", "S");
     other.originalValue = "2";
-    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", other}}).kind, Kind::Original);
+    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", other}}).kind, ChangeKind::Original);
     other = value("1", "S");
     other.originalValueStoreName = "T";
-    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", other}}).kind, Kind::Original);
+    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", other}}).kind, ChangeKind::Original);
     other = value("1", "S");
     other.isOverridden = true;
-    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", other}}).kind, Kind::Original);
+    EXPECT_EQ(changeOf({{L"Key", value("1", "S")}}, {{L"Key", other}}).kind, ChangeKind::Original);
 }
 
 TEST(KeyChanges, CompareSecretsAndHideThemAfterwards) {
@@ -70,7 +70,7 @@ TEST(KeyChanges, CompareSecretsAndHideThemAfterwards) {
     ValueView after = value("two", "S");
     after.isSensitive = true;
     const KeyChange hidden = changeOf({{L"Key", before}}, {{L"Key", after}});
-    EXPECT_EQ(hidden.kind, Kind::Changed);
+    EXPECT_EQ(hidden.kind, ChangeKind::Changed);
     EXPECT_TRUE(hidden.isSensitive);
     for (const ValueView& view : {hidden.before, hidden.after}) {
         EXPECT_EQ(view.value, "VALUE_HIDDEN");

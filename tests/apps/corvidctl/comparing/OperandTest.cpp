@@ -11,7 +11,7 @@ using namespace corvidctl;
 
 namespace {
 
-using Kind = Operand::Kind;
+using OperandKind = Operand::Kind;
 
 /// Words are looked up in a folder of the test's own.
 class OperandOf : public ::testing::Test {
@@ -19,7 +19,7 @@ protected:
     OperandOf() : former_(std::filesystem::current_path()) { std::filesystem::current_path(directory_.path()); }
     ~OperandOf() override { std::filesystem::current_path(former_); }
 
-    static void expect(const std::string& word, Kind kind, const std::string& place) {
+    static void expect(const std::string& word, OperandKind kind, const std::string& place) {
         const Operand operand = readOperand(word);
         EXPECT_EQ(operand.problem, "") << word;
         EXPECT_EQ(operand.kind, kind) << word;
@@ -39,29 +39,29 @@ private:
 }  // namespace
 
 TEST_F(OperandOf, AWordThatIsNoPathIsAStore) {
-    expect("LocalFileConfigStore", Kind::Store, "LocalFileConfigStore");
-    expect("AnyStore", Kind::Store, "AnyStore");
+    expect("LocalFileConfigStore", OperandKind::Store, "LocalFileConfigStore");
+    expect("AnyStore", OperandKind::Store, "AnyStore");
 }
 
 TEST_F(OperandOf, APathIsWhatLiesThere) {
     directory_.write("folder/file.xml", "<c/>");
-    expect("folder", Kind::Directory, "folder");
-    expect("folder/file.xml", Kind::File, "folder/file.xml");
+    expect("folder", OperandKind::Directory, "folder");
+    expect("folder/file.xml", OperandKind::File, "folder/file.xml");
 }
 
 TEST_F(OperandOf, LiveIsTheConfigurationEvenIfThereIsSuchAFile) {
     directory_.write("live", "<c/>");
-    expect("live", Kind::Live, "");
-    expect("file:live", Kind::File, "live");
-    expect("./live", Kind::File, "./live");
+    expect("live", OperandKind::Live, "");
+    expect("file:live", OperandKind::File, "live");
+    expect("./live", OperandKind::File, "./live");
 }
 
 TEST_F(OperandOf, APrefixSaysWhatAWordIs) {
     directory_.write("BootstrapConfigStore", "a: b\n");
-    expect("store:BootstrapConfigStore", Kind::Store, "BootstrapConfigStore");
-    expect("file:BootstrapConfigStore", Kind::File, "BootstrapConfigStore");
+    expect("store:BootstrapConfigStore", OperandKind::Store, "BootstrapConfigStore");
+    expect("file:BootstrapConfigStore", OperandKind::File, "BootstrapConfigStore");
     std::filesystem::create_directory(directory_.path("store:x"));
-    expect("dir:store:x", Kind::Directory, "store:x");
+    expect("dir:store:x", OperandKind::Directory, "store:x");
 }
 
 TEST_F(OperandOf, AStoreNamedLikeAPathIsAProblem) {

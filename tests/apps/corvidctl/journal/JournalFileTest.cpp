@@ -19,7 +19,7 @@ using testing::IsEmpty;
 
 namespace {
 
-const JournalBatch START = batch(1, Cause::Start, {defined("A", "1", "S")});
+const JournalBatch START_BATCH = batch(1, Cause::Start, {defined("A", "1", "S")});
 const JournalBatch SECOND = batch(2, Cause::Set, {change("A", "1", "2", "S", "S")});
 const JournalBatch THIRD = batch(3, Cause::Set, {change("A", "2", "3", "S", "S")});
 const JournalBatch PICTURE = batch(3, Cause::Start, {defined("A", "3", "S")});
@@ -65,15 +65,15 @@ protected:
 
 TEST_F(JournalOnDisk, HoldsALineForEachBatchAsSoonAsItCame) {
     JournalFile file(path());
-    file.append(START, notNeeded);
-    EXPECT_EQ(directory_.read("journal"), lines({START}));
+    file.append(START_BATCH, notNeeded);
+    EXPECT_EQ(directory_.read("journal"), lines({START_BATCH}));
     file.append(SECOND, notNeeded);
-    EXPECT_EQ(directory_.read("journal"), lines({START, SECOND}));
+    EXPECT_EQ(directory_.read("journal"), lines({START_BATCH, SECOND}));
 }
 
 TEST_F(JournalOnDisk, IsForItsOwnerOnly) {
     const mode_t before = umask(0);
-    write({START});
+    write({START_BATCH});
     umask(before);
     struct stat status {};
     ASSERT_EQ(stat(path().c_str(), &status), 0);
@@ -81,15 +81,15 @@ TEST_F(JournalOnDisk, IsForItsOwnerOnly) {
 }
 
 TEST_F(JournalOnDisk, GoesOnWhereTheLastWatchEnded) {
-    write({START});
-    write({START, SECOND});
-    EXPECT_EQ(directory_.read("journal"), lines({START, START, SECOND}));
+    write({START_BATCH});
+    write({START_BATCH, SECOND});
+    EXPECT_EQ(directory_.read("journal"), lines({START_BATCH, START_BATCH, SECOND}));
 }
 
 TEST_F(JournalOnDisk, EndsALineThatWasTornBeforeItGoesOn) {
-    directory_.write("journal", lines({START}) + "{\"batch\":2,\"ti");
+    directory_.write("journal", lines({START_BATCH}) + "{\"batch\":2,\"ti");
     write({SECOND});
-    EXPECT_EQ(directory_.read("journal"), lines({START}) + "{\"batch\":2,\"ti\n" + lines({SECOND}));
+    EXPECT_EQ(directory_.read("journal"), lines({START_BATCH}) + "{\"batch\":2,\"ti\n" + lines({SECOND}));
 }
 
 TEST_F(JournalOnDisk, IsWrittenByOneWatchOnly) {
@@ -104,13 +104,13 @@ TEST_F(JournalOnDisk, IsFreeAgainWhenTheWatchHasEnded) {
 }
 
 TEST_F(JournalOnDisk, GetsTheOldNameWhenItIsFullAndANewOneBeginsWithAPicture) {
-    const std::size_t limit = lines({START, SECOND}).size() + 1;
+    const std::size_t limit = lines({START_BATCH, SECOND}).size() + 1;
     JournalFile file(path(), limit);
-    file.append(START, notNeeded);
+    file.append(START_BATCH, notNeeded);
     file.append(SECOND, notNeeded);
     EXPECT_FALSE(directory_.exists("journal.1"));
     file.append(THIRD, [] { return PICTURE; });
-    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND, THIRD}));
+    EXPECT_EQ(directory_.read("journal.1"), lines({START_BATCH, SECOND, THIRD}));
     EXPECT_EQ(directory_.read("journal"), lines({PICTURE}));
     file.append(SECOND, notNeeded);
     EXPECT_EQ(directory_.read("journal"), lines({PICTURE, SECOND}));
@@ -118,31 +118,31 @@ TEST_F(JournalOnDisk, GetsTheOldNameWhenItIsFullAndANewOneBeginsWithAPicture) {
 
 TEST_F(JournalOnDisk, KeepsOneOldFile) {
     directory_.write("journal.1", "older");
-    JournalFile file(path(), lines({START, SECOND}).size());
-    file.append(START, notNeeded);
+    JournalFile file(path(), lines({START_BATCH, SECOND}).size());
+    file.append(START_BATCH, notNeeded);
     file.append(SECOND, [] { return PICTURE; });
-    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
+    EXPECT_EQ(directory_.read("journal.1"), lines({START_BATCH, SECOND}));
 }
 
 TEST_F(JournalOnDisk, BeginsANewOneBeforeItGoesOnWithAFullOne) {
-    write({START, SECOND});
+    write({START_BATCH, SECOND});
     JournalFile file(path(), 10);
-    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
-    file.append(START, notNeeded);
-    EXPECT_EQ(directory_.read("journal"), lines({START}));
+    EXPECT_EQ(directory_.read("journal.1"), lines({START_BATCH, SECOND}));
+    file.append(START_BATCH, notNeeded);
+    EXPECT_EQ(directory_.read("journal"), lines({START_BATCH}));
 }
 
 TEST_F(JournalOnDisk, HoldsAsMuchAgainAsABeginningThatIsOverTheLimit) {
     JournalFile file(path(), 10);
-    file.append(START, notNeeded);
+    file.append(START_BATCH, notNeeded);
     file.append(SECOND, [] { return PICTURE; });  // more than the beginning
     EXPECT_EQ(directory_.read("journal"), lines({PICTURE}));
-    EXPECT_EQ(directory_.read("journal.1"), lines({START, SECOND}));
+    EXPECT_EQ(directory_.read("journal.1"), lines({START_BATCH, SECOND}));
 }
 
 TEST_F(JournalOnDisk, StaysLockedWhenANewOneHasBegun) {
-    JournalFile file(path(), lines({START, SECOND}).size());
-    file.append(START, notNeeded);
+    JournalFile file(path(), lines({START_BATCH, SECOND}).size());
+    file.append(START_BATCH, notNeeded);
     file.append(SECOND, [] { return PICTURE; });
     EXPECT_THAT(problemOf([this] { JournalFile(this->path()); }), HasSubstr("another watch"));
 }
@@ -154,17 +154,17 @@ TEST_F(JournalOnDisk, SaysWhatItCouldNotDo) {
 
 TEST_F(JournalOnDisk, SaysThatTheOldNameIsTaken) {
     directory_.write("journal.1/file", "");
-    JournalFile file(path(), lines({START, SECOND}).size());
-    file.append(START, notNeeded);
+    JournalFile file(path(), lines({START_BATCH, SECOND}).size());
+    file.append(START_BATCH, notNeeded);
     EXPECT_EQ(problemOf([&] { file.append(SECOND, notNeeded); }),
               "the journal " + path() + " is full and could not be renamed to " + path() + ".1: Is a directory");
-    EXPECT_EQ(directory_.read("journal"), lines({START, SECOND}));
+    EXPECT_EQ(directory_.read("journal"), lines({START_BATCH, SECOND}));
 }
 
 TEST_F(JournalOnDisk, MayBeginWhereNothingIsOrAJournal) {
     EXPECT_TRUE(JournalFile::isJournal(path()));
     EXPECT_TRUE(JournalFile::isJournal(directory_.write("empty", "")));
-    EXPECT_TRUE(JournalFile::isJournal(directory_.write("one", lines({START}))));
+    EXPECT_TRUE(JournalFile::isJournal(directory_.write("one", lines({START_BATCH}))));
     EXPECT_TRUE(JournalFile::isJournal(directory_.write("torn", "{\"bat")));
 }
 
@@ -175,22 +175,22 @@ TEST_F(JournalOnDisk, MayNotBeginInAnythingElse) {
 }
 
 TEST_F(JournalOnDisk, IsReadWithTheOldOneFirst) {
-    directory_.write("journal.1", lines({START}));
+    directory_.write("journal.1", lines({START_BATCH}));
     directory_.write("journal", lines({SECOND, THIRD}));
-    EXPECT_THAT(readJournal(path()).batches, ElementsAre(START, SECOND, THIRD));
+    EXPECT_THAT(readJournal(path()).batches, ElementsAre(START_BATCH, SECOND, THIRD));
 }
 
 TEST_F(JournalOnDisk, IsReadAsFarAsItIsThere) {
     EXPECT_THAT(readJournal(path()).batches, IsEmpty());
-    directory_.write("journal.1", lines({START}));
-    EXPECT_THAT(readJournal(path()).batches, ElementsAre(START));
+    directory_.write("journal.1", lines({START_BATCH}));
+    EXPECT_THAT(readJournal(path()).batches, ElementsAre(START_BATCH));
 }
 
 TEST_F(JournalOnDisk, IsReadWithoutItsDamagedLines) {
-    directory_.write("journal", lines({START}) + "garbage\n\n\x01\x02\xff\n" + lines({SECOND}) + "{\"batch\":3}\n" +
-                                    lines({THIRD}));
+    directory_.write("journal", lines({START_BATCH}) + "garbage\n\n\x01\x02\xff\n" + lines({SECOND}) +
+                                    "{\"batch\":3}\n" + lines({THIRD}));
     const JournalReading reading = readJournal(path());
-    EXPECT_THAT(reading.batches, ElementsAre(START, SECOND, THIRD));
+    EXPECT_THAT(reading.batches, ElementsAre(START_BATCH, SECOND, THIRD));
     ASSERT_EQ(reading.damages.size(), 3U);
     EXPECT_EQ(reading.damages[0].file, path());
     EXPECT_EQ(reading.damages[0].line, 2U);
@@ -203,7 +203,7 @@ TEST_F(JournalOnDisk, LosesNothingButTheLineThatIsGarbled) {
     const unsigned seed = std::random_device()();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
-    const std::vector<JournalBatch> batches = {START, SECOND, THIRD, PICTURE};
+    const std::vector<JournalBatch> batches = {START_BATCH, SECOND, THIRD, PICTURE};
     for (int run = 0; run < 200; ++run) {
         const std::size_t damaged = random() % batches.size();
         std::string text;
@@ -226,11 +226,11 @@ TEST_F(JournalOnDisk, LosesNothingButTheLineThatIsGarbled) {
 }
 
 TEST_F(JournalOnDisk, IsReadUpToALineThatWasTorn) {
-    const std::string whole = lines({START, SECOND});
-    for (std::size_t length = lines({START}).size() + 1; length < whole.size() - 1; ++length) {
+    const std::string whole = lines({START_BATCH, SECOND});
+    for (std::size_t length = lines({START_BATCH}).size() + 1; length < whole.size() - 1; ++length) {
         directory_.write("journal", whole.substr(0, length));
         const JournalReading reading = readJournal(path());
-        EXPECT_THAT(reading.batches, ElementsAre(START)) << length;
+        EXPECT_THAT(reading.batches, ElementsAre(START_BATCH)) << length;
         ASSERT_EQ(reading.damages.size(), 1U) << length;
         EXPECT_TRUE(reading.damages[0].isTorn);
         EXPECT_EQ(reading.damages[0].line, 2U);
@@ -238,10 +238,10 @@ TEST_F(JournalOnDisk, IsReadUpToALineThatWasTorn) {
 }
 
 TEST_F(JournalOnDisk, IsReadWithALastLineThatOnlyLacksItsEnd) {
-    const std::string whole = lines({START, SECOND});
+    const std::string whole = lines({START_BATCH, SECOND});
     directory_.write("journal", whole.substr(0, whole.size() - 1));
     const JournalReading reading = readJournal(path());
-    EXPECT_THAT(reading.batches, ElementsAre(START, SECOND));
+    EXPECT_THAT(reading.batches, ElementsAre(START_BATCH, SECOND));
     EXPECT_THAT(reading.damages, IsEmpty());
 }
 

@@ -18,8 +18,8 @@ using testing::SizeIs;
 
 namespace {
 
-const std::string USER = "LocalFileConfigStore";
-const std::string MEMORY = "InMemoryConfigStore";
+const std::string USERS_STORE = "LocalFileConfigStore";
+const std::string MEMORY_STORE = "InMemoryConfigStore";
 
 Invocation invocationOn(const fakes::TemporaryDirectory& directory) {
     Invocation invocation;
@@ -83,7 +83,7 @@ TEST_F(Journalling, BeginsWithAllThatIsDefined) {
     const std::vector<JournalBatch> all = journal_.since(0).batches;
     ASSERT_THAT(all, SizeIs(1));
     EXPECT_EQ(all[0].cause, Cause::Start);
-    EXPECT_THAT(all[0].changes, testing::Contains(change("A", "", "1", "", USER)));
+    EXPECT_THAT(all[0].changes, testing::Contains(change("A", "", "1", "", USERS_STORE)));
     EXPECT_THAT(batches(), IsEmpty());
 }
 
@@ -93,9 +93,9 @@ TEST_F(Journalling, MakesABatchOfEachTask) {
     onDispatcher([](ConfigFeatureSet& featureSet) { featureSet.resetConfig(L"A"); });
     const auto all = batches();
     ASSERT_THAT(all, SizeIs(2));
-    EXPECT_THAT(all[0].changes, ElementsAre(change("A", "1", "2", USER, USER)));
+    EXPECT_THAT(all[0].changes, ElementsAre(change("A", "1", "2", USERS_STORE, USERS_STORE)));
     EXPECT_EQ(all[0].cause, Cause::Set);
-    EXPECT_THAT(all[1].changes, ElementsAre(change("A", "2", "", USER, "")));
+    EXPECT_THAT(all[1].changes, ElementsAre(change("A", "2", "", USERS_STORE, "")));
     EXPECT_EQ(all[1].cause, Cause::Reset);
 }
 
@@ -108,7 +108,7 @@ TEST_F(Journalling, MakesOneBatchOfAllThatATaskDoes) {
     ASSERT_THAT(all, SizeIs(1));
     EXPECT_THAT(all[0].changes,
                 ElementsAre(change("Key0", "", "1", "", "Server"), change("Key1", "", "1", "", "Server"),
-                            change("WorkedOut", "", "true", "", MEMORY)));
+                            change("WorkedOut", "", "true", "", MEMORY_STORE)));
 }
 
 TEST_F(Journalling, TellsEachChangeAsItComes) {
