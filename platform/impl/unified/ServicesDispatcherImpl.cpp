@@ -158,9 +158,9 @@ void ServicesDispatcherImpl::serveBlockedCallersUntil(const std::function<bool()
         }
         lock.lock();
         work_.wait(lock, [&] { return wakes_ != wakes || firstBlocked() != queue_.end(); });
-        const auto blocked = firstBlocked();
-        if (blocked != queue_.end()) {
-            runNext(blocked, lock);
+        // What is waited for may have come with a wake(), and then nobody is served before his turn any more.
+        if (wakes_ == wakes) {
+            runNext(firstBlocked(), lock);
         }
     }
 }

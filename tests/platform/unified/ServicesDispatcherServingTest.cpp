@@ -163,6 +163,22 @@ TEST_F(ServicesDispatcherServingAdopted, KeepsAWakeThatComesWhileTheConditionIsA
     EXPECT_EQ(asked, 3);
 }
 
+// Whoever wakes may let others go on who then block: they come after what was queued before them.
+TEST_F(ServicesDispatcherServingAdopted, ServesNobodyWhenAWakeHasBroughtTheCondition) {
+    bool firstTime = true;
+    dispatcher.serveBlockedCallersUntil([&] {
+        if (!std::exchange(firstTime, false)) {
+            return true;
+        }
+        dispatcher.wake();
+        block([&] { trace.add("blocked"); });
+        return false;
+    });
+    EXPECT_TRUE(trace.events().empty());
+    dispatcher.pump();
+    EXPECT_THAT(trace.events(), ElementsAre("blocked"));
+}
+
 TEST_F(ServicesDispatcherServingAdopted, AsksAgainAtAWakeOfAnotherThread) {
     std::latch askedOnce(1);
     std::atomic<bool> holds{false};
