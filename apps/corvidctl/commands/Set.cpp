@@ -3,6 +3,7 @@
 #include "commands/Commands.h"
 #include "comparing/UserWrite.h"
 #include "comparing/UserWriteText.h"
+#include "output/ShownPath.h"
 #include "output/Text.h"
 #include "quill/StringUtils.h"
 
@@ -49,7 +50,7 @@ void printOutcome(const Invocation& invocation, const UserWriteView& view, Outpu
         output.out << wording.erased << escaped(view.erasedBy) << ".\n";
     }
     if (!view.file.empty()) {
-        output.out << (view.isEffective ? wording.takesEffect : wording.kept) << escaped(view.file) << ".\n";
+        output.out << (view.isEffective ? wording.takesEffect : wording.kept) << escaped(shownPath(view.file)) << ".\n";
     }
     if (view.dryRun) {
         output.out << "Nothing has been stored.\n";

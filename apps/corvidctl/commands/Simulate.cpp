@@ -19,11 +19,15 @@ int runSimulate(const Invocation& invocation, Output& output) {
         printError(output, error.what());
         return Status::WrongUse;
     }
-    std::ostream& remarks = isForMachines(invocation.format) ? output.error : output.out;
+    const bool forMachines = isForMachines(invocation.format);
     for (const std::string& remark : view.remarks) {
-        remarks << escaped(remark) + "\n";
+        if (forMachines) {
+            output.error << escaped(remark) + "\n";
+        } else {
+            printSentences(output, escaped(remark) + "\n");
+        }
     }
-    if (isForMachines(invocation.format)) {
+    if (forMachines) {
         output.out << answers::changes(view.changes, invocation.format);
     } else {
         printKeyChanges(view.changes, output);

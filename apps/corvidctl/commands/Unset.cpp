@@ -3,6 +3,7 @@
 #include "commands/Commands.h"
 #include "comparing/UserWrite.h"
 #include "comparing/UserWriteText.h"
+#include "output/ShownPath.h"
 #include "output/Text.h"
 
 namespace corvidctl {
@@ -33,7 +34,7 @@ void printOutcome(const UserWriteView& view, Output& output) {
     }
     printAnswer(view, output);
     if (!view.file.empty()) {
-        output.out << (view.dryRun ? "It would be gone from " : "It is gone from ") << escaped(view.file) << ".\n";
+        output.out << (view.dryRun ? "It would be gone from " : "It is gone from ") << escaped(shownPath(view.file)) << ".\n";
     }
     if (view.dryRun) {
         output.out << "Nothing has been removed.\n";

@@ -130,8 +130,9 @@ void printDifferences(const std::vector<ContentsDifference>& differences, const 
     const bool hasEqual = std::any_of(differences.begin(), differences.end(), [](const ContentsDifference& difference) {
         return difference.kind == ContentsDifference::Kind::Equal;
     });
-    output.out << "- only in " << escaped(a) << " (A)   + only in " << escaped(b) << " (B)   ~ different values"
-               << (hasEqual ? "   = equal values\n\n" : "\n\n");
+    printSentences(output, "- only in " + escaped(a) + " (A)   + only in " + escaped(b) +
+                               " (B)   ~ different values" + (hasEqual ? "   = equal values\n" : "\n"));
+    output.out << '\n';
     Table table({{"", 0},
                  {"KEY", 0, false, 18},
                  {"A", VALUE_COLUMNS, false, 12},
@@ -174,7 +175,7 @@ void printKeyChanges(const std::vector<KeyChange>& changes, Output& output) {
     if (!changes.empty()) {
         table.print(output.out, output.colours, output.columns);
     }
-    output.out << summaryOf(changes) << '\n';
+    printSentences(output, summaryOf(changes) + '\n');
 }
 
 }  // namespace corvidctl

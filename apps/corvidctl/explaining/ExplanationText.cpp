@@ -167,7 +167,7 @@ void append(std::vector<std::string>& sentences, std::vector<std::string> more) 
 
 void printSentences(const std::vector<std::string>& sentences, Output& output) {
     for (const std::string& sentence : sentences) {
-        output.out << escaped(sentence) << '\n';
+        printSentences(output, escaped(sentence) + '\n');
     }
 }
 

@@ -26,6 +26,8 @@ const std::vector<Row> ROWS = {
     {"list", KILLED},
     {"explain OnlyMine", KILLED},
     {"stores", KILLED},
+    {"delta", 1},
+    {"export", KILLED},
     {"set A b", KILLED},
     {"unset OnlyMine", KILLED},
     {"watch", 0},

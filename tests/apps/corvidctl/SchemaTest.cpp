@@ -114,10 +114,20 @@ TEST_F(Schema, DescribesWhatCommandsPrint) {
              {"list", "nothing-like-it"},
              {"explain", "TftpServer1"},
              {"explain", "Nowhere"},
+             {"explain", "--all-stores"},
              {"stores"},
+             {"delta"},
+             {"delta", "--type", "extended"},
+             {"diff", "LocalFileConfigStore", "corvid-config-defaults.xml"},
+             {"simulate", "--set", "DockedWindow=never"},
+             {"export"},
+             {"export", "--format", "properties", "--to", directory_.path("out.properties")},
+             {"set", "--dry-run", "A", "b"},
              {"set", "A", "b"},
+             {"unset", "--dry-run", "A"},
              {"unset", "A"},
              {"unset", "Nowhere"},
+             {"fetch", "--dry-run"},
              {"fetch"},
              {"provision", "x?ServicesDomain=a"},
              {"provision", "x?ServicesDomain=again"},
@@ -149,6 +159,23 @@ TEST_F(Schema, DescribesWhatAWatchPrints) {
     for (const json& change : objectsOnLines(watch.wait().out)) {
         add("watch", "watch", change);
     }
+    const support::Ended checked = check();
+    EXPECT_EQ(checked.status, 0) << checked.out << checked.error;
+}
+
+TEST_F(Schema, DescribesBatchesAndHistories) {
+    serve("12.5");
+    const std::string journal = directory_.path("changes.jsonl");
+    support::ChildProcess watch(command(trusting({"-o", "jsonl", "watch", "--batch", "--journal", journal})));
+    EXPECT_TRUE(watch.waitForOutput("\"token\""));
+    watch.signal(SIGTERM);
+    const std::vector<json> batches = objectsOnLines(watch.wait().out);
+    EXPECT_FALSE(batches.empty());
+    for (const json& batch : batches) {
+        add("watch --batch", "watch", batch);
+    }
+    addAnswersOf({"history", "--journal", journal});
+    addAnswersOf({"history", "--batch", "--journal", journal});
     const support::Ended checked = check();
     EXPECT_EQ(checked.status, 0) << checked.out << checked.error;
 }

@@ -23,6 +23,22 @@ const std::vector<Screen> SCREENS = {
     {"explain", "explain DockedWindow"},
     {"explain-old-name", "explain CtiServer1"},
     {"explain-undefined", "explain Nowhere"},
+    {"explain-server", "explain VoicemailPrimaryServer"},
+    {"explain-all-stores", "explain --all-stores"},
+    {"delta", "delta"},
+    {"delta-extended", "delta --type extended '*server*'"},
+    {"diff", "diff LocalFileConfigStore corvid-config-defaults.xml"},
+    {"diff-live", "diff --all live new-config.xml"},
+    {"simulate", "simulate --replace TFTPConfigStore=new-config.xml", true},
+    {"simulate-nothing", "simulate --set Telephony_Enabled=true", true},
+    {"simulate-wrong-file", "simulate --replace LocalFileConfigStore=broken.xml", true},
+    {"set-dry-run", "set --dry-run telemetryenabled true", true},
+    {"set-require-effective", "set --require-effective telemetryenabled true", true},
+    {"export", "export --store LocalFileConfigStore"},
+    {"export-properties", "export --format properties"},
+    {"history", "history --journal changes.jsonl"},
+    {"history-batch", "history --batch --journal changes.jsonl 'Voicemail*'"},
+    {"history-none", "history --journal changes.jsonl Nowhere"},
     {"stores", "stores"},
     {"get", "get DockedWindow"},
     {"get-undefined", "get Nowhere"},
@@ -37,12 +53,28 @@ const std::vector<Screen> SCREENS = {
     {"reset-data", "reset-data --yes"},
     {"help", "--help"},
     {"list-help", "list --help"},
+    {"simulate-help", "simulate --help"},
+    {"watch-help", "watch --help"},
     {"completions-help", "completions --help"},
     {"unknown-command", "lsit"},
 };
 
 /// For the names of tests.
 std::ostream& operator<<(std::ostream& out, const Screen& screen) { return out << screen.name; }
+
+constexpr std::chrono::hours AGE{75};  ///< of every file, so that the age is the same in every run
+
+const std::string JOURNAL =
+    R"({"batch":1,"time":"2026-05-04T08:00:00.000Z","cause":"start","changes":[)"
+    R"({"key":"VoicemailPrimaryServer","oldValue":"","newValue":"voicemail-1.example.org","oldStore":"",)"
+    R"("newStore":"cachedTFTPConfigStore.xml","isSensitive":false}]})"
+    "\n"
+    R"({"batch":2,"time":"2026-05-04T08:00:01.250Z","cause":"download","changes":[)"
+    R"({"key":"VoicemailPrimaryServer","oldValue":"voicemail-1.example.org","newValue":"voicemail-3.example.org",)"
+    R"("oldStore":"cachedTFTPConfigStore.xml","newStore":"TFTPConfigStore","isSensitive":false},)"
+    R"({"key":"ConnectionPassword","oldValue":"","newValue":"VALUE_HIDDEN","oldStore":"","newStore":"TFTPConfigStore",)"
+    R"("isSensitive":true}]})"
+    "\n";
 
 constexpr unsigned short NARROW = 80;
 constexpr unsigned short WIDE = 200;
@@ -53,16 +85,28 @@ public:
     Desk() {
         std::filesystem::copy(CORVID_DATA_DIRECTORY "/sample", directory_.path("profile"),
                               std::filesystem::copy_options::recursive);
+        for (const std::string name : {"corvid-config-defaults.xml", "bootstrap.properties"}) {
+            std::filesystem::create_directories(directory_.path("install"));
+            std::filesystem::copy(CORVID_DATA_DIRECTORY "/" + name, directory_.path("install/" + name));
+        }
         directory_.write("servers.properties", "TftpServer1: 127.77.77.77\nTftpServer2: 127.77.77.78\n");
+        directory_.write("new-config.xml",
+                         "<config>\n  <Client>\n    <VoicemailPrimaryServer>voicemail-3.example.org"
+                         "</VoicemailPrimaryServer>\n    <ShowContactPictures>true</ShowContactPictures>\n"
+                         "    <NewsFeed>https://news.example.org/</NewsFeed>\n  </Client>\n</config>\n");
+        directory_.write("changes.jsonl", JOURNAL);
         directory_.write("broken.xml", "<config>\n  <DockedWindow>true</DockedWindow>\n  <Other>\n</config>\n");
+        for (const auto& file : std::filesystem::recursive_directory_iterator(directory_.path())) {
+            std::filesystem::last_write_time(file.path(), std::filesystem::file_time_type::clock::now() - AGE);
+        }
     }
 
     /// @param kind of the terminal.
     std::string show(const std::string& words, unsigned short columns, const std::string& kind) const {
         support::Terminal::Options options{columns, directory_.path(), {{"TERM", kind}, {"NO_COLOR", ""}}};
         support::Terminal terminal({"/bin/sh", "-c",
-                                    "exec \"$0\" --log-file log --config-dir profile --install-dir \"$1\" " + words,
-                                    CORVIDCTL_PROGRAM, CORVID_DATA_DIRECTORY},
+                                    "exec \"$0\" --log-file log --config-dir profile --install-dir install " + words,
+                                    CORVIDCTL_PROGRAM},
                                    options);
         const int status = terminal.wait();
         return terminal.text() + (status == 0 ? "" : "[exit status " + std::to_string(status) + "]\n");

@@ -29,9 +29,27 @@ const std::vector<Row> ROWS = {
     {"explain OnlyMine", 0},
     {"explain Nowhere", 1},
     {"explain", 2},
+    {"explain --all-stores", 0},
     {"stores", 0},
     {"stores more", 2},
+    {"delta", 0},
+    {"delta --type nonsense", 2},
+    {"diff InMemoryConfigStore InMemoryConfigStore", 0},
+    {"diff LocalFileConfigStore BootstrapConfigStore", 1},
+    {"diff LocalFileConfigStore nowhere.xml", 2},
+    {"diff LocalFileConfigStore", 2},
+    {"simulate --set A=b", 0},
+    {"simulate --replace LocalFileConfigStore=install/bootstrap.properties", 1},
+    {"simulate --without NoStore", 2},
+    {"export", 0},
+    {"export --format nonsense", 2},
+    {"export --store NoStore", 1},
+    {"history --journal changes.jsonl", 0},
+    {"history --journal changes.jsonl Nowhere", 1},
+    {"history", 2},
     {"set A b", 0},
+    {"set --dry-run A b", 0},
+    {"set --require-effective Telephony_Enabled never", 1},
     {"set A", 2},
     {"unset OnlyMine", 0},
     {"unset Nowhere", 0},
@@ -47,7 +65,8 @@ const std::vector<Row> ROWS = {
     {"report", 0},
     {"report more", 2},
     {"validate config/corvidLocalConfig.xml", 0},
-    {"validate install/bootstrap.properties", 1},
+    {"validate install/bootstrap.properties", 0},
+    {"validate changes.jsonl", 1},
     {"validate", 2},
     {"serve nowhere.xml", 2},
     {"demo", 0},
@@ -63,7 +82,16 @@ const std::vector<Row> ROWS = {
 class Statuses : public Tool, public testing::WithParamInterface<Row> {
 protected:
     /// Nobody is asked: the profile names no server.
-    Statuses() { directory_.write("install/bootstrap.properties", "ServicesDomain: example.org\n"); }
+    Statuses() {
+        directory_.write("install/bootstrap.properties", "ServicesDomain: example.org\n");
+        directory_.write(
+            "changes.jsonl",
+            R"({"batch":1,"time":"2026-05-04T08:00:00.000Z","cause":"start","changes":[]})"
+            "\n"
+            R"({"batch":2,"time":"2026-05-04T08:00:01.000Z","cause":"set","changes":[)"
+            R"({"key":"A","oldValue":"","newValue":"b","oldStore":"","newStore":"S","isSensitive":false}]})"
+            "\n");
+    }
 };
 
 std::string commandOf(const Row& row) {

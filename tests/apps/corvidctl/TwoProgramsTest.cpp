@@ -260,7 +260,7 @@ TEST_F(TwoPrograms, KeepAnEmptyDirectoryThatWasThere) {
     EXPECT_TRUE(fs::is_directory(place_));
 }
 
-TEST(DirectoryUses, OfACommandThatCanBeForcedAreChanges) {
+TEST(DirectoryUses, OfACommandThatChangesTheUsersDataCanBeForced) {
     for (const corvidctl::CommandDefinition& definition : corvidctl::commandDefinitions()) {
         bool canBeForced = false;
         for (const corvidctl::OptionDefinition& option : definition.options) {
@@ -268,7 +268,8 @@ TEST(DirectoryUses, OfACommandThatCanBeForcedAreChanges) {
         }
         corvidctl::Invocation invocation;
         invocation.command = definition.name;
-        const bool changes = corvidctl::directoryUseOf(invocation) == DirectoryUse::Changes;
-        EXPECT_EQ(changes, canBeForced) << definition.name;
+        if (corvidctl::directoryUseOf(invocation) == DirectoryUse::Changes) {
+            EXPECT_TRUE(canBeForced) << definition.name;
+        }
     }
 }

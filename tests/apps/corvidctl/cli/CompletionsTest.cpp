@@ -128,10 +128,10 @@ TEST_F(Completions, ArePrintedByTheTool) {
 }
 
 TEST_F(Completions, OfBashOfferCommands) {
-    EXPECT_THAT(inBash({"exp"}), ElementsAre("explain"));
+    EXPECT_THAT(inBash({"expl"}), ElementsAre("explain"));
     EXPECT_THAT(inBash({""}), IsSupersetOf({"get", "list", "demo"}));
     EXPECT_THAT(inBash({""}), Not(Contains("complete")));
-    EXPECT_THAT(inBash({"--json", "--fips", "on", "exp"}), ElementsAre("explain"));
+    EXPECT_THAT(inBash({"--json", "--fips", "on", "expl"}), ElementsAre("explain"));
 }
 
 TEST_F(Completions, OfBashOfferOptions) {
@@ -171,8 +171,8 @@ TEST_F(Completions, OfBashOfferFilesAndDirectories) {
 }
 
 TEST_F(Completions, OfFishOfferCommandsAndOptions) {
-    EXPECT_THAT(inFish("exp"), ElementsAre("explain"));
-    EXPECT_THAT(inFish("--json exp"), ElementsAre("explain"));
+    EXPECT_THAT(inFish("expl"), ElementsAre("explain"));
+    EXPECT_THAT(inFish("--json expl"), ElementsAre("explain"));
     EXPECT_THAT(inFish("list --st"), ElementsAre("--store"));
     EXPECT_THAT(inFish("get --st"), IsEmpty());
 }
