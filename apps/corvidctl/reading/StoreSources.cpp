@@ -10,6 +10,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
+#include "output/ShownPath.h"
 #include "quill/StringUtils.h"
 #include "stores/BootstrapConfigStore.h"
 #include "xml/DocumentInspector.h"
@@ -257,7 +258,7 @@ std::string StoreSources::cacheDirectory() const {
 
 std::string StoreSources::shown(const std::string& file) const {
     const std::string directory = places_.configDirectory + "/";
-    return file.starts_with(directory) ? file.substr(directory.size()) : file;
+    return file.starts_with(directory) ? file.substr(directory.size()) : shownPath(file);
 }
 
 }  // namespace corvidctl

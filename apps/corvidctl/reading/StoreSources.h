@@ -28,7 +28,8 @@ struct StoreOrigin {
     using Clock = std::chrono::system_clock;
 
     std::string file;       ///< full path, whether the file exists or not; empty for a store without one
-    std::string shownFile;  ///< the same for people: below the configuration directory if it lies there
+    std::string shownFile;  ///< the same for people: below the configuration directory if it lies
+                            ///< there, else below the working directory if it lies there
     std::string url;        ///< of the transfer that delivered the values
     std::optional<Clock::time_point> time;  ///< when the file was changed last, or the transfer ended
     bool isCached = false;                  ///< the kept copy of a remote store
