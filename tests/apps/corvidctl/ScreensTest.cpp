@@ -124,9 +124,10 @@ std::string contentsOf(const std::string& path) {
 
 /// Messages are one line each, whatever their length, and on standard error they may belong to a log.
 bool isMessage(const std::string& line) {
-    const std::vector<std::string> beginnings = {"$ ", "corvidctl: ", "error: ", "warning: ", "A link may set: "};
-    return std::any_of(beginnings.begin(), beginnings.end(),
-                       [&line](const std::string& beginning) { return line.rfind(beginning, 0) == 0; });
+    const std::vector<std::string> beginnings = {"$ ", "corvidctl: ", "A link may set: "};
+    const bool isFinding = std::regex_search(line, std::regex("^[^ ]+:[0-9]+(:[0-9]+)?: (error|warning|info): "));
+    return isFinding || std::any_of(beginnings.begin(), beginnings.end(),
+                                    [&line](const std::string& beginning) { return line.rfind(beginning, 0) == 0; });
 }
 
 /// Of all but messages.
@@ -149,6 +150,12 @@ std::string nameOf(const Screen& screen) {
     return name;
 }
 
+std::string fileOf(const Screen& screen, unsigned short columns) {
+    std::ostringstream path;
+    path << CORVIDCTL_SCREENS << '/' << screen.name << '-' << columns << ".txt";
+    return path.str();
+}
+
 class Screens : public testing::TestWithParam<std::tuple<Screen, unsigned short>> {};
 class ColouredScreens : public testing::TestWithParam<Screen> {};
 
@@ -158,8 +165,7 @@ TEST_P(Screens, AreAsStored) {
     const auto& [screen, columns] = GetParam();
     const std::string shown =
         std::string("$ corvidctl ") + screen.words + "\n" + Desk().show(screen.words, columns, "dumb");
-    const std::string path =
-        std::string(CORVIDCTL_SCREENS) + "/" + screen.name + "-" + std::to_string(columns) + ".txt";
+    const std::string path = fileOf(screen, columns);
     if (std::getenv("CORVID_WRITE_SCREENS") != nullptr) {
         std::ofstream(path) << shown;
         FAIL() << "wrote " << path << ": look at it, and run again without CORVID_WRITE_SCREENS";
@@ -188,7 +194,7 @@ TEST(StoredScreens, AreAllOfACommandThatIsShown) {
     std::set<std::string> expected = {"README.md"};
     for (const Screen& screen : SCREENS) {
         for (const unsigned short columns : {NARROW, WIDE}) {
-            expected.insert(std::string(screen.name) + "-" + std::to_string(columns) + ".txt");
+            expected.insert(std::filesystem::path(fileOf(screen, columns)).filename());
         }
     }
     std::set<std::string> stored;
@@ -200,7 +206,7 @@ TEST(StoredScreens, AreAllOfACommandThatIsShown) {
 
 TEST(StoredScreens, FitTheirTerminals) {
     for (const Screen& screen : SCREENS) {
-        const std::string narrow = contentsOf(std::string(CORVIDCTL_SCREENS) + "/" + screen.name + "-80.txt");
+        const std::string narrow = contentsOf(fileOf(screen, NARROW));
         EXPECT_LE(widestLineOf(narrow), NARROW) << screen.name;
     }
 }

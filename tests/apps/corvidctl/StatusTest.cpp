@@ -66,7 +66,7 @@ const std::vector<Row> ROWS = {
     {"report more", 2},
     {"validate config/corvidLocalConfig.xml", 0},
     {"validate install/bootstrap.properties", 0},
-    {"validate changes.jsonl", 1},
+    {"validate broken.xml", 1},
     {"validate", 2},
     {"serve nowhere.xml", 2},
     {"demo", 0},
@@ -84,6 +84,7 @@ protected:
     /// Nobody is asked: the profile names no server.
     Statuses() {
         directory_.write("install/bootstrap.properties", "ServicesDomain: example.org\n");
+        directory_.write("broken.xml", "<config>");
         directory_.write(
             "changes.jsonl",
             R"({"batch":1,"time":"2026-05-04T08:00:00.000Z","cause":"start","changes":[]})"
