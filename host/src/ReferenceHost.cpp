@@ -108,7 +108,9 @@ bool ReferenceHost::prepareLog() {
         return false;
     }
     tessel::LogControl::setLevel(options_.logLevel);
-    tessel::LogControl::setSink(std::move(sink));
+    if (options_.logLevel != 0) {
+        tessel::LogControl::setSink(std::move(sink));
+    }
     return true;
 }
 

@@ -14,8 +14,7 @@ namespace {
 
 using Kind = ContentsDifference::Kind;
 
-std::vector<ContentsDifference> compare(const Invocation& invocation, Rehearsal& rehearsal) {
-    Sides sides(invocation, rehearsal);
+std::vector<ContentsDifference> compare(const Invocation& invocation, Sides& sides) {
     const Contents a = sides.read(readOperand(invocation.arguments[0]));
     const Contents b = sides.read(readOperand(invocation.arguments[1]));
     return differencesOf(a, b);
@@ -36,9 +35,10 @@ void printForPeople(const Invocation& invocation, const std::vector<ContentsDiff
 int runDiff(const Invocation& invocation, Output& output) {
     Rehearsal rehearsal(output);
     const InterruptibleOutput interruptibly(output, rehearsal.interruption());
+    Sides sides(invocation, rehearsal);
     std::vector<ContentsDifference> differences;
     try {
-        differences = compare(invocation, rehearsal);
+        differences = compare(invocation, sides);
     } catch (const std::exception& error) {
         printError(output, std::string("diff: ") + error.what());
         return Status::WrongUse;  // 1 says that both could be read, and differ
@@ -54,6 +54,7 @@ int runDiff(const Invocation& invocation, Output& output) {
     } else {
         printForPeople(invocation, differences, equal, output);
     }
+    printRemarks(sides.remarks(), invocation.format, output);
     return differ ? Status::AnswerIsNo : Status::Done;
 }
 

@@ -29,26 +29,46 @@ constexpr Wording WOULD_BE = {" would be stored in ",    " would still win, with
                               "It would still read as ", "It would take effect, and be kept in ",
                               "It would be kept in ",    "The client would erase it when it starts: "};
 
+bool isUnderOldName(const Invocation& invocation, const UserWriteView& view) {
+    return !QuillCoreUtils::caseInsensitiveStringEquals(invocation.arguments[0], view.after.key);
+}
+
 void printWinner(const Invocation& invocation, const UserWriteView& view, const Wording& wording, Output& output) {
     const ValueView& after = view.after;
     if (after.valueStoreName != view.storedIn) {
         output.out << escaped(after.valueStoreName) << wording.wins << quoted(after.value) << ".\n";
     } else if (!view.readsAsGiven) {
         output.out << wording.reads << quoted(after.value) << ".\n";
-        if (!QuillCoreUtils::caseInsensitiveStringEquals(invocation.arguments[0], after.key)) {
-            output.out << "The value stands under the old name " << escaped(invocation.arguments[0])
-                       << "; what the store holds under " << escaped(after.key) << " comes first.\n";
+        if (isUnderOldName(invocation, view)) {
+            output.out << "What the store holds under " << escaped(after.key) << " comes first.\n";
         }
+    }
+}
+
+/// What a policy costs the user besides. For scripts beside their answer.
+void printErased(const Invocation& invocation, const UserWriteView& view, Output& output) {
+    std::string keys;
+    for (const std::string& key : view.erases) {
+        keys += (keys.empty() ? "" : ", ") + key;
+    }
+    if (!keys.empty()) {
+        const char* const erases = view.dryRun ? "The client would erase " : "The client erases ";
+        (isForMachines(invocation.format) ? output.error : output.out)
+            << erases << escaped(keys) << " when it starts, since " << escaped(view.after.key) << " is "
+            << quoted(view.after.value) << ".\n";
     }
 }
 
 void printOutcome(const Invocation& invocation, const UserWriteView& view, Output& output) {
     const Wording& wording = view.dryRun ? WOULD_BE : DONE;
-    output.out << escaped(view.after.key) << wording.stored << escaped(view.storedIn) << ".\n";
+    output.out << escaped(view.after.key) << wording.stored << escaped(view.storedIn)
+               << (isUnderOldName(invocation, view) ? ", under its old name " + escaped(invocation.arguments[0]) : "")
+               << ".\n";
     printWinner(invocation, view, wording, output);
     if (!view.erasedBy.empty()) {
         output.out << wording.erased << escaped(view.erasedBy) << ".\n";
     }
+    printErased(invocation, view, output);
     if (!view.file.empty()) {
         output.out << (view.isEffective ? wording.takesEffect : wording.kept) << escaped(shownPath(view.file)) << ".\n";
     }
@@ -85,7 +105,9 @@ std::string whyNotEffective(const UserWriteView& view) {
 }
 
 int refuse(const Invocation& invocation, UserWriteView view, Output& output) {
-    printError(output, "nothing stored: " + whyNotEffective(view));
+    printBrokenFile(invocation, view, output);
+    printError(output, "nothing stored: " + whyNotEffective(view) +
+                           "; to store it all the same, leave out --require-effective");
     if (isForMachines(invocation.format)) {
         view.after = view.before;
         view.storedIn.clear();
@@ -111,7 +133,9 @@ int tell(const Invocation& invocation, const UserWriteView& view, Output& output
         return Status::AnswerIsNo;
     }
     warnOfReplacedCharacters(invocation, view, output);
-    if (!isForMachines(invocation.format)) {
+    if (isForMachines(invocation.format)) {
+        printErased(invocation, view, output);
+    } else {
         printOutcome(invocation, view, output);
     }
     return Status::Done;

@@ -5,7 +5,6 @@
 #include "comparing/ComparingText.h"
 #include "comparing/Simulation.h"
 #include "output/InterruptibleOutput.h"
-#include "output/Text.h"
 
 namespace corvidctl {
 
@@ -19,18 +18,11 @@ int runSimulate(const Invocation& invocation, Output& output) {
         printError(output, error.what());
         return Status::WrongUse;
     }
-    const bool forMachines = isForMachines(invocation.format);
-    for (const std::string& remark : view.remarks) {
-        if (forMachines) {
-            output.error << escaped(remark) + "\n";
-        } else {
-            printSentences(output, escaped(remark) + "\n");
-        }
-    }
-    if (forMachines) {
+    printRemarks(view.remarks, invocation.format, output);
+    if (isForMachines(invocation.format)) {
         output.out << answers::changes(view.changes, invocation.format);
     } else {
-        printKeyChanges(view.changes, output);
+        printKeyChanges(view.changes, view.fromKeptCopies, output);
     }
     return Status::Done;
 }

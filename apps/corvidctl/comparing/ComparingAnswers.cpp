@@ -69,7 +69,9 @@ Json toJson(const KeyChange& change) {
             {"newOriginalValue", orNull(!after.originalValueStoreName.empty(), after.originalValue)},
             {"oldIsOverridden", before.isOverridden},
             {"newIsOverridden", after.isOverridden},
-            {"isSensitive", change.isSensitive}};
+            {"isSensitive", change.isSensitive},
+            {"oldOriginalStore", orNull(!before.originalValueStoreName.empty(), before.originalValueStoreName)},
+            {"newOriginalStore", orNull(!after.originalValueStoreName.empty(), after.originalValueStoreName)}};
 }
 
 Json arrayOf(const std::vector<KeyChange>& changes) {

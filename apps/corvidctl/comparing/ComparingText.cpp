@@ -130,8 +130,8 @@ void printDifferences(const std::vector<ContentsDifference>& differences, const 
     const bool hasEqual = std::any_of(differences.begin(), differences.end(), [](const ContentsDifference& difference) {
         return difference.kind == ContentsDifference::Kind::Equal;
     });
-    printSentences(output, "- only in " + escaped(a) + " (A)   + only in " + escaped(b) +
-                               " (B)   ~ different values" + (hasEqual ? "   = equal values\n" : "\n"));
+    printSentences(output, "- only in " + escaped(a) + " (A)   + only in " + escaped(b) + " (B)   ~ different values" +
+                               (hasEqual ? "   = equal values\n" : "\n"));
     output.out << '\n';
     Table table({{"", 0},
                  {"KEY", 0, false, 18},
@@ -154,7 +154,7 @@ void printDifferences(const std::vector<ContentsDifference>& differences, const 
     table.print(output.out, output.colours, output.columns);
 }
 
-void printKeyChanges(const std::vector<KeyChange>& changes, Output& output) {
+void printKeyChanges(const std::vector<KeyChange>& changes, const std::string& fromKeptCopies, Output& output) {
     Table table({{"CHANGE", 0},
                  {"KEY", 0, false, 18},
                  {"BEFORE", VALUE_COLUMNS, false, 12},
@@ -175,7 +175,17 @@ void printKeyChanges(const std::vector<KeyChange>& changes, Output& output) {
     if (!changes.empty()) {
         table.print(output.out, output.colours, output.columns);
     }
-    printSentences(output, summaryOf(changes) + '\n');
+    printSentences(output, summaryOf(changes) + '\n' + (fromKeptCopies.empty() ? "" : fromKeptCopies + '\n'));
+}
+
+void printRemarks(const std::vector<std::string>& remarks, Format format, Output& output) {
+    for (const std::string& remark : remarks) {
+        if (isForMachines(format)) {
+            output.error << escaped(remark) + "\n";
+        } else {
+            printSentences(output, escaped(remark) + "\n");
+        }
+    }
 }
 
 }  // namespace corvidctl

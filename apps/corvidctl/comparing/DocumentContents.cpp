@@ -4,10 +4,12 @@
 #include <stdexcept>
 
 #include "ConfigStoreConstants.h"
+#include "chain/DisableP2PCallOnFips.h"
 #include "host/FipsSwitch.h"
 #include "host/XmlDiagnostics.h"
 #include "quill/StringUtils.h"
 #include "reading/KeyNames.h"
+#include "reading/ProblemText.h"
 #include "stores/BootstrapConfigStore.h"
 #include "system/World.h"
 #include "xml/DocumentInspector.h"
@@ -29,16 +31,6 @@ bool isAlwaysSensitive(const std::wstring& key) {
                                          BDI_CONNECTION_USERNAME_STRING,
                                          BDI_CONNECTION_USERDN_STRING};
     return keys.count(key) != 0;
-}
-
-std::string inOneLine(const DocumentReport& report) {
-    if (report.errors.empty()) {
-        return "it cannot be read";
-    }
-    const DocumentReport::Finding& first = report.errors.front();
-    std::string place = first.line == 0 ? "" : "line " + std::to_string(first.line);
-    place += first.column == 0 ? "" : ", column " + std::to_string(first.column);
-    return place + (place.empty() ? "" : ": ") + first.text;
 }
 
 /// Entries of one document, of which the ones under old names wait until all others are in.
@@ -74,7 +66,7 @@ Contents readProperties(const std::string& path) {
 Contents readXml(const std::string& path) {
     const DocumentReport report = inspectDocument(path);
     if (!report.valid) {
-        throw std::runtime_error("'" + path + "' is no document that the module can read: " + inOneLine(report));
+        throw std::runtime_error("'" + path + "' is no document that the module can read: " + problemText(report));
     }
     Collection collection;
     for (const DocumentReport::Entry& entry : report.entries) {
@@ -82,7 +74,9 @@ Contents readXml(const std::string& path) {
             report.form == DocumentReport::Form::Local ||
             !caseInsensitiveStringEquals(entry.key, ConfigStoreConstants::certificateValidationEnabled);
         if (isAnswered) {
-            collection.add(entry.key, {toString(entry.value), {}, entry.sensitive || isAlwaysSensitive(entry.key)});
+            std::wstring value = entry.value;
+            DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(entry.key, value);
+            collection.add(entry.key, {toString(value), {}, entry.sensitive || isAlwaysSensitive(entry.key)});
         }
     }
     return collection.take();
@@ -103,7 +97,7 @@ std::string problemOfDocument(const std::string& path, bool isLocalFile) {
     const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
     using Form = DocumentReport::Form;
     const DocumentReport report = inspectDocument(path, isLocalFile ? Form::Local : Form::Server);
-    return report.valid ? std::string() : inOneLine(report);
+    return report.valid ? std::string() : problemText(report);
 }
 
 }  // namespace corvidctl

@@ -6,6 +6,7 @@
 #include "comparing/ComparingAnswers.h"
 #include "comparing/ComparingText.h"
 #include "comparing/KeyChanges.h"
+#include "comparing/LoadFailures.h"
 #include "comparing/Rehearsal.h"
 #include "fetching/FetchText.h"
 #include "fetching/RemoteSource.h"
@@ -20,6 +21,8 @@ namespace {
 struct FetchRehearsalView {
     FetchView fetch;
     std::vector<KeyChange> changes;
+    std::string fromKeptCopies;         ///< as movesFromKeptCopies() has it
+    std::vector<LoadFailure> failures;  ///< of the configuration as it is
     bool interrupted = false;
 };
 
@@ -31,12 +34,14 @@ EffectiveValues valuesOf(Session& session) {
 
 FetchRehearsalView fetchOnCopy(const Invocation& invocation, Rehearsal& rehearsal) {
     FetchRehearsalView view;
+    view.failures = loadFailuresOf(invocation.host);
     const ProfileCopy copy(invocation.host.configDirectory);
     Session session(Rehearsal::onCopy(invocation, copy.path()));
     EffectiveValues before;
     rehearsal.run("reading the configuration …", [&] { before = valuesOf(session); });
     ValueView version;
-    session.work([&version](Session::Inside& inside) {
+    session.work([&](Session::Inside& inside) {
+        keepThoseOf(inside.chain, view.failures);
         version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
     });
     RemoteSource remote(session, rehearsal.interruption());
@@ -45,8 +50,11 @@ FetchRehearsalView fetchOnCopy(const Invocation& invocation, Rehearsal& rehearsa
     view.fetch = summarise(remote.downloads(), version, view.interrupted);
     remote.stop();
     if (!view.interrupted) {
-        rehearsal.run("comparing …",
-                      [&] { view.changes = changesBetween(before, valuesOf(session), invocation.reveal); });
+        rehearsal.run("comparing …", [&] {
+            const EffectiveValues after = valuesOf(session);
+            view.fromKeptCopies = movesFromKeptCopies(before, after);
+            view.changes = changesBetween(before, after, invocation.reveal);
+        });
     }
     session.finish();
     return view;
@@ -60,8 +68,9 @@ void printForPeople(const FetchRehearsalView& view, Output& output) {
         printFailure(view.fetch, output);
     }
     if (view.fetch.ok || !view.changes.empty()) {
-        printKeyChanges(view.changes, output);
+        printKeyChanges(view.changes, view.fromKeptCopies, output);
     }
+    printRemarks(sentencesOf(view.failures), Format::Table, output);
     output.out << "Nothing has been changed.\n";
 }
 
@@ -72,6 +81,7 @@ int rehearseFetch(const Invocation& invocation, Output& output) {
     const InterruptibleOutput interruptibly(output, rehearsal.interruption());
     const FetchRehearsalView view = fetchOnCopy(invocation, rehearsal);
     if (isForMachines(invocation.format)) {
+        printRemarks(sentencesOf(view.failures), invocation.format, output);
         output.out << answers::fetchRehearsal(view.fetch, view.changes, invocation.format);
         if (view.interrupted) {
             printError(output, view.fetch.reason);

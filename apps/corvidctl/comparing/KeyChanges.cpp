@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <optional>
 
+#include "chain/CacheFiles.h"
 #include "comparing/SortedMerge.h"
 #include "quill/StringUtils.h"
 
@@ -21,6 +23,13 @@ constexpr auto KINDS = std::to_array<std::pair<Kind, const char*>>({
     {Kind::Original, "original"},
 });
 
+bool isKeptCopyOf(const std::string& copy, const std::string& store) { return copy == CacheFiles::nameFor(store); }
+
+/// A store and its kept copy have the same contents.
+bool areOnePlace(const std::string& a, const std::string& b) {
+    return a == b || isKeptCopyOf(a, b) || isKeptCopyOf(b, a);
+}
+
 std::optional<Kind> kindOf(const ValueView& before, const ValueView& after) {
     if (before.isDefined != after.isDefined) {
         return after.isDefined ? Kind::Added : Kind::Removed;
@@ -28,11 +37,11 @@ std::optional<Kind> kindOf(const ValueView& before, const ValueView& after) {
     if (before.value != after.value) {
         return Kind::Changed;
     }
-    if (before.valueStoreName != after.valueStoreName) {
+    if (!areOnePlace(before.valueStoreName, after.valueStoreName)) {
         return Kind::Moved;
     }
     const bool sameOriginal = before.originalValue == after.originalValue &&
-                              before.originalValueStoreName == after.originalValueStoreName &&
+                              areOnePlace(before.originalValueStoreName, after.originalValueStoreName) &&
                               before.isOverridden == after.isOverridden;
     return sameOriginal ? std::nullopt : std::optional(Kind::Original);
 }
@@ -81,6 +90,29 @@ std::vector<KeyChange> changesBetween(const EffectiveValues& before, const Effec
         changes.push_back(std::move(change));
     });
     return changes;
+}
+
+std::string movesFromKeptCopies(const EffectiveValues& before, const EffectiveValues& after) {
+    std::map<std::string, std::size_t> moves;
+    bool othersChange = false;
+    mergeByKey(before, after, [&](const std::wstring&, const ValueView* was, const ValueView* is) {
+        if (was == nullptr || is == nullptr || kindOf(*was, *is)) {
+            othersChange = true;
+        } else if (isKeptCopyOf(was->valueStoreName, is->valueStoreName)) {
+            ++moves[is->valueStoreName];
+        }
+    });
+    std::string sentences;
+    for (const auto& [store, count] : moves) {
+        const bool one = count == 1;
+        sentences += sentences.empty() ? "" : " ";
+        sentences += std::to_string(count) +
+                     (othersChange ? " more"
+                      : one        ? " key"
+                                   : " keys") +
+                     (one ? " comes from " : " come from ") + store + " instead of its kept copy.";
+    }
+    return sentences;
 }
 
 std::string summaryOf(const std::vector<KeyChange>& changes) {

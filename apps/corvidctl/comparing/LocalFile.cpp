@@ -10,6 +10,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "host/XmlDiagnostics.h"
+#include "reading/ProblemText.h"
 #include "xml/XmlDocument.h"
 
 namespace corvidctl {
@@ -17,12 +18,6 @@ namespace corvidctl {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string placeOf(const XmlProblem& problem) {
-    return problem.line == 0
-               ? std::string()
-               : "line " + std::to_string(problem.line) + ", column " + std::to_string(problem.column) + ": ";
-}
 
 /// The error of writing a byte to a file without a name; 0 if it works, or if the file system has no such files.
 int tryWriting(const std::string& directory) {
@@ -69,10 +64,10 @@ std::string whyBroken(const std::string& configDirectory) {
     }
     for (const XmlProblem& problem : problems) {
         if (problem.isError) {
-            return placeOf(problem) + problem.text;
+            return syntaxProblem(problem.line, problem.column);
         }
     }
-    return "it cannot be read";
+    return syntaxProblem(0, 0);
 }
 
 std::string whyNotWritable(const std::string& directory) {

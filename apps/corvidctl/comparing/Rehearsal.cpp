@@ -10,7 +10,7 @@ namespace corvidctl {
 
 namespace {
 
-constexpr int FAILURES = 2;
+constexpr int SILENCE = 0;
 constexpr int WARNINGS = 3;
 
 }  // namespace
@@ -21,7 +21,7 @@ Invocation Rehearsal::onCopy(Invocation invocation, const std::string& directory
     invocation.host.configDirectory = directory;
     invocation.host.powerEvents = false;
     if (invocation.host.logLevel <= WARNINGS) {
-        invocation.host.logLevel = FAILURES;
+        invocation.host.logLevel = SILENCE;
     }
     return invocation;
 }

@@ -20,8 +20,8 @@ public:
     Rehearsal(const Rehearsal&) = delete;
     Rehearsal& operator=(const Rehearsal&) = delete;
 
-    /// The invocation on a copy. Its warnings, which would name the copy's files, are logged only at the levels 4
-    /// and 5.
+    /// The invocation on a copy. What the module logs of it, which would name the copy's files and quote broken ones,
+    /// comes out only at the levels 4 and 5; what matters of it is for the command to tell.
     static Invocation onCopy(Invocation invocation, const std::string& directory);
 
     /// Runs one step. @param text what the progress line calls it.

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "cli/Invocation.h"
 #include "comparing/Contents.h"
+#include "comparing/LoadFailures.h"
 #include "comparing/Operand.h"
 #include "comparing/Rehearsal.h"
 
@@ -19,14 +22,25 @@ public:
     ///        has its name.
     Contents read(const Operand& operand);
 
+    /// What a reader of the comparison should know of the sides read so far, each a whole sentence.
+    const std::vector<std::string>& remarks() const { return remarks_; }
+
 private:
-    Picture pictureOf(const std::string& directory);
-    const Picture& live();
+    struct Configuration {
+        Picture picture;
+        std::vector<LoadFailure> failures;
+    };
+
+    Configuration readConfiguration(const std::string& directory);
+    const Configuration& live();
+    Contents readWhole(const Configuration& configuration);
     Contents readStore(const std::string& name);
+    void remark(const std::string& sentence);
 
     const Invocation& invocation_;
     Rehearsal& rehearsal_;
-    std::optional<Picture> live_;
+    std::optional<Configuration> live_;
+    std::vector<std::string> remarks_;
 };
 
 }  // namespace corvidctl

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 #include "ConfigStoreConstants.h"
 #include "comparing/DocumentContents.h"
@@ -46,6 +48,11 @@ std::optional<StorePlace> placeOf(const std::string& store) {
 bool isReadableFile(const std::string& path) {
     std::error_code error;
     return fs::is_regular_file(path, error) && access(path.c_str(), R_OK) == 0;
+}
+
+bool holdsNul(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return std::find(std::istreambuf_iterator<char>(stream), {}, '\0') != std::istreambuf_iterator<char>();
 }
 
 /// Reads the options one after the other until one does not fit.
@@ -161,10 +168,15 @@ SimulationPlan readPlan(const Invocation& invocation) { return PlanReader().read
 
 std::string problemOf(const SimulationPlan::Replacement& replacement) {
     const StorePlace place = replacement.place;
-    if (!replacement.file || place == StorePlace::Bootstrap) {
-        return {};  // every line of a properties file is a key or is skipped
+    if (!replacement.file) {
+        return {};
     }
     const std::string& file = *replacement.file;
+    if (place == StorePlace::Bootstrap) {  // every line of a text is a key or is skipped
+        return holdsNul(file) ? replacement.words() + ": expected a text with lines of the form KEY: VALUE, and no NUL "
+                                                      "byte in it"
+                              : std::string();
+    }
     std::error_code error;
     if (place == StorePlace::Server && fs::file_size(file, error) > LARGEST_DOWNLOAD && !error) {
         return replacement.words() + ": the file is too large: a download ends after 16 MiB";

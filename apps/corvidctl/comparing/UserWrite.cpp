@@ -5,14 +5,13 @@
 
 #include "ConfigFeatureSet.h"
 #include "ConfigStoreConstants.h"
-#include "ServerPolicy.h"
 #include "comparing/LocalFile.h"
+#include "comparing/PolicyErasure.h"
 #include "comparing/Rehearsal.h"
 #include "output/Answers.h"
 #include "output/MachineText.h"
 #include "output/Text.h"
 #include "quill/StringUtils.h"
-#include "reading/KeyNames.h"
 #include "session/ProfileCopy.h"
 #include "xml/XmlCharacters.h"
 
@@ -26,21 +25,6 @@ using QuillCoreUtils::toWideString;
 
 /// A text as it comes back from a wide one, with what is no UTF-8 replaced.
 std::string asStored(const std::string& text) { return toString(toWideString(text)); }
-
-/// The policy that erases the key at a start, as "KEY is VALUE, from STORE"; empty if none does.
-std::string policyAgainst(const std::wstring& key, const ChainReader& reader) {
-    const KeyNames names;
-    for (const ServerPolicy& policy : serverPolicies()) {
-        const bool isAbout = std::any_of(policy.erasedKeys.begin(), policy.erasedKeys.end(), [&](const auto& erased) {
-            return caseInsensitiveStringEquals(names.currentName(erased), names.currentName(key));
-        });
-        const ValueView says = reader.describe(policy.policyKey);
-        if (isAbout && says.isDefined && forbidsCustomServers(toWideString(says.value))) {
-            return says.key + " is \"" + says.value + "\", from " + says.valueStoreName;
-        }
-    }
-    return {};
-}
 
 bool readsTheSame(const ValueView& a, const ValueView& b) {
     return a.isDefined == b.isDefined && a.value == b.value && a.valueStoreName == b.valueStoreName;
@@ -57,6 +41,7 @@ void store(const Invocation& invocation, Session::Inside& inside, UserWriteView&
     view.after = inside.reader.describe(key);
     view.readsAsGiven = inClear.describe(key).value == asStored(value);
     view.erasedBy = policyAgainst(key, inside.reader);
+    view.erases = keysErasedBy(key, inside.reader);
     view.onDiskKey = toXmlText(key).text;
     view.onDiskValue = toXmlText(toWideString(value)).text;
     view.isKeyWhole = view.onDiskKey == invocation.arguments[0];

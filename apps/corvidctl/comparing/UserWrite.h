@@ -24,8 +24,9 @@ struct UserWriteView {
 
     /// Of a value: the key reads as it now, and at the next start. Of an erasure: the key reads otherwise than before.
     bool isEffective = false;
-    bool readsAsGiven = false;  ///< the chain's answer is the value that was stored
-    std::string erasedBy;       ///< the policy that takes the value away at the next start, and who says so
+    bool readsAsGiven = false;        ///< the chain's answer is the value that was stored
+    std::string erasedBy;             ///< the policy that takes the value away at the next start, and who says so
+    std::vector<std::string> erases;  ///< the user's keys that go at the next start because of the value, a policy
 
     std::string onDiskKey;    ///< as XML holds it
     std::string onDiskValue;  ///< as XML holds it, in clear

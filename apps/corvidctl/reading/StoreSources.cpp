@@ -12,6 +12,7 @@
 #include "chain/CacheFiles.h"
 #include "output/ShownPath.h"
 #include "quill/StringUtils.h"
+#include "reading/ProblemText.h"
 #include "stores/BootstrapConfigStore.h"
 #include "xml/DocumentInspector.h"
 
@@ -54,22 +55,6 @@ bool isReadable(const std::string& file) {
 /// Where the module puts a local file that it cannot read.
 std::string backupOf(const std::string& file) { return file.substr(0, file.rfind('.')) + "-backup.xml"; }
 
-/// The words of the XML parser are left out: they quote the document, and that may be a secret.
-std::string textOf(const DocumentReport::Finding& finding) {
-    if (finding.kind != DocumentReport::Kind::Syntax) {
-        return finding.text;
-    }
-    return finding.line == 0 ? UNREADABLE : "it is not well-formed XML";
-}
-
-std::string withPlace(const DocumentReport::Finding& finding) {
-    if (finding.line == 0) {
-        return textOf(finding);
-    }
-    const std::string column = finding.column == 0 ? std::string() : ", column " + std::to_string(finding.column);
-    return "line " + std::to_string(finding.line) + column + ": " + textOf(finding);
-}
-
 KeySource sourceOf(const DocumentReport::Entry& entry) {
     KeySource source;
     source.line = entry.line;
@@ -82,7 +67,7 @@ KeySource sourceOf(const DocumentReport::Entry& entry) {
 /// Of several entries of one key the first one counts.
 void noteDocument(StoreSource& source, const DocumentReport& report) {
     if (!report.valid && !report.errors.empty()) {
-        source.origin.problem = withPlace(report.errors.front());
+        source.origin.problem = problemText(report);
         source.origin.problemLine = report.errors.front().line;
     }
     for (const DocumentReport::Entry& entry : report.entries) {
@@ -185,6 +170,16 @@ const StoreSource& StoreSources::of(const std::string& store) {
         return found->second;
     }
     return isKeptCopy(store) ? add(store, cacheDirectory() + "/" + store) : sources_[store];
+}
+
+std::vector<std::string> StoreSources::failedStores() const {
+    std::vector<std::string> stores;
+    for (const auto& [store, source] : sources_) {
+        if (!source.origin.problem.empty()) {
+            stores.push_back(store);
+        }
+    }
+    return stores;
 }
 
 std::vector<std::string> StoreSources::keptCopies() const {

@@ -89,6 +89,9 @@ public:
     ///        file for a kept copy that has never been written; valid as long as this.
     const StoreSource& of(const std::string& store);
 
+    /// Names of the stores whose file is there and gives nothing, whether they are in the chain or not.
+    std::vector<std::string> failedStores() const;
+
     /// Names of the stores that a kept copy in the cache directory would make.
     std::vector<std::string> keptCopies() const;
 

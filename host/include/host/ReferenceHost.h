@@ -25,7 +25,7 @@ struct ReferenceHostOptions {
     std::string bootstrapFilePath;      ///< the bootstrap properties file; may be missing
     Fips fips = Fips::Auto;
     std::string caFile;    ///< further trusted certificates (PEM) for HTTPS; empty: none
-    int logLevel = 3;      ///< 2 failures, 3 warnings, 4 information, 5 debug
+    int logLevel = 3;      ///< 0 nothing at all, 2 failures, 3 warnings, 4 information, 5 debug
     std::string logFile;   ///< where the log goes; empty: to standard error
     bool colours = false;  ///< whether a log on standard error is coloured
 

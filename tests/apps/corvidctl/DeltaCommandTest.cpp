@@ -43,6 +43,7 @@ TEST_F(Tool, DeltaShowsTheTypesThatAreAskedFor) {
     EXPECT_EQ(asJson({"delta", "--type", "extended"}).size(), 6u);
     EXPECT_EQ(asJson({"delta", "--type", "extended,shadowed", "--type", "overridden"}).size(), 9u);
     EXPECT_EQ(run({"delta", "--type", "equal"}).out, "No entry of these types.\n");
+    EXPECT_EQ(run({"delta", "--type", "equal", "DockedWindow"}).out, "No entry of these types.\n");
 }
 
 TEST_F(Tool, DeltaChoosesKeysByTheirCurrentNames) {
@@ -69,4 +70,22 @@ TEST_F(Tool, DeltaRefusesAnUnknownType) {
     const support::Ended ended = run({"delta", "--type", "equal,masked"});
     EXPECT_EQ(ended.status, 2);
     EXPECT_EQ(ended.error, "corvidctl: --type 'masked': expected overridden, shadowed, equal or extended\n");
+}
+
+TEST_F(Tool, DeltaSaysThatNoKeyMatches) {
+    EXPECT_EQ(run({"delta", "nope", "no*"}).out, "No key matches nope or no*.\n");
+    const support::Ended forScripts = run({"--json", "delta", "nope"});
+    EXPECT_EQ(forScripts.out, "[]\n");
+    EXPECT_EQ(forScripts.error, "No key matches nope.\n");
+}
+
+TEST_F(Tool, DeltaTellsWhichFilesCouldNotBeRead) {
+    writeConfig("corvid-config-user.xml", "<Corvid><s3cret></wrong></Corvid>");
+    writeConfig("Cache/cachedNobodysStore.xml", "<broken");  // in no chain
+    const std::string remark =
+        "TftpOverrideConfigStore failed to load: " + directory_.path("config/corvid-config-user.xml") +
+        ", line 1, column 25: it is not well-formed XML.\n";
+    EXPECT_THAT(run({"--log-level", "2", "delta"}).out, testing::EndsWith(remark));
+    EXPECT_THAT(run({"--log-level", "2", "--json", "delta"}).error, testing::EndsWith(remark));
+    EXPECT_THAT(run({"delta"}).out, Not(HasSubstr("cachedNobodysStore")));
 }

@@ -138,7 +138,7 @@ TEST_F(Diff, ChangesNothingOfWhatItReads) {
     writeConfig("corvidLocalConfig.xml", "<Corvid><userConfig");  // the module would move it
     directory_.write("other/corvidLocalConfig.xml", "<broken");
     const auto before = files();
-    EXPECT_EQ(run({"--log-level", "2", "diff", "live", directory_.path("other")}).status, 1);
+    EXPECT_EQ(run({"diff", "live", directory_.path("other")}).status, 1);
     EXPECT_EQ(files(), before);
 }
 
@@ -152,8 +152,8 @@ TEST_F(Diff, RefusesWhatCannotBeCompared) {
     const std::string broken = directory_.write("broken.xml", "<a>\n<b>\n</a>\n");
     expectRefused({"live", broken},
                   "'" + broken +
-                      "' is no document that the module can read: line 3, column 5: Opening and ending tag "
-                      "mismatch: b line 2 and a");
+                      "' is no document that the module can read: line 3, column 5: it is not well-formed "
+                      "XML");
 }
 
 TEST_F(Diff, SaysNothingOfItsCopies) {
@@ -186,4 +186,47 @@ TEST_F(Diff, EndsWhenItIsInterruptedWithNoCopyLeft) {
     EXPECT_EQ(ended.error, "corvidctl: diff: interrupted\n");
     EXPECT_EQ(ended.out, "");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
+}
+
+TEST_F(Diff, AppliesTheFipsRuleToDocumentsInTheLocalForm) {
+    const std::string on = directory_.write("on.xml", localFile({{"Telephony_P2P_Enabled", "true"}}));
+    const std::string off = directory_.write("off.xml", localFile({{"Telephony_P2P_Enabled", "false"}}));
+    EXPECT_EQ(run({"--fips", "off", "diff", on, off}).status, 1);
+    EXPECT_EQ(run({"--fips", "on", "diff", on, off}).status, 0);
+}
+
+TEST_F(Diff, ComparesTwoConfigurations) {
+    directory_.write("a/corvidLocalConfig.xml", localFile({{"DockedWindow", "1"}, {"Same", "x"}}));
+    directory_.write("b/corvidLocalConfig.xml", localFile({{"DockedWindow", "2"}, {"Same", "x"}}));
+    EXPECT_EQ(told({directory_.path("a"), directory_.path("b")}), std::vector<std::string>{"different DockedWindow"});
+}
+
+TEST_F(Diff, TellsWhichFilesItCouldNotRead) {
+    directory_.write("other/corvidLocalConfig.xml", "<Corvid><s3cret></wrong></Corvid>");
+    const std::string remark =
+        "LocalFileConfigStore failed to load: " + directory_.path("other/corvidLocalConfig.xml") +
+        ", line 1, column 25: it is not well-formed XML.\n";
+    const support::Ended ended = run({"diff", "live", directory_.path("other")});
+    EXPECT_EQ(ended.error, "");
+    EXPECT_THAT(ended.out, testing::EndsWith(remark));
+    EXPECT_EQ(run({"--json", "diff", "live", directory_.path("other")}).error, remark);
+}
+
+TEST_F(Diff, TellsOfAFailedStoreOnlyWhereItIsCompared) {
+    writeConfig("corvidLocalConfig.xml", "<broken");
+    EXPECT_THAT(run({"diff", "LocalFileConfigStore", "BootstrapConfigStore"}).out,
+                HasSubstr("LocalFileConfigStore failed to load: "));
+    EXPECT_THAT(run({"diff", "corvid-config-defaults.xml", "BootstrapConfigStore"}).out,
+                Not(HasSubstr("failed to load")));
+}
+
+TEST_F(Diff, TellsThatADirectoryHoldsNoConfiguration) {
+    directory_.write("other/letter.txt", "");
+    const std::string remark = directory_.path("other") +
+                               " holds no file of a configuration, so it counts as an empty one; expected "
+                               "corvidLocalConfig.xml, corvid-config-user.xml or kept copies in Cache.\n";
+    EXPECT_EQ(run({"--json", "diff", "live", directory_.path("other")}).error, remark);
+    EXPECT_THAT(run({"diff", "live", directory_.path("other")}).out, testing::EndsWith(remark));
+    directory_.write("other/Cache/cachedTFTPConfigStore.xml", "<Corvid/>");
+    EXPECT_EQ(run({"--json", "diff", "live", directory_.path("other")}).error, "");
 }

@@ -95,3 +95,23 @@ TEST_F(FetchDryRun, EndsAtOnceWhenInterruptedWhileAServerIsSilent) {
     EXPECT_THAT(ended.error, HasSubstr("corvidctl: interrupted\n"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
 }
+
+TEST_F(FetchDryRun, TakesAnUnchangedFileAndItsKeptCopyForOnePlace) {
+    serve("12.5", "<c><g><Fresh>true</Fresh><Other>1</Other></g></c>");
+    ASSERT_EQ(run(trusting({"fetch"})).status, 0);
+    EXPECT_THAT(rehearsed().out, EndsWith("1 key would change: 1 added.\n"  // the version, known for each run anew
+                                          "2 more come from TFTPConfigStore instead of its kept copy.\n"
+                                          "Nothing has been changed.\n"));
+    rewrite("<c><g><Fresh>true</Fresh><Other>2</Other></g></c>");
+    EXPECT_THAT(rehearsed().out, EndsWith("2 keys would change: 1 added, 1 changed.\n"
+                                          "1 more comes from TFTPConfigStore instead of its kept copy.\n"
+                                          "Nothing has been changed.\n"));
+}
+
+TEST_F(FetchDryRun, TellsWhichFilesCouldNotBeRead) {
+    writeConfig("corvid-config-user.xml", "<broken");
+    serve("12.5");
+    const std::string remark = "TftpOverrideConfigStore failed to load: ";
+    EXPECT_THAT(rehearsed().out, HasSubstr(remark));
+    EXPECT_THAT(rehearsed("json").error, StartsWith(remark));
+}

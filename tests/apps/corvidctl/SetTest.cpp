@@ -4,6 +4,12 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
+namespace {
+
+const std::string ALL_THE_SAME = "; to store it all the same, leave out --require-effective\n";
+
+}  // namespace
+
 TEST_F(Tool, SetIsOnDiskWhenItEnds) {
     EXPECT_EQ(run({"set", "LaunchOnSystemStartup", "true"}).status, 0);
     EXPECT_THAT(configFile("corvidLocalConfig.xml"),
@@ -138,10 +144,9 @@ TEST_F(Tool, SetTakesWordsWithBracketsLetterByLetter) {
 TEST_F(Tool, SetSaysThatTheCurrentNameInTheSameStoreComesFirst) {
     writeConfig("corvidLocalConfig.xml", localFile({{"TFTPPrimaryServer", "current"}}));
     EXPECT_EQ(run({"set", "TftpServer1", "old"}).out,
-              "TFTPPrimaryServer stored in LocalFileConfigStore.\n"
+              "TFTPPrimaryServer stored in LocalFileConfigStore, under its old name TftpServer1.\n"
               "It still reads as \"current\".\n"
-              "The value stands under the old name TftpServer1; what the store holds under TFTPPrimaryServer comes "
-              "first.\nIt is kept in " +
+              "What the store holds under TFTPPrimaryServer comes first.\nIt is kept in " +
                   localPath() + ".\n");
 }
 
@@ -249,8 +254,8 @@ TEST_F(Tool, SetStoresNothingThatWouldNotWinWhenItMust) {
     const support::Ended ended = run({"set", "--require-effective", "Telephony_Enabled", "maybe"});
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.out, "");
-    EXPECT_EQ(ended.error,
-              "corvidctl: nothing stored: TftpOverrideConfigStore wins Telephony_Enabled, with \"true\"\n");
+    EXPECT_EQ(ended.error, "corvidctl: nothing stored: TftpOverrideConfigStore wins Telephony_Enabled, with \"true\"" +
+                               ALL_THE_SAME);
     EXPECT_EQ(files(), before);
 }
 
@@ -272,21 +277,23 @@ TEST_F(Tool, SetStoresWhatWinsWhenItMust) {
 TEST_F(Tool, SetStoresNothingThatWouldReadOtherwiseWhenItMust) {
     const auto before = files();
     EXPECT_EQ(run({"--fips", "on", "set", "--require-effective", "Telephony_P2P_Enabled", "true"}).error,
-              "corvidctl: nothing stored: Telephony_P2P_Enabled would read as \"false\"\n");
+              "corvidctl: nothing stored: Telephony_P2P_Enabled would read as \"false\"" + ALL_THE_SAME);
     EXPECT_EQ(run({"set", "--require-effective", "Odd", "a\x01"}).error,
-              "corvidctl: nothing stored: XML cannot hold every character of it\n");
+              "corvidctl: nothing stored: XML cannot hold every character of it" + ALL_THE_SAME);
     EXPECT_EQ(files(), before);
 }
 
 TEST_F(Tool, SetTellsThatAPolicyTakesTheValueAwayAtTheNextStart) {
     writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>False</Customize_Phone_Server></g></c>");
     const std::string policy = "Customize_Phone_Server is \"False\", from TftpOverrideConfigStore";
-    EXPECT_EQ(run({"set", "CtiServer1", "mine"}).out, "CTIPrimaryServer stored in LocalFileConfigStore.\n"
+    EXPECT_EQ(run({"set", "CtiServer1", "mine"}).out, "CTIPrimaryServer stored in LocalFileConfigStore, under its old "
+                                                      "name CtiServer1.\n"
                                                       "The client erases it when it starts: " +
                                                           policy + ".\nIt is kept in " + localPath() + ".\n");
     EXPECT_EQ(run({"get", "CTIPrimaryServer"}).status, 1);
     EXPECT_EQ(run({"set", "--require-effective", "TFTPPrimaryServer", "mine"}).error,
-              "corvidctl: nothing stored: the client would erase TFTPPrimaryServer when it starts: " + policy + "\n");
+              "corvidctl: nothing stored: the client would erase TFTPPrimaryServer when it starts: " + policy +
+                  ALL_THE_SAME);
     EXPECT_EQ(run({"set", "--require-effective", "TFTPBackupServer1", "mine"}).status, 0);
 }
 
@@ -355,4 +362,32 @@ TEST_F(Tool, SetTellsWhyTheDiskTookNothing) {
     EXPECT_EQ(value.at("storedIn"), "LocalFileConfigStore");
     EXPECT_EQ(value.at("isPersisted"), false);
     EXPECT_EQ(configFile("corvidLocalConfig.xml"), before);
+}
+
+TEST_F(Tool, SetOfAPolicyTellsWhichOfTheUsersKeysItErases) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"VoicemailPrimaryServer", "mine"}}));
+    const std::string reason =
+        "VoicemailPrimaryServer when it starts, since Customize_Voicemail_Server is \"false\".\n";
+    EXPECT_THAT(run({"set", "--dry-run", "Customize_Voicemail_Server", "false"}).out,
+                HasSubstr("\nThe client would erase " + reason));
+    const support::Ended stored = run({"-o", "json", "set", "Customize_Voicemail_Server", "false"});
+    EXPECT_EQ(stored.error, "The client erases " + reason);
+    EXPECT_THAT(configFile("corvidLocalConfig.xml"), HasSubstr("value=\"mine\""));
+    EXPECT_EQ(run({"get", "VoicemailPrimaryServer"}).status, 1);
+}
+
+TEST_F(Tool, SetOfAPolicyThatForbidsNothingTellsNothing) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"VoicemailPrimaryServer", "mine"}}));
+    EXPECT_THAT(run({"set", "Customize_Voicemail_Server", "true"}).out, Not(HasSubstr("VoicemailPrimaryServer")));
+    EXPECT_THAT(run({"set", "Customize_Phone_Server", "false"}).out, Not(HasSubstr("The client erases")));
+}
+
+TEST_F(Tool, SetQuotesNothingOfALocalFileThatIsBroken) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid><s3cret></wrong></Corvid>");
+    for (const char* const option : {"--dry-run", "--require-effective"}) {
+        const support::Ended ended = run({"set", option, "Telephony_Enabled", "maybe"});
+        EXPECT_THAT(ended.error, HasSubstr("column 25: it is not well-formed XML); it would be set aside as "));
+        EXPECT_THAT(ended.error, Not(HasSubstr("s3cret")));
+        EXPECT_THAT(ended.error, Not(HasSubstr("renaming")));
+    }
 }

@@ -63,8 +63,12 @@ TEST_F(Simulate, TellsWhatAUserValueWouldChange) {
 TEST_F(Simulate, SaysThatNothingWouldChange) {
     const support::Ended ended = simulated({"--set", "Telephony_Enabled=maybe"});
     EXPECT_EQ(ended.status, 0);
-    EXPECT_EQ(ended.out, "No key would change.\n");
+    const std::string reason = "Telephony_Enabled would be stored in LocalFileConfigStore; TftpOverrideConfigStore "
+                               "still wins, with \"true\".\n";
+    EXPECT_EQ(ended.out, reason + "No key would change.\n");
     EXPECT_EQ(simulated({"--set", "Telephony_Enabled=maybe"}, "json").out, "[]\n");
+    EXPECT_EQ(simulated({"--set", "Telephony_Enabled=maybe"}, "json").error, reason);
+    EXPECT_EQ(simulated({"--set", "DockedWindow=false"}).out, "No key would change.\n");
 }
 
 TEST_F(Simulate, PrintsATableForPeople) {
@@ -102,7 +106,9 @@ TEST_F(Simulate, GivesScriptsBothSidesOfAChange) {
                                   {"newOriginalValue", "true"},
                                   {"oldIsOverridden", true},
                                   {"newIsOverridden", false},
-                                  {"isSensitive", false}}}));
+                                  {"isSensitive", false},
+                                  {"oldOriginalStore", "corvid-config-defaults.xml"},
+                                  {"newOriginalStore", "corvid-config-defaults.xml"}}}));
 }
 
 TEST_F(Simulate, LeavesAStoresFileOut) {
@@ -252,7 +258,7 @@ TEST_F(Simulate, RefusesAFileThatIsNotValidInItsPlace) {
     const support::Ended ended = simulated({"--replace", "TFTPConfigStore=" + broken});
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.error, "corvidctl: --replace 'TFTPConfigStore=" + broken +
-                               "': not valid in this place: line 1, column 1: Start tag expected, '<' not found; the "
+                               "': not valid in this place: line 1, column 1: it is not well-formed XML; the "
                                "module would drop the server's values, and keep an empty copy for the next start\n");
     EXPECT_EQ(ended.out, "");
     EXPECT_EQ(files(), before);
@@ -304,4 +310,57 @@ TEST_F(Simulate, LeavesNoCopyBehind) {
     EXPECT_EQ(run({"simulate", "--without", "corvid-config-defaults.xml"}, options).status, 0);
     EXPECT_EQ(run({"set", "--dry-run", "A", "b"}, options).status, 0);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
+}
+
+TEST_F(Simulate, ErasesWhatThePoliciesEraseAtTheNextStart) {
+    writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
+    const support::Ended ended = simulated({"--set", "CTIPrimaryServer=mine"});
+    EXPECT_EQ(ended.out, "CTIPrimaryServer would be stored in LocalFileConfigStore; the client erases it when it "
+                         "starts: Customize_Phone_Server is \"false\", from TftpOverrideConfigStore.\n"
+                         "No key would change.\n");
+}
+
+TEST_F(Simulate, TellsWhatAPolicyOfTheUsersOwnWouldErase) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"VoicemailPrimaryServer", "mine"}}));
+    EXPECT_THAT(told({"--set", "Customize_Voicemail_Server=false"}),
+                testing::IsSupersetOf({"added Customize_Voicemail_Server: none -> false (LocalFileConfigStore)",
+                                       "removed VoicemailPrimaryServer: mine (LocalFileConfigStore) -> none"}));
+}
+
+TEST_F(Simulate, TellsThatTheFipsRuleOutweighsTheValue) {
+    EXPECT_THAT(run({"--fips", "on", "simulate", "--set", "Telephony_P2P_Enabled=true"}).out,
+                StartsWith("Telephony_P2P_Enabled would be stored in LocalFileConfigStore; it still reads as "
+                           "\"false\".\n"));
+}
+
+TEST_F(Simulate, TellsWhichFilesItCouldNotReadAndNothingOfWhatStandsInThem) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid><s3cret></wrong></Corvid>");
+    const support::Ended ended = simulated({"--set", "A=b"});
+    EXPECT_EQ(ended.error, "");
+    EXPECT_THAT(ended.out, StartsWith("LocalFileConfigStore failed to load: " + localPath() +
+                                      ", line 1, column 25: it is not well-formed XML.\n"));
+    EXPECT_THAT(ended.out, Not(HasSubstr("s3cret")));
+}
+
+TEST_F(Simulate, LogsWhatHappensToTheCopyWhenAsked) {
+    writeConfig("corvidLocalConfig.xml", "<broken");
+    EXPECT_EQ(run({"--log-level", "3", "simulate", "--set", "A=b"}).error, "");
+    EXPECT_THAT(run({"--log-level", "4", "simulate", "--set", "A=b"}).error, HasSubstr("renaming invalid file to"));
+}
+
+TEST_F(Simulate, QuotesNothingOfABrokenDocument) {
+    const std::string broken = write("<c><s3cret></wrong></c>");
+    const support::Ended ended = simulated({"--replace", "TftpOverrideConfigStore=" + broken});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error, HasSubstr("it is not well-formed XML; "));
+    EXPECT_THAT(ended.error, Not(HasSubstr("s3cret")));
+}
+
+TEST_F(Simulate, RefusesAProgramForAnInstallersFile) {
+    const std::string program = write(std::string("TftpServer1: a\n\0\x7f", 17));
+    const support::Ended ended = simulated({"--replace", "BootstrapConfigStore=" + program});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.error, "corvidctl: --replace 'BootstrapConfigStore=" + program +
+                               "': expected a text with lines of the form KEY: VALUE, and no NUL byte in it\n");
+    EXPECT_EQ(ended.out, "");
 }

@@ -33,9 +33,12 @@ DefinitionGroup comparingCommands() {
              "A store's file is replaced by another one, which must be valid in its place: TftpOverrideConfigStore, "
              "LocalFileConfigStore, a cached copy such as cachedTFTPConfigStore.xml, UrlProvisioningConfigStore, "
              "BootstrapConfigStore or corvid-config-defaults.xml. For TFTPConfigStore the file is delivered as a "
-             "server's new file would be. User values are erased and set after that, and before a delivery.\n\n"
+             "server's new file would be. User values are erased and set after that and before a delivery, and the "
+             "client "
+             "starts once more, so that what the administrator's policies erase is gone.\n\n"
              "A key is added, removed, changed, moved (the same value comes from another store) or original (only the "
-             "administrator's value changes, or whether the user overrides it).",
+             "administrator's value changes, or whether the user overrides it). A store and its kept copy count as one "
+             "place.",
              {{"--replace", "STORE=FILE", "Take the store's values from this file; may be repeated",
                &Invocation::replaced, WordKind::Store},
               {"--without", "STORE", "Leave out the store's file; may be repeated", &Invocation::without,

@@ -103,3 +103,20 @@ TEST(KeyChanges, OfTenThousandKeysTakeOnePass) {
     }
     EXPECT_EQ(changesBetween(before, after, false).size(), 1'000u);
 }
+
+TEST(KeyChanges, TakeAStoreAndItsKeptCopyForOnePlace) {
+    const EffectiveValues before = {{L"A", value("1", "cachedS.xml")}, {L"B", value("1", "cachedS.xml")}};
+    const EffectiveValues after = {{L"A", value("1", "S")}, {L"B", value("1", "S")}};
+    EXPECT_THAT(changesBetween(before, after, false), IsEmpty());
+    EXPECT_EQ(movesFromKeptCopies(before, after), "2 keys come from S instead of its kept copy.");
+    EXPECT_EQ(movesFromKeptCopies(after, after), "");
+    EXPECT_EQ(changeOf(before, {{L"A", value("1", "S")}, {L"B", value("1", "T")}}).kind, ChangeKind::Moved);
+    EXPECT_EQ(movesFromKeptCopies(before, {{L"A", value("1", "S")}, {L"B", value("2", "S")}}),
+              "1 more comes from S instead of its kept copy.");
+}
+
+TEST(KeyChanges, OfAKeptCopyCountWhereTheAdministratorsValueIsAnotherOne) {
+    ValueView other = value("1", "S");
+    other.originalValue = "2";
+    EXPECT_EQ(changeOf({{L"Key", value("1", "cachedS.xml")}}, {{L"Key", other}}).kind, ChangeKind::Original);
+}

@@ -1,0 +1,43 @@
+#include "comparing/LoadFailures.h"
+
+#include <algorithm>
+
+#include "chain/ConfigStoreManager.h"
+#include "host/XmlDiagnostics.h"
+#include "output/ShownPath.h"
+#include "quill/StringUtils.h"
+#include "reading/StoreSources.h"
+
+namespace corvidctl {
+
+std::vector<LoadFailure> loadFailuresOf(const host::ReferenceHost::Options& options) {
+    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
+    StoreSources sources({options.configDirectory, options.installationDirectory, options.bootstrapFilePath});
+    std::vector<LoadFailure> failures;
+    for (const std::string& store : sources.failedStores()) {
+        const StoreOrigin& origin = sources.of(store).origin;
+        const char* const separator = origin.problemLine == 0 ? ": " : ", ";
+        failures.push_back(
+            {store, store + " failed to load: " + shownPath(origin.file) + separator + origin.problem + "."});
+    }
+    return failures;
+}
+
+void keepThoseOf(ConfigStoreManager& chain, std::vector<LoadFailure>& failures) {
+    const StoreList stores = chain.getStores();
+    std::erase_if(failures, [&stores](const LoadFailure& failure) {
+        return std::none_of(stores.begin(), stores.end(), [&failure](const auto& store) {
+            return QuillCoreUtils::caseInsensitiveStringEquals(store->getName(), failure.store);
+        });
+    });
+}
+
+std::vector<std::string> sentencesOf(const std::vector<LoadFailure>& failures) {
+    std::vector<std::string> sentences;
+    for (const LoadFailure& failure : failures) {
+        sentences.push_back(failure.sentence);
+    }
+    return sentences;
+}
+
+}  // namespace corvidctl
