@@ -152,7 +152,7 @@ std::vector<std::string> waitingPart(const Explanation& key) {
     const auto countMemory = std::count_if(key.layers.begin(), key.layers.end(), waitsInMemory);
     const auto countAll = std::count_if(key.layers.begin(), key.layers.end(), waits);
     std::vector<std::string> sentences;
-    if (countAll == 0 || countAll > countMemory) {
+    if (countAll > countMemory) {
         sentences.emplace_back("The user's value waits behind it.");
     }
     if (countMemory > 0) {

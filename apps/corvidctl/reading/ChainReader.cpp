@@ -58,7 +58,10 @@ ValueView ChainReader::describe(const std::wstring& key) const {
     if (report.isDefined && resolution.lookup.usedOtherKeyName()) {
         view.foundUnder = toString(resolution.lookup.otherName);
     }
-    view.shadowsUser = !view.isOverridden && !writableHolders(current).empty();
+    const std::vector<std::string> holders = writableHolders(current);
+    view.shadowsUser = !view.isOverridden &&
+                       std::any_of(holders.begin(), holders.end(),
+                                   [&view](const std::string& store) { return store != view.valueStoreName; });
     return view;
 }
 

@@ -124,6 +124,12 @@ TEST_F(Tool, ExplainTellsTheUsersValueThatWaits) {
                 HasSubstr("That is the administrator's value.\nThe user's value waits behind it.\n"));
 }
 
+TEST_F(Tool, ExplainLetsAUsersValueOverAnOldNameNotWaitBehindItself) {
+    EXPECT_EQ(run({"set", "TFTPPrimaryServer", "mine"}).status, 0);
+    EXPECT_THAT(run({"explain", "TFTPPrimaryServer"}).out, testing::Not(HasSubstr("waits behind it")));
+    EXPECT_THAT(run({"list", "tftp*"}).out, testing::Not(HasSubstr("waits behind it")));
+}
+
 TEST_F(Tool, ExplainTellsWhatOnlyTheUserHasSet) {
     EXPECT_THAT(run({"explain", "OnlyMine"}).out, HasSubstr("Only the user has set it; the administrator has not.\n"));
 }

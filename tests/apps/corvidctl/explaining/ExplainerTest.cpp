@@ -144,6 +144,21 @@ TEST_F(ExplainerTest, FindsWhoHoldsAnOldNameInVain) {
     EXPECT_EQ(key.heldUnderOldName[0].line, 1);
 }
 
+TEST_F(ExplainerTest, LetsNoValueWaitBehindItself) {
+    addLocal().with(L"TFTPPrimaryServer", L"mine");
+    addDefaults().with(L"TftpServer1", L"theirs");
+    const Explanation key = explain(L"TFTPPrimaryServer");
+    EXPECT_EQ(key.value.valueStoreName, "LocalFileConfigStore");
+    EXPECT_FALSE(key.value.isOverridden);
+    EXPECT_FALSE(key.value.shadowsUser);
+}
+
+TEST_F(ExplainerTest, LetsTheUsersValueWaitBehindAnAdministratorsStore) {
+    addOverride().with(L"Key", L"theirs");
+    addLocal().with(L"Key", L"mine");
+    EXPECT_TRUE(explain(L"Key").value.shadowsUser);
+}
+
 TEST_F(ExplainerTest, FindsThePolicyAndWhatItHasErased) {
     directory_.write("config/corvidLocalConfig.xml", "<Corvid>\n<userConfig name='CtiServer1' value='mine'/></Corvid>");
     addOverride().with(L"Customize_Phone_Server", L"FALSE");

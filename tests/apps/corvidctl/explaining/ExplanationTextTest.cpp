@@ -102,8 +102,8 @@ TEST(Verdict, TellsWhatWaitsBehindTheWinner) {
     EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs, user));
     key.layers.back().store = "InMemoryConfigStore";
     EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs, run));
-    key.layers.pop_back();  // it waits under the old name, which was not looked up
-    EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs, user));
+    key.layers.pop_back();  // a rule tells what is held under a name that was not looked up
+    EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs));
 }
 
 TEST(Verdict, OfAnUndefinedKeyIsOneSentence) {
