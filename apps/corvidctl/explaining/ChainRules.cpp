@@ -6,6 +6,7 @@
 #include "ServerPolicy.h"
 #include "chain/SensitiveKeySecuringUtility.h"
 #include "explaining/KeyRules.h"
+#include "explaining/Moments.h"
 #include "quill/StringUtils.h"
 #include "reading/ClientKeys.h"
 
@@ -138,8 +139,7 @@ Sentences keptCopy(const Explanation& key) {
     Sentences sentences;
     for (const KeyLayer& layer : key.layers) {
         if (layer.holdsKey && layer.origin.isCached) {
-            sentences.push_back(layer.store +
-                                " is the copy that was kept when the server delivered last; its priority, " +
+            sentences.push_back(sentenceOnCopy(layer.store, layer.origin) + "; its priority, " +
                                 std::to_string(layer.priority) + ", comes from PrimaryConfigStores.");
         }
     }
@@ -204,6 +204,12 @@ Sentences renamedNotOverridden(const Explanation& key) {
 }
 
 }  // namespace
+
+std::string sentenceOnCopy(const std::string& store, const StoreOrigin& origin) {
+    return origin.url.empty() || !origin.time
+               ? store + " is the copy that was kept when the server delivered last"
+               : store + " is the copy of " + origin.url + ", fetched at " + isoTime(*origin.time);
+}
 
 const std::vector<KeyRule>& chainRules() {
     static const std::vector<KeyRule> rules = {

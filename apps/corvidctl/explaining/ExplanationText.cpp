@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "ConfigStoreConstants.h"
+#include "explaining/KeyRules.h"
 #include "output/Text.h"
 #include "reading/ClientKeys.h"
 
@@ -51,9 +52,9 @@ Table::Cell valueCell(const KeyLayer& layer) {
     return {layer.value.empty() ? "(empty)" : layer.value, layer.wins ? Style::Good : Style::Plain};
 }
 
-/// The file or the URL; the client's memory has neither.
+/// The file, or the URL where there is no file; the client's memory has neither.
 std::string placeOf(const StoreOrigin& origin, const std::string& store) {
-    if (!origin.url.empty()) {
+    if (origin.file.empty() && !origin.url.empty()) {
         return origin.url;
     }
     return store == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME ? THIS_RUN : origin.shownFile;
@@ -250,6 +251,9 @@ void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
             const std::string moved =
                 store.origin.setAside.empty() ? "" : "; the file was moved to " + store.origin.setAside;
             output.out << escaped(store.name + " failed to load: " + store.origin.problem + moved + ".") << '\n';
+        }
+        if (store.origin.isCached && !store.origin.url.empty()) {
+            printSentences({sentenceOnCopy(store.name, store.origin) + "."}, output);
         }
     }
 }

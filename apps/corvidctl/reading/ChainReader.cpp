@@ -59,9 +59,9 @@ ValueView ChainReader::describe(const std::wstring& key) const {
         view.foundUnder = toString(resolution.lookup.otherName);
     }
     const std::vector<std::string> holders = writableHolders(current);
-    view.shadowsUser = !view.isOverridden &&
-                       std::any_of(holders.begin(), holders.end(),
-                                   [&view](const std::string& store) { return store != view.valueStoreName; });
+    view.shadowsUser =
+        !view.isOverridden && std::any_of(holders.begin(), holders.end(),
+                                          [&view](const std::string& store) { return store != view.valueStoreName; });
     return view;
 }
 

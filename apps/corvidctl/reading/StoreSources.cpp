@@ -11,6 +11,7 @@
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
 #include "quill/StringUtils.h"
+#include "reading/TransferNote.h"
 #include "stores/BootstrapConfigStore.h"
 #include "xml/DocumentInspector.h"
 
@@ -110,6 +111,14 @@ void noteBootstrapLine(StoreSource& source, const std::string& line, int number)
     entry.holdsHash = value.find('#') != std::string::npos;
 }
 
+/// Where the copy came from, if it is known: better than when the file was written, which an unchanged delivery leaves.
+void noteTransfer(StoreOrigin& origin) {
+    if (const std::optional<TransferNote> note = noteOn(origin.file)) {
+        origin.url = note->url;
+        origin.time = note->time;
+    }
+}
+
 bool isKeptCopy(const std::string& store) {
     const std::string name = QuillCoreUtils::toLowercase(store);
     return name.starts_with("cached") && name.ends_with(".xml");
@@ -205,6 +214,8 @@ StoreSource& StoreSources::add(const std::string& store, const std::string& file
     source.origin.isCached = isKeptCopy(store);
     if (!source.origin.isMissing && !isReadable(file)) {
         source.origin.problem = UNREADABLE;
+    } else if (source.origin.isCached && canBeReadTwice(file)) {
+        noteTransfer(source.origin);
     }
     return source;
 }

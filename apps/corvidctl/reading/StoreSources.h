@@ -29,7 +29,7 @@ struct StoreOrigin {
 
     std::string file;       ///< full path, whether the file exists or not; empty for a store without one
     std::string shownFile;  ///< the same for people: below the configuration directory if it lies there
-    std::string url;        ///< of the transfer that delivered the values
+    std::string url;        ///< of the transfer that delivered the values, if known; of a kept copy too
     std::optional<Clock::time_point> time;  ///< when the file was changed last, or the transfer ended
     bool isCached = false;                  ///< the kept copy of a remote store
     bool isLive = false;                    ///< a server's file as this run has fetched it
