@@ -7,19 +7,17 @@
 #include "chain/ConfigStoreManager.h"
 #include "chain/KeyResolver.h"
 #include "quill/StringUtils.h"
+#include "reading/ClientKeys.h"
 #include "tessel/FipsUtils.h"
 
 namespace corvidctl {
 
 namespace {
 
-using QuillCoreUtils::caseInsensitiveStringEquals;
 using QuillCoreUtils::toString;
 
-constexpr const wchar_t* FIPS_KEY = L"telephony_p2p_enabled";
-
 bool isFipsRule(const std::wstring& key) {
-    return caseInsensitiveStringEquals(key, FIPS_KEY) && tessel::common::FipsUtils::isFipsEnabled();
+    return isRuledByFipsMode(key) && tessel::common::FipsUtils::isFipsEnabled();
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
 #include "quill/StringUtils.h"
+#include "reading/ClientKeys.h"
 #include "reading/TransferNote.h"
 #include "stores/BootstrapConfigStore.h"
 #include "xml/DocumentInspector.h"
@@ -75,6 +76,9 @@ KeySource sourceOf(const DocumentReport::Entry& entry) {
     source.line = entry.line;
     source.isMarkup = entry.isMarkup;
     source.isMarkedSensitive = entry.sensitive;
+    if (isRuledByFipsMode(entry.key)) {
+        source.behindFipsRule = QuillCoreUtils::toString(entry.value);
+    }
     source.underOldName = !QuillCoreUtils::caseInsensitiveStringEquals(entry.name, entry.key);
     return source;
 }
@@ -91,6 +95,8 @@ void noteDocument(StoreSource& source, const DocumentReport& report) {
     for (const DocumentReport::Finding& warning : report.warnings) {
         if (warning.kind == DocumentReport::Kind::DuplicateKey) {
             source.keys[warning.key].ignoredLines.push_back(warning.line);
+        } else if (warning.kind == DocumentReport::Kind::LostEntry && !warning.key.empty()) {
+            source.lostLines[warning.key].push_back(warning.line);
         }
     }
 }
@@ -109,6 +115,9 @@ void noteBootstrapLine(StoreSource& source, const std::string& line, int number)
     entry.line = number;
     entry.lacksSeparator = line.find(BootstrapConfigStore::SPLITTER()) == std::string::npos;
     entry.holdsHash = value.find('#') != std::string::npos;
+    if (isRuledByFipsMode(QuillCoreUtils::toWideString(key))) {
+        entry.behindFipsRule = value;
+    }
 }
 
 /// Where the copy came from, if it is known: better than when the file was written, which an unchanged delivery leaves.
