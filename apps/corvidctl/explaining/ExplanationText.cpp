@@ -83,7 +83,7 @@ void printLayers(const Explanation& key, Moment now, Output& output) {
                  {"STORE", 0, false, 20},
                  {"KIND", 0, false, 9, 4},
                  {"VALUE", VALUE_COLUMNS, false, 12},
-                 {"WHERE", 0, false, 18, 1},
+                 {"WHERE", 0, false, 18, 1, true},
                  {"AGE", 0, false, 8, 2}});
     for (const KeyLayer& layer : key.layers) {
         if (layer.key != key.lookedUp.back()) {
@@ -104,6 +104,15 @@ const KeyLayer* winnerOf(const Explanation& key) {
     const auto winner =
         std::find_if(key.layers.begin(), key.layers.end(), [](const KeyLayer& layer) { return layer.wins; });
     return winner == key.layers.end() ? nullptr : &*winner;
+}
+
+/// Where the layer has its value, and whether the user can change it: a narrow terminal may leave both out of the
+/// table.
+std::string inBrackets(const KeyLayer& layer) {
+    const std::string place = !layer.inFile || layer.origin.shownFile.empty()
+                                  ? std::string()
+                                  : layer.origin.shownFile + ", line " + std::to_string(layer.inFile->line) + "; ";
+    return " (" + place + (layer.isReadOnly ? "read-only" : "writable") + ")";
 }
 
 bool isInMemory(const KeyLayer& layer) { return layer.store == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME; }
@@ -176,8 +185,10 @@ void printSentences(const std::vector<std::string>& sentences, Output& output) {
 
 std::vector<std::string> verdictOn(const Explanation& key) {
     const ValueView& value = key.value;
+    const KeyLayer* const winner = winnerOf(key);
     std::vector<std::string> sentences = {
         value.isDefined ? value.key + " is " + quoted(value.value) + ", from " + value.valueStoreName +
+                              (winner == nullptr ? "" : inBrackets(*winner)) +
                               ": it has the smallest priority number of the stores that hold the key."
                         : value.key + " is not defined: no store holds it."};
     append(sentences, administratorsPart(key));
@@ -195,12 +206,12 @@ void print(const std::vector<Explanation>& keys, Output& output) {
     Table table({{"KEY", 0, false, 18},
                  {"STATE", 0},
                  {"VALUE", STACK_VALUE_COLUMNS, false, 12},
-                 {"STORE", 0, false, 18},
-                 {"WHERE", 0, false, 18, 1}});
+                 {"STORE", 0, false, 14},
+                 {"WHERE", 0, false, 9, 0, true}});
     for (const Explanation& key : keys) {
         bool isFirst = true;
         for (const KeyLayer& layer : key.layers) {
-            if (layer.state == LayerState::Absent) {
+            if (layer.state == LayerState::Absent || layer.state == LayerState::Failed) {
                 continue;
             }
             table.addRow({{isFirst ? key.value.key : "", Style::Strong},
@@ -219,6 +230,8 @@ void print(const std::vector<Explanation>& keys, Output& output) {
         }
     }
     table.print(output.out, output.colours, output.columns);
+    // The same stores stand behind every key.
+    printSentences(keys.empty() ? std::vector<std::string>() : notLoaded(keys.front()), output);
 }
 
 void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
@@ -230,7 +243,7 @@ void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
                  {"STATE", 0},
                  {"KEYS", 0, true},
                  {"WINS", 0, true, 4, 1},
-                 {"WHERE", 0, false, 18, 2},
+                 {"WHERE", 0, false, 18, 2, true},
                  {"AGE", 0}});
     for (const StoreReport& store : stores) {
         const bool failed = store.state == StoreState::Failed;

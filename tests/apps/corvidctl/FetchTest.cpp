@@ -436,6 +436,6 @@ TEST_F(Fetch, LeavesNoNoteOnACopyThatCouldNotBeWritten) {
 TEST_F(Fetch, LeavesANoteThatADataResetRemoves) {
     serve("12.5");
     ASSERT_EQ(fetched().at("ok"), true);
-    EXPECT_THAT(run({"reset-data"}).out, HasSubstr("removed  Cache/cachedTFTPConfigStore.download.json\n"));
-    EXPECT_THAT(run({"reset-data"}).out, testing::Not(HasSubstr("download.json")));
+    EXPECT_THAT(run({"reset-data", "--yes"}).out, HasSubstr("removed  Cache/cachedTFTPConfigStore.download.json\n"));
+    EXPECT_THAT(run({"reset-data", "--yes"}).out, testing::Not(HasSubstr("download.json")));
 }
