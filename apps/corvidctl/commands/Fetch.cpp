@@ -66,9 +66,13 @@ int runFetch(const Invocation& invocation, Output& output) {
     RemoteSource remote(session, interruption);
     remote.start();
     const bool ended = remote.waitUntilSettled(progress);
-    FetchView view = summarise(remote.downloads(), version, !ended);
+    const DownloadJournal::Snapshot downloads = remote.downloads();
+    FetchView view = summarise(downloads, version, !ended);
     const bool delivered = view.ok;
     const std::string lostCopy = delivered ? copyThatIsNotKept(session) : std::string();
+    if (lostCopy.empty()) {
+        noteDelivery(invocation.host.configDirectory, downloads, view);
+    }
     remote.stop();
     const bool restIsOnDisk = session.finish();
     if (delivered) {

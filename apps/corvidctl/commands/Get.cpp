@@ -3,6 +3,7 @@
 #include "output/Text.h"
 #include "quill/StringUtils.h"
 #include "session/Session.h"
+#include "validating/MeantKey.h"
 
 #include <ostream>
 
@@ -24,9 +25,12 @@ void printPlain(const Invocation& invocation, const ValueView& view, Output& out
 
 int runGet(const Invocation& invocation, Output& output) {
     ValueView view;
+    std::optional<std::string> meant;
     Session session(invocation);
     session.work([&](Session::Inside& inside) {
-        view = inside.reader.describe(QuillCoreUtils::toWideString(invocation.arguments[0]));
+        const std::wstring key = QuillCoreUtils::toWideString(invocation.arguments[0]);
+        view = inside.reader.describe(key);
+        meant = view.isDefined ? std::nullopt : keyMeantBy(key, inside.reader);
     });
     session.finish();
 
@@ -35,7 +39,7 @@ int runGet(const Invocation& invocation, Output& output) {
     } else if (view.isDefined) {
         printPlain(invocation, view, output);
     } else {
-        printError(output, view.key + " is not defined");
+        printError(output, view.key + " is not defined" + (meant ? "; did you mean " + *meant + "?" : ""));
     }
     return view.isDefined ? Status::Done : Status::AnswerIsNo;
 }

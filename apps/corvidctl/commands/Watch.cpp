@@ -28,10 +28,20 @@ ValueView storedVersion(Session& session) {
     return version;
 }
 
+/// Where the copy came from that is kept by now; nothing while something is still under way.
+void noteNewest(const Invocation& invocation, Session& session, const RemoteSource& remote, const ValueView& version) {
+    const DownloadJournal::Snapshot downloads = remote.downloads();
+    const FetchView fetched = summarise(downloads, version, false);
+    if (remote.isSettled() && fetched.ok && copyThatIsNotKept(session).empty()) {
+        noteDelivery(invocation.host.configDirectory, downloads, fetched);
+    }
+}
+
 /// Tells how the first fetch ended and waits for an interruption, which may come first.
 /// @return the path of the copy for the next start, if that could not be written.
 std::string fetchAndWait(Session& session, RemoteSource& remote, const ValueView& version, Interruption& interruption,
-                         ProgressLine& progress, const std::function<void(const std::string&)>& complain) {
+                         ProgressLine& progress, const std::function<void(const std::string&)>& complain,
+                         const std::function<void()>& noteCopy) {
     std::string lostCopy;
     if (!remote.waitUntilSettled(progress)) {
         return lostCopy;
@@ -42,7 +52,9 @@ std::string fetchAndWait(Session& session, RemoteSource& remote, const ValueView
     } else if (lostCopy = copyThatIsNotKept(session); !lostCopy.empty()) {
         complain("the copy for the next start could not be written: " + lostCopy);
     }
+    noteCopy();
     interruption.wait();
+    noteCopy();  // another file may have come meanwhile
     return lostCopy;
 }
 
@@ -67,7 +79,8 @@ int runWatch(const Invocation& invocation, Output& output) {
     JournalScope watch(session, journal, [&printer](const ChangeView& change) { printer.tell(change); });
     RemoteSource remote(session, interruption);
     remote.start();
-    const std::string lostCopy = fetchAndWait(session, remote, version, interruption, progress, complain);
+    const std::string lostCopy = fetchAndWait(session, remote, version, interruption, progress, complain,
+                                              [&] { noteNewest(invocation, session, remote, version); });
     remote.stop();
     watch.stop();
     const bool restIsOnDisk = session.finish();

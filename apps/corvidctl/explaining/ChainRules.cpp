@@ -6,6 +6,8 @@
 #include "ServerPolicy.h"
 #include "chain/SensitiveKeySecuringUtility.h"
 #include "explaining/KeyRules.h"
+#include "explaining/Moments.h"
+#include "output/Output.h"
 #include "quill/StringUtils.h"
 #include "reading/ClientKeys.h"
 
@@ -74,8 +76,16 @@ Sentences oldNameNotTried(const Explanation& key) {
 }
 
 Sentences fipsMode(const Explanation& key) {
-    return onlyIf(key.fipsRuleSpoke,
-                  "FIPS mode is on: peer-to-peer calling reads as \"false\" whatever the stores hold.");
+    Sentences sentences =
+        onlyIf(key.fipsRuleSpoke, "FIPS mode is on: peer-to-peer calling reads as \"false\" whatever the stores hold.");
+    for (const KeyLayer& layer : key.layers) {
+        const bool differs = layer.inFile && layer.inFile->behindFipsRule && *layer.inFile->behindFipsRule != "false";
+        if (key.fipsRuleSpoke && differs && !key.isHidden) {
+            sentences.push_back(layer.origin.shownFile + ", line " + std::to_string(layer.inFile->line) + ", says " +
+                                quoted(*layer.inFile->behindFipsRule) + ".");
+        }
+    }
+    return sentences;
 }
 
 Sentences customServersForbidden(const Explanation& key) {
@@ -138,8 +148,7 @@ Sentences keptCopy(const Explanation& key) {
     Sentences sentences;
     for (const KeyLayer& layer : key.layers) {
         if (layer.holdsKey && layer.origin.isCached) {
-            sentences.push_back(layer.store +
-                                " is the copy that was kept when the server delivered last; its priority, " +
+            sentences.push_back(sentenceOnCopy(layer.store, layer.origin) + "; its priority, " +
                                 std::to_string(layer.priority) + ", comes from PrimaryConfigStores.");
         }
     }
@@ -153,6 +162,26 @@ Sentences unreadCopy(const Explanation& key) {
                             ", holds it too, and is not read: PrimaryConfigStores does not list its store.");
     }
     return sentences;
+}
+
+Sentences lostEntry(const Explanation& key) {
+    Sentences sentences;
+    for (const HiddenPlace& place : key.lost) {
+        sentences.push_back(place.file + ", line " + std::to_string(place.line) +
+                            ", has it outside any group, so it is lost.");
+    }
+    return sentences;
+}
+
+Sentences meantKey(const Explanation& key) { return onlyIf(!key.meant.empty(), "Did you mean " + key.meant + "?"); }
+
+Sentences secretsWouldNotBeKept(const Explanation& key) {
+    const auto isCopy = [](const KeyLayer& layer) { return layer.origin.isCached && !layer.origin.isMissing; };
+    const auto isLive = [](const KeyLayer& layer) { return layer.origin.isLive; };
+    return onlyIf(!key.value.isDefined && !key.value.isSensitive &&
+                      std::any_of(key.layers.begin(), key.layers.end(), isCopy) &&
+                      std::none_of(key.layers.begin(), key.layers.end(), isLive),
+                  "A value that the server marks as sensitive would not be in the kept copy.");
 }
 
 Sentences secretsAreNotKept(const Explanation& key) {
@@ -205,13 +234,35 @@ Sentences renamedNotOverridden(const Explanation& key) {
 
 }  // namespace
 
+std::string sentenceOnCopy(const std::string& store, const StoreOrigin& origin) {
+    return origin.url.empty() || !origin.time
+               ? store + " is the copy that was kept when the server delivered last"
+               : store + " is the copy of " + origin.url + ", fetched at " + isoTime(*origin.time);
+}
+
 const std::vector<KeyRule>& chainRules() {
     static const std::vector<KeyRule> rules = {
-        oldNameAsked,           oldNameTried,     oldNameNotTried, fipsMode,
-        customServersForbidden, onlyFalseForbids, workedOutFlag,   versionAnswered,
-        listOfCopies,           latchOfLinks,     keptCopy,        unreadCopy,
-        secretsAreNotKept,      sealedPassword,   emptyValueWins,  emptyOriginalPassedOver,
-        renamedNotOverridden,   hidden,
+        oldNameAsked,
+        oldNameTried,
+        oldNameNotTried,
+        fipsMode,
+        customServersForbidden,
+        onlyFalseForbids,
+        workedOutFlag,
+        versionAnswered,
+        listOfCopies,
+        latchOfLinks,
+        keptCopy,
+        unreadCopy,
+        lostEntry,
+        meantKey,
+        secretsWouldNotBeKept,
+        secretsAreNotKept,
+        sealedPassword,
+        emptyValueWins,
+        emptyOriginalPassedOver,
+        renamedNotOverridden,
+        hidden,
     };
     return rules;
 }

@@ -10,6 +10,7 @@
 #include "chain/ConfigStoreManager.h"
 #include "explaining/KeyRules.h"
 #include "quill/StringUtils.h"
+#include "validating/MeantKey.h"
 
 namespace corvidctl {
 
@@ -75,6 +76,10 @@ Explanation Explainer::explain(const std::wstring& key) const {
         }
     }
     explanation.unreadCopies = unreadCopiesWith(names);
+    explanation.lost = lostPlacesOf(names);
+    if (!explanation.value.isDefined) {
+        explanation.meant = keyMeantBy(key, reader_).value_or(std::string());
+    }
     explanation.policy = policyAgainst(key);
     explanation.rules = rulesOf(explanation);
     return explanation;
@@ -167,6 +172,20 @@ std::vector<HiddenPlace> Explainer::unreadCopiesWith(const std::vector<std::wstr
         for (const std::wstring& name : names) {
             if (findKey(sources_.of(copy), name) != nullptr) {
                 places.push_back(placeOf(copy, sources_.of(copy), name));
+            }
+        }
+    }
+    return places;
+}
+
+std::vector<HiddenPlace> Explainer::lostPlacesOf(const std::vector<std::wstring>& names) const {
+    std::vector<HiddenPlace> places;
+    for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
+        const StoreSource& source = sources_.of(store->getName());
+        for (const std::wstring& name : names) {
+            const auto lines = source.lostLines.find(name);
+            for (const int line : lines == source.lostLines.end() ? std::vector<int>() : lines->second) {
+                places.push_back({store->getName(), source.origin.shownFile, line});
             }
         }
     }

@@ -35,6 +35,7 @@ private:
     bool isShared(const std::wstring& key) const;
     std::vector<HiddenPlace> heldUnder(const std::wstring& name) const;
     std::vector<HiddenPlace> unreadCopiesWith(const std::vector<std::wstring>& names) const;
+    std::vector<HiddenPlace> lostPlacesOf(const std::vector<std::wstring>& names) const;
     std::optional<ForbiddingPolicy> policyAgainst(const std::wstring& key) const;
     std::vector<HiddenPlace> erased(const std::wstring& key) const;
 

@@ -55,6 +55,8 @@ struct Explanation {
     std::string alias;    ///< the old name, if the user asked for it or the value was found under it
     std::vector<HiddenPlace> heldUnderOldName;  ///< where the old name was not looked up any more
     std::vector<HiddenPlace> unreadCopies;      ///< kept copies that hold the key and are not in the chain
+    std::vector<HiddenPlace> lost;              ///< where a file has it outside any group
+    std::string meant;  ///< the key that was probably meant by an undefined one; empty if there is none
     std::optional<ForbiddingPolicy> policy;
     bool fipsRuleSpoke = false;
     bool isHidden = false;  ///< some value was masked

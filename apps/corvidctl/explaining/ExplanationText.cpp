@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "ConfigStoreConstants.h"
+#include "explaining/KeyRules.h"
 #include "output/Text.h"
 #include "reading/ClientKeys.h"
 
@@ -51,9 +52,9 @@ Table::Cell valueCell(const KeyLayer& layer) {
     return {layer.value.empty() ? "(empty)" : layer.value, layer.wins ? Style::Good : Style::Plain};
 }
 
-/// The file or the URL; the client's memory has neither.
+/// The file, or the URL where there is no file; the client's memory has neither.
 std::string placeOf(const StoreOrigin& origin, const std::string& store) {
-    if (!origin.url.empty()) {
+    if (origin.file.empty() && !origin.url.empty()) {
         return origin.url;
     }
     return store == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME ? THIS_RUN : origin.shownFile;
@@ -82,7 +83,7 @@ void printLayers(const Explanation& key, Moment now, Output& output) {
                  {"STORE", 0, false, 20},
                  {"KIND", 0, false, 9, 4},
                  {"VALUE", VALUE_COLUMNS, false, 12},
-                 {"WHERE", 0, false, 18, 1},
+                 {"WHERE", 0, false, 18, 1, true},
                  {"AGE", 0, false, 8, 2}});
     for (const KeyLayer& layer : key.layers) {
         if (layer.key != key.lookedUp.back()) {
@@ -103,6 +104,15 @@ const KeyLayer* winnerOf(const Explanation& key) {
     const auto winner =
         std::find_if(key.layers.begin(), key.layers.end(), [](const KeyLayer& layer) { return layer.wins; });
     return winner == key.layers.end() ? nullptr : &*winner;
+}
+
+/// Where the layer has its value, and whether the user can change it: a narrow terminal may leave both out of the
+/// table.
+std::string inBrackets(const KeyLayer& layer) {
+    const std::string place = !layer.inFile || layer.origin.shownFile.empty()
+                                  ? std::string()
+                                  : layer.origin.shownFile + ", line " + std::to_string(layer.inFile->line) + "; ";
+    return " (" + place + (layer.isReadOnly ? "read-only" : "writable") + ")";
 }
 
 bool isInMemory(const KeyLayer& layer) { return layer.store == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME; }
@@ -152,7 +162,7 @@ std::vector<std::string> waitingPart(const Explanation& key) {
     const auto countMemory = std::count_if(key.layers.begin(), key.layers.end(), waitsInMemory);
     const auto countAll = std::count_if(key.layers.begin(), key.layers.end(), waits);
     std::vector<std::string> sentences;
-    if (countAll == 0 || countAll > countMemory) {
+    if (countAll > countMemory) {
         sentences.emplace_back("The user's value waits behind it.");
     }
     if (countMemory > 0) {
@@ -175,8 +185,10 @@ void printSentences(const std::vector<std::string>& sentences, Output& output) {
 
 std::vector<std::string> verdictOn(const Explanation& key) {
     const ValueView& value = key.value;
+    const KeyLayer* const winner = winnerOf(key);
     std::vector<std::string> sentences = {
         value.isDefined ? value.key + " is " + quoted(value.value) + ", from " + value.valueStoreName +
+                              (winner == nullptr ? "" : inBrackets(*winner)) +
                               ": it has the smallest priority number of the stores that hold the key."
                         : value.key + " is not defined: no store holds it."};
     append(sentences, administratorsPart(key));
@@ -194,12 +206,12 @@ void print(const std::vector<Explanation>& keys, Output& output) {
     Table table({{"KEY", 0, false, 18},
                  {"STATE", 0},
                  {"VALUE", STACK_VALUE_COLUMNS, false, 12},
-                 {"STORE", 0, false, 18},
-                 {"WHERE", 0, false, 18, 1}});
+                 {"STORE", 0, false, 14},
+                 {"WHERE", 0, false, 9, 0, true}});
     for (const Explanation& key : keys) {
         bool isFirst = true;
         for (const KeyLayer& layer : key.layers) {
-            if (layer.state == LayerState::Absent) {
+            if (layer.state == LayerState::Absent || layer.state == LayerState::Failed) {
                 continue;
             }
             table.addRow({{isFirst ? key.value.key : "", Style::Strong},
@@ -218,6 +230,8 @@ void print(const std::vector<Explanation>& keys, Output& output) {
         }
     }
     table.print(output.out, output.colours, output.columns);
+    // The same stores stand behind every key.
+    printSentences(keys.empty() ? std::vector<std::string>() : notLoaded(keys.front()), output);
 }
 
 void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
@@ -229,7 +243,7 @@ void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
                  {"STATE", 0},
                  {"KEYS", 0, true},
                  {"WINS", 0, true, 4, 1},
-                 {"WHERE", 0, false, 18, 2},
+                 {"WHERE", 0, false, 18, 2, true},
                  {"AGE", 0}});
     for (const StoreReport& store : stores) {
         const bool failed = store.state == StoreState::Failed;
@@ -250,6 +264,9 @@ void print(const std::vector<StoreReport>& stores, Moment now, Output& output) {
             const std::string moved =
                 store.origin.setAside.empty() ? "" : "; the file was moved to " + store.origin.setAside;
             output.out << escaped(store.name + " failed to load: " + store.origin.problem + moved + ".") << '\n';
+        }
+        if (store.origin.isCached && !store.origin.url.empty()) {
+            printSentences({sentenceOnCopy(store.name, store.origin) + "."}, output);
         }
     }
 }

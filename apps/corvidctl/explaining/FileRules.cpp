@@ -25,21 +25,6 @@ Sentences forEachFile(const Explanation& key, const Sentence& sentence) {
     return sentences;
 }
 
-Sentences notLoaded(const Explanation& key) {
-    Sentences sentences;
-    for (const KeyLayer& layer : key.layers) {
-        const StoreOrigin& origin = layer.origin;
-        if (origin.problem.empty() || layer.key != key.lookedUp.front()) {
-            continue;
-        }
-        const std::string place = origin.problemLine == 0 ? ": " : ", ";
-        const std::string moved = origin.setAside.empty() ? "" : "; the file was moved to " + origin.setAside;
-        sentences.push_back(layer.store + " failed to load: " + origin.shownFile + place + origin.problem + moved +
-                            ".");
-    }
-    return sentences;
-}
-
 Sentences setAsideEarlier(const Explanation& key) {
     Sentences sentences;
     for (const KeyLayer& layer : key.layers) {
@@ -127,6 +112,21 @@ Sentences hashInValue(const Explanation& key) {
 }
 
 }  // namespace
+
+std::vector<std::string> notLoaded(const Explanation& key) {
+    Sentences sentences;
+    for (const KeyLayer& layer : key.layers) {
+        const StoreOrigin& origin = layer.origin;
+        if (origin.problem.empty() || layer.key != key.lookedUp.front()) {
+            continue;
+        }
+        const std::string place = origin.problemLine == 0 ? ": " : ", ";
+        const std::string moved = origin.setAside.empty() ? "" : "; the file was moved to " + origin.setAside;
+        sentences.push_back(layer.store + " failed to load: " + origin.shownFile + place + origin.problem + moved +
+                            ".");
+    }
+    return sentences;
+}
 
 const std::vector<KeyRule>& fileRules() {
     static const std::vector<KeyRule> rules = {

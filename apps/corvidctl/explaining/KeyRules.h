@@ -18,6 +18,12 @@ const std::vector<KeyRule>& chainRules();
 /// What follows from how the files are read.
 const std::vector<KeyRule>& fileRules();
 
+/// The stores whose files could not be read, a sentence for each.
+std::vector<std::string> notLoaded(const Explanation& key);
+
+/// Where the values of a kept copy came from, and when, as far as that is known; without a full stop.
+std::string sentenceOnCopy(const std::string& store, const StoreOrigin& origin);
+
 /// What all the rules have to say. The rules of the explanation itself are not looked at.
 std::vector<std::string> rulesOf(const Explanation& key);
 

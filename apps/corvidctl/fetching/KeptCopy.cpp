@@ -1,9 +1,11 @@
 #include "fetching/KeptCopy.h"
 
 #include "ConfigFeatureSet.h"
+#include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager.h"
+#include "reading/TransferNote.h"
 #include "session/Session.h"
 #include "stores/CacheConfigStore.h"
 
@@ -39,6 +41,17 @@ std::string copyThatIsNotKept(Session& session) {
         }
     });
     return path;
+}
+
+void noteDelivery(const std::string& configDirectory, const DownloadJournal::Snapshot& downloads,
+                  const FetchView& fetched) {
+    if (!fetched.ok || downloads.cycles.empty()) {
+        return;
+    }
+    using namespace ConfigStoreConstants;
+    const std::string copy =
+        configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING + "/" + CacheFiles::nameFor(TFTP_CONFIG_STORE_NAME);
+    leaveNote(copy, {fetched.url, fetched.server, fetched.version, downloads.cycles.back().ended});
 }
 
 }  // namespace corvidctl

@@ -64,10 +64,14 @@ void Table::addRow(std::vector<Cell> cells) {
     for (std::size_t i = 0; i < cells.size(); ++i) {
         cells[i].text = escaped(cells[i].text);
         if (columns_[i].widest != 0) {
-            cells[i].text = shortened(cells[i].text, columns_[i].widest);
+            cells[i].text = cut(cells[i].text, i, columns_[i].widest);
         }
     }
     rows_.push_back(std::move(cells));
+}
+
+std::string Table::cut(const std::string& text, std::size_t column, std::size_t width) const {
+    return columns_[column].cutInFront ? shortenedInFront(text, width) : shortened(text, width);
 }
 
 std::vector<std::size_t> Table::widths() const {
@@ -147,7 +151,7 @@ void Table::printRow(std::ostream& out, const std::vector<Cell>& row, const std:
         if (widths[i] == 0) {
             continue;
         }
-        const std::string text = shortened(row[i].text, widths[i]);
+        const std::string text = cut(row[i].text, i, widths[i]);
         const std::size_t gap = widths[i] - std::min(widths[i], displayWidth(text));
         const std::size_t before = columns_[i].rightAligned ? gap : 0;
         if (!text.empty()) {

@@ -26,6 +26,7 @@ public:
         bool rightAligned = false;  ///< for numbers
         std::size_t least = 8;      ///< what a narrow terminal leaves of it at least
         unsigned leaves = 0;        ///< the column with the highest number is left out first; 0: it always stays
+        bool cutInFront = false;    ///< the end of a text counts, as that of a path does
     };
 
     struct Cell {
@@ -52,6 +53,7 @@ private:
         std::vector<std::string> leftOut;  ///< headings of what there was no room for, in the order of the columns
     };
 
+    std::string cut(const std::string& text, std::size_t column, std::size_t width) const;
     std::vector<std::size_t> widths() const;
     Fit fit(std::size_t columns) const;
     void shrink(std::vector<std::size_t>& widths, std::size_t columns, bool belowLeast) const;

@@ -82,6 +82,20 @@ std::string shortened(std::string_view text, std::size_t columns) {
     return result + ELLIPSIS;
 }
 
+std::string shortenedInFront(std::string_view text, std::size_t columns) {
+    if (displayWidth(text) <= columns) {
+        return std::string(text);
+    }
+    const std::wstring characters = toWideString(text);
+    std::size_t begin = characters.size();
+    std::size_t width = 1;  // the ellipsis
+    while (begin > 0 && width + widthOf(characters[begin - 1]) <= columns) {
+        --begin;
+        width += widthOf(characters[begin]);
+    }
+    return ELLIPSIS + toString(std::wstring_view(characters).substr(begin));
+}
+
 std::string padded(std::string_view text, std::size_t columns) {
     const std::size_t width = displayWidth(text);
     return std::string(text) + std::string(width < columns ? columns - width : 0, ' ');

@@ -18,6 +18,9 @@ std::size_t displayWidth(std::string_view text);
 /// The text cut to a number of columns, with an ellipsis for what is missing.
 std::string shortened(std::string_view text, std::size_t columns);
 
+/// The same with its beginning missing: for what is told apart by its end.
+std::string shortenedInFront(std::string_view text, std::size_t columns);
+
 /// The text with blanks up to a number of columns.
 std::string padded(std::string_view text, std::size_t columns);
 

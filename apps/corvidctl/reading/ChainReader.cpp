@@ -7,19 +7,17 @@
 #include "chain/ConfigStoreManager.h"
 #include "chain/KeyResolver.h"
 #include "quill/StringUtils.h"
+#include "reading/ClientKeys.h"
 #include "tessel/FipsUtils.h"
 
 namespace corvidctl {
 
 namespace {
 
-using QuillCoreUtils::caseInsensitiveStringEquals;
 using QuillCoreUtils::toString;
 
-constexpr const wchar_t* FIPS_KEY = L"telephony_p2p_enabled";
-
 bool isFipsRule(const std::wstring& key) {
-    return caseInsensitiveStringEquals(key, FIPS_KEY) && tessel::common::FipsUtils::isFipsEnabled();
+    return isRuledByFipsMode(key) && tessel::common::FipsUtils::isFipsEnabled();
 }
 
 }  // namespace
@@ -58,7 +56,10 @@ ValueView ChainReader::describe(const std::wstring& key) const {
     if (report.isDefined && resolution.lookup.usedOtherKeyName()) {
         view.foundUnder = toString(resolution.lookup.otherName);
     }
-    view.shadowsUser = !view.isOverridden && !writableHolders(current).empty();
+    const std::vector<std::string> holders = writableHolders(current);
+    view.shadowsUser =
+        !view.isOverridden && std::any_of(holders.begin(), holders.end(),
+                                          [&view](const std::string& store) { return store != view.valueStoreName; });
     return view;
 }
 

@@ -10,4 +10,8 @@ bool isKeptByClient(const std::string& key) {
         key, QuillCoreUtils::toString(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
 }
 
+bool isRuledByFipsMode(const std::wstring& key) {
+    return QuillCoreUtils::caseInsensitiveStringEquals(key, L"telephony_p2p_enabled");
+}
+
 }  // namespace corvidctl

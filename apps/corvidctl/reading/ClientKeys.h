@@ -8,4 +8,7 @@ namespace corvidctl {
 /// it keeps a copy. @param key UTF-8, in any case.
 bool isKeptByClient(const std::string& key);
 
+/// True for the key that reads as "false" in FIPS mode, whatever the stores hold. In any case.
+bool isRuledByFipsMode(const std::wstring& key);
+
 }  // namespace corvidctl

@@ -12,7 +12,9 @@
 #include "chain/CacheFiles.h"
 #include "output/ShownPath.h"
 #include "quill/StringUtils.h"
+#include "reading/ClientKeys.h"
 #include "reading/ProblemText.h"
+#include "reading/TransferNote.h"
 #include "stores/BootstrapConfigStore.h"
 #include "xml/DocumentInspector.h"
 
@@ -60,6 +62,9 @@ KeySource sourceOf(const DocumentReport::Entry& entry) {
     source.line = entry.line;
     source.isMarkup = entry.isMarkup;
     source.isMarkedSensitive = entry.sensitive;
+    if (isRuledByFipsMode(entry.key)) {
+        source.behindFipsRule = QuillCoreUtils::toString(entry.value);
+    }
     source.underOldName = !QuillCoreUtils::caseInsensitiveStringEquals(entry.name, entry.key);
     return source;
 }
@@ -76,6 +81,8 @@ void noteDocument(StoreSource& source, const DocumentReport& report) {
     for (const DocumentReport::Finding& warning : report.warnings) {
         if (warning.kind == DocumentReport::Kind::DuplicateKey) {
             source.keys[warning.key].ignoredLines.push_back(warning.line);
+        } else if (warning.kind == DocumentReport::Kind::LostEntry && !warning.key.empty()) {
+            source.lostLines[warning.key].push_back(warning.line);
         }
     }
 }
@@ -94,6 +101,17 @@ void noteBootstrapLine(StoreSource& source, const std::string& line, int number)
     entry.line = number;
     entry.lacksSeparator = line.find(BootstrapConfigStore::SPLITTER()) == std::string::npos;
     entry.holdsHash = value.find('#') != std::string::npos;
+    if (isRuledByFipsMode(QuillCoreUtils::toWideString(key))) {
+        entry.behindFipsRule = value;
+    }
+}
+
+/// Where the copy came from, if it is known: better than when the file was written, which an unchanged delivery leaves.
+void noteTransfer(StoreOrigin& origin) {
+    if (const std::optional<TransferNote> note = noteOn(origin.file)) {
+        origin.url = note->url;
+        origin.time = note->time;
+    }
 }
 
 bool isKeptCopy(const std::string& store) {
@@ -201,6 +219,8 @@ StoreSource& StoreSources::add(const std::string& store, const std::string& file
     source.origin.isCached = isKeptCopy(store);
     if (!source.origin.isMissing && !isReadable(file)) {
         source.origin.problem = UNREADABLE;
+    } else if (source.origin.isCached && canBeReadTwice(file)) {
+        noteTransfer(source.origin);
     }
     return source;
 }

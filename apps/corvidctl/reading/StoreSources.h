@@ -30,7 +30,7 @@ struct StoreOrigin {
     std::string file;       ///< full path, whether the file exists or not; empty for a store without one
     std::string shownFile;  ///< the same for people: below the configuration directory if it lies
                             ///< there, else below the working directory if it lies there
-    std::string url;        ///< of the transfer that delivered the values
+    std::string url;        ///< of the transfer that delivered the values, if known; of a kept copy too
     std::optional<Clock::time_point> time;  ///< when the file was changed last, or the transfer ended
     bool isCached = false;                  ///< the kept copy of a remote store
     bool isLive = false;                    ///< a server's file as this run has fetched it
@@ -49,11 +49,15 @@ struct KeySource {
     bool underOldName = false;    ///< the file has the key under an old name of it
     bool lacksSeparator = false;  ///< a line of the bootstrap file without a colon
     bool holdsHash = false;       ///< a line of the bootstrap file with a "#" in its value
+    std::optional<std::string>
+        behindFipsRule;  ///< the value, of the key for which FIPS mode answers; UTF-8, not masked
 };
 
 struct StoreSource {
     StoreOrigin origin;
     std::map<std::wstring, KeySource, caseInsensitiveMapComparator> keys;
+    /// What the file has outside any group, which gives no key; with its lines, from 1.
+    std::map<std::wstring, std::vector<int>, caseInsensitiveMapComparator> lostLines;
 };
 
 /// @param keys how many the store in the chain holds.
@@ -62,7 +66,8 @@ StoreState stateOf(const StoreOrigin& origin, std::size_t keys);
 /// The line or lines that a store's file has on a key; null if it has none.
 const KeySource* findKey(const StoreSource& source, const std::wstring& key);
 
-/// The sources of all stores whose files this system knows, each read once. Values are not kept.
+/// The sources of all stores whose files this system knows, each read once. No values are kept but those in whose place
+/// FIPS mode answers.
 ///
 /// Made before the module is put in: the module moves a local file that it cannot read, and the place of the mistake
 /// with it. One thread.

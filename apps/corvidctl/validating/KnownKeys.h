@@ -15,6 +15,9 @@ class KnownKeys {
 public:
     KnownKeys();
 
+    /// Takes a further key for a known one; where it is as close as another, the other was meant.
+    void add(const std::wstring& key);
+
     bool contains(const std::wstring& key) const;
 
     /// The known key that was probably meant by one that is not known. Keys that differ in their numbers alone, as a
@@ -32,8 +35,6 @@ public:
     static bool isEncipheredOnDownload(const std::wstring& key);
 
 private:
-    void add(const std::wstring& key);
-
     SensitiveKeySet keys_;
     std::vector<std::string> names_;  ///< of the same keys, as closest() takes them
     ConfigMap currentNames_;          ///< old name to current name

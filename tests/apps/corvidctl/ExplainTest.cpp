@@ -115,13 +115,21 @@ TEST_F(Tool, ExplainPrintsATableOfTheLayers) {
 
 TEST_F(Tool, ExplainTellsTheAdministratorsValueThatWins) {
     EXPECT_THAT(run({"explain", "ServicesDomain"}).out,
-                HasSubstr("ServicesDomain is \"example.org\", from BootstrapConfigStore: it has the smallest priority "
+                HasSubstr("ServicesDomain is \"example.org\", from BootstrapConfigStore (" +
+                          directory_.path("install/bootstrap.properties") +
+                          ", line 1; read-only): it has the smallest priority "
                           "number of the stores that hold the key.\nThat is the administrator's value.\n"));
 }
 
 TEST_F(Tool, ExplainTellsTheUsersValueThatWaits) {
     EXPECT_THAT(run({"explain", "Telephony_Enabled"}).out,
                 HasSubstr("That is the administrator's value.\nThe user's value waits behind it.\n"));
+}
+
+TEST_F(Tool, ExplainLetsAUsersValueOverAnOldNameNotWaitBehindItself) {
+    EXPECT_EQ(run({"set", "TFTPPrimaryServer", "mine"}).status, 0);
+    EXPECT_THAT(run({"explain", "TFTPPrimaryServer"}).out, testing::Not(HasSubstr("waits behind it")));
+    EXPECT_THAT(run({"list", "tftp*"}).out, testing::Not(HasSubstr("waits behind it")));
 }
 
 TEST_F(Tool, ExplainTellsWhatOnlyTheUserHasSet) {
@@ -259,4 +267,18 @@ TEST_F(Tool, ExplainTakesManyKeysInItsStride) {
     EXPECT_EQ(asJson({"explain", "Key999"}).at("layers").at(0).at("line"), 1001);
     const std::string lines = run({"-o", "jsonl", "explain", "--all-stores", "key*"}).out;
     EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 1000);
+}
+
+TEST_F(Tool, ExplainTellsWhatAFileSaysBehindTheFipsRule) {
+    writeConfig("corvid-config-user.xml", "<c><g>\n<Telephony_P2P_Enabled>true</Telephony_P2P_Enabled></g></c>");
+    EXPECT_THAT(run({"--fips", "on", "explain", "Telephony_P2P_Enabled"}).out,
+                HasSubstr("whatever the stores hold.\ncorvid-config-user.xml, line 2, says \"true\".\n"));
+    directory_.write("install/bootstrap.properties", "Telephony_P2P_Enabled: yes\n");
+    EXPECT_THAT(run({"--fips", "on", "explain", "Telephony_P2P_Enabled"}).out,
+                HasSubstr("bootstrap.properties, line 1, says \"yes\".\n"));
+}
+
+TEST_F(Tool, ExplainTellsTheKeyThatWasMeant) {
+    EXPECT_THAT(run({"explain", "DockedWindw"}).out,
+                HasSubstr("DockedWindw is not defined: no store holds it.\nDid you mean DockedWindow?\n"));
 }

@@ -385,3 +385,57 @@ TEST_F(Fetch, LeavesTheNetworkAloneInEveryOtherCommand) {
     }
     EXPECT_THAT(requestsUntilStop(), IsEmpty());
 }
+
+TEST_F(Fetch, LeavesANoteOnTheKeptCopyThatExplainReads) {
+    serve("12.5");
+    ASSERT_EQ(fetched().at("ok"), true);
+    stopServing();
+    const std::string url = "https://" + address_ + ":6972/corvid-config.xml";
+    const auto copyOf = [this] {
+        for (const json& store : asJson({"stores"})) {
+            if (store.at("name") == "cachedTFTPConfigStore.xml") {
+                return store;
+            }
+        }
+        return json();
+    };
+    const json note = json::parse(configFile("Cache/cachedTFTPConfigStore.download.json"));
+    EXPECT_EQ(note.at("url"), url);
+    EXPECT_EQ(note.at("server"), address_);
+    EXPECT_EQ(note.at("version"), "12.5");
+    EXPECT_EQ(copyOf().at("url"), url);
+    EXPECT_EQ(copyOf().at("time"), note.at("time").get<std::string>().substr(0, 19) + "Z");
+    EXPECT_THAT(run({"stores"}).out, HasSubstr("cachedTFTPConfigStore.xml is the copy of " + url + ", fetched at "));
+    EXPECT_THAT(run({"stores"}).out, HasSubstr("Cache/cachedTFTPConfigStore.xml"));
+
+    // A copy that somebody else has written since came from elsewhere.
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<Corvid><CachedConfig><a>1</a></CachedConfig></Corvid>");
+    EXPECT_EQ(copyOf().at("url"), nullptr);
+    EXPECT_THAT(run({"explain", "a"}).out, HasSubstr("is the copy that was kept when the server delivered last"));
+}
+
+TEST_F(Fetch, IsToldByExplainWithUrlAndTime) {
+    serve("12.5");
+    ASSERT_EQ(fetched().at("ok"), true);
+    stopServing();
+    const json stores = asJson({"list", "--store", "cachedTFTPConfigStore.xml"});
+    ASSERT_FALSE(stores.empty());
+    EXPECT_THAT(
+        run({"explain", stores.at(0).at("key").get<std::string>()}).out,
+        testing::ContainsRegex("cachedTFTPConfigStore.xml is the copy of https://" + address_ +
+                               ":6972/corvid-config.xml, fetched at ....-..-..T..:..:..Z; its priority, [0-9]+, "
+                               "comes from PrimaryConfigStores."));
+}
+
+TEST_F(Fetch, LeavesNoNoteOnACopyThatCouldNotBeWritten) {
+    serve("12.5");
+    EXPECT_EQ(support::runProgram(withoutDisk(trusting({"fetch"}))).status, 1);
+    EXPECT_EQ(files().count("config/Cache/cachedTFTPConfigStore.download.json"), 0U);
+}
+
+TEST_F(Fetch, LeavesANoteThatADataResetRemoves) {
+    serve("12.5");
+    ASSERT_EQ(fetched().at("ok"), true);
+    EXPECT_THAT(run({"reset-data", "--yes"}).out, HasSubstr("removed  Cache/cachedTFTPConfigStore.download.json\n"));
+    EXPECT_THAT(run({"reset-data", "--yes"}).out, testing::Not(HasSubstr("download.json")));
+}

@@ -111,3 +111,10 @@ TEST_F(Tool, GetShowsNoControlCharacterOfAStoresName) {
                 "<c><g><Cached>1</Cached></g></c>");
     EXPECT_EQ(run({"get", "Cached", "--show-origin"}).out, "cacheda\\x9bb.xml\t1\n");
 }
+
+TEST_F(Tool, GetTellsTheKeyThatWasMeant) {
+    const support::Ended ended = run({"get", "dockedwindw"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error, "corvidctl: dockedwindw is not defined; did you mean DockedWindow?\n");
+}

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <future>
+#include <thread>
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -73,6 +74,19 @@ TEST_F(ServedWatch, PrintsWhatTheServersFileChanges) {
     EXPECT_EQ(told[0].at("valueStoreName"), "TFTPConfigStore");
     EXPECT_EQ(told[0].at("changed"),
               json::array({"value", "originalValue", "valueStoreName", "originalValueStoreName"}));
+}
+
+TEST_F(ServedWatch, LeavesANoteOnWhereTheKeptCopyCameFrom) {
+    const std::string note = directory_.path("config/Cache/cachedTFTPConfigStore.download.json");
+    serve("12.5");
+    support::ChildProcess watch(command(trusting({"watch"})));
+    while (!std::filesystem::exists(note)) {
+        std::this_thread::yield();  // it is written once the fetch has ended, while the watch goes on
+    }
+    watch.signal(SIGTERM);
+    EXPECT_EQ(watch.wait().status, 0);
+    EXPECT_EQ(json::parse(directory_.read("config/Cache/cachedTFTPConfigStore.download.json")).at("url"),
+              "https://" + address_ + ":6972/corvid-config.xml");
 }
 
 TEST_F(ServedWatch, PrintsTheAdministratorsValueBehindTheUsers) {

@@ -144,6 +144,40 @@ TEST_F(ExplainerTest, FindsWhoHoldsAnOldNameInVain) {
     EXPECT_EQ(key.heldUnderOldName[0].line, 1);
 }
 
+TEST_F(ExplainerTest, LetsNoValueWaitBehindItself) {
+    addLocal().with(L"TFTPPrimaryServer", L"mine");
+    addDefaults().with(L"TftpServer1", L"theirs");
+    const Explanation key = explain(L"TFTPPrimaryServer");
+    EXPECT_EQ(key.value.valueStoreName, "LocalFileConfigStore");
+    EXPECT_FALSE(key.value.isOverridden);
+    EXPECT_FALSE(key.value.shadowsUser);
+}
+
+TEST_F(ExplainerTest, LetsTheUsersValueWaitBehindAnAdministratorsStore) {
+    addOverride().with(L"Key", L"theirs");
+    addLocal().with(L"Key", L"mine");
+    EXPECT_TRUE(explain(L"Key").value.shadowsUser);
+}
+
+TEST_F(ExplainerTest, FindsTheKeyThatWasMeant) {
+    addLocal().with(L"PaneOrder", L"1").with(L"Pane2", L"1");
+    EXPECT_EQ(explain(L"PaneOrdr").meant, "PaneOrder");
+    EXPECT_EQ(explain(L"TFTPPrimarySrver").meant, "TFTPPrimaryServer");
+    EXPECT_EQ(explain(L"PaneOrder").meant, "");
+    EXPECT_EQ(explain(L"Pane3").meant, "");
+    EXPECT_EQ(explain(L"SomethingElse").meant, "");
+}
+
+TEST_F(ExplainerTest, FindsWhereAFileHasTheKeyOutsideAnyGroup) {
+    directory_.write("config/corvid-config-user.xml", "<c>\n<PaneOrder>1</PaneOrder>\n<g><Other>1</Other></g></c>");
+    addOverride();
+    const Explanation key = explain(L"paneorder");
+    ASSERT_EQ(key.lost.size(), 1U);
+    EXPECT_EQ(key.lost[0].file, "corvid-config-user.xml");
+    EXPECT_EQ(key.lost[0].line, 2);
+    EXPECT_THAT(explain(L"Other").lost, IsEmpty());
+}
+
 TEST_F(ExplainerTest, FindsThePolicyAndWhatItHasErased) {
     directory_.write("config/corvidLocalConfig.xml", "<Corvid>\n<userConfig name='CtiServer1' value='mine'/></Corvid>");
     addOverride().with(L"Customize_Phone_Server", L"FALSE");

@@ -54,8 +54,8 @@ std::string printed(const Arguments&... arguments) {
     return out.str();
 }
 
-const char* const IS_MINE =
-    "Key is \"mine\", from LocalFileConfigStore: it has the smallest priority number of the stores that hold the key.";
+const char* const IS_MINE = "Key is \"mine\", from LocalFileConfigStore (writable): it has the smallest priority "
+                            "number of the stores that hold the key.";
 
 }  // namespace
 
@@ -102,8 +102,8 @@ TEST(Verdict, TellsWhatWaitsBehindTheWinner) {
     EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs, user));
     key.layers.back().store = "InMemoryConfigStore";
     EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs, run));
-    key.layers.pop_back();  // it waits under the old name, which was not looked up
-    EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs, user));
+    key.layers.pop_back();  // a rule tells what is held under a name that was not looked up
+    EXPECT_THAT(verdictOn(key), ElementsAre(testing::_, theirs));
 }
 
 TEST(Verdict, OfAnUndefinedKeyIsOneSentence) {
@@ -122,9 +122,23 @@ TEST(ExplanationForPeople, IsATableThenTheVerdictThenTheRules) {
               "STATE     PRIORITY  STORE                 KIND                VALUE   WHERE                       AGE\n"
               "wins            20  LocalFileConfigStore  writable, profile   mine    LocalFileConfigStore.xml:3  2 h "
               "ago\n"
-              "shadowed       900  Defaults              read-only, profile  theirs  Defaults.xml\n" +
-                  std::string(IS_MINE) +
-                  "\nThe user overrides the administrator's \"theirs\", from Defaults.\nA rule.\n");
+              "shadowed       900  Defaults              read-only, profile  theirs  Defaults.xml\n"
+              "Key is \"mine\", from LocalFileConfigStore (LocalFileConfigStore.xml, line 3; writable): it has the "
+              "smallest priority number of the stores that hold the key.\nThe user overrides the administrator's "
+              "\"theirs\", from Defaults.\nA rule.\n");
+}
+
+TEST(ExplanationForPeople, KeepsTheLineNumberOnANarrowTerminal) {
+    Explanation key = overridden();
+    key.layers[0].inFile = KeySource();
+    key.layers[0].inFile->line = 5;
+    key.layers[0].origin.time = NOW - 2h;
+    std::ostringstream out;
+    std::ostringstream error;
+    Output output{out, error, false, false};
+    output.columns = 80;
+    print(key, NOW, output);
+    EXPECT_THAT(out.str(), testing::HasSubstr(".xml:5  2 h ago\n"));
 }
 
 TEST(ExplanationForPeople, TellsWhatKindOfCopyAStoreIs) {
@@ -183,6 +197,54 @@ TEST(StacksForPeople, HoldTheStoresThatHaveTheKey) {
               "Other  wins       mine    LocalFileConfigStore  LocalFileConfigStore.xml\n"
               "       shadowed   theirs  Defaults              Defaults.xml\n"
               "       not tried  -       Old                   Old.xml:4, as OldOther\n");
+}
+
+TEST(StacksForPeople, TellOnceOfAStoreThatFailedToLoad) {
+    KeyLayer broken = layer("Broken", 5, true);
+    broken.state = LayerState::Failed;
+    broken.origin.problem = "line 3: broken";
+    broken.origin.problemLine = 3;
+    Explanation key = overridden();
+    key.layers.insert(key.layers.begin(), broken);
+    Explanation renamed = overridden();
+    broken.key = "OldKey";
+    renamed.layers.insert(renamed.layers.begin(), broken);
+    renamed.lookedUp = {"Key", "OldKey"};
+    EXPECT_EQ(printed(std::vector<Explanation>{key, renamed}),
+              "KEY  STATE     VALUE   STORE                 WHERE\n"
+              "Key  wins      mine    LocalFileConfigStore  LocalFileConfigStore.xml\n"
+              "     shadowed  theirs  Defaults              Defaults.xml\n"
+              "Key  wins      mine    LocalFileConfigStore  LocalFileConfigStore.xml\n"
+              "     shadowed  theirs  Defaults              Defaults.xml\n"
+              "Broken failed to load: Broken.xml, line 3: broken.\n");
+}
+
+TEST(StacksForPeople, KeepTheLineNumberOnANarrowTerminal) {
+    Explanation key = overridden();
+    key.value.key = "AKeyOfALengthThatIsNotUnusual";
+    key.layers[0].value = "a value that is rather long itself";
+    key.layers[0].inFile = KeySource();
+    key.layers[0].inFile->line = 5;
+    std::ostringstream out;
+    std::ostringstream error;
+    Output output{out, error, false, false};
+    output.columns = 80;
+    print(std::vector<Explanation>{key}, output);
+    EXPECT_THAT(out.str(), testing::HasSubstr(".xml:5\n"));
+}
+
+TEST(StoresForPeople, TellWhereAKeptCopyCameFrom) {
+    StoreReport copy;
+    copy.name = "Copy";
+    copy.origin.shownFile = "Copy.xml";
+    copy.origin.file = "/Copy.xml";
+    copy.origin.isCached = true;
+    copy.origin.url = "https://server/file";
+    copy.origin.time = NOW;
+    const std::string out = printed(std::vector<StoreReport>{copy}, NOW);
+    EXPECT_THAT(out, testing::HasSubstr("  Copy.xml  just now\n"));
+    EXPECT_THAT(out,
+                testing::EndsWith("\nCopy is the copy of https://server/file, fetched at 2026-11-22T09:30:00Z.\n"));
 }
 
 TEST(StoresForPeople, TellHowEachFares) {

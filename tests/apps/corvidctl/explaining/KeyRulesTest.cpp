@@ -92,6 +92,56 @@ TEST(KeyRules, TellWhenFipsModeSpoke) {
                 ElementsAre("FIPS mode is on: peer-to-peer calling reads as \"false\" whatever the stores hold."));
 }
 
+TEST(KeyRules, TellWhatTheFilesSayInWhosePlaceFipsModeAnswers) {
+    Explanation key = explained("Telephony_P2P_Enabled", {inFile("A", 3), inFile("B", 4)});
+    key.fipsRuleSpoke = true;
+    key.layers[0].inFile->behindFipsRule = "true";
+    key.layers[1].inFile->behindFipsRule = "false";
+    EXPECT_THAT(rulesOf(key), ElementsAre(testing::StartsWith("FIPS mode is on: "), "A.file, line 3, says \"true\"."));
+    key.isHidden = true;
+    EXPECT_THAT(rulesOf(key), ElementsAre(testing::_, testing::StartsWith("The key is sensitive")));
+    key.isHidden = false;
+    key.fipsRuleSpoke = false;
+    EXPECT_THAT(rulesOf(key), IsEmpty());
+}
+
+TEST(KeyRules, TellWhereAFileHasAKeyInVain) {
+    Explanation key = explained("Key", {});
+    key.lost = {{"Mine", "mine.xml", 4}};
+    EXPECT_THAT(rulesOf(key), ElementsAre("mine.xml, line 4, has it outside any group, so it is lost."));
+}
+
+TEST(KeyRules, TellWhichKeyWasMeant) {
+    Explanation key = explained("DockedWindw", {});
+    key.meant = "DockedWindow";
+    EXPECT_THAT(rulesOf(key), ElementsAre("Did you mean DockedWindow?"));
+}
+
+TEST(KeyRules, TellThatASecretWouldNotBeInTheKeptCopy) {
+    KeyLayer copy = layer("cachedTFTPConfigStore.xml", false);
+    copy.origin.isCached = true;
+    EXPECT_THAT(rulesOf(explained("Key", {copy})),
+                ElementsAre("A value that the server marks as sensitive would not be in the kept copy."));
+    EXPECT_THAT(rulesOf(explained("Key", {copy, layer("A", true)})), IsEmpty());
+    KeyLayer live = layer("TFTPConfigStore", false);
+    live.origin.isLive = true;
+    EXPECT_THAT(rulesOf(explained("Key", {copy, live})), IsEmpty());
+    copy.origin.isMissing = true;
+    EXPECT_THAT(rulesOf(explained("Key", {copy})), IsEmpty());
+}
+
+TEST(KeyRules, TellWhereAKeptCopyCameFromIfThatIsKnown) {
+    KeyLayer copy = layer("cachedTFTPConfigStore.xml", true);
+    copy.origin.isCached = true;
+    copy.priority = 240;
+    copy.origin.url = "https://192.0.2.1:6972/corvid-config.xml";
+    copy.origin.time = StoreOrigin::Clock::time_point(std::chrono::seconds(1795339800));
+    EXPECT_THAT(
+        rulesOf(explained("Key", {copy})),
+        ElementsAre("cachedTFTPConfigStore.xml is the copy of https://192.0.2.1:6972/corvid-config.xml, fetched "
+                    "at 2026-11-22T09:30:00Z; its priority, 240, comes from PrimaryConfigStores."));
+}
+
 TEST(KeyRules, TellThePolicyThatErasesCustomServers) {
     Explanation key = explained("TFTPPrimaryServer", {layer("A", true)});
     key.policy = ForbiddingPolicy{"Customize_Phone_Server", "Override", {}};
@@ -168,7 +218,7 @@ TEST(KeyRules, TellOfAKeptCopyAndItsPriority) {
                 ElementsAre("cachedTFTPConfigStore.xml is the copy that was kept when the server delivered last; its "
                             "priority, 240, comes from PrimaryConfigStores."));
     copy.holdsKey = false;
-    EXPECT_THAT(rulesOf(explained("Key", {copy})), IsEmpty());
+    EXPECT_THAT(rulesOf(explained("Key", {copy, layer("A", true)})), IsEmpty());
 }
 
 TEST(KeyRules, TellOfAKeptCopyThatIsNotRead) {
@@ -182,7 +232,7 @@ TEST(KeyRules, TellThatSecretsAreNotKept) {
     KeyLayer copy = layer("cachedTFTPConfigStore.xml", false);
     copy.origin.isCached = true;
     Explanation key = explained("Key", {copy});
-    EXPECT_THAT(rulesOf(key), IsEmpty());
+    EXPECT_THAT(rulesOf(key), ElementsAre(testing::StartsWith("A value that the server marks as sensitive would")));
     key.value.isSensitive = true;
     EXPECT_THAT(rulesOf(key), ElementsAre("Sensitive values are left out of the kept copy: what the server's file says "
                                           "is not known before the next fetch."));

@@ -105,3 +105,9 @@ TEST(Table, TellsFaintlyWhatIsLeftOut) {
     EXPECT_THAT(printed(fourColumns(), true, 29),
                 testing::HasSubstr("\x1b[2mnot shown here: REMARKS;\x1b[0m\n\x1b[2mwiden the terminal"));
 }
+
+TEST(Table, CutsInFrontWhatIsToldApartByItsEnd) {
+    Table table({{"KEY", 0}, {"WHERE", 0, false, 6, 0, true}});
+    table.addRow({"abcdefgh", "corvidLocalConfig.xml:5"});
+    EXPECT_EQ(printed(table, false, 18), "KEY       WHERE\nabcdefgh  \xE2\x80\xA6g.xml:5\n");
+}

@@ -38,6 +38,10 @@ TEST(Text, CountsColumnsOfATerminal) {
 TEST(Text, ShortensToAWidth) {
     EXPECT_EQ(shortened("abcdef", 6), "abcdef");
     EXPECT_EQ(shortened("abcdefg", 6), "abcde\xE2\x80\xA6");
+    EXPECT_EQ(shortenedInFront("abcdef", 6), "abcdef");
+    EXPECT_EQ(shortenedInFront("abcdefg", 6), "\xE2\x80\xA6"
+                                              "cdefg");
+    EXPECT_EQ(shortenedInFront("\xE6\xBC\xA2\xE6\xBC\xA2\xE6\xBC\xA2", 4), "\xE2\x80\xA6\xE6\xBC\xA2");
     EXPECT_EQ(shortened("\xE6\xBC\xA2\xE6\xBC\xA2\xE6\xBC\xA2", 4), "\xE6\xBC\xA2\xE2\x80\xA6");
 }
 

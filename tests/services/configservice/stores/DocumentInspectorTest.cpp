@@ -56,6 +56,7 @@ TEST_F(Inspector, WarnsOfTextThatStandsOutsideAGroup) {
     const auto report = inspect("<r>\n<Lost>text</Lost>\n<Empty/><G><A>1</A></G></r>");
     EXPECT_THAT(told(report.warnings),
                 testing::ElementsAre("2: element outside a group gives no key and its text is lost: Lost"));
+    EXPECT_EQ(report.warnings[0].key, L"Lost");
     EXPECT_EQ(report.entries.size(), 1u);
 }
 

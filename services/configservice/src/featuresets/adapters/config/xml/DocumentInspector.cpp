@@ -142,7 +142,8 @@ private:
                 warn(Kind::IgnoredText, group, "text is ignored in: " + nameOf(group));
             } else if (hasText(group)) {
                 warn(Kind::LostEntry, group,
-                     "element outside a group gives no key and its text is lost: " + nameOf(group));
+                     "element outside a group gives no key and its text is lost: " + nameOf(group),
+                     QuillCoreUtils::toWideString(nameOf(group)));
             }
             inspectGroup(group);
         }

@@ -37,7 +37,9 @@ struct DocumentReport {
         int line = 0;    ///< from 1; 0 if unknown
         int column = 0;  ///< from 1; 0 if unknown
         std::string text;
-        std::wstring key;  ///< of the entry that this is about, as in Entry; empty if it is about none
+        /// Of the entry that this is about, as in Entry; of an element that would be one, its name; empty if it is
+        /// about none.
+        std::wstring key;
     };
 
     bool valid = false;  ///< true if the file can be read as a document, and has the form that its place asks for
