@@ -148,3 +148,19 @@ TEST_F(Tool, ListRemarksWhatTheClientKeepsItself) {
     writeConfig("corvidLocalConfig.xml", localFile({{"PrimaryConfigStores", "TFTPConfigStore:240;"}}));
     EXPECT_THAT(run({"list", "PrimaryConfigStores"}).out, HasSubstr("  kept by the client\n"));
 }
+
+TEST_F(Tool, ListTellsTheStoresWhenThereIsNoneOfTheName) {
+    const support::Ended ended = run({"--log-file", "/dev/null", "list", "--store", "Nope"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error,
+              "corvidctl: no store has the name \"Nope\", expected one of TftpOverrideConfigStore, "
+              "LocalFileConfigStore, UrlProvisioningConfigStore, BootstrapConfigStore, InMemoryConfigStore, "
+              "corvid-config-defaults.xml\n");
+}
+
+TEST_F(Tool, ListOfAStoreThatWinsNothingIsNoFailure) {
+    const support::Ended ended = run({"list", "--store", "urlprovisioningconfigstore"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "No key matches.\n");
+}
