@@ -89,7 +89,7 @@ TEST_F(Tool, ListPrintsAnAlignedTable) {
 }
 
 TEST_F(Tool, ListShortensALongValueForPeopleOnly) {
-    const std::string value(200, 'x');
+    const std::string value(2000, 'x');
     writeConfig("corvidLocalConfig.xml", localFile({{"Long", value}}));
     EXPECT_THAT(run({"list", "Long"}).out, Not(HasSubstr(value)));
     EXPECT_THAT(run({"list", "Long"}).out, HasSubstr("xxx\xE2\x80\xA6"));
