@@ -123,6 +123,25 @@ TEST_F(ExportTool, IsNotHinderedByAnotherStoreThatFailedToLoad) {
     EXPECT_EQ(ended.error, "");
 }
 
+TEST_F(ExportTool, LeavesOutWhatTheClientKeepsForItself) {
+    writeConfig("corvidLocalConfig.xml",
+                localFile({{"AllowUrlProvisioning", "false"}, {"PrimaryConfigStores", "x"}, {"Good", "y"}}));
+    const support::Ended ended = quietly({"export", "--json"});
+    EXPECT_EQ(ended.status, 0);
+    const json view = json::parse(ended.out);
+    EXPECT_THAT(view.at("document"), HasSubstr("<good>y</good>"));
+    EXPECT_THAT(ended.error, HasSubstr("is left out, since the client keeps it for itself\n"));
+    ASSERT_EQ(view.at("leftOut").size(), 2U);
+    for (const json& value : view.at("leftOut")) {
+        EXPECT_EQ(value.at("reason"), "the client keeps it for itself");
+    }
+}
+
+TEST_F(ExportTool, KeepsThatAnAdministratorForbidsLinks) {
+    writeConfig("corvid-config-user.xml", "<c><g><AllowUrlProvisioning>false</AllowUrlProvisioning></g></c>");
+    EXPECT_THAT(quietly({"export"}).out, HasSubstr("false</allowurlprovisioning>"));
+}
+
 TEST_F(ExportTool, LeavesSecretsOutUnlessTheyAreToBeShown) {
     for (const char* const format : {"server", "json", "properties"}) {
         EXPECT_THAT(quietly({"export", "--format", format}).out, Not(HasSubstr("reader"))) << format;
