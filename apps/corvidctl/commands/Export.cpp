@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <ostream>
 
 #include "commands/Commands.h"
@@ -5,27 +6,45 @@
 #include "exporting/ExportAnswers.h"
 #include "exporting/TargetFile.h"
 #include "output/Text.h"
+#include "quill/StringUtils.h"
+#include "session/StoreFailures.h"
 
 namespace corvidctl {
 
 namespace {
 
-/// What there is to export; nothing, and an error printed, if no store has the name.
-std::optional<std::vector<ExportedValue>> collect(const Invocation& invocation, Output& output) {
-    std::optional<std::vector<ExportedValue>> values;
-    std::string names;
+/// What there is to export, and why some of it may be missing.
+struct Collected {
+    std::vector<ExportedValue> values;
+    std::vector<std::string> failures;  ///< a sentence for each store that should be in it and failed to load
+    std::string problem;                ///< why there is nothing to export at all; empty if there is something
+};
+
+Collected collect(const Invocation& invocation) {
+    Collected collected;
+    StoreFailures failures(invocation);
     Session session(invocation);
     session.work([&](Session::Inside& inside) {
-        values = invocation.store ? valuesOfStore(inside, *invocation.store) : effectiveValues(inside.reader);
+        std::vector<std::string> names;
         for (const StoreView& store : inside.reader.stores()) {
-            names += (names.empty() ? "" : ", ") + store.name;
+            names.push_back(store.name);
+            const bool counts =
+                !invocation.store || QuillCoreUtils::caseInsensitiveStringEquals(*invocation.store, store.name);
+            if (const std::string text = failures.textOf(store.name); counts && !text.empty()) {
+                collected.failures.push_back(text);
+            }
+        }
+        collected.problem = invocation.store ? whyNoStore(*invocation.store, names) : "";
+        if (collected.problem.empty()) {
+            collected.values =
+                invocation.store ? *valuesOfStore(inside, *invocation.store) : effectiveValues(inside.reader);
         }
     });
     session.finish();
-    if (!values) {
-        printError(output, "no store has the name " + quoted(*invocation.store) + ", expected one of " + names);
+    if (invocation.store && !collected.failures.empty()) {
+        collected.problem = collected.failures.front();
     }
-    return values;
+    return collected;
 }
 
 void printRemarks(const ExportView& view, Output& output) {
@@ -33,6 +52,9 @@ void printRemarks(const ExportView& view, Output& output) {
         const bool isOne = view.hidden.size() == 1;
         printError(output, std::to_string(view.hidden.size()) + " sensitive " + (isOne ? "value is" : "values are") +
                                " left out, --reveal exports " + (isOne ? "it" : "them") + " too");
+    }
+    for (const std::string& failure : view.failed) {
+        printError(output, failure);
     }
     for (const LeftOutValue& value : view.leftOut) {
         printError(output, quoted(value.key) + " is left out, since " + value.reason);
@@ -52,11 +74,13 @@ void printExport(const ExportView& view, Output& output) {
 }  // namespace
 
 int runExport(const Invocation& invocation, Output& output) {
-    const std::optional<std::vector<ExportedValue>> values = collect(invocation, output);
-    if (!values) {
+    const Collected collected = collect(invocation);
+    if (!collected.problem.empty()) {
+        printError(output, collected.problem);
         return Status::AnswerIsNo;
     }
-    ExportView view = exported(*values, *exportForm(invocation.exportFormat), invocation.reveal);
+    ExportView view = exported(collected.values, *exportForm(invocation.exportFormat), invocation.reveal);
+    view.failed = collected.failures;
     view.store = invocation.store;
     view.format = invocation.exportFormat;
     view.file = invocation.to;
@@ -70,7 +94,10 @@ int runExport(const Invocation& invocation, Output& output) {
         printExport(view, output);
     }
     printRemarks(view, output);
-    return view.leftOut.empty() ? Status::Done : Status::AnswerIsNo;
+    const bool isWhole =
+        view.failed.empty() && std::all_of(view.leftOut.begin(), view.leftOut.end(),
+                                           [](const LeftOutValue& value) { return value.isClientState; });
+    return isWhole ? Status::Done : Status::AnswerIsNo;
 }
 
 }  // namespace corvidctl

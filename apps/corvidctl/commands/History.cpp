@@ -31,6 +31,19 @@ std::string nothingFound(const Invocation& invocation, const std::vector<Journal
                : "the journal knows no change" + keys + " since " + journaltext::timeText(batches.front().time);
 }
 
+/// What the keys that were asked for have been all the time, as long as they are few.
+void tellWhatStayed(const std::vector<JournalChange>& answers, const std::vector<JournalBatch>& batches,
+                    Output& output) {
+    constexpr std::size_t FEW = 10;
+    if (answers.size() > FEW) {
+        return;
+    }
+    for (const JournalChange& answer : answers) {
+        printError(output, answer.key + " has been " + quoted(answer.newValue) + ", from " + answer.newStore +
+                               ", since " + journaltext::timeText(batches.front().time));
+    }
+}
+
 void print(const Invocation& invocation, const std::vector<JournalBatch>& history, Output& output) {
     if (isForMachines(invocation.format)) {
         output.out << (invocation.batch ? journaltext::batches(history, invocation.format)
@@ -57,11 +70,14 @@ int runHistory(const Invocation& invocation, Output& output) {
         complainOf(damage, output);
     }
     const KeySelection selection(invocation.arguments, KeyNames());
-    const std::vector<JournalBatch> history = historyOf(
-        reading.batches, [&selection](const std::wstring& key) { return selection.contains(key); }, invocation.reveal);
+    const auto isWanted = [&selection](const std::wstring& key) { return selection.contains(key); };
+    const std::vector<JournalBatch> history = historyOf(reading.batches, isWanted, invocation.reveal);
     print(invocation, history, output);
     if (history.empty()) {
         printError(output, nothingFound(invocation, reading.batches));
+        if (!invocation.arguments.empty()) {
+            tellWhatStayed(lastAnswersOf(reading.batches, isWanted, invocation.reveal), reading.batches, output);
+        }
         return Status::AnswerIsNo;
     }
     return Status::Done;

@@ -6,6 +6,7 @@
 #include "quill/StringUtils.h"
 #include "reading/KeySelection.h"
 #include "session/Session.h"
+#include "session/StoreFailures.h"
 
 #include <ostream>
 
@@ -43,14 +44,30 @@ std::vector<ValueView> collect(const Invocation& invocation, Session::Inside& in
     return views;
 }
 
+std::vector<std::string> namesOfStores(const ChainReader& reader) {
+    std::vector<std::string> names;
+    for (const StoreView& store : reader.stores()) {
+        names.push_back(store.name);
+    }
+    return names;
+}
+
 }  // namespace
 
 int runList(const Invocation& invocation, Output& output) {
     std::vector<ValueView> views;
+    std::string problem;
     Session session(invocation);
-    session.work([&](Session::Inside& inside) { views = collect(invocation, inside); });
+    session.work([&](Session::Inside& inside) {
+        problem = invocation.store ? whyNoStore(*invocation.store, namesOfStores(inside.reader)) : "";
+        views = collect(invocation, inside);
+    });
     session.finish();
 
+    if (!problem.empty()) {
+        printError(output, problem);
+        return Status::AnswerIsNo;
+    }
     if (isForMachines(invocation.format)) {
         output.out << answers::values(views, invocation.format);
     } else if (views.empty()) {

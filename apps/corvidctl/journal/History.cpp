@@ -90,11 +90,6 @@ SensitiveKeySet sensitiveKeysOf(const std::vector<JournalBatch>& batches, const 
     return keys;
 }
 
-bool onlyChangesToTheCopy(const JournalChange& change) {
-    return !change.isSensitive && change.oldValue == change.newValue &&
-           isStoreAndItsCopy(change.oldStore, change.newStore);
-}
-
 void maskTexts(JournalChange& change) {
     change.isSensitive = true;
     change.oldValue = change.oldStore.empty() ? std::string() : mask();
@@ -102,6 +97,38 @@ void maskTexts(JournalChange& change) {
 }
 
 }  // namespace
+
+bool onlyChangesToTheCopy(const JournalChange& change) {
+    return !change.isSensitive && change.oldValue == change.newValue &&
+           isStoreAndItsCopy(change.oldStore, change.newStore);
+}
+
+std::vector<JournalChange> lastAnswersOf(const std::vector<JournalBatch>& batches,
+                                         const std::function<bool(const std::wstring&)>& isWanted, bool reveal) {
+    const KeyNames names;
+    const SensitiveKeySet secrets = reveal ? SensitiveKeySet() : sensitiveKeysOf(batches, names);
+    std::map<std::wstring, JournalChange, caseInsensitiveMapComparator> answers;
+    for (const JournalBatch& batch : batches) {
+        if (batch.cause == Cause::Start) {
+            answers.clear();
+        }
+        for (const JournalChange& change : batch.changes) {
+            answers[names.currentName(QuillCoreUtils::toWideString(change.key))] = change;
+        }
+    }
+    std::vector<JournalChange> last;
+    for (auto& [key, answer] : answers) {
+        if (!isWanted(key) || answer.newStore.empty()) {
+            continue;
+        }
+        answer.key = QuillCoreUtils::toString(key);
+        if (secrets.count(key) != 0) {
+            maskTexts(answer);
+        }
+        last.push_back(answer);
+    }
+    return last;
+}
 
 std::vector<JournalBatch> historyOf(const std::vector<JournalBatch>& batches,
                                     const std::function<bool(const std::wstring&)>& isWanted, bool reveal) {

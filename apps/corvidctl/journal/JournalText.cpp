@@ -71,6 +71,13 @@ std::string timeText(system_clock::time_point time) {
     return std::string(text.data(), length) + fraction.data();
 }
 
+std::string shortTimeText(system_clock::time_point time) {
+    std::string text = timeText(time);
+    text.resize(text.find('.'));
+    text[text.find('T')] = ' ';
+    return text;
+}
+
 std::optional<system_clock::time_point> timeOf(const std::string& text) {
     std::tm parts{};
     const char* const rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts);

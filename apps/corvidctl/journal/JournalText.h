@@ -14,6 +14,9 @@ namespace corvidctl::journaltext {
 /// UTC, as ISO 8601 writes it, with milliseconds: "2024-02-29T13:05:59.007Z".
 std::string timeText(std::chrono::system_clock::time_point time);
 
+/// "2024-02-29 13:05:59", UTC: for a table whose heading says so.
+std::string shortTimeText(std::chrono::system_clock::time_point time);
+
 /// The other way round; none unless the text is exactly such a one.
 std::optional<std::chrono::system_clock::time_point> timeOf(const std::string& text);
 

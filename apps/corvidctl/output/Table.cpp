@@ -10,8 +10,9 @@ namespace corvidctl {
 
 namespace {
 
-constexpr std::size_t GAP = 2;        ///< between two columns
-constexpr std::size_t NARROWEST = 2;  ///< a letter and an ellipsis
+constexpr std::size_t GAP = 2;               ///< between two columns
+constexpr std::size_t NARROWEST = 2;         ///< a letter and an ellipsis
+constexpr std::size_t WIDEST_OF_ALL = 1000;  ///< of a text that may be shortened, where there is no terminal
 
 const char* codeOf(Style style) {
     switch (style) {
@@ -63,9 +64,6 @@ void Table::addRow(std::vector<Cell> cells) {
     cells.resize(columns_.size());
     for (std::size_t i = 0; i < cells.size(); ++i) {
         cells[i].text = escaped(cells[i].text);
-        if (columns_[i].widest != 0) {
-            cells[i].text = cut(cells[i].text, i, columns_[i].widest);
-        }
     }
     rows_.push_back(std::move(cells));
 }
@@ -74,11 +72,13 @@ std::string Table::cut(const std::string& text, std::size_t column, std::size_t 
     return columns_[column].cutInFront ? shortenedInFront(text, width) : shortened(text, width);
 }
 
-std::vector<std::size_t> Table::widths() const {
+std::vector<std::size_t> Table::widths(std::size_t columns) const {
     std::vector<std::size_t> widths(columns_.size(), 0);
     for (const std::vector<Cell>& row : rows_) {
         for (std::size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], displayWidth(row[i].text));
+            const std::size_t limit = columns == 0 ? WIDEST_OF_ALL : columns_[i].widest;
+            const std::size_t width = displayWidth(row[i].text);
+            widths[i] = std::max(widths[i], columns_[i].widest == 0 ? width : std::min(width, limit));
         }
     }
     for (std::size_t i = 0; i < widths.size(); ++i) {
@@ -121,7 +121,7 @@ std::size_t Table::nextToLeave(const std::vector<std::size_t>& widths) const {
 }
 
 Table::Fit Table::fit(std::size_t columns) const {
-    const std::vector<std::size_t> whole = widths();
+    const std::vector<std::size_t> whole = widths(columns);
     std::vector<std::size_t> staying = whole;
     Fit result{staying, {}};
     shrink(result.widths, columns, false);
@@ -165,7 +165,7 @@ void Table::printRow(std::ostream& out, const std::vector<Cell>& row, const std:
 }
 
 void Table::print(std::ostream& out, bool colours, std::size_t columns) const {
-    const Fit shown = columns == 0 ? Fit{widths(), {}} : fit(columns);
+    const Fit shown = columns == 0 ? Fit{widths(0), {}} : fit(columns);
     std::vector<Cell> headings;
     for (const Column& column : columns_) {
         headings.emplace_back(column.heading, Style::Heading);

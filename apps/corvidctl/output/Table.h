@@ -22,7 +22,7 @@ class Table {
 public:
     struct Column {
         std::string heading;
-        std::size_t widest;         ///< columns after which a text is shortened; 0: never
+        std::size_t widest;         ///< columns after which a terminal shortens a text; 0: never
         bool rightAligned = false;  ///< for numbers
         std::size_t least = 8;      ///< what a narrow terminal leaves of it at least
         unsigned leaves = 0;        ///< the column with the highest number is left out first; 0: it always stays
@@ -43,7 +43,7 @@ public:
     void addRow(std::vector<Cell> cells);
 
     /// @param columns of the terminal, which no line exceeds, unless it is too narrow for two letters in each of the
-    /// columns that stay; 0: as wide as it takes.
+    /// columns that stay; 0: as wide as it takes, with no text shortened before its thousandth column.
     void print(std::ostream& out, bool colours, std::size_t columns = 0) const;
 
 private:
@@ -54,7 +54,7 @@ private:
     };
 
     std::string cut(const std::string& text, std::size_t column, std::size_t width) const;
-    std::vector<std::size_t> widths() const;
+    std::vector<std::size_t> widths(std::size_t columns) const;
     Fit fit(std::size_t columns) const;
     void shrink(std::vector<std::size_t>& widths, std::size_t columns, bool belowLeast) const;
     std::size_t nextToLeave(const std::vector<std::size_t>& widths) const;

@@ -61,6 +61,11 @@ private:
     bool isPrinted_ = false;
 };
 
+/// `set` or `unset` with --dry-run; that of a fetch is none.
+bool isRehearsalOfAChange(const Invocation& invocation) {
+    return invocation.dryRun && (invocation.command == "set" || invocation.command == "unset");
+}
+
 }  // namespace
 
 DirectoryUse directoryUseOf(const Invocation& invocation) {
@@ -82,6 +87,9 @@ DirectoryUse directoryUseOf(const Invocation& invocation) {
 
 WritersTurn::WritersTurn(const Invocation& invocation, Output& output) : directory_(invocation.host.configDirectory) {
     const DirectoryUse use = directoryUseOf(invocation);
+    if (use == DirectoryUse::Stays || isRehearsalOfAChange(invocation)) {
+        remarkClient(invocation, output);
+    }
     if (use != DirectoryUse::Changes && use != DirectoryUse::Fetches) {
         return;
     }
@@ -122,6 +130,21 @@ void WritersTurn::wait(Output& output) {
         }
         // Whoever made the directory may have taken it away while this one stood in the line.
     } while (claim_->isOpen() && !claim_->isOf(directory_));
+}
+
+void WritersTurn::remarkClient(const Invocation& invocation, Output& output) const {
+    const auto client = platform::DirectoryClaim(directory_).resident();
+    if (!client) {
+        return;
+    }
+    const std::string running = nameOf(*client) + " is running on " + directory_;
+    if (directoryUseOf(invocation) == DirectoryUse::Stays) {
+        printError(output, running + " as well: neither notices what the other one changes");
+    } else if (invocation.force) {
+        printError(output, running + ": it would not notice the change, and may undo it when it next saves");
+    } else {
+        printError(output, running + ": while it is, nothing would be changed without --force");
+    }
 }
 
 bool WritersTurn::mayWriteBeside(const platform::DirectoryUser& client, const Invocation& invocation,

@@ -45,6 +45,7 @@ public:
 private:
     void makeDirectory();
     void wait(Output& output);
+    void remarkClient(const Invocation& invocation, Output& output) const;
     bool mayWriteBeside(const platform::DirectoryUser& client, const Invocation& invocation, Output& output) const;
 
     const std::string directory_;

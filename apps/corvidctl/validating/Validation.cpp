@@ -50,10 +50,16 @@ void addAll(std::vector<Finding>& findings, std::vector<Finding> more) {
     findings.insert(findings.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
 }
 
+/// The parser's words without what they quote of a value: that may be a secret.
+std::string withoutQuotes(const std::string& text) {
+    return text.starts_with("Entity '") ? "an entity is used that is not defined" : text.substr(0, text.find('\n'));
+}
+
 void addFindings(ValidationView& view, Severity severity, const std::vector<DocumentReport::Finding>& findings) {
     for (const DocumentReport::Finding& finding : findings) {
         view.findings.push_back({severity, wordOf(finding.kind), finding.line, finding.column,
-                                 QuillCoreUtils::toString(finding.key), finding.text});
+                                 QuillCoreUtils::toString(finding.key),
+                                 finding.kind == Kind::Syntax ? withoutQuotes(finding.text) : finding.text});
     }
 }
 

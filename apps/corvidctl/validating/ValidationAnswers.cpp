@@ -30,7 +30,7 @@ Json toJson(const Finding& finding) {
     return {{"severity", wordOf(finding.severity)},
             {"kind", finding.kind},
             {"line", finding.line},
-            {"column", finding.column},
+            {"column", finding.column == 0 ? Json(nullptr) : Json(finding.column)},
             {"key", finding.key},
             {"text", finding.text}};
 }
@@ -39,6 +39,11 @@ Json toJson(const ValidationView& view) {
     Json keys = Json::array();
     for (const ValidationView::Entry& entry : view.entries) {
         keys.push_back(entry.key);
+    }
+    Json entries = Json::array();
+    for (const ValidationView::Entry& entry : view.entries) {
+        entries.push_back(
+            {{"key", entry.key}, {"value", entry.value}, {"line", entry.line}, {"isSensitive", entry.isSensitive}});
     }
     Json findings = Json::array();
     for (const Finding& finding : view.findings) {
@@ -49,12 +54,34 @@ Json toJson(const ValidationView& view) {
             {"keys", keys},
             {"warnings", textsOf(view, Severity::Warning)},
             {"errors", textsOf(view, Severity::Error)},
-            {"findings", findings}};
+            {"findings", findings},
+            {"entries", entries}};
+}
+
+/// A finding with its file before it.
+Json flat(const std::string& file, const Finding& finding) {
+    Json json = {{"file", file}};
+    json.update(toJson(finding));
+    return json;
+}
+
+/// Every finding on a line of its own.
+std::string findingLines(const std::vector<ValidationView>& views) {
+    Json array = Json::array();
+    for (const ValidationView& view : views) {
+        for (const Finding& finding : view.findings) {
+            array.push_back(flat(view.file, finding));
+        }
+    }
+    return printedList(array, flat({}, Finding()), Format::Tsv);
 }
 
 }  // namespace
 
 std::string validations(const std::vector<ValidationView>& views, Format format) {
+    if (format == Format::Tsv) {
+        return findingLines(views);
+    }
     if (views.size() == 1 && format == Format::Json) {
         return printed(toJson(views.front()), format);
     }

@@ -92,6 +92,56 @@ TEST_F(ExportTool, TellsTheStoresWhenThereIsNoneOfTheName) {
     EXPECT_FALSE(directory_.exists("a.xml"));
 }
 
+TEST_F(ExportTool, GivesNoDocumentOfAStoreThatFailedToLoad) {
+    writeConfig("corvid-config-user.xml", "<c>\n<g><Secret>reader</g></c>");
+    const support::Ended ended =
+        quietly({"export", "--store", "tftpoverrideconfigstore", "--to", directory_.path("a.xml")});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_THAT(ended.error,
+                testing::MatchesRegex("corvidctl: TftpOverrideConfigStore failed to load: corvid-config-user.xml, line "
+                                      "2, column [0-9]+: it is not well-formed XML\n"));
+    EXPECT_FALSE(directory_.exists("a.xml"));
+}
+
+TEST_F(ExportTool, TellsWhichStoresFailedToLoadAndAreMissing) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid>");
+    const support::Ended ended = quietly({"export", "--json"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.error,
+                HasSubstr("corvidctl: LocalFileConfigStore failed to load: corvidLocalConfig.xml, line 1"));
+    const json view = json::parse(ended.out);
+    ASSERT_EQ(view.at("failed").size(), 1U);
+    EXPECT_THAT(view.at("failed")[0], testing::StartsWith("LocalFileConfigStore failed to load: "));
+    EXPECT_THAT(view.at("document"), HasSubstr("telephony_enabled"));
+}
+
+TEST_F(ExportTool, IsNotHinderedByAnotherStoreThatFailedToLoad) {
+    writeConfig("corvid-config-user.xml", "<c>");
+    const support::Ended ended = quietly({"export", "--store", "LocalFileConfigStore"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.error, "");
+}
+
+TEST_F(ExportTool, LeavesOutWhatTheClientKeepsForItself) {
+    writeConfig("corvidLocalConfig.xml",
+                localFile({{"AllowUrlProvisioning", "false"}, {"PrimaryConfigStores", "x"}, {"Good", "y"}}));
+    const support::Ended ended = quietly({"export", "--json"});
+    EXPECT_EQ(ended.status, 0);
+    const json view = json::parse(ended.out);
+    EXPECT_THAT(view.at("document"), HasSubstr("<good>y</good>"));
+    EXPECT_THAT(ended.error, HasSubstr("is left out, since the client keeps it for itself\n"));
+    ASSERT_EQ(view.at("leftOut").size(), 2U);
+    for (const json& value : view.at("leftOut")) {
+        EXPECT_EQ(value.at("reason"), "the client keeps it for itself");
+    }
+}
+
+TEST_F(ExportTool, KeepsThatAnAdministratorForbidsLinks) {
+    writeConfig("corvid-config-user.xml", "<c><g><AllowUrlProvisioning>false</AllowUrlProvisioning></g></c>");
+    EXPECT_THAT(quietly({"export"}).out, HasSubstr("false</allowurlprovisioning>"));
+}
+
 TEST_F(ExportTool, LeavesSecretsOutUnlessTheyAreToBeShown) {
     for (const char* const format : {"server", "json", "properties"}) {
         EXPECT_THAT(quietly({"export", "--format", format}).out, Not(HasSubstr("reader"))) << format;

@@ -379,6 +379,11 @@ TEST_F(Fetch, LeavesTheNetworkAloneInEveryOtherCommand) {
                                                {"stores"},
                                                {"report"},
                                                {"validate", document},
+                                               {"explain", "--all-stores"},
+                                               {"export", "--store", "BootstrapConfigStore"},
+                                               {"delta"},
+                                               {"simulate", "--set", "Own=1"},
+                                               {"provision", "x?ServicesDomain=a"},
                                                {"set", "TFTPPrimaryServer", address_},
                                                {"unset", "TFTPPrimaryServer"}}) {
         EXPECT_EQ(run(trusting(words)).status, 0) << words.front();

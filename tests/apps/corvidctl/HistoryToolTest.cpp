@@ -40,16 +40,16 @@ protected:
 TEST_F(HistoryTool, PrintsEveryChange) {
     const support::Ended ended = history({"--journal", journal_});
     EXPECT_EQ(ended.status, 0) << ended.error;
-    EXPECT_EQ(ended.out, "TIME                      CAUSE  KEY  FROM  TO       STORE\n"
-                         "2024-02-29T13:06:00.000Z  set    A    1     2        S -> T\n"
-                         "2024-02-29T13:07:00.000Z  reset  A    2     -        T\n"
-                         "2024-02-29T13:07:00.000Z  reset  B    1     (empty)  S\n");
+    EXPECT_EQ(ended.out, "TIME (UTC)           CAUSE  KEY  FROM  TO       STORE\n"
+                         "2024-02-29 13:06:00  set    A    1     2        S -> T\n"
+                         "2024-02-29 13:07:00  reset  A    2     -        T\n"
+                         "2024-02-29 13:07:00  reset  B    1     (empty)  S\n");
     EXPECT_EQ(ended.error, "");
 }
 
 TEST_F(HistoryTool, PrintsTheChangesOfSomeKeys) {
-    EXPECT_EQ(history({"b", "--journal", journal_}).out, "TIME                      CAUSE  KEY  FROM  TO       STORE\n"
-                                                         "2024-02-29T13:07:00.000Z  reset  B    1     (empty)  S\n");
+    EXPECT_EQ(history({"b", "--journal", journal_}).out, "TIME (UTC)           CAUSE  KEY  FROM  TO       STORE\n"
+                                                         "2024-02-29 13:07:00  reset  B    1     (empty)  S\n");
 }
 
 TEST_F(HistoryTool, PrintsBatches) {
@@ -91,7 +91,7 @@ TEST_F(HistoryTool, NamesTheLinesThatItCannotRead) {
     directory_.write("journal", START + "garbage\n" + SET + RESET.substr(0, 40));
     const support::Ended ended = history({"--journal", journal_});
     EXPECT_EQ(ended.status, 0);
-    EXPECT_THAT(ended.out, HasSubstr("2024-02-29T13:06:00.000Z  set    A    1     2   S -> T\n"));
+    EXPECT_THAT(ended.out, HasSubstr("2024-02-29 13:06:00  set    A    1     2   S -> T\n"));
     EXPECT_EQ(ended.error, "corvidctl: " + journal_ + ", line 2: no batch that can be read, left out\n" +
                                "corvidctl: " + journal_ +
                                ", line 4: the file ends in the midst of this batch, which is left out\n");
@@ -105,6 +105,15 @@ TEST_F(HistoryTool, SaysSinceWhenNothingChanged) {
     directory_.write("journal", START);
     EXPECT_EQ(history({"--journal", journal_}).error,
               "corvidctl: the journal knows no change since 2024-02-29T13:05:59.007Z\n");
+}
+
+TEST_F(HistoryTool, SaysWhatAKeyHasBeenThatNeverChanged) {
+    directory_.write("journal", START + SET);
+    const support::Ended ended = history({"b", "--journal", journal_});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error, "corvidctl: the journal knows no change of b since 2024-02-29T13:05:59.007Z\n"
+                           "corvidctl: B has been \"1\", from S, since 2024-02-29T13:05:59.007Z\n");
 }
 
 TEST_F(HistoryTool, GivesScriptsAnEmptyAnswerWhereNothingChanged) {

@@ -89,7 +89,7 @@ TEST_F(Tool, ListPrintsAnAlignedTable) {
 }
 
 TEST_F(Tool, ListShortensALongValueForPeopleOnly) {
-    const std::string value(200, 'x');
+    const std::string value(2000, 'x');
     writeConfig("corvidLocalConfig.xml", localFile({{"Long", value}}));
     EXPECT_THAT(run({"list", "Long"}).out, Not(HasSubstr(value)));
     EXPECT_THAT(run({"list", "Long"}).out, HasSubstr("xxx\xE2\x80\xA6"));
@@ -147,4 +147,20 @@ TEST_F(Tool, ListRemarksAnUndefinedKey) {
 TEST_F(Tool, ListRemarksWhatTheClientKeepsItself) {
     writeConfig("corvidLocalConfig.xml", localFile({{"PrimaryConfigStores", "TFTPConfigStore:240;"}}));
     EXPECT_THAT(run({"list", "PrimaryConfigStores"}).out, HasSubstr("  kept by the client\n"));
+}
+
+TEST_F(Tool, ListTellsTheStoresWhenThereIsNoneOfTheName) {
+    const support::Ended ended = run({"--log-file", "/dev/null", "list", "--store", "Nope"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error,
+              "corvidctl: no store has the name \"Nope\", expected one of TftpOverrideConfigStore, "
+              "LocalFileConfigStore, UrlProvisioningConfigStore, BootstrapConfigStore, InMemoryConfigStore, "
+              "corvid-config-defaults.xml\n");
+}
+
+TEST_F(Tool, ListOfAStoreThatWinsNothingIsNoFailure) {
+    const support::Ended ended = run({"list", "--store", "urlprovisioningconfigstore"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.out, "No key matches.\n");
 }

@@ -136,6 +136,28 @@ TEST_F(BesideAClient, ACommandDoesNotChangeTheUsersData) {
     EXPECT_EQ(files(), before);
 }
 
+TEST_F(BesideAClient, ARefusedCommandPrintsNoAnswerForScripts) {
+    for (std::vector<std::string> words : CHANGES) {
+        words.emplace_back("--json");
+        const support::Ended ended = run(words);
+        EXPECT_EQ(ended.status, 1) << words.front();
+        EXPECT_EQ(ended.out, "") << words.front();
+    }
+}
+
+TEST_F(BesideAClient, ARehearsalTellsThatTheChangeWouldBeRefused) {
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"set", "A", "b", "--dry-run"}, {"unset", "OnlyMine", "--dry-run"}}) {
+        const support::Ended ended = run(words);
+        EXPECT_EQ(ended.status, 0) << words.front();
+        EXPECT_THAT(ended.error, testing::StartsWith("corvidctl: " + running_ +
+                                                     "while it is, nothing would be changed without --force\n"));
+    }
+    EXPECT_THAT(run({"set", "A", "b", "--dry-run", "--force"}).error,
+                testing::StartsWith("corvidctl: " + running_ +
+                                    "it would not notice the change, and may undo it when it next saves\n"));
+}
+
 TEST_F(BesideAClient, ACommandChangesTheUsersDataIfItIsForced) {
     for (std::vector<std::string> words : CHANGES) {
         words.emplace_back("--force");
@@ -166,6 +188,8 @@ TEST_F(BesideAClient, CommandsThatReadTellNothing) {
 
 TEST_F(BesideAClient, AWatchWarnsAndGoesOn) {
     support::ChildProcess watch(command({"watch"}));
+    EXPECT_TRUE(watch.waitForError("corvidctl: " + running_.substr(0, running_.size() - 2) +
+                                   " as well: neither notices what the other one changes\n"));
     EXPECT_TRUE(watch.waitForError("another program works on the configuration directory: process " +
                                    std::to_string(getpid()) + ", corvidctl_tests; "));
     EXPECT_TRUE(watch.waitForError("nothing fetched"));

@@ -1,3 +1,5 @@
+#include <filesystem>
+
 #include "Tool.h"
 
 using nlohmann::json;
@@ -16,9 +18,12 @@ TEST_F(Tool, ValidateNamesTheKeysOfADocument) {
                             {{{"severity", "info"},
                               {"kind", "sensitive"},
                               {"line", 4},
-                              {"column", 0},
+                              {"column", nullptr},
                               {"key", "beta"},
-                              {"text", "value is hidden, as the document asks for: Beta"}}}}};
+                              {"text", "value is hidden, as the document asks for: Beta"}}}},
+                           {"entries",
+                            {{{"key", "alpha"}, {"value", "1"}, {"line", 3}, {"isSensitive", false}},
+                             {{"key", "beta"}, {"value", "VALUE_HIDDEN"}, {"line", 4}, {"isSensitive", true}}}}};
     EXPECT_EQ(asJson({"validate", file}), expected);
 }
 
@@ -196,11 +201,29 @@ TEST_F(Tool, ValidateReadsAPipeAsADocument) {
     EXPECT_THAT(ended.out, HasSubstr("a configuration document with 1 key\n"));
 }
 
-TEST_F(Tool, ValidateAnswersInTabSeparatedLines) {
+TEST_F(Tool, ValidateAnswersWithATabSeparatedLineForEachFinding) {
     const std::string file = directory_.write("a.properties", "A\n");
-    EXPECT_EQ(run({"-o", "tsv", "validate", file}).out,
-              "file\tvalid\tkeys\twarnings\terrors\tfindings\n" + file +
-                  "\ttrue\t[\"A\"]\t[\"line 1: line has no colon, so all of it is a key with an empty value\"]\t[]\t"
-                  "[{\"severity\":\"warning\",\"kind\":\"no-separator\",\"line\":1,\"column\":0,\"key\":\"A\","
-                  "\"text\":\"line has no colon, so all of it is a key with an empty value\"}]\n");
+    const std::string good = directory_.write("b.xml", "<c><g><a>1</a></g></c>");
+    EXPECT_EQ(run({"-o", "tsv", "validate", file, good}).out,
+              "file\tseverity\tkind\tline\tcolumn\tkey\ttext\n" + file +
+                  "\twarning\tno-separator\t1\t\tA\tline has no colon, so all of it is a key with an empty value\n");
+}
+
+TEST_F(Tool, ValidateQuotesNoValueInTheWordsOfTheParser) {
+    const std::string entity = directory_.write("a.xml", "<c><g><a>pass&phrase;</a></g></c>");
+    const support::Ended named = run({"validate", entity});
+    EXPECT_THAT(named.out, HasSubstr("error: an entity is used that is not defined [syntax]\n"));
+    EXPECT_THAT(named.out, Not(HasSubstr("phrase")));
+    const std::string bytes = directory_.write("b.xml", "<c><g><a>\xFFkey</a></g></c>");
+    EXPECT_THAT(run({"validate", bytes}).out, Not(HasSubstr("Bytes")));
+}
+
+TEST_F(Tool, ValidateFindsNothingToWarnOfInTheFilesThatComeWithIt) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(CORVID_DATA_DIRECTORY)) {
+        const std::string extension = entry.path().extension().string();
+        if (extension == ".xml" || extension == ".properties") {
+            const support::Ended ended = run({"validate", "--strict", entry.path().string()});
+            EXPECT_EQ(ended.status, 0) << ended.out;
+        }
+    }
 }

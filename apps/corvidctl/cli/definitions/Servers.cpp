@@ -27,8 +27,9 @@ DefinitionGroup serverCommands() {
              "Start the remote source and print every change, until interrupted",
              "The servers are asked for their file as a client does it, and every change of a key that a GLOB chooses "
              "is printed as it comes. Ctrl-C ends it with status 0.\n\n"
-             "A batch is all that one piece of work changed: a download, a file that was read, a value that was set. "
-             "It has the time, the cause and, for each key, the value and the store before and afterwards. What "
+             "A batch is all that one piece of work of this client changed, as the file of a download. What other "
+             "programs store meanwhile is not noticed; the next watch tells it, with the cause start. A batch has the "
+             "time, the cause and, for each key, the value and the store before and afterwards. What "
              "changes only behind the answer, as the administrator's value of a key that the user overrides, is in no "
              "batch.\n\n"
              "A journal is a file with a line of JSON for each batch, whichever keys are watched. Each watch adds to "

@@ -42,10 +42,19 @@ TEST(Table, LeavesOutColumnsThatAreEmptyAndBlanksAtTheEnd) {
     EXPECT_EQ(printed(table), "A  C  D\na  c  d\na\n");
 }
 
-TEST(Table, ShortensWhereAColumnSaysSo) {
+TEST(Table, ShortensOnATerminalWhereAColumnSaysSo) {
     Table table({{"A", 4}, {"B", 0}});
     table.addRow({"abcdef", "abcdef"});
-    EXPECT_EQ(printed(table), "A     B\nabc\xE2\x80\xA6  abcdef\n");
+    EXPECT_EQ(printed(table, false, 80), "A     B\nabc\xE2\x80\xA6  abcdef\n");
+}
+
+TEST(Table, KeepsTextsWholeWhereThereIsNoTerminal) {
+    Table table({{"A", 4}, {"B", 0}});
+    table.addRow({std::string(1000, 'a'), "b"});
+    EXPECT_THAT(printed(table), testing::HasSubstr("\n" + std::string(1000, 'a') + "  b\n"));
+    table.addRow({std::string(1001, 'c'), std::string(1001, 'd')});
+    EXPECT_THAT(printed(table),
+                testing::HasSubstr("\n" + std::string(999, 'c') + "\xE2\x80\xA6  " + std::string(1001, 'd') + "\n"));
 }
 
 TEST(Table, KeepsColoursOutOfTheAlignment) {
