@@ -177,7 +177,18 @@ CommandLine unknownWord(const std::string& word, const CommandDefinition* comman
     return wrongUse(what + (isOption ? ", expected one that --help lists" : ", expected one of: " + namesOfCommands()));
 }
 
-CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
+/// Answers `help`, as --help is answered.
+CommandLine helpAskedFor(const std::vector<std::string>& arguments, std::size_t columns) {
+    if (arguments.empty()) {
+        return printed(helpOfTheTool(columns));
+    }
+    const std::vector<std::string> names = commandNames();
+    const bool isKnown = std::find(names.begin(), names.end(), arguments.front()) != names.end();
+    return isKnown ? printed(helpOf(commandDefinition(arguments.front()), columns))
+                   : unknownWord(arguments.front(), nullptr);
+}
+
+CommandLine fromParsed(const CLI::App& app, Invocation invocation, std::size_t columns) {
     const std::vector<CLI::App*> commands = app.get_subcommands();
     if (const std::vector<std::string> words = app.remaining(true); !words.empty()) {
         return unknownWord(words.front(),
@@ -195,6 +206,9 @@ CommandLine fromParsed(const CLI::App& app, Invocation invocation) {
     CommandDefinition shape = commandDefinition(invocation.command);
     shape.least = invocation.reopen || invocation.allStores ? 0 : shape.least;
     shape.most = invocation.allStores ? ANY_NUMBER : shape.most;
+    if (invocation.command == "help" && invocation.arguments.size() <= shape.most) {
+        return helpAskedFor(invocation.arguments, columns);
+    }
     for (const std::string& problem :
          {mismatch(shape, invocation.arguments), unknownChoice(shape, invocation.arguments)}) {
         if (!problem.empty()) {
@@ -239,7 +253,7 @@ CommandLine readCommandLine(int argc, const char* const* argv, std::size_t colum
         return wrongUse(error.what());
     }
     invocation.arguments = std::move(words.arguments);
-    return fromParsed(app, std::move(invocation));
+    return fromParsed(app, std::move(invocation), columns);
 }
 
 }  // namespace corvidctl

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <string_view>
 
 #include "cli/definitions/DefinitionGroups.h"
 
@@ -19,6 +20,14 @@ std::vector<CommandDefinition> allCommands() {
     std::vector<CommandDefinition> commands;
     for (const DefinitionGroup& group : definitionGroups()) {
         commands.insert(commands.end(), group.commands.begin(), group.commands.end());
+    }
+    const auto help = std::find_if(commands.begin(), commands.end(), [](const CommandDefinition& command) {
+        return std::string_view(command.name) == "help";
+    });
+    for (const CommandDefinition& command : commands) {
+        if (!command.isHidden) {
+            help->choices.push_back(command.name);
+        }
     }
     return commands;
 }

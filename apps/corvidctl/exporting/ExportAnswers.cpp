@@ -17,8 +17,8 @@ std::string exportation(const ExportView& view, Format format) {
                     {"keys", view.keys},
                     {"hidden", view.hidden},
                     {"leftOut", leftOut},
-                    {"failed", view.failed},
-                    {"document", view.file ? Json(nullptr) : Json(view.document)}},
+                    {"document", view.file ? Json(nullptr) : Json(view.document)},
+                    {"failed", view.failed}},
                    format);
 }
 

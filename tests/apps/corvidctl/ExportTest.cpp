@@ -183,12 +183,13 @@ TEST_F(ExportTool, AnswersScriptsInTheirFormat) {
                            {"keys", 2},
                            {"hidden", json::array()},
                            {"leftOut", json::array()},
+                           {"failed", json::array()},
                            {"document", "# One key:value a line; everything after the first colon is the value.\n"
                                         "ServicesDomain: example.org\nTftpServer1: tftp.example.org\n"}};
     EXPECT_EQ(asJson({"export", "--store", "BootstrapConfigStore", "--format", "properties"}), expected);
     EXPECT_EQ(quietly({"-o", "tsv", "export", "--store", "UrlProvisioningConfigStore", "--format", "json"}).out,
-              "store\tformat\tfile\tkeys\thidden\tleftOut\tdocument\n"
-              "UrlProvisioningConfigStore\tjson\t\t0\t[]\t[]\t{}\\n\n");
+              "store\tformat\tfile\tkeys\thidden\tleftOut\tdocument\tfailed\n"
+              "UrlProvisioningConfigStore\tjson\t\t0\t[]\t[]\t{}\\n\t[]\n");
 }
 
 TEST_F(ExportTool, TellsScriptsOfAFileAndOfWhatItLacks) {

@@ -51,7 +51,7 @@ TEST_F(Tool, ListTakesAnOldNameForAKey) {
 TEST_F(Tool, ListChoosesByTheStoreThatWins) {
     EXPECT_THAT(keysOf(asJson({"list", "--store", "localfileconfigstore"})), ElementsAre("DockedWindow", "onlymine"));
     EXPECT_THAT(keysOf(asJson({"list", "--store", "LocalFileConfigStore", "d*"})), ElementsAre("DockedWindow"));
-    EXPECT_THAT(keysOf(asJson({"list", "--store", "NoSuchStore"})), ElementsAre());
+    EXPECT_THAT(keysOf(asJson({"list", "--store", "UrlProvisioningConfigStore"})), ElementsAre());
 }
 
 TEST_F(Tool, ListAllAddsTheUndefinedKeysOfTheLiveObjects) {

@@ -206,3 +206,19 @@ TEST_F(Tool, TakesTheDirectoriesThatALinkAndTwoDotsLeadTo) {
     EXPECT_EQ(get("From"), "elsewhere\n");
     EXPECT_EQ(get("Default"), "elsewhere\n");
 }
+
+TEST_F(Tool, HelpAsACommandSaysWhatTheOptionSays) {
+    EXPECT_EQ(run({"help"}).out, run({"--help"}).out);
+    EXPECT_EQ(run({"help", "set"}).out, run({"set", "--help"}).out);
+    EXPECT_EQ(run({"help", "help"}).out, run({"help", "--help"}).out);
+    EXPECT_EQ(run({"help", "set"}).status, 0);
+}
+
+TEST_F(Tool, HelpOfAnUnknownCommandIsWrongUse) {
+    const support::Ended ended = run({"help", "sett"});
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.out, "");
+    EXPECT_EQ(ended.error, "corvidctl: unknown command 'sett', did you mean 'set'?\n");
+    EXPECT_EQ(run({"help", "set", "get"}).error,
+              "corvidctl: help: unexpected argument 'get', expected: corvidctl help [COMMAND]\n");
+}

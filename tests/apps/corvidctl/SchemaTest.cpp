@@ -92,7 +92,7 @@ private:
 };
 
 /// Commands whose output is a text that another program reads, in a form of its own.
-const std::set<std::string> WITHOUT_AN_ANSWER = {"manual", "completions", "complete"};
+const std::set<std::string> WITHOUT_AN_ANSWER = {"help", "manual", "completions", "complete"};
 
 }  // namespace
 

@@ -10,11 +10,11 @@ namespace {
 
 using Entries = std::vector<DocumentReport::Entry>;
 
-DocumentReport::Entry entry(const std::wstring& name, const std::wstring& value, int line, bool sensitive = false) {
+DocumentReport::Entry keyEntry(const std::wstring& name, const std::wstring& value, int line, bool sensitive = false) {
     return {QuillCoreUtils::toLowercase(name), value, line, sensitive, false, name};
 }
 
-std::vector<std::string> told(const Entries& entries, FilePlace place = FilePlace::ServerFile) {
+std::vector<std::string> toldOfKeys(const Entries& entries, FilePlace place = FilePlace::ServerFile) {
     std::vector<std::string> lines;
     for (const Finding& finding : KeyFindings(entries, place).find()) {
         lines.push_back(std::to_string(finding.line) + ": " + wordOf(finding.severity) + ": " + finding.text + " [" +
@@ -26,17 +26,18 @@ std::vector<std::string> told(const Entries& entries, FilePlace place = FilePlac
 }  // namespace
 
 TEST(KeyFindings, AreNoneForKnownAndForForeignKeys) {
-    EXPECT_THAT(told({entry(L"Telephony_Enabled", L"x", 1), entry(L"FavouriteColour", L"red", 2)}), IsEmpty());
+    EXPECT_THAT(toldOfKeys({keyEntry(L"Telephony_Enabled", L"x", 1), keyEntry(L"FavouriteColour", L"red", 2)}),
+                IsEmpty());
 }
 
 TEST(KeyFindings, TellWhatWasMeantByACloseMiss) {
-    EXPECT_THAT(told({entry(L"Telephony_Enabld", L"x", 7)}),
+    EXPECT_THAT(toldOfKeys({keyEntry(L"Telephony_Enabld", L"x", 7)}),
                 ElementsAre("7: warning: key is not known: Telephony_Enabld, did you mean Telephony_Enabled? "
                             "[unknown-key] telephony_enabld"));
 }
 
 TEST(KeyFindings, TellTheCurrentNameOfAnOldOne) {
-    EXPECT_THAT(told({entry(L"TftpServer1", L"x", 2)}),
+    EXPECT_THAT(toldOfKeys({keyEntry(L"TftpServer1", L"x", 2)}),
                 ElementsAre("2: info: old name, the key is called TFTPPrimaryServer today: TftpServer1 [old-name] "
                             "tftpserver1"));
 }
@@ -44,19 +45,20 @@ TEST(KeyFindings, TellTheCurrentNameOfAnOldOne) {
 TEST(KeyFindings, TellThatAnOldNameBesideTheCurrentOneIsNeverAskedFor) {
     const std::string expected = "2: warning: old name of TFTPPrimaryServer is never asked for, line 5 counts: "
                                  "TftpServer1 [duplicate-key] tftpserver1";
-    EXPECT_THAT(told({entry(L"TftpServer1", L"x", 2), entry(L"tftpPrimaryServer", L"y", 5)}), ElementsAre(expected));
+    EXPECT_THAT(toldOfKeys({keyEntry(L"TftpServer1", L"x", 2), keyEntry(L"tftpPrimaryServer", L"y", 5)}),
+                ElementsAre(expected));
 }
 
 TEST(KeyFindings, TellOfAnOldNameThatTheStoreItselfMoves) {
     const DocumentReport::Entry moved = {L"VoicemailPrimaryServer", L"h", 3, false, false, L"vvm_mailstore_server_0"};
-    EXPECT_THAT(told({moved}, FilePlace::UserFile),
+    EXPECT_THAT(toldOfKeys({moved}, FilePlace::UserFile),
                 ElementsAre("3: info: old name, the key is called VoicemailPrimaryServer today: "
                             "vvm_mailstore_server_0 [old-name] VoicemailPrimaryServer"));
 }
 
 TEST(KeyFindings, TellWhichValuesAreHidden) {
-    EXPECT_THAT(told({entry(L"ConnectionPassword", L"s3cret", 1), entry(L"Addtional_Info", L"s3cret", 2),
-                      entry(L"Token", L"s3cret", 3, true)}),
+    EXPECT_THAT(toldOfKeys({keyEntry(L"ConnectionPassword", L"s3cret", 1), keyEntry(L"Addtional_Info", L"s3cret", 2),
+                            keyEntry(L"Token", L"s3cret", 3, true)}),
                 ElementsAre("1: info: value is always hidden, and enciphered once it is downloaded: "
                             "ConnectionPassword [sensitive] connectionpassword",
                             "2: info: value is always hidden: Addtional_Info [sensitive] addtional_info",
@@ -66,7 +68,8 @@ TEST(KeyFindings, TellWhichValuesAreHidden) {
 TEST(KeyFindings, TellThatAMarkCountsInAServersFileAlone) {
     for (const FilePlace place : {FilePlace::OverrideFile, FilePlace::CachedFile}) {
         EXPECT_THAT(
-            told({entry(L"Token", L"s3cret", 1, true), entry(L"ConnectionPassword", L"s3cret", 2, true)}, place),
+            toldOfKeys({keyEntry(L"Token", L"s3cret", 1, true), keyEntry(L"ConnectionPassword", L"s3cret", 2, true)},
+                       place),
             ElementsAre("1: warning: mark \"sensitive\" counts in a file from a server alone, the client shows "
                         "this value: Token [mark-ignored] token",
                         "2: info: value is always hidden: ConnectionPassword [sensitive] connectionpassword"));
@@ -74,21 +77,21 @@ TEST(KeyFindings, TellThatAMarkCountsInAServersFileAlone) {
 }
 
 TEST(KeyFindings, TellWhatNoProvisioningLinkCanHaveSet) {
-    const Entries entries = {entry(L"Telephony_Enabled", L"1", 1), entry(L"DockedWindow", L"1", 2)};
-    EXPECT_THAT(told(entries, FilePlace::ProvisioningCache),
+    const Entries entries = {keyEntry(L"Telephony_Enabled", L"1", 1), keyEntry(L"DockedWindow", L"1", 2)};
+    EXPECT_THAT(toldOfKeys(entries, FilePlace::ProvisioningCache),
                 ElementsAre("2: warning: no provisioning link can have set this key: DockedWindow [not-provisionable] "
                             "dockedwindow"));
-    EXPECT_THAT(told(entries, FilePlace::CachedFile), IsEmpty());
+    EXPECT_THAT(toldOfKeys(entries, FilePlace::CachedFile), IsEmpty());
 }
 
 TEST(KeyFindings, NeverTellAValue) {
     Entries entries;
     for (const wchar_t* const name :
          {L"ConnectionPassword", L"Customize_Phone_Server", L"Telephony_Enabld", L"Token"}) {
-        entries.push_back(entry(name, L"s3cret", 1, true));
+        entries.push_back(keyEntry(name, L"s3cret", 1, true));
     }
     for (const FilePlace place : {FilePlace::ServerFile, FilePlace::OverrideFile, FilePlace::UserFile}) {
-        for (const std::string& line : told(entries, place)) {
+        for (const std::string& line : toldOfKeys(entries, place)) {
             EXPECT_THAT(line, testing::Not(testing::HasSubstr("s3cret")));
         }
     }
