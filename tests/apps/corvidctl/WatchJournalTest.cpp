@@ -166,8 +166,10 @@ TEST_F(BatchWatch, RefusesAJournalThatAnotherWatchWrites) {
     const support::Ended second = run({"watch", "--journal", journal()});
     EXPECT_EQ(second.status, 1);
     EXPECT_EQ(second.out, "");
-    EXPECT_EQ(second.error, "corvidctl: the journal " + journal() +
-                                " is being written by another watch; end that one, or name another file\n");
+    EXPECT_THAT(second.error, HasSubstr(" is running on " + directory_.path("config") + " as well: "));
+    EXPECT_THAT(second.error,
+                testing::EndsWith("corvidctl: the journal " + journal() +
+                                  " is being written by another watch; end that one, or name another file\n"));
     first.signal(SIGTERM);
     EXPECT_EQ(first.wait().status, 0);
 }
