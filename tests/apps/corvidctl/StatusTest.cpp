@@ -71,6 +71,8 @@ const std::vector<Row> ROWS = {
     {"serve nowhere.xml", 2},
     {"demo", 0},
     {"demo more", 2},
+    {"help get", 0},
+    {"help nonsense", 2},
     {"manual", 0},
     {"manual more", 2},
     {"completions bash", 0},

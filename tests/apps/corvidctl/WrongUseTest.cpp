@@ -25,7 +25,7 @@ protected:
 
 const std::string COMMANDS =
     "get, list, explain, stores, delta, report, validate, simulate, diff, export, set, unset, provision, reset-data, "
-    "fetch, watch, history, serve, demo, manual, completions";
+    "fetch, watch, history, serve, demo, help, manual, completions";
 
 }  // namespace
 
@@ -130,7 +130,6 @@ TEST_F(WrongUseTool, NamesAnUnknownOption) {
 TEST_F(WrongUseTool, AsksWhetherACommandThatIsLikeItWasMeant) {
     expectRefused({"lsit"}, "unknown command 'lsit', did you mean 'list'?");
     expectRefused({"explian", "A"}, "unknown command 'explian', did you mean 'explain'?");
-    expectRefused({"help"}, "unknown command 'help', did you mean '--help'?");
     expectRefused({"completes"}, "unknown command 'completes', expected one of: " + COMMANDS);
 }
 

@@ -168,7 +168,7 @@ TEST_F(Inspector, GivesEveryFindingItsKindAndItsKey) {
     const auto server = inspect("<r>lost<Key>lost</Key><G><A>1</A><a>2</a><B><i/></B><x:C/>"
                                 "<CertificateValidationEnabled>0</CertificateValidationEnabled></G></r>");
     const std::vector<std::pair<Kind, std::wstring>> expected = {
-        {Kind::Syntax, L""},        {Kind::IgnoredText, L""},  {Kind::LostEntry, L""},
+        {Kind::Syntax, L""},        {Kind::IgnoredText, L""},  {Kind::LostEntry, L"Key"},
         {Kind::DuplicateKey, L"a"}, {Kind::MarkupValue, L"b"}, {Kind::NeverAnswered, L"certificatevalidationenabled"}};
     EXPECT_EQ(kindsAndKeys(server.warnings), expected);
     const auto local = inspect("<r><userConfig value='1'/><x/></r>", "corvidLocalConfig.xml");
