@@ -1,4 +1,3 @@
-#include <regex>
 
 #include "Tool.h"
 
@@ -20,7 +19,7 @@ TEST_F(Tool, ExplainGivesEveryStoreInOrder) {
     EXPECT_EQ(explanation.size(), 11U);
 
     json layer = explanation.at("layers").at(1);
-    EXPECT_TRUE(std::regex_match(layer.at("time").get<std::string>(), std::regex("....-..-..T..:..:..Z")));
+    EXPECT_THAT(layer.at("time").get<std::string>(), testing::MatchesRegex("....-..-..T..:..:..Z"));
     layer.erase("time");
     EXPECT_EQ(layer, (json{{"store", "LocalFileConfigStore"},
                            {"priority", 20},

@@ -1,6 +1,5 @@
 #include <cstdlib>
 #include <fstream>
-#include <regex>
 #include <sstream>
 
 #include "fakes/TemporaryDirectory.h"
@@ -125,7 +124,11 @@ std::string contentsOf(const std::string& path) {
 /// Messages are one line each, whatever their length, and on standard error they may belong to a log.
 bool isMessage(const std::string& line) {
     const std::vector<std::string> beginnings = {"$ ", "corvidctl: ", "A link may set: "};
-    const bool isFinding = std::regex_search(line, std::regex("^[^ ]+:[0-9]+(:[0-9]+)?: (error|warning|info): "));
+    const std::vector<std::string> grades = {": error: ", ": warning: ", ": info: "};
+    const bool isFinding = std::any_of(grades.begin(), grades.end(), [&line](const std::string& grade) {
+        const std::size_t place = line.find(grade);
+        return place != std::string::npos && place < line.find(' ');  // behind FILE:LINE:COLUMN
+    });
     return isFinding || std::any_of(beginnings.begin(), beginnings.end(),
                                     [&line](const std::string& beginning) { return line.rfind(beginning, 0) == 0; });
 }
@@ -141,7 +144,15 @@ std::size_t widestLineOf(const std::string& text) {
 }
 
 std::string withoutEscapes(const std::string& text) {
-    return std::regex_replace(text, std::regex("\x1b\\[[0-9;]*[A-Za-z]"), "");
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\x1b') {
+            plain += text[i];
+            continue;
+        }
+        i = std::min(text.find_first_not_of("[0123456789;", i + 1), text.size());  // the letter that ends it
+    }
+    return plain;
 }
 
 std::string nameOf(const Screen& screen) {
