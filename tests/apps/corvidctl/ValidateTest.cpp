@@ -189,7 +189,8 @@ TEST_F(Tool, ValidateTellsWhatBecomesOfABrokenLocalFile) {
     EXPECT_EQ(findings.at(0).at("text"), "a client that starts on this file renames it to "
                                          "corvidLocalConfig-backup.xml and has none of its values");
     const std::string other = directory_.write("other.xml", "<Corvid>");
-    for (const json& finding : asJson({"validate", other}, 1).at("findings")) {
+    const json ofOther = asJson({"validate", other}, 1);
+    for (const json& finding : ofOther.at("findings")) {
         EXPECT_EQ(finding.at("kind"), "syntax");
     }
 }
