@@ -176,76 +176,76 @@ std::optional<std::wstring> DownloadWorld::read(const std::wstring& key) {
 }
 
 void DownloadWorld::apply(const DownloadStep& step) {
-    using Kind = DownloadStepKind;
+    using Chosen = DownloadStepKind;
     switch (step.kind) {
-    case Kind::Announce:
+    case Chosen::Announce:
         announce(step);
         break;
-    case Kind::RunTask:
+    case Chosen::RunTask:
         if (pool_->waiting() > 0) {
             pool_->runOne(step.index % pool_->waiting());
         }
         break;
-    case Kind::Complete:
+    case Chosen::Complete:
         complete(step);
         break;
-    case Kind::RunDispatcher:
+    case Chosen::RunDispatcher:
         dispatcher_->runOne();
         break;
-    case Kind::Force:
+    case Chosen::Force:
         forced_ = true;
         store_->attemptDownloadFromCachedAddress();
         break;
-    case Kind::Forget:
+    case Chosen::Forget:
         store_->clearCachedAddresses();
         break;
-    case Kind::StoreVersion:
+    case Chosen::StoreVersion:
         chain_->hold(L"HomeUdsVersion", step.text);
         break;
-    case Kind::AnswerVersion:
+    case Chosen::AnswerVersion:
         answerVersion(step);
         break;
-    case Kind::NameDeviceServers:
+    case Chosen::NameDeviceServers:
         chain_->hold(L"HubcipServer1", step.details.server1);
         chain_->hold(L"HubcipServer2", step.details.server2);
         chain_->hold(L"HubcipServer3", step.details.server3);
         break;
-    case Kind::RefuseInMemory:
+    case Chosen::RefuseInMemory:
         chain_->refuseInMemory(step.on);
         break;
-    case Kind::Observe:
+    case Chosen::Observe:
         observe(step);
         break;
-    case Kind::Unobserve:
+    case Chosen::Unobserve:
         store_->removeObserver(observers_.at(static_cast<std::size_t>(step.observer)).get());
         break;
-    case Kind::AskValue: {
+    case Chosen::AskValue: {
         const std::optional<std::wstring> text = read(step.key);
         tale_->tell(facts::answer(step.key, text));
         break;
     }
-    case Kind::StoreValue:
+    case Chosen::StoreValue:
         store_->storeValue(step.key, step.text);
         break;
-    case Kind::RemoveValue:
+    case Chosen::RemoveValue:
         tale_->tell(facts::removed(store_->removeValue(step.key)));
         break;
-    case Kind::RemoveAllValues:
+    case Chosen::RemoveAllValues:
         store_->removeAllValues();
         break;
-    case Kind::PersistValues:
+    case Chosen::PersistValues:
         store_->persistValues();
         break;
-    case Kind::WaitForStore:
+    case Chosen::WaitForStore:
         // Inside an observer's call it must return at once, ready or not.
         if (telling_ || TftpConfigStoreTestAccess::isReady(*store_)) {
             store_->waitForStoreReady();
         }
         break;
-    case Kind::SwitchFips:
+    case Chosen::SwitchFips:
         world_.setFips(step.on);
         break;
-    case Kind::SwitchDebug:
+    case Chosen::SwitchDebug:
         tessel::LogControl::setLevel(step.on ? 5 : 4);
         break;
     }
