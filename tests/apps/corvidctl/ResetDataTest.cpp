@@ -115,14 +115,13 @@ TEST_F(Tool, ResetDataNamesAFolderThatCannotBeListed) {
         if (!user.wasRoot() || !user.isOrdinary() || faccessat(AT_FDCWD, CORVIDCTL_PROGRAM, X_OK, AT_EACCESS) != 0) {
             GTEST_SKIP() << "a folder of another owner takes root to make, and the tool another user who may run it";
         }
-        support::ChildProcess::Options options;
-        options.environment = {{"ASAN_OPTIONS", "detect_leaks=0"}};  // it may not look at a process of another user
-        ended = run({"--log-level", "2", "reset-data", "--yes"}, options);
+        ended = run({"--log-level", "2", "reset-data", "--yes"});
     }
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.out, "removed  corvidLocalConfig.xml\nkept     corvid-config-user.xml\n");
-    EXPECT_EQ(ended.error, "corvidctl: the folder '" + directory_.path("config/closed") +
-                               "' cannot be listed; what lies in it stays\n");
+    // A leak checker adds that it may not look at a process whose user has changed.
+    EXPECT_THAT(ended.error, testing::StartsWith("corvidctl: the folder '" + directory_.path("config/closed") +
+                                                 "' cannot be listed; what lies in it stays\n"));
     EXPECT_TRUE(fs::exists(directory_.path("config/closed/file")));
 }
 
