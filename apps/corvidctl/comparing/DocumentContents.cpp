@@ -12,6 +12,7 @@
 #include "reading/ProblemText.h"
 #include "stores/BootstrapConfigStore.h"
 #include "system/World.h"
+#include "validating/KnownKeys.h"
 #include "xml/DocumentInspector.h"
 
 namespace corvidctl {
@@ -20,18 +21,6 @@ namespace {
 
 using QuillCoreUtils::caseInsensitiveStringEquals;
 using QuillCoreUtils::toString;
-
-/// The module hides these wherever they stand.
-bool isAlwaysSensitive(const std::wstring& key) {
-    using namespace ConfigStoreConstants;
-    static const SensitiveKeySet keys = {ADDTIONAL_INFO,
-                                         AD_PASSWORD_KEY,
-                                         AD_USERNAME_KEY,
-                                         BDI_CONNECTION_PASSWORD_STRING,
-                                         BDI_CONNECTION_USERNAME_STRING,
-                                         BDI_CONNECTION_USERDN_STRING};
-    return keys.count(key) != 0;
-}
 
 /// Entries of one document, of which the ones under old names wait until all others are in.
 class Collection {
@@ -58,7 +47,7 @@ Contents readProperties(const std::string& path) {
     for (const std::wstring& key : store.getKeys()) {
         std::wstring value;
         store.getValue(key, value);
-        collection.add(key, {toString(value), {}, isAlwaysSensitive(key)});
+        collection.add(key, {toString(value), {}, KnownKeys::isAlwaysSensitive(key)});
     }
     return collection.take();
 }
@@ -76,7 +65,8 @@ Contents readXml(const std::string& path) {
         if (isAnswered) {
             std::wstring value = entry.value;
             DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(entry.key, value);
-            collection.add(entry.key, {toString(value), {}, entry.sensitive || isAlwaysSensitive(entry.key)});
+            collection.add(entry.key,
+                           {toString(value), {}, entry.sensitive || KnownKeys::isAlwaysSensitive(entry.key)});
         }
     }
     return collection.take();
