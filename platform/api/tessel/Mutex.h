@@ -10,6 +10,8 @@ namespace tessel {
 class TESSEL_CAPABILITY("mutex") Mutex {
 public:
     Mutex() = default;
+    ~Mutex() { TESSEL_LOCK_HAS_ENDED(mutex_); }
+
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 

@@ -10,6 +10,8 @@ namespace tessel {
 class TESSEL_CAPABILITY("rwlock") RWLock {
 public:
     RWLock() = default;
+    ~RWLock() { TESSEL_LOCK_HAS_ENDED(mutex_); }
+
     RWLock(const RWLock&) = delete;
     RWLock& operator=(const RWLock&) = delete;
 

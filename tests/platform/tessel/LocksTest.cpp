@@ -3,7 +3,9 @@
 #include <functional>
 #include <latch>
 #include <limits>
+#include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "tessel/Event.h"
@@ -53,6 +55,23 @@ TEST(Mutex, IsHeldUntilItWasUnlockedAsOftenAsLocked) {
     EXPECT_FALSE(otherThreadEnters(mutex));
     leave(mutex);
     EXPECT_TRUE(otherThreadEnters(mutex));
+}
+
+// What the thread sanitizer would report otherwise.
+TEST(Mutex, TakesOverNothingFromAnotherThatStoodAtItsAddress) {
+    Mutex outer;
+    std::optional<Mutex> place(std::in_place);
+    {
+        const ScopedLock first(outer);
+        const ScopedLock second(*place);
+    }
+    place.emplace();
+    {
+        const ScopedLock first(*place);
+        const ScopedLock second(outer);
+    }
+    EXPECT_TRUE(otherThreadEnters(outer));
+    EXPECT_TRUE(otherThreadEnters(*place));
 }
 
 TEST(Mutex, IsHeldForTheLengthOfAScope) {

@@ -9,8 +9,8 @@
 
 XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath,
                                bool readFromFile)
-    : values_(std::make_shared<const ConfigMap>()),
-      filePath_(std::move(filePath)),
+    : filePath_(std::move(filePath)),
+      values_(std::make_shared<const ConfigMap>()),
       isLocal_(isLocal),
       priority_(priority),
       name_(std::move(name)) {
@@ -88,18 +88,18 @@ bool XmlConfigStore::waitForStoreReady() { return true; }
 bool XmlConfigStore::shouldCacheConfigStore() { return false; }
 
 std::shared_ptr<const ConfigMap> XmlConfigStore::snapshot() const {
-    const std::lock_guard<std::mutex> lock(referenceMutex_);
+    const tessel::ScopedLock lock(referenceMutex_);
     return values_;
 }
 
 void XmlConfigStore::setValues(ConfigMap values) {
-    const std::lock_guard<std::mutex> lock(referenceMutex_);
+    const tessel::ScopedLock lock(referenceMutex_);
     values_ = std::make_shared<const ConfigMap>(std::move(values));
 }
 
 bool XmlConfigStore::replaceValues(const std::shared_ptr<const ConfigMap>& old,
                                    std::shared_ptr<const ConfigMap> values) {
-    const std::lock_guard<std::mutex> lock(referenceMutex_);
+    const tessel::ScopedLock lock(referenceMutex_);
     if (values_ != old) {
         return false;
     }

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
 #include "ConfigStore.h"
 #include "chain/ConfigMap.h"
+#include "tessel/Mutex.h"
 #include "tessel/RWLock.h"
 
 /// A read-only store whose values come from one configuration document, read once, at construction. A file that is
@@ -53,12 +53,12 @@ private:
     /// Puts the new values unless someone has changed the old ones meanwhile. @return whether they were put.
     bool replaceValues(const std::shared_ptr<const ConfigMap>& old, std::shared_ptr<const ConfigMap> values);
 
-    // Replaced whole by a change and never changed in place, so that removeValue() may do with the read lock.
-    std::shared_ptr<const ConfigMap> values_;
     const std::string filePath_;
     mutable tessel::RWLock lock_;
     // Leaf lock of the reference alone: held for its copy or its exchange.
-    mutable std::mutex referenceMutex_;
+    mutable tessel::Mutex referenceMutex_;
+    // Replaced whole by a change and never changed in place, so that removeValue() may do with the read lock.
+    std::shared_ptr<const ConfigMap> values_ TESSEL_GUARDED_BY(referenceMutex_);
     const bool isLocal_;
     const std::int32_t priority_;
     const std::string name_;
