@@ -31,16 +31,15 @@ std::string nothingFound(const Invocation& invocation, const std::vector<Journal
                : "the journal knows no change" + keys + " since " + journaltext::timeText(batches.front().time);
 }
 
-/// What the keys that were asked for have been all the time, as long as they are few.
-void tellWhatStayed(const std::vector<JournalChange>& answers, const std::vector<JournalBatch>& batches,
-                    Output& output) {
+/// What the keys that were asked for have been, as long as they are few.
+void tellWhatStayed(const std::vector<LastAnswer>& answers, Output& output) {
     constexpr std::size_t FEW = 10;
     if (answers.size() > FEW) {
         return;
     }
-    for (const JournalChange& answer : answers) {
-        printError(output, answer.key + " has been " + quoted(answer.newValue) + ", from " + answer.newStore +
-                               ", since " + journaltext::timeText(batches.front().time));
+    for (const LastAnswer& answer : answers) {
+        printError(output, answer.change.key + " has been " + quoted(answer.change.newValue) + ", from " +
+                               answer.change.newStore + ", since " + journaltext::timeText(answer.since));
     }
 }
 
@@ -76,7 +75,7 @@ int runHistory(const Invocation& invocation, Output& output) {
     if (history.empty()) {
         printError(output, nothingFound(invocation, reading.batches));
         if (!invocation.arguments.empty()) {
-            tellWhatStayed(lastAnswersOf(reading.batches, isWanted, invocation.reveal), reading.batches, output);
+            tellWhatStayed(lastAnswersOf(reading.batches, isWanted, invocation.reveal), output);
         }
         return Status::AnswerIsNo;
     }

@@ -22,6 +22,13 @@ bool isSameSource(const std::string& a, const std::string& b) { return a == b ||
 
 std::string mask() { return QuillCoreUtils::toString(ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT); }
 
+/// True if a key has read the same from one of the two on.
+bool isSame(const JournalChange& before, const JournalChange& after) {
+    // One of the two may have been written with secrets shown, the other without.
+    const bool isMasked = after.isSensitive && (before.newValue == mask() || after.newValue == mask());
+    return isSameSource(before.newStore, after.newStore) && (isMasked || before.newValue == after.newValue);
+}
+
 /// Follows the answers from batch to batch.
 class Follower {
 public:
@@ -42,12 +49,6 @@ private:
     using Answers = std::map<std::wstring, JournalChange, caseInsensitiveMapComparator>;
 
     static std::wstring keyOf(const JournalChange& change) { return QuillCoreUtils::toWideString(change.key); }
-
-    static bool isSame(const JournalChange& before, const JournalChange& after) {
-        // One of the two may have been written with secrets shown, the other without.
-        const bool isMasked = after.isSensitive && (before.newValue == mask() || after.newValue == mask());
-        return isSameSource(before.newStore, after.newStore) && (isMasked || before.newValue == after.newValue);
-    }
 
     /// Where a start differs from what was known before it.
     std::vector<JournalChange> differences(const JournalBatch& start) const {
@@ -78,6 +79,23 @@ private:
     Answers answers_;  ///< the last change of each key
 };
 
+using LastAnswers = std::map<std::wstring, LastAnswer, caseInsensitiveMapComparator>;
+
+/// Goes on to what the keys read after one batch more.
+void takeOver(const JournalBatch& batch, const KeyNames& names, LastAnswers& answers) {
+    LastAnswers before;
+    if (batch.cause == Cause::Start) {
+        before.swap(answers);  // what this start does not name, no store holds any more
+    }
+    const LastAnswers& known = batch.cause == Cause::Start ? before : answers;
+    for (const JournalChange& change : batch.changes) {
+        const std::wstring key = names.currentName(QuillCoreUtils::toWideString(change.key));
+        const auto found = known.find(key);
+        const bool stays = found != known.end() && isSame(found->second.change, change);
+        answers[key] = {change, stays ? found->second.since : batch.time};
+    }
+}
+
 SensitiveKeySet sensitiveKeysOf(const std::vector<JournalBatch>& batches, const KeyNames& names) {
     SensitiveKeySet keys;
     for (const JournalBatch& batch : batches) {
@@ -103,27 +121,22 @@ bool onlyChangesToTheCopy(const JournalChange& change) {
            isStoreAndItsCopy(change.oldStore, change.newStore);
 }
 
-std::vector<JournalChange> lastAnswersOf(const std::vector<JournalBatch>& batches,
-                                         const std::function<bool(const std::wstring&)>& isWanted, bool reveal) {
+std::vector<LastAnswer> lastAnswersOf(const std::vector<JournalBatch>& batches,
+                                      const std::function<bool(const std::wstring&)>& isWanted, bool reveal) {
     const KeyNames names;
     const SensitiveKeySet secrets = reveal ? SensitiveKeySet() : sensitiveKeysOf(batches, names);
-    std::map<std::wstring, JournalChange, caseInsensitiveMapComparator> answers;
+    LastAnswers answers;
     for (const JournalBatch& batch : batches) {
-        if (batch.cause == Cause::Start) {
-            answers.clear();
-        }
-        for (const JournalChange& change : batch.changes) {
-            answers[names.currentName(QuillCoreUtils::toWideString(change.key))] = change;
-        }
+        takeOver(batch, names, answers);
     }
-    std::vector<JournalChange> last;
+    std::vector<LastAnswer> last;
     for (auto& [key, answer] : answers) {
-        if (!isWanted(key) || answer.newStore.empty()) {
+        if (!isWanted(key) || answer.change.newStore.empty()) {
             continue;
         }
-        answer.key = QuillCoreUtils::toString(key);
+        answer.change.key = QuillCoreUtils::toString(key);
         if (secrets.count(key) != 0) {
-            maskTexts(answer);
+            maskTexts(answer.change);
         }
         last.push_back(answer);
     }

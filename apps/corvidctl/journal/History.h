@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,11 +12,17 @@ namespace corvidctl {
 /// True if only the store of a known value gives way to its kept copy, or comes back.
 bool onlyChangesToTheCopy(const JournalChange& change);
 
-/// What the keys of a journal read at its end, in key order, the time not counted: of each the last change, or what the
-/// last start found. Keys that no store holds are left out.
+/// What a key reads at the end of a journal.
+struct LastAnswer {
+    JournalChange change;                         ///< the last one, or what the last start found
+    std::chrono::system_clock::time_point since;  ///< of the batch from which on it has read so in every batch
+};
+
+/// What the keys of a journal read at its end, in key order. Keys that no store holds are left out. As below, a store
+/// and its kept copy are one source of a value.
 /// @param isWanted, reveal as below.
-std::vector<JournalChange> lastAnswersOf(const std::vector<JournalBatch>& batches,
-                                         const std::function<bool(const std::wstring&)>& isWanted, bool reveal);
+std::vector<LastAnswer> lastAnswersOf(const std::vector<JournalBatch>& batches,
+                                      const std::function<bool(const std::wstring&)>& isWanted, bool reveal);
 
 /// What a journal's batches tell of some keys, in their order.
 ///

@@ -16,6 +16,12 @@ const std::string SET =
     R"({"key":"A","oldValue":"1","newValue":"2","oldStore":"S","newStore":"T","isSensitive":false}]})"
     "\n";
 
+const std::string LATE_START =
+    R"({"batch":3,"time":"2024-02-29T13:08:00.000Z","cause":"start","changes":[)"
+    R"({"key":"A","oldValue":"","newValue":"2","oldStore":"","newStore":"T","isSensitive":false},)"
+    R"({"key":"B","oldValue":"","newValue":"1","oldStore":"","newStore":"S","isSensitive":false}]})"
+    "\n";
+
 const std::string RESET =
     R"({"batch":3,"time":"2024-02-29T13:07:00.000Z","cause":"reset","changes":[)"
     R"({"key":"A","oldValue":"2","newValue":"","oldStore":"T","newStore":"","isSensitive":false},)"
@@ -114,6 +120,13 @@ TEST_F(HistoryTool, SaysWhatAKeyHasBeenThatNeverChanged) {
     EXPECT_EQ(ended.out, "");
     EXPECT_EQ(ended.error, "corvidctl: the journal knows no change of b since 2024-02-29T13:05:59.007Z\n"
                            "corvidctl: B has been \"1\", from S, since 2024-02-29T13:05:59.007Z\n");
+}
+
+TEST_F(HistoryTool, SaysWhatAKeyHasBeenSinceAJournalThatHasLostItsBeginningNamesIt) {
+    directory_.write("journal", SET + LATE_START);
+    EXPECT_EQ(history({"b", "--journal", journal_}).error,
+              "corvidctl: the journal knows no change of b since 2024-02-29T13:06:00.000Z\n"
+              "corvidctl: B has been \"1\", from S, since 2024-02-29T13:08:00.000Z\n");
 }
 
 TEST_F(HistoryTool, GivesScriptsAnEmptyAnswerWhereNothingChanged) {

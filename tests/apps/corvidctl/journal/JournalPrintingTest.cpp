@@ -25,6 +25,11 @@ std::string printedBatch(const JournalBatch& printed, std::size_t columns = 0) {
 
 const JournalChange FROM_ITS_COPY = change("B", "1", "1", "cachedTFTPConfigStore.xml", "TFTPConfigStore");
 
+std::vector<LastAnswer> lastAnswers(const std::vector<JournalBatch>& batches) {
+    return lastAnswersOf(
+        batches, [](const std::wstring&) { return true; }, false);
+}
+
 }  // namespace
 
 TEST(PrintedBatch, CountsWhatOnlyComesFromAStoreInsteadOfItsCopy) {
@@ -60,7 +65,22 @@ TEST(LastAnswers, AreThoseOfTheEndUnderCurrentNamesAndMasked) {
     const std::vector<JournalBatch> batches = {
         batch(1, Cause::Start, {defined("A", "1", "S"), defined("gone", "1", "S"), defined("Key", "x", "S", true)}),
         batch(2, Cause::Start, {defined("A", "2", "S"), defined("Key", "x", "S", true)})};
-    const auto all = [](const std::wstring&) { return true; };
-    EXPECT_THAT(lastAnswersOf(batches, all, false),
-                testing::ElementsAre(defined("A", "2", "S"), defined("Key", "VALUE_HIDDEN", "S", true)));
+    const std::vector<LastAnswer> answers = lastAnswers(batches);
+    ASSERT_EQ(answers.size(), 2U);
+    EXPECT_EQ(answers[0].change, defined("A", "2", "S"));
+    EXPECT_EQ(answers[1].change, defined("Key", "VALUE_HIDDEN", "S", true));
+}
+
+TEST(LastAnswers, TellSinceWhenAKeyHasReadSo) {
+    const auto sinceOf = [](const std::vector<JournalBatch>& batches) { return lastAnswers(batches).front().since; };
+    const auto at = &journals::TickingClock::at;
+    const JournalBatch one = batch(1, Cause::Start, {defined("A", "1", "TFTPConfigStore")});
+    const JournalBatch copy = batch(2, Cause::Start, {defined("a", "1", "cachedTFTPConfigStore.xml")});
+    EXPECT_EQ(sinceOf({one, copy}), at(0));
+    EXPECT_EQ(sinceOf({one, copy, batch(3, Cause::Start, {defined("A", "2", "S")})}), at(2));
+    EXPECT_EQ(sinceOf({one, batch(2, Cause::Start, {}), batch(3, Cause::Start, {defined("A", "1", "S")})}), at(2));
+    EXPECT_EQ(sinceOf({batch(1, Cause::Set, {change("B", "", "", "S", "")}), copy}), at(1));
+    EXPECT_EQ(sinceOf({one, batch(2, Cause::Set, {change("A", "1", "2", "S", "S")}),
+                       batch(3, Cause::Set, {change("A", "2", "1", "S", "S")})}),
+              at(2));
 }
