@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <string_view>
 
 #include "ConfigStoreConstants.h"
 #include "explaining/KeyRules.h"
@@ -15,6 +16,10 @@ namespace {
 constexpr std::size_t VALUE_COLUMNS = 60;
 constexpr std::size_t STACK_VALUE_COLUMNS = 36;
 constexpr const char* THIS_RUN = "this run";
+constexpr const char* FAILED = "failed to load";
+
+/// A state is read at a glance or not at all: the longest one is never cut.
+constexpr std::size_t STATE_COLUMNS = std::string_view(FAILED).size();
 
 /// What kind of copy the values are; empty for a file of the store's own.
 std::string kindOf(const StoreOrigin& origin) {
@@ -37,7 +42,7 @@ Table::Cell stateCell(const KeyLayer& layer) {
     case LayerState::Ignored:
         return {nameOf(layer.state), Style::Warning};
     case LayerState::Failed:
-        return {"failed to load", Style::Bad};
+        return {FAILED, Style::Bad};
     case LayerState::Shadowed:
     case LayerState::Absent:
         break;
@@ -78,7 +83,7 @@ Table::Cell placeCell(const KeyLayer& layer) {
 std::string ageOf(const StoreOrigin& origin, Moment now) { return origin.time ? ageText(*origin.time, now) : ""; }
 
 void printLayers(const Explanation& key, Moment now, Output& output) {
-    Table table({{"STATE", 0},
+    Table table({{"STATE", 0, false, STATE_COLUMNS},
                  {"PRIORITY", 0, true, 8, 3},
                  {"STORE", 0, false, 20},
                  {"KIND", 0, false, 9, 4},
@@ -204,7 +209,7 @@ void print(const Explanation& key, Moment now, Output& output) {
 
 void print(const std::vector<Explanation>& keys, Output& output) {
     Table table({{"KEY", 0, false, 18},
-                 {"STATE", 0},
+                 {"STATE", 0, false, STATE_COLUMNS},
                  {"VALUE", STACK_VALUE_COLUMNS, false, 12},
                  {"STORE", 0, false, 14},
                  {"WHERE", 0, false, 9, 0, true}});

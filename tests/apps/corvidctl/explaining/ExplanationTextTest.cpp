@@ -167,6 +167,16 @@ TEST(ExplanationForPeople, TellsWhereAStoreFailedToLoadAndWhatIsMissing) {
     EXPECT_THAT(out, testing::ContainsRegex("absent +970  InMemoryConfigStore .* - +this run\n"));
 }
 
+TEST(ExplanationForPeople, CutsNoStateOnANarrowTerminal) {
+    Explanation key = overridden();
+    key.layers.push_back(layer(std::string(60, 'x'), 950, true));
+    key.layers.back().state = LayerState::Failed;
+    std::ostringstream out;
+    Output output{out, out, false, true, nullptr, 80};
+    print(key, NOW, output);
+    EXPECT_THAT(out.str(), testing::HasSubstr("\nfailed to load  "));
+}
+
 TEST(ExplanationForPeople, ShowsTheNameThatWasLookedUpLast) {
     Explanation key = overridden();
     KeyLayer first = layer("LocalFileConfigStore", 20, false);
