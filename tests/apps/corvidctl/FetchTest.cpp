@@ -372,6 +372,10 @@ TEST_F(Fetch, SaysWhenItCannotKeepWhatBelongsToTheFile) {
 TEST_F(Fetch, LeavesTheNetworkAloneInEveryOtherCommand) {
     serve("12.5");
     const std::string document = directory_.write("document.xml", SAMPLE);
+    const std::string journal = directory_.write(
+        "journal", R"({"batch":1,"time":"2024-02-29T13:06:00.000Z","cause":"set","changes":[)"
+                   R"({"key":"A","oldValue":"","newValue":"1","oldStore":"","newStore":"S","isSensitive":false}]})"
+                   "\n");
     for (const std::vector<std::string>& words :
          std::vector<std::vector<std::string>>{{"list"},
                                                {"get", "DockedWindow"},
@@ -382,10 +386,13 @@ TEST_F(Fetch, LeavesTheNetworkAloneInEveryOtherCommand) {
                                                {"explain", "--all-stores"},
                                                {"export", "--store", "BootstrapConfigStore"},
                                                {"delta"},
+                                               {"diff", "live", "live"},
                                                {"simulate", "--set", "Own=1"},
+                                               {"history", "--journal", journal},
                                                {"provision", "x?ServicesDomain=a"},
                                                {"set", "TFTPPrimaryServer", address_},
-                                               {"unset", "TFTPPrimaryServer"}}) {
+                                               {"unset", "TFTPPrimaryServer"},
+                                               {"reset-data", "--yes"}}) {
         EXPECT_EQ(run(trusting(words)).status, 0) << words.front();
     }
     EXPECT_THAT(requestsUntilStop(), IsEmpty());
