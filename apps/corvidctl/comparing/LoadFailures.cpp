@@ -3,16 +3,14 @@
 #include <algorithm>
 
 #include "chain/ConfigStoreManager.h"
-#include "host/XmlDiagnostics.h"
 #include "output/ShownPath.h"
 #include "quill/StringUtils.h"
-#include "reading/StoreSources.h"
+#include "session/HostSources.h"
 
 namespace corvidctl {
 
 std::vector<LoadFailure> loadFailuresOf(const host::ReferenceHost::Options& options) {
-    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
-    StoreSources sources({options.configDirectory, options.installationDirectory, options.bootstrapFilePath});
+    StoreSources sources = readSourcesOf(options);
     std::vector<LoadFailure> failures;
     for (const std::string& store : sources.failedStores()) {
         const StoreOrigin& origin = sources.of(store).origin;

@@ -1,21 +1,12 @@
 #include "session/StoreFailures.h"
 
-#include "host/XmlDiagnostics.h"
 #include "output/Output.h"
 #include "quill/StringUtils.h"
+#include "session/HostSources.h"
 
 namespace corvidctl {
 
-namespace {
-
-StoreSources sourcesOf(const host::ReferenceHost::Options& options) {
-    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
-    return StoreSources({options.configDirectory, options.installationDirectory, options.bootstrapFilePath});
-}
-
-}  // namespace
-
-StoreFailures::StoreFailures(const Invocation& invocation) : sources_(sourcesOf(invocation.host)) {}
+StoreFailures::StoreFailures(const Invocation& invocation) : sources_(readSourcesOf(invocation.host)) {}
 
 std::string StoreFailures::textOf(const std::string& store) {
     const StoreOrigin& origin = sources_.of(store).origin;
