@@ -102,7 +102,7 @@ DeliveryView deliver(Session& session, Rehearsal& rehearsal, const std::string& 
     RemoteSource remote(session, rehearsal.interruption());
     remote.start();
     if (!remote.waitUntilSettled(rehearsal.progress())) {
-        throw std::runtime_error("interrupted");
+        throw Interrupted();
     }
     const FetchView fetched = summarise(remote.downloads(), {}, false);
     view.failure = fetched.ok ? std::string() : fetched.reason;

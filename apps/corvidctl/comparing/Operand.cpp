@@ -29,6 +29,13 @@ Operand checkedFile(const std::string& word, const std::string& path) {
     return {Kind::File, path, isReadable ? "" : "'" + word + "': expected a file that can be read"};
 }
 
+Operand checkedStore(const std::string& word, const std::string& name) {
+    return {Kind::Store, name,
+            isNameOfStore(name)
+                ? ""
+                : "'" + word + "': expected live, a path, or the name of a store, which corvidctl stores lists"};
+}
+
 Operand checkedDirectory(const std::string& word, const std::string& path) {
     std::error_code error;
     const bool isReadable = fs::is_directory(path, error) && access(path.c_str(), R_OK | X_OK) == 0;
@@ -43,7 +50,7 @@ Operand readOperand(const std::string& word) {
         return {Kind::Live, {}, {}};
     }
     if (const std::string name = behind(STORE_PREFIX, word); !name.empty()) {
-        return {Kind::Store, name, {}};
+        return checkedStore(word, name);
     }
     if (const std::string path = behind(FILE_PREFIX, word); !path.empty()) {
         return checkedFile(word, path);
@@ -53,7 +60,7 @@ Operand readOperand(const std::string& word) {
     }
     std::error_code error;
     if (fs::symlink_status(word, error).type() == fs::file_type::not_found) {
-        return {Kind::Store, word, {}};
+        return checkedStore(word, word);
     }
     const bool isDirectory = fs::is_directory(word, error);
     if (isNameOfStore(word)) {

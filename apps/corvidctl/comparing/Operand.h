@@ -19,8 +19,8 @@ struct Operand {
 };
 
 /// Reads a word: "live", "store:NAME", "file:PATH" and "dir:PATH" say what they are; any other is a path if there is
-/// something, and the name of a store if there is nothing. A word that could be both is a problem. Looks at the file
-/// system, not at the chain.
+/// something, and the name of a store if there is nothing. A word that could be both is a problem, and so is a name
+/// that no chain knows. Looks at the file system, not at the chain, which may lack a store of a good name.
 Operand readOperand(const std::string& word);
 
 }  // namespace corvidctl

@@ -2,8 +2,6 @@
 
 #include <unistd.h>
 
-#include <stdexcept>
-
 #include "output/SteadyProgress.h"
 
 namespace corvidctl {
@@ -28,7 +26,7 @@ Invocation Rehearsal::onCopy(Invocation invocation, const std::string& directory
 
 void Rehearsal::throwIfInterrupted() {
     if (interruption_.waitForNews(std::chrono::milliseconds(0))) {
-        throw std::runtime_error("interrupted");
+        throw Interrupted();
     }
 }
 

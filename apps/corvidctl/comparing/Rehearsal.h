@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 
 #include "cli/Invocation.h"
@@ -9,6 +10,12 @@
 #include "session/Interruption.h"
 
 namespace corvidctl {
+
+/// The user has had enough: no answer, and nobody's mistake.
+class Interrupted : public std::runtime_error {
+public:
+    Interrupted() : std::runtime_error("interrupted") {}
+};
 
 /// What a command needs that takes its time, most of all one that tries something out on a throw-away copy: an
 /// interruption is noticed between the steps, so that the copy is removed, and a step that takes long is shown. To be
@@ -25,7 +32,7 @@ public:
     static Invocation onCopy(Invocation invocation, const std::string& directory);
 
     /// Runs one step. @param text what the progress line calls it.
-    /// @throws std::runtime_error "interrupted" if an interruption has come before or meanwhile.
+    /// @throws Interrupted if an interruption has come before or meanwhile.
     template <class Step>
     void run(const std::string& text, const Step& step) {
         throwIfInterrupted();

@@ -145,8 +145,10 @@ TEST_F(Diff, ChangesNothingOfWhatItReads) {
 TEST_F(Diff, RefusesWhatCannotBeCompared) {
     const std::string stores = "TftpOverrideConfigStore, LocalFileConfigStore, UrlProvisioningConfigStore, "
                                "BootstrapConfigStore, InMemoryConfigStore, corvid-config-defaults.xml";
-    expectRefused({"live", "Nowhere"}, "'Nowhere': expected live, a path, or a store of this configuration: " + stores);
-    expectRefused({"store:live", "live"}, "'live': expected live, a path, or a store of this configuration: " + stores);
+    expectRefused({"live", "TFTPConfigStore"},
+                  "'TFTPConfigStore': expected live, a path, or a store of this configuration: " + stores);
+    expectRefused({"live", "Nowhere"},
+                  "'Nowhere': expected live, a path, or the name of a store, which corvidctl stores lists");
     expectRefused({"", "live"}, "A and B must not be empty, expected a store, a path or live");
     expectRefused({"live", "file:/nowhere"}, "'file:/nowhere': expected a file that can be read");
     const std::string broken = directory_.write("broken.xml", "<a>\n<b>\n</a>\n");
@@ -154,6 +156,12 @@ TEST_F(Diff, RefusesWhatCannotBeCompared) {
                   "'" + broken +
                       "' is no document that the module can read: line 3, column 5: it is not well-formed "
                       "XML");
+}
+
+TEST_F(Diff, RefusesAnUnknownNameBeforeItStartsALog) {
+    const std::string log = directory_.path("diff.log");
+    EXPECT_EQ(run({"--log-file", log, "diff", "live", "Nowhere"}).status, 2);
+    EXPECT_FALSE(std::filesystem::exists(log));
 }
 
 TEST_F(Diff, SaysNothingOfItsCopies) {
@@ -182,8 +190,8 @@ TEST_F(Diff, EndsWhenItIsInterruptedWithNoCopyLeft) {
     diff.signal(SIGINT);
     close(writingEnd);
     const support::Ended ended = diff.wait();
-    EXPECT_EQ(ended.status, 2);
-    EXPECT_EQ(ended.error, "corvidctl: diff: interrupted\n");
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.error, "corvidctl: interrupted\n");
     EXPECT_EQ(ended.out, "");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
 }

@@ -40,7 +40,7 @@ private:
 
 TEST_F(OperandOf, AWordThatIsNoPathIsAStore) {
     expect("LocalFileConfigStore", OperandKind::Store, "LocalFileConfigStore");
-    expect("AnyStore", OperandKind::Store, "AnyStore");
+    expect("cachedOther.xml", OperandKind::Store, "cachedOther.xml");
 }
 
 TEST_F(OperandOf, APathIsWhatLiesThere) {
@@ -73,6 +73,12 @@ TEST_F(OperandOf, AStoreNamedLikeAPathIsAProblem) {
     expectProblem("inmemoryconfigstore",
                   "'inmemoryconfigstore' is a store and a path: expected store:inmemoryconfigstore or "
                   "dir:inmemoryconfigstore");
+}
+
+TEST_F(OperandOf, ANameThatNoChainKnowsIsAProblem) {
+    const std::string expected = ": expected live, a path, or the name of a store, which corvidctl stores lists";
+    expectProblem("AnyStore", "'AnyStore'" + expected);
+    expectProblem("store:live", "'store:live'" + expected);
 }
 
 TEST_F(OperandOf, WhatIsNotThereIsAProblem) {
