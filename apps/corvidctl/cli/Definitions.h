@@ -15,13 +15,15 @@ namespace corvidctl {
 
 /// What a word of the command line names, so that a shell can complete it.
 enum class WordKind {
-    None,       ///< no word at all
-    Text,       ///< anything
-    Key,        ///< a configuration key
-    Store,      ///< the name of a store
-    File,       ///< a path to a file
-    Directory,  ///< a path to a folder
-    Choice,     ///< one of a few words
+    None,         ///< no word at all
+    Text,         ///< anything
+    Key,          ///< a configuration key
+    Store,        ///< the name of a store
+    Side,         ///< of a comparison: the name of a store, "live", or a path to a file or a folder
+    Replacement,  ///< "STORE=FILE", where the store may be one that no chain has yet
+    File,         ///< a path to a file
+    Directory,    ///< a path to a folder
+    Choice,       ///< one of a few words
 };
 
 /// Where the parser puts what an option says: a switch, a text, a text that may be missing, or one text for each time

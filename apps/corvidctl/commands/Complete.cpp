@@ -3,6 +3,8 @@
 #include <ostream>
 
 #include "commands/Commands.h"
+#include "comparing/SimulationPlan.h"
+#include "comparing/StoreNames.h"
 #include "output/MachineText.h"
 #include "quill/StringUtils.h"
 #include "session/Session.h"
@@ -17,19 +19,46 @@ bool isPlainInAShell(const std::string& word) {
     return !word.empty() && word.front() != '-' && word.find_first_not_of(plain) == std::string::npos;
 }
 
+std::vector<std::string> storesOf(const ChainReader& reader) {
+    std::vector<std::string> names;
+    for (const StoreView& store : reader.stores()) {
+        names.push_back(store.name);
+    }
+    return names;
+}
+
+std::vector<std::string> keysOf(const ChainReader& reader) {
+    std::vector<std::string> keys;
+    for (const std::wstring& key : reader.definedKeys()) {
+        keys.push_back(QuillCoreUtils::toString(key));
+    }
+    return keys;
+}
+
+std::vector<std::string> replaceableStoresOf(const ChainReader& reader) {
+    std::vector<std::string> names = namesOfReplaceableStores();
+    for (const std::string& name : storesOf(reader)) {
+        if (isNameOfCachedCopy(name)) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
+/// What fits the place of a kind of words, as far as the tool knows it, with what ends each of them.
 std::vector<std::string> wordsOf(const std::string& what, const ChainReader& reader) {
-    std::vector<std::string> words;
-    if (what == "stores") {
-        for (const StoreView& store : reader.stores()) {
-            words.push_back(store.name);
-        }
-    } else {
-        for (const std::wstring& key : reader.definedKeys()) {
-            words.push_back(QuillCoreUtils::toString(key));
-        }
+    const bool areReplacements = what == "replacements";
+    std::vector<std::string> words = areReplacements  ? replaceableStoresOf(reader)
+                                     : what == "keys" ? keysOf(reader)
+                                                      : storesOf(reader);
+    if (what == "sides") {
+        words.emplace_back("live");
     }
     words.erase(std::remove_if(words.begin(), words.end(), [](const auto& word) { return !isPlainInAShell(word); }),
                 words.end());
+    if (areReplacements) {
+        std::for_each(words.begin(), words.end(), [](std::string& word) { word += '='; });
+    }
     return words;
 }
 

@@ -26,17 +26,21 @@ constexpr const char* PLACES = "TftpOverrideConfigStore, LocalFileConfigStore, T
                                "cachedTFTPConfigStore.xml, UrlProvisioningConfigStore, BootstrapConfigStore or "
                                "corvid-config-defaults.xml";
 
-std::optional<StorePlace> placeOf(const std::string& store) {
+/// Those of a fixed name, in chain order.
+std::array<std::pair<StorePlace, std::string>, 6> fixedPlaces() {
     using namespace ConfigStoreConstants;
-    const std::array<std::pair<StorePlace, std::string>, 6> places = {{
+    return {{
         {StorePlace::Override, TFTP_OVERRIDE_CONFIG_STORE_NAME},
         {StorePlace::LocalFile, LOCAL_FILE_STORE_NAME},
+        {StorePlace::Server, TFTP_CONFIG_STORE_NAME},
         {StorePlace::Provisioning, URL_PROVISIONING_CONFIG_STORE_NAME},
         {StorePlace::Bootstrap, BOOTSTRAP_STORE_NAME},
         {StorePlace::Defaults, DEFAULT_CONFIG_STORE_FILE_NAME},
-        {StorePlace::Server, TFTP_CONFIG_STORE_NAME},
     }};
-    for (const auto& [place, name] : places) {
+}
+
+std::optional<StorePlace> placeOf(const std::string& store) {
+    for (const auto& [place, name] : fixedPlaces()) {
         if (caseInsensitiveStringEquals(name, store)) {
             return place;
         }
@@ -162,6 +166,14 @@ const char* fateOf(StorePlace place) {
 
 std::string SimulationPlan::Replacement::words() const {
     return file ? "--replace '" + store + "=" + *file + "'" : "--without '" + store + "'";
+}
+
+std::vector<std::string> namesOfReplaceableStores() {
+    std::vector<std::string> names;
+    for (const auto& [place, name] : fixedPlaces()) {
+        names.push_back(name);
+    }
+    return names;
 }
 
 SimulationPlan readPlan(const Invocation& invocation) { return PlanReader().read(invocation); }

@@ -37,6 +37,10 @@ struct SimulationPlan {
     std::string problem;  ///< what does not fit, in one line; empty if all does
 };
 
+/// The stores of a fixed name that have a file, or the server's, to be replaced; cached copies may be, too. In chain
+/// order.
+std::vector<std::string> namesOfReplaceableStores();
+
 /// Reads what the options of `simulate` say. Whether a cached copy is in the chain, and what stands in a file, is not
 /// looked at.
 SimulationPlan readPlan(const Invocation& invocation);

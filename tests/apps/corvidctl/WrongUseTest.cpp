@@ -144,7 +144,7 @@ TEST_F(WrongUseTool, AsksWhetherAnOptionThatIsLikeItWasMeant) {
 TEST_F(WrongUseTool, NamesTheWordsThatAnArgumentMayBe) {
     expectRefused({"completions", "tcsh"}, "completions: SHELL 'tcsh': expected bash, zsh or fish");
     expectRefused({"completions"}, "completions: SHELL is missing, expected: corvidctl completions SHELL");
-    expectRefused({"complete", "files"}, "complete: WHAT 'files': expected keys or stores");
+    expectRefused({"complete", "files"}, "complete: WHAT 'files': expected keys, stores, sides or replacements");
 }
 
 TEST_F(WrongUseTool, RefusesALogLevelOutsideTwoToFive) {

@@ -12,6 +12,10 @@ std::string kindWords(WordKind kind, const std::vector<const char*>& choices) {
         return "keys";
     case WordKind::Store:
         return "stores";
+    case WordKind::Side:
+        return "sides";
+    case WordKind::Replacement:
+        return "replacements";
     case WordKind::File:
         return "file";
     case WordKind::Directory:
@@ -92,7 +96,7 @@ _corvidctl_unquoted() {
     echo "${word/#\~\//$HOME/}"
 }
 
-# PREFIX WHAT: offers the keys or the stores of the directories that the command line names.
+# PREFIX WHAT: offers what the tool knows in the directories that the command line names.
 _corvidctl_ask() {
     local word
     while IFS= read -r word; do
@@ -100,17 +104,26 @@ _corvidctl_ask() {
     done < <("$(_corvidctl_unquoted "${COMP_WORDS[0]}")" "${places[@]}" --log-level 2 complete "$2" 2>/dev/null)
 }
 
-# Reads the words before the one that is typed, into the variables of the function below.
+# Reads the words before the one that is typed, into the variables of the function below. Bash takes a word apart at
+# each "=": one behind an option leads to its value, any other one to more of the word before it.
 _corvidctl_read_words() {
-    local i word
-    for ((i = 1; i < COMP_CWORD; i++)); do
+    local i word last=
+    for ((i = 1; i <= COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
-        if [[ -n $expected ]]; then
-            [[ $word == = ]] && continue  # bash takes --option=value apart
+        if [[ $word == = && -z $expected ]]; then
+            expected=${last:-none}
+            behind=yes
+        fi
+        ((i < COMP_CWORD)) || break
+        if [[ $word == = ]]; then
+            continue
+        elif [[ -n $expected ]]; then
             case $expected in
                 --config-dir | --install-dir | --bootstrap) places+=("$expected" "$(_corvidctl_unquoted "$word")") ;;
             esac
+            last=$expected
             expected=
+            behind=
         elif [[ -z $dashes && $word == -- ]]; then
             dashes=yes
         elif [[ -z $dashes && $word == -* ]]; then
@@ -119,12 +132,24 @@ _corvidctl_read_words() {
             command=$word
         else
             ((count += 1))
+            last=
         fi
     done
 }
 
+# CURRENT: offers stores to be replaced, and behind the "=" the files to replace them with.
+_corvidctl_replacements() {
+    if [[ -n $behind ]]; then
+        mapfile -t COMPREPLY < <(compgen -f -- "$1")
+        compopt -o filenames 2>/dev/null
+    else
+        _corvidctl_ask "$1" replacements
+        compopt -o nospace 2>/dev/null
+    fi
+}
+
 _corvidctl() {
-    local current=${COMP_WORDS[COMP_CWORD]} command= expected= dashes= count=0 most=0 kind=
+    local current=${COMP_WORDS[COMP_CWORD]} command= expected= behind= dashes= count=0 most=0 kind=
     local -a places=()
     COMPREPLY=()
     _corvidctl_read_words
@@ -141,11 +166,16 @@ _corvidctl() {
     fi
     case $kind in
         choice*) mapfile -t COMPREPLY < <(compgen -W "${kind#choice }" -- "$current") ;;
-        keys | stores) _corvidctl_ask "$current" "$kind" ;;
+        keys | stores) [[ -n $behind ]] || _corvidctl_ask "$current" "$kind" ;;
+        replacements) _corvidctl_replacements "$current" ;;
+        sides)
+            mapfile -t COMPREPLY < <(compgen -f -- "$current")
+            _corvidctl_ask "$current" sides
+            ;;
         file) mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
         directory) mapfile -t COMPREPLY < <(compgen -d -- "$current") ;;
     esac
-    [[ $kind != file && $kind != directory ]] || compopt -o filenames 2>/dev/null
+    [[ $kind != file && $kind != directory && $kind != sides ]] || compopt -o filenames 2>/dev/null
 }
 
 complete -F _corvidctl corvidctl

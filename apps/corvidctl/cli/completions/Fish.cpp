@@ -21,6 +21,10 @@ std::string offer(WordKind kind, const std::vector<const char*>& choices) {
         return " -a '(__corvidctl_ask keys)'";
     case WordKind::Store:
         return " -a '(__corvidctl_ask stores)'";
+    case WordKind::Side:
+        return " -F -a '(__corvidctl_ask sides)'";
+    case WordKind::Replacement:
+        return " -a '(__corvidctl_replacements)'";
     case WordKind::File:
         return " -F";
     case WordKind::Directory:
@@ -43,8 +47,10 @@ std::string optionLines(const std::vector<OptionDefinition>& options, const std:
             const bool isLong = name.rfind("--", 0) == 0;
             text += isLong ? " -l " + name.substr(2) : " -s " + name.substr(1);
         }
-        text += (!takesValue(option) ? "" : option.kind == WordKind::File ? " -r" : " -x") + offer(option.kind, option.choices) + " -d " +
-                quotedForFish(option.help) + "\n";
+        text += (!takesValue(option)             ? ""
+                 : option.kind == WordKind::File ? " -r"
+                                                 : " -x") +
+                offer(option.kind, option.choices) + " -d " + quotedForFish(option.help) + "\n";
     }
     return text;
 }
@@ -112,7 +118,7 @@ function __corvidctl_at
     test (count $words) -le $argv[1]
 end
 
-# WHAT: the keys or the stores of the directories that the command line names.
+# WHAT: what the tool knows in the directories that the command line names.
 function __corvidctl_ask
     set -l words (commandline -opc)
     set -l places
@@ -129,6 +135,20 @@ function __corvidctl_ask
     end
     set -l program (string replace -r '^~/' $HOME/ -- $words[1])
     command $program $places --log-level 2 complete $argv[1] 2>/dev/null
+end
+
+# The stores to be replaced, or behind the "=" the files to replace one with.
+function __corvidctl_replacements
+    set -l parts (string split -m 1 = -- (commandline -ct))
+    # "--replace=STORE=FILE" is one word.
+    if string match -q -- '--*' $parts[1]
+        set parts (string split -m 1 = -- $parts[2])
+    end
+    if set -q parts[2]
+        printf '%s\n' $parts[1]=(__fish_complete_path $parts[2])
+    else
+        __corvidctl_ask replacements
+    end
 end
 
 complete -c corvidctl -f

@@ -26,6 +26,10 @@ std::string action(WordKind kind, const std::vector<const char*>& choices) {
         return "_corvidctl_keys";
     case WordKind::Store:
         return "_corvidctl_stores";
+    case WordKind::Side:
+        return "_corvidctl_sides";
+    case WordKind::Replacement:
+        return "_corvidctl_replacements";
     case WordKind::File:
         return "_files";
     case WordKind::Directory:
@@ -84,7 +88,7 @@ std::string argumentCases() {
 }
 
 constexpr const char* ASK =
-    R"script(# WHAT OPTION...: offers the keys or the stores of the directories that the command line names.
+    R"script(# WHAT OPTION...: offers what the tool knows in the directories that the command line names.
 _corvidctl_ask() {
   local what=$1
   local -a found places
@@ -103,6 +107,16 @@ _corvidctl_ask() {
 
 _corvidctl_keys() { _corvidctl_ask keys "$@" }
 _corvidctl_stores() { _corvidctl_ask stores "$@" }
+_corvidctl_sides() { _alternative 'sides:store:_corvidctl_named_sides' 'files:file:_files' }
+_corvidctl_named_sides() { _corvidctl_ask sides "$@" }
+
+_corvidctl_replacements() {
+  if compset -P 1 '*='; then
+    _files
+  else
+    _corvidctl_ask replacements -S '' "$@"
+  fi
+}
 
 )script";
 

@@ -40,7 +40,7 @@ DefinitionGroup comparingCommands() {
              "administrator's value changes, or whether the user overrides it). A store and its kept copy count as one "
              "place.",
              {{"--replace", "STORE=FILE", "Take the store's values from this file; may be repeated",
-               &Invocation::replaced, WordKind::Store},
+               &Invocation::replaced, WordKind::Replacement},
               {"--without", "STORE", "Leave out the store's file; may be repeated", &Invocation::without,
                WordKind::Store},
               {"--set", "KEY=VALUE", "Store a user value; may be repeated", &Invocation::setKeys, WordKind::Key},
@@ -54,7 +54,7 @@ DefinitionGroup comparingCommands() {
              "A B",
              2,
              2,
-             WordKind::Store,
+             WordKind::Side,
              "Compare two stores, files or configurations key by key",
              "A and B are each the name of a store, a file (a configuration document, a local file, or a properties "
              "file whose name ends in .properties), a configuration directory, or the word live for the configuration "

@@ -56,7 +56,7 @@ DefinitionGroup learningCommands() {
              "",
              {},
              {},
-             {"keys", "stores"},
+             {"keys", "stores", "sides", "replacements"},
              true},
         },
     };

@@ -170,6 +170,57 @@ TEST_F(Completions, OfBashOfferFilesAndDirectories) {
     EXPECT_THAT(inBash({"stores", ""}), IsEmpty());
 }
 
+TEST_F(Completions, OfBashOfferTheSidesOfAComparison) {
+    const auto offered = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"--config-dir", directory_.path("config"), "diff"});
+        return inBash(words);
+    };
+    EXPECT_THAT(offered({""}), IsSupersetOf({"document.xml", "folder", "live", "LocalFileConfigStore"}));
+    EXPECT_THAT(offered({"live", "LOC"}), ElementsAre("LocalFileConfigStore"));
+    EXPECT_THAT(offered({"live", "doc"}), ElementsAre("document.xml"));
+    EXPECT_THAT(offered({"live", "live", ""}), IsEmpty());
+}
+
+TEST_F(Completions, OfBashOfferWhatReplacesAStore) {
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<Corvid><CachedConfig><a>1</a></CachedConfig></Corvid>");
+    writeConfig("corvidLocalConfig.xml", localFile({{"PrimaryConfigStores", "TFTPConfigStore:240;"}}));
+    const auto offered = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"--config-dir", directory_.path("config"), "simulate"});
+        return inBash(words);
+    };
+    EXPECT_THAT(offered({"--replace", ""}),
+                ElementsAre("TftpOverrideConfigStore=", "LocalFileConfigStore=", "TFTPConfigStore=",
+                            "UrlProvisioningConfigStore=", "BootstrapConfigStore=", "corvid-config-defaults.xml=",
+                            "cachedTFTPConfigStore.xml="));
+    EXPECT_THAT(offered({"--replace", "=", "boot"}), ElementsAre("BootstrapConfigStore="));
+    EXPECT_THAT(offered({"--replace", "TFTPConfigStore", "="}), UnorderedElementsAre("document.xml", "folder"));
+    EXPECT_THAT(offered({"--replace", "TFTPConfigStore", "=", "doc"}), ElementsAre("document.xml"));
+    EXPECT_THAT(offered({"--replace", "=", "TFTPConfigStore", "=", "doc"}), ElementsAre("document.xml"));
+    EXPECT_THAT(offered({"--replace", "TFTPConfigStore", "=", "document.xml", "--uns"}), ElementsAre("--unset"));
+}
+
+TEST_F(Completions, OfBashTakeAWordWithAnEqualsSignForOne) {
+    const auto offered = [&](std::vector<std::string> words) {
+        words.insert(words.begin(), {"--config-dir", directory_.path("config")});
+        return inBash(words);
+    };
+    EXPECT_THAT(offered({"simulate", "--set", "only"}), ElementsAre("onlymine"));
+    EXPECT_THAT(offered({"simulate", "--set", "a", "=", "only"}), IsEmpty());
+    EXPECT_THAT(offered({"diff", "a", "=", "b", "LOC"}), ElementsAre("LocalFileConfigStore"));
+}
+
+TEST_F(Completions, OfFishOfferTheSidesOfAComparison) {
+    EXPECT_THAT(inFish(places() + "diff "), IsSupersetOf({"document.xml", "folder/", "live", "LocalFileConfigStore"}));
+    EXPECT_THAT(inFish(places() + "diff live doc"), ElementsAre("document.xml"));
+}
+
+TEST_F(Completions, OfFishOfferWhatReplacesAStore) {
+    EXPECT_THAT(inFish(places() + "simulate --replace TFTPC"), Contains("TFTPConfigStore="));
+    EXPECT_THAT(inFish(places() + "simulate --replace TFTPConfigStore=doc"),
+                ElementsAre("TFTPConfigStore=document.xml"));
+    EXPECT_THAT(inFish(places() + "simulate --replace=TFTPConfigStore=doc"), Contains(HasSubstr("document.xml")));
+}
+
 TEST_F(Completions, OfFishOfferCommandsAndOptions) {
     EXPECT_THAT(inFish("expl"), ElementsAre("explain"));
     EXPECT_THAT(inFish("--json expl"), ElementsAre("explain"));
@@ -212,6 +263,9 @@ TEST_F(Completions, OfZshCompleteWhatIsTyped) {
     run(tool + places() + "get --show\tonly\t", "LocalFileConfigStore\t1");
     run(tool + places() + "list --store InMem\t", "No key matches.");
     run(tool + "validate doc\t", "document.xml: not valid");
+    run(tool + places() + "diff liv\tLocalFileConf\t | head -n 1", "- only in live (A)");
+    run(tool + places() + "diff doc\tlive", "'document.xml' is no document");
+    run(tool + places() + "simulate --replace TFTPConf\tdoc\t", "'TFTPConfigStore=document.xml': not valid");
     zsh.waitFor("ready> ");
     zsh.type("exit\r");
     zsh.wait();
