@@ -14,6 +14,8 @@
 #include "commands/Commands.h"
 #include "output/DescriptorStream.h"
 #include "output/Output.h"
+#include "output/ProgressLine.h"
+#include "output/ProgressUntilOutput.h"
 #include "output/Terminal.h"
 #include "session/WritersTurn.h"
 
@@ -21,9 +23,13 @@ namespace {
 
 using namespace corvidctl;
 
-using Command = int (*)(const Invocation&, Output&);
+struct Command {
+    std::string_view name;
+    int (*run)(const Invocation&, Output&);
+    const char* activity = "reading the configuration …";  ///< shown on a terminal while it has nothing to say
+};
 
-constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
+constexpr auto COMMANDS = std::to_array<Command>({
     {"get", runGet},
     {"list", runList},
     {"explain", runExplain},
@@ -34,12 +40,12 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"set", runSet},
     {"unset", runUnset},
     {"watch", runWatch},
-    {"history", runHistory},
+    {"history", runHistory, "reading the journal …"},
     {"fetch", runFetch},
     {"provision", runProvision},
     {"reset-data", runResetData},
     {"report", runReport},
-    {"validate", runValidate},
+    {"validate", runValidate, "reading the files …"},
     {"export", runExport},
     {"serve", runServe},
     {"demo", runDemo},
@@ -48,16 +54,24 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"complete", runComplete},
 });
 
-int runCommand(const Invocation& invocation, Output& output) {
-    for (const auto& [name, run] : COMMANDS) {
-        if (invocation.command == name) {
-            return run(invocation, output);
+/// Where the tool writes.
+struct Streams {
+    DescriptorStream out{STDOUT_FILENO};
+    DescriptorStream error{STDERR_FILENO};
+};
+
+int runCommand(const Invocation& invocation, Output& output, Streams& streams) {
+    for (const Command& command : COMMANDS) {
+        if (invocation.command == command.name) {
+            ProgressLine line(std::cerr, ProgressLine::terminalOf(STDERR_FILENO));
+            const ProgressUntilOutput progress(line, command.activity, streams.out, streams.error);
+            return command.run(invocation, output);
         }
     }
     return Status::WrongUse;
 }
 
-int runTool(CommandLine commandLine, Output& output) {
+int runTool(CommandLine commandLine, Output& output, Streams& streams) {
     output.out << commandLine.output;
     if (!commandLine.invocation) {
         if (!commandLine.error.empty()) {
@@ -74,7 +88,7 @@ int runTool(CommandLine commandLine, Output& output) {
     output.colours = invocation.colours;
     try {
         const WritersTurn turn(invocation, output);
-        return turn.isGiven() ? runCommand(invocation, output) : Status::AnswerIsNo;
+        return turn.isGiven() ? runCommand(invocation, output, streams) : Status::AnswerIsNo;
     } catch (const std::exception& error) {
         printError(output, error.what());
         return Status::AnswerIsNo;
@@ -87,10 +101,12 @@ int main(int argc, char** argv) {
     // A reader that goes away ends the output, not the host half-way through its end.
     std::signal(SIGPIPE, SIG_IGN);
 
-    DescriptorStream out(STDOUT_FILENO);
-    Output output{out, std::cerr, false, isatty(STDOUT_FILENO) == 1, &out, terminalColumns(STDOUT_FILENO)};
-    const int status = runTool(readCommandLine(argc, argv, output.columns), output);
-    const int failure = out.finish();
+    Streams streams;
+    streams.error.setf(std::ios::unitbuf);
+    Output output{
+        streams.out, streams.error, false, isatty(STDOUT_FILENO) == 1, &streams.out, terminalColumns(STDOUT_FILENO)};
+    const int status = runTool(readCommandLine(argc, argv, output.columns), output, streams);
+    const int failure = streams.out.finish();
     // A reader that has had enough is no failure, and neither is an interruption while it took nothing.
     if (failure != 0 && failure != EPIPE && failure != ECANCELED) {
         printError(output, std::string("the output could not be written: ") + std::strerror(failure));

@@ -100,9 +100,9 @@ bool ReferenceHost::start() {
 }
 
 bool ReferenceHost::prepareLog() {
-    std::shared_ptr<tessel::LogSink> sink = options_.logFile.empty()
-                                                ? tessel::SpdlogSink::toStandardError(options_.colours)
-                                                : tessel::SpdlogSink::toFile(options_.logFile);
+    std::shared_ptr<tessel::LogSink> sink =
+        options_.logFile.empty() ? tessel::SpdlogSink::toStandardError(options_.colours, options_.logClearsLines)
+                                 : tessel::SpdlogSink::toFile(options_.logFile);
     if (sink == nullptr) {
         failure_ = "the log file cannot be opened: " + options_.logFile;
         return false;

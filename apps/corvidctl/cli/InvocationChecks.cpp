@@ -369,7 +369,8 @@ std::string checkArguments(const Invocation& invocation) {
 std::string checkInvocation(Invocation& invocation) {
     const bool plain = !environment("NO_COLOR").empty();
     invocation.colours = !plain && understandsEscapes(STDOUT_FILENO);
-    invocation.host.colours = invocation.colours && understandsEscapes(STDERR_FILENO);
+    invocation.host.logClearsLines = understandsEscapes(STDERR_FILENO);
+    invocation.host.colours = invocation.colours && invocation.host.logClearsLines;
 
     // The other commands are over before it matters.
     invocation.host.powerEvents = invocation.command == "watch";

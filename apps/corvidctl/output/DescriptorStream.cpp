@@ -30,6 +30,9 @@ int DescriptorBuffer::sync() { return writeOut() ? 0 : -1; }
 
 bool DescriptorBuffer::writeOut() {
     const char* from = pbase();
+    if (from != pptr()) {
+        announceWriting();
+    }
     while (failure_ == 0 && from != pptr()) {
         if (!waitUntilTaken()) {
             failure_ = ECANCELED;
@@ -46,6 +49,12 @@ bool DescriptorBuffer::writeOut() {
     }
     setp(buffer_.data(), buffer_.data() + buffer_.size());
     return failure_ == 0;
+}
+
+void DescriptorBuffer::announceWriting() const {
+    if (listener_) {
+        listener_();
+    }
 }
 
 bool DescriptorBuffer::waitUntilTaken() const {

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <ostream>
 #include <streambuf>
+#include <utility>
 
 namespace corvidctl {
 
@@ -24,6 +26,12 @@ public:
     /// @param interruption -1: none.
     void giveUpOn(int interruption) { interruption_ = interruption; }
 
+    /// Called before each write of something. Not while another thread writes.
+    void beforeWriting(std::function<void()> listener) { listener_ = std::move(listener); }
+
+    /// Calls the listener as before a write, for an end that writes nothing.
+    void announceWriting() const;
+
 protected:
     int_type overflow(int_type character) override;
     int sync() override;
@@ -33,6 +41,7 @@ private:
     bool waitUntilTaken() const;
 
     const int descriptor_;
+    std::function<void()> listener_;
     int interruption_ = -1;
     int failure_ = 0;
     std::array<char, 8192> buffer_{};
@@ -47,6 +56,8 @@ public:
     int finish();
 
     void giveUpOn(int interruption) { buffer_.giveUpOn(interruption); }
+    void beforeWriting(std::function<void()> listener) { buffer_.beforeWriting(std::move(listener)); }
+    void announceWriting() const { buffer_.announceWriting(); }
 
 private:
     DescriptorBuffer buffer_;

@@ -38,6 +38,9 @@ public:
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
+    /// False if nothing is ever written.
+    bool isShown() const { return terminal_.shown; }
+
     /// Shows what is being waited for, with the seconds since that began: since the first call with this text.
     /// To be called again and again.
     void show(const std::string& text);

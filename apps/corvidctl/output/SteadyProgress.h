@@ -9,8 +9,8 @@
 
 namespace corvidctl {
 
-/// Keeps a progress line up to date while its maker is busy with something that cannot do so. The line is gone at the
-/// end of the scope. To be made after the Interruption, whose signals its thread must not take.
+/// Keeps a progress line up to date while its maker is busy with something that cannot do so, on a thread that takes no
+/// signals. The line is gone at the end of the scope, if not before.
 class SteadyProgress {
 public:
     /// @param progress must outlive this. @param text what is being waited for.
@@ -20,6 +20,9 @@ public:
     SteadyProgress(const SteadyProgress&) = delete;
     SteadyProgress& operator=(const SteadyProgress&) = delete;
 
+    /// Takes the line away for good: it is gone when this returns. Any thread, any number of times.
+    void end();
+
 private:
     void run();
 
@@ -28,7 +31,8 @@ private:
     std::mutex mutex_;
     std::condition_variable over_;
     bool isOver_ = false;  ///< under mutex_
-    std::thread thread_;   ///< last: it uses all of the above
+    std::once_flag ended_;
+    std::thread thread_;  ///< last: it uses all of the above; none where nothing is shown
 };
 
 }  // namespace corvidctl

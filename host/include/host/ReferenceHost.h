@@ -29,6 +29,10 @@ struct ReferenceHostOptions {
     std::string logFile;   ///< where the log goes; empty: to standard error
     bool colours = false;  ///< whether a log on standard error is coloured
 
+    /// Whether the lines of a log on standard error clear what else the host may have written there: a progress line on
+    /// a terminal that understands escape sequences.
+    bool logClearsLines = false;
+
     /// Whether the machine's power events are heard: a power down then ends the stores, once everything is on disk.
     bool powerEvents = true;
     std::string powerBusAddress;  ///< the bus to hear them on, as D-Bus writes addresses; empty: the system's own

@@ -20,6 +20,7 @@ namespace tessel {
 namespace {
 
 constexpr const char* linePattern = "%Y-%m-%d %H:%M:%S.%e %z %^%l%$ [%t] %v";
+constexpr const char* toTheLinesEndCleared = "\x1b[K";
 
 /// Places in spdlog's queue beyond those of the records, for flushes.
 constexpr std::size_t flushPlaces = 16;
@@ -52,11 +53,11 @@ int prepareFile(const std::string& path) {
 
 class SpdlogSink::Engine {
 public:
-    explicit Engine(std::shared_ptr<spdlog::sinks::sink> end)
+    explicit Engine(std::shared_ptr<spdlog::sinks::sink> end, const std::string& lineEnd = {})
         : sink_(std::make_shared<CountingSink>(std::move(end), queueCapacity)),
           pool_(std::make_shared<spdlog::details::thread_pool>(queueCapacity + flushPlaces, threads)),
           logger_(std::make_shared<spdlog::async_logger>("", sink_, pool_, spdlog::async_overflow_policy::block)) {
-        sink_->set_pattern(linePattern);
+        sink_->set_pattern(linePattern + lineEnd);
         logger_->set_level(spdlog::level::trace);
     }
 
@@ -97,14 +98,15 @@ SpdlogSink::SpdlogSink(std::unique_ptr<Engine> engine) : engine_(std::move(engin
 
 SpdlogSink::~SpdlogSink() = default;
 
-std::shared_ptr<SpdlogSink> SpdlogSink::toStandardError(bool colours) {
+std::shared_ptr<SpdlogSink> SpdlogSink::toStandardError(bool colours, bool clearing) {
     std::shared_ptr<spdlog::sinks::sink> end;
     if (colours) {
         end = std::make_shared<spdlog::sinks::ansicolor_stderr_sink_mt>(spdlog::color_mode::always);
     } else {
         end = std::make_shared<spdlog::sinks::stderr_sink_mt>();
     }
-    return std::shared_ptr<SpdlogSink>(new SpdlogSink(std::make_unique<Engine>(std::move(end))));
+    const std::string lineEnd = clearing ? toTheLinesEndCleared : "";
+    return std::shared_ptr<SpdlogSink>(new SpdlogSink(std::make_unique<Engine>(std::move(end), lineEnd)));
 }
 
 std::shared_ptr<SpdlogSink> SpdlogSink::toFile(const std::string& path) {

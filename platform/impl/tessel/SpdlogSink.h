@@ -20,8 +20,10 @@ class SpdlogSink : public LogSink {
 public:
     static constexpr std::size_t queueCapacity = 4096;
 
-    /// @param colours marks the level with terminal colours. Never null.
-    static std::shared_ptr<SpdlogSink> toStandardError(bool colours);
+    /// @param colours marks the level with terminal colours. @param clearing each line also takes away the rest of what
+    ///        stands where it is written: a progress line of the host's, on a terminal that understands escape
+    ///        sequences. Never null.
+    static std::shared_ptr<SpdlogSink> toStandardError(bool colours, bool clearing = false);
 
     /// Appends to a file, which is made with mode 0600 if it is not there; its folder must be.
     /// @return null if it cannot be opened.

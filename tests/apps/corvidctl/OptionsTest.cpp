@@ -1,4 +1,9 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "Tool.h"
+#include "support/Terminal.h"
 
 using testing::HasSubstr;
 using testing::Not;
@@ -52,6 +57,22 @@ TEST_F(Tool, FindsTheDataFilesThatItCameWith) {
         {CORVIDCTL_PROGRAM, "--config-dir", directory_.path("nowhere"), "get", "ServicesDomain", "--show-origin"});
     EXPECT_EQ(ended.status, 0) << ended.error;
     EXPECT_EQ(ended.out, "BootstrapConfigStore\texample.org\n");
+}
+
+TEST_F(Tool, ShowsOnATerminalThatItIsAtWork) {
+    const auto makePipe = [this](const char* name) {
+        EXPECT_EQ(mkfifo(directory_.path(name).c_str(), 0600), 0);
+        return directory_.path(name);
+    };
+    const std::string bootstrap = makePipe("pipe");
+    support::Terminal::Options options;
+    options.environment = {{"TERM", "xterm"}, {"NO_COLOR", "1"}};
+    support::Terminal terminal(command({"--bootstrap", bootstrap, "--log-level", "3", "get", "OnlyMine"}), options);
+    const int writingEnd = open(bootstrap.c_str(), O_WRONLY | O_CLOEXEC);  // waits until the module reads
+    EXPECT_TRUE(terminal.waitFor("\rreading the configuration … 1 s\x1b[K\r")) << terminal.text();
+    close(writingEnd);
+    EXPECT_EQ(terminal.wait(), 0);
+    EXPECT_THAT(terminal.text(), testing::EndsWith("\r\x1b[K1\n"));
 }
 
 TEST_F(Tool, TreatsAMissingConfigurationDirectoryAsAnEmptyOne) {

@@ -187,6 +187,12 @@ TEST(StandardErrorSink, MarksTheLevelWithColoursWhenAsked) {
     EXPECT_THAT(output, MatchesRegex(".*\x1B\\[[0-9;]+m.*error\x1B\\[m.*getValue: a failure\\\\x1b\\[0m\n"));
 }
 
+TEST(StandardErrorSink, ClearsTheRestOfALineWhenAsked) {
+    testing::internal::CaptureStderr();
+    SpdlogSink::toStandardError(false, true)->write({2, "Store", "", 1, "getValue", "a failure"});
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::EndsWith("getValue: a failure\x1B[K\n"));
+}
+
 TEST(PrintableText, KeepsTextAndLineFeeds) {
     EXPECT_EQ(printableText("two\nlines \xC3\xA9 \\x41"), "two\nlines \xC3\xA9 \\x41");
 }

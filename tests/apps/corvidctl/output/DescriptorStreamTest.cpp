@@ -72,6 +72,23 @@ private:
 
 }  // namespace
 
+TEST(DescriptorStream, AnnouncesWhatItWrites) {
+    const Pipe pipe;
+    DescriptorStream stream(pipe.writingEnd());
+    int announced = 0;
+    stream.beforeWriting([&announced] { ++announced; });
+    stream.flush();
+    stream << "a";
+    EXPECT_EQ(announced, 0);
+    stream.flush();
+    EXPECT_EQ(announced, 1);
+    stream.announceWriting();
+    EXPECT_EQ(announced, 2);
+    stream.beforeWriting({});
+    stream << "b" << std::flush;
+    EXPECT_EQ(announced, 2);
+}
+
 TEST(DescriptorStream, WritesEverything) {
     const fakes::TemporaryDirectory directory;
     const OpenFile file(directory.path("out"));

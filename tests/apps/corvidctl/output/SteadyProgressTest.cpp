@@ -1,5 +1,6 @@
 #include "output/SteadyProgress.h"
 
+#include <csignal>
 #include <latch>
 #include <sstream>
 #include <utility>
@@ -32,6 +33,44 @@ TEST(SteadyProgress, ShowsItsTextMeanwhileAndClearsItAtTheEnd) {
     }
     EXPECT_THAT(out.str(), testing::StartsWith("\rreading … "));
     EXPECT_THAT(out.str(), testing::EndsWith("\r\x1b[K"));
+}
+
+TEST(SteadyProgress, ShowsNothingOnceItHasEnded) {
+    std::ostringstream out;
+    std::latch shown(1);
+    const auto columns = [&shown, asked = false]() mutable {
+        if (!std::exchange(asked, true)) {
+            shown.count_down();
+        }
+        return std::size_t{40};
+    };
+    ProgressLine line(out, {true, columns}, muchLater);
+    SteadyProgress steady(line, "reading …");
+    shown.wait();
+    steady.end();
+    EXPECT_THAT(out.str(), testing::EndsWith("\r\x1b[K"));
+    const std::string before = out.str();
+    steady.end();
+    EXPECT_EQ(out.str(), before);
+}
+
+TEST(SteadyProgress, TakesNoSignals) {
+    std::ostringstream out;
+    std::latch shown(1);
+    bool isBlocked = false;
+    const auto columns = [&, asked = false]() mutable {
+        if (!std::exchange(asked, true)) {
+            sigset_t blocked;
+            pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+            isBlocked = sigismember(&blocked, SIGINT) == 1 && sigismember(&blocked, SIGTERM) == 1;
+            shown.count_down();
+        }
+        return std::size_t{40};
+    };
+    ProgressLine line(out, {true, columns}, muchLater);
+    const SteadyProgress steady(line, "reading …");
+    shown.wait();
+    EXPECT_TRUE(isBlocked);
 }
 
 TEST(SteadyProgress, LeavesATerminalAloneThatShowsNothing) {
