@@ -64,6 +64,7 @@ int runDelta(const Invocation& invocation, Output& output) {
     Rehearsal rehearsal(output);
     const InterruptibleOutput interruptibly(output, rehearsal.interruption());
     rehearsal.run("reading the configuration …", [&] {
+        const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
         Session session(invocation);
         session.work([&](Session::Inside& inside) {
             rows = collect(invocation, inside);

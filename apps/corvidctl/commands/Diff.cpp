@@ -38,6 +38,7 @@ int runDiff(const Invocation& invocation, Output& output) {
     Sides sides(invocation, rehearsal);
     std::vector<ContentsDifference> differences;
     try {
+        const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
         differences = compare(invocation, sides);
     } catch (const Interrupted&) {
         throw;

@@ -13,6 +13,7 @@ int runSimulate(const Invocation& invocation, Output& output) {
     const InterruptibleOutput interruptibly(output, rehearsal.interruption());
     SimulationView view;
     try {
+        const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
         view = simulate(invocation, readPlan(invocation), rehearsal);
     } catch (const WrongUse& error) {
         printError(output, error.what());

@@ -13,7 +13,8 @@ constexpr int WARNINGS = 3;
 
 }  // namespace
 
-Rehearsal::Rehearsal(Output& output) : progress_(output.error, ProgressLine::terminalOf(STDERR_FILENO)) {}
+Rehearsal::Rehearsal(Output& output)
+    : output_(output), progress_(output.error, ProgressLine::terminalOf(STDERR_FILENO)) {}
 
 Invocation Rehearsal::onCopy(Invocation invocation, const std::string& directory) {
     invocation.host.configDirectory = directory;
@@ -22,6 +23,11 @@ Invocation Rehearsal::onCopy(Invocation invocation, const std::string& directory
         invocation.host.logLevel = SILENCE;
     }
     return invocation;
+}
+
+ExitOnInterruption Rehearsal::endingOnTheSpot() {
+    return {interruption_, Status::AnswerIsNo,
+            [this] { progress_.aside([this] { printError(output_, Interrupted().what()); }); }};
 }
 
 void Rehearsal::throwIfInterrupted() {

@@ -7,6 +7,7 @@
 #include "cli/Invocation.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
+#include "session/ExitOnInterruption.h"
 #include "session/Interruption.h"
 
 namespace corvidctl {
@@ -40,6 +41,10 @@ public:
         throwIfInterrupted();
     }
 
+    /// From here to the end of the scope, an interruption ends the program on the spot, with status 1. For a command
+    /// that has nothing to tell then.
+    ExitOnInterruption endingOnTheSpot();
+
     Interruption& interruption() { return interruption_; }
     ProgressLine& progress() { return progress_; }
 
@@ -47,6 +52,7 @@ private:
     void throwIfInterrupted();
     void showing(const std::string& text, const std::function<void()>& step);
 
+    Output& output_;
     Interruption interruption_;
     ProgressLine progress_;
 };

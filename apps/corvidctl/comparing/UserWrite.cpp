@@ -94,6 +94,7 @@ UserWriteView rehearse(UserWriteView (*write)(const Invocation&), const Invocati
     UserWriteView view;
     Rehearsal rehearsal(output);
     rehearsal.run("trying it on a copy …", [&] {
+        const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
         const ProfileCopy copy(directory);
         view = write(Rehearsal::onCopy(invocation, copy.path()));
     });

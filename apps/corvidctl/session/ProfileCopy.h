@@ -16,6 +16,10 @@ public:
 
     const std::string& path() const { return path_; }
 
+    /// Removes all that there are, for an end of the program that leaves no scope. Any thread, while others may still
+    /// write there.
+    static void removeAll();
+
 private:
     std::string path_;
 };

@@ -91,6 +91,21 @@ INSTANTIATE_TEST_SUITE_P(OfCommands, CtrlCAtTheStart, testing::ValuesIn(ROWS), [
     return name;
 });
 
+TEST_F(CtrlC, WaitsForNoModuleThatIsStillStarting) {
+    ASSERT_EQ(mkfifo(directory_.path("bootstrap").c_str(), 0600), 0);
+    const std::vector<Row> rows = {
+        {"delta", 1}, {"diff live live", 1}, {"simulate --set A=b", 1}, {"set --dry-run A b", 1}, {"watch", 0}};
+    const std::map<std::string, std::string> before = filesThatMatter();
+    for (const Row& row : rows) {
+        const auto terminal = start(std::string("--bootstrap bootstrap ") + row.words);
+        const int writingEnd = open(directory_.path("bootstrap").c_str(), O_WRONLY | O_CLOEXEC);
+        press(*terminal);
+        EXPECT_EQ(terminal->wait(), row.status) << terminal->text();
+        close(writingEnd);
+        EXPECT_EQ(filesThatMatter(), before) << row.words;
+    }
+}
+
 TEST_F(CtrlC, EndsWhateverWaitsForAServer) {
     const std::vector<Row> rows = {{"fetch", 1}, {"watch", 0}};
     for (const Row& row : rows) {

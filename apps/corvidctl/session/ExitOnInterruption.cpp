@@ -1,0 +1,53 @@
+#include "session/ExitOnInterruption.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "session/Interruption.h"
+#include "session/ProfileCopy.h"
+#include "tessel/LogSink.h"
+
+namespace corvidctl {
+
+ExitOnInterruption::ExitOnInterruption(const Interruption& interruption, int status, std::function<void()> lastWords)
+    : interruption_(interruption.descriptor()),
+      status_(status),
+      lastWords_(std::move(lastWords)),
+      over_(eventfd(0, EFD_CLOEXEC)) {
+    if (over_ < 0) {
+        throw std::system_error(errno, std::generic_category(), "waiting for signals");
+    }
+    thread_ = std::thread([this] { run(); });
+}
+
+ExitOnInterruption::~ExitOnInterruption() {
+    eventfd_write(over_, 1);
+    thread_.join();
+    close(over_);
+}
+
+void ExitOnInterruption::run() {
+    std::array<pollfd, 2> descriptors = {{{interruption_, POLLIN, 0}, {over_, POLLIN, 0}}};
+    while (poll(descriptors.data(), descriptors.size(), -1) < 0 && errno == EINTR) {
+    }
+    if (descriptors[0].revents != 0) {
+        leave();
+    }
+}
+
+void ExitOnInterruption::leave() {
+    tessel::LogControl::flush();
+    TemporaryFolder::removeAll();
+    if (lastWords_) {
+        lastWords_();
+    }
+    _exit(status_);
+}
+
+}  // namespace corvidctl
