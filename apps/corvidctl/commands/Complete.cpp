@@ -8,6 +8,7 @@
 #include "output/MachineText.h"
 #include "quill/StringUtils.h"
 #include "session/Session.h"
+#include "session/StoreFailures.h"
 
 namespace corvidctl {
 
@@ -17,14 +18,6 @@ namespace {
 bool isPlainInAShell(const std::string& word) {
     constexpr const char* plain = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_./+,@%-";
     return !word.empty() && word.front() != '-' && word.find_first_not_of(plain) == std::string::npos;
-}
-
-std::vector<std::string> storesOf(const ChainReader& reader) {
-    std::vector<std::string> names;
-    for (const StoreView& store : reader.stores()) {
-        names.push_back(store.name);
-    }
-    return names;
 }
 
 std::vector<std::string> keysOf(const ChainReader& reader) {
@@ -37,7 +30,7 @@ std::vector<std::string> keysOf(const ChainReader& reader) {
 
 std::vector<std::string> replaceableStoresOf(const ChainReader& reader) {
     std::vector<std::string> names = namesOfReplaceableStores();
-    for (const std::string& name : storesOf(reader)) {
+    for (const std::string& name : namesOfStores(reader)) {
         if (isNameOfCachedCopy(name)) {
             names.push_back(name);
         }
@@ -50,7 +43,7 @@ std::vector<std::string> wordsOf(const std::string& what, const ChainReader& rea
     const bool areReplacements = what == "replacements";
     std::vector<std::string> words = areReplacements  ? replaceableStoresOf(reader)
                                      : what == "keys" ? keysOf(reader)
-                                                      : storesOf(reader);
+                                                      : namesOfStores(reader);
     if (what == "sides") {
         words.emplace_back("live");
     }

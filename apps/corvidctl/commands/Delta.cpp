@@ -60,11 +60,12 @@ void printForPeople(const std::vector<DeltaRow>& rows, bool matchesNothing, std:
 int runDelta(const Invocation& invocation, Output& output) {
     const std::set<DeltaType> types = chosenDeltaTypes(invocation.types);
     std::vector<DeltaRow> rows;
-    std::vector<LoadFailure> failures = loadFailuresOf(invocation.host);
+    std::vector<LoadFailure> failures;
     Rehearsal rehearsal(output);
     const InterruptibleOutput interruptibly(output, rehearsal.interruption());
     rehearsal.run("reading the configuration …", [&] {
         const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
+        failures = loadFailuresOf(invocation.host);
         Session session(invocation);
         session.work([&](Session::Inside& inside) {
             rows = collect(invocation, inside);

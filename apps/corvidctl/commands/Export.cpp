@@ -25,12 +25,11 @@ Collected collect(const Invocation& invocation) {
     StoreFailures failures(invocation);
     Session session(invocation);
     session.work([&](Session::Inside& inside) {
-        std::vector<std::string> names;
-        for (const StoreView& store : inside.reader.stores()) {
-            names.push_back(store.name);
+        const std::vector<std::string> names = namesOfStores(inside.reader);
+        for (const std::string& name : names) {
             const bool counts =
-                !invocation.store || QuillCoreUtils::caseInsensitiveStringEquals(*invocation.store, store.name);
-            if (const std::string text = failures.textOf(store.name); counts && !text.empty()) {
+                !invocation.store || QuillCoreUtils::caseInsensitiveStringEquals(*invocation.store, name);
+            if (const std::string text = failures.textOf(name); counts && !text.empty()) {
                 collected.failures.push_back(text);
             }
         }

@@ -44,14 +44,6 @@ std::vector<ValueView> collect(const Invocation& invocation, Session::Inside& in
     return views;
 }
 
-std::vector<std::string> namesOfStores(const ChainReader& reader) {
-    std::vector<std::string> names;
-    for (const StoreView& store : reader.stores()) {
-        names.push_back(store.name);
-    }
-    return names;
-}
-
 }  // namespace
 
 int runList(const Invocation& invocation, Output& output) {

@@ -16,6 +16,14 @@ std::string StoreFailures::textOf(const std::string& store) {
     return store + " failed to load: " + origin.shownFile + (origin.problemLine == 0 ? ": " : ", ") + origin.problem;
 }
 
+std::vector<std::string> namesOfStores(const ChainReader& reader) {
+    std::vector<std::string> names;
+    for (const StoreView& store : reader.stores()) {
+        names.push_back(store.name);
+    }
+    return names;
+}
+
 std::string whyNoStore(const std::string& name, const std::vector<std::string>& stores) {
     std::string names;
     for (const std::string& store : stores) {

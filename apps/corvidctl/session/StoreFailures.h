@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/Invocation.h"
+#include "reading/ChainReader.h"
 #include "reading/StoreSources.h"
 
 namespace corvidctl {
@@ -23,6 +24,9 @@ public:
 private:
     StoreSources sources_;
 };
+
+/// The names of the stores in chain order. Dispatcher thread.
+std::vector<std::string> namesOfStores(const ChainReader& reader);
 
 /// Why a store cannot be looked at that the chain does not have, with the names there are; empty if it has it.
 /// @param name case does not count. @param stores names in chain order.
