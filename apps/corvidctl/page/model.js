@@ -1,0 +1,194 @@
+// What the page knows, kept current by the tool's events. Views listen, and draw what they show.
+
+import { ask } from './api.js';
+
+/** Batches that are remembered; older ones are forgotten. */
+const rememberedBatches = 500;
+
+/**
+ * Lets one piece of work run at a time; whoever asks meanwhile gets one more run afterwards, for all of them together.
+ * @param {function(): Promise} work does not throw
+ */
+export function oneAtATime(work) {
+  let running = null;
+  let again = false;
+  const run = async () => {
+    do {
+      again = false;
+      await work();
+    } while (again);
+    running = null;
+  };
+  return () => {
+    again = running !== null;
+    running ??= run();
+    return running;
+  };
+}
+
+/**
+ * Events: "about", "keys", "stores", "batches", "server", "problems" when that part is new; "batch" (detail: Batch) when
+ * one has come; "connection" and "failure" when what they tell has changed.
+ */
+export class Model extends EventTarget {
+  about = null;
+  keys = [];                 // rows in the order of the answer
+  byKey = new Map();
+  stores = [];
+  batches = [];              // oldest first
+  dropped = { batches: 0, changes: 0 };
+  server = null;
+  problems = [];
+  connection = 'waiting';    // waiting, open, lost, refused
+  failure = '';              // why something could not be read; empty: nothing failed
+  loaded = new Set();        // parts that have been read at least once
+
+  #newest = 0;               // number of the newest batch that came as an event
+  #source = null;
+
+  constructor() {
+    super();
+    this.refreshAbout = this.#part('about', 'about', (answer) => { this.about = answer; });
+    this.refreshStores = this.#part('stores', 'stores', (answer) => { this.stores = answer.stores; });
+    this.refreshServer = this.#part('server', 'server', (answer) => { this.server = answer; });
+    this.refreshProblems = this.#part('problems', 'problems', (answer) => { this.problems = answer.problems; });
+    this.refreshBatches = this.#part('batches', 'batches?since=0', (answer) => this.#takeBatches(answer));
+    this.refreshKeys = this.#part('keys', 'keys', (answer) => this.#takeKeys(answer));
+  }
+
+  /** Reads the first view's part, listens, and reads the others. */
+  async start() {
+    await this.refreshKeys();
+    this.#listen();
+    return this.#loadOthers();
+  }
+
+  /** Reads everything anew. */
+  reload() {
+    return Promise.all([this.refreshKeys(), this.#loadOthers()]);
+  }
+
+  /** Makes sure that there is a row for a key that no answer has named. */
+  addKey(key) {
+    if (this.byKey.has(key)) return;
+    this.#addRow({ key, value: '', originalValue: '', isOverridden: false, isDefined: false, valueStoreName: '',
+      originalValueStoreName: '', isSensitive: false, state: 'undefined', since: null });
+    this.#tell('keys');
+  }
+
+  #loadOthers() {
+    return Promise.all([this.refreshAbout(), this.refreshStores(), this.refreshBatches(), this.refreshServer(),
+      this.refreshProblems()]);
+  }
+
+  /** The work of reading one part of the interface. */
+  #part(name, path, take) {
+    return oneAtATime(async () => {
+      try {
+        take(await ask(path));
+        this.loaded.add(name);
+        this.#tell(name);
+        this.#setFailure('');
+      } catch (failure) {
+        if (failure.status === 401) this.#setConnection('refused');
+        // Without a connection there is a sentence on the page already.
+        else if (failure.status !== 0) this.#setFailure(`Reading the ${name} failed. ${failure.message}`);
+      }
+    });
+  }
+
+  #takeKeys(answer) {
+    const before = this.byKey;
+    this.keys = [];
+    this.byKey = new Map();
+    for (const row of answer.keys) {
+      this.#addRow(row);
+      row.changedAt = before.get(row.key)?.changedAt;
+    }
+    if (answer.last < this.#newest) this.refreshKeys();
+  }
+
+  #addRow(row) {
+    // Filters look here at every letter that is typed.
+    row.searched = `${row.key}\n${row.value}\n${row.originalValue}\n${row.valueStoreName}`.toLowerCase();
+    this.keys.push(row);
+    this.byKey.set(row.key, row);
+  }
+
+  #takeBatches(answer) {
+    this.batches = answer.batches;
+    this.dropped = { batches: answer.droppedBatches, changes: answer.droppedChanges };
+  }
+
+  #listen() {
+    const source = new EventSource('/api/events');
+    this.#source = source;
+    const on = (name, take) => source.addEventListener(name, (event) => take(JSON.parse(event.data)));
+    on('batch', (batch) => this.#takeBatch(batch));
+    on('server', (server) => { this.server = server; this.loaded.add('server'); this.#tell('server'); });
+    on('chain', () => { this.refreshStores(); this.refreshProblems(); this.refreshKeys(); });
+    on('reload', () => this.reload());
+    source.addEventListener('open', () => {
+      const wasLost = this.connection === 'lost';
+      this.#setConnection('open');
+      if (wasLost) this.reload();
+    });
+    source.addEventListener('error', () => this.#lost(source));
+  }
+
+  /** The browser tries again by itself, unless it was answered with a refusal. */
+  #lost(source) {
+    this.#setConnection('lost');
+    if (source.readyState !== EventSource.CLOSED || source !== this.#source) return;
+    setTimeout(async () => {
+      try {
+        await ask('about');
+        this.#listen();
+      } catch (failure) {
+        if (failure.status === 401) this.#setConnection('refused');
+        else this.#lost(source);
+      }
+    }, 2000);
+  }
+
+  #takeBatch(batch) {
+    if (this.batches.some((known) => known.batch === batch.batch)) return;
+    this.#newest = Math.max(this.#newest, batch.batch);
+    this.batches.push(batch);
+    if (this.batches.length > rememberedBatches) this.batches.shift();
+    for (const change of batch.changes) this.#takeChange(change, batch.time);
+    this.dispatchEvent(new CustomEvent('batch', { detail: batch }));
+    this.#tell('keys');
+    // A change tells of the value; the administrator's and the state come with the whole list.
+    this.refreshKeys();
+    this.refreshStores();
+    this.refreshProblems();
+  }
+
+  #takeChange(change, time) {
+    const row = this.byKey.get(change.key);
+    if (!row) return;
+    row.value = change.newValue;
+    row.valueStoreName = change.newStore;
+    row.isDefined = change.newStore !== '';
+    row.since = time;
+    row.changedAt = performance.now();
+  }
+
+  #setConnection(state) {
+    if (this.connection === state || this.connection === 'refused') return;
+    this.connection = state;
+    if (state === 'refused') this.#source?.close();
+    this.#tell('connection');
+  }
+
+  #setFailure(sentence) {
+    if (this.failure === sentence) return;
+    this.failure = sentence;
+    this.#tell('failure');
+  }
+
+  #tell(name) {
+    this.dispatchEvent(new Event(name));
+  }
+}
