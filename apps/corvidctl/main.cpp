@@ -34,6 +34,7 @@ constexpr auto COMMANDS = std::to_array<std::pair<std::string_view, Command>>({
     {"set", runSet},
     {"unset", runUnset},
     {"watch", runWatch},
+    {"inspect", runInspect},
     {"history", runHistory},
     {"fetch", runFetch},
     {"provision", runProvision},
