@@ -56,16 +56,16 @@ export class Model extends EventTarget {
     this.refreshKeys = this.#part('keys', 'keys', (answer) => this.#takeKeys(answer));
   }
 
-  /** Reads the first view's part, listens, and reads the others. */
+  /** Reads the first view's part, and listens; the stream's beginning says that the other parts are to be read. */
   async start() {
     await this.refreshKeys();
     this.#listen();
-    return this.#loadOthers();
   }
 
   /** Reads everything anew. */
   reload() {
-    return Promise.all([this.refreshKeys(), this.#loadOthers()]);
+    return Promise.all([this.refreshKeys(), this.refreshAbout(), this.refreshStores(), this.refreshBatches(),
+      this.refreshServer(), this.refreshProblems()]);
   }
 
   /** Makes sure that there is a row for a key that no answer has named. */
@@ -74,11 +74,6 @@ export class Model extends EventTarget {
     this.#addRow({ key, value: '', originalValue: '', isOverridden: false, isDefined: false, valueStoreName: '',
       originalValueStoreName: '', isSensitive: false, state: 'undefined', since: null });
     this.#tell('keys');
-  }
-
-  #loadOthers() {
-    return Promise.all([this.refreshAbout(), this.refreshStores(), this.refreshBatches(), this.refreshServer(),
-      this.refreshProblems()]);
   }
 
   /** The work of reading one part of the interface. */
@@ -129,9 +124,9 @@ export class Model extends EventTarget {
     on('chain', () => { this.refreshStores(); this.refreshProblems(); this.refreshKeys(); });
     on('reload', () => this.reload());
     source.addEventListener('open', () => {
-      const wasLost = this.connection === 'lost';
+      // What happened before somebody listened is read now, and so is what was missed.
+      this.reload();
       this.#setConnection('open');
-      if (wasLost) this.reload();
     });
     source.addEventListener('error', () => this.#lost(source));
   }

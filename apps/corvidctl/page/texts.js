@@ -64,44 +64,29 @@ export function batchSentence(batch) {
 
 /**
  * The truth about what came of storing or erasing a user's value.
- * @param {Object} write a UserWrite
+ * @param {Object} write a UserWrite with remarks
  * @param {string|null} value what was to be stored; null: the user's value was to be erased
  * @returns {string[]} sentences, the most important first
  */
 export function writeSentences(write, value) {
-  const sentences = value === null ? erased(write) : stored(write, value);
   const happened = value === null ? write.removedFrom.length > 0 : write.storedIn !== null;
-  if (happened && !write.isPersisted) {
-    sentences.push(write.dryRun ? 'It would not be kept on disk, and would be lost when the client ends.'
-      : 'It is not on disk, and is lost when the client ends.');
-  } else if (happened && write.file) {
-    sentences.push(write.dryRun ? `It would be kept in ${write.file}.` : `It is kept in ${write.file}.`);
-  }
-  if (write.dryRun) sentences.push('Nothing was changed.');
+  const sentences = happened ? [value === null ? erased(write) : stored(write, value)] : [];
+  if (!happened && value === null) sentences.push(`There is no user's value of ${write.key} to erase; ${winner(write)}`);
+  sentences.push(...write.remarks);
+  if (happened && write.isPersisted && write.file) sentences.push(`It is kept in ${write.file}.`);
   return sentences;
 }
 
 function stored(write, value) {
-  const is = write.dryRun ? 'would be' : 'is';
-  if (write.storedIn === null) {
-    return [`No store takes a user's value of ${write.key}; ${wins(write)}`];
-  }
-  if (write.isEffective) {
-    const shown = write.isSensitive ? 'the new value' : quoted(value);
-    return [`${write.key} ${is} ${shown}: ${write.storedIn} has it and wins.`];
-  }
-  return [`The value ${is} stored in ${write.storedIn}, without effect: ${wins(write)}`];
+  if (!write.isEffective) return `The value is stored in ${write.storedIn}, without effect.`;
+  return `${write.key} is ${write.isSensitive ? 'the new value' : quoted(value)}: ${write.storedIn} has it and wins.`;
 }
 
 function erased(write) {
-  const is = write.dryRun ? 'would be' : 'is';
-  if (write.removedFrom.length === 0) {
-    return [`There is no user's value of ${write.key} to erase; ${wins(write)}`];
-  }
-  return [`The user's value ${is} erased from ${write.removedFrom.join(' and ')}; ${wins(write)}`];
+  return `The user's value is erased from ${write.removedFrom.join(' and ')}; ${winner(write)}`;
 }
 
-function wins(write) {
-  if (!write.isDefined) return 'no store holds the key.';
+function winner(write) {
+  if (!write.isDefined) return 'no store holds the key now.';
   return `${write.valueStoreName} wins with ${write.isSensitive ? 'a value that is not shown' : quoted(write.value)}.`;
 }

@@ -16,12 +16,11 @@ export class UserValueForm {
       element('label', { class: 'field', for: 'user-value' }, 'The user’s value', this.field),
       element('div', { class: 'buttons' },
         element('button', { type: 'submit', class: 'main' }, 'Set'),
-        button('Would it win?', () => this.#write('set', true)),
-        button('Erase', () => this.#write('unset', false))),
+        button('Erase', () => this.#write('unset'))),
       this.answer);
     this.element.addEventListener('submit', (event) => {
       event.preventDefault();
-      this.#write('set', false);
+      this.#write('set');
     });
   }
 
@@ -42,14 +41,14 @@ export class UserValueForm {
     if (!this.#isTouched && document.activeElement !== this.field) this.field.value = isHidden ? '' : own?.value ?? '';
   }
 
-  async #write(what, dryRun) {
+  async #write(what) {
     const key = this.#key;
     const value = what === 'set' ? this.field.value : null;
     try {
-      const write = await order(what, value === null ? { key } : { key, value, dryRun });
+      const write = await order(what, value === null ? { key } : { key, value });
       if (key !== this.#key) return;
-      if (!dryRun) this.#isTouched = false;
-      if (!dryRun && value === null) this.field.value = '';
+      this.#isTouched = false;
+      if (value === null) this.field.value = '';
       this.#say(writeSentences(write, value), write.isEffective ? 'good' : 'mind');
     } catch (failure) {
       this.#say([failure.message], 'bad');
