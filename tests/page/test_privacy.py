@@ -6,8 +6,8 @@ SECRET = "only-the-server-knows-4711"
 def test_a_sensitive_value_never_reaches_the_browser(serve, start, relay, open_page):
     serve({"ContactSearchToken": SECRET, "Plain": "the control"}, sensitive=["ContactSearchToken"])
     page = open_page()
-    page.wait_for_value("ContactSearchToken", "VALUE_HIDDEN")
-    page.open_key("ContactSearchToken")
+    page.wait_for_value("contactsearchtoken", "VALUE_HIDDEN")
+    page.open_key("contactsearchtoken")
     page.type("#user-value", "another secret")
     page.click_text(".user-value button", "Set")
     page.wait(lambda: page.texts(".answer p"))
@@ -25,7 +25,7 @@ def test_with_reveal_the_page_says_so(profile, start, open_page):
     profile.write_override({"BDIConnectionUsername": SECRET}, sensitive=["BDIConnectionUsername"])
     page = open_page("", start("--reveal"))
     page.wait_for_texts(".reveal", ["sensitive values are shown"])
-    page.wait_for_value("BDIConnectionUsername", SECRET)
+    page.wait_for_value("bdiconnectionusername", SECRET)
 
 
 def test_the_token_does_not_stay_in_the_address(open_page):

@@ -3,10 +3,10 @@
 
 def test_a_waiting_value_is_named_with_its_key(open_page):
     page = open_page("#problems")
-    page.wait_for_text(".problems", "TelemetryEnabled")
+    page.wait_for_text(".problems", "telemetryenabled")
     assert "User’s values that wait behind another store" in page.text(".problems h2")
-    page.click_text(".problem a", "TelemetryEnabled")
-    page.wait_for_texts(".detail h2", ["TelemetryEnabled"])
+    page.click_text(".problem a", "telemetryenabled")
+    page.wait_for_texts(".detail h2", ["telemetryenabled"])
 
 
 def test_an_unreadable_file_is_named_with_its_line(profile, open_page):
@@ -17,7 +17,7 @@ def test_an_unreadable_file_is_named_with_its_line(profile, open_page):
 
 
 def test_the_tab_counts_the_problems_and_follows_them(open_page):
-    page = open_page("#keys/TelemetryEnabled")
+    page = open_page("#keys/telemetryenabled")
     page.wait_for_texts("#tab-problems .number", ["2"])
     page.wait(lambda: page.texts(".stack tbody tr"))
     page.click_text(".user-value button", "Erase")

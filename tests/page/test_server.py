@@ -8,7 +8,7 @@ def test_without_a_server_it_says_what_to_do(open_page):
 
 
 def test_a_download_is_told_with_its_attempts(serve, open_page):
-    serve({"FromTheServer": "yes", "Another": "1"})
+    serve({"fromtheserver": "yes", "Another": "1"})
     page = open_page("#server")
     page.wait_for_texts("#view-server .lead", ["The file was delivered, with 2 keys."])
     assert "12.5" in page.text(".facts")
@@ -18,16 +18,16 @@ def test_a_download_is_told_with_its_attempts(serve, open_page):
 
 
 def test_a_new_file_comes_by_the_button_and_changes_the_row(serve, profile, open_page):
-    serve({"FromTheServer": "before"})
+    serve({"fromtheserver": "before"})
     page = open_page()
-    page.wait_for_value("FromTheServer", "before")
-    profile.write_server({"FromTheServer": "after"})
+    page.wait_for_value("fromtheserver", "before")
+    profile.write_server({"fromtheserver": "after"})
     page.click("#tab-server")
     page.click_text("#view-server button", "Fetch again")
     page.wait(lambda: page.texts(".cycle h3 .end") == ["delivered", "delivered"])
     page.click("#tab-keys")
-    page.wait_for_value("FromTheServer", "after")
-    assert page.row("FromTheServer")[2] == "TFTPConfigStore"
+    page.wait_for_value("fromtheserver", "after")
+    assert page.row("fromtheserver")[2] == "TFTPConfigStore"
 
 
 def test_a_server_that_does_not_answer_is_told(profile, open_page):

@@ -19,14 +19,14 @@ def test_setting_tells_what_wins_and_where_it_is_kept(profile, open_page):
 
 
 def test_a_value_that_waits_is_told_as_such(open_page):
-    page = open_page("#keys/TelemetryEnabled")
+    page = open_page("#keys/telemetryenabled")
     page.wait(lambda: page.texts(".stack tbody tr"))
     page.type("#user-value", "maybe")
     page.click_text(".user-value button", "Set")
     page.wait(lambda: answer(page))
     assert answer(page)[:2] == ["The value is stored in LocalFileConfigStore, without effect.",
                                 'TftpOverrideConfigStore still wins, with "false".']
-    assert page.row("TelemetryEnabled")[1] == "false"
+    assert page.row("telemetryenabled")[1] == "false"
 
 
 def test_erasing_tells_who_wins_then(open_page):

@@ -56,7 +56,7 @@ export class ChainView {
       if (names.length === offered) break;
     }
     this.names.replaceChildren(...names.map((name) => element('option', { value: name })));
-    if (this.model.byKey.has(this.field.value)) this.#choose();
+    if (this.model.row(this.field.value)) this.#choose();
   }
 
   #choose() {

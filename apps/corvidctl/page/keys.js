@@ -56,20 +56,25 @@ export class KeysView {
     setInterval(() => root.hidden || this.grid.redraw(), 20000);
   }
 
-  /** Opens the key's row, or closes the open one. @param {string|undefined} key */
+  /** Opens the key's row, or closes the open one. @param {string|undefined} key in any case */
   show(key) {
-    const before = this.#opened;
-    this.#opened = key ?? null;
-    if (key !== undefined) {
-      if (this.model.loaded.has('keys')) this.#findRow(key);
-      this.detail.show(key);
-      this.grid.open(this.#rows.findIndex((row) => row.key === key));
-      if (before !== key && this.model.loaded.has('keys')) this.detail.focus();
-    } else {
-      const hadFocus = this.detail.element.contains(document.activeElement);
-      this.grid.open(-1);
-      if (hadFocus) this.grid.focus();
-    }
+    if (key === undefined) this.#close();
+    else this.#open(this.model.loaded.has('keys') ? this.#shownRow(key).key : key);
+  }
+
+  #open(key) {
+    const isAnother = key !== this.#opened;
+    this.#opened = key;
+    this.detail.show(key);
+    this.grid.open(this.#rows.findIndex((row) => row.key === key));
+    if (isAnother) this.detail.focus();
+  }
+
+  #close() {
+    const hadFocus = this.detail.element.contains(document.activeElement);
+    this.#opened = null;
+    this.grid.open(-1);
+    if (hadFocus) this.grid.focus();
   }
 
   focusFilter() {
@@ -78,14 +83,15 @@ export class KeysView {
   }
 
   /** A key that somebody asked for is shown, whatever the filter says, and even if no store has it. */
-  #findRow(key) {
-    this.model.addKey(key);
-    if (!this.#rows.some((row) => row.key === key)) {
+  #shownRow(key) {
+    const row = this.model.askedRow(key);
+    if (!this.#rows.includes(row)) {
       this.#filter = this.filterField.value = '';
       this.#state = '';
-      if (!this.model.byKey.get(key).isDefined) this.undefinedField.checked = this.#showUndefined = true;
+      if (!row.isDefined) this.undefinedField.checked = this.#showUndefined = true;
       this.#update();
     }
+    return row;
   }
 
   #makeTools() {

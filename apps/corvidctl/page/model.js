@@ -33,7 +33,6 @@ export function oneAtATime(work) {
 export class Model extends EventTarget {
   about = null;
   keys = [];                 // rows in the order of the answer
-  byKey = new Map();
   stores = [];
   batches = [];              // oldest first
   dropped = { batches: 0, changes: 0 };
@@ -43,6 +42,8 @@ export class Model extends EventTarget {
   failure = '';              // why something could not be read; empty: nothing failed
   loaded = new Set();        // parts that have been read at least once
 
+  #byName = new Map();       // rows; names are told apart without regard to case, as the stores do
+  #asked = new Map();        // rows of keys that somebody asked for, and that no answer has named
   #newest = 0;               // number of the newest batch that came as an event
   #source = null;
 
@@ -68,12 +69,20 @@ export class Model extends EventTarget {
       this.refreshServer(), this.refreshProblems()]);
   }
 
-  /** Makes sure that there is a row for a key that no answer has named. */
-  addKey(key) {
-    if (this.byKey.has(key)) return;
-    this.#addRow({ key, value: '', originalValue: '', isOverridden: false, isDefined: false, valueStoreName: '',
-      originalValueStoreName: '', isSensitive: false, state: 'undefined', since: null });
-    this.#tell('keys');
+  /** The row of a key, or undefined. @param {string} key in any case */
+  row(key) {
+    return this.#byName.get(key.toLowerCase());
+  }
+
+  /** The row of a key, which is made if no answer has named the key. */
+  askedRow(key) {
+    if (!this.row(key)) {
+      this.#asked.set(key, { key, value: '', originalValue: '', isOverridden: false, isDefined: false, valueStoreName: '',
+        originalValueStoreName: '', isSensitive: false, state: 'undefined', since: null });
+      this.#addRow(this.#asked.get(key));
+      this.#tell('keys');
+    }
+    return this.row(key);
   }
 
   /** The work of reading one part of the interface. */
@@ -93,12 +102,16 @@ export class Model extends EventTarget {
   }
 
   #takeKeys(answer) {
-    const before = this.byKey;
+    const before = this.#byName;
     this.keys = [];
-    this.byKey = new Map();
+    this.#byName = new Map();
     for (const row of answer.keys) {
+      row.changedAt = before.get(row.key.toLowerCase())?.changedAt;
       this.#addRow(row);
-      row.changedAt = before.get(row.key)?.changedAt;
+    }
+    for (const [key, row] of this.#asked) {
+      if (this.row(key)) this.#asked.delete(key);
+      else this.#addRow(row);
     }
     if (answer.last < this.#newest) this.refreshKeys();
   }
@@ -107,7 +120,7 @@ export class Model extends EventTarget {
     // Filters look here at every letter that is typed.
     row.searched = `${row.key}\n${row.value}\n${row.originalValue}\n${row.valueStoreName}`.toLowerCase();
     this.keys.push(row);
-    this.byKey.set(row.key, row);
+    this.#byName.set(row.key.toLowerCase(), row);
   }
 
   #takeBatches(answer) {
@@ -161,7 +174,7 @@ export class Model extends EventTarget {
   }
 
   #takeChange(change, time) {
-    const row = this.byKey.get(change.key);
+    const row = this.row(change.key);
     if (!row) return;
     row.value = change.newValue;
     row.valueStoreName = change.newStore;

@@ -82,8 +82,8 @@ class Relay:
         method, url, version = first.split(" ")
         target = urlsplit(url)
         if target.hostname != "127.0.0.1":
-            # The browser's own services ask for tunnels. A page that asks for one has had to name the address.
-            if method != "CONNECT":
+            # The browser's own services know no language.
+            if any(field.lower().startswith("accept-language:") for field in fields):
                 self.strangers.append(url)
             connection.sendall(b"HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")
             return
