@@ -63,7 +63,7 @@ def test_a_key_of_a_change_can_be_opened(open_page):
 def test_a_large_batch_is_shown_in_parts(profile, serve, open_page):
     serve({f"Key{index:04}": "1" for index in range(700)})
     page = open_page("#live")
-    page.wait_for_text(".batches", "download")
-    page.wait(lambda: page.script("return document.querySelectorAll('.batch tbody tr').length") <= 40)
-    page.click_text(".batch button", next(text for text in page.texts(".batch button") if text.startswith("Show more")))
+    page.wait_for_texts(".batch button", ["Show more (680)"])
+    page.click_text(".batch button", "Show more (680)")
+    page.wait_for_texts(".batch button", ["Show more (180)"])
     page.wait(lambda: page.script("return document.querySelectorAll('.batch tbody tr').length") > 500)

@@ -33,6 +33,8 @@ def test_a_new_file_comes_by_the_button_and_changes_the_row(serve, profile, open
 def test_a_server_that_does_not_answer_is_told(profile, open_page):
     profile.write_bootstrap({"TftpServer1": "127.61.255.254"})
     page = open_page("#server")
-    page.wait(lambda: "failed" in page.texts(".cycle .end"))
+    page.wait_for_text(".cycle", "Version of 127.61.255.254: no usable answer")
+    assert page.text("#view-server .lead").startswith("The last cycle ended without a file")
+    assert "no usable answer from 127.61.255.254" in page.text(".facts")
     page.go("problems")
     page.wait_for_text(".problems h2", "No server answered")

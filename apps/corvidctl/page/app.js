@@ -8,7 +8,7 @@ import { Model } from './model.js';
 import { ProblemsView } from './problems.js';
 import { ServerView } from './server.js';
 import { Tabs } from './tabs.js';
-import { batchSentence } from './texts.js';
+import { batchSentence, nameFilesFrom } from './texts.js';
 
 const connectionTexts = {
   waiting: 'Connecting',
@@ -55,6 +55,7 @@ function decoded(part) {
 
 function showAbout() {
   const { version, configDirectory, process, reveal } = model.about;
+  nameFilesFrom(configDirectory);
   byId('about').replaceChildren(code(configDirectory),
     element('span', { class: 'quiet' }, `process ${process}, version ${version}`),
     ...(reveal ? [element('strong', { class: 'reveal' }, 'sensitive values are shown')] : []));

@@ -3,7 +3,7 @@
 import { ask } from './api.js';
 import { button, code, drawing, element, setText, timeElement } from './elements.js';
 import { oneAtATime } from './model.js';
-import { age, count, place, quoted, shortened } from './texts.js';
+import { age, count, place, quoted, shortened, shownFile } from './texts.js';
 
 /** Names that are offered while somebody types. */
 const offered = 40;
@@ -141,7 +141,7 @@ function numbers(store) {
 }
 
 function source(store) {
-  const parts = [store.file ? code(store.file) : store.url ? null : 'in memory', store.url ? code(store.url) : null,
+  const parts = [store.file ? code(shownFile(store.file)) : store.url ? null : 'in memory', store.url ? code(store.url) : null,
     store.state && store.state !== 'loaded' ? element('span', { class: 'store-state' }, store.state) : null,
     store.time ? timeElement(store.time, `loaded ${age(store.time)}`) : null].filter(Boolean);
   return parts.flatMap((part, index) => (index ? [' · ', part] : [part]));

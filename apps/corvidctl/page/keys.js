@@ -123,7 +123,7 @@ export class KeysView {
       this.#state = state;
       this.#update();
     }, { class: 'chip', 'data-state': state });
-    chip.append(number);
+    chip.append(' ', number);
     return chip;
   }
 

@@ -9,8 +9,7 @@ const drawnBatches = 100;
 const drawnChanges = 20;
 
 export class LiveView {
-  #isPaused = false;
-  #held = [];                // batches that came while paused
+  #pausedAt = Infinity;      // number of the last batch that is shown; Infinity: it goes on
   #filter = '';
   #cause = '';
   #isDirty = true;
@@ -41,20 +40,19 @@ export class LiveView {
       element('label', { class: 'field', for: 'live-cause' }, 'Cause', this.causes), this.pause, this.summary);
   }
 
+  get #isPaused() {
+    return this.#pausedAt !== Infinity;
+  }
+
   #togglePause() {
-    this.#isPaused = !this.#isPaused;
+    this.#pausedAt = this.#isPaused ? Infinity : this.model.batches.at(-1)?.batch ?? 0;
     this.pause.setAttribute('aria-pressed', this.#isPaused);
-    if (!this.#isPaused) {
-      this.#held = [];
-      this.#drawAll();
-    }
-    this.#showNumbers();
+    this.#drawAll();
   }
 
   #take(batch) {
-    if (this.#isPaused) this.#held.push(batch);
-    else if (this.root.hidden) this.#isDirty = true;
-    else this.#addBatch(batch);
+    if (this.root.hidden) this.#isDirty = true;
+    else if (!this.#isPaused) this.#addBatch(batch);
     this.#addCause(batch.cause);
     this.#showNumbers();
   }
@@ -70,7 +68,7 @@ export class LiveView {
     this.model.batches.forEach(({ cause }) => this.#addCause(cause));
     this.#showNumbers();
     if (this.#isDirty) return;
-    const shown = this.#isPaused ? this.model.batches.filter((batch) => !this.#held.includes(batch)) : this.model.batches;
+    const shown = this.model.batches.filter(({ batch }) => batch <= this.#pausedAt);
     const nodes = [];
     for (let index = shown.length - 1; index >= 0 && nodes.length < drawnBatches; --index) {
       const node = this.#batchElement(shown[index]);
@@ -81,8 +79,9 @@ export class LiveView {
   }
 
   #showNumbers() {
-    setText(this.pause, this.#isPaused ? `Go on (${this.#held.length} waiting)` : 'Pause');
     const { dropped, batches } = this.model;
+    const waiting = batches.filter(({ batch }) => batch > this.#pausedAt).length;
+    setText(this.pause, this.#isPaused ? `Go on (${waiting} waiting)` : 'Pause');
     const lost = dropped.batches > 0 ? `, ${count(dropped.batches, 'older one')} forgotten` : '';
     setText(this.summary, `${count(batches.length, 'batch', 'batches')}${lost}`);
     this.empty.hidden = this.list.children.length > 0;

@@ -2,6 +2,9 @@
 
 import { ask } from './api.js';
 
+/** How long to wait, in milliseconds, after the tool has refused the stream. */
+const retryAfter = 2000;
+
 /** Batches that are remembered; older ones are forgotten. */
 const rememberedBatches = 500;
 
@@ -59,8 +62,10 @@ export class Model extends EventTarget {
 
   /** Reads the first view's part, and listens; the stream's beginning says that the other parts are to be read. */
   async start() {
-    await this.refreshKeys();
-    this.#listen();
+    await Promise.all([this.refreshAbout(), this.refreshKeys()]);
+    if (!document.hidden) this.#listen();
+    // A browser has few connections for one server: a page that nobody sees gives its own back.
+    document.addEventListener('visibilitychange', () => (document.hidden ? this.#pause() : this.#listen()));
   }
 
   /** Reads everything anew. */
@@ -128,7 +133,14 @@ export class Model extends EventTarget {
     this.dropped = { batches: answer.droppedBatches, changes: answer.droppedChanges };
   }
 
+  #pause() {
+    this.#source?.close();
+    this.#source = null;
+    if (this.connection !== 'refused') this.#setConnection('waiting');
+  }
+
   #listen() {
+    if (this.#source || this.connection === 'refused') return;
     const source = new EventSource('/api/events');
     this.#source = source;
     const on = (name, take) => source.addEventListener(name, (event) => take(JSON.parse(event.data)));
@@ -146,17 +158,20 @@ export class Model extends EventTarget {
 
   /** The browser tries again by itself, unless it was answered with a refusal. */
   #lost(source) {
+    if (source !== this.#source) return;
     this.#setConnection('lost');
-    if (source.readyState !== EventSource.CLOSED || source !== this.#source) return;
+    if (source.readyState !== EventSource.CLOSED) return;
     setTimeout(async () => {
+      if (source !== this.#source) return;
       try {
         await ask('about');
+        this.#source = null;
         this.#listen();
       } catch (failure) {
         if (failure.status === 401) this.#setConnection('refused');
         else this.#lost(source);
       }
-    }, 2000);
+    }, retryAfter);
   }
 
   #takeBatch(batch) {

@@ -1,7 +1,7 @@
 // The view of what is wrong, or may surprise.
 
 import { code, element } from './elements.js';
-import { count } from './texts.js';
+import { count, place } from './texts.js';
 
 const kinds = {
   'unreadable-file': 'Unreadable files',
@@ -51,7 +51,7 @@ function group(kind, problems) {
 }
 
 function problemItem(problem) {
-  const where = problem.file ? `${problem.file}${problem.line ? `:${problem.line}` : ''}` : '';
+  const where = place(problem);
   return element('li', { class: 'problem', 'data-severity': problem.severity },
     element('span', { class: 'severity' }, problem.severity),
     element('div', {}, element('p', {}, problem.text),

@@ -97,7 +97,7 @@ function endMark(end) {
 
 function versionQuery(query) {
   return element('li', {}, 'Version of ', code(query.address), ': ',
-    query.answered ? code(query.version) : 'no answer');
+    query.version ? code(query.version) : query.answered ? 'no usable answer' : 'no answer');
 }
 
 function attempt(one) {

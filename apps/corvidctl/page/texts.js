@@ -39,10 +39,22 @@ export function kind(store) {
     store.isCached ? 'cached' : null].filter(Boolean).join(', ');
 }
 
+/** The configuration directory: what lies in it is named from there on. */
+let home = '';
+
+export function nameFilesFrom(directory) {
+  home = directory.endsWith('/') ? directory : `${directory}/`;
+}
+
+/** A file as people see it: from the configuration directory on, or whole if it lies elsewhere. */
+export function shownFile(path) {
+  return home.length > 1 && path.startsWith(home) ? path.slice(home.length) : path;
+}
+
 /** Where a layer's value stands: "file:line", or where it came from. */
 export function place(layer) {
-  if (layer.file) return layer.line ? `${layer.file}:${layer.line}` : layer.file;
-  return layer.url || '';
+  if (!layer.file) return layer.url || '';
+  return layer.line ? `${shownFile(layer.file)}:${layer.line}` : shownFile(layer.file);
 }
 
 /** A text that is short enough for a row. What is longer is whole where the row is opened. */
@@ -73,7 +85,7 @@ export function writeSentences(write, value) {
   const sentences = happened ? [value === null ? erased(write) : stored(write, value)] : [];
   if (!happened && value === null) sentences.push(`There is no user's value of ${write.key} to erase; ${winner(write)}`);
   sentences.push(...write.remarks);
-  if (happened && write.isPersisted && write.file) sentences.push(`It is kept in ${write.file}.`);
+  if (happened && write.isPersisted && write.file) sentences.push(`It is kept in ${shownFile(write.file)}.`);
   return sentences;
 }
 
