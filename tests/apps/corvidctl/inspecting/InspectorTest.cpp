@@ -8,6 +8,7 @@
 #include <future>
 
 #include "ServedTool.h"
+#include "quill/StringUtils.h"
 
 using namespace corvidctl;
 using nlohmann::json;
@@ -44,9 +45,15 @@ protected:
         return client;
     }
 
+    /// The row of a key, whichever store's spelling it has.
     static json row(InspectedClient& client, const std::string& key) {
         const json answer = client.get("keys");
-        return entryOf(answer.at("keys"), key);
+        for (const json& entry : answer.at("keys")) {
+            if (QuillCoreUtils::toLowercase(entry.at("key").get<std::string>()) == QuillCoreUtils::toLowercase(key)) {
+                return entry;
+            }
+        }
+        return json::object();
     }
 
     static std::vector<std::string> problemsOf(InspectedClient& client, const std::string& kind) {
@@ -118,7 +125,7 @@ TEST_F(Inspected, StoresAValueAndTellsIt) {
     EXPECT_EQ(answer.at("isEffective"), true);
     EXPECT_EQ(answer.at("isPersisted"), true);
     EXPECT_EQ(answer.at("remarks"), json::array());
-    EXPECT_THAT(configFile("corvidLocalConfig.xml"), HasSubstr("name=\"DockedWindow\" value=\"maybe\""));
+    EXPECT_THAT(configFile("corvidLocalConfig.xml"), HasSubstr("name=\"dockedwindow\" value=\"maybe\""));
     const json batch = client->waitFor("batch", [](const json&) { return true; });
     EXPECT_EQ(batch.at("cause"), "set");
     EXPECT_EQ(batch.at("changes")[0].at("newValue"), "maybe");
@@ -145,7 +152,7 @@ TEST_F(Inspected, TellsThatTheChainHasChangedWhenAValueWaits) {
     EXPECT_EQ(answer.at("remarks"), json::array({"TftpOverrideConfigStore still wins, with \"true\"."}));
     client->waitFor("chain", [](const json&) { return true; });
     EXPECT_THAT(problemsOf(*client, "shadowed-value"),
-                testing::ElementsAre(HasSubstr("The user's value of Telephony_Enabled in LocalFileConfigStore")));
+                testing::ElementsAre(HasSubstr("The user's value of telephony_enabled in LocalFileConfigStore")));
 }
 
 TEST_F(Inspected, KnowsTheLineOfAValueThatItHasStored) {
@@ -267,7 +274,7 @@ TEST_F(Inspected, TellsWhatAPolicyHasErasedAndWillErase) {
                                      "TftpOverrideConfigStore."));
     client->post("set", {{"key", "CtiServer1"}, {"value", "192.0.2.2"}});
     EXPECT_THAT(problemsOf(*client, "erased-by-policy"),
-                testing::Contains("The client will erase the user's CtiServer1 from LocalFileConfigStore when it "
+                testing::Contains("The client will erase the user's CTIPrimaryServer from LocalFileConfigStore when it "
                                   "starts next, since Customize_Phone_Server is \"false\", from "
                                   "TftpOverrideConfigStore."));
 }
