@@ -31,6 +31,7 @@ const std::vector<Row> ROWS = {
     {"set A b", KILLED},
     {"unset OnlyMine", KILLED},
     {"watch", 0},
+    {"inspect", 0},
     {"fetch", 1},
     {"provision --reopen", KILLED},
     {"reset-data --yes", KILLED},
@@ -92,7 +93,7 @@ INSTANTIATE_TEST_SUITE_P(OfCommands, CtrlCAtTheStart, testing::ValuesIn(ROWS), [
 });
 
 TEST_F(CtrlC, EndsWhateverWaitsForAServer) {
-    const std::vector<Row> rows = {{"fetch", 1}, {"watch", 0}};
+    const std::vector<Row> rows = {{"fetch", 1}, {"watch", 0}, {"inspect", 0}};
     for (const Row& row : rows) {
         const std::map<std::string, std::string> before = filesThatMatter();
         SilentServer server(address_, 8443);
