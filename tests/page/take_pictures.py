@@ -17,11 +17,18 @@ PICTURES = {
 }
 
 
+# Where the pictures were taken is nobody's business.
+MOVE_HOME = """
+const texts = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+while (texts.nextNode()) texts.currentNode.data = texts.currentNode.data.replaceAll(arguments[0], '/home/alice');
+"""
+
+
 class Sample:
-    """The sample profile, in a folder that the tool works in: no picture shows where that was."""
+    """The sample profile, with a server that the installer named."""
 
     def __init__(self, folder):
-        self.folder = self.directory = folder
+        self.directory = folder
         shutil.copytree(ROOT / "share/corvid/sample", folder / "profile")
         (folder / "install").mkdir()
         shutil.copy(ROOT / "share/corvid/corvid-config-defaults.xml", folder / "install")
@@ -29,7 +36,8 @@ class Sample:
         (folder / "install/bootstrap.properties").write_text(bootstrap)
 
     def arguments(self):
-        return ["--config-dir", "profile", "--install-dir", "install", "--ca-file", "ca.pem"]
+        return ["--config-dir", str(self.directory / "profile"), "--install-dir", str(self.directory / "install"),
+                "--ca-file", str(self.directory / "ca.pem")]
 
 
 def main():
@@ -42,8 +50,9 @@ def main():
         try:
             for name, (address, sign) in PICTURES.items():
                 page = Page(browser, inspector, address)
-                page.driver.set_window_size(1360, 980)
+                page.driver.set_window_size(1360, 960)
                 page.wait(lambda: page.texts(sign) and "TFTPConfigStore" in page.text("main"))
+                page.script(MOVE_HOME, folder)
                 page.picture(target / name)
         finally:
             inspector.stop()

@@ -63,7 +63,20 @@ def test_a_key_of_a_change_can_be_opened(open_page):
 def test_a_large_batch_is_shown_in_parts(profile, serve, open_page):
     serve({f"Key{index:04}": "1" for index in range(700)})
     page = open_page("#live")
-    page.wait_for_texts(".batch button", ["Show more (680)"])
-    page.click_text(".batch button", "Show more (680)")
-    page.wait_for_texts(".batch button", ["Show more (180)"])
+    page.wait_for_texts(".batch button", ["Show more (681)"])
+    page.click_text(".batch button", "Show more (681)")
+    page.wait_for_texts(".batch button", ["Show more (181)"])
     page.wait(lambda: page.script("return document.querySelectorAll('.batch tbody tr').length") > 500)
+
+
+def test_a_hidden_page_gives_its_stream_back_and_catches_up(start, open_page):
+    inspector = start()
+    page = open_page("#live", inspector)
+    visibility = """Object.defineProperty(document, 'hidden', {value: arguments[0], configurable: true});
+        document.dispatchEvent(new Event('visibilitychange'));"""
+    page.script(visibility, True)
+    page.wait_for_texts("#connection", ["Connecting"])
+    set_value(page, "DockedWindow", "meanwhile")
+    page.script(visibility, False)
+    page.wait_for_texts("#connection", ["Connected"])
+    page.wait_for_text(".batch:first-child", "false → meanwhile")

@@ -18,6 +18,7 @@ export class VirtualGrid {
   #opened = -1;
   #rowHeight = 0;
   #detailHeight = 0;
+  #isOpening = false;        // what the row opens to is still filling, and nobody has moved since
 
   /**
    * @param {Object} options
@@ -40,6 +41,9 @@ export class VirtualGrid {
     this.detailRow = element('div', { class: 'grid-detail', role: 'row' }, this.detail);
     this.element.addEventListener('scroll', () => this.#draw(), { passive: true });
     this.element.addEventListener('keydown', (event) => this.#onKey(event));
+    for (const move of ['wheel', 'pointerdown', 'keydown', 'touchmove']) {
+      this.element.addEventListener(move, () => { this.#isOpening = false; }, { passive: true });
+    }
     this.body.addEventListener('click', (event) => this.#onClick(event));
     new ResizeObserver(() => this.#measure()).observe(this.element);
     new ResizeObserver(() => this.#measureDetail()).observe(this.detailRow);
@@ -77,12 +81,13 @@ export class VirtualGrid {
 
   /** Opens the row with that index, and shows it; -1 closes. */
   open(index) {
+    this.#isOpening = index >= 0 && (this.#isOpening || index !== this.#opened);
     this.#opened = index;
     if (index >= 0) this.#active = index;
     this.#placeDetail();
     this.#draw();
     this.#markRows();
-    if (index >= 0) this.#reveal(index, this.#detailHeight);
+    if (this.#isOpening) this.#reveal(index, this.#detailHeight);
   }
 
   focus() {
@@ -129,6 +134,7 @@ export class VirtualGrid {
     if (height === this.#detailHeight) return;
     this.#detailHeight = height;
     this.#draw();
+    if (this.#isOpening && this.#opened >= 0) this.#reveal(this.#opened, height);
   }
 
   #placeDetail() {

@@ -102,6 +102,6 @@ function versionQuery(query) {
 
 function attempt(one) {
   return element('li', {}, code(one.url || one.address), ' ', endMark(one.end),
-    one.result ? element('span', { class: 'quiet' }, ` ${one.result}`) : null,
+    one.result && one.result !== one.end ? element('span', { class: 'quiet' }, ` ${one.result}`) : null,
     one.end === 'running' ? element('span', { class: 'quiet' }, `, for at most ${one.timeoutSeconds} s`) : null);
 }

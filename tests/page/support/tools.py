@@ -7,8 +7,8 @@ import subprocess
 class Running:
     """A process of the tool's, which an interruption ends."""
 
-    def __init__(self, words, folder=None):
-        self.process = subprocess.Popen(words, cwd=folder, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+    def __init__(self, words):
+        self.process = subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
 
     def stop(self):
         self.process.terminate()
@@ -23,9 +23,7 @@ class Running:
 
 class Inspector(Running):
     def __init__(self, tool, profile, *arguments):
-        """The process works in the profile's directory, if that has one for it: files can be named from there."""
-        super().__init__([tool, *profile.arguments(), "--log-level", "2", "-o", "jsonl", *arguments, "inspect"],
-                         getattr(profile, "folder", None))
+        super().__init__([tool, *profile.arguments(), "--log-level", "2", "-o", "jsonl", *arguments, "inspect"])
         answer = json.loads(self.line())
         self.link = answer["url"]
         self.port = answer["port"]
