@@ -40,18 +40,23 @@ return [times('first-contentful-paint'), times('rows-painted'), Math.max(...ends
 """
 
 
+IS_ALL_READ = """
+const read = performance.getEntriesByType('resource').map(({name}) => name.replace(/.*[/]api[/]|[?].*/g, ''));
+return performance.getEntriesByName('rows-painted').length > 0
+    && ['about', 'keys', 'stores', 'batches', 'server', 'problems'].every((part) => read.includes(part));
+"""
+
+
 def measure(browser, link):
     browser.driver.get("about:blank")
     browser.driver.get(link)
-    browser.wait(lambda: browser.driver.execute_script(
-        "return performance.getEntriesByName('rows-painted').length > 0"
-        " && performance.getEntriesByType('resource').filter(({name}) => name.includes('/api/')).length >= 8"))
+    browser.wait(lambda: browser.driver.execute_script(IS_ALL_READ))
     return browser.driver.execute_script(TIMES)
 
 
 def main():
     tool = str(pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build/release/bin/corvidctl").resolve())
-    with tempfile.TemporaryDirectory() as folder, Browser() as browser:
+    with tempfile.TemporaryDirectory() as folder, Browser(patience=120) as browser:
         profile = Profile(pathlib.Path(folder) / "profile")
         profile.write_many(10000)
         inspector = Inspector(tool, profile)
