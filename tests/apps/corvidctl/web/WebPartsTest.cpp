@@ -1,11 +1,18 @@
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <array>
+#include <chrono>
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "web/EventStreams.h"
+#include "web/Farewells.h"
 #include "web/HttpAnswer.h"
 #include "web/PageFiles.h"
 #include "web/Token.h"
@@ -22,6 +29,32 @@ bool hasNews(const EventStream& stream) {
 std::shared_ptr<const std::string> eventOf(const std::string& text) {
     return std::make_shared<const std::string>(text);
 }
+
+/// A client that there is no place for.
+class LeavingClient {
+public:
+    LeavingClient() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sockets_), 0); }
+    ~LeavingClient() { close(sockets_[0]); }
+    LeavingClient(const LeavingClient&) = delete;
+    LeavingClient& operator=(const LeavingClient&) = delete;
+
+    /// Belongs to the caller.
+    int takeServerSide() const { return sockets_[1]; }
+
+    std::string received() const {
+        std::array<char, 100> text{};
+        const ssize_t size = recv(sockets_[0], text.data(), text.size(), MSG_DONTWAIT);
+        return std::string(text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    }
+
+    /// False if the other side is closed.
+    bool canSend() const { return send(sockets_[0], "x", 1, MSG_NOSIGNAL | MSG_DONTWAIT) == 1; }
+
+    void finishSending() const { shutdown(sockets_[0], SHUT_WR); }
+
+private:
+    int sockets_[2] = {-1, -1};
+};
 
 TEST(Token, Has256BitsThatNobodyHasSeenBefore) {
     std::set<std::string> tokens;
@@ -81,6 +114,49 @@ TEST(HttpAnswer, RefusalIsASentenceInTheFormThatIsAskedFor) {
     EXPECT_TRUE(plain.fields.empty());
 }
 
+TEST(Farewells, EachIsToldAndClosedWhenItHasGone) {
+    LeavingClient client;
+    Farewells farewells("No place.", 2, std::chrono::hours(1));
+    farewells.add(client.takeServerSide());
+    farewells.tend();
+    EXPECT_EQ(client.received(), "No place.");
+    EXPECT_TRUE(client.canSend());
+    std::vector<pollfd> waited;
+    EXPECT_GT(farewells.waitFor(waited), 0);
+    ASSERT_EQ(waited.size(), 1U);
+    EXPECT_EQ(poll(waited.data(), 1, -1), 1);
+    farewells.tend();
+    EXPECT_EQ(poll(waited.data(), 1, 0), 0);
+    client.finishSending();
+    EXPECT_EQ(poll(waited.data(), 1, -1), 1);
+    farewells.tend();
+    waited.clear();
+    EXPECT_EQ(farewells.waitFor(waited), -1);
+    EXPECT_TRUE(waited.empty());
+}
+
+TEST(Farewells, NobodyStaysForLongerThanAMoment) {
+    LeavingClient client;
+    Farewells farewells("No place.", 2, std::chrono::milliseconds(0));
+    farewells.add(client.takeServerSide());
+    EXPECT_TRUE(client.canSend());
+    farewells.tend();
+    EXPECT_FALSE(client.canSend());
+    EXPECT_EQ(client.received(), "No place.");
+}
+
+TEST(Farewells, FirstGoesWhenThereAreTooMany) {
+    LeavingClient clients[3];
+    Farewells farewells("No place.", 2, std::chrono::hours(1));
+    for (LeavingClient& client : clients) {
+        farewells.add(client.takeServerSide());
+    }
+    EXPECT_FALSE(clients[0].canSend());
+    EXPECT_TRUE(clients[1].canSend());
+    EXPECT_TRUE(clients[2].canSend());
+    EXPECT_EQ(clients[0].received(), "No place.");
+}
+
 TEST(PageFiles, RootIsTheIndex) {
     ASSERT_NE(pageFileAt("/"), nullptr);
     EXPECT_EQ(pageFileAt("/"), pageFileAt("/index.html"));
@@ -93,7 +169,7 @@ TEST(PageFiles, EveryFileIsFoundByItsNameAndHasAMediaType) {
         const std::string path = "/" + std::string(file.name);
         EXPECT_EQ(pageFileAt(path), &file) << path;
         EXPECT_NE(mediaTypeOf(file.name), "application/octet-stream") << path;
-        EXPECT_EQ(file.contents.find('\0'), std::string_view::npos) << path;
+        EXPECT_FALSE(file.contents.empty()) << path;
     }
 }
 
