@@ -1,6 +1,5 @@
 #include "web/Exchange.h"
 
-#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdint>
@@ -16,9 +15,6 @@ namespace {
 constexpr std::string_view HEAD_END = "\r\n\r\n";
 constexpr std::string_view API = "/api/";
 constexpr std::string_view JSON = "application/json";
-
-/// A client that has been told the end and stays is not waited for any longer: it takes another's place.
-constexpr std::chrono::milliseconds GOODBYE{1000};
 
 Deadline after(std::chrono::milliseconds time) { return std::chrono::steady_clock::now() + time; }
 
@@ -44,7 +40,7 @@ std::optional<std::uint64_t> lastKnownBatch(const RequestHead& head) {
 void Exchange::run() {
     while (serveRequest()) {
     }
-    connection_.finish(after(std::min(house_.options.requestTime, GOODBYE)));
+    connection_.finish(after(house_.options.goodbyeTime));
 }
 
 bool Exchange::serveRequest() {

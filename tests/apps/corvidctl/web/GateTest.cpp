@@ -153,6 +153,7 @@ TEST(Gate, OriginMayNotStandTwice) {
     const std::string sentence = "Requests of other sites' pages are refused.";
     const std::string own = OWN_HOST + OWN_COOKIE + JSON_BODY + OWN_ORIGIN;
     expectRefused(verdictOn("POST /api/set", own + OWN_ORIGIN), 403, sentence, "the same twice");
+    expectRefused(verdictOn("GET /api/keys", own + OWN_ORIGIN), 403, sentence, "the same twice, to read");
     expectRefused(verdictOn("POST /api/set", own + "Origin: http://evil.example\r\n"), 403, sentence, "another");
 }
 

@@ -131,5 +131,6 @@ bool RawClient::readSome() {
     if (count > 0) {
         unread_.append(piece.data(), static_cast<std::size_t>(count));
     }
+    wasCutOff_ = count < 0;
     return count > 0;
 }

@@ -44,6 +44,9 @@ public:
     /// True if the server has said something, or has ended, within some milliseconds.
     bool hasSomething(int milliseconds) const;
 
+    /// True if the server has thrown away what was sent, instead of saying goodbye.
+    bool wasCutOff() const { return wasCutOff_; }
+
     /// Says that nothing more will be sent.
     void finishSending() const;
 
@@ -55,4 +58,5 @@ private:
 
     int socket_ = -1;
     std::string unread_;
+    bool wasCutOff_ = false;
 };

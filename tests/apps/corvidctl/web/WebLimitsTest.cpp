@@ -85,9 +85,26 @@ TEST_F(WebLimitsTest, BodyThatWouldBeTooLargeIsNotWaitedFor) {
 }
 
 TEST_F(WebLimitsTest, AnswerReachesAClientThatIsStillSending) {
+    options_.goodbyeTime = VERY_LONG;
     serve();
-    const RawAnswer answer = ask(post("/api/set", std::string(900'000, ' ')));
-    EXPECT_EQ(answer.status, 413);
+    RawClient client = connect();
+    EXPECT_TRUE(client.send(post("/api/set", std::string(900'000, ' '))));
+    EXPECT_EQ(client.read().status, 413);
+    EXPECT_EQ(client.readToEnd(), "");
+    EXPECT_FALSE(client.wasCutOff());
+    EXPECT_TRUE(client.send("more"));
+}
+
+TEST_F(WebLimitsTest, ClientThatStaysAfterTheEndIsCutOff) {
+    options_.goodbyeTime = std::chrono::milliseconds(5);
+    options_.connections = 1;
+    serve();
+    RawClient client = connect();
+    client.send("nonsense\r\n\r\n");
+    EXPECT_EQ(client.read().status, 400);
+    EXPECT_EQ(askUntilServed(get("/api/keys")).status, 200);
+    while (client.send("more")) {
+    }
 }
 
 TEST_F(WebLimitsTest, HeadOf8KibibytesIsTheLargest) {
@@ -156,6 +173,7 @@ TEST_F(WebLimitsTest, ConnectionWithoutARequestEnds) {
 TEST_F(WebLimitsTest, ClientThatDoesNotReadItsAnswerIsCutOff) {
     options_.connections = 1;
     options_.requestTime = std::chrono::milliseconds(50);
+    options_.goodbyeTime = std::chrono::milliseconds(5);
     api_.script = [](const ApiRequest& request) {
         return ApiAnswer{200, std::string(request.path == "large" ? 50'000'000 : 2, ' ')};
     };
