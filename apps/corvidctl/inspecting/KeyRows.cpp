@@ -33,7 +33,7 @@ KeyState stateOf(const ValueView& value, const std::set<std::string>& writableSt
     if (!value.isDefined) {
         return KeyState::Undefined;
     }
-    if (value.isOverridden) {
+    if (value.isOverridden && !value.originalValueStoreName.empty()) {
         return KeyState::Overridden;
     }
     if (value.shadowsUser) {

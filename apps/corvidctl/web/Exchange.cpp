@@ -1,6 +1,7 @@
 #include "web/Exchange.h"
 
 #include <charconv>
+#include <chrono>
 #include <cstdint>
 #include <utility>
 
@@ -39,7 +40,7 @@ std::optional<std::uint64_t> lastKnownBatch(const RequestHead& head) {
 void Exchange::run() {
     while (serveRequest()) {
     }
-    connection_.finish(after(house_.options.requestTime));
+    connection_.finish(after(house_.options.goodbyeTime));
 }
 
 bool Exchange::serveRequest() {
@@ -48,11 +49,10 @@ bool Exchange::serveRequest() {
         return false;
     }
     const Deadline deadline = after(house_.options.requestTime);
-    const auto reading = readHead(deadline);
-    if (const auto* refusal = std::get_if<Refusal>(&reading)) {
-        return refuse({}, *refusal);
+    RequestHead head;
+    if (const auto refusal = readHead(head, deadline)) {
+        return refuse(head, *refusal);
     }
-    const auto& head = std::get<RequestHead>(reading);
     const Gate::Verdict verdict = house_.gate.judge(head);
     if (verdict.entrance == Gate::Entrance::Refused) {
         return refuse(head, verdict.refusal);
@@ -122,7 +122,7 @@ bool Exchange::refuse(const RequestHead& head, const Refusal& refusal) {
     return false;
 }
 
-std::variant<RequestHead, Refusal> Exchange::readHead(Deadline deadline) {
+std::optional<Refusal> Exchange::readHead(RequestHead& head, Deadline deadline) {
     const std::size_t most = house_.options.headBytes;
     std::size_t end = connection_.unread().find(HEAD_END);
     while (end == std::string::npos && connection_.unread().size() <= most) {
@@ -134,7 +134,7 @@ std::variant<RequestHead, Refusal> Exchange::readHead(Deadline deadline) {
     if (end == std::string::npos || end + HEAD_END.size() > most) {
         return Refusal{431, "The request's header is too large: at most " + std::to_string(most) + " bytes are read."};
     }
-    return readRequestHead(connection_.take(end + HEAD_END.size()));
+    return readRequestHead(connection_.take(end + HEAD_END.size()), head);
 }
 
 std::optional<Refusal> Exchange::readBody(std::size_t size, std::string& body, Deadline deadline) {

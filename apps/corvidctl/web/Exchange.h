@@ -1,8 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
-#include <variant>
 
 #include "web/Connection.h"
 #include "web/Gate.h"
@@ -30,7 +30,7 @@ private:
     bool send(const RequestHead& head, const HttpAnswer& answer);
     bool refuse(const RequestHead& head, const Refusal& refusal);
 
-    std::variant<RequestHead, Refusal> readHead(Deadline deadline);
+    std::optional<Refusal> readHead(RequestHead& head, Deadline deadline);
     std::optional<Refusal> readBody(std::size_t size, std::string& body, Deadline deadline);
 
     WebHouse& house_;

@@ -39,9 +39,10 @@ void PageStream::run(std::uint64_t since) {
 }
 
 /// The stream has been open since before: what happens meanwhile waits in it, and may be among what was missed, too.
+/// Numbers are compared with those of this run alone: the page may come from an earlier one, on the same port.
 std::uint64_t PageStream::sendMissed(std::uint64_t since) {
     std::string text(GREETING);
-    std::uint64_t known = since;
+    std::uint64_t known = 0;
     for (const ServerEvent& event : house_.api.eventsSince(since)) {
         text.append(streamText(event));
         known = std::max(known, event.id);

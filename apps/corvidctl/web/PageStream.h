@@ -23,6 +23,7 @@ public:
 private:
     enum class News { Events, Silence, Gone };
 
+    /// @return the number of the last batch that it has sent; 0: none.
     std::uint64_t sendMissed(std::uint64_t since);
     News waitForNews() const;
     bool send(std::string_view text);

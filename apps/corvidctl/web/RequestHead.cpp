@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
-#include <optional>
 
 #include "web/FormText.h"
 
@@ -110,15 +109,10 @@ std::optional<Refusal> readBodyLength(RequestHead& head) {
     return {};
 }
 
-std::optional<Refusal> readConnection(RequestHead& head) {
-    if (!head.valuesOf("expect").empty()) {
-        return Refusal{417, "Nothing can be expected of this server: send the body at once."};
-    }
+bool wantsToClose(const RequestHead& head) {
     const auto wishes = head.valuesOf("connection");
-    head.keepsAlive = head.keepsAlive && std::none_of(wishes.begin(), wishes.end(), [](std::string_view wish) {
-                          return inLowerCase(wish).find("close") != std::string::npos;
-                      });
-    return {};
+    return std::any_of(wishes.begin(), wishes.end(),
+                       [](std::string_view wish) { return inLowerCase(wish).find("close") != std::string::npos; });
 }
 
 }  // namespace
@@ -133,23 +127,20 @@ std::vector<std::string_view> RequestHead::valuesOf(std::string_view name) const
     return values;
 }
 
-std::variant<RequestHead, Refusal> readRequestHead(std::string_view text) {
-    RequestHead head;
+std::optional<Refusal> readRequestHead(std::string_view text, RequestHead& head) {
     if (const auto refusal = readRequestLine(takeLine(text), head)) {
-        return *refusal;
+        return refusal;
     }
     for (std::string_view line = takeLine(text); !line.empty(); line = takeLine(text)) {
         if (!readField(line, head.fields)) {
             return unreadable("Each header field must stand on a line of its own, as \"Name: value\".");
         }
     }
-    if (const auto refusal = readBodyLength(head)) {
-        return *refusal;
+    if (!head.valuesOf("expect").empty()) {
+        return Refusal{417, "Nothing can be expected of this server: send the body at once."};
     }
-    if (const auto refusal = readConnection(head)) {
-        return *refusal;
-    }
-    return head;
+    head.keepsAlive = head.keepsAlive && !wantsToClose(head);
+    return readBodyLength(head);
 }
 
 }  // namespace corvidctl

@@ -2,10 +2,10 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace corvidctl {
@@ -36,6 +36,8 @@ struct RequestHead {
 /// Reads a request's head. It takes less than the standard allows, and never guesses: whoever decides about a request
 /// by its fields decides about what the client has sent.
 /// @param text from the first line to the blank one, which is its end: "\r\n\r\n".
-std::variant<RequestHead, Refusal> readRequestHead(std::string_view text);
+/// @param head a new one; of an unreadable head it gets what stands before the place that cannot be read.
+/// @return why it is not answered; nothing if it has been read.
+std::optional<Refusal> readRequestHead(std::string_view text, RequestHead& head);
 
 }  // namespace corvidctl

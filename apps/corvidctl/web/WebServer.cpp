@@ -4,7 +4,6 @@
 #include <sys/eventfd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -24,7 +23,6 @@ namespace {
 
 constexpr int MOST_AT_A_TIME = 64;
 constexpr std::size_t MOST_FAREWELLS = 128;
-constexpr std::chrono::milliseconds FAREWELL{1000};
 
 /// When the system has no descriptor left, somebody waits and cannot be accepted: looking again at once is of no use.
 constexpr int PAUSE_MILLISECONDS = 100;
@@ -57,7 +55,7 @@ struct WebServer::State {
 WebServer::State::State(const Options& options, Api& api)
     : listener(options.port),
       house{options, Gate(listener.port(), makeToken()), api, {options.streams, options.streamBytes}},
-      farewells(farewellText(), MOST_FAREWELLS, FAREWELL),
+      farewells(farewellText(), MOST_FAREWELLS, options.goodbyeTime),
       threads(options.connections, [this](int socket) { Exchange(house, socket).run(); }),
       ended(eventfd(0, EFD_CLOEXEC)) {
     if (!ended.isOpen()) {

@@ -28,6 +28,7 @@ public:
         /// For a whole request from its first byte on, and once more for its answer.
         std::chrono::milliseconds requestTime{5000};
         std::chrono::milliseconds idleTime{5000};       ///< of a connection without a request
+        std::chrono::milliseconds goodbyeTime{1000};    ///< for a client that has been told the end, to go
         std::chrono::milliseconds pingInterval{15000};  ///< a stream that is silent so long carries a comment
     };
 

@@ -91,7 +91,7 @@ TEST_F(Inspected, ListsEveryKeyWithItsState) {
     const auto client = alone();
     EXPECT_EQ(row(*client, "DockedWindow").at("state"), "overridden");
     EXPECT_EQ(row(*client, "Telephony_Enabled").at("state"), "shadowed");
-    EXPECT_EQ(row(*client, "OnlyMine").at("state"), "overridden");
+    EXPECT_EQ(row(*client, "OnlyMine").at("state"), "user");
     EXPECT_EQ(row(*client, "LaunchOnSystemStartup").at("state"), "default");
     EXPECT_EQ(row(*client, "ServicesDomain").at("state"), "administrator");
     EXPECT_EQ(row(*client, "BDIConnectionUsername").at("value"), "VALUE_HIDDEN");

@@ -22,8 +22,10 @@ ValueView valueFrom(const std::string& store) {
     return value;
 }
 
-std::string stateFrom(const std::string& store, bool isOverridden, bool shadowsUser) {
+std::string stateFrom(const std::string& store, bool isOverridden, bool shadowsUser,
+                      const std::string& administrators = "corvid-config-defaults.xml") {
     ValueView value = valueFrom(store);
+    value.originalValueStoreName = administrators;
     value.isOverridden = isOverridden;
     value.shadowsUser = shadowsUser;
     return nameOf(stateOf(value, WRITABLE));
@@ -53,6 +55,7 @@ protected:
 TEST(KeyStates, TellWhoSaysWhatAKeyReads) {
     EXPECT_EQ(stateFrom("corvid-config-defaults.xml", false, false), "default");
     EXPECT_EQ(stateFrom("TFTPConfigStore", false, false), "administrator");
+    EXPECT_EQ(stateFrom("LocalFileConfigStore", true, false, ""), "user");
     EXPECT_EQ(stateFrom("LocalFileConfigStore", false, false), "user");
     EXPECT_EQ(stateFrom("InMemoryConfigStore", false, false), "user");
     EXPECT_EQ(stateFrom("LocalFileConfigStore", true, false), "overridden");

@@ -32,14 +32,14 @@ std::string RawAnswer::field(const std::string& name) const {
     return found == fields.end() ? std::string() : found->second;
 }
 
-RawClient::RawClient(std::uint16_t port, int receiveBuffer)
+RawClient::RawClient(std::uint16_t port, int receiveBuffer, std::uint32_t host)
     : socket_(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     if (receiveBuffer > 0) {
         setsockopt(socket_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
     }
     sockaddr_in address{};
     address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    address.sin_addr.s_addr = htonl(host);
     address.sin_port = htons(port);
     if (connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
         ::close(socket_);
@@ -51,6 +51,12 @@ RawClient::~RawClient() { close(); }
 
 RawClient::RawClient(RawClient&& other) noexcept
     : socket_(std::exchange(other.socket_, -1)), unread_(std::move(other.unread_)) {}
+
+RawClient& RawClient::operator=(RawClient&& other) noexcept {
+    std::swap(socket_, other.socket_);
+    std::swap(unread_, other.unread_);
+    return *this;
+}
 
 bool RawClient::send(const std::string& text) const {
     std::size_t sent = 0;
@@ -125,5 +131,6 @@ bool RawClient::readSome() {
     if (count > 0) {
         unread_.append(piece.data(), static_cast<std::size_t>(count));
     }
+    wasCutOff_ = count < 0;
     return count > 0;
 }

@@ -15,14 +15,17 @@ struct RawAnswer {
     std::string field(const std::string& name) const;
 };
 
-/// One connection to 127.0.0.1, on which a test says what it likes. Waits for as long as it takes.
+/// One connection to this machine, on which a test says what it likes. Waits for as long as it takes.
 class RawClient {
 public:
     /// @param receiveBuffer for a client that is to be full soon, in bytes; 0: as the system has it.
-    explicit RawClient(std::uint16_t port, int receiveBuffer = 0);
+    /// @param address of this machine, 127.0.0.1 if not said otherwise.
+    /// @throws std::runtime_error if nobody listens.
+    explicit RawClient(std::uint16_t port, int receiveBuffer = 0, std::uint32_t address = 0x7F000001);
     ~RawClient();
 
     RawClient(RawClient&& other) noexcept;
+    RawClient& operator=(RawClient&& other) noexcept;
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
 
@@ -41,6 +44,9 @@ public:
     /// True if the server has said something, or has ended, within some milliseconds.
     bool hasSomething(int milliseconds) const;
 
+    /// True if the server has thrown away what was sent, instead of saying goodbye.
+    bool wasCutOff() const { return wasCutOff_; }
+
     /// Says that nothing more will be sent.
     void finishSending() const;
 
@@ -52,4 +58,5 @@ private:
 
     int socket_ = -1;
     std::string unread_;
+    bool wasCutOff_ = false;
 };

@@ -48,6 +48,14 @@ RawAnswer ServedPage::ask(const std::string& request) const {
     return client.read(!request.starts_with("HEAD"));
 }
 
+RawAnswer ServedPage::askUntilServed(const std::string& request) const {
+    RawAnswer answer;
+    do {
+        answer = ask(request);
+    } while (answer.status == 503 || answer.status == 0);
+    return answer;
+}
+
 RawClient ServedPage::listen(const std::string& more) const {
     RawClient client = connect();
     client.send(get("/api/events", more));

@@ -51,6 +51,8 @@ protected:
     RawClient connect() const { return RawClient(server_->port()); }
     /// The answer to one request on a connection of its own.
     RawAnswer ask(const std::string& request) const;
+    /// The same, asked until there is a place for it.
+    RawAnswer askUntilServed(const std::string& request) const;
     /// A page's stream, after its greeting.
     RawClient listen(const std::string& more = {}) const;
 
