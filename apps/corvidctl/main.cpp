@@ -40,6 +40,7 @@ constexpr auto COMMANDS = std::to_array<Command>({
     {"set", runSet},
     {"unset", runUnset},
     {"watch", runWatch},
+    {"inspect", runInspect},
     {"history", runHistory, "reading the journal …"},
     {"fetch", runFetch},
     {"provision", runProvision},

@@ -47,6 +47,9 @@ public:
     /// The same for standard output.
     bool waitForOutput(const std::string& text);
 
+    /// What it has printed on standard output, as far as it has been waited for.
+    const std::string& output() const { return ended_.out; }
+
     void signal(int number) const;
 
     /// Closes the reading end of the program's standard output.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -39,7 +40,9 @@ struct Invocation {
     std::optional<std::string> store;
     bool allStores = false;               ///< of `explain`
     bool batch = false;                   ///< of `watch` and `history`
-    std::optional<std::string> journal;   ///< of `watch` and `history`
+    std::optional<std::string> journal;   ///< of `watch`, `inspect` and `history`
+    std::string port = "0";               ///< of `inspect`
+    bool open = false;                    ///< of `inspect`
     bool reopen = false;                  ///< of `provision`
     bool yes = false;                     ///< of `reset-data`
     std::string address = "127.0.0.1";    ///< of `serve`
@@ -49,18 +52,19 @@ struct Invocation {
     std::string exportFormat = "server";  ///< of `export`
     std::optional<std::string> to;        ///< of `export`
     bool force = false;                   ///< of the commands that write where it may be unwelcome
-    std::vector<std::string> types;      ///< of `delta`, each a list with commas
-    std::vector<std::string> replaced;   ///< of `simulate`, "STORE=FILE"
-    std::vector<std::string> without;    ///< of `simulate`, names of stores
-    std::vector<std::string> setKeys;    ///< of `simulate`, "KEY=VALUE"
-    std::vector<std::string> unsetKeys;  ///< of `simulate`
-    bool dryRun = false;                 ///< of `set`, `unset` and `fetch`
-    bool requireEffective = false;       ///< of `set`
+    std::vector<std::string> types;       ///< of `delta`, each a list with commas
+    std::vector<std::string> replaced;    ///< of `simulate`, "STORE=FILE"
+    std::vector<std::string> without;     ///< of `simulate`, names of stores
+    std::vector<std::string> setKeys;     ///< of `simulate`, "KEY=VALUE"
+    std::vector<std::string> unsetKeys;   ///< of `simulate`
+    bool dryRun = false;                  ///< of `set`, `unset` and `fetch`
+    bool requireEffective = false;        ///< of `set`
 
     // Worked out by checkInvocation().
     Format format = Format::Table;
     host::ReferenceHost::Options host;
-    bool colours = false;  ///< on standard output
+    std::uint16_t webPort = 0;  ///< 0: a free one
+    bool colours = false;       ///< on standard output
 };
 
 }  // namespace corvidctl

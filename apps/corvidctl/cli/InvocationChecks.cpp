@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -326,6 +327,19 @@ std::string checkJournal(const Invocation& invocation) {
     return reads ? checkJournalToRead(*invocation.journal) : checkJournalToWrite(*invocation.journal);
 }
 
+/// Decimal digits, and no more of them than a port needs.
+std::string checkPort(Invocation& invocation) {
+    const std::string& text = invocation.port;
+    const bool isShort = !text.empty() && text.size() <= 5;
+    const bool isNumber = isShort && text.find_first_not_of("0123456789") == std::string::npos;
+    const int number = isNumber ? std::stoi(text) : -1;
+    if (number < 0 || number > std::numeric_limits<std::uint16_t>::max()) {
+        return "--port '" + text + "': expected a number from 0 to 65535, where 0 is a free port";
+    }
+    invocation.webPort = static_cast<std::uint16_t>(number);
+    return {};
+}
+
 std::string checkArguments(const Invocation& invocation) {
     const std::string& command = invocation.command;
     const bool takesKey =
@@ -351,7 +365,7 @@ std::string checkArguments(const Invocation& invocation) {
     if (command == "export") {
         return checkExport(invocation);
     }
-    if (command == "watch" || command == "history") {
+    if (command == "watch" || command == "inspect" || command == "history") {
         return checkJournal(invocation);
     }
     if (command == "validate") {
@@ -373,13 +387,13 @@ std::string checkInvocation(Invocation& invocation) {
     invocation.host.colours = invocation.colours && invocation.host.logClearsLines;
 
     // The other commands are over before it matters.
-    invocation.host.powerEvents = invocation.command == "watch";
+    invocation.host.powerEvents = directoryUseOf(invocation) == DirectoryUse::Stays;
 
     // Only what stays hinders others; commands that write wait for each other before they begin.
     invocation.host.claimsDirectory = directoryUseOf(invocation) == DirectoryUse::Stays;
 
     for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
-                             checkLog, checkFormat, checkFilesOfTheModule}) {
+                             checkLog, checkFormat, checkPort, checkFilesOfTheModule}) {
         if (std::string problem = check(invocation); !problem.empty()) {
             return problem;
         }

@@ -17,6 +17,7 @@ int runSet(const Invocation& invocation, Output& output);
 int runUnset(const Invocation& invocation, Output& output);
 int runFetch(const Invocation& invocation, Output& output);
 int runWatch(const Invocation& invocation, Output& output);
+int runInspect(const Invocation& invocation, Output& output);
 int runHistory(const Invocation& invocation, Output& output);
 int runProvision(const Invocation& invocation, Output& output);
 int runResetData(const Invocation& invocation, Output& output);

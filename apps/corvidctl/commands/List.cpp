@@ -1,10 +1,8 @@
-#include "ConfigService.h"
-#include "ConfigValue.h"
-#include "chain/ConfigMap.h"
 #include "commands/Commands.h"
 #include "output/Answers.h"
 #include "quill/StringUtils.h"
 #include "reading/KeySelection.h"
+#include "session/AllKeys.h"
 #include "session/Session.h"
 #include "session/StoreFailures.h"
 
@@ -14,23 +12,10 @@ namespace corvidctl {
 
 namespace {
 
-/// Every key to look at, in key order; keys of stores first, so that their spelling counts.
-SensitiveKeySet keysToList(const Invocation& invocation, Session::Inside& inside) {
-    const std::vector<std::wstring> defined = inside.reader.definedKeys();
-    SensitiveKeySet keys(defined.begin(), defined.end());
-    if (invocation.all) {
-        const auto objects = inside.service.getAllConfig();
-        for (const std::shared_ptr<ConfigValue>& object : *objects) {
-            keys.insert(object->getKey());
-        }
-    }
-    return keys;
-}
-
 std::vector<ValueView> collect(const Invocation& invocation, Session::Inside& inside) {
     const KeySelection selection(invocation.arguments, inside.reader);
     std::vector<ValueView> views;
-    for (const std::wstring& key : keysToList(invocation, inside)) {
+    for (const std::wstring& key : (invocation.all ? allKeys(inside) : inside.reader.definedKeys())) {
         if (!selection.contains(key)) {
             continue;
         }

@@ -1,6 +1,7 @@
 #include "comparing/UserWrite.h"
 
 #include <algorithm>
+#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "ConfigFeatureSet.h"
@@ -30,11 +31,31 @@ bool readsTheSame(const ValueView& a, const ValueView& b) {
     return a.isDefined == b.isDefined && a.value == b.value && a.valueStoreName == b.valueStoreName;
 }
 
-void store(const Invocation& invocation, Session::Inside& inside, UserWriteView& view) {
-    const std::wstring key = toWideString(invocation.arguments[0]);
-    const std::string& value = invocation.arguments[1];
+bool isInLocalFile(const UserWriteView& view) {
+    const auto isLocalFile = [](const std::string& store) {
+        return caseInsensitiveStringEquals(store, ConfigStoreConstants::LOCAL_FILE_STORE_NAME);
+    };
+    return isLocalFile(view.storedIn) || std::any_of(view.removedFrom.begin(), view.removedFrom.end(), isLocalFile);
+}
+
+UserWriteView run(const std::function<UserWriteView(Session::Inside&)>& write, const Invocation& invocation) {
+    const std::string& directory = invocation.host.configDirectory;
+    const std::string brokenFile = whyBroken(directory);
+    UserWriteView view;
+    Session session(invocation);
+    session.work([&](Session::Inside& inside) { view = write(inside); });
+    view.brokenFile = brokenFile;
+    noteDisk(session.finish(), directory, view);
+    return view;
+}
+
+}  // namespace
+
+UserWriteView storeUserValue(Session::Inside& inside, const std::string& name, const std::string& value) {
+    const std::wstring key = toWideString(name);
     const std::vector<std::string> userStores = inside.reader.userStores();
     const ChainReader inClear(inside.chain, true);
+    UserWriteView view;
     view.before = inside.reader.describe(key);
     view.storedIn = userStores.empty() ? std::string() : userStores.front();
     view.isTaken = inside.featureSet.setConfig(key, toWideString(value));
@@ -44,50 +65,44 @@ void store(const Invocation& invocation, Session::Inside& inside, UserWriteView&
     view.erases = keysErasedBy(key, inside.reader);
     view.onDiskKey = toXmlText(key).text;
     view.onDiskValue = toXmlText(toWideString(value)).text;
-    view.isKeyWhole = view.onDiskKey == invocation.arguments[0];
+    view.isKeyWhole = view.onDiskKey == name;
     view.isValueWhole = view.onDiskValue == value;
     view.isEffective = view.isTaken && view.after.valueStoreName == view.storedIn && view.readsAsGiven &&
                        view.erasedBy.empty() && view.isKeyWhole && view.isValueWhole;
+    return view;
 }
 
-void erase(const Invocation& invocation, Session::Inside& inside, UserWriteView& view) {
-    const std::wstring key = toWideString(invocation.arguments[0]);
+UserWriteView eraseUserValue(Session::Inside& inside, const std::string& name) {
+    const std::wstring key = toWideString(name);
     const ChainReader inClear(inside.chain, true);
     const ValueView before = inClear.describe(key);
+    UserWriteView view;
     view.isErasure = true;
     view.before = inside.reader.describe(key);
     view.removedFrom = inside.reader.writableHolders(key);
     inside.featureSet.resetConfig(key);
     view.after = inside.reader.describe(key);
     view.isEffective = !readsTheSame(before, inClear.describe(key));
-}
-
-using Write = void (*)(const Invocation&, Session::Inside&, UserWriteView&);
-
-bool isInLocalFile(const UserWriteView& view) {
-    const auto isLocalFile = [](const std::string& store) {
-        return caseInsensitiveStringEquals(store, ConfigStoreConstants::LOCAL_FILE_STORE_NAME);
-    };
-    return isLocalFile(view.storedIn) || std::any_of(view.removedFrom.begin(), view.removedFrom.end(), isLocalFile);
-}
-
-UserWriteView run(Write write, const Invocation& invocation) {
-    const std::string& directory = invocation.host.configDirectory;
-    UserWriteView view;
-    view.brokenFile = whyBroken(directory);
-    Session session(invocation);
-    session.work([&](Session::Inside& inside) { write(invocation, inside, view); });
-    view.isPersisted = session.finish();
-    view.whyNotPersisted = view.isPersisted ? std::string() : whyNotWritable(directory);
-    view.file = isInLocalFile(view) ? localFileOf(directory) : std::string();
     return view;
 }
 
-}  // namespace
+void noteDisk(bool isPersisted, const std::string& configDirectory, UserWriteView& view) {
+    view.isPersisted = isPersisted;
+    view.whyNotPersisted = isPersisted ? std::string() : whyNotWritable(configDirectory);
+    view.file = isInLocalFile(view) ? localFileOf(configDirectory) : std::string();
+}
 
-UserWriteView storeUserValue(const Invocation& invocation) { return run(store, invocation); }
+UserWriteView storeUserValue(const Invocation& invocation) {
+    return run(
+        [&](Session::Inside& inside) {
+            return storeUserValue(inside, invocation.arguments[0], invocation.arguments[1]);
+        },
+        invocation);
+}
 
-UserWriteView eraseUserValue(const Invocation& invocation) { return run(erase, invocation); }
+UserWriteView eraseUserValue(const Invocation& invocation) {
+    return run([&](Session::Inside& inside) { return eraseUserValue(inside, invocation.arguments[0]); }, invocation);
+}
 
 UserWriteView rehearse(UserWriteView (*write)(const Invocation&), const Invocation& invocation, Output& output) {
     const std::string& directory = invocation.host.configDirectory;
@@ -107,7 +122,7 @@ UserWriteView rehearse(UserWriteView (*write)(const Invocation&), const Invocati
     return view;
 }
 
-std::string answers::userWrite(const UserWriteView& view, Format format) {
+Json answers::userWriteObject(const UserWriteView& view) {
     Json json = valueObject(view.after);
     if (view.isErasure) {
         json["removedFrom"] = view.removedFrom;
@@ -118,7 +133,11 @@ std::string answers::userWrite(const UserWriteView& view, Format format) {
     json["isPersisted"] = view.isPersisted;
     json["file"] = view.file.empty() ? Json(nullptr) : Json(view.file);
     json["dryRun"] = view.dryRun;
-    return printed(json, format);
+    return json;
+}
+
+std::string answers::userWrite(const UserWriteView& view, Format format) {
+    return printed(userWriteObject(view), format);
 }
 
 }  // namespace corvidctl

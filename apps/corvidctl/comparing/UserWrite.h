@@ -5,6 +5,7 @@
 
 #include "cli/Invocation.h"
 #include "output/Format.h"
+#include "output/MachineText.h"
 #include "output/Output.h"
 #include "reading/Views.h"
 #include "session/Session.h"
@@ -41,6 +42,15 @@ struct UserWriteView {
     bool dryRun = false;
 };
 
+/// Stores a value. Dispatcher thread. Nothing is said of the disk yet.
+UserWriteView storeUserValue(Session::Inside& inside, const std::string& key, const std::string& value);
+
+/// Erases a key from the writable stores. Dispatcher thread. Nothing is said of the disk yet.
+UserWriteView eraseUserValue(Session::Inside& inside, const std::string& key);
+
+/// Says where the write is kept, and why not, if it is not. @param isPersisted what the session says of its writes.
+void noteDisk(bool isPersisted, const std::string& configDirectory, UserWriteView& view);
+
 /// Stores invocation.arguments[1] under invocation.arguments[0].
 UserWriteView storeUserValue(const Invocation& invocation);
 
@@ -55,6 +65,7 @@ UserWriteView rehearse(UserWriteView (*write)(const Invocation&), const Invocati
 namespace answers {
 
 /// The value object afterwards, with what came of the write.
+Json userWriteObject(const UserWriteView& view);
 std::string userWrite(const UserWriteView& view, Format format);
 
 }  // namespace answers

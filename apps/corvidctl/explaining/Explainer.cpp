@@ -112,6 +112,16 @@ std::vector<StoreReport> Explainer::stores() const {
     return reports;
 }
 
+std::map<std::string, std::size_t> Explainer::winsOverOthers() const {
+    std::map<std::string, std::size_t> wins;
+    for (const std::wstring& key : reader_.definedKeys()) {
+        if (isShared(key)) {
+            ++wins[reader_.describe(key).valueStoreName];
+        }
+    }
+    return wins;
+}
+
 KeyLayer Explainer::layerOf(const LayerView& view) const {
     const StoreSource& source = sources_.of(view.store);
     KeyLayer layer;
@@ -216,8 +226,9 @@ std::vector<HiddenPlace> Explainer::erased(const std::wstring& key) const {
         const StoreSource& source = sources_.of(store->getName());
         for (const std::wstring& name : reader_.names().namesInOrder(key)) {
             std::wstring value;
-            if (!store->isReadOnly() && findKey(source, name) != nullptr && !store->getValue(name, value)) {
-                places.push_back(placeOf(store->getName(), source, name));
+            const auto atStart = source.keysAtStart.find(name);
+            if (!store->isReadOnly() && atStart != source.keysAtStart.end() && !store->getValue(name, value)) {
+                places.push_back({store->getName(), source.origin.shownFile, atStart->second.line});
             }
         }
     }

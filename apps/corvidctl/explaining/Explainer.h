@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -27,6 +29,9 @@ public:
 
     /// The stores in chain order.
     std::vector<StoreReport> stores() const;
+
+    /// How many of the keys that a store wins another one holds, too; by the names of the stores.
+    std::map<std::string, std::size_t> winsOverOthers() const;
 
 private:
     /// The current name of a key, and its old one if it has any.

@@ -72,6 +72,8 @@ Json toJson(const Explanation& key) {
 
 }  // namespace
 
+Json explanationObject(const Explanation& key) { return toJson(key); }
+
 std::string explanation(const Explanation& key, Format format) {
     return format == Format::Tsv ? explanations({key}, format) : printed(toJson(key), format);
 }
@@ -88,6 +90,8 @@ std::string explanations(const std::vector<Explanation>& keys, Format format) {
     }
     return printedList(layers, toJson(KeyLayer()), format);
 }
+
+Json storeObject(const StoreReport& store) { return toJson(store); }
 
 std::string stores(const std::vector<StoreReport>& stores, Format format) {
     return printedList(arrayOf(stores), toJson(StoreReport()), format);

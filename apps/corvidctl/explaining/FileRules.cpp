@@ -113,6 +113,12 @@ Sentences hashInValue(const Explanation& key) {
 
 }  // namespace
 
+std::string sentenceOnFailure(const std::string& store, const StoreOrigin& origin) {
+    const std::string place = origin.problemLine == 0 ? ": " : ", ";
+    const std::string moved = origin.setAside.empty() ? "" : "; the file was moved to " + origin.setAside;
+    return store + " failed to load: " + origin.shownFile + place + origin.problem + moved + ".";
+}
+
 std::vector<std::string> notLoaded(const Explanation& key) {
     Sentences sentences;
     for (const KeyLayer& layer : key.layers) {
@@ -120,10 +126,7 @@ std::vector<std::string> notLoaded(const Explanation& key) {
         if (origin.problem.empty() || layer.key != key.lookedUp.front()) {
             continue;
         }
-        const std::string place = origin.problemLine == 0 ? ": " : ", ";
-        const std::string moved = origin.setAside.empty() ? "" : "; the file was moved to " + origin.setAside;
-        sentences.push_back(layer.store + " failed to load: " + origin.shownFile + place + origin.problem + moved +
-                            ".");
+        sentences.push_back(sentenceOnFailure(layer.store, origin));
     }
     return sentences;
 }

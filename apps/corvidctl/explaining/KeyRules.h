@@ -21,6 +21,9 @@ const std::vector<KeyRule>& fileRules();
 /// The stores whose files could not be read, a sentence for each.
 std::vector<std::string> notLoaded(const Explanation& key);
 
+/// That a store's file could not be read, and what has become of it. @param origin with a problem.
+std::string sentenceOnFailure(const std::string& store, const StoreOrigin& origin);
+
 /// Where the values of a kept copy came from, and when, as far as that is known; without a full stop.
 std::string sentenceOnCopy(const std::string& store, const StoreOrigin& origin);
 

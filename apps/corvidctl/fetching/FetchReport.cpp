@@ -24,20 +24,6 @@ constexpr const char* NAME_ONE = "Name one, for example: corvidctl set TFTPPrima
 
 std::string protocolOf(const std::string& url) { return url.starts_with("https:") ? "HTTPS" : "HTTP"; }
 
-std::string resultOf(const Attempt& attempt) {
-    switch (attempt.end) {
-    case AttemptEnd::Running:
-        return "not ended";
-    case AttemptEnd::Delivered:
-        return "delivered";
-    case AttemptEnd::Dropped:
-        return "delivered too late: other servers had been named meanwhile";
-    case AttemptEnd::Failed:
-        break;
-    }
-    return ResultEnum::describe(attempt.result);
-}
-
 /// Each text once, in order, joined.
 std::string listed(const std::vector<std::string>& texts, const char* separator) {
     std::string list;
@@ -186,6 +172,20 @@ void tellEnd(const Snapshot& downloads, const ValueView& before, FetchView& view
 }
 
 }  // namespace
+
+std::string resultOf(const Attempt& attempt) {
+    switch (attempt.end) {
+    case AttemptEnd::Running:
+        return "not ended";
+    case AttemptEnd::Delivered:
+        return "delivered";
+    case AttemptEnd::Dropped:
+        return "delivered too late: other servers had been named meanwhile";
+    case AttemptEnd::Failed:
+        break;
+    }
+    return ResultEnum::describe(attempt.result);
+}
 
 Snapshot since(Snapshot downloads, std::uint64_t cyclesBefore) {
     const std::uint64_t wanted = downloads.cyclesEver - cyclesBefore;

@@ -38,6 +38,9 @@ struct FetchView {
 ///        before anything was fetched. @param interrupted whether the wait for the end was given up.
 FetchView summarise(const DownloadJournal::Snapshot& downloads, const ValueView& before, bool interrupted);
 
+/// What came of an attempt, in a few words.
+std::string resultOf(const DownloadJournal::Attempt& attempt);
+
 /// The downloads of the cycles after the first so many.
 DownloadJournal::Snapshot since(DownloadJournal::Snapshot downloads, std::uint64_t cyclesBefore);
 

@@ -65,6 +65,11 @@ ChangeJournal::Snapshot ChangeJournal::since(std::uint64_t number) const {
     return snapshot;
 }
 
+std::uint64_t ChangeJournal::lastNumber() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return totals_.lastNumber;
+}
+
 JournalBatch ChangeJournal::picture() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     return {totals_.lastNumber, lastTime_, Cause::Start, allAnswers()};

@@ -56,6 +56,9 @@ public:
     /// The batches with a higher number, as far as they are kept. @param number 0: all.
     Snapshot since(std::uint64_t number) const;
 
+    /// The number of the newest batch ever; 0: there was none.
+    std::uint64_t lastNumber() const;
+
     /// A batch of Cause::Start with all that is defined now, numbered and dated as the newest batch.
     JournalBatch picture() const;
 

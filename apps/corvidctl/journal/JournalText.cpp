@@ -90,6 +90,10 @@ std::optional<system_clock::time_point> timeOf(const std::string& text) {
     return timeText(time) == text ? std::optional(time) : std::nullopt;
 }
 
+Json object(const JournalBatch& batch) { return toJson(batch); }
+
+Json object(const JournalBatch& batch, const JournalChange& change) { return flat(batch, change); }
+
 std::string line(const JournalBatch& batch) { return streamed(toJson(batch), Format::JsonLines); }
 
 std::optional<JournalBatch> batchOf(std::string_view line) {

@@ -7,6 +7,7 @@
 
 #include "journal/JournalBatch.h"
 #include "output/Format.h"
+#include "output/MachineText.h"
 
 /// Batches as scripts and journal files have them.
 namespace corvidctl::journaltext {
@@ -31,6 +32,12 @@ std::optional<JournalBatch> batchOf(std::string_view line);
 
 /// What stands before the first line of a stream; empty but for tab-separated lines.
 std::string headings(Format format);
+
+/// A batch, for an answer that holds more.
+Json object(const JournalBatch& batch);
+
+/// A change with the number, the time and the cause of its batch.
+Json object(const JournalBatch& batch, const JournalChange& change);
 
 /// A batch of a stream: an object on a line. Tab-separated: a line for each change.
 std::string batch(const JournalBatch& batch, Format format);

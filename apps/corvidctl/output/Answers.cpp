@@ -65,6 +65,8 @@ std::string request(const callcontrol::ServedRequest& request, Format format) {
     return streamed(toJson(request), format);
 }
 
+Json fetchObject(const FetchView& view) { return toJson(view); }
+
 std::string fetch(const FetchView& view, Format format) { return printed(toJson(view), format); }
 
 std::string provisioning(const ProvisioningView& view, Format format) {

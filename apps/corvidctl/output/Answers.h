@@ -30,6 +30,7 @@ std::string change(const ChangeView& view, Format format);
 std::string requestHeadings(Format format);
 std::string request(const callcontrol::ServedRequest& request, Format format);
 
+Json fetchObject(const FetchView& view);
 std::string fetch(const FetchView& view, Format format);
 
 /// Whether a link was taken, the keys that it set, and whether the command has reset a latch that was closed. Without a

@@ -154,6 +154,7 @@ StoreSources::StoreSources(const Places& places) : places_(places) {
     using namespace ConfigStoreConstants;
     addDocument(TFTP_OVERRIDE_CONFIG_STORE_NAME, places.configDirectory + "/" + TFTP_OVERRIDE_FILE_NAME);
     addLocalFile(LOCAL_FILE_STORE_NAME, places.configDirectory + "/" + LOCAL_FILE_CONFIG_STORE_FILE_NAME);
+    sources_[LOCAL_FILE_STORE_NAME].keysAtStart = sources_[LOCAL_FILE_STORE_NAME].keys;
     addCacheFiles();
     addBootstrapFile(places.bootstrapFile);
     addLocalFile(DEFAULT_CONFIG_STORE_FILE_NAME, places.installationDirectory + "/" + DEFAULT_CONFIG_STORE_FILE_NAME);
@@ -180,6 +181,18 @@ void StoreSources::noteFilesSetAside() {
             origin.setAside = shown(backupOf(origin.file));
         }
     }
+}
+
+void StoreSources::readOwnFilesAgain() {
+    std::erase_if(sources_, [](const auto& source) { return source.second.origin.isCached; });
+    addCacheFiles();
+    StoreSource& local = sources_[ConfigStoreConstants::LOCAL_FILE_STORE_NAME];
+    if (!local.origin.problem.empty() && !isThere(local.origin.file)) {
+        return;
+    }
+    const StoreSource before = std::move(local);
+    addLocalFile(ConfigStoreConstants::LOCAL_FILE_STORE_NAME, before.origin.file);
+    local.keysAtStart = before.keysAtStart;
 }
 
 const StoreSource& StoreSources::of(const std::string& store) {
@@ -211,7 +224,7 @@ std::vector<std::string> StoreSources::keptCopies() const {
 }
 
 StoreSource& StoreSources::add(const std::string& store, const std::string& file) {
-    StoreSource& source = sources_[store];
+    StoreSource& source = sources_[store] = StoreSource();
     source.origin.file = file;
     source.origin.shownFile = shown(file);
     source.origin.time = timeOf(file);

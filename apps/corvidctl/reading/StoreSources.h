@@ -58,6 +58,8 @@ struct StoreSource {
     std::map<std::wstring, KeySource, caseInsensitiveMapComparator> keys;
     /// What the file has outside any group, which gives no key; with its lines, from 1.
     std::map<std::wstring, std::vector<int>, caseInsensitiveMapComparator> lostLines;
+    /// Of a file that the client writes: what it had when it was read first.
+    std::map<std::wstring, KeySource, caseInsensitiveMapComparator> keysAtStart;
 };
 
 /// @param keys how many the store in the chain holds.
@@ -89,6 +91,10 @@ public:
 
     /// Notes which unreadable files the module has put aside: once it has been put in.
     void noteFilesSetAside();
+
+    /// Reads those files anew that the client writes while it runs: the user's own, and the kept copies. Of the others
+    /// it holds what they were at its start. A file that has been set aside keeps its problem until there is a new one.
+    void readOwnFilesAgain();
 
     /// @param store a name in the chain, in any case. @return one without a file for an unknown store, and a missing
     ///        file for a kept copy that has never been written; valid as long as this.

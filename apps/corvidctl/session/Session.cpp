@@ -36,9 +36,13 @@ bool Session::allIsOnDisk() {
     return complete;
 }
 
-bool Session::finish() {
+bool Session::persist() {
     host_.persistAll();
-    const bool complete = allIsOnDisk();
+    return allIsOnDisk();
+}
+
+bool Session::finish() {
+    const bool complete = persist();
     host_.stop();
     return complete;
 }

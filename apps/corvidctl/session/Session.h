@@ -32,6 +32,10 @@ public:
     /// Runs the work on the dispatcher thread and returns when it is done.
     void work(const std::function<void(Inside&)>& work);
 
+    /// Returns when every change so far has reached the disk. Not on the dispatcher thread.
+    /// @return false if something could not be written to disk.
+    bool persist();
+
     /// Ends when everything is on disk and everything is down.
     /// @return false if something could not be written to disk.
     bool finish();

@@ -79,6 +79,7 @@ DirectoryUse directoryUseOf(const Invocation& invocation) {
         {"reset-data", DirectoryUse::Changes},
         {"fetch", DirectoryUse::Fetches},
         {"watch", DirectoryUse::Stays},
+        {"inspect", DirectoryUse::Stays},
     });
     const auto* const found = std::find_if(uses.begin(), uses.end(),
                                            [&invocation](const auto& use) { return use.first == invocation.command; });

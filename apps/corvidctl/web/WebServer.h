@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -17,10 +18,18 @@ namespace corvidctl {
 class WebServer {
 public:
     struct Options {
-        std::uint16_t port = 0;                ///< 0: a free one
-        std::size_t streams = 16;              ///< pages that listen at once
-        std::size_t connections = 64;          ///< at once, the streams included
-        std::size_t requestBytes = 64 * 1024;  ///< of a request's body
+        std::uint16_t port = 0;                 ///< 0: a free one
+        std::size_t streams = 16;               ///< pages that listen at once
+        std::size_t connections = 64;           ///< at once, the streams included
+        std::size_t requestBytes = 64 * 1024;   ///< of a request's body
+        std::size_t headBytes = 8 * 1024;       ///< of what stands before it
+        std::size_t streamBytes = 1024 * 1024;  ///< that wait for one page
+
+        /// For a whole request from its first byte on, and once more for its answer.
+        std::chrono::milliseconds requestTime{5000};
+        std::chrono::milliseconds idleTime{5000};       ///< of a connection without a request
+        std::chrono::milliseconds goodbyeTime{1000};    ///< for a client that has been told the end, to go
+        std::chrono::milliseconds pingInterval{15000};  ///< a stream that is silent so long carries a comment
     };
 
     /// Listens, and serves from threads of its own. @param api must outlive this.

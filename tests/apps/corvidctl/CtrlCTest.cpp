@@ -31,6 +31,7 @@ const std::vector<Row> ROWS = {
     {"set A b", KILLED},
     {"unset OnlyMine", KILLED},
     {"watch", 0},
+    {"inspect", 0},
     {"fetch", 1},
     {"provision --reopen", KILLED},
     {"reset-data --yes", KILLED},
@@ -107,7 +108,7 @@ TEST_F(CtrlC, WaitsForNoModuleThatIsStillStarting) {
 }
 
 TEST_F(CtrlC, EndsWhateverWaitsForAServer) {
-    const std::vector<Row> rows = {{"fetch", 1}, {"watch", 0}};
+    const std::vector<Row> rows = {{"fetch", 1}, {"watch", 0}, {"inspect", 0}};
     for (const Row& row : rows) {
         const std::map<std::string, std::string> before = filesThatMatter();
         SilentServer server(address_, 8443);

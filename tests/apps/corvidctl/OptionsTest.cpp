@@ -22,7 +22,7 @@ TEST_F(Tool, HelpNamesEveryCommandAndGlobalOption) {
          {"get",          "list",          "explain",     "stores",    "set",    "unset",       "watch",
           "fetch",        "report",        "validate",    "serve",     "demo",   "provision",   "reset-data",
           "--config-dir", "--install-dir", "--bootstrap", "--ca-file", "--fips", "--log-level", "--log-file",
-          "--json",       "--reveal",      "--version",   "export"}) {
+          "--json",       "--reveal",      "--version",   "export",    "inspect"}) {
         EXPECT_THAT(ended.out, HasSubstr(word));
     }
 }

@@ -8,6 +8,7 @@
 
 #include "ServedTool.h"
 #include "cli/Definitions.h"
+#include "inspecting/InspectedClient.h"
 #include "support/WebClient.h"
 
 using nlohmann::json;
@@ -176,6 +177,49 @@ TEST_F(Schema, DescribesBatchesAndHistories) {
     }
     addAnswersOf({"history", "--journal", journal});
     addAnswersOf({"history", "--batch", "--journal", journal});
+    const support::Ended checked = check();
+    EXPECT_EQ(checked.status, 0) << checked.out << checked.error;
+}
+
+TEST_F(Schema, DescribesWhereTheInspectorIs) {
+    support::ChildProcess inspector(command({"--json", "inspect"}));
+    EXPECT_TRUE(inspector.waitForOutput("}\n"));
+    inspector.signal(SIGTERM);
+    add("inspect", "inspect", json::parse(inspector.wait().out));
+    const support::Ended checked = check();
+    EXPECT_EQ(checked.status, 0) << checked.out << checked.error;
+}
+
+TEST_F(Schema, DescribesWhatTheInspectorsPageIsTold) {
+    serve("12.5");
+    writeConfig("corvid-config-user.xml", "<c><g><Customize_Phone_Server>false</Customize_Phone_Server></g></c>");
+    writeConfig("corvidLocalConfig.xml", localFile({{"TFTPPrimaryServer", "192.0.2.1"}}));
+    corvidctl::Invocation invocation;
+    invocation.host.configDirectory = directory_.path("config");
+    invocation.host.installationDirectory = directory_.path("install");
+    invocation.host.bootstrapFilePath = directory_.path("install/bootstrap.properties");
+    invocation.host.caFile = directory_.path("ca.pem");
+    invocation.host.logLevel = 2;
+    InspectedClient client(invocation);
+    add("server before", "ApiServer", client.get("server"));
+    client.run();
+    client.waitForCycles(1);
+    add("set", "ApiWrite", client.post("set", {{"key", "A"}, {"value", "b"}}));
+    add("unset", "ApiWrite", client.post("unset", {{"key", "A"}}));
+    add("fetch", "ApiFetch", client.post("fetch", json::object(), 202));
+    add("about", "ApiAbout", client.get("about"));
+    add("keys", "ApiKeys", client.get("keys"));
+    add("explain", "Explanation", client.get("explain", {{"key", "DockedWindow"}}));
+    add("history", "ApiHistory", client.get("history", {{"key", "A"}}));
+    add("stores", "ApiStores", client.get("stores"));
+    add("batches", "ApiBatches", client.get("batches"));
+    add("problems", "ApiProblems", client.get("problems"));
+    add("nothing", "ApiFailure", client.get("nothing", {}, 404));
+    for (const corvidctl::ServerEvent& event : client.events()) {
+        if (event.name != "chain") {
+            add("event", event.name == "batch" ? "Batch" : "ApiServer", json::parse(event.json));
+        }
+    }
     const support::Ended checked = check();
     EXPECT_EQ(checked.status, 0) << checked.out << checked.error;
 }

@@ -55,6 +55,7 @@ const std::vector<Row> ROWS = {
     {"unset Nowhere", 0},
     {"unset", 2},
     {"watch --log-level 9", 2},
+    {"inspect --port 65536", 2},
     {"fetch", 1},
     {"fetch more", 2},
     {"provision --reopen", 0},
@@ -127,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(OfCommands, Statuses, testing::ValuesIn(ROWS), [](const
 
 TEST(StatusRows, AreThereForEveryCommand) {
     // What needs a server, or waits until it is interrupted, has its good end in tests of its own.
-    const std::set<std::string> waiting = {"fetch", "watch", "serve"};
+    const std::set<std::string> waiting = {"fetch", "watch", "inspect", "serve"};
     std::set<std::string> done = waiting;
     std::set<std::string> wrong;
     for (const Row& row : ROWS) {

@@ -41,6 +41,24 @@ DefinitionGroup serverCommands() {
              {{"watch", "Print every change"},
               {"-o jsonl watch 'Tele*'", "Print changes of some keys for a script, an object a line"},
               {"watch --batch --journal changes.jsonl", "Print what happens, when and why, and keep a journal of it"}}},
+            {"inspect",
+             "",
+             0,
+             0,
+             WordKind::None,
+             "Start the remote source and show the client in a browser, until interrupted",
+             "Serves a page to browsers of this machine: every key with its value and why it has it, the stores, the "
+             "servers, the changes as they come and what is wrong; values can be set and unset there. It prints one "
+             "link, which only this user should see, since whoever has it may read and change the configuration; "
+             "while --open starts the browser, others of this machine may see it in the list of processes. "
+             "Sensitive values are masked unless --reveal is given. Ctrl-C ends it with status 0.",
+             {{"--port", "N", "The port to listen on, at 127.0.0.1; 0 is a free one [0]", &Invocation::port,
+               WordKind::Text},
+              {"--open", "", "Open the page in the browser, too", &Invocation::open},
+              {"--journal", "FILE", "Add every batch of changes to a journal, as watch does", &Invocation::journal,
+               WordKind::File}},
+             {{"inspect --open", "Look at the configuration in the browser"},
+              {"--json inspect --port 8400", "Print the link for a script, on a port of one's own choice"}}},
             {"history",
              "[KEY|GLOB...]",
              0,

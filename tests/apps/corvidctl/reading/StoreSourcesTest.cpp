@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+
 #include "fakes/TemporaryDirectory.h"
 
 using namespace corvidctl;
@@ -245,6 +247,51 @@ TEST_F(Sources, NoteTheTransferThatDeliveredLast) {
     EXPECT_EQ(sources.of("TFTPConfigStore").origin.url, "http://second");
     EXPECT_EQ(sources.of("TFTPConfigStore").origin.time, StoreOrigin::Clock::time_point(20s));
     EXPECT_TRUE(sources.of("TFTPConfigStore").origin.isLive);
+}
+
+TEST_F(Sources, ReadAnewWhatTheClientWritesAndNothingElse) {
+    const std::string line = "<Corvid>\n<userConfig name=\"A\" value=\"1\"/>\n";
+    writeConfig("corvidLocalConfig.xml", line + "</Corvid>");
+    writeConfig("corvid-config-user.xml", "<c><g><A>1</A></g></c>");
+    writeConfig("Cache/cachedOld.xml", "<c><g><A>1</A></g></c>");
+    StoreSources sources = read();
+    writeConfig("corvidLocalConfig.xml", line + "<userConfig name=\"B\" value=\"1\"/>\n</Corvid>");
+    writeConfig("corvid-config-user.xml", "<c><g><B>1</B></g></c>");
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<c>\n<g>\n<B>1</B></g></c>");
+    std::filesystem::remove(directory_.path("config/Cache/cachedOld.xml"));
+    sources.readOwnFilesAgain();
+    EXPECT_EQ(lineOf(sources.of("LocalFileConfigStore"), L"B"), 3);
+    EXPECT_EQ(lineOf(sources.of("cachedTFTPConfigStore.xml"), L"B"), 3);
+    EXPECT_EQ(lineOf(sources.of("TftpOverrideConfigStore"), L"A"), 1);
+    EXPECT_EQ(lineOf(sources.of("TftpOverrideConfigStore"), L"B"), 0);
+    EXPECT_THAT(sources.keptCopies(), ElementsAre("cachedTFTPConfigStore.xml"));
+}
+
+TEST_F(Sources, KeepInMindWhatTheUsersFileHadAtTheStart) {
+    writeConfig("corvidLocalConfig.xml", "<Corvid>\n<userConfig name=\"A\" value=\"1\"/>\n</Corvid>");
+    StoreSources sources = read();
+    for (int reading = 0; reading < 2; ++reading) {
+        writeConfig("corvidLocalConfig.xml", "<Corvid/>");
+        sources.readOwnFilesAgain();
+        const StoreSource& source = sources.of("LocalFileConfigStore");
+        EXPECT_EQ(lineOf(source, L"A"), 0);
+        ASSERT_EQ(source.keysAtStart.count(L"a"), 1U);
+        EXPECT_EQ(source.keysAtStart.at(L"a").line, 2);
+    }
+}
+
+TEST_F(Sources, KeepTheProblemOfAFileThatWasSetAsideUntilThereIsAnother) {
+    writeConfig("corvidLocalConfig.xml", "<broken");
+    StoreSources sources = read();
+    std::filesystem::rename(directory_.path("config/corvidLocalConfig.xml"),
+                            directory_.path("config/corvidLocalConfig-backup.xml"));
+    sources.noteFilesSetAside();
+    sources.readOwnFilesAgain();
+    EXPECT_THAT(sources.of("LocalFileConfigStore").origin.problem, HasSubstr("not well-formed"));
+    EXPECT_EQ(sources.of("LocalFileConfigStore").origin.setAside, "corvidLocalConfig-backup.xml");
+    writeConfig("corvidLocalConfig.xml", "<Corvid/>");
+    sources.readOwnFilesAgain();
+    EXPECT_EQ(sources.of("LocalFileConfigStore").origin.problem, "");
 }
 
 TEST(StateOfAStore, IsWhatItsFileAndItsKeysSay) {

@@ -21,19 +21,22 @@ def strict(schema, definitions):
     if not isinstance(schema, dict):
         return schema
     if "$ref" in schema and "properties" in schema:
-        schema = joined(definitions[schema["$ref"].removeprefix("#/$defs/")], schema)
+        schema = joined(schema, definitions)
     result = {name: strict(value, definitions) for name, value in schema.items()}
     if isinstance(schema.get("properties"), dict) and "type" in schema:
         result["additionalProperties"] = False
     return result
 
 
-def joined(base, addition):
+def joined(schema, definitions):
     """An object of a base's properties and further ones, which stand beside the reference to the base."""
+    if "$ref" not in schema:
+        return schema
+    base = joined(definitions[schema["$ref"].removeprefix("#/$defs/")], definitions)
     return {
         "type": "object",
-        "properties": {**base["properties"], **addition["properties"]},
-        "required": base["required"] + addition.get("required", []),
+        "properties": {**base["properties"], **schema["properties"]},
+        "required": base["required"] + schema.get("required", []),
     }
 
 

@@ -1,0 +1,185 @@
+#include "inspecting/Inspector.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "explaining/ExplanationAnswers.h"
+#include "inspecting/ApiRequests.h"
+#include "inspecting/WriteRemarks.h"
+#include "journal/JournalText.h"
+#include "quill/StringUtils.h"
+#include "reading/KeyNames.h"
+
+namespace corvidctl {
+
+namespace {
+
+constexpr int OK = 200;
+constexpr int ACCEPTED = 202;
+constexpr int BAD_REQUEST = 400;
+constexpr int NOT_FOUND = 404;
+constexpr int NOT_ALLOWED = 405;
+constexpr int FAILED = 500;
+
+ApiAnswer answerOf(int status, const Json& json) { return {status, streamed(json, Format::JsonLines)}; }
+
+ApiAnswer failure(int status, const std::string& sentence) { return answerOf(status, {{"error", sentence}}); }
+
+/// True if there were batches after the one of this number that are kept no more, or if it was none of this run.
+bool isTooLate(const ChangeJournal::Snapshot& snapshot, std::uint64_t lastId) {
+    return lastId > snapshot.lastNumber || (!snapshot.batches.empty() && snapshot.batches.front().number > lastId + 1);
+}
+
+}  // namespace
+
+struct Inspector::Route {
+    const char* method;
+    const char* path;
+    Handler handler;
+    int status;
+};
+
+const std::vector<Inspector::Route>& Inspector::routes() {
+    static const std::vector<Route> routes = {
+        {"GET", "about", &Inspector::about, OK},        {"GET", "keys", &Inspector::keys, OK},
+        {"GET", "explain", &Inspector::explain, OK},    {"GET", "history", &Inspector::history, OK},
+        {"GET", "stores", &Inspector::stores, OK},      {"GET", "batches", &Inspector::batches, OK},
+        {"GET", "server", &Inspector::server, OK},      {"GET", "problems", &Inspector::problems, OK},
+        {"POST", "set", &Inspector::set, OK},           {"POST", "unset", &Inspector::unset, OK},
+        {"POST", "fetch", &Inspector::fetch, ACCEPTED},
+    };
+    return routes;
+}
+
+Inspector::Inspector(const Invocation& invocation, Interruption& interruption, ChangeJournal& journal,
+                     EventOutlet& outlet)
+    : configDirectory_(invocation.host.configDirectory),
+      reveal_(invocation.reveal),
+      journal_(journal),
+      news_(interruption, outlet),
+      client_(invocation, interruption, journal, [this] { news_.chainHasChanged(); }),
+      look_(client_, configDirectory_, reveal_),
+      writes_(client_, configDirectory_) {}
+
+ApiAnswer Inspector::answer(const ApiRequest& request) {
+    const auto isAt = [&request](const Route& route) { return route.path == request.path; };
+    const auto route = std::find_if(routes().begin(), routes().end(), isAt);
+    if (route == routes().end()) {
+        return failure(NOT_FOUND, "There is nothing at /api/" + request.path + ".");
+    }
+    if (route->method != request.method) {
+        return failure(NOT_ALLOWED, "/api/" + request.path + " is asked with " + route->method + ".");
+    }
+    try {
+        return answerOf(route->status, (this->*route->handler)(request));
+    } catch (const BadRequest& problem) {
+        return failure(BAD_REQUEST, problem.what());
+    } catch (const std::exception& problem) {
+        return failure(FAILED, std::string("The client could not answer: ") + problem.what() + ".");
+    }
+}
+
+std::vector<ServerEvent> Inspector::eventsSince(std::uint64_t lastId) {
+    std::vector<ServerEvent> events = {eventOf("server", answers::server(look_.server())),
+                                       eventOf("chain", Json::object())};
+    if (lastId == 0) {
+        return events;
+    }
+    const ChangeJournal::Snapshot missed = journal_.since(lastId);
+    if (isTooLate(missed, lastId)) {
+        events.push_back(eventOf("reload", Json::object()));
+        return events;
+    }
+    for (const JournalBatch& batch : missed.batches) {
+        events.push_back(eventOf("batch", journaltext::object(batch), batch.number));
+    }
+    return events;
+}
+
+void Inspector::run() {
+    client_.startRemote();
+    news_.tell(client_, look_);
+}
+
+Json Inspector::about(const ApiRequest&) {
+    return {{"version", CORVID_VERSION},
+            {"configDirectory", configDirectory_},
+            {"reveal", reveal_},
+            {"process", getpid()},
+            {"started", journaltext::timeText(started_)}};
+}
+
+Json Inspector::keys(const ApiRequest&) {
+    const KeyList list = look_.keys();
+    StoreSources sources = client_.files().now(client_.downloads());
+    KeyTimes times(journal_.since(0).batches, sources);
+    return answers::keys(list, times);
+}
+
+Json Inspector::explain(const ApiRequest& request) { return answers::explanationObject(look_.explain(keyIn(request))); }
+
+Json Inspector::history(const ApiRequest& request) {
+    const std::string key = keyIn(request);
+    const std::wstring name = KeyNames().currentName(QuillCoreUtils::toWideString(key));
+    Json changes = Json::array();
+    for (const JournalBatch& batch : journal_.since(0).batches) {
+        for (const JournalChange& change : batch.changes) {
+            const bool isOfKey =
+                QuillCoreUtils::caseInsensitiveStringEquals(QuillCoreUtils::toWideString(change.key), name);
+            if (isOfKey && batch.cause != Cause::Start) {
+                changes.push_back(journaltext::object(batch, change));
+            }
+        }
+    }
+    return {{"changes", std::move(changes)}};
+}
+
+Json Inspector::stores(const ApiRequest&) {
+    Json stores = Json::array();
+    for (const ClientLook::Store& store : look_.stores()) {
+        Json json = answers::storeObject(store.report);
+        json["winsOver"] = store.winsOver;
+        stores.push_back(std::move(json));
+    }
+    return {{"stores", std::move(stores)}};
+}
+
+Json Inspector::batches(const ApiRequest& request) {
+    const ChangeJournal::Snapshot snapshot = journal_.since(sinceIn(request));
+    Json batches = Json::array();
+    for (const JournalBatch& batch : snapshot.batches) {
+        batches.push_back(journaltext::object(batch));
+    }
+    return {{"last", snapshot.lastNumber},
+            {"droppedBatches", snapshot.droppedBatches},
+            {"droppedChanges", snapshot.droppedChanges},
+            {"batches", std::move(batches)}};
+}
+
+Json Inspector::server(const ApiRequest&) { return answers::server(look_.server()); }
+
+Json Inspector::problems(const ApiRequest&) { return answers::problems(problemsOf(look_.problems())); }
+
+Json Inspector::set(const ApiRequest& request) {
+    const WriteRequest wanted = storeRequestIn(request);
+    return writeAnswer(writes_.store(wanted.key, wanted.value));
+}
+
+Json Inspector::unset(const ApiRequest& request) { return writeAnswer(writes_.erase(eraseRequestIn(request).key)); }
+
+Json Inspector::writeAnswer(const UserWriteView& view) {
+    news_.chainHasChanged();  // a value that does not win is news, too
+    Json json = answers::userWriteObject(view);
+    json["remarks"] = remarksOn(view, configDirectory_, reveal_);
+    return json;
+}
+
+Json Inspector::fetch(const ApiRequest&) {
+    client_.fetchAgain();
+    return {{"settled", false}};
+}
+
+}  // namespace corvidctl

@@ -1,0 +1,73 @@
+#!/usr/bin/python3
+"""
+How long the inspector's page takes to show 10,000 keys: the median of seven navigations, in milliseconds.
+
+    benchmarks/first_paint.py [build/release/bin/corvidctl]
+
+From the navigation's start to the first contentful paint, to the first paint with rows in the table, and to the end of
+all that begins with the page (the stream is open, and every view's data is read). One warm browser, no proxy; aim: rows
+in less than a second.
+"""
+
+import pathlib
+import statistics
+import sys
+import tempfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(ROOT / "tests" / "page"))
+
+from support.browser import Browser  # noqa: E402
+from support.profile import Profile  # noqa: E402
+from support.tools import Inspector  # noqa: E402
+
+# Two frames after the rows were put into the document they have been painted.
+MARK_PAINTED_ROWS = """
+new PerformanceObserver((list) => {
+  if (!window.rowsPainted && document.querySelector('.grid-row')) {
+    window.rowsPainted = true;
+    requestAnimationFrame(() => requestAnimationFrame(() => performance.mark('rows-painted')));
+  }
+}).observe({type: 'mark'});
+"""
+
+TIMES = """
+const times = (name) => performance.getEntriesByName(name).map((entry) => entry.startTime)[0];
+const ends = performance.getEntriesByType('resource').filter((entry) => !entry.name.endsWith('/events'))
+    .map((entry) => entry.responseEnd);
+return [times('first-contentful-paint'), times('rows-painted'), Math.max(...ends)];
+"""
+
+
+IS_ALL_READ = """
+const read = performance.getEntriesByType('resource').map(({name}) => name.replace(/.*[/]api[/]|[?].*/g, ''));
+return performance.getEntriesByName('rows-painted').length > 0
+    && ['about', 'keys', 'stores', 'batches', 'server', 'problems'].every((part) => read.includes(part));
+"""
+
+
+def measure(browser, link):
+    browser.driver.get("about:blank")
+    browser.driver.get(link)
+    browser.wait(lambda: browser.driver.execute_script(IS_ALL_READ))
+    return browser.driver.execute_script(TIMES)
+
+
+def main():
+    tool = str(pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build/release/bin/corvidctl").resolve())
+    with tempfile.TemporaryDirectory() as folder, Browser(patience=120) as browser:
+        profile = Profile(pathlib.Path(folder) / "profile")
+        profile.write_many(10000)
+        inspector = Inspector(tool, profile)
+        try:
+            browser.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": MARK_PAINTED_ROWS})
+            runs = [measure(browser, inspector.link) for _ in range(7)]
+        finally:
+            inspector.stop()
+    for name, values in zip(("first paint", "rows painted", "all read"), zip(*runs)):
+        print(f"{name:14} {statistics.median(values):6.0f} ms   ({min(values):.0f} to {max(values):.0f})")
+
+
+if __name__ == "__main__":
+    main()

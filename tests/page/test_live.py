@@ -1,0 +1,82 @@
+"""Changes as they come."""
+
+
+def set_value(page, key, value):
+    """Sets a value as another page would."""
+    page.script("""return fetch('/api/set', {method: 'POST', headers: {'Content-Type': 'application/json'},
+        body: JSON.stringify({key: arguments[0], value: arguments[1]})}).then((answer) => answer.status)""", key, value)
+
+
+def test_a_change_comes_in_its_batch_with_its_cause(open_page):
+    page = open_page("#live")
+    set_value(page, "DockedWindow", "seen")
+    page.wait_for_text(".batch", "DockedWindow")
+    assert page.texts(".batch:first-child .cause") == ["set"]
+    assert page.texts(".batch:first-child tbody .long") == ["false → seen"]
+
+
+def test_the_newest_batch_is_above(open_page):
+    page = open_page("#live")
+    for value in ("one", "two", "three"):
+        set_value(page, "DockedWindow", value)
+    page.wait(lambda: page.texts(".batch:first-child tbody .long") == ["two → three"])
+    page.driver.refresh()
+    page.wait(lambda: page.texts(".batch:first-child tbody .long") == ["two → three"])
+
+
+def test_paused_changes_wait(open_page):
+    page = open_page("#live")
+    set_value(page, "DockedWindow", "one")
+    page.wait_for_text(".batch:first-child", "false → one")
+    page.click_text("#view-live button", "Pause")
+    set_value(page, "DockedWindow", "two")
+    page.wait_for_texts("#view-live [aria-pressed]", ["Go on (1 waiting)"])
+    assert "two" not in page.text(".batches")
+    page.click_text("#view-live button", "Go on (1 waiting)")
+    page.wait_for_text(".batch:first-child", "one → two")
+
+
+def test_changes_are_filtered_by_text_and_cause(open_page):
+    page = open_page("#live")
+    set_value(page, "DockedWindow", "one")
+    set_value(page, "OtherKey", "two")
+    page.wait_for_text(".batches", "OtherKey")
+    page.type("#live-filter", "docked")
+    page.wait(lambda: "OtherKey" not in page.text(".batches"))
+    assert "DockedWindow" in page.text(".batches")
+    page.type("#live-filter", "no such thing")
+    page.wait_for_texts("#view-live .empty", ["No change is like that."])
+    page.type("#live-filter", " ")
+    page.click("#live-cause option[value=set]")
+    page.type("#live-filter", "two")
+    page.wait(lambda: set(page.texts(".batch .cause")) == {"set"})
+
+
+def test_a_key_of_a_change_can_be_opened(open_page):
+    page = open_page("#live")
+    set_value(page, "DockedWindow", "one")
+    page.wait_for_text(".batches", "DockedWindow")
+    page.click_text(".batch a", "DockedWindow")
+    page.wait_for_texts(".detail h2", ["DockedWindow"])
+
+
+def test_a_large_batch_is_shown_in_parts(profile, serve, open_page):
+    serve({f"Key{index:04}": "1" for index in range(700)})
+    page = open_page("#live")
+    page.wait_for_texts(".batch button", ["Show more (681)"])
+    page.click_text(".batch button", "Show more (681)")
+    page.wait_for_texts(".batch button", ["Show more (181)"])
+    page.wait(lambda: page.script("return document.querySelectorAll('.batch tbody tr').length") > 500)
+
+
+def test_a_hidden_page_gives_its_stream_back_and_catches_up(start, open_page):
+    inspector = start()
+    page = open_page("#live", inspector)
+    visibility = """Object.defineProperty(document, 'hidden', {value: arguments[0], configurable: true});
+        document.dispatchEvent(new Event('visibilitychange'));"""
+    page.script(visibility, True)
+    page.wait_for_texts("#connection", ["Connecting"])
+    set_value(page, "DockedWindow", "meanwhile")
+    page.script(visibility, False)
+    page.wait_for_texts("#connection", ["Connected"])
+    page.wait_for_text(".batch:first-child", "false → meanwhile")

@@ -1,0 +1,25 @@
+"""What is wrong, or may surprise."""
+
+
+def test_a_waiting_value_is_named_with_its_key(open_page):
+    page = open_page("#problems")
+    page.wait_for_text(".problems", "telemetryenabled")
+    assert "User’s values that wait behind another store" in page.text(".problems h2")
+    page.click_text(".problem a", "telemetryenabled")
+    page.wait_for_texts(".detail h2", ["telemetryenabled"])
+
+
+def test_an_unreadable_file_is_named_with_its_line(profile, open_page):
+    (profile.directory / "config" / "corvid-config-user.xml").write_text("<config>\n<A>\n</config>\n")
+    page = open_page("#problems")
+    page.wait_for_text(".problems h2", "Unreadable files")
+    assert "corvid-config-user.xml:3" in page.text(".problem[data-severity=error]")
+
+
+def test_the_tab_counts_the_problems_and_follows_them(open_page):
+    page = open_page("#keys/telemetryenabled")
+    page.wait_for_texts("#tab-problems .number", ["2"])
+    page.wait(lambda: page.texts(".stack tbody tr"))
+    page.click_text(".user-value button", "Erase")
+    page.wait_for_texts("#tab-problems .number", ["1"])
+    assert page.find("#tab-problems").get_attribute("aria-label") == "Problems, 1"
