@@ -171,6 +171,12 @@ Client::~Client() {
     factory_->clear();
 }
 
+void Client::useTransport(std::shared_ptr<platform::HttpTransport> transport) {
+    platform::World world = *platform::getWorld();
+    world.httpTransport = std::move(transport);
+    platform::setWorld(std::make_shared<platform::World>(world));
+}
+
 void Client::settle() {
     while (dispatcher_->runAll() + tasks_->runAll() > 0) {
     }

@@ -9,6 +9,7 @@
 #include "fakes/HandSteppedDispatcher.h"
 #include "fakes/HandSteppedTaskDispatcher.h"
 #include "fakes/RecordingLogSink.h"
+#include "http/HttpTransport.h"
 #include "impl/system/SystemServiceImpl.h"
 #include "system/World.h"
 #include "unified/UnifiedFactory.h"
@@ -87,8 +88,13 @@ public:
 
     ConfigFeatureSet& featureSet() { return *featureSet_; }
 
-private:
+    /// Who downloads files from here on.
+    void useTransport(std::shared_ptr<platform::HttpTransport> transport);
+
+    /// Runs everything that waits to be run.
     void settle();
+
+private:
     int stateOf(const std::wstring& prefix);
 
     struct ScopedPlace {

@@ -162,7 +162,7 @@ bool tracingIsAllowed(Trial& trial) {
 }
 
 TEST(FailingCalls, LeaveTheFileOldOrNewAndTheValueInMemoryForTheNextPersist) {
-    Trial trial("fail", "calls", 1);
+    Trial trial("fail", "calls");
     if (!tracingIsAllowed(trial)) {
         GTEST_SKIP() << "this system does not let processes be traced";
     }
@@ -184,7 +184,7 @@ bool isKept(const Scene& scene, const std::string& bytes) {
 }
 
 TEST(FailingCalls, OfAStartLoseNoByteOfTheUsersFile) {
-    Trial trial("fail-at-start", "calls", 1);
+    Trial trial("fail-at-start", "calls");
     if (!tracingIsAllowed(trial)) {
         GTEST_SKIP() << "this system does not let processes be traced";
     }

@@ -106,7 +106,7 @@ private:
 };
 
 TEST(KillsAtCalls, LeaveEachFileAsItWasOrAsItWasToBeAndSoDoKillsOfTheRecovery) {
-    Trial trial("kill-at-call", "calls", 1);
+    Trial trial("kill-at-call", "calls");
     CallByCall calls(trial);
     if (!calls.isAllowed()) {
         trial.remark("skipped: this system does not let processes be traced");

@@ -155,7 +155,7 @@ private:
 TEST(RandomKills, LeaveEachFileAsItWasOrAsItWasToBe) {
     const fakes::TemporaryDirectory directory;
     const Scene scene(directory.path());
-    Trial trial("kill", "rounds", 200);
+    Trial trial("kill", "rounds", 200, 20000);
     KilledClient client(trial, scene);
     while (trial.nextRound()) {
         client.round();

@@ -19,12 +19,12 @@ std::string setting(const char* name) {
 
 }  // namespace
 
-Trial::Trial(std::string name, std::string unit, std::uint64_t shortRounds)
+Trial::Trial(std::string name, std::string unit, std::uint64_t shortRounds, std::uint64_t longRounds)
     : name_(std::move(name)),
       unit_(std::move(unit)),
       seed_(support::seedOfThisRun()),
       random_(seed_),
-      rounds_(shortRounds) {
+      rounds_(isLong() ? longRounds : shortRounds) {
     testing::Test::RecordProperty("seed", std::to_string(seed_));
     if (const std::string rounds = setting("CORVID_TORTURE_ROUNDS"); !rounds.empty()) {
         rounds_ = std::stoull(rounds);

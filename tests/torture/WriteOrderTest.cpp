@@ -72,7 +72,7 @@ protected:
 
     const fakes::TemporaryDirectory directory_;
     const Scene scene_{directory_.path()};
-    Trial trial_{"order", "writes", 1};
+    Trial trial_{"order", "writes"};
 };
 
 TEST_F(WriteOrder, IsSyncRenameSyncOnEveryWayToTheDisk) {
