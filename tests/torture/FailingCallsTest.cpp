@@ -17,24 +17,24 @@ namespace {
 constexpr int stateBefore = 3;
 constexpr int stateAfter = 4;
 
-/// What a process finds when its calls fail, as its exit status.
-enum Verdict : int {
-    fine = 0,
-    untold = 1,     ///< the file is the old one and no line of the log says so
-    forgotten = 2,  ///< the value is not in memory
-    unwritten = 3,  ///< the next persist has not written it
-    tornFile = 4,   ///< a file is neither the old one nor the new one
-    elsewhere = 5,  ///< another file has changed
-};
+/// What a process finds when its calls fail, as its exit status; a sanitizer that finds something gives 1.
+enum Verdict : int { fine = 0, untold = 10, forgotten, unwritten, tornFile, elsewhere };
 
 const char* nameOfVerdict(int verdict) {
-    constexpr const char* names[] = {"fine",
-                                     "the file is the old one, and no line of the log says so",
-                                     "the value is not in memory",
-                                     "the next persist has not written the value",
-                                     "a file is neither the old one nor the new one",
-                                     "another file has changed"};
-    return verdict >= 0 && verdict < static_cast<int>(std::size(names)) ? names[verdict] : "the process has died";
+    switch (verdict) {
+    case untold:
+        return "the file is the old one, and no line of the log says so";
+    case forgotten:
+        return "the value is not in memory";
+    case unwritten:
+        return "the next persist has not written the value";
+    case tornFile:
+        return "a file is neither the old one nor the new one";
+    case elsewhere:
+        return "another file has changed";
+    default:
+        return "the process has died";
+    }
 }
 
 struct Failure {
@@ -116,7 +116,8 @@ public:
     /// @param wanted about how many tries of a quick run.
     void tryAllFailures(std::uint64_t wanted) {
         scene_.copyFrom(old_);
-        const std::vector<Call> calls = runTraced([this] { return tryDeed(scene_, deed_, false); }, {}, true).calls;
+        const std::vector<Call> calls =
+            runTraced(scene_.folder(), [this] { return tryDeed(scene_, deed_, false); }, {}).calls;
         const std::vector<Failure> failures = allFailures();
         for (std::size_t call = 0; call < calls.size() && !trial_.hasLost(); ++call) {
             for (const Failure& failure : failures) {
@@ -136,7 +137,8 @@ private:
         for (std::size_t later = call; failure.fault.times > 1 && later < calls.size(); ++later) {
             mayBeSilent = mayBeSilent || isOpeningOfATemporary(calls[later]);
         }
-        const Traced traced = runTraced([&] { return tryDeed(scene_, deed_, mayBeSilent); }, failure.fault);
+        const Traced traced = runTraced(
+            scene_.folder(), [&] { return tryDeed(scene_, deed_, mayBeSilent); }, failure.fault);
         trial_.tried();
         if (traced.status != fine) {
             trial_.lost(std::string(nameOf(deed_)) + ", " + failure.name + " at call " + std::to_string(call) + ", " +
@@ -154,7 +156,7 @@ private:
 };
 
 bool tracingIsAllowed(Trial& trial) {
-    const bool isAllowed = runTraced([] { return 0; }, {}).allowed;
+    const bool isAllowed = runTraced("/", [] { return 0; }, {}).allowed;
     if (!isAllowed) {
         trial.remark("skipped: this system does not let processes be traced");
     }
@@ -200,13 +202,13 @@ TEST(FailingCalls, OfAStartLoseNoByteOfTheUsersFile) {
         return 0;
     };
     scene.copyFrom(old);
-    const std::vector<Call> calls = runTraced(start, {}, true).calls;
+    const std::vector<Call> calls = runTraced(scene.folder(), start, {}).calls;
     for (std::size_t call = 0; call < calls.size(); ++call) {
         for (Failure failure : allFailures()) {
             if (failure.fault.kind == Fault::Kind::Fail && trial.picks(60, calls.size() * 14)) {
                 scene.copyFrom(old);
                 failure.fault.at = call;
-                const Traced traced = runTraced(start, failure.fault);
+                const Traced traced = runTraced(scene.folder(), start, failure.fault);
                 trial.tried();
                 if (traced.status != 0 || !isKept(scene, bytes)) {
                     trial.lost(failure.name + " at call " + std::to_string(call) + " of a start, " + calls[call].name +

@@ -46,14 +46,16 @@ public:
     explicit CallByCall(Trial& trial) : trial_(trial) { writeOldFiles(old_); }
 
     bool isAllowed() const {
-        return runTraced([] { return 0; }, {}).allowed;
+        return runTraced("/", [] { return 0; }, {}).allowed;
     }
 
     void killDuring(Deed deed) {
         bool cameTo = true;
         for (std::size_t call = 0; cameTo && !trial_.hasLost(); ++call) {
             scene_.copyFrom(old_);
-            cameTo = runTraced([&] { return startAndPerform(scene_, deed); }, killAt(call)).faultCame;
+            cameTo = runTraced(
+                         scene_.folder(), [&] { return startAndPerform(scene_, deed); }, killAt(call))
+                         .faultCame;
             trial_.tried();
             const States found = States::of(scene_);
             const std::string wrong = neitherOldNorNew(found, allOld, after(allOld, deed, newState));
@@ -72,13 +74,14 @@ private:
     /// Of the files as they are now: a recovery from the same files goes the same way.
     void killDuringRecovery(const States& found) {
         killed_.copyFrom(scene_);
-        const std::size_t all = runTraced([&] { return recover(scene_); }, {}).calls.size();
+        const std::size_t all = runTraced(scene_.folder(), [&] { return recover(scene_); }, {}).calls.size();
         for (std::size_t call = 0; call <= all && !trial_.hasLost(); ++call) {
             if (!trial_.picks(1, all)) {
                 continue;
             }
             scene_.copyFrom(killed_);
-            runTraced([&] { return recover(scene_); }, killAt(call));
+            runTraced(
+                scene_.folder(), [&] { return recover(scene_); }, killAt(call));
             trial_.tried();
             expectRecovered(found, "recovery killed at call " + std::to_string(call));
         }

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <utility>
@@ -154,10 +155,7 @@ private:
     int status_ = -1;
 };
 
-Call described(const Tracee& tracee, const FileCall& call, const user_regs_struct& registers, bool readPaths) {
-    if (!readPaths) {
-        return {call.name, "", ""};
-    }
+Call described(const Tracee& tracee, const FileCall& call, const user_regs_struct& registers) {
     switch (call.names) {
     case Names::Path:
         return {call.name, tracee.textAt(registers.rdi), ""};
@@ -179,7 +177,8 @@ Call described(const Tracee& tracee, const FileCall& call, const user_regs_struc
 /// Follows a process from call to call and does to it what the fault says.
 class Watch {
 public:
-    Watch(Tracee& tracee, const Fault& fault, bool readPaths) : tracee_(tracee), fault_(fault), readPaths_(readPaths) {}
+    Watch(Tracee& tracee, const std::string& folder, const Fault& fault)
+        : tracee_(tracee), folder_(folder), resolvedFolder_(std::filesystem::weakly_canonical(folder)), fault_(fault) {}
 
     Traced run() {
         traced_.allowed = true;
@@ -207,8 +206,12 @@ private:
         if (!counts_ || call == fileCalls().end()) {
             return;
         }
+        Call made = described(tracee_, call->second, tracee_.registers());
+        if (!made.path.starts_with(folder_) && !made.path.starts_with(resolvedFolder_)) {
+            return;
+        }
         const std::size_t index = traced_.calls.size();
-        traced_.calls.push_back(described(tracee_, call->second, tracee_.registers(), readPaths_));
+        traced_.calls.push_back(std::move(made));
         if (index > moreCallsThanAnyoneNeeds) {
             traced_.wentOnForEver = true;
             tracee_.kill();
@@ -251,8 +254,9 @@ private:
     }
 
     Tracee& tracee_;
+    const std::string folder_;
+    const std::string resolvedFolder_;  ///< as descriptors tell it
     const Fault fault_;
-    const bool readPaths_;
     bool enters_ = false;
     bool counts_ = false;
     bool isFailing_ = false;
@@ -262,7 +266,7 @@ private:
 
 }  // namespace
 
-Traced runTraced(const std::function<int()>& body, const Fault& fault, bool readPaths) {
+Traced runTraced(const std::string& folder, const std::function<int()>& body, const Fault& fault) {
     const pid_t child = fork();
     if (child == 0) {
         if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
@@ -275,7 +279,7 @@ Traced runTraced(const std::function<int()>& body, const Fault& fault, bool read
     if (!tracee.attach()) {
         return {};
     }
-    return Watch(tracee, fault, readPaths).run();
+    return Watch(tracee, folder, fault).run();
 }
 
 void markBegin() { getpriority(PRIO_PROCESS, beginMark); }
@@ -284,7 +288,7 @@ void markEnd() { getpriority(PRIO_PROCESS, endMark); }
 
 #else
 
-Traced runTraced(const std::function<int()>&, const Fault&, bool) { return {}; }
+Traced runTraced(const std::string&, const std::function<int()>&, const Fault&) { return {}; }
 
 void markBegin() {}
 

@@ -11,11 +11,11 @@ namespace torture {
 /// One system call on files, as it was about to be made.
 struct Call {
     std::string name;
-    std::string path;    ///< of the first path, or of the descriptor; relative to nothing in particular
+    std::string path;    ///< the first, or that of the descriptor
     std::string target;  ///< of a rename
 };
 
-/// What is done to the calls on files between markBegin() and markEnd(), which count from 0.
+/// What is done to the calls on the watched files between markBegin() and markEnd(), which count from 0.
 struct Fault {
     enum class Kind {
         None,
@@ -42,7 +42,8 @@ struct Traced {
 
 /// Runs the body in a process of its own and stops at each of its system calls. Only the body's first thread is
 /// watched. x86-64 only; elsewhere nothing is allowed.
-Traced runTraced(const std::function<int()>& body, const Fault& fault, bool readPaths = false);
+/// @param folder only calls on it and on what is below it count: a sanitizer makes calls of its own on other files.
+Traced runTraced(const std::string& folder, const std::function<int()>& body, const Fault& fault);
 
 /// In the body: the calls between these two count.
 void markBegin();

@@ -48,7 +48,7 @@ std::string disorder(const std::vector<Call>& calls, const std::string& file) {
 class WriteOrder : public testing::Test {
 protected:
     void expectOrder(const std::string& what, const std::string& file, const std::function<int()>& body) {
-        const Traced traced = runTraced(body, {}, true);
+        const Traced traced = runTraced(scene_.folder(), body, {});
         if (!traced.allowed) {
             trial_.remark("skipped: this system does not let processes be traced");
             GTEST_SKIP() << "this system does not let processes be traced";
