@@ -6,6 +6,7 @@
 #include "Tracer.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
+#include "simulation/Sanitized.h"
 
 namespace torture {
 namespace {
@@ -52,6 +53,9 @@ public:
     void killDuring(Deed deed) {
         bool cameTo = true;
         for (std::size_t call = 0; cameTo && !trial_.hasLost(); ++call) {
+            if (!trial_.picks(simulation::sequences(10), 10)) {
+                continue;
+            }
             scene_.copyFrom(old_);
             cameTo = runTraced(
                          scene_.folder(), [&] { return startAndPerform(scene_, deed); }, killAt(call))

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <utility>
 
+#include "simulation/Sanitized.h"
 #include "support/Seed.h"
 
 namespace torture {
@@ -24,7 +25,7 @@ Trial::Trial(std::string name, std::string unit, std::uint64_t shortRounds, std:
       unit_(std::move(unit)),
       seed_(support::seedOfThisRun()),
       random_(seed_),
-      rounds_(isLong() ? longRounds : shortRounds) {
+      rounds_(isLong() ? longRounds : simulation::sequences(shortRounds)) {
     testing::Test::RecordProperty("seed", std::to_string(seed_));
     if (const std::string rounds = setting("CORVID_TORTURE_ROUNDS"); !rounds.empty()) {
         rounds_ = std::stoull(rounds);

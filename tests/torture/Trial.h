@@ -16,8 +16,8 @@ namespace torture {
 ///   CORVID_TORTURE_KEEP     folder in which the files of what was lost are kept
 class Trial {
 public:
-    /// @param name of the row. @param unit what is counted. @param shortRounds for a quick run. @param longRounds for a
-    /// long one of which nothing else is said.
+    /// @param name of the row. @param unit what is counted. @param shortRounds for a quick run, a tenth of them where a
+    /// sanitizer makes each one dear. @param longRounds for a long one of which nothing else is said.
     Trial(std::string name, std::string unit, std::uint64_t shortRounds = 1, std::uint64_t longRounds = 1);
 
     /// Writes the row, if there is a table.
