@@ -66,6 +66,10 @@ public:
     ///        copied). It gets the permissions of an existing destination, 0600 for a new one.
     static bool replaceFileDurably(const std::string& finishedSibling, const std::string& destination);
 
+    /// Removes the siblings of a destination that processes left which died in the midst of one of these operations. The
+    /// next operation on the destination would do so too. A failure is not told.
+    static void removeStaleSiblings(const std::string& destination);
+
     /// Reads a whole regular file as bytes. False if it cannot be read or is no regular file; contents is empty then.
     static bool readFile(const std::string& path, std::string& contents);
 

@@ -183,6 +183,13 @@ int putInPlace(const std::string& sibling, const std::string& to) {
     return error;
 }
 
+void removeSiblingsLeftBeside(const std::string& to) {
+    std::string destination;
+    if (resolveLinks(to, destination) == 0) {
+        SiblingFile(destination).removeStaleSiblings();
+    }
+}
+
 int moveOver(const std::string& from, const std::string& to, bool failIfExists) {
     struct stat status {};
     if (lstat(from.c_str(), &status) != 0) {

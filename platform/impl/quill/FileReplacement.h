@@ -24,6 +24,9 @@ int writeOver(const std::string& to, const std::string& contents);
 /// Puts a finished sibling in a destination's place, as FileUtils::replaceFileDurably says.
 int putInPlace(const std::string& sibling, const std::string& to);
 
+/// Removes what dead processes left beside a destination, as FileUtils::removeStaleSiblings says.
+void removeSiblingsLeftBeside(const std::string& to);
+
 /// Renames a file or a link, as FileUtils::moveFile says.
 int moveOver(const std::string& from, const std::string& to, bool failIfExists);
 

@@ -135,6 +135,8 @@ bool FileUtils::replaceFileDurably(const std::string& finishedSibling, const std
                      "move " + quotedPair(finishedSibling, destination));
 }
 
+void FileUtils::removeStaleSiblings(const std::string& destination) { removeSiblingsLeftBeside(destination); }
+
 bool FileUtils::readFile(const std::string& path, std::string& contents) {
     contents.clear();
     const bool done = succeeded(readRegularFile(path, contents), "readFile", "read " + quoted(path));

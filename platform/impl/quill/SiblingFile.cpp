@@ -71,9 +71,11 @@ bool tryLock(int file, bool withoutLocks) {
     return errno != EWOULDBLOCK && withoutLocks;
 }
 
+/// False if the file was removed since it was opened. One that cannot be looked at counts as there: whoever takes it
+/// for removed makes another, and another, as long as that lasts.
 bool hasName(int file) {
     struct stat status {};
-    return fstat(file, &status) == 0 && status.st_nlink > 0;
+    return fstat(file, &status) != 0 || status.st_nlink > 0;
 }
 
 std::string nextNumbers() {

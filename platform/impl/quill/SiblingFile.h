@@ -26,6 +26,9 @@ public:
     /// Removes what dead processes left beside the destination, and makes the file.
     int create();
 
+    /// The first half of create().
+    void removeStaleSiblings() const;
+
     int append(std::string_view bytes);
 
     /// Appends all that can be read from an open file.
@@ -38,7 +41,6 @@ public:
     int get() const { return file_->get(); }
 
 private:
-    void removeStaleSiblings() const;
     int createUnder(const std::string& path);
 
     const std::string destination_;

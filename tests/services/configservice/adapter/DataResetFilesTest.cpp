@@ -59,7 +59,7 @@ TEST_F(DataResetFiles, OfTheInstallationStayWhateverTheirCaseAndTheirFolder) {
 TEST_F(DataResetFiles, OfTheUserGoWhateverTheirExtension) {
     const std::vector<std::string> names = {
         "corvidLocalConfig.xml",
-        ".corvidLocalConfig.xml.temp",
+        ".corvidLocalConfig.xml.temp~",
         "corvidLocalConfig-backup.xml",
         "Cache/cachedServer.xml",
         "Cache/cachedServer.xml~",

@@ -142,10 +142,23 @@ TEST_F(LocalFileReading, SetsAnInvalidFileAsideForAReadOnlyStoreToo) {
     EXPECT_EQ(read("local-backup.xml"), "not xml");
 }
 
-TEST_F(LocalFileReading, ReplacesAnOlderBackup) {
-    write("local-backup.xml", "old");
-    contents("not xml");
-    EXPECT_EQ(read("local-backup.xml"), "not xml");
+TEST_F(LocalFileReading, KeepsEachEarlierBackupUnderANumber) {
+    for (const std::string invalid : {"first", "second", "third"}) {
+        contents(invalid);
+    }
+    EXPECT_EQ(read("local-backup.xml"), "third");
+    EXPECT_EQ(read("local-backup-1.xml"), "first");
+    EXPECT_EQ(read("local-backup-2.xml"), "second");
+    EXPECT_THAT(linesOf(log_, LOCAL_FILE_STORE),
+                testing::Contains(Line{3, LOCAL_FILE_STORE, "readFromFile",
+                                       "earlier backup file is kept as: " + path("local-backup-2.xml")}));
+}
+
+TEST_F(LocalFileReading, LeavesAnInvalidFileWhereItIsIfAnEarlierBackupCannotBeKept) {
+    std::filesystem::create_directory(path("local-backup.xml"));
+    EXPECT_EQ(contents("not xml"), Map{});
+    EXPECT_EQ(read("local.xml"), "not xml");
+    EXPECT_TRUE(std::filesystem::is_directory(path("local-backup.xml")));
 }
 
 TEST_F(LocalFileReading, WritesANewFileAfterAnInvalidOne) {

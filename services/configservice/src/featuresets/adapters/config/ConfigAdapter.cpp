@@ -10,6 +10,7 @@
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
 #include "remote/DownloadJournal.h"
+#include "stores/StaleTemporaries.h"
 
 namespace {
 
@@ -50,6 +51,7 @@ ConfigAdapter::ConfigAdapter(const std::shared_ptr<UnifiedFactory>& factory)
           ConfigStoreConstants::BDI_CONNECTION_USERNAME_STRING, ConfigStoreConstants::BDI_CONNECTION_USERDN_STRING}) {
         ConfigAdapter::setKeySensitive(key);
     }
+    StaleTemporaries::remove();
     addInitialConfigStores();
     addInMemoryStore();
     if (getNumCacheStores() > 0) {

@@ -30,6 +30,24 @@ std::string backupNameOf(const std::string& fileName) {
     return fileName.substr(0, fileName.rfind('.')) + "-backup.xml";
 }
 
+/// Gives a backup that is there the first free name "-backup-1.xml", "-backup-2.xml" and so on.
+/// @return false if it would be lost.
+bool keepEarlierBackup(const std::string& path) {
+    if (!FileUtils::fileExists(path)) {
+        return true;
+    }
+    const std::string stem = path.substr(0, path.rfind('.'));
+    std::string kept;
+    for (int number = 1; kept.empty() || FileUtils::fileExists(kept); ++number) {
+        kept = stem + "-" + std::to_string(number) + ".xml";
+    }
+    if (FileUtils::moveFile(path, kept, true) != 0) {
+        return false;
+    }
+    TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile", "earlier backup file is kept as: " + kept);
+    return true;
+}
+
 void writeEntry(XmlFileWriter& writer, const std::wstring& key, const std::wstring& value) {
     const XmlText name = toXmlText(key);
     const XmlText text = toXmlText(value);
@@ -201,7 +219,7 @@ void LocalFileConfigStore::setInvalidFileAside() {
     TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
               "contents of invalid xml with string length: " + std::to_string(contents.length()) + "\n" + contents);
     const std::string backupPath = directory_ + backupName;
-    if (FileUtils::moveFile(filePath(), backupPath, false) != 0) {
+    if (!keepEarlierBackup(backupPath) || FileUtils::moveFile(filePath(), backupPath, false) != 0) {
         TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
                   L"error creating backup file: " + QuillCoreUtils::toWideString(backupPath));
     }

@@ -62,7 +62,9 @@ public:
     void takeOverValues(LocalFileConfigStore& replaced);
 
     /// Adds the file's entries to the values that are there; the first entry of a key stays. A file that is no
-    /// well-formed document is moved aside: its name's last extension becomes "-backup.xml".
+    /// well-formed document is moved aside: its name's last extension becomes "-backup.xml". A backup of that name that
+    /// is there already becomes
+    /// "-backup-1.xml", or the first higher number that is free.
     /// @return false if there is no file.
     bool readFromFile();
 

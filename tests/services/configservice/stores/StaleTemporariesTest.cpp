@@ -1,0 +1,55 @@
+#include "stores/StaleTemporaries.h"
+
+#include <filesystem>
+
+#include "StoreTestSupport.h"
+
+namespace storetests {
+namespace {
+
+using StaleTemporariesOfTheDead = StoreTest;
+
+TEST_F(StaleTemporariesOfTheDead, AreRemovedBesideTheUsersFileAndInTheCache) {
+    const std::vector<std::string> stale = {"config/.corvidLocalConfig.xml.temp",
+                                            "config/.corvidLocalConfig.xml.4711.3.new",
+                                            "config/Cache/cachedServer.xml.temp"};
+    for (const std::string& file : stale) {
+        write(file, "half a docum");
+    }
+    StaleTemporaries::remove();
+    for (const std::string& file : stale) {
+        EXPECT_FALSE(world_.directory().exists(file)) << file;
+    }
+    EXPECT_THAT(log_->lines(), testing::IsEmpty());
+}
+
+TEST_F(StaleTemporariesOfTheDead, AreTheModulesOwnOnly) {
+    const std::vector<std::string> others = {
+        "config/corvidLocalConfig.xml", "config/Cache/cachedServer.xml", "config/notes.temp",
+        "config/Cache/notes.temp",      "config/.other.xml.4711.3.new",  "config/.corvidLocalConfig.xml.mine.new"};
+    for (const std::string& file : others) {
+        write(file, "text");
+    }
+    StaleTemporaries::remove();
+    for (const std::string& file : others) {
+        EXPECT_EQ(read(file), "text") << file;
+    }
+}
+
+TEST_F(StaleTemporariesOfTheDead, AreNotLookedForBehindALinkInTheCache) {
+    write("elsewhere/cachedServer.xml.temp", "text");
+    std::filesystem::create_directories(path("config/Cache"));
+    std::filesystem::create_directory_symlink(path("elsewhere"), path("config/Cache/folder"));
+    StaleTemporaries::remove();
+    EXPECT_EQ(read("elsewhere/cachedServer.xml.temp"), "text");
+}
+
+TEST_F(StaleTemporariesOfTheDead, AreToldOfWhereTheyCannotBeRemoved) {
+    std::filesystem::create_directories(path("config/.corvidLocalConfig.xml.temp"));
+    StaleTemporaries::remove();
+    EXPECT_THAT(log_->texts(3), testing::ElementsAre("cannot remove [" + path("config/.corvidLocalConfig.xml.temp") +
+                                                     "]: Is a directory"));
+}
+
+}  // namespace
+}  // namespace storetests

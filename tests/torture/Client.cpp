@@ -1,0 +1,295 @@
+#include "Client.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <utility>
+
+#include "ConfigAdapter.h"
+#include "ConfigServiceImpl.h"
+#include "InjectConfigService.h"
+#include "fakes/ScriptedStore.h"
+#include "quill/StringUtils.h"
+#include "stores/CacheConfigStore.h"
+#include "stores/LocalFileConfigStore.h"
+
+namespace torture {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int keysOfAState = 8;
+
+std::wstring paddingOf(int state) { return std::wstring(static_cast<std::size_t>(state % 7) * 900, L'p'); }
+
+std::vector<std::string> filesBelow(const std::string& folder) {
+    std::vector<std::string> files;
+    std::error_code missing;
+    for (const auto& entry : fs::recursive_directory_iterator(folder, missing)) {
+        if (!entry.is_directory()) {
+            files.push_back(entry.path().string());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+bool isTemporary(const std::string& path) { return path.ends_with(".temp") || path.ends_with(".new"); }
+
+std::string contentsOf(const std::string& path) {
+    std::ostringstream contents;
+    contents << std::ifstream(path, std::ios::binary).rdbuf();
+    return contents.str();
+}
+
+/// The one state whose every key a store holds.
+template <class Ask>
+int oneState(const std::wstring& prefix, const Ask& ask) {
+    std::vector<std::wstring> values;
+    for (int number = 0; number < keysOfAState; ++number) {
+        std::wstring value;
+        if (ask(prefix + std::to_wstring(number), value)) {
+            values.push_back(value);
+        }
+    }
+    std::wstring padding;
+    const bool isPadded = ask(prefix + L"padding", padding);
+    if (values.empty() && !isPadded) {
+        return States::none;
+    }
+    const bool isWhole = isPadded && values.size() == keysOfAState &&
+                         std::adjacent_find(values.begin(), values.end(), std::not_equal_to<>()) == values.end();
+    const int state = isWhole ? QuillCoreUtils::toInt(values.front(), States::torn) : States::torn;
+    return state != States::torn && padding == paddingOf(state) ? state : States::torn;
+}
+
+std::map<std::wstring, std::wstring> valuesOf(const std::wstring& prefix, int state) {
+    std::map<std::wstring, std::wstring> values;
+    for (int number = 0; number < keysOfAState; ++number) {
+        values[prefix + std::to_wstring(number)] = std::to_wstring(state);
+    }
+    values[prefix + L"padding"] = paddingOf(state);
+    return values;
+}
+
+int stateOfStore(ConfigStore& store, const std::wstring& prefix) {
+    return oneState(prefix, [&](const std::wstring& key, std::wstring& value) { return store.getValue(key, value); });
+}
+
+int stateOfCache(const std::string& path, const std::wstring& key) {
+    std::wstring value;
+    CacheConfigStore store("cache", 240, path);
+    return store.getValue(key, value) ? QuillCoreUtils::toInt(value, States::torn)
+                                      : (store.getKeys().empty() && !fs::exists(path) ? States::none : States::torn);
+}
+
+}  // namespace
+
+Scene::Scene(std::string folder) : folder_(std::move(folder)) {
+    fs::create_directories(config());
+    fs::create_directories(install());
+}
+
+void Scene::copyFrom(const Scene& other) const {
+    fs::remove_all(config());
+    fs::copy(other.config(), config(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+}
+
+std::string Scene::fingerprint() const {
+    std::string print;
+    for (const std::string& path : filesBelow(config())) {
+        std::string name = path.substr(config().size());
+        if (isTemporary(name)) {
+            std::replace_if(
+                name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
+        }
+        print += name + "\n" + contentsOf(path) + "\n";
+    }
+    return print;
+}
+
+std::vector<std::string> Scene::temporaries() const {
+    std::vector<std::string> paths = filesBelow(config());
+    std::erase_if(paths, [](const std::string& path) { return !isTemporary(path); });
+    return paths;
+}
+
+std::vector<std::string> Scene::backups() const {
+    std::vector<std::string> paths = filesBelow(config());
+    std::erase_if(paths, [](const std::string& path) { return path.find("-backup") == std::string::npos; });
+    return paths;
+}
+
+States States::of(const Scene& scene) {
+    States states;
+    LocalFileConfigStore local("files", 20, scene.config(), "corvidLocalConfig.xml", false, true);
+    states.user = stateOfStore(local, L"user");
+    if (fs::exists(scene.serverFile())) {
+        CacheConfigStore server("files", 240, scene.serverFile());
+        states.server = stateOfStore(server, L"server");
+    }
+    states.link = stateOfCache(scene.linkFile(), L"ServicesDomain");
+    return states;
+}
+
+std::string States::text() const {
+    return "user " + std::to_string(user) + ", server " + std::to_string(server) + ", link " + std::to_string(link);
+}
+
+Client::ScopedPlace::ScopedPlace(const Scene& scene) {
+    platform::World world;
+    world.configDirectory = scene.config();
+    world.installationDirectory = scene.install();
+    world.bootstrapFilePath = scene.install() + "/bootstrap.properties";
+    platform::setWorld(std::make_shared<platform::World>(world));
+}
+
+Client::ScopedPlace::~ScopedPlace() { platform::setWorld(std::make_shared<platform::World>()); }
+
+Client::Client(const Scene& scene)
+    : place_(scene),
+      systemService_(std::make_shared<SystemServiceImpl>()),
+      dispatcher_(std::make_shared<fakes::HandSteppedDispatcher>()),
+      tasks_(std::make_shared<fakes::HandSteppedTaskDispatcher>()),
+      factory_(std::make_shared<UnifiedFactory>(dispatcher_, tasks_)) {
+    factory_->setService<SystemService>(7, systemService_);
+    InjectConfigService(factory_);
+    featureSet_ = factory_->getFeatureSet<ConfigFeatureSet>();
+    factory_->getFeatureSetAdapter(CONFIG_SERVICE_ID)->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    settle();
+}
+
+Client::~Client() {
+    const auto adapter = factory_->getFeatureSetAdapter(CONFIG_SERVICE_ID);
+    adapter->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    settle();
+    adapter->Destroy();
+    systemService_->resetDataProvider()->clear();
+    factory_->clear();
+}
+
+void Client::useTransport(std::shared_ptr<platform::HttpTransport> transport) {
+    platform::World world = *platform::getWorld();
+    world.httpTransport = std::move(transport);
+    platform::setWorld(std::make_shared<platform::World>(world));
+}
+
+void Client::settle() {
+    while (dispatcher_->runAll() + tasks_->runAll() > 0) {
+    }
+}
+
+void Client::setUser(int state) {
+    featureSet_->setConfig(valuesOf(L"user", state));
+    settle();
+}
+
+void Client::touchUser() {
+    static int touches = 0;
+    featureSet_->setConfig(L"touched", std::to_wstring(++touches));
+    settle();
+}
+
+void Client::joinServer(int state) {
+    const auto store = std::make_shared<fakes::ScriptedStore>("Server", 300);
+    store->readOnly().remote().cached();
+    for (const auto& [key, value] : valuesOf(L"server", state)) {
+        store->with(key, value);
+    }
+    featureSet_->addConfigStore(store);
+    settle();
+}
+
+void Client::takeLink(int state) {
+    featureSet_->resetAllowUriProvisioningData();
+    featureSet_->setUrlProvisioningData(L"corvid://setup?ServicesDomain=" + std::to_wstring(state));
+    settle();
+}
+
+void Client::resetData() {
+    std::dynamic_pointer_cast<ConfigAdapter>(factory_->getFeatureSetAdapter(CONFIG_SERVICE_ID))->InvokeResetData();
+    settle();
+}
+
+int Client::stateOf(const std::wstring& prefix) {
+    return oneState(prefix, [this](const std::wstring& key, std::wstring& value) {
+        return featureSet_->getConfig(key, value, false);
+    });
+}
+
+States Client::answers() {
+    States states;
+    states.user = stateOf(L"user");
+    states.server = stateOf(L"server");
+    std::wstring value;
+    states.link = featureSet_->getConfig(L"ServicesDomain", value, false) ? QuillCoreUtils::toInt(value, States::torn)
+                                                                          : States::none;
+    return states;
+}
+
+std::size_t Client::complaints() { return log().texts(2).size() + log().texts(3).size(); }
+
+const char* nameOf(Deed deed) {
+    switch (deed) {
+    case Deed::SetUser:
+        return "persist";
+    case Deed::JoinServer:
+        return "cache write";
+    case Deed::TakeLink:
+        return "provisioning link";
+    case Deed::ResetData:
+        break;
+    }
+    return "data reset";
+}
+
+void perform(Client& client, Deed deed, int state) {
+    switch (deed) {
+    case Deed::SetUser:
+        client.setUser(state);
+        break;
+    case Deed::JoinServer:
+        client.joinServer(state);
+        break;
+    case Deed::TakeLink:
+        client.takeLink(state);
+        break;
+    case Deed::ResetData:
+        client.resetData();
+        break;
+    }
+}
+
+States after(const States& before, Deed deed, int state) {
+    States states = before;
+    switch (deed) {
+    case Deed::SetUser:
+        states.user = state;
+        break;
+    case Deed::JoinServer:
+        states.server = state;
+        break;
+    case Deed::TakeLink:
+        states.link = state;
+        break;
+    case Deed::ResetData:
+        states.user = States::none;
+        states.server = States::none;
+        break;
+    }
+    return states;
+}
+
+std::string neitherOldNorNew(const States& found, const States& before, const States& after) {
+    const auto isEither = [](int value, int one, int other) { return value == one || value == other; };
+    if (isEither(found.user, before.user, after.user) && isEither(found.server, before.server, after.server) &&
+        isEither(found.link, before.link, after.link)) {
+        return "";
+    }
+    return "found " + found.text() + "; before " + before.text() + "; after " + after.text();
+}
+
+}  // namespace torture

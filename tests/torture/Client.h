@@ -1,0 +1,130 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ConfigFeatureSet.h"
+#include "ConfigService.h"
+#include "fakes/HandSteppedDispatcher.h"
+#include "fakes/HandSteppedTaskDispatcher.h"
+#include "fakes/RecordingLogSink.h"
+#include "http/HttpTransport.h"
+#include "impl/system/SystemServiceImpl.h"
+#include "system/World.h"
+#include "unified/UnifiedFactory.h"
+
+namespace torture {
+
+/// A folder with the directories of one client, "config" and "install".
+class Scene {
+public:
+    explicit Scene(std::string folder);
+
+    const std::string& folder() const { return folder_; }
+    std::string config() const { return folder_ + "/config"; }
+    std::string install() const { return folder_ + "/install"; }
+    std::string localFile() const { return config() + "/corvidLocalConfig.xml"; }
+    std::string serverFile() const { return config() + "/Cache/cachedServer.xml"; }
+    std::string linkFile() const { return config() + "/Cache/cachedUrlProvisioningConfigStore.xml"; }
+
+    /// Makes the directories what they are in another scene.
+    void copyFrom(const Scene& other) const;
+
+    /// What is there: every name below "config" with its contents; digits in names of temporaries read 0.
+    std::string fingerprint() const;
+
+    /// Paths of temporary files below "config".
+    std::vector<std::string> temporaries() const;
+
+    /// Paths of the files that were set aside.
+    std::vector<std::string> backups() const;
+
+private:
+    const std::string folder_;
+};
+
+/// The states that the files of a scene are in.
+struct States {
+    static constexpr int none = -1;  ///< there is no such file, or nothing of ours in it
+    static constexpr int torn = -2;  ///< no one whole state
+
+    int user = none;
+    int server = none;
+    int link = none;
+
+    bool operator==(const States&) const = default;
+
+    /// Reads the files with the stores of the module.
+    static States of(const Scene& scene);
+
+    std::string text() const;
+};
+
+/// The whole module on a scene's directories, as a host starts it, on the caller's thread alone. One at a time.
+class Client {
+public:
+    explicit Client(const Scene& scene);
+
+    /// Stops and destroys the feature set and clears the factory.
+    ~Client();
+
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+
+    /// What a client does to its files; each returns when everything is written that is going to be.
+    void setUser(int state);
+    void touchUser();
+    void joinServer(int state);
+    void takeLink(int state);
+    void resetData();
+
+    /// What the module answers; States::none if nothing.
+    States answers();
+
+    /// Lines of level 2 and 3 since the last clear().
+    fakes::RecordingLogSink& log() { return *log_.operator->(); }
+    std::size_t complaints();
+
+    ConfigFeatureSet& featureSet() { return *featureSet_; }
+
+    /// Who downloads files from here on.
+    void useTransport(std::shared_ptr<platform::HttpTransport> transport);
+
+    /// Runs everything that waits to be run.
+    void settle();
+
+private:
+    int stateOf(const std::wstring& prefix);
+
+    struct ScopedPlace {
+        explicit ScopedPlace(const Scene& scene);
+        ~ScopedPlace();
+    };
+
+    const ScopedPlace place_;
+    fakes::ScopedRecordingLog log_{4};
+    const std::shared_ptr<SystemServiceImpl> systemService_;
+    const std::shared_ptr<fakes::HandSteppedDispatcher> dispatcher_;
+    const std::shared_ptr<fakes::HandSteppedTaskDispatcher> tasks_;
+    const std::shared_ptr<UnifiedFactory> factory_;
+    std::shared_ptr<ConfigFeatureSet> featureSet_;
+};
+
+/// Something that a client does to its files.
+enum class Deed { SetUser, JoinServer, TakeLink, ResetData };
+
+constexpr Deed allDeeds[] = {Deed::SetUser, Deed::JoinServer, Deed::TakeLink, Deed::ResetData};
+
+const char* nameOf(Deed deed);
+
+/// Has a client do it. @param state the number that the files hold afterwards.
+void perform(Client& client, Deed deed, int state);
+
+/// What the files hold after it.
+States after(const States& before, Deed deed, int state);
+
+/// Empty if each file is the old or the new one; else what is wrong.
+std::string neitherOldNorNew(const States& found, const States& before, const States& after);
+
+}  // namespace torture

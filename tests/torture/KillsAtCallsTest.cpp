@@ -1,0 +1,128 @@
+#include <functional>
+#include <set>
+#include <string>
+
+#include "Client.h"
+#include "Tracer.h"
+#include "Trial.h"
+#include "fakes/TemporaryDirectory.h"
+#include "simulation/Sanitized.h"
+
+namespace torture {
+namespace {
+
+constexpr int oldState = 3;
+constexpr int newState = 4;
+constexpr int nextState = 5;
+
+/// A client's files, all of them in the old state.
+void writeOldFiles(const Scene& scene) {
+    Client client(scene);
+    client.takeLink(oldState);
+    client.joinServer(oldState);
+    client.setUser(oldState);
+}
+
+int startAndPerform(const Scene& scene, Deed deed) {
+    Client client(scene);
+    markBegin();
+    perform(client, deed, newState);
+    markEnd();
+    return 0;
+}
+
+int recover(const Scene& scene) {
+    markBegin();
+    Client client(scene);
+    client.setUser(nextState);
+    markEnd();
+    return 0;
+}
+
+constexpr Fault killAt(std::size_t call) { return {Fault::Kind::Kill, call, 1, 0}; }
+
+/// Kills a client at each call of a deed, and the next one at each call of its recovery.
+class CallByCall {
+public:
+    explicit CallByCall(Trial& trial) : trial_(trial) { writeOldFiles(old_); }
+
+    bool isAllowed() const {
+        return runTraced("/", [] { return 0; }, {}).allowed;
+    }
+
+    void killDuring(Deed deed) {
+        bool cameTo = true;
+        for (std::size_t call = 0; cameTo && !trial_.hasLost(); ++call) {
+            if (!trial_.picks(simulation::sequences(10), 10)) {
+                continue;
+            }
+            scene_.copyFrom(old_);
+            cameTo = runTraced(
+                         scene_.folder(), [&] { return startAndPerform(scene_, deed); }, killAt(call))
+                         .faultCame;
+            trial_.tried();
+            const States found = States::of(scene_);
+            const std::string wrong = neitherOldNorNew(found, allOld, after(allOld, deed, newState));
+            if (!wrong.empty()) {
+                trial_.lost(std::string(nameOf(deed)) + ", killed at call " + std::to_string(call) + ": " + wrong,
+                            scene_.folder());
+            } else if (seen_.insert(scene_.fingerprint()).second) {
+                killDuringRecovery(found);
+            }
+        }
+    }
+
+private:
+    static constexpr States allOld{oldState, oldState, oldState};
+
+    /// Of the files as they are now: a recovery from the same files goes the same way.
+    void killDuringRecovery(const States& found) {
+        killed_.copyFrom(scene_);
+        const std::size_t all = runTraced(scene_.folder(), [&] { return recover(scene_); }, {}).calls.size();
+        for (std::size_t call = 0; call <= all && !trial_.hasLost(); ++call) {
+            if (!trial_.picks(1, all)) {
+                continue;
+            }
+            scene_.copyFrom(killed_);
+            runTraced(
+                scene_.folder(), [&] { return recover(scene_); }, killAt(call));
+            trial_.tried();
+            expectRecovered(found, "recovery killed at call " + std::to_string(call));
+        }
+        scene_.copyFrom(killed_);
+    }
+
+    void expectRecovered(const States& found, const std::string& what) {
+        const std::string wrong = neitherOldNorNew(States::of(scene_), found, after(found, Deed::SetUser, nextState));
+        if (!wrong.empty() || !scene_.backups().empty()) {
+            trial_.lost(what + ": " + wrong, scene_.folder());
+            return;
+        }
+        const Client client(scene_);
+        if (!scene_.temporaries().empty()) {
+            trial_.lost(what + ", left over after the next start: " + scene_.temporaries().front(), scene_.folder());
+        }
+    }
+
+    Trial& trial_;
+    const fakes::TemporaryDirectory directory_;
+    const Scene old_{directory_.path("old")};
+    const Scene scene_{directory_.path("scene")};
+    const Scene killed_{directory_.path("killed")};
+    std::set<std::string> seen_;
+};
+
+TEST(KillsAtCalls, LeaveEachFileAsItWasOrAsItWasToBeAndSoDoKillsOfTheRecovery) {
+    Trial trial("kill-at-call", "calls");
+    CallByCall calls(trial);
+    if (!calls.isAllowed()) {
+        trial.remark("skipped: this system does not let processes be traced");
+        GTEST_SKIP() << "this system does not let processes be traced";
+    }
+    for (const Deed deed : allDeeds) {
+        calls.killDuring(deed);
+    }
+}
+
+}  // namespace
+}  // namespace torture

@@ -1,0 +1,166 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <vector>
+
+#include "Client.h"
+#include "Trial.h"
+#include "fakes/TemporaryDirectory.h"
+
+namespace torture {
+namespace {
+
+struct Step {
+    Deed deed;
+    int state;
+};
+
+/// A process that starts a client, lets it take its steps and acknowledges the start and each step by a byte.
+class Stepper {
+public:
+    Stepper(const Scene& scene, const std::vector<Step>& steps) {
+        EXPECT_EQ(pipe(acknowledgements_), 0);
+        child_ = fork();
+        if (child_ == 0) {
+            close(acknowledgements_[0]);
+            takeSteps(scene, steps);
+        }
+        close(acknowledgements_[1]);
+    }
+
+    ~Stepper() {
+        if (child_ > 0) {
+            killNow();
+        }
+        close(acknowledgements_[0]);
+    }
+
+    Stepper(const Stepper&) = delete;
+    Stepper& operator=(const Stepper&) = delete;
+
+    /// Waits for so many acknowledgements.
+    void await(std::size_t count) {
+        while (acknowledged_ < count && readOne()) {
+        }
+    }
+
+    /// @return how many were acknowledged before the end.
+    std::size_t killNow() {
+        ::kill(child_, SIGKILL);
+        waitpid(child_, nullptr, 0);
+        child_ = -1;
+        while (readOne()) {
+        }
+        return acknowledged_;
+    }
+
+private:
+    [[noreturn]] void takeSteps(const Scene& scene, const std::vector<Step>& steps) const {
+        Client client(scene);
+        acknowledge();
+        for (const Step& step : steps) {
+            perform(client, step.deed, step.state);
+            acknowledge();
+        }
+        for (;;) {
+            pause();
+        }
+    }
+
+    void acknowledge() const {
+        if (::write(acknowledgements_[1], "+", 1) != 1) {
+            _exit(1);
+        }
+    }
+
+    bool readOne() {
+        char mark = 0;
+        const bool isThere = ::read(acknowledgements_[0], &mark, 1) == 1;
+        acknowledged_ += isThere ? 1 : 0;
+        return isThere;
+    }
+
+    pid_t child_ = -1;
+    int acknowledgements_[2] = {-1, -1};
+    std::size_t acknowledged_ = 0;
+};
+
+/// Looks at the clock until so much time has passed: a sleep would end at moments of the system's choosing.
+void passTime(std::chrono::microseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end) {
+    }
+}
+
+Deed randomDeed(Trial& trial) {
+    constexpr Deed deeds[] = {Deed::SetUser,    Deed::SetUser,  Deed::SetUser,
+                              Deed::JoinServer, Deed::TakeLink, Deed::ResetData};
+    return deeds[trial.below(std::size(deeds))];
+}
+
+/// One client that is killed over and over, and whose files live on.
+class KilledClient {
+public:
+    KilledClient(Trial& trial, const Scene& scene) : trial_(trial), scene_(scene) {}
+
+    void round() {
+        std::vector<Step> steps(1 + trial_.below(5));
+        for (Step& step : steps) {
+            step = {randomDeed(trial_), ++lastState_};
+        }
+        Stepper stepper(scene_, steps);
+        stepper.await(trial_.below(steps.size() + 1));
+        passTime(std::chrono::microseconds(trial_.below(3000)));
+        compare(steps, stepper.killNow());
+    }
+
+private:
+    void compare(const std::vector<Step>& steps, std::size_t acknowledged) {
+        const std::size_t done = acknowledged == 0 ? 0 : acknowledged - 1;
+        for (std::size_t index = 0; index < done; ++index) {
+            files_ = after(files_, steps[index].deed, steps[index].state);
+        }
+        const bool wasAtOne = acknowledged > 0 && done < steps.size();
+        const States next = wasAtOne ? after(files_, steps[done].deed, steps[done].state) : files_;
+        const States found = States::of(scene_);
+        trial_.tried();
+        const std::string wrong = neitherOldNorNew(found, files_, next);
+        if (!wrong.empty()) {
+            trial_.lost(wrong, scene_.folder());
+        }
+        files_ = found;
+        restart();
+    }
+
+    void restart() {
+        Client client(scene_);
+        if (!(States::of(scene_) == files_) || client.answers().user != files_.user ||
+            client.answers().link != files_.link || !scene_.backups().empty()) {
+            trial_.lost("the next start finds " + client.answers().text() + " in files of " + files_.text(),
+                        scene_.folder());
+        }
+        if (!scene_.temporaries().empty()) {
+            trial_.lost("left over after the next start: " + scene_.temporaries().front(), scene_.folder());
+        }
+    }
+
+    Trial& trial_;
+    const Scene& scene_;
+    States files_;
+    int lastState_ = 0;
+};
+
+TEST(RandomKills, LeaveEachFileAsItWasOrAsItWasToBe) {
+    const fakes::TemporaryDirectory directory;
+    const Scene scene(directory.path());
+    Trial trial("kill", "rounds", 200, 20000);
+    KilledClient client(trial, scene);
+    while (trial.nextRound()) {
+        client.round();
+    }
+}
+
+}  // namespace
+}  // namespace torture

@@ -1,0 +1,299 @@
+#include "Tracer.h"
+
+#include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <sys/user.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <filesystem>
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace torture {
+
+#if defined(__x86_64__)
+
+namespace {
+
+// Priorities of processes that cannot exist: calls without an effect that a tracer can tell from all others.
+constexpr id_t beginMark = 0x7C0B0001;
+constexpr id_t endMark = 0x7C0B0002;
+
+constexpr std::size_t moreCallsThanAnyoneNeeds = 20000;
+
+enum class Names { Path, Descriptor, PathAt, TwoPaths, TwoPathsAt };
+
+struct FileCall {
+    const char* name;
+    Names names;
+};
+
+const std::map<long, FileCall>& fileCalls() {
+    static const std::map<long, FileCall> calls = {
+        {SYS_open, {"open", Names::Path}},
+        {SYS_openat, {"openat", Names::PathAt}},
+        {SYS_creat, {"creat", Names::Path}},
+        {SYS_close, {"close", Names::Descriptor}},
+        {SYS_read, {"read", Names::Descriptor}},
+        {SYS_pread64, {"pread64", Names::Descriptor}},
+        {SYS_readv, {"readv", Names::Descriptor}},
+        {SYS_write, {"write", Names::Descriptor}},
+        {SYS_pwrite64, {"pwrite64", Names::Descriptor}},
+        {SYS_writev, {"writev", Names::Descriptor}},
+        {SYS_lseek, {"lseek", Names::Descriptor}},
+        {SYS_fsync, {"fsync", Names::Descriptor}},
+        {SYS_fdatasync, {"fdatasync", Names::Descriptor}},
+        {SYS_ftruncate, {"ftruncate", Names::Descriptor}},
+        {SYS_flock, {"flock", Names::Descriptor}},
+        {SYS_fcntl, {"fcntl", Names::Descriptor}},
+        {SYS_getdents64, {"getdents64", Names::Descriptor}},
+        {SYS_fstat, {"fstat", Names::Descriptor}},
+        {SYS_fchmod, {"fchmod", Names::Descriptor}},
+        {SYS_fchown, {"fchown", Names::Descriptor}},
+        {SYS_stat, {"stat", Names::Path}},
+        {SYS_lstat, {"lstat", Names::Path}},
+        {SYS_newfstatat, {"newfstatat", Names::PathAt}},
+        {SYS_statx, {"statx", Names::PathAt}},
+        {SYS_access, {"access", Names::Path}},
+        {SYS_faccessat, {"faccessat", Names::PathAt}},
+        {SYS_readlink, {"readlink", Names::Path}},
+        {SYS_readlinkat, {"readlinkat", Names::PathAt}},
+        {SYS_chmod, {"chmod", Names::Path}},
+        {SYS_mkdir, {"mkdir", Names::Path}},
+        {SYS_mkdirat, {"mkdirat", Names::PathAt}},
+        {SYS_rmdir, {"rmdir", Names::Path}},
+        {SYS_unlink, {"unlink", Names::Path}},
+        {SYS_unlinkat, {"unlinkat", Names::PathAt}},
+        {SYS_rename, {"rename", Names::TwoPaths}},
+        {SYS_renameat, {"renameat", Names::TwoPathsAt}},
+        {SYS_renameat2, {"renameat2", Names::TwoPathsAt}},
+        {SYS_link, {"link", Names::TwoPaths}},
+        {SYS_symlink, {"symlink", Names::TwoPaths}},
+    };
+    return calls;
+}
+
+bool isWrite(long number) { return number == SYS_write || number == SYS_pwrite64; }
+
+/// One process that stops at each system call.
+class Tracee {
+public:
+    explicit Tracee(pid_t process) : process_(process) {}
+
+    /// Waits for the process to stop for the first time. @return false if it cannot be traced.
+    bool attach() {
+        int status = 0;
+        if (waitpid(process_, &status, 0) != process_ || !WIFSTOPPED(status)) {
+            return false;
+        }
+        constexpr long options = PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL;
+        return ptrace(PTRACE_SETOPTIONS, process_, nullptr, options) == 0;
+    }
+
+    /// Goes on to the next beginning or end of a call. @return false once the process has ended; status() is set then.
+    bool nextStop() {
+        int signal = 0;
+        for (;;) {
+            ptrace(PTRACE_SYSCALL, process_, nullptr, signal);
+            int status = 0;
+            if (waitpid(process_, &status, 0) != process_) {
+                return false;
+            }
+            if (!WIFSTOPPED(status)) {
+                status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+                return false;
+            }
+            if (WSTOPSIG(status) == (SIGTRAP | 0x80)) {
+                ptrace(PTRACE_GETREGS, process_, nullptr, &registers_);
+                return true;
+            }
+            signal = WSTOPSIG(status);
+        }
+    }
+
+    user_regs_struct& registers() { return registers_; }
+    void setRegisters() { ptrace(PTRACE_SETREGS, process_, nullptr, &registers_); }
+    void kill() const { ::kill(process_, SIGKILL); }
+    int status() const { return status_; }
+
+    std::string textAt(unsigned long long address) const {
+        std::string text;
+        for (;;) {
+            // To the end of a page at most, since what follows need not be mapped.
+            std::array<char, 256> piece{};
+            const std::size_t wanted = piece.size() - address % piece.size();
+            const iovec here{piece.data(), wanted};
+            const iovec there{reinterpret_cast<void*>(address), wanted};
+            const ssize_t got = process_vm_readv(process_, &here, 1, &there, 1, 0);
+            const std::string_view read(piece.data(), got > 0 ? static_cast<std::size_t>(got) : 0);
+            text += read.substr(0, read.find('\0'));
+            if (read.empty() || read.find('\0') != std::string_view::npos || text.size() > PATH_MAX) {
+                return text;
+            }
+            address += read.size();
+        }
+    }
+
+    std::string pathOf(unsigned long long descriptor) const {
+        std::array<char, PATH_MAX> path{};
+        const std::string link = "/proc/" + std::to_string(process_) + "/fd/" + std::to_string(descriptor);
+        const ssize_t length = ::readlink(link.c_str(), path.data(), path.size() - 1);
+        return length > 0 ? std::string(path.data(), static_cast<std::size_t>(length)) : "";
+    }
+
+private:
+    const pid_t process_;
+    user_regs_struct registers_{};
+    int status_ = -1;
+};
+
+Call described(const Tracee& tracee, const FileCall& call, const user_regs_struct& registers) {
+    switch (call.names) {
+    case Names::Path:
+        return {call.name, tracee.textAt(registers.rdi), ""};
+    case Names::Descriptor:
+        return {call.name, tracee.pathOf(registers.rdi), ""};
+    case Names::PathAt: {
+        const std::string path = tracee.textAt(registers.rsi);
+        const bool isWhole = path.starts_with("/") || static_cast<int>(registers.rdi) < 0;
+        return {call.name, isWhole ? path : tracee.pathOf(registers.rdi) + (path.empty() ? "" : "/" + path), ""};
+    }
+    case Names::TwoPaths:
+        return {call.name, tracee.textAt(registers.rdi), tracee.textAt(registers.rsi)};
+    case Names::TwoPathsAt:
+        break;
+    }
+    return {call.name, tracee.textAt(registers.rsi), tracee.textAt(registers.r10)};
+}
+
+/// Follows a process from call to call and does to it what the fault says.
+class Watch {
+public:
+    Watch(Tracee& tracee, const std::string& folder, const Fault& fault)
+        : tracee_(tracee), folder_(folder), resolvedFolder_(std::filesystem::weakly_canonical(folder)), fault_(fault) {}
+
+    Traced run() {
+        traced_.allowed = true;
+        while (tracee_.nextStop()) {
+            enters_ = !enters_;
+            if (enters_) {
+                enter();
+            } else {
+                leave();
+            }
+        }
+        traced_.status = tracee_.status();
+        return std::move(traced_);
+    }
+
+private:
+    void enter() {
+        const long number = static_cast<long>(tracee_.registers().orig_rax);
+        if (number == SYS_getpriority) {
+            const id_t who = static_cast<id_t>(tracee_.registers().rsi);
+            counts_ = who == beginMark || (who != endMark && counts_);
+            return;
+        }
+        const auto call = fileCalls().find(number);
+        if (!counts_ || call == fileCalls().end()) {
+            return;
+        }
+        Call made = described(tracee_, call->second, tracee_.registers());
+        if (!made.path.starts_with(folder_) && !made.path.starts_with(resolvedFolder_)) {
+            return;
+        }
+        const std::size_t index = traced_.calls.size();
+        traced_.calls.push_back(std::move(made));
+        if (index > moreCallsThanAnyoneNeeds) {
+            traced_.wentOnForEver = true;
+            tracee_.kill();
+        }
+        if (index >= fault_.at && index - fault_.at < fault_.times) {
+            inflict(number);
+        }
+    }
+
+    void inflict(long number) {
+        if (fault_.kind == Fault::Kind::Kill) {
+            tracee_.kill();
+        } else if (fault_.kind == Fault::Kind::Fail) {
+            // A descriptor is gone after a close that has failed, too.
+            if (number != SYS_close) {
+                tracee_.registers().orig_rax = ~0ULL;
+                tracee_.setRegisters();
+            }
+            isFailing_ = true;
+        } else if (fault_.kind == Fault::Kind::ShortWrite && isWrite(number) && tracee_.registers().rdx > 1) {
+            wholeLength_ = tracee_.registers().rdx;
+            tracee_.registers().rdx /= 2;
+            tracee_.setRegisters();
+        } else {
+            return;
+        }
+        traced_.faultCame = true;
+    }
+
+    void leave() {
+        if (std::exchange(isFailing_, false)) {
+            tracee_.registers().rax = static_cast<unsigned long long>(-static_cast<long long>(fault_.error));
+            tracee_.setRegisters();
+        }
+        if (const auto length = std::exchange(wholeLength_, std::nullopt)) {
+            // The caller counts on its registers.
+            tracee_.registers().rdx = *length;
+            tracee_.setRegisters();
+        }
+    }
+
+    Tracee& tracee_;
+    const std::string folder_;
+    const std::string resolvedFolder_;  ///< as descriptors tell it
+    const Fault fault_;
+    bool enters_ = false;
+    bool counts_ = false;
+    bool isFailing_ = false;
+    std::optional<unsigned long long> wholeLength_;
+    Traced traced_;
+};
+
+}  // namespace
+
+Traced runTraced(const std::string& folder, const std::function<int()>& body, const Fault& fault) {
+    const pid_t child = fork();
+    if (child == 0) {
+        if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
+            _exit(1);
+        }
+        raise(SIGSTOP);
+        _exit(body());
+    }
+    Tracee tracee(child);
+    if (!tracee.attach()) {
+        return {};
+    }
+    return Watch(tracee, folder, fault).run();
+}
+
+void markBegin() { getpriority(PRIO_PROCESS, beginMark); }
+
+void markEnd() { getpriority(PRIO_PROCESS, endMark); }
+
+#else
+
+Traced runTraced(const std::string&, const std::function<int()>&, const Fault&) { return {}; }
+
+void markBegin() {}
+
+void markEnd() {}
+
+#endif
+
+}  // namespace torture

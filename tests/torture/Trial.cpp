@@ -1,0 +1,81 @@
+#include "Trial.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <utility>
+
+#include "simulation/Sanitized.h"
+#include "support/Seed.h"
+
+namespace torture {
+namespace {
+
+std::string setting(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
+
+}  // namespace
+
+Trial::Trial(std::string name, std::string unit, std::uint64_t shortRounds, std::uint64_t longRounds)
+    : name_(std::move(name)),
+      unit_(std::move(unit)),
+      seed_(support::seedOfThisRun()),
+      random_(seed_),
+      rounds_(isLong() ? longRounds : simulation::sequences(shortRounds)) {
+    testing::Test::RecordProperty("seed", std::to_string(seed_));
+    if (const std::string rounds = setting("CORVID_TORTURE_ROUNDS"); !rounds.empty()) {
+        rounds_ = std::stoull(rounds);
+    }
+    if (const std::string minutes = setting("CORVID_TORTURE_MINUTES"); !minutes.empty()) {
+        minutes_ = std::stod(minutes);
+    }
+}
+
+Trial::~Trial() {
+    const std::string table = setting("CORVID_TORTURE_TABLE");
+    if (!table.empty()) {
+        std::ofstream(table, std::ios::app)
+            << name_ << '\t' << unit_ << '\t' << tried_ << '\t' << lost_ << '\t' << seed_ << '\t' << remark_ << '\n';
+    }
+}
+
+bool Trial::isLong() { return !setting("CORVID_TORTURE_TABLE").empty(); }
+
+bool Trial::timeIsLeft() const {
+    return std::chrono::steady_clock::now() - begun_ < std::chrono::duration<double, std::ratio<60>>(minutes_);
+}
+
+bool Trial::nextRound() {
+    const bool goesOn = !hasLost() && (minutes_ > 0 ? timeIsLeft() : begunRounds_ < rounds_);
+    begunRounds_ += goesOn ? 1 : 0;
+    return goesOn;
+}
+
+bool Trial::picks(std::uint64_t wanted, std::uint64_t all) { return isLong() || below(all) < wanted; }
+
+void Trial::lost(const std::string& what, const std::string& folder) {
+    ++lost_;
+    ADD_FAILURE() << name_ << ", CORVID_TEST_SEED=" << seed_ << ", try " << tried_ << ": " << what;
+    const std::string keep = setting("CORVID_TORTURE_KEEP");
+    if (!keep.empty()) {
+        const std::string target = keep + "/" + name_ + "-" + std::to_string(seed_) + "-" + std::to_string(tried_);
+        std::error_code failure;
+        std::filesystem::create_directories(target, failure);
+        std::filesystem::copy(folder, target + "/files",
+                              std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks,
+                              failure);
+        std::ofstream(target + "/what.txt") << what << "\n";
+    }
+}
+
+void Trial::remark(const std::string& text) { remark_ = text; }
+
+std::uint64_t Trial::below(std::uint64_t limit) {
+    return std::uniform_int_distribution<std::uint64_t>(0, limit - 1)(random_);
+}
+
+}  // namespace torture
