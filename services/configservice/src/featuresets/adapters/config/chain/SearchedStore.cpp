@@ -1,0 +1,9 @@
+#include "chain/SearchedStore.h"
+
+#include "quill/StringUtils.h"
+
+SearchedStore::SearchedStore(const std::shared_ptr<ConfigStore>& store)
+    : store_(store),
+      inside_(dynamic_cast<FoldedLookup*>(store.get())),
+      readOnly_(store->isReadOnly()),
+      name_(QuillCoreUtils::toWideString(store->getName())) {}
