@@ -49,6 +49,19 @@ TEST_F(OriginalValue, IsNotOverriddenByAWritableStoreBehind) {
     EXPECT_EQ(value, L"server");
 }
 
+TEST_F(OriginalValue, IsThatOfAStoreFromOutsideThatHasBecomeReadOnlyMeanwhile) {
+    const auto outside = makeStore("Outside", 150);
+    outside->with(L"domain", L"outside");
+    server->with(L"domain", L"server");
+    addQuietly({outside, server});
+    EXPECT_TRUE(exactly(L"domain"));
+    EXPECT_EQ(value, L"server");
+    outside->readOnly();
+    EXPECT_FALSE(exactly(L"domain"));
+    EXPECT_EQ(value, L"outside");
+    EXPECT_EQ(storeName, L"Outside");
+}
+
 TEST_F(OriginalValue, IsOverriddenButNotFoundWhereOnlyAWritableStoreHasTheKey) {
     user->with(L"domain", L"written");
     addQuietly({user, server});

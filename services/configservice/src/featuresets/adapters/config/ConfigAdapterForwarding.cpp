@@ -11,10 +11,12 @@ void ConfigAdapter::onConfigAddedOrUpdated(std::wstring key, std::wstring value,
     reportGate_->pass(
         [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = std::move(key), value = std::move(value),
          originalValue = std::move(originalValue), isOverridden, isDefined, valueStoreName = std::move(valueStoreName),
-         originalValueStoreName = std::move(originalValueStoreName), silent] {
+         originalValueStoreName = std::move(originalValueStoreName), silent]() mutable {
+            // A delivery runs once.
             if (const auto service = weak.lock()) {
-                service->OnConfigChanged(key, value, originalValue, isOverridden, isDefined, valueStoreName,
-                                         originalValueStoreName, silent);
+                service->OnConfigChanged(std::move(key), std::move(value), std::move(originalValue), isOverridden,
+                                         isDefined, std::move(valueStoreName), std::move(originalValueStoreName),
+                                         silent);
             }
         },
         "ConfigServiceImpl::OnConfigChanged");
@@ -22,9 +24,9 @@ void ConfigAdapter::onConfigAddedOrUpdated(std::wstring key, std::wstring value,
 
 void ConfigAdapter::onFireIfRequired(std::wstring key) {
     reportGate_->pass(
-        [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = std::move(key)] {
+        [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = std::move(key)]() mutable {
             if (const auto service = weak.lock()) {
-                service->FireIfRequired(key);
+                service->FireIfRequired(std::move(key));
             }
         },
         "ConfigServiceImpl::FireIfRequired");

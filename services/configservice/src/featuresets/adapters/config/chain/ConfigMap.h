@@ -4,13 +4,12 @@
 #include <set>
 #include <string>
 
+#include "chain/FoldedKey.h"
 #include "quill/StringUtils.h"
 
 /// Orders keys without regard to case.
 struct caseInsensitiveMapComparator {
-    bool operator()(const std::wstring& a, const std::wstring& b) const {
-        return QuillCoreUtils::caseInsensitiveStringCompare(a, b) < 0;
-    }
+    bool operator()(const std::wstring& a, const std::wstring& b) const { return KeyUnits::compare(a, b) < 0; }
 };
 
 /// Orders narrow or wide texts without regard to case.

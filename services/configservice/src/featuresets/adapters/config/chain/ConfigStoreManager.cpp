@@ -9,6 +9,11 @@
 
 namespace {
 
+TesselLogger* logger() {
+    static TesselLogger* const instance = TesselLogger_getLogger("ConfigStoreManager");
+    return instance;
+}
+
 bool findOtherName(const ConfigMap& names, const std::wstring& key, std::wstring& otherName) {
     const auto found = names.find(key);
     otherName = found != names.end() ? found->second : std::wstring();
@@ -30,24 +35,40 @@ std::wstring describeRoad(const KeyResolver::Lookup& lookup) {
 
 }  // namespace
 
-ConfigStoreManager::ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory) : factory_(std::move(factory)) {
-    ConfigKeyAliasesMapper::GetConfigKeyAliases(aliasMap_, legacyMap_);
+ConfigStoreManager::ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory)
+    : ConfigStoreManager(std::move(factory), readTables()) {}
+
+ConfigStoreManager::ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory, Tables tables)
+    : factory_(std::move(factory)),
+      aliasMap_(std::move(tables.aliasMap)),
+      legacyMap_(std::move(tables.legacyMap)),
+      renamedKeys_(aliasMap_, legacyMap_) {}
+
+ConfigStoreManager::Tables ConfigStoreManager::readTables() {
+    Tables tables;
+    ConfigKeyAliasesMapper::GetConfigKeyAliases(tables.aliasMap, tables.legacyMap);
+    return tables;
 }
 
 bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, bool skipLocal) {
-    std::wstring configStoreName;
-    bool usedOtherKeyName = false;
-    return getValue(key, value, configStoreName, usedOtherKeyName, skipLocal);
+    const StoreChain::Lock lock(chain_);
+    KeyResolver::Lookup lookup;
+    lookup.value = std::move(value);
+    // The name of the store is for the log alone.
+    lookup.namesStore = TesselLog_isDebugEnabled(logger());
+    resolver(lock).lookUp(FoldedKey(key), skipLocal, lookup);
+    logLookup(key, lookup, skipLocal);
+    value = std::move(lookup.value);
+    return lookup.found;
 }
 
 bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, std::wstring& configStoreName,
                                   bool& usedOtherKeyName, bool skipLocal) {
     const StoreChain::Lock lock(chain_);
-    const std::shared_ptr<const StoreList> stores = chain_.stores();
     KeyResolver::Lookup lookup;
     lookup.value = std::move(value);
     lookup.storeName = std::move(configStoreName);
-    resolverFor(*stores).lookUp(key, skipLocal, lookup);
+    resolver(lock).lookUp(FoldedKey(key), skipLocal, lookup);
     logLookup(key, lookup, skipLocal);
     value = std::move(lookup.value);
     configStoreName = std::move(lookup.storeName);
@@ -58,9 +79,8 @@ bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, 
 bool ConfigStoreManager::getValueFromStores(const std::wstring& key, std::wstring& value, std::wstring& configStoreName,
                                             bool skipLocal) {
     const StoreChain::Lock lock(chain_);
-    const std::shared_ptr<const StoreList> stores = chain_.stores();
-    KeyResolver::Answer answer{false, std::move(value), std::move(configStoreName)};
-    resolverFor(*stores).lookUpExactly(key, skipLocal, answer);
+    KeyResolver::Answer answer{false, std::move(value), std::move(configStoreName), true};
+    resolver(lock).lookUpExactly(FoldedKey(key), skipLocal, answer);
     value = std::move(answer.value);
     configStoreName = std::move(answer.storeName);
     return answer.found;
@@ -69,10 +89,9 @@ bool ConfigStoreManager::getValueFromStores(const std::wstring& key, std::wstrin
 bool ConfigStoreManager::getOriginalValue(const std::wstring& key, std::wstring& originalValue,
                                           std::wstring& originalStoreName, bool& usedOtherKeyName) {
     const StoreChain::Lock lock(chain_);
-    const std::shared_ptr<const StoreList> stores = chain_.stores();
     KeyResolver::Original original;
     original.storeName = std::move(originalStoreName);
-    resolverFor(*stores).lookUpOriginal(key, original);
+    resolver(lock).lookUpOriginal(FoldedKey(key), original);
     originalValue = std::move(original.value);
     originalStoreName = std::move(original.storeName);
     usedOtherKeyName = original.usedOtherKeyName;
@@ -82,10 +101,9 @@ bool ConfigStoreManager::getOriginalValue(const std::wstring& key, std::wstring&
 bool ConfigStoreManager::getOriginalValueFromStores(const std::wstring& key, std::wstring& originalValue,
                                                     std::wstring& originalStoreName, bool& originalFound) {
     const StoreChain::Lock lock(chain_);
-    const std::shared_ptr<const StoreList> stores = chain_.stores();
     KeyResolver::Original original;
     original.storeName = std::move(originalStoreName);
-    resolverFor(*stores).lookUpOriginalExactly(key, original);
+    resolver(lock).lookUpOriginalExactly(FoldedKey(key), original);
     originalValue = std::move(original.value);
     originalStoreName = std::move(original.storeName);
     originalFound = original.found;
@@ -113,12 +131,11 @@ bool ConfigStoreManager::ConfigStorePriorityComparer(const std::shared_ptr<Confi
 std::vector<std::shared_ptr<ConfigStore>> ConfigStoreManager::getStores() { return *chain_.stores(); }
 
 void ConfigStoreManager::logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, bool skipLocal) {
-    static TesselLogger* const logger = TesselLogger_getLogger("ConfigStoreManager");
-    if (!TesselLog_isDebugEnabled(logger)) {
+    if (!TesselLog_isDebugEnabled(logger())) {
         return;
     }
     const std::wstring& shown = isKeySensitive(key) ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : lookup.value;
-    TesselLog(logger, 5, __FILE__, __LINE__, "getValue",
+    TesselLog(logger(), 5, __FILE__, __LINE__, "getValue",
               L"key : [" + key + L"] " + describeRoad(lookup) + L"skipLocal : [" + (skipLocal ? L"1" : L"0") +
                   L"]  value: [" + shown + L"] success: [" + QuillCoreUtils::toWideString(lookup.found) +
                   L"] configStoreName: [" + lookup.storeName + L"]");

@@ -214,7 +214,16 @@ public:
     static bool parseUrlProvisioningData(const std::wstring& url, ConfigMap& values);
 
 private:
-    KeyResolver resolverFor(const StoreList& stores) const { return KeyResolver(stores, aliasMap_, legacyMap_); }
+    struct Tables {
+        ConfigMap aliasMap;
+        ConfigMap legacyMap;
+    };
+
+    static Tables readTables();
+    ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory, Tables tables);
+
+    /// Over the chain as it stands, for the life of the lock.
+    KeyResolver resolver(const StoreChain::Lock& lock) { return KeyResolver(chain_.searchList(lock), renamedKeys_); }
     void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, bool skipLocal);
 
     /// Observers may come and go from inside a report: each step goes to the next greater address.
@@ -234,6 +243,7 @@ private:
     SensitiveKeySet sensitiveKeys_ TESSEL_GUARDED_BY(sensitiveKeysMutex_);
     std::set<ConfigStoreManager_Observer*> observers_ TESSEL_GUARDED_BY(observersMutex_);
     const std::shared_ptr<UnifiedFactory> factory_;
-    ConfigMap aliasMap_;
-    ConfigMap legacyMap_;
+    const ConfigMap aliasMap_;
+    const ConfigMap legacyMap_;
+    const RenamedKeys renamedKeys_;
 };

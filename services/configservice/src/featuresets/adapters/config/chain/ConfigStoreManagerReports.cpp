@@ -1,15 +1,16 @@
 #include "chain/ConfigStoreManager.h"
 
 #include <optional>
+#include <utility>
 
 void ConfigStoreManager::updateKey(std::wstring key, bool silent) {
     const StoreChain::Lock lock(chain_);
-    const std::shared_ptr<const StoreList> stores = chain_.stores();
-    const KeyResolver::Resolution resolution = resolverFor(*stores).resolve(key);
+    KeyResolver::Resolution resolution = resolver(lock).resolve(key);
     logLookup(key, resolution.lookup, false);
-    if (const auto& report = resolution.report) {
-        NotifyConfigAddedOrUpdated(report->key, report->value, report->originalValue, report->isOverridden,
-                                   report->isDefined, report->valueStoreName, report->originalValueStoreName, silent);
+    if (auto& report = resolution.report) {
+        NotifyConfigAddedOrUpdated(std::move(report->key), std::move(report->value), std::move(report->originalValue),
+                                   report->isOverridden, report->isDefined, std::move(report->valueStoreName),
+                                   std::move(report->originalValueStoreName), silent);
     }
 }
 
@@ -26,8 +27,7 @@ void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) 
         updateKey(key, true);
     }
     for (const std::wstring& key : keys) {
-        const std::shared_ptr<const StoreList> stores = chain_.stores();
-        if (const std::optional<std::wstring> name = resolverFor(*stores).reportedName(key)) {
+        if (const std::optional<std::wstring> name = resolver(lock).reportedName(FoldedKey(key))) {
             NotifyFireIfRequired(*name);
         }
     }

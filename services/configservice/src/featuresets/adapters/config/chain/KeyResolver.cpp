@@ -3,36 +3,40 @@
 #include <utility>
 
 #include "chain/DisableP2PCallOnFips.h"
-#include "quill/StringUtils.h"
 
-namespace {
+struct KeyResolver::Copies {
+    SearchList stores;
+    RenamedKeys names;
+};
 
-const std::wstring* otherNameOf(const std::wstring& key, const ConfigMap& names) {
-    const auto found = names.find(key);
-    return found != names.end() ? &found->second : nullptr;
-}
+KeyResolver::KeyResolver(const StoreList& stores, const ConfigMap& aliasMap, const ConfigMap& legacyMap)
+    : KeyResolver(std::shared_ptr<const Copies>(
+          new Copies{SearchList(stores.begin(), stores.end()), RenamedKeys(aliasMap, legacyMap)})) {}
 
-}  // namespace
+KeyResolver::KeyResolver(std::shared_ptr<const Copies> copies)
+    : copies_(std::move(copies)), stores_(copies_->stores), names_(copies_->names) {}
 
-void KeyResolver::lookUpExactly(const std::wstring& key, bool skipLocal, Answer& answer) const {
+void KeyResolver::lookUpExactly(const FoldedKey& key, bool skipLocal, Answer& answer) const {
     answer.found = false;
-    for (const auto& store : stores_) {
-        if (skipLocal && !store->isReadOnly()) {
+    for (const SearchedStore& store : stores_) {
+        if (skipLocal && !store.isReadOnly()) {
             continue;
         }
-        if (store->getValue(key, answer.value)) {
-            answer.storeName = QuillCoreUtils::toWideString(store->getName());
+        if (store.lookUp(key, answer.value)) {
+            if (answer.namesStore) {
+                answer.storeName = store.name();
+            }
             answer.found = true;
             break;
         }
     }
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, answer.value);
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), answer.value);
 }
 
-void KeyResolver::lookUp(const std::wstring& key, bool skipLocal, Lookup& lookup) const {
+void KeyResolver::lookUp(const FoldedKey& key, bool skipLocal, Lookup& lookup) const {
     lookup.road = Road::AsAsked;
-    if (const std::wstring* currentKey = otherNameOf(key, aliasMap_)) {
-        lookUpExactly(*currentKey, skipLocal, lookup);
+    if (const std::wstring* currentKey = names_.currentNameOf(key)) {
+        lookUpExactly(FoldedKey(*currentKey), skipLocal, lookup);
         if (lookup.found) {
             lookup.road = Road::CurrentKey;
             lookup.otherName = *currentKey;
@@ -43,33 +47,33 @@ void KeyResolver::lookUp(const std::wstring& key, bool skipLocal, Lookup& lookup
         return;
     }
     lookUpExactly(key, skipLocal, lookup);
-    const std::wstring* oldKey = otherNameOf(key, legacyMap_);
+    const std::wstring* oldKey = names_.oldNameOf(key);
     if (lookup.found || oldKey == nullptr) {
         return;
     }
-    lookUpExactly(*oldKey, skipLocal, lookup);
+    lookUpExactly(FoldedKey(*oldKey), skipLocal, lookup);
     if (lookup.found) {
         lookup.road = Road::LegacyKey;
         lookup.otherName = *oldKey;
     }
 }
 
-void KeyResolver::lookUpOriginalExactly(const std::wstring& key, Original& original) const {
+void KeyResolver::lookUpOriginalExactly(const FoldedKey& key, Original& original) const {
     original.found = false;
     original.isOverridden = false;
     std::wstring writableText;
     std::wstring readOnlyText;
-    for (const auto& store : stores_) {
+    for (const SearchedStore& store : stores_) {
         if (!writableText.empty() && !readOnlyText.empty()) {
             break;
         }
-        const bool readOnly = store->isReadOnly();
+        const bool readOnly = store.isReadOnly();
         std::wstring& text = readOnly ? readOnlyText : writableText;
-        if (!text.empty() || !store->getValue(key, text)) {
+        if (!text.empty() || !store.lookUp(key, text)) {
             continue;
         }
         if (readOnly) {
-            original.storeName = QuillCoreUtils::toWideString(store->getName());
+            original.storeName = store.name();
             original.found = true;
         } else if (readOnlyText.empty()) {
             original.isOverridden = true;
@@ -78,12 +82,12 @@ void KeyResolver::lookUpOriginalExactly(const std::wstring& key, Original& origi
     original.value = std::move(readOnlyText);
 }
 
-void KeyResolver::lookUpOriginal(const std::wstring& key, Original& original) const {
+void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original) const {
     original.usedOtherKeyName = false;
     // The two branches move on for different reasons: from a current name that is not overridden, and from a name that
     // no read-only store has.
-    if (const std::wstring* currentKey = otherNameOf(key, aliasMap_)) {
-        lookUpOriginalExactly(*currentKey, original);
+    if (const std::wstring* currentKey = names_.currentNameOf(key)) {
+        lookUpOriginalExactly(FoldedKey(*currentKey), original);
         if (!original.isOverridden) {
             lookUpOriginalExactly(key, original);
             original.usedOtherKeyName = original.isOverridden;
@@ -91,43 +95,44 @@ void KeyResolver::lookUpOriginal(const std::wstring& key, Original& original) co
         return;
     }
     lookUpOriginalExactly(key, original);
-    const std::wstring* oldKey = otherNameOf(key, legacyMap_);
+    const std::wstring* oldKey = names_.oldNameOf(key);
     if (!original.found && oldKey != nullptr) {
-        lookUpOriginalExactly(*oldKey, original);
+        lookUpOriginalExactly(FoldedKey(*oldKey), original);
         original.usedOtherKeyName = original.isOverridden;
     }
 }
 
-std::optional<std::wstring> KeyResolver::reportedName(const std::wstring& key) const {
-    const std::wstring* currentKey = otherNameOf(key, aliasMap_);
+std::optional<std::wstring> KeyResolver::reportedName(const FoldedKey& key) const {
+    const std::wstring* currentKey = names_.currentNameOf(key);
     if (currentKey == nullptr) {
-        return key;
+        return key.text();
     }
     Answer current;
-    lookUpExactly(*currentKey, false, current);
+    lookUpExactly(FoldedKey(*currentKey), false, current);
     return current.found ? std::nullopt : std::optional<std::wstring>(*currentKey);
 }
 
-KeyResolver::Resolution KeyResolver::resolve(const std::wstring& key) const {
+KeyResolver::Resolution KeyResolver::resolve(const std::wstring& text) const {
+    const FoldedKey key(text);
     Resolution resolution;
     Lookup& lookup = resolution.lookup;
     Original original;
     lookUp(key, false, lookup);
     lookUpOriginal(key, original);
-    const std::optional<std::wstring> name = reportedName(key);
+    std::optional<std::wstring> name = reportedName(key);
     if (!name.has_value()) {
         return resolution;
     }
     // A read-only value under the key's own name beats what a writable store holds under the other name.
     const bool ownNameWins = lookup.usedOtherKeyName() && !original.usedOtherKeyName && original.isOverridden;
     resolution.report = ChangeReport{
-        *name,
+        *std::move(name),
         ownNameWins ? original.value : lookup.value,
-        original.value,
+        std::move(original.value),
         !ownNameWins && lookup.found && original.isOverridden,
         lookup.found,
         lookup.storeName,
-        original.storeName,
+        std::move(original.storeName),
     };
     return resolution;
 }

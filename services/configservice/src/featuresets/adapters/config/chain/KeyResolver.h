@@ -1,15 +1,20 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "chain/ConfigMap.h"
+#include "chain/FoldedKey.h"
+#include "chain/RenamedKeys.h"
+#include "chain/SearchedStore.h"
 #include "chain/StoreChain.h"
 
 /// The rules by which a chain of stores answers for a key: pure functions over a list of stores and the two alias
 /// tables, without a lock, a log or an observer. The stores are asked, and nothing is kept.
 ///
-/// Holds references: the list and the tables must outlive it, and stay as they are meanwhile.
+/// Holds references to a search list and to tables that are made for it: these must outlive it, and stay as they are
+/// meanwhile.
 class KeyResolver {
 public:
     /// What the chain answered. A lookup goes on from what it is given here: on a miss the value is what the last store
@@ -19,6 +24,8 @@ public:
         bool found = false;
         std::wstring value;
         std::wstring storeName;
+        /// False: nobody wants the name, which stays as it is.
+        bool namesStore = true;
     };
 
     /// Whose name a lookup under all names of a key has ended on.
@@ -67,31 +74,37 @@ public:
         std::optional<ChangeReport> report;
     };
 
-    KeyResolver(const StoreList& stores, const ConfigMap& aliasMap, const ConfigMap& legacyMap)
-        : stores_(stores), aliasMap_(aliasMap), legacyMap_(legacyMap) {}
+    KeyResolver(const SearchList& stores, const RenamedKeys& names) : stores_(stores), names_(names) {}
+
+    /// The same over copies of its own.
+    KeyResolver(const StoreList& stores, const ConfigMap& aliasMap, const ConfigMap& legacyMap);
 
     /// Asks the stores in order for exactly this key; the first that has it wins.
     /// @param skipLocal true: only the read-only stores are asked.
-    void lookUpExactly(const std::wstring& key, bool skipLocal, Answer& answer) const;
+    void lookUpExactly(const FoldedKey& key, bool skipLocal, Answer& answer) const;
 
     /// Asks for the key under its current name, then under its old one, whichever of the two is given.
-    void lookUp(const std::wstring& key, bool skipLocal, Lookup& lookup) const;
+    void lookUp(const FoldedKey& key, bool skipLocal, Lookup& lookup) const;
 
     /// The first read-only store's value of exactly this key, and whether a writable store hides it. An empty value
     /// does not end the search: a later store of the same kind is still asked, and its name replaces the earlier one.
-    void lookUpOriginalExactly(const std::wstring& key, Original& original) const;
+    void lookUpOriginalExactly(const FoldedKey& key, Original& original) const;
 
     /// The same under both names of the key.
-    void lookUpOriginal(const std::wstring& key, Original& original) const;
+    void lookUpOriginal(const FoldedKey& key, Original& original) const;
 
     /// The name under which observers hear of the key; nothing if it is an old name whose current one has a value.
-    std::optional<std::wstring> reportedName(const std::wstring& key) const;
+    std::optional<std::wstring> reportedName(const FoldedKey& key) const;
 
     /// The whole state of a key over the chain.
     Resolution resolve(const std::wstring& key) const;
 
 private:
-    const StoreList& stores_;
-    const ConfigMap& aliasMap_;
-    const ConfigMap& legacyMap_;
+    struct Copies;
+
+    explicit KeyResolver(std::shared_ptr<const Copies> copies);
+
+    const std::shared_ptr<const Copies> copies_;
+    const SearchList& stores_;
+    const RenamedKeys& names_;
 };

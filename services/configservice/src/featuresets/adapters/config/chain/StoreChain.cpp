@@ -11,8 +11,8 @@ StoreChain::Lock::Lock(StoreChain& chain) : chain_(chain) {
 }
 
 StoreChain::Lock::~Lock() {
-    StoreList departed;
-    if (--chain_.depth_ == 0) {
+    std::vector<std::shared_ptr<const Content>> departed;
+    if (--chain_.depth_ == 0 && !chain_.departed_.empty()) {
         departed.swap(chain_.departed_);
     }
     chain_.mutex_.unlock();
@@ -25,12 +25,17 @@ bool StoreChain::precedes(const std::shared_ptr<ConfigStore>& a, const std::shar
 
 std::shared_ptr<const StoreList> StoreChain::stores() {
     const tessel::ScopedLock lock(mutex_);
-    return stores_;
+    return {content_, &content_->stores};
+}
+
+const SearchList& StoreChain::searchList(const Lock&) {
+    const tessel::ScopedLock lock(mutex_);
+    return content_->search;
 }
 
 std::shared_ptr<ConfigStore> StoreChain::at(std::size_t index) {
     const tessel::ScopedLock lock(mutex_);
-    return index < stores_->size() ? (*stores_)[index] : nullptr;
+    return index < content_->stores.size() ? content_->stores[index] : nullptr;
 }
 
 std::shared_ptr<ConfigStore> StoreChain::find(const std::string& name) {
@@ -44,25 +49,31 @@ std::shared_ptr<ConfigStore> StoreChain::find(const std::string& name) {
 
 bool StoreChain::contains(const ConfigStore& store) {
     const tessel::ScopedLock lock(mutex_);
-    return std::any_of(stores_->begin(), stores_->end(),
+    return std::any_of(content_->stores.begin(), content_->stores.end(),
                        [&](const std::shared_ptr<ConfigStore>& member) { return member.get() == &store; });
 }
 
 void StoreChain::insert(const std::shared_ptr<ConfigStore>& store) {
     const Lock lock(*this);
-    auto changed = std::make_shared<StoreList>(*stores());
-    changed->push_back(store);
-    std::stable_sort(changed->begin(), changed->end(), precedes);
-    stores_ = std::move(changed);
+    StoreList changed = *stores();
+    changed.push_back(store);
+    std::stable_sort(changed.begin(), changed.end(), precedes);
+    replace(std::move(changed));
 }
 
 bool StoreChain::erase(const std::shared_ptr<ConfigStore>& store) {
     const Lock lock(*this);
-    auto changed = std::make_shared<StoreList>(*stores());
-    if (std::erase(*changed, store) == 0) {
+    StoreList changed = *stores();
+    if (std::erase(changed, store) == 0) {
         return false;
     }
-    departed_.push_back(store);
-    stores_ = std::move(changed);
+    replace(std::move(changed));
     return true;
+}
+
+void StoreChain::replace(StoreList stores) {
+    SearchList search(stores.begin(), stores.end());
+    auto content = std::make_shared<const Content>(Content{std::move(stores), std::move(search)});
+    departed_.push_back(content_);
+    content_ = std::move(content);
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ConfigStore.h"
+#include "chain/SearchedStore.h"
 #include "tessel/Mutex.h"
 
 /// Stores in the order in which they are searched.
@@ -37,6 +38,9 @@ public:
 
     /// The list as it stands; never null, and never changed afterwards.
     std::shared_ptr<const StoreList> stores();
+
+    /// The same for searches; good until the outermost Lock of this thread is gone, even if the chain changes.
+    const SearchList& searchList(const Lock&);
 
     /// The store at that place as the chain stands, null behind its end.
     std::shared_ptr<ConfigStore> at(std::size_t index);
@@ -79,8 +83,15 @@ public:
     }
 
 private:
+    struct Content {
+        StoreList stores;
+        SearchList search;
+    };
+
+    void replace(StoreList stores) TESSEL_REQUIRES(mutex_);
+
     tessel::Mutex mutex_;
-    std::shared_ptr<const StoreList> stores_ TESSEL_GUARDED_BY(mutex_) = std::make_shared<const StoreList>();
-    StoreList departed_ TESSEL_GUARDED_BY(mutex_);
+    std::shared_ptr<const Content> content_ TESSEL_GUARDED_BY(mutex_) = std::make_shared<const Content>();
+    std::vector<std::shared_ptr<const Content>> departed_ TESSEL_GUARDED_BY(mutex_);  ///< with their stores
     unsigned depth_ TESSEL_GUARDED_BY(mutex_) = 0;
 };

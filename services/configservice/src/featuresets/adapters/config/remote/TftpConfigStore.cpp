@@ -49,44 +49,44 @@ void TftpConfigStore::removeLegacyTftpCachedFile() {
               "Failed to remove legacy cached file: [" + path + "] file does not exist");
 }
 
-bool TftpConfigStore::getValue(const std::wstring& key, std::wstring& value) {
-    const tessel::ScopedLock lock(valuesMutex_);
+bool TftpConfigStore::getValue(const std::wstring& key, std::wstring& value) { return lookUp(FoldedKey(key), value); }
+
+bool TftpConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     const QueryState state = currentQueryState_.load(std::memory_order_relaxed);
     if (state != FINISHED) {
         TesselLog(logger(), 4, __FILE__, __LINE__, "getValue",
                   "TftpConfigStore::getValue() currentQueryState is not FINISHED - Current State: " +
                       std::to_string(state));
     }
-    const auto found = configValues_.find(key);
-    if (found == configValues_.end() ||
-        QuillCoreUtils::caseInsensitiveStringEquals(key, ConfigStoreConstants::certificateValidationEnabled)) {
+    if (!filter_.mayHold(key.hash())) {
         value.clear();
         return false;
     }
-    value = found->second;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    const tessel::ScopedLock lock(valuesMutex_);
+    const std::wstring* const found = configValues_.find(key);
+    if (found == nullptr || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
+        value.clear();
+        return false;
+    }
+    value = *found;
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
     return true;
 }
 
 bool TftpConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     const tessel::ScopedLock lock(valuesMutex_);
-    configValues_[key] = value;
+    configValues_.set(FoldedKey(key), value);
     return true;
 }
 
 std::vector<std::wstring> TftpConfigStore::getKeys() {
     const tessel::ScopedLock lock(valuesMutex_);
-    std::vector<std::wstring> keys;
-    keys.reserve(configValues_.size());
-    for (const auto& entry : configValues_) {
-        keys.push_back(entry.first);
-    }
-    return keys;
+    return configValues_.keys();
 }
 
 bool TftpConfigStore::removeValue(const std::wstring& key) {
     const tessel::ScopedLock lock(valuesMutex_);
-    return configValues_.erase(key) != 0;
+    return configValues_.erase(FoldedKey(key));
 }
 
 void TftpConfigStore::removeAllValues() {
@@ -183,7 +183,7 @@ void TftpConfigStore::logConfigMap(const SensitiveKeySet& sensitiveKeys) {
     {
         // The feature set must not be asked with a lock of the store's held: it takes the locks of the chain.
         const tessel::ScopedLock lock(valuesMutex_);
-        values = configValues_;
+        values = configValues_.map();
     }
     std::wstring text;
     for (const auto& [key, value] : values) {

@@ -14,6 +14,8 @@
 #include "GuardedValue.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager_Observer.h"
+#include "chain/FoldedLookup.h"
+#include "chain/KeyedValues.h"
 #include "http/HttpDownloader.h"
 #include "remote/DownloadJournal.h"
 #include "remote/TftpConfigStoreObserver.h"
@@ -32,6 +34,7 @@ class ConfigFeatureSet;
 /// The file travels over HTTP or HTTPS from the server's TFTP service ports. Any thread, unless an operation says
 /// otherwise. Must be held by a shared reference.
 class TftpConfigStore : public ConfigStore,
+                        public FoldedLookup,
                         public ConfigStoreManager_Observer,
                         public std::enable_shared_from_this<TftpConfigStore> {
 public:
@@ -54,6 +57,7 @@ public:
     /// A miss for "CertificateValidationEnabled", whatever the file holds: the server cannot turn off the check of its
     /// own certificate. Before the first download has ended: answers all the same, with a level 4 line.
     bool getValue(const std::wstring& key, std::wstring& value) override;
+    bool lookUp(const FoldedKey& key, std::wstring& value) override;
 
     /// Works although the store is read-only towards the chain. Always true.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
@@ -209,7 +213,8 @@ private:
     std::deque<std::string> serverQueue_ TESSEL_GUARDED_BY(queueMutex_);  ///< not yet tried in the current cycle
     GuardedValue<std::deque<TftpServerDetails>> waitingDetails_;  ///< for the pool, oldest first; one for each errand
     GuardedValue<std::wstring> lastSuccessfulServer_;
-    ConfigMap configValues_ TESSEL_GUARDED_BY(valuesMutex_);
+    KeyFilter filter_;
+    KeyedValues configValues_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
     tessel::Event storeReady_{false};
     unsigned long readyTimeoutMilliseconds_ = 20000;  ///< of waitForStoreReady(); only tests have another one
     tessel::Mutex downloadMutex_;  ///< serialises the start and the end of cycles; taken before valuesMutex_

@@ -406,7 +406,7 @@ std::vector<std::wstring> TftpConfigStore::takeValues(std::string& body) {
     {
         const tessel::ScopedLock lock(valuesMutex_);
         previousKeys = getKeys();
-        std::swap(configValues_, values);
+        values = configValues_.exchange(std::move(values));
     }
     logConfigMap(sensitiveKeys);
     setState(FINISHED);

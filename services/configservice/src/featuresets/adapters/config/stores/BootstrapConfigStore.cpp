@@ -35,21 +35,18 @@ BootstrapConfigStore::BootstrapConfigStore(const std::string& name, const std::s
 }
 
 bool BootstrapConfigStore::getValue(const std::wstring& key, std::wstring& value) {
+    return lookUp(FoldedKey(key), value);
+}
+
+bool BootstrapConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     const bool found = getValueFromMap(values_, key, value);
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
     return found;
 }
 
 bool BootstrapConfigStore::storeValue(const std::wstring&, const std::wstring&) { return false; }
 
-std::vector<std::wstring> BootstrapConfigStore::getKeys() {
-    std::vector<std::wstring> keys;
-    keys.reserve(values_.size());
-    for (const auto& entry : values_) {
-        keys.push_back(entry.first);
-    }
-    return keys;
-}
+std::vector<std::wstring> BootstrapConfigStore::getKeys() { return values_.keys(); }
 
 bool BootstrapConfigStore::removeValue(const std::wstring&) { return false; }
 
@@ -84,7 +81,8 @@ bool BootstrapConfigStore::readConfigFromFile(std::istream& stream) {
         std::string key;
         std::string value;
         if (!line.empty() && readKeyValue(line, key, value)) {
-            values_[QuillCoreUtils::toWideString(key)] = QuillCoreUtils::toWideString(value);
+            const std::wstring name = QuillCoreUtils::toWideString(key);
+            values_.set(FoldedKey(name), QuillCoreUtils::toWideString(value));
         }
     }
     return true;
@@ -115,12 +113,12 @@ bool BootstrapConfigStore::isLineComment(std::string line) { return line.starts_
 
 bool BootstrapConfigStore::isValidConfigValue(const std::vector<std::string>& parts) { return !parts.empty(); }
 
-bool BootstrapConfigStore::getValueFromMap(const ConfigMap& map, const std::wstring& key, std::wstring& value) {
-    const auto entry = map.find(key);
-    if (entry == map.end()) {
+bool BootstrapConfigStore::getValueFromMap(const KeyedValues& map, const FoldedKey& key, std::wstring& value) {
+    const std::wstring* const found = map.find(key);
+    if (found == nullptr) {
         value.clear();
         return false;
     }
-    value = QuillCoreUtils::trim(entry->second);
+    value = QuillCoreUtils::trim(*found);
     return true;
 }

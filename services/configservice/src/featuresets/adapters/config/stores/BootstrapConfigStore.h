@@ -6,6 +6,8 @@
 
 #include "ConfigStore.h"
 #include "chain/ConfigMap.h"
+#include "chain/FoldedLookup.h"
+#include "chain/KeyedValues.h"
 
 /// The settings that the installer wrote, read once, at construction. A missing or unreadable file leaves an empty
 /// store and one level 3 line. Any thread, without a lock: nothing changes afterwards.
@@ -13,12 +15,13 @@
 /// The file is UTF-8 text. A line is "key:value", split at its first colon, both sides trimmed; a line without a colon
 /// is a key with an empty value. Empty lines, and lines whose first character after white space is "#", are skipped. Of
 /// several lines with one key (case ignored) the last one gives the value.
-class BootstrapConfigStore : public ConfigStore {
+class BootstrapConfigStore : public ConfigStore, public FoldedLookup {
 public:
     BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority);
 
     /// Applies the rule for FIPS mode to a hit and to a miss: a miss may hand back "false" with the result false.
     bool getValue(const std::wstring& key, std::wstring& value) override;
+    bool lookUp(const FoldedKey& key, std::wstring& value) override;
 
     /// Does nothing, false.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
@@ -47,10 +50,11 @@ private:
     bool readConfigFromFile(std::istream& stream);
     static bool isLineComment(std::string line);
     static bool isValidConfigValue(const std::vector<std::string>& parts);
-    bool getValueFromMap(const ConfigMap& map, const std::wstring& key, std::wstring& value);
+    bool getValueFromMap(const KeyedValues& map, const FoldedKey& key, std::wstring& value);
 
     const std::int32_t priority_;
-    ConfigMap values_;
+    KeyFilter filter_;
+    KeyedValues values_{filter_};
     const std::string filePath_;
     const std::string name_;
 };

@@ -29,7 +29,7 @@ bool CacheConfigStore::hasUnwrittenValues() {
 
 void CacheConfigStore::write(XmlConfigParser::Existing existing) {
     using Outcome = XmlConfigParser::Outcome;
-    const Outcome outcome = XmlConfigParser::write(getFilePath(), *snapshot(), existing);
+    const Outcome outcome = XmlConfigParser::write(getFilePath(), copyValues(), existing);
     if (outcome == Outcome::Written) {
         fileLeft_.reset();
     } else if (outcome != Outcome::LeftAlone) {

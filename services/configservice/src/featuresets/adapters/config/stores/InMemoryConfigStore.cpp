@@ -16,36 +16,39 @@ TesselLogger* logger() {
 }  // namespace
 
 bool InMemoryConfigStore::getValue(const std::wstring& key, std::wstring& value) {
-    const tessel::ScopedLock lock(mutex_);
-    const auto found = values_.find(key);
-    if (found == values_.end()) {
+    return lookUp(FoldedKey(key), value);
+}
+
+bool InMemoryConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
+    if (!filter_.mayHold(key.hash())) {
         value.clear();
         return false;
     }
-    value = found->second;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    const tessel::ScopedLock lock(mutex_);
+    const std::wstring* const found = values_.find(key);
+    if (found == nullptr) {
+        value.clear();
+        return false;
+    }
+    value = *found;
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
     return true;
 }
 
 bool InMemoryConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     const tessel::ScopedLock lock(mutex_);
-    values_[key] = value;
+    values_.set(FoldedKey(key), value);
     return true;
 }
 
 std::vector<std::wstring> InMemoryConfigStore::getKeys() {
     const tessel::ScopedLock lock(mutex_);
-    std::vector<std::wstring> keys;
-    keys.reserve(values_.size());
-    for (const auto& entry : values_) {
-        keys.push_back(entry.first);
-    }
-    return keys;
+    return values_.keys();
 }
 
 bool InMemoryConfigStore::removeValue(const std::wstring& key) {
     const tessel::ScopedLock lock(mutex_);
-    return values_.erase(key) > 0;
+    return values_.erase(FoldedKey(key));
 }
 
 void InMemoryConfigStore::removeAllValues() {

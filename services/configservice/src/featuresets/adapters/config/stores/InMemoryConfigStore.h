@@ -1,13 +1,15 @@
 #pragma once
 
 #include "ConfigStore.h"
-#include "chain/ConfigMap.h"
+#include "chain/FoldedLookup.h"
+#include "chain/KeyedValues.h"
 #include "tessel/Mutex.h"
 
 /// Values that live for this run only: written by storeInMemoryValue() of the chain alone.
-class InMemoryConfigStore : public ConfigStore {
+class InMemoryConfigStore : public ConfigStore, public FoldedLookup {
 public:
     bool getValue(const std::wstring& key, std::wstring& value) override;
+    bool lookUp(const FoldedKey& key, std::wstring& value) override;
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
     std::vector<std::wstring> getKeys() override;
     bool removeValue(const std::wstring& key) override;
@@ -22,5 +24,6 @@ public:
 
 private:
     tessel::Mutex mutex_;
-    ConfigMap values_ TESSEL_GUARDED_BY(mutex_);
+    KeyFilter filter_;
+    KeyedValues values_ TESSEL_GUARDED_BY(mutex_){filter_};
 };

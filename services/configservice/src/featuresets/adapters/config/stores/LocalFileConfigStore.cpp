@@ -79,51 +79,53 @@ LocalFileConfigStore::LocalFileConfigStore(std::string name, std::int32_t priori
 }
 
 bool LocalFileConfigStore::getValue(const std::wstring& key, std::wstring& value) {
-    tessel::ScopedLock lock(mutex_);
-    const auto entry = values_.map.find(key);
-    if (entry == values_.map.end()) {
+    return lookUp(FoldedKey(key), value);
+}
+
+bool LocalFileConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
+    if (!filter_.mayHold(key.hash())) {
         value.clear();
         return false;
     }
-    value = entry->second;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    tessel::ScopedLock lock(mutex_);
+    const std::wstring* const found = values_.find(key);
+    if (found == nullptr) {
+        value.clear();
+        return false;
+    }
+    value = *found;
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
     return true;
 }
 
 bool LocalFileConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     tessel::ScopedLock lock(mutex_);
-    const auto [entry, isNew] = values_.map.try_emplace(LocalFileFormat::currentKey(key), value);
-    if (isNew || entry->second != value) {
-        entry->second = value;
-        ++values_.change;
+    const std::wstring name = LocalFileFormat::currentKey(key);
+    if (values_.set(FoldedKey(name), value)) {
+        ++change_;
     }
     return true;
 }
 
 std::vector<std::wstring> LocalFileConfigStore::getKeys() {
     tessel::ScopedLock lock(mutex_);
-    std::vector<std::wstring> keys;
-    keys.reserve(values_.map.size());
-    for (const auto& entry : values_.map) {
-        keys.push_back(entry.first);
-    }
-    return keys;
+    return values_.keys();
 }
 
 bool LocalFileConfigStore::removeValue(const std::wstring& key) {
     tessel::ScopedLock lock(mutex_);
-    if (values_.map.erase(key) == 0) {
+    if (!values_.erase(FoldedKey(key))) {
         return false;
     }
-    ++values_.change;
+    ++change_;
     return true;
 }
 
 void LocalFileConfigStore::removeAllValues() {
     tessel::ScopedLock lock(mutex_);
-    if (!values_.map.empty()) {
-        values_.map.clear();
-        ++values_.change;
+    if (!values_.map().empty()) {
+        values_.clear();
+        ++change_;
     }
 }
 
@@ -135,13 +137,10 @@ std::int32_t LocalFileConfigStore::getPriority() { return priority_; }
 
 void LocalFileConfigStore::persistValues() {
     tessel::ScopedLock fileLock(fileMutex_);
-    if (readOnly_ || destroyed_) {
+    if (readOnly_ || destroyed_ || isInFile()) {
         return;
     }
     const Values values = copyValues();
-    if (isInFile(values.change)) {
-        return;
-    }
     createConfigDirectory();
     if (writeFile(values.map)) {
         notePersisted(values.change);
@@ -161,7 +160,7 @@ bool LocalFileConfigStore::shouldCacheConfigStore() { return false; }
 
 bool LocalFileConfigStore::hasUnpersistedValues() {
     tessel::ScopedLock lock(mutex_);
-    return values_.change != persistedChange_;
+    return change_ != persistedChange_;
 }
 
 void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
@@ -170,8 +169,8 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
     }
     Values taken = replaced.copyValues();
     tessel::ScopedLock lock(mutex_);
-    values_.map = std::move(taken.map);
-    ++values_.change;
+    values_.exchange(std::move(taken.map));
+    ++change_;
 }
 
 bool LocalFileConfigStore::readFromFile() {
@@ -204,7 +203,7 @@ void LocalFileConfigStore::processUserConfigXml(xmlNode* node) {
         return;
     }
     if (auto entry = LocalFileFormat::readEntry(node, LocalFileFormat::movesVoicemailKey(name_))) {
-        values_.map.try_emplace(std::move(entry->key), std::move(entry->value));
+        values_.add(std::move(entry->key), std::move(entry->value));
     }
 }
 
@@ -238,15 +237,12 @@ void LocalFileConfigStore::createConfigDirectory() {
 
 LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
     tessel::ScopedLock lock(mutex_);
-    return values_;
+    return {values_.map(), change_};
 }
 
-bool LocalFileConfigStore::isInFile(std::uint64_t change) {
-    if (!writtenFile_.exists() || !(FileStamp::of(filePath()) == writtenFile_)) {
-        return false;
-    }
-    tessel::ScopedLock lock(mutex_);
-    return change == persistedChange_;
+bool LocalFileConfigStore::isInFile() {
+    // A burst of changes leaves a task for each; all but the first few find nothing to do, and cost next to nothing.
+    return !hasUnpersistedValues() && writtenFile_.exists() && FileStamp::of(filePath()) == writtenFile_;
 }
 
 bool LocalFileConfigStore::writeFile(const ConfigMap& map) {

@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "ConfigStore.h"
-#include "chain/ConfigMap.h"
+#include "chain/FoldedLookup.h"
+#include "chain/KeyedValues.h"
 #include "stores/FileStamp.h"
 #include "tessel/Mutex.h"
 #include "xml/XmlFileWriter.h"
@@ -21,7 +22,7 @@
 /// A key comes back from the file in lower case, which a lookup does not notice. A character that XML cannot hold comes
 /// back as U+FFFD. An entry with the empty key stays in memory. "VVM_Mailstore_Server_0" is stored under its current
 /// name, "VoicemailPrimaryServer", by every store of this class, and read under it by all but the defaults store.
-class LocalFileConfigStore : public ConfigStore {
+class LocalFileConfigStore : public ConfigStore, public FoldedLookup {
 public:
     /// The user's file, "corvidLocalConfig.xml" in the configuration directory; writable.
     LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal);
@@ -32,6 +33,7 @@ public:
 
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
+    bool lookUp(const FoldedKey& key, std::wstring& value) override;
 
     /// Memory only, and always true, on a read-only or destroyed store too.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
@@ -69,11 +71,10 @@ public:
     bool readFromFile();
 
 private:
-    /// The values at one moment. Each change of them has a number of its own, counted from 1; 0 is what the
-    /// constructor read.
+    /// The values at one moment.
     struct Values {
         ConfigMap map;
-        std::uint64_t change = 0;
+        std::uint64_t change;
     };
 
     void processXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
@@ -82,7 +83,7 @@ private:
     void createConfigDirectory();
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
-    bool isInFile(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
+    bool isInFile() TESSEL_REQUIRES(fileMutex_);
     bool writeFile(const ConfigMap& map) TESSEL_REQUIRES(fileMutex_);
     bool writeDocument(XmlFileWriter& writer, const ConfigMap& map);
     bool replaceFile(const std::string& temporaryPath);
@@ -101,6 +102,9 @@ private:
     FileStamp writtenFile_ TESSEL_GUARDED_BY(fileMutex_);
 
     tessel::Mutex mutex_;
-    Values values_ TESSEL_GUARDED_BY(mutex_);
+    KeyFilter filter_;
+    KeyedValues values_ TESSEL_GUARDED_BY(mutex_){filter_};
+    /// Each change of the values has a number of its own, counted from 1; 0 is what the constructor read.
+    std::uint64_t change_ TESSEL_GUARDED_BY(mutex_) = 0;
     std::uint64_t persistedChange_ TESSEL_GUARDED_BY(mutex_) = 0;
 };

@@ -4,16 +4,11 @@
 
 #include "ConfigStoreConstants.h"
 #include "chain/DisableP2PCallOnFips.h"
-#include "quill/StringUtils.h"
 #include "xml/XmlConfigParser.h"
 
 XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath,
                                bool readFromFile)
-    : filePath_(std::move(filePath)),
-      values_(std::make_shared<const ConfigMap>()),
-      isLocal_(isLocal),
-      priority_(priority),
-      name_(std::move(name)) {
+    : filePath_(std::move(filePath)), isLocal_(isLocal), priority_(priority), name_(std::move(name)) {
     if (readFromFile) {
         ConfigMap values;
         SensitiveKeySet unusedMarks;
@@ -24,49 +19,42 @@ XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isL
 
 bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) {
     tessel::ScopedReadLock lock(lock_);
-    const auto values = snapshot();
-    const auto entry = values->find(key);
-    if (entry == values->end() ||
-        QuillCoreUtils::caseInsensitiveStringEquals(key, ConfigStoreConstants::certificateValidationEnabled)) {
+    return lookUp(FoldedKey(key), value);
+}
+
+bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
+    if (!filter_.mayHold(key.hash())) {
         value.clear();
         return false;
     }
-    value = entry->second;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
+    tessel::ScopedLock valuesLock(valuesMutex_);
+    const std::wstring* const found = values_.find(key);
+    if (found == nullptr || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
+        value.clear();
+        return false;
+    }
+    value = *found;
+    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
     return true;
 }
 
 bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     tessel::ScopedWriteLock lock(lock_);
-    const auto old = snapshot();
-    auto values = std::make_shared<ConfigMap>(*old);
-    (*values)[key] = value;
-    return replaceValues(old, std::move(values));
+    tessel::ScopedLock valuesLock(valuesMutex_);
+    values_.set(FoldedKey(key), value);
+    return true;
 }
 
 std::vector<std::wstring> XmlConfigStore::getKeys() {
     tessel::ScopedReadLock lock(lock_);
-    const auto values = snapshot();
-    std::vector<std::wstring> keys;
-    keys.reserve(values->size());
-    for (const auto& entry : *values) {
-        keys.push_back(entry.first);
-    }
-    return keys;
+    tessel::ScopedLock valuesLock(valuesMutex_);
+    return values_.keys();
 }
 
 bool XmlConfigStore::removeValue(const std::wstring& key) {
     tessel::ScopedReadLock lock(lock_);
-    while (true) {
-        const auto old = snapshot();
-        auto values = std::make_shared<ConfigMap>(*old);
-        if (values->erase(key) == 0) {
-            return false;
-        }
-        if (replaceValues(old, std::move(values))) {
-            return true;
-        }
-    }
+    tessel::ScopedLock valuesLock(valuesMutex_);
+    return values_.erase(FoldedKey(key));
 }
 
 void XmlConfigStore::removeAllValues() {}
@@ -87,22 +75,12 @@ bool XmlConfigStore::waitForStoreReady() { return true; }
 
 bool XmlConfigStore::shouldCacheConfigStore() { return false; }
 
-std::shared_ptr<const ConfigMap> XmlConfigStore::snapshot() const {
-    const tessel::ScopedLock lock(referenceMutex_);
-    return values_;
+ConfigMap XmlConfigStore::copyValues() const {
+    const tessel::ScopedLock lock(valuesMutex_);
+    return values_.map();
 }
 
 void XmlConfigStore::setValues(ConfigMap values) {
-    const tessel::ScopedLock lock(referenceMutex_);
-    values_ = std::make_shared<const ConfigMap>(std::move(values));
-}
-
-bool XmlConfigStore::replaceValues(const std::shared_ptr<const ConfigMap>& old,
-                                   std::shared_ptr<const ConfigMap> values) {
-    const tessel::ScopedLock lock(referenceMutex_);
-    if (values_ != old) {
-        return false;
-    }
-    values_ = std::move(values);
-    return true;
+    const tessel::ScopedLock lock(valuesMutex_);
+    values_.exchange(std::move(values));
 }

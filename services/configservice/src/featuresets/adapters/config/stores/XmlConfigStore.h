@@ -1,9 +1,11 @@
 #pragma once
 
-#include <memory>
+#include <string>
+#include <vector>
 
 #include "ConfigStore.h"
-#include "chain/ConfigMap.h"
+#include "chain/FoldedLookup.h"
+#include "chain/KeyedValues.h"
 #include "tessel/Mutex.h"
 #include "tessel/RWLock.h"
 
@@ -12,19 +14,20 @@
 ///
 /// Any thread. "CertificateValidationEnabled" is listed by getKeys() and never answered by getValue(): that key must
 /// not be taken from a document.
-class XmlConfigStore : public ConfigStore {
+class XmlConfigStore : public ConfigStore, public FoldedLookup {
 public:
     /// @param name, filePath UTF-8. @param readFromFile false: the store starts empty and the file is not touched.
     XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath, bool readFromFile);
 
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
+    bool lookUp(const FoldedKey& key, std::wstring& value) override;
 
-    /// Memory only; nothing reaches the file. Copies the whole map.
+    /// Memory only; nothing reaches the file.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
     std::vector<std::wstring> getKeys() override;
 
-    /// Memory only; waits for no reader. Copies the whole map.
+    /// Memory only.
     bool removeValue(const std::wstring& key) override;
 
     /// Does nothing.
@@ -43,22 +46,20 @@ public:
 protected:
     const std::string& getFilePath() const { return filePath_; }
 
-    /// The values at this moment, for reading without a lock. Never null.
-    std::shared_ptr<const ConfigMap> snapshot() const;
+    /// A copy of the values at this moment.
+    ConfigMap copyValues() const;
 
     /// Puts the values, before anyone else has the store.
     void setValues(ConfigMap values);
 
 private:
-    /// Puts the new values unless someone has changed the old ones meanwhile. @return whether they were put.
-    bool replaceValues(const std::shared_ptr<const ConfigMap>& old, std::shared_ptr<const ConfigMap> values);
-
     const std::string filePath_;
     mutable tessel::RWLock lock_;
-    // Leaf lock of the reference alone: held for its copy or its exchange.
-    mutable tessel::Mutex referenceMutex_;
-    // Replaced whole by a change and never changed in place, so that removeValue() may do with the read lock.
-    std::shared_ptr<const ConfigMap> values_ TESSEL_GUARDED_BY(referenceMutex_);
+    // Leaf lock of the values: removeValue() does with the read lock of the other one, and lookups of the chain
+    // without.
+    mutable tessel::Mutex valuesMutex_;
+    KeyFilter filter_;
+    KeyedValues values_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
     const bool isLocal_;
     const std::int32_t priority_;
     const std::string name_;

@@ -3,6 +3,8 @@
 #include <libxml/parser.h>
 
 #include <algorithm>
+#include <iterator>
+#include <utility>
 
 #include "chain/DisableP2PCallOnFips.h"
 #include "chain/SensitiveKeySecuringUtility.h"
@@ -185,16 +187,20 @@ void XmlConfigParser::parseXmlGroup(const std::shared_ptr<xmlDoc>& document, xml
         if (entry->type != XML_ELEMENT_NODE) {
             continue;
         }
-        const std::wstring key = extractKey(entry);
-        if (values.contains(key)) {
+        std::wstring key = extractKey(entry);
+        // Documents that this system has written are in order: the place behind the last key is tried first.
+        const auto place = values.empty() || values.key_comp()(std::prev(values.end())->first, key)
+                               ? values.end()
+                               : values.lower_bound(key);
+        if (place != values.end() && !values.key_comp()(key, place->first)) {
             continue;
         }
-        std::wstring value = extractValue(document, entry, key);
-        values[key] = value;
-        tessel::SecureStringUtils::TesselZeroWstring(value);
         if (parseSensitiveAttribute(entry)) {
             sensitiveKeys.insert(key);
         }
+        std::wstring value = extractValue(document, entry, key);
+        values.emplace_hint(place, std::move(key), value);
+        tessel::SecureStringUtils::TesselZeroWstring(value);
     }
 }
 

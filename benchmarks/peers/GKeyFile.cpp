@@ -1,0 +1,135 @@
+#include <glib.h>
+
+#include "fakes/TemporaryDirectory.h"
+#include "support/Documents.h"
+#include "support/Harness.h"
+#include "support/Subjects.h"
+
+namespace bench {
+namespace {
+
+struct Free {
+    void operator()(char* text) const { g_free(text); }
+    void operator()(GKeyFile* file) const { g_key_file_free(file); }
+};
+using Text = std::unique_ptr<char, Free>;
+using File = std::unique_ptr<GKeyFile, Free>;
+
+File load(const std::string& path) {
+    File file(g_key_file_new());
+    g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr);
+    return file;
+}
+
+/// A GKeyFile for each layer, asked in turn by hand.
+class GKeyFileChain {
+public:
+    using Key = std::string;
+
+    explicit GKeyFileChain(const Layers& layers) {
+        for (const Layer& layer : layers) {
+            File file(g_key_file_new());
+            const std::string text = iniDocument(layer.entries);
+            g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr);
+            layers_.push_back({std::move(file), std::to_string(layers_.size()), layer.readOnly});
+        }
+    }
+
+    static Key keyOf(const std::string& key) { return key; }
+
+    bool lookUp(const Key& key) {
+        for (const One& layer : layers_) {
+            if (Text found = find(layer, key)) {
+                value_ = std::move(found);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool answer(const Key& key) {
+        bool hit = false;
+        for (const One& layer : layers_) {
+            if (hit && !layer.readOnly) {
+                continue;
+            }
+            Text found = find(layer, key);
+            if (found == nullptr) {
+                continue;
+            }
+            if (layer.readOnly) {
+                originalStore_ = layer.name;
+                original_ = Text(g_strdup(found.get()));
+            }
+            if (!hit) {
+                hit = true;
+                store_ = layer.name;
+                value_ = std::move(found);
+            }
+            if (layer.readOnly) {
+                break;
+            }
+        }
+        return hit;
+    }
+
+    void set(const Key& key, bool second) {
+        g_key_file_set_value(layers_[USER_LAYER].file.get(), "g", key.c_str(),
+                             second ? "value-second" : "value--first");
+        lookUp(key);
+        ++told_;
+    }
+
+    std::size_t told() const { return told_; }
+
+private:
+    struct One {
+        File file;
+        std::string name;
+        bool readOnly;
+    };
+
+    static Text find(const One& layer, const Key& key) {
+        return Text(g_key_file_get_value(layer.file.get(), "g", key.c_str(), nullptr));
+    }
+
+    std::vector<One> layers_;
+    Text value_;
+    Text original_;
+    std::string store_;
+    std::string originalStore_;
+    std::size_t told_ = 0;
+};
+
+void addLoad(std::size_t count) {
+    add(loadRow(count), "GKeyFile (INI)", [count](benchmark::State& state) {
+        const std::string& path = iniFile(count);
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(load(path));
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+void addSave(std::size_t count) {
+    add(saveRow(count), "GKeyFile (INI)", [count](benchmark::State& state) {
+        const fakes::TemporaryDirectory directory;
+        const std::string path = directory.path("file.ini");
+        const File file = load(iniFile(count));
+        for (auto _ : state) {
+            g_key_file_save_to_file(file.get(), path.c_str(), nullptr);
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+void addGKeyFile(const Scale& scale) {
+    addLookups<GKeyFileChain>(scale, "GKeyFile");
+    addAnswer<GKeyFileChain>(scale, "GKeyFile");
+    addSet<GKeyFileChain>(scale, "GKeyFile (no event)");
+    addLoad(scale.small);
+    addLoad(scale.large);
+    addSave(scale.small);
+}
+
+}  // namespace bench

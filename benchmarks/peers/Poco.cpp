@@ -1,0 +1,101 @@
+#include <Poco/AutoPtr.h>
+#include <Poco/Delegate.h>
+#include <Poco/SAX/InputSource.h>
+#include <Poco/Util/LayeredConfiguration.h>
+#include <Poco/Util/MapConfiguration.h>
+#include <Poco/Util/XMLConfiguration.h>
+
+#include "fakes/TemporaryDirectory.h"
+#include "support/Documents.h"
+#include "support/Harness.h"
+#include "support/Subjects.h"
+
+namespace bench {
+namespace {
+
+using Poco::Util::AbstractConfiguration;
+
+/// LayeredConfiguration over maps; it finds one value, and tells of changes itself.
+class PocoChain {
+public:
+    using Key = std::string;
+
+    explicit PocoChain(const Layers& layers) {
+        int priority = 0;
+        for (const Layer& layer : layers) {
+            Poco::AutoPtr<Poco::Util::MapConfiguration> map(new Poco::Util::MapConfiguration);
+            for (const auto& [key, value] : layer.entries) {
+                map->setString(key, value);
+            }
+            chain_->add(map, priority, priority == static_cast<int>(USER_LAYER));
+            ++priority;
+        }
+        chain_->propertyChanged += Poco::delegate(this, &PocoChain::onChanged);
+    }
+
+    ~PocoChain() { chain_->propertyChanged -= Poco::delegate(this, &PocoChain::onChanged); }
+
+    static Key keyOf(const std::string& key) { return key; }
+
+    bool lookUp(const Key& key) {
+        if (!chain_->has(key)) {
+            return false;
+        }
+        value_ = chain_->getString(key);
+        return true;
+    }
+
+    void set(const Key& key, bool second) {
+        chain_->setString(key, second ? "value-second" : "value--first");
+        value_ = chain_->getString(key);
+    }
+
+    std::size_t told() const { return told_; }
+
+private:
+    void onChanged(const AbstractConfiguration::KeyValue&) { ++told_; }
+
+    Poco::AutoPtr<Poco::Util::LayeredConfiguration> chain_{new Poco::Util::LayeredConfiguration};
+    std::string value_;
+    std::size_t told_ = 0;
+};
+
+using Document = Poco::AutoPtr<Poco::Util::XMLConfiguration>;
+
+/// Its own pool of names would be full after 509 of them.
+Document readDocument(std::size_t count) {
+    Poco::XML::InputSource source(xmlFile(count));
+    Document document(new Poco::Util::XMLConfiguration);
+    document->load(&source, 2 * count + 509);
+    return document;
+}
+
+void addLoad(std::size_t count) {
+    add(loadRow(count), "POCO (XML)", [count](benchmark::State& state) {
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(readDocument(count));
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+void addSave(std::size_t count) {
+    add(saveRow(count), "POCO (XML)", [count](benchmark::State& state) {
+        const fakes::TemporaryDirectory directory;
+        const Document document = readDocument(count);
+        for (auto _ : state) {
+            document->save(directory.path("file.xml"));
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+void addPoco(const Scale& scale) {
+    addLookups<PocoChain>(scale, "POCO");
+    addSet<PocoChain>(scale, "POCO");
+    addLoad(scale.small);
+    addLoad(scale.large);
+    addSave(scale.small);
+}
+
+}  // namespace bench

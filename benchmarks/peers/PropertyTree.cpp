@@ -1,0 +1,85 @@
+#include <boost/property_tree/ini_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+
+#include "fakes/TemporaryDirectory.h"
+#include "support/Documents.h"
+#include "support/Harness.h"
+#include "support/Subjects.h"
+
+namespace bench {
+namespace {
+
+using boost::property_tree::ptree;
+
+/// A property tree for each layer, asked in turn by hand.
+class PropertyTreeChain {
+public:
+    using Key = std::string;
+
+    explicit PropertyTreeChain(const Layers& layers) {
+        for (const Layer& layer : layers) {
+            layers_.emplace_back();
+            for (const auto& [key, value] : layer.entries) {
+                layers_.back().put(key, value);
+            }
+        }
+    }
+
+    static Key keyOf(const std::string& key) { return key; }
+
+    bool lookUp(const Key& key) {
+        for (const ptree& layer : layers_) {
+            if (auto found = layer.get_optional<std::string>(key)) {
+                value_ = std::move(*found);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void set(const Key& key, bool second) {
+        layers_[USER_LAYER].put(key, second ? "value-second" : "value--first");
+        lookUp(key);
+        ++told_;
+    }
+
+    std::size_t told() const { return told_; }
+
+private:
+    std::vector<ptree> layers_;
+    std::string value_;
+    std::size_t told_ = 0;
+};
+
+void addLoad(std::size_t count) {
+    add(loadRow(count), "PropertyTree (XML)", [count](benchmark::State& state) {
+        for (auto _ : state) {
+            ptree tree;
+            boost::property_tree::read_xml(xmlFile(count), tree);
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+void addSave(std::size_t count) {
+    add(saveRow(count), "PropertyTree (XML)", [count](benchmark::State& state) {
+        const fakes::TemporaryDirectory directory;
+        ptree tree;
+        boost::property_tree::read_xml(xmlFile(count), tree);
+        for (auto _ : state) {
+            boost::property_tree::write_xml(directory.path("file.xml"), tree);
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+void addPropertyTree(const Scale& scale) {
+    addLookups<PropertyTreeChain>(scale, "PropertyTree");
+    addSet<PropertyTreeChain>(scale, "PropertyTree (no event)");
+    addLoad(scale.small);
+    addLoad(scale.large);
+    addSave(scale.small);
+}
+
+}  // namespace bench

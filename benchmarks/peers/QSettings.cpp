@@ -1,0 +1,129 @@
+#include <QSettings>
+#include <QString>
+#include <QVariant>
+
+#include "fakes/TemporaryDirectory.h"
+#include "support/Documents.h"
+#include "support/Harness.h"
+#include "support/Subjects.h"
+
+namespace bench {
+namespace {
+
+/// A QSettings over an INI file for each layer, asked in turn by hand.
+class QSettingsChain {
+public:
+    using Key = QString;
+
+    explicit QSettingsChain(const Layers& layers) {
+        for (const Layer& layer : layers) {
+            const std::string path =
+                directory_.write(std::to_string(layers_.size()) + ".ini", iniDocument(layer.entries));
+            layers_.push_back({std::make_unique<QSettings>(QString::fromStdString(path), QSettings::IniFormat),
+                               QString::number(layers_.size()), layer.readOnly});
+        }
+    }
+
+    static Key keyOf(const std::string& key) { return QStringLiteral("g/") + QString::fromStdString(key); }
+
+    bool lookUp(const Key& key) {
+        for (const One& layer : layers_) {
+            const QVariant found = layer.settings->value(key);
+            if (found.isValid()) {
+                value_ = found.toString();
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool answer(const Key& key) {
+        bool found = false;
+        for (const One& layer : layers_) {
+            if (found && !layer.readOnly) {
+                continue;
+            }
+            const QVariant value = layer.settings->value(key);
+            if (!value.isValid()) {
+                continue;
+            }
+            if (!found) {
+                value_ = value.toString();
+                store_ = layer.name;
+                found = true;
+            }
+            if (layer.readOnly) {
+                original_ = value.toString();
+                originalStore_ = layer.name;
+                break;
+            }
+        }
+        return found;
+    }
+
+    void set(const Key& key, bool second) {
+        layers_[USER_LAYER].settings->setValue(key, second ? QStringLiteral("value-second")
+                                                           : QStringLiteral("value--first"));
+        lookUp(key);
+        ++told_;
+    }
+
+    std::size_t told() const { return told_; }
+
+private:
+    struct One {
+        std::unique_ptr<QSettings> settings;
+        QString name;
+        bool readOnly;
+    };
+
+    const fakes::TemporaryDirectory directory_;
+    std::vector<One> layers_;
+    QString value_;
+    QString original_;
+    QString store_;
+    QString originalStore_;
+    std::size_t told_ = 0;
+};
+
+void addLoad(std::size_t count) {
+    add(loadRow(count), "QSettings (INI)", [count](benchmark::State& state) {
+        // QSettings keeps what it has read of a file as long as the file stays as it was: each round has a new one.
+        const fakes::TemporaryDirectory directory;
+        const std::string text = iniDocument(makeEntries(50, count));
+        std::size_t round = 0;
+        for (auto _ : state) {
+            state.PauseTiming();
+            const QString path = QString::fromStdString(directory.write(std::to_string(++round) + ".ini", text));
+            state.ResumeTiming();
+            const QSettings settings(path, QSettings::IniFormat);
+            benchmark::DoNotOptimize(settings.value(QStringLiteral("g/none")));
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+void addSave(std::size_t count) {
+    add(saveRow(count), "QSettings (INI)", [count](benchmark::State& state) {
+        const fakes::TemporaryDirectory directory;
+        const std::string path = directory.write("file.ini", iniDocument(makeEntries(50, count)));
+        QSettings settings(QString::fromStdString(path), QSettings::IniFormat);
+        int version = 0;
+        for (auto _ : state) {
+            settings.setValue(QStringLiteral("g/version"), ++version);
+            settings.sync();
+        }
+    })->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+void addQSettings(const Scale& scale) {
+    addLookups<QSettingsChain>(scale, "QSettings");
+    addAnswer<QSettingsChain>(scale, "QSettings");
+    addSet<QSettingsChain>(scale, "QSettings (no event)");
+    addLoad(scale.small);
+    addLoad(scale.large);
+    addSave(scale.small);
+}
+
+}  // namespace bench

@@ -1,0 +1,102 @@
+#include "support/Harness.h"
+#include "support/ModuleHost.h"
+#include "support/Subjects.h"
+
+namespace bench {
+namespace {
+
+constexpr std::int32_t PLACE = 50;
+
+/// A module with a live value for each key of a store that comes and goes.
+class ComingAndGoing {
+public:
+    explicit ComingAndGoing(std::size_t count)
+        : profile_(makeLayers(10)),
+          store_(makeReadOnlyStore("Many", PLACE, makeEntries(PLACE, count))),
+          other_(makeReadOnlyStore("Many", PLACE, changed(makeEntries(PLACE, count)))) {
+        profile_.enter();
+        host_ = std::make_unique<ModuleHost>(std::make_shared<NoTaskDispatcher>());
+        for (std::size_t index = 0; index < count; ++index) {
+            const auto value = host_->service()->getConfig(widen(makeKey(PLACE, index)));
+            value->getConfigValueNotifiers()->getValueNotifier()->addConnection([this] { ++told_; });
+        }
+    }
+
+    ConfigStoreManager& manager() { return host_->manager(); }
+    const std::shared_ptr<ConfigStore>& version(bool second) const { return second ? other_ : store_; }
+    std::size_t told() const { return told_; }
+
+    static ComingAndGoing& kept(std::size_t count) {
+        static std::map<std::size_t, std::unique_ptr<ComingAndGoing>> all;
+        auto& one = all[count];
+        if (one == nullptr) {
+            one = std::make_unique<ComingAndGoing>(count);
+        }
+        return *one;
+    }
+
+private:
+    /// Of a hundred entries one has another value, or every other time is not there.
+    static Entries changed(Entries entries) {
+        Entries result;
+        for (std::size_t index = 0; index < entries.size(); ++index) {
+            if (index % 200 == 100) {
+                continue;
+            }
+            if (index % 200 == 0) {
+                entries[index].second = "another value";
+            }
+            result.push_back(entries[index]);
+        }
+        return result;
+    }
+
+    const Profile profile_;
+    const std::shared_ptr<ConfigStore> store_;
+    const std::shared_ptr<ConfigStore> other_;
+    std::unique_ptr<ModuleHost> host_;
+    std::size_t told_ = 0;
+};
+
+void addJoin(std::size_t count) {
+    add("a store of " + std::to_string(count) + " keys joins, each observed", "corvid",
+        [count](benchmark::State& state) {
+            auto& module = ComingAndGoing::kept(count);
+            module.manager().removeStoreWithSameName("Many");
+            for (auto _ : state) {
+                const std::size_t before = module.told();
+                module.manager().addStore(module.version(false));
+                if (module.told() - before != count) {
+                    state.SkipWithError("not every observer was told");
+                }
+                state.PauseTiming();
+                module.manager().removeStoreWithSameName("Many");
+                state.ResumeTiming();
+            }
+        })
+        ->Unit(benchmark::kMillisecond);
+}
+
+void addReplacement(std::size_t count) {
+    add("a store of " + std::to_string(count) + " keys is replaced, 1 % changed", "corvid",
+        [count](benchmark::State& state) {
+            auto& module = ComingAndGoing::kept(count);
+            module.manager().addStore(module.version(false));
+            bool second = false;
+            for (auto _ : state) {
+                second = !second;
+                module.manager().updateStoreValues(module.version(second));
+            }
+        })
+        ->Unit(benchmark::kMillisecond);
+}
+
+}  // namespace
+
+void addModuleStores(const Scale& scale) {
+    addJoin(scale.small);
+    addJoin(scale.large);
+    addReplacement(scale.large);
+}
+
+}  // namespace bench

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "quill/StringUtils.h"
+
+/// Two units of a key side by side, which is how keys are walked: they are ASCII nearly always, and two letters fold
+/// and compare as fast as one.
+namespace KeyUnits {
+
+static_assert(sizeof(wchar_t) == 4);
+
+inline constexpr std::uint64_t BEYOND_ASCII = 0xFFFFFF80'FFFFFF80U;
+
+/// The two units at that place; the second is 0 behind the end.
+inline std::uint64_t pairAt(std::wstring_view text, std::size_t place) {
+    if (text.size() - place == 1) {
+        return static_cast<std::uint32_t>(text[place]);
+    }
+    std::uint64_t pair = 0;
+    std::memcpy(&pair, text.data() + place, sizeof(pair));
+    return pair;
+}
+
+/// Both units in lower case. @param pair ASCII units.
+constexpr std::uint64_t fold(std::uint64_t pair) {
+    // The eighth bit of each half tells whether the unit is at or behind "A", and whether it is behind "Z".
+    const std::uint64_t fromA = pair + 0x0000003F'0000003FU;
+    const std::uint64_t behindZ = pair + 0x00000025'00000025U;
+    return pair | ((fromA & ~behindZ & 0x00000080'00000080U) >> 2U);
+}
+
+/// QuillCoreUtils::caseInsensitiveStringCompare with a short way for ASCII.
+inline std::int32_t compare(std::wstring_view a, std::wstring_view b) {
+    const std::size_t length = a.size() < b.size() ? a.size() : b.size();
+    for (std::size_t place = 0; place < length; ++place) {
+        const auto fromA = static_cast<std::uint32_t>(a[place]);
+        const auto fromB = static_cast<std::uint32_t>(b[place]);
+        if (fromA == fromB) {
+            continue;
+        }
+        if ((fromA | fromB) >= 0x80) {
+            return QuillCoreUtils::caseInsensitiveStringCompare(a.substr(place), b.substr(place));
+        }
+        const std::uint64_t lowerA = fold(fromA);
+        const std::uint64_t lowerB = fold(fromB);
+        if (lowerA != lowerB) {
+            return lowerA < lowerB ? -1 : 1;
+        }
+    }
+    return static_cast<std::int32_t>(a.size() > length) - static_cast<std::int32_t>(b.size() > length);
+}
+
+/// QuillCoreUtils::caseInsensitiveStringEquals with a short way for ASCII.
+inline bool equal(std::wstring_view a, std::wstring_view b) {
+    if (a.size() != b.size()) {
+        return false;
+    }
+    for (std::size_t place = 0; place < a.size(); place += 2) {
+        const std::uint64_t fromA = pairAt(a, place);
+        const std::uint64_t fromB = pairAt(b, place);
+        if (((fromA | fromB) & BEYOND_ASCII) != 0) {
+            return QuillCoreUtils::caseInsensitiveStringEquals(a.substr(place), b.substr(place));
+        }
+        if (fold(fromA) != fold(fromB)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace KeyUnits
+
+/// A key as lookups take it: folded and hashed once, however many stores are asked. Refers to the text, which must
+/// outlive it.
+class FoldedKey {
+public:
+    explicit FoldedKey(const std::wstring& text) : text_(text), hash_(hashOf(text)) {}
+    explicit FoldedKey(std::wstring&&) = delete;
+
+    /// As it was asked for.
+    const std::wstring& text() const { return text_; }
+
+    /// Equal for keys that differ only in case.
+    std::uint64_t hash() const { return hash_; }
+
+    bool equals(std::wstring_view key) const { return KeyUnits::equal(text_, key); }
+
+private:
+    static std::uint64_t hashOf(std::wstring_view text) {
+        std::uint64_t hash = text.size();
+        std::uint64_t beyond = 0;
+        for (std::size_t place = 0; place < text.size(); place += 2) {
+            const std::uint64_t pair = KeyUnits::pairAt(text, place);
+            beyond |= pair & KeyUnits::BEYOND_ASCII;
+            hash = mix(hash, KeyUnits::fold(pair));
+        }
+        return beyond == 0 ? finish(hash) : hashBeyondAscii(text);
+    }
+
+    /// The same sum over the folded text: a letter beyond ASCII may stand for one of ASCII.
+    static std::uint64_t hashBeyondAscii(std::wstring_view text) {
+        const std::wstring folded = QuillCoreUtils::toLowercase(text);
+        std::uint64_t hash = folded.size();
+        for (std::size_t place = 0; place < folded.size(); place += 2) {
+            hash = mix(hash, KeyUnits::pairAt(folded, place));
+        }
+        return finish(hash);
+    }
+
+    static constexpr std::uint64_t mix(std::uint64_t hash, std::uint64_t pair) {
+        hash = (hash ^ pair) * 0x9E3779B97F4A7C15U;
+        return hash ^ (hash >> 32U);
+    }
+
+    static constexpr std::uint64_t finish(std::uint64_t hash) { return hash * 0xD6E8FEB86659FD93U; }
+
+    const std::wstring& text_;
+    const std::uint64_t hash_;
+};

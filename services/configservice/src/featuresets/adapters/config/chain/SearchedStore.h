@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ConfigStore.h"
+#include "chain/FoldedLookup.h"
+
+/// A store with what a search wants to know of it. Of the module's own stores that stays the same for their lives, and
+/// is asked once; a store from outside is asked each time.
+class SearchedStore {
+public:
+    /// @param store not null.
+    explicit SearchedStore(const std::shared_ptr<ConfigStore>& store);
+
+    bool lookUp(const FoldedKey& key, std::wstring& value) const {
+        return inside_ != nullptr ? inside_->lookUp(key, value) : store_->getValue(key.text(), value);
+    }
+
+    bool isReadOnly() const { return inside_ != nullptr ? readOnly_ : store_->isReadOnly(); }
+    std::wstring name() const;
+
+private:
+    std::shared_ptr<ConfigStore> store_;
+    FoldedLookup* inside_;  ///< null for a store from outside
+    bool readOnly_ = false;  ///< this and the name: of a store of the module's own
+    std::wstring name_;
+};
+
+/// Stores in the order in which they are searched.
+using SearchList = std::vector<SearchedStore>;

@@ -1,0 +1,191 @@
+#include "chain/KeyedValues.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <random>
+#include <thread>
+
+#include "support/Seed.h"
+
+// The hash table beside the ordered map, held to what a plain map of folded texts answers.
+
+namespace {
+
+using PlainMap = std::map<std::wstring, std::wstring>;
+
+std::wstring lowerOf(const std::wstring& key) { return QuillCoreUtils::toLowercase(key); }
+
+/// Keys that often meet: few letters, in both cases, some beyond ASCII that fold to others or to ASCII.
+std::wstring randomKey(std::mt19937& random) {
+    static const std::wstring letters = L"aAbBzZ_@[`{019\u00e9\u00c9\u212ak\u017fs\u0130\U0001F600";
+    std::wstring key;
+    const auto length = std::uniform_int_distribution<std::size_t>(0, 4)(random);
+    while (key.size() < length) {
+        key += letters[std::uniform_int_distribution<std::size_t>(0, letters.size() - 1)(random)];
+    }
+    return key;
+}
+
+struct Keyed {
+    KeyFilter filter;
+    KeyedValues values{filter};
+
+    std::wstring valueOf(const std::wstring& key) const {
+        const FoldedKey folded(key);
+        const std::wstring* const found = values.find(folded);
+        return found != nullptr ? *found : L"(none)";
+    }
+};
+
+void expectSame(const Keyed& keyed, const PlainMap& plain, const std::wstring& key) {
+    const auto expected = plain.find(lowerOf(key));
+    ASSERT_EQ(keyed.valueOf(key), expected != plain.end() ? expected->second : L"(none)");
+    ASSERT_TRUE(expected == plain.end() || keyed.filter.mayHold(FoldedKey(key).hash()));
+}
+
+/// One change of both. @return false for an answer that differs.
+bool changeBoth(Keyed& keyed, PlainMap& plain, std::mt19937& random, int step) {
+    const std::wstring key = randomKey(random);
+    const std::wstring value = std::to_wstring(step % 7);
+    const FoldedKey folded(key);
+    const auto before = plain.find(lowerOf(key));
+    const bool known = before != plain.end();
+    switch (std::uniform_int_distribution<int>(0, 40)(random)) {
+    case 0:
+        keyed.values.clear();
+        plain.clear();
+        return true;
+    case 1: {
+        const ConfigMap taken = keyed.values.exchange({{key, value}});
+        const bool same = taken.size() == plain.size();
+        plain = {{lowerOf(key), value}};
+        return same;
+    }
+    default:
+        break;
+    }
+    switch (step % 3) {
+    case 0: {
+        const bool changes = !known || before->second != value;
+        plain[lowerOf(key)] = value;
+        return keyed.values.set(folded, value) == changes;
+    }
+    case 1:
+        plain.emplace(lowerOf(key), value);
+        keyed.values.add(key, value);
+        return true;
+    default:
+        plain.erase(lowerOf(key));
+        return keyed.values.erase(folded) == known;
+    }
+}
+
+TEST(KeyedValues, AnswersAsAPlainMapOfFoldedTexts) {
+    const unsigned seed = support::seedOfThisRun();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    Keyed keyed;
+    PlainMap plain;
+    for (int step = 0; step < 20000 && !testing::Test::HasFailure(); ++step) {
+        ASSERT_TRUE(changeBoth(keyed, plain, random, step)) << "step " << step;
+        expectSame(keyed, plain, randomKey(random));
+        ASSERT_EQ(keyed.values.map().size(), plain.size());
+    }
+}
+
+TEST(KeyedValues, FindsEachOfManyKeysAndKeepsThemInOrder) {
+    Keyed keyed;
+    for (int index = 0; index < 5000; ++index) {
+        const std::wstring key = L"Key" + std::to_wstring(index * 7919 % 5000);
+        keyed.values.set(FoldedKey(key), std::to_wstring(index));
+    }
+    for (int index = 0; index < 5000; ++index) {
+        ASSERT_EQ(keyed.valueOf(L"kEY" + std::to_wstring(index * 7919 % 5000)), std::to_wstring(index));
+    }
+    const std::vector<std::wstring> keys = keyed.values.keys();
+    EXPECT_EQ(keys.size(), 5000U);
+    EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end(), caseInsensitiveMapComparator()));
+}
+
+TEST(KeyedValues, KeepsTheSpellingOfTheFirstInsertion) {
+    Keyed keyed;
+    const std::wstring first = L"Theme";
+    const std::wstring second = L"THEME";
+    keyed.values.set(FoldedKey(first), L"dark");
+    EXPECT_TRUE(keyed.values.set(FoldedKey(second), L"light"));
+    EXPECT_FALSE(keyed.values.set(FoldedKey(second), L"light"));
+    EXPECT_EQ(keyed.values.keys(), std::vector<std::wstring>{L"Theme"});
+    EXPECT_EQ(keyed.valueOf(L"theme"), L"light");
+}
+
+TEST(KeyedValues, StaysSmallUnderKeysThatComeAndGo) {
+    Keyed keyed;
+    for (int index = 0; index < 100000; ++index) {
+        const std::wstring key = L"key" + std::to_wstring(index);
+        keyed.values.set(FoldedKey(key), L"value");
+        ASSERT_TRUE(keyed.values.erase(FoldedKey(key)));
+    }
+    EXPECT_TRUE(keyed.values.map().empty());
+    EXPECT_EQ(keyed.valueOf(L"key99999"), L"(none)");
+}
+
+TEST(KeyFilter, RulesMostForeignKeysOut) {
+    Keyed keyed;
+    for (int index = 0; index < 10000; ++index) {
+        const std::wstring key = L"held" + std::to_wstring(index);
+        keyed.values.set(FoldedKey(key), L"value");
+    }
+    int wrong = 0;
+    for (int index = 0; index < 10000; ++index) {
+        const std::wstring key = L"foreign" + std::to_wstring(index);
+        wrong += keyed.filter.mayHold(FoldedKey(key).hash()) ? 1 : 0;
+    }
+    EXPECT_LT(wrong, 600);
+}
+
+TEST(KeyFilter, NeverRulesOutAHeldKeyWhileOthersAreAdded) {
+    Keyed keyed;
+    const std::wstring held = L"held";
+    const FoldedKey key(held);
+    keyed.values.set(key, L"value");
+    std::atomic<bool> done = false;
+    std::atomic<int> misses = 0;
+    std::thread reader([&] {
+        while (!done) {
+            misses += keyed.filter.mayHold(key.hash()) ? 0 : 1;
+        }
+    });
+    for (int index = 0; index < 3000; ++index) {
+        keyed.values.add(L"other" + std::to_wstring(index), L"value");
+    }
+    done = true;
+    reader.join();
+    EXPECT_EQ(misses, 0);
+}
+
+TEST(FoldedKey, ComparesAsTheTextsDo) {
+    const unsigned seed = support::seedOfThisRun();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    for (int round = 0; round < 50000; ++round) {
+        const std::wstring a = randomKey(random);
+        const std::wstring b = randomKey(random);
+        const std::int32_t order = QuillCoreUtils::caseInsensitiveStringCompare(a, b);
+        const std::string both = QuillCoreUtils::toString(a) + "|" + QuillCoreUtils::toString(b);
+        ASSERT_EQ(KeyUnits::compare(a, b), order) << both;
+        ASSERT_EQ(FoldedKey(a).equals(b), order == 0) << both;
+        ASSERT_TRUE(order != 0 || FoldedKey(a).hash() == FoldedKey(b).hash()) << both;
+    }
+}
+
+TEST(FoldedKey, FoldsEachLetterAndNothingBesides) {
+    for (wchar_t unit = 0; unit < 0x80; ++unit) {
+        const std::wstring text(3, unit);
+        const std::wstring lower = lowerOf(text);
+        ASSERT_EQ(FoldedKey(text).hash(), FoldedKey(lower).hash()) << static_cast<int>(unit);
+        ASSERT_EQ(KeyUnits::fold(KeyUnits::pairAt(text, 0)), KeyUnits::pairAt(lower, 0)) << static_cast<int>(unit);
+    }
+}
+
+}  // namespace
