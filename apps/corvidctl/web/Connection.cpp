@@ -4,9 +4,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <limits>
 
 #include "impl/quill/FileDescriptor.h"
 
@@ -21,53 +19,56 @@ constexpr int MOST_UNREAD_PIECES = 256;
 
 }  // namespace
 
-int millisecondsUntil(Deadline deadline) {
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now()).count();
-    return static_cast<int>(std::clamp<decltype(left)>(left, 0, std::numeric_limits<int>::max()));
-}
+bool Connection::hasMore(Deadline deadline) { return taken_ < unread_.size() || receive(deadline); }
 
-Connection::Received Connection::receive(Deadline deadline) {
-    std::array<char, PIECE> piece{};
-    while (waitFor(POLLIN, deadline)) {
-        const ssize_t count = recv(socket_, piece.data(), piece.size(), 0);
-        if (count > 0) {
-            unread_.append(piece.data(), static_cast<std::size_t>(count));
-            return Received::Something;
-        }
-        if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
-            return Received::TheEnd;
-        }
+ssize_t Connection::read(char* data, std::size_t size) {
+    overfull_ = mostBytes_ == 0;
+    if (overfull_ || !hasMore(deadline_)) {
+        return 0;
     }
-    return Received::NothingInTime;
+    const std::size_t count = unread_.copy(data, std::min(size, mostBytes_), taken_);
+    taken_ += count;
+    mostBytes_ -= count;
+    return static_cast<ssize_t>(count);
 }
 
-std::string Connection::take(std::size_t size) {
-    std::string taken = unread_.substr(0, size);
-    unread_.erase(0, size);
-    return taken;
-}
-
-bool Connection::send(std::string_view text, Deadline deadline) {
-    while (!text.empty()) {
-        if (!waitFor(POLLOUT, deadline)) {
-            return false;
+ssize_t Connection::write(const char* data, std::size_t size) {
+    for (std::size_t written = 0; written < size;) {
+        if (!waitFor(POLLOUT, deadline_)) {
+            return -1;
         }
-        const ssize_t count = ::send(socket_, text.data(), text.size(), MSG_NOSIGNAL);
+        const ssize_t count = send(socket_, data + written, size - written, MSG_NOSIGNAL);
         if (count >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(count));
+            written += static_cast<std::size_t>(count);
         } else if (errno != EAGAIN && errno != EINTR) {
-            return false;
+            return -1;
         }
     }
-    return true;
+    return static_cast<ssize_t>(size);
 }
 
 void Connection::finish(Deadline deadline) {
     shutdown(socket_, SHUT_WR);
-    unread_.clear();
-    for (int i = 0; i < MOST_UNREAD_PIECES && receive(deadline) == Received::Something; ++i) {
-        unread_.clear();
+    for (int i = 0; i < MOST_UNREAD_PIECES && receive(deadline); ++i) {
     }
+}
+
+/// Replaces what has been taken. @return false if nothing came in time.
+bool Connection::receive(Deadline deadline) {
+    unread_.resize(PIECE);
+    taken_ = 0;
+    while (waitFor(POLLIN, deadline)) {
+        const ssize_t count = recv(socket_, unread_.data(), unread_.size(), 0);
+        if (count > 0) {
+            unread_.resize(static_cast<std::size_t>(count));
+            return true;
+        }
+        if (count == 0 || (errno != EAGAIN && errno != EINTR)) {
+            break;
+        }
+    }
+    unread_.clear();
+    return false;
 }
 
 bool Connection::waitFor(short events, Deadline deadline) const {

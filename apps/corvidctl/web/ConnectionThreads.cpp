@@ -3,10 +3,29 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <system_error>
 #include <utility>
 
 namespace corvidctl {
+
+namespace {
+
+/// The HTTP library looks for patterns with recursion: a field of 8 KiB, the longest that it reads, takes it 6 MiB. How
+/// much a thread has otherwise is up to whoever has started the program.
+constexpr std::size_t STACK_BYTES = 16 * 1024 * 1024;
+
+/// @return false if the system has no thread left.
+bool startThread(pthread_t& thread, void* (*run)(void*), void* argument) {
+    pthread_attr_t attributes;
+    if (pthread_attr_init(&attributes) != 0) {
+        return false;
+    }
+    const bool started = pthread_attr_setstacksize(&attributes, STACK_BYTES) == 0 &&
+                         pthread_create(&thread, &attributes, run, argument) == 0;
+    pthread_attr_destroy(&attributes);
+    return started;
+}
+
+}  // namespace
 
 ConnectionThreads::ConnectionThreads(std::size_t most, Serve serve) : most_(most), serve_(std::move(serve)) {}
 
@@ -19,8 +38,8 @@ ConnectionThreads::~ConnectionThreads() {
             }
         }
     }
-    for (Place& place : places_) {
-        place.thread.join();
+    for (const Place& place : places_) {
+        pthread_join(place.thread, nullptr);
     }
 }
 
@@ -30,15 +49,18 @@ bool ConnectionThreads::admit(int socket) {
     if (places_.size() >= most_) {
         return false;
     }
-    Place& place = places_.emplace_back();
-    try {
-        place.thread = std::thread([this, &place] { run(place); });
-    } catch (const std::system_error&) {
+    Place& place = places_.emplace_back(Place{.owner = *this, .socket = socket});
+    if (!startThread(place.thread, runPlace, &place)) {
         places_.pop_back();
         return false;
     }
-    place.socket = socket;  // its thread waits for the mutex before it looks
     return true;
+}
+
+void* ConnectionThreads::runPlace(void* place) {
+    auto& own = *static_cast<Place*>(place);
+    own.owner.run(own);
+    return nullptr;
 }
 
 void ConnectionThreads::run(Place& place) {
@@ -59,7 +81,7 @@ void ConnectionThreads::clearPlaces() {
             ++place;
             continue;
         }
-        place->thread.join();
+        pthread_join(place->thread, nullptr);
         place = places_.erase(place);
     }
 }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include <pthread.h>
+
 #include <cstddef>
 #include <functional>
 #include <list>
 #include <mutex>
-#include <thread>
 
 namespace corvidctl {
 
@@ -29,10 +30,12 @@ public:
 
 private:
     struct Place {
+        ConnectionThreads& owner;
         int socket = -1;  ///< -1: it has been served and closed; under the mutex
-        std::thread thread;
+        pthread_t thread = {};
     };
 
+    static void* runPlace(void* place);
     void run(Place& place);
     void clearPlaces();
 

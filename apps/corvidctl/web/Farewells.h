@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "web/Connection.h"
+#include "web/Deadline.h"
 
 namespace corvidctl {
 

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
 
-#include "web/RequestHead.h"
+#include "web/Refusal.h"
+
+namespace httplib {
+struct Request;
+}
 
 namespace corvidctl {
 
@@ -23,11 +28,13 @@ public:
 
     /// @param port the one that the server listens on.
     /// @param token what the link carries, of letters and digits.
-    Gate(std::uint16_t port, std::string token);
+    /// @param mostBytes of a request's body.
+    Gate(std::uint16_t port, std::string token, std::size_t mostBytes);
 
     /// The first that is wrong decides, in this order: the host, the site that the request comes from, the token, the
-    /// method, the body's type. Who has not got the token learns nothing about what there is.
-    Verdict judge(const RequestHead& head) const;
+    /// method, the body's type and its size. Who has not got the token learns nothing about what there is.
+    /// @param request its body has not been read.
+    Verdict judge(const httplib::Request& request) const;
 
     /// What a person opens.
     std::string link() const;
@@ -37,14 +44,17 @@ public:
 
 private:
     bool isOwnHost(std::string_view host) const;
-    bool isAskedForByName(const RequestHead& head) const;
-    bool comesFromOwnPage(const RequestHead& head) const;
-    bool hasLink(const RequestHead& head) const;
-    bool hasCookie(const RequestHead& head) const;
+    bool isAskedForByName(const httplib::Request& request) const;
+    bool comesFromOwnPage(const httplib::Request& request) const;
+    bool hasLink(const httplib::Request& request) const;
+    bool hasCookie(const httplib::Request& request) const;
     std::string cookieStart() const;
+    Verdict judgeMethod(const httplib::Request& request) const;
+    Verdict judgeBody(const httplib::Request& request) const;
 
     const std::string port_;
     const std::string token_;
+    const std::size_t mostBytes_;
 };
 
 }  // namespace corvidctl

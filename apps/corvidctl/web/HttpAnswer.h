@@ -1,33 +1,23 @@
 #pragma once
 
-#include <string>
-#include <string_view>
-#include <vector>
+#include <httplib.h>
 
-#include "web/RequestHead.h"
+#include <string>
+
+#include "web/Refusal.h"
 
 namespace corvidctl {
 
-/// An answer, before it becomes bytes.
-struct HttpAnswer {
-    int status = 200;
-    std::string type = {};  ///< the media type; empty: there is no body
-    std::string body = {};
-    std::vector<std::string> fields = {};  ///< more header fields, each as "Name: value"
-};
+/// True if the request is one for data. A failure of those is JSON, that of others a line of plain text.
+inline bool isForApi(const httplib::Request& request) { return request.path.starts_with("/api/"); }
 
-/// What tells a client why it gets nothing. @param asJson as {"error": sentence}, else as a line of plain text.
-HttpAnswer refusalAnswer(const Refusal& refusal, bool asJson);
+/// What every answer carries, so that browsers neither run, frame, guess, keep nor give away what is served.
+const httplib::Headers& protectiveFields();
 
-/// Where an answer's body ends.
-enum class Ending {
-    Length,   ///< after so many bytes; more requests may follow
-    Close,    ///< after so many bytes, and the connection with it
-    Endless,  ///< with the connection: what follows is a stream
-};
+/// Tells the client why it gets nothing.
+void refuse(const Refusal& refusal, const httplib::Request& request, httplib::Response& response);
 
-/// The answer's head, down to the blank line. Every one carries the fields that keep browsers from running, framing,
-/// guessing, keeping or giving away what is served.
-std::string headText(const HttpAnswer& answer, Ending ending);
+/// The same as it goes over the wire, for a client whose request is not even read: 503, with the sentence.
+std::string noPlaceText(const std::string& sentence);
 
 }  // namespace corvidctl

@@ -65,7 +65,8 @@ PageStream::News PageStream::waitForNews() const {
 }
 
 bool PageStream::send(std::string_view text) {
-    return connection_.send(text, std::chrono::steady_clock::now() + house_.options.requestTime);
+    connection_.setDeadline(std::chrono::steady_clock::now() + house_.options.requestTime);
+    return connection_.write(text.data(), text.size()) >= 0;
 }
 
 }  // namespace corvidctl

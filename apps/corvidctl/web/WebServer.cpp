@@ -27,11 +27,7 @@ constexpr std::size_t MOST_FAREWELLS = 128;
 /// When the system has no descriptor left, somebody waits and cannot be accepted: looking again at once is of no use.
 constexpr int PAUSE_MILLISECONDS = 100;
 
-std::string farewellText() {
-    const HttpAnswer answer =
-        refusalAnswer({503, "Too many connections are open already: try again in some seconds."}, false);
-    return headText(answer, Ending::Close) + answer.body;
-}
+constexpr const char* NO_PLACE = "Too many connections are open already: try again in some seconds.";
 
 }  // namespace
 
@@ -54,8 +50,11 @@ struct WebServer::State {
 
 WebServer::State::State(const Options& options, Api& api)
     : listener(options.port),
-      house{options, Gate(listener.port(), makeToken()), api, {options.streams, options.streamBytes}},
-      farewells(farewellText(), MOST_FAREWELLS, options.goodbyeTime),
+      house{options,
+            Gate(listener.port(), makeToken(), options.requestBytes),
+            api,
+            {options.streams, options.streamBytes}},
+      farewells(noPlaceText(NO_PLACE), MOST_FAREWELLS, options.goodbyeTime),
       threads(options.connections, [this](int socket) { Exchange(house, socket).run(); }),
       ended(eventfd(0, EFD_CLOEXEC)) {
     if (!ended.isOpen()) {

@@ -112,7 +112,9 @@ TEST_F(WebLimitsTest, HeadOf8KibibytesIsTheLargest) {
     EXPECT_EQ(ask(requestOf(8192)).status, 200);
     const RawAnswer larger = ask(requestOf(8193));
     EXPECT_EQ(larger.status, 431);
-    EXPECT_EQ(larger.body, "The request's header is too large: at most 8192 bytes are read.\n");
+    EXPECT_EQ(larger.body, R"({"error":"The request's header is too large: at most 8192 bytes are read."})");
+    EXPECT_EQ(ask(std::string(8193, 'A') + "\r\n\r\n").body,
+              "The request's header is too large: at most 8192 bytes are read.\n");
 }
 
 TEST_F(WebLimitsTest, HeadWithoutAnEndIsCutOff) {
@@ -194,7 +196,9 @@ TEST_F(WebLimitsTest, OneConnectionTooManyIsTold) {
     const RawAnswer answer = three.read();
     EXPECT_EQ(answer.status, 503);
     EXPECT_EQ(answer.body, "Too many connections are open already: try again in some seconds.\n");
+    EXPECT_EQ(answer.field("Content-Type"), "text/plain; charset=utf-8");
     EXPECT_EQ(answer.field("Cache-Control"), "no-store");
+    EXPECT_EQ(answer.field("Referrer-Policy"), "no-referrer");
     EXPECT_EQ(three.readToEnd(), "");
     for (RawClient* client : {&one, &two}) {
         client->send(get("/api/keys"));

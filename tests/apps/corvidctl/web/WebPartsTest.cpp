@@ -13,7 +13,6 @@
 
 #include "web/EventStreams.h"
 #include "web/Farewells.h"
-#include "web/HttpAnswer.h"
 #include "web/PageFiles.h"
 #include "web/Token.h"
 
@@ -72,46 +71,6 @@ TEST(Token, IsTheSameLetterByLetterOnly) {
     for (const std::string other : {"", "ab", "abcd", "abd", "Abc", "xbc"}) {
         EXPECT_FALSE(isSameToken(other, "abc")) << other;
     }
-}
-
-TEST(HttpAnswer, EveryAnswerIsProtected) {
-    EXPECT_EQ(
-        headText({.status = 404, .type = "text/plain", .body = "12345", .fields = {"Allow: GET"}}, Ending::Length),
-        "HTTP/1.1 404 Not Found\r\n"
-        "Content-Security-Policy: default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
-        "img-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'\r\n"
-        "X-Content-Type-Options: nosniff\r\n"
-        "Referrer-Policy: no-referrer\r\n"
-        "Cross-Origin-Resource-Policy: same-origin\r\n"
-        "Cache-Control: no-store\r\n"
-        "Content-Type: text/plain\r\n"
-        "Content-Length: 5\r\n"
-        "Allow: GET\r\n"
-        "\r\n");
-}
-
-TEST(HttpAnswer, EndIsTold) {
-    const std::string closed = headText({.type = "text/plain", .body = "1"}, Ending::Close);
-    EXPECT_NE(closed.find("\r\nContent-Length: 1\r\nConnection: close\r\n"), std::string::npos);
-    const std::string endless = headText({.type = "text/event-stream"}, Ending::Endless);
-    EXPECT_EQ(endless.find("Content-Length"), std::string::npos);
-    EXPECT_NE(endless.find("\r\nConnection: close\r\n"), std::string::npos);
-    const std::string empty = headText({.status = 303}, Ending::Length);
-    EXPECT_EQ(empty.find("Content-Type"), empty.find("Content-Type-Options"));
-    EXPECT_NE(empty.find("\r\nContent-Length: 0\r\n"), std::string::npos);
-}
-
-TEST(HttpAnswer, RefusalIsASentenceInTheFormThatIsAskedFor) {
-    const Refusal refusal{405, "Say \"GET\".", "GET, HEAD"};
-    const HttpAnswer json = refusalAnswer(refusal, true);
-    EXPECT_EQ(json.status, 405);
-    EXPECT_EQ(json.type, "application/json");
-    EXPECT_EQ(json.body, R"({"error":"Say \"GET\"."})");
-    EXPECT_EQ(json.fields, std::vector<std::string>{"Allow: GET, HEAD"});
-    const HttpAnswer plain = refusalAnswer({401, "Open the link."}, false);
-    EXPECT_EQ(plain.type, "text/plain; charset=utf-8");
-    EXPECT_EQ(plain.body, "Open the link.\n");
-    EXPECT_TRUE(plain.fields.empty());
 }
 
 TEST(Farewells, EachIsToldAndClosedWhenItHasGone) {

@@ -102,10 +102,14 @@ TEST_F(WebServerTest, EveryAnswerIsProtected) {
                                                  {"GET / HTTP/1.1\r\nHost: evil.example\r\n\r\n", 403},
                                                  {get("/nothing"), 404},
                                                  {post("/", "{}"), 405},
-                                                 {"POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n", 411},
+                                                 {post("/api/set", "", "Transfer-Encoding: chunked\r\n"), 411},
                                                  {post("/api/set", std::string(70000, ' ')), 413},
+                                                 {get("/", "Range: nonsense\r\n"), 416},
                                                  {get("/", "A: " + std::string(9000, 'a') + "\r\n"), 431},
-                                                 {"GET / HTTP/3\r\n\r\n", 505},
+                                                 {"GET / HTTP/3\r\n\r\n", 400},
+                                                 {"PROPFIND / HTTP/1.1\r\n\r\n", 400},
+                                                 {post("/api/set\n", "{}"), 400},
+                                                 {post("/api/a%0Ab", "{}"), 200},
                                                  {"HEAD" + get("/").substr(3), 200}};
     for (const auto& [request, status] : statuses) {
         const RawAnswer answer = ask(request);
@@ -117,6 +121,8 @@ TEST_F(WebServerTest, EveryAnswerIsProtected) {
         EXPECT_EQ(answer.field("Referrer-Policy"), "no-referrer");
         EXPECT_EQ(answer.field("Cross-Origin-Resource-Policy"), "same-origin");
         EXPECT_EQ(answer.field("Cache-Control"), "no-store");
+        EXPECT_EQ(answer.field("Accept-Ranges"), "none");
+        EXPECT_EQ(answer.field("Keep-Alive"), "");
     }
 }
 
@@ -129,14 +135,74 @@ TEST_F(WebServerTest, PathThatLeadsNowhereIsToldWhereThePageIs) {
 }
 
 TEST_F(WebServerTest, UnreadableRequestIsToldInTheFormOfItsPath) {
-    const RawAnswer data = ask(get("/api/explain?key=%"));
-    EXPECT_EQ(data.status, 400);
-    EXPECT_EQ(data.body, R"({"error":"The query must consist of NAME=VALUE with each name once, joined by \"&\"."})");
-    const RawAnswer page = ask(get("/?a=%"));
-    EXPECT_EQ(page.status, 400);
-    EXPECT_EQ(page.body, "The query must consist of NAME=VALUE with each name once, joined by \"&\".\n");
-    EXPECT_EQ(ask("GET http://" + host() + "/api/keys HTTP/1.1\r\nHost: " + host() + "\r\n" + cookie() + "\r\n").status,
-              400);
+    const RawAnswer data = ask(get("/api/keys", "Range: nonsense\r\n"));
+    EXPECT_EQ(data.status, 416);
+    EXPECT_EQ(data.body, R"({"error":"The request cannot be read as one of HTTP/1.1."})");
+    for (const std::string request :
+         {"nonsense", "", "GET /", "GET / HTTP/2", "GET/ HTTP/1.1", "get / HTTP/1.1", "GET /a b HTTP/1.1",
+          "GET /?a?b HTTP/1.1", "\r\nGET / HTTP/1.1", "PRI * HTTP/2.0"}) {
+        RawClient client = connect();
+        client.send(std::string(request).append("\r\n\r\n") + get("/api/keys"));
+        const RawAnswer page = client.read();
+        EXPECT_EQ(page.status, 400) << request;
+        EXPECT_EQ(page.field("Content-Type"), "text/plain; charset=utf-8");
+        EXPECT_EQ(page.field("Connection"), "close");
+        EXPECT_EQ(page.body, "The request cannot be read as one of HTTP/1.1.\n");
+        EXPECT_EQ(client.readToEnd(), "") << request;
+    }
+    EXPECT_TRUE(api_.requests().empty());
+}
+
+TEST_F(WebServerTest, OtherFormsOfAPathLeadNowhereElse) {
+    EXPECT_EQ(ask(get("http://" + host() + "/api/keys")).status, 404);
+    EXPECT_EQ(ask(get("api/keys")).status, 404);
+    EXPECT_EQ(ask(get("/api/%2e%2e/keys")).status, 200);
+    EXPECT_EQ(api_.requests().front().path, "../keys");
+    EXPECT_EQ(ask(get("/index%2ehtml#top")).body, pageFileAt("/")->contents);
+}
+
+TEST_F(WebServerTest, WhatIsAskedForIsWellFormedText) {
+    EXPECT_EQ(ask(get("/api/%FFx?key=%FFa%C3&a%FE=1&key=2")).status, 200);
+    const ApiRequest request = api_.requests().front();
+    EXPECT_EQ(request.path, "\xEF\xBF\xBDx");
+    EXPECT_EQ(request.parameters, (std::map<std::string, std::string>{{"key", "\xEF\xBF\xBD"
+                                                                              "a\xEF\xBF\xBD"},
+                                                                      {"a\xEF\xBF\xBD", "1"}}));
+}
+
+TEST_F(WebServerTest, AnswersComeWholeAndAsTheyAre) {
+    const std::string_view page = pageFileAt("/")->contents;
+    for (const std::string more : {"Range: bytes=0-3\r\n", "Range: bytes=0-3, 5-6\r\n", "Range: bytes=99999999-\r\n",
+                                   "Accept-Encoding: gzip, br\r\n", "If-None-Match: *\r\n"}) {
+        const RawAnswer answer = ask(get("/", more));
+        EXPECT_EQ(answer.status, 200) << more;
+        EXPECT_EQ(answer.field("Content-Encoding"), "") << more;
+        EXPECT_EQ(answer.body, page) << more;
+    }
+}
+
+TEST_F(WebServerTest, ClientThatAsksFirstIsToldToSendItsBody) {
+    RawClient client = connect();
+    const std::string request = post("/api/set", "{}", "Expect: 100-continue\r\n");
+    client.send(request.substr(0, request.size() - 2));
+    EXPECT_EQ(client.readUpTo("\r\n\r\n"), "HTTP/1.1 100 Continue\r\n\r\n");
+    client.send("{}");
+    EXPECT_EQ(client.read().body, R"({"path":"set"})");
+}
+
+/// Patterns are looked for with recursion, which takes the more of a thread's stack the longer the text is.
+TEST_F(WebServerTest, NothingIsTooDeep) {
+    const std::string path(7000, 'a');
+    EXPECT_EQ(ask(get("/" + path)).status, 404);
+    EXPECT_EQ(ask(get("/api/" + path)).status, 200);
+    EXPECT_EQ(ask(post("/api/" + path, "{}")).status, 200);
+    std::string ranges = "0-0";
+    while (ranges.size() < 7000) {
+        ranges.append(",0-0");
+    }
+    EXPECT_EQ(ask(get("/", "Range: bytes=" + ranges + "\r\n")).status, 200);
+    EXPECT_EQ(ask(get("/", "Range: bytes=" + ranges + "x\r\n")).status, 416);
+    EXPECT_EQ(ask(get("/", "Range: bytes=0" + std::string(7000, '1') + "-\r\n")).status, 416);
 }
 
 TEST_F(WebServerTest, HeadIsAsGetWithoutTheBody) {
@@ -197,9 +263,13 @@ TEST_F(WebServerTest, NothingBehindARefusedRequestIsRead) {
 TEST_F(WebServerTest, BodyOfSomethingToReadIsNobodysBusiness) {
     RawClient client = connect();
     client.send(get("/api/keys", "Content-Length: 3\r\n") + "abc" + get("/api/about"));
-    EXPECT_EQ(client.read().body, R"({"path":"keys"})");
-    EXPECT_EQ(client.read().body, R"({"path":"about"})");
+    const RawAnswer answer = client.read();
+    EXPECT_EQ(answer.body, R"({"path":"keys"})");
+    EXPECT_EQ(answer.field("Connection"), "close");
+    EXPECT_EQ(client.readToEnd(), "");
+    EXPECT_EQ(api_.requests().size(), 1U);
     EXPECT_EQ(api_.requests().front().body, "");
+    EXPECT_EQ(ask(get("/api/keys", "Transfer-Encoding: chunked\r\n")).field("Connection"), "close");
 }
 
 TEST_F(WebServerTest, DataComesFromTheApi) {
