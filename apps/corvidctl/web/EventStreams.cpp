@@ -28,17 +28,14 @@ void EventStream::push(const std::shared_ptr<const std::string>& text, std::uint
     if (over_) {
         return;
     }
-    if (!waiting_.empty() && bytes_ + text->size() > mostBytes_) {
-        return endLocked();
+    over_ = !waiting_.empty() && bytes_ + text->size() > mostBytes_;
+    if (over_) {
+        waiting_.clear();
+    } else {
+        waiting_.push_back({text, id});
+        bytes_ += text->size();
     }
-    waiting_.push_back({text, id});
-    bytes_ += text->size();
     announce();
-}
-
-void EventStream::end() {
-    const std::lock_guard lock(mutex_);
-    endLocked();
 }
 
 bool EventStream::isOver() const {
@@ -62,19 +59,12 @@ std::string EventStream::take(std::uint64_t known) {
     return text;
 }
 
-void EventStream::endLocked() {
-    over_ = true;
-    waiting_.clear();
-    bytes_ = 0;
-    announce();
-}
-
 void EventStream::announce() const { eventfd_write(news_.get(), 1); }
 
 std::shared_ptr<EventStream> EventStreams::open() {
     const std::lock_guard lock(mutex_);
     std::erase_if(streams_, [](const auto& stream) { return stream.expired(); });
-    if (ended_ || streams_.size() >= most_) {
+    if (streams_.size() >= most_) {
         return nullptr;
     }
     try {
@@ -92,16 +82,6 @@ void EventStreams::send(const ServerEvent& event) {
     for (const auto& place : streams_) {
         if (const auto stream = place.lock()) {
             stream->push(text, event.id);
-        }
-    }
-}
-
-void EventStreams::end() {
-    const std::lock_guard lock(mutex_);
-    ended_ = true;
-    for (const auto& place : streams_) {
-        if (const auto stream = place.lock()) {
-            stream->end();
         }
     }
 }

@@ -26,16 +26,13 @@ public:
     EventStream(const EventStream&) = delete;
     EventStream& operator=(const EventStream&) = delete;
 
-    /// What is there to be sent: readable as soon as something waits, or the stream is over. Not to be read.
+    /// Readable as soon as something waits, or the stream is over. Not to be read.
     int descriptor() const { return news_.get(); }
 
     /// An event, shared by all streams. @param id as that of ServerEvent.
     void push(const std::shared_ptr<const std::string>& text, std::uint64_t id);
 
-    /// No more events come, and those that wait are dropped.
-    void end();
-
-    /// True if the page has not kept up, or end() was called.
+    /// True if the page has not kept up: what waited has been dropped, and nothing more will come.
     bool isOver() const;
 
     /// Takes what waits, in the order it came.
@@ -48,7 +45,6 @@ private:
         std::uint64_t id;
     };
 
-    void endLocked();
     void announce() const;
 
     const std::size_t mostBytes_;
@@ -67,20 +63,16 @@ public:
     EventStreams(std::size_t most, std::size_t mostBytes) : most_(most), mostBytes_(mostBytes) {}
 
     /// A stream is open for as long as what is given is kept.
-    /// @return null if there are as many as there may be, end() was called, or the system has no descriptor left.
+    /// @return null if there are as many as there may be, or the system has no descriptor left.
     std::shared_ptr<EventStream> open();
 
     /// To all of them. Waits for nobody.
     void send(const ServerEvent& event);
 
-    /// Ends all of them; no other will be opened.
-    void end();
-
 private:
     const std::size_t most_;
     const std::size_t mostBytes_;
     std::mutex mutex_;
-    bool ended_ = false;                               ///< under the mutex
     std::vector<std::weak_ptr<EventStream>> streams_;  ///< under the mutex
 };
 

@@ -66,7 +66,6 @@ WebServer::State::State(const Options& options, Api& api)
 WebServer::State::~State() {
     eventfd_write(ended.get(), 1);
     acceptor.join();
-    house.streams.end();
 }
 
 void WebServer::State::acceptClients() {

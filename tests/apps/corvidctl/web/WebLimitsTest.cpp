@@ -148,11 +148,12 @@ TEST_F(WebLimitsTest, RequestThatStopsIsCutOff) {
 }
 
 TEST_F(WebLimitsTest, RequestThatDripsIsCutOff) {
-    options_.requestTime = std::chrono::milliseconds(50);
+    options_.requestTime = std::chrono::milliseconds(200);
     options_.idleTime = VERY_LONG;
+    options_.headBytes = 1000;
     serve();
-    const std::string head = post("/api/set", std::string(60'000, ' '));
-    for (const std::string& start : {std::string("GET / HTTP/1.1\r\nA: "), head.substr(0, head.size() - 60'000)}) {
+    const std::string whole = post("/api/set", std::string(1000, ' '));
+    for (const std::string& start : {std::string("GET / HTTP/1.1\r\nA: "), whole.substr(0, whole.size() - 1000)}) {
         RawClient client = connect();
         client.send(start);
         while (!client.hasSomething(1) && client.send(" ")) {
@@ -215,6 +216,16 @@ TEST_F(WebLimitsTest, StreamsCountAsConnections) {
     EXPECT_EQ(ask(get("/api/keys")).status, 503);
     page.close();
     EXPECT_EQ(askUntilServed(get("/api/keys")).status, 200);
+}
+
+TEST_F(WebLimitsTest, ClientThatIsTurnedAwayAndStaysIsCutOff) {
+    options_.connections = 0;
+    options_.goodbyeTime = std::chrono::milliseconds(5);
+    serve();
+    RawClient client = connect();
+    EXPECT_EQ(client.read().status, 503);
+    while (client.send("more")) {
+    }
 }
 
 TEST_F(WebLimitsTest, ClientWaitsWhileTheSystemHasNoDescriptor) {
