@@ -2,13 +2,12 @@
 """
 How long the inspector's page takes to show 10,000 keys: the median of seven navigations, in milliseconds.
 
-    benchmarks/first_paint.py [build/release/bin/corvidctl]
-
 From the navigation's start to the first contentful paint, to the first paint with rows in the table, and to the end of
 all that begins with the page (the stream is open, and every view's data is read). One warm browser, no proxy; aim: rows
 in less than a second.
 """
 
+import argparse
 import pathlib
 import statistics
 import sys
@@ -54,8 +53,18 @@ def measure(browser, link):
     return browser.driver.execute_script(TIMES)
 
 
+def tool_to_measure():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("tool", nargs="?", type=pathlib.Path, default=ROOT / "build/release/bin/corvidctl",
+                        help="the built tool (default: build/release/bin/corvidctl)")
+    tool = parser.parse_args().tool.resolve()
+    if not tool.is_file():
+        parser.error(f"there is no tool at {tool}; build it first (cmake --build --preset release)")
+    return str(tool)
+
+
 def main():
-    tool = str(pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build/release/bin/corvidctl").resolve())
+    tool = tool_to_measure()
     with tempfile.TemporaryDirectory() as folder, Browser(patience=120) as browser:
         profile = Profile(pathlib.Path(folder) / "profile")
         profile.write_many(10000)

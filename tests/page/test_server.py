@@ -7,6 +7,15 @@ def test_without_a_server_it_says_what_to_do(open_page):
     page.wait_for_text("#view-server", "No store names a server: set TFTPPrimaryServer, or let the installer do it.")
 
 
+def test_without_a_server_nothing_is_asked_and_it_says_so(open_page):
+    page = open_page("#server")
+    page.wait_for_texts("#view-server .lead", ["No server is known."])
+    page.click_text("#view-server button", "Fetch again")
+    page.wait_for_texts("#view-server .failure",
+                        ["No store names a server that could be asked; set TFTPPrimaryServer first."])
+    assert page.texts("#view-server .lead") == ["No server is known."]
+
+
 def test_a_download_is_told_with_its_attempts(serve, open_page):
     serve({"fromtheserver": "yes", "Another": "1"})
     page = open_page("#server")

@@ -95,10 +95,10 @@ std::vector<Explanation> Explainer::explainShared(const KeySelection& selection)
     return explanations;
 }
 
-std::vector<StoreReport> Explainer::stores() const {
+std::vector<StoreReport> Explainer::stores(const std::vector<ValueView>& values) const {
     std::map<std::string, std::size_t> wins;
-    for (const std::wstring& key : reader_.definedKeys()) {
-        ++wins[reader_.describe(key).valueStoreName];
+    for (const ValueView& value : values) {
+        ++wins[value.valueStoreName];
     }
     std::vector<StoreReport> reports;
     for (StoreView& view : reader_.stores()) {
@@ -112,11 +112,11 @@ std::vector<StoreReport> Explainer::stores() const {
     return reports;
 }
 
-std::map<std::string, std::size_t> Explainer::winsOverOthers() const {
+std::map<std::string, std::size_t> Explainer::winsOverOthers(const std::vector<ValueView>& values) const {
     std::map<std::string, std::size_t> wins;
-    for (const std::wstring& key : reader_.definedKeys()) {
-        if (isShared(key)) {
-            ++wins[reader_.describe(key).valueStoreName];
+    for (const ValueView& value : values) {
+        if (isShared(toWideString(value.key))) {
+            ++wins[value.valueStoreName];
         }
     }
     return wins;

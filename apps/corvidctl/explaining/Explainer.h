@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,20 +29,25 @@ public:
     std::vector<Explanation> explainShared(const KeySelection& selection) const;
 
     /// The stores in chain order.
-    std::vector<StoreReport> stores() const;
+    std::vector<StoreReport> stores() const { return stores(reader_.definedValues()); }
+
+    /// The same. @param values of every key that is defined.
+    std::vector<StoreReport> stores(const std::vector<ValueView>& values) const;
 
     /// How many of the keys that a store wins another one holds, too; by the names of the stores.
-    std::map<std::string, std::size_t> winsOverOthers() const;
+    /// @param values of every key that is defined.
+    std::map<std::string, std::size_t> winsOverOthers(const std::vector<ValueView>& values) const;
+
+    /// The policy that forbids the user a key of this name; nothing if none does.
+    std::optional<ForbiddingPolicy> policyAgainst(const std::wstring& key) const;
 
 private:
-    /// The current name of a key, and its old one if it has any.
     KeyLayer layerOf(const LayerView& view) const;
     bool isIgnored(const LayerView& view) const;
     bool isShared(const std::wstring& key) const;
     std::vector<HiddenPlace> heldUnder(const std::wstring& name) const;
     std::vector<HiddenPlace> unreadCopiesWith(const std::vector<std::wstring>& names) const;
     std::vector<HiddenPlace> lostPlacesOf(const std::vector<std::wstring>& names) const;
-    std::optional<ForbiddingPolicy> policyAgainst(const std::wstring& key) const;
     std::vector<HiddenPlace> erased(const std::wstring& key) const;
 
     ConfigStoreManager& chain_;

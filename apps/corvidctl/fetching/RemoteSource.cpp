@@ -17,6 +17,10 @@ namespace {
 /// How often the seconds of the progress line are looked at.
 constexpr std::chrono::milliseconds TICK{250};
 
+bool namesServer(const TftpServerDetails& details) {
+    return !details.server1.empty() || !details.server2.empty() || !details.server3.empty();
+}
+
 }  // namespace
 
 RemoteSource::RemoteSource(Session& session, Interruption& interruption)
@@ -30,12 +34,13 @@ void RemoteSource::start() {
     workBeside([adapter = session_.host().adapter()] { adapter->startTftpConfigSource(); });
 }
 
-void RemoteSource::fetchAgain() {
-    workBeside([store = session_.host().adapter()->getTftpConfigStore()] {
-        if (store != nullptr) {
-            store->attemptDownloadFromCachedAddress();
-        }
-    });
+bool RemoteSource::fetchAgain() {
+    const auto store = session_.host().adapter()->getTftpConfigStore();
+    if (store == nullptr || !namesServer(store->lastServerDetails())) {
+        return false;
+    }
+    workBeside([store] { store->attemptDownloadFromCachedAddress(); });
+    return true;
 }
 
 void RemoteSource::workBeside(std::function<void()> work) {

@@ -30,7 +30,8 @@ public:
     void start();
 
     /// Fetches once more from the servers last seen. After start() has settled.
-    void fetchAgain();
+    /// @return false if no server has been seen: nothing is done.
+    bool fetchAgain();
 
     /// Waits until all that was begun has ended, whatever came of it, and what followed from it, too.
     /// @param progress shown meanwhile, gone afterwards.

@@ -1,7 +1,9 @@
 #include "inspecting/ClientLook.h"
 
 #include <algorithm>
+#include <optional>
 #include <set>
+#include <utility>
 
 #include "ConfigStoreConstants.h"
 #include "ServerPolicy.h"
@@ -43,11 +45,12 @@ HiddenPlace placeOf(const std::string& store, const std::wstring& key, const Cha
 }
 
 /// The user's values that another store's come before; what the client itself holds in memory is none.
-std::vector<WaitingValue> waitingValues(const ChainReader& reader, StoreSources& sources) {
+std::vector<WaitingValue> waitingValues(const std::vector<ValueView>& values, const ChainReader& reader,
+                                        StoreSources& sources) {
     const std::vector<std::string> userStores = reader.userStores();
     std::vector<WaitingValue> waiting;
-    for (const std::wstring& key : reader.definedKeys()) {
-        const ValueView value = reader.describe(key);
+    for (const ValueView& value : values) {
+        const std::wstring key = value.shadowsUser ? toWideString(value.key) : std::wstring();
         for (const std::string& holder : value.shadowsUser ? reader.writableHolders(key) : std::vector<std::string>()) {
             const bool isUsers = std::find(userStores.begin(), userStores.end(), holder) != userStores.end();
             if (isUsers && holder != value.valueStoreName) {
@@ -67,11 +70,11 @@ std::vector<ForbiddenKey> forbiddenKeys(const Explainer& explainer, const ChainR
             if (!told.insert(key).second) {
                 continue;
             }
-            const Explanation explanation = explainer.explain(key);
-            if (!explanation.policy) {
+            std::optional<ForbiddingPolicy> forbidding = explainer.policyAgainst(key);
+            if (!forbidding) {
                 continue;
             }
-            ForbiddenKey forbidden = {toString(key), *explanation.policy, {}};
+            ForbiddenKey forbidden = {toString(key), std::move(*forbidding), {}};
             for (const std::string& holder : reader.writableHolders(key)) {
                 forbidden.set.push_back(placeOf(holder, key, reader, sources));
             }
@@ -113,8 +116,9 @@ std::vector<ClientLook::Store> ClientLook::stores() const {
     std::vector<Store> stores;
     client_.session().work([&](Session::Inside& inside) {
         const Explainer explainer(inside.chain, inside.reader, sources, reveal_);
-        std::map<std::string, std::size_t> winsOver = explainer.winsOverOthers();
-        for (StoreReport& report : explainer.stores()) {
+        const std::vector<ValueView> values = inside.reader.definedValues();
+        std::map<std::string, std::size_t> winsOver = explainer.winsOverOthers(values);
+        for (StoreReport& report : explainer.stores(values)) {
             const std::size_t over = winsOver[report.name];
             stores.push_back({std::move(report), over});
         }
@@ -153,8 +157,9 @@ ProblemFacts ClientLook::problems() const {
     facts.failed = failedStores(sources, client_.files().atStart());
     client_.session().work([&](Session::Inside& inside) {
         const Explainer explainer(inside.chain, inside.reader, sources, reveal_);
-        facts.stores = explainer.stores();
-        facts.waiting = waitingValues(inside.reader, sources);
+        const std::vector<ValueView> values = inside.reader.definedValues();
+        facts.stores = explainer.stores(values);
+        facts.waiting = waitingValues(values, inside.reader, sources);
         facts.forbidden = forbiddenKeys(explainer, inside.reader, sources);
     });
     return facts;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 #include <utility>
 
 #include "explaining/ExplanationAnswers.h"
@@ -22,7 +23,13 @@ constexpr int ACCEPTED = 202;
 constexpr int BAD_REQUEST = 400;
 constexpr int NOT_FOUND = 404;
 constexpr int NOT_ALLOWED = 405;
+constexpr int CONFLICT = 409;
 constexpr int FAILED = 500;
+
+/// A request that is well put and cannot be done as things are. what() is the sentence for the page.
+struct Impossible : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 ApiAnswer answerOf(int status, const Json& json) { return {status, streamed(json, Format::JsonLines)}; }
 
@@ -77,6 +84,8 @@ ApiAnswer Inspector::answer(const ApiRequest& request) {
         return answerOf(route->status, (this->*route->handler)(request));
     } catch (const BadRequest& problem) {
         return failure(BAD_REQUEST, problem.what());
+    } catch (const Impossible& problem) {
+        return failure(CONFLICT, problem.what());
     } catch (const std::exception& problem) {
         return failure(FAILED, std::string("The client could not answer: ") + problem.what() + ".");
     }
@@ -178,7 +187,9 @@ Json Inspector::writeAnswer(const UserWriteView& view) {
 }
 
 Json Inspector::fetch(const ApiRequest&) {
-    client_.fetchAgain();
+    if (!client_.fetchAgain()) {
+        throw Impossible("No store names a server that could be asked; set TFTPPrimaryServer first.");
+    }
     return {{"settled", false}};
 }
 

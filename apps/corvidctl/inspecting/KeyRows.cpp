@@ -73,7 +73,10 @@ Json answers::keys(const KeyList& list, KeyTimes& times) {
         row["since"] = since ? Json(journaltext::timeText(*since)) : Json(nullptr);
         rows.push_back(std::move(row));
     }
-    return {{"last", list.lastBatch}, {"keys", std::move(rows)}};
+    Json answer = Json::object();  // a list in braces would copy the rows
+    answer["last"] = list.lastBatch;
+    answer["keys"] = std::move(rows);
+    return answer;
 }
 
 }  // namespace corvidctl

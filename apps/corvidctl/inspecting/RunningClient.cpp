@@ -38,11 +38,10 @@ void RunningClient::startRemote() {
     hasStarted_ = true;
 }
 
-void RunningClient::fetchAgain() {
+bool RunningClient::fetchAgain() {
     const std::lock_guard lock(mutex_);
-    if (hasStarted_ && remote_.isSettled()) {
-        remote_.fetchAgain();
-    }
+    const bool isBeingAsked = !hasStarted_ || !remote_.isSettled();
+    return isBeingAsked || remote_.fetchAgain();
 }
 
 void RunningClient::noteDelivered() {

@@ -30,7 +30,8 @@ public:
     void startRemote();
 
     /// Asks the servers once more, unless they are just being asked; waits for nobody.
-    void fetchAgain();
+    /// @return false if no server is known that could be asked.
+    bool fetchAgain();
 
     bool isSettled() const { return remote_.isSettled(); }
     DownloadJournal::Snapshot downloads() const { return remote_.downloads(); }

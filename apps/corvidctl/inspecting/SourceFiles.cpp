@@ -13,13 +13,25 @@ StoreSources readSilently(const host::ReferenceHost::Options& options) {
 
 }  // namespace
 
-SourceFiles::SourceFiles(const host::ReferenceHost::Options& options) : atStart_(readSilently(options)) {}
+SourceFiles::SourceFiles(const host::ReferenceHost::Options& options)
+    : atStart_(readSilently(options)), latest_(atStart_) {}
+
+void SourceFiles::noteStarted() {
+    const std::lock_guard lock(mutex_);
+    atStart_.noteFilesSetAside();
+    latest_.noteFilesSetAside();
+}
 
 StoreSources SourceFiles::now(const DownloadJournal::Snapshot& downloads) const {
-    StoreSources sources = atStart_;
-    sources.readOwnFilesAgain();
+    StoreSources sources = latestReadings();
     sources.noteDownloads(downloads);
     return sources;
+}
+
+StoreSources SourceFiles::latestReadings() const {
+    const std::lock_guard lock(mutex_);
+    latest_.readOwnFilesAgain();
+    return latest_;
 }
 
 }  // namespace corvidctl

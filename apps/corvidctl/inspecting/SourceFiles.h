@@ -1,5 +1,7 @@
 #pragma once
 
+#include <mutex>
+
 #include "host/ReferenceHost.h"
 #include "reading/StoreSources.h"
 
@@ -14,16 +16,20 @@ public:
     explicit SourceFiles(const host::ReferenceHost::Options& options);
 
     /// Notes which unreadable files the module has put aside: once it has been put in.
-    void noteStarted() { atStart_.noteFilesSetAside(); }
+    void noteStarted();
 
     /// As they were when the client read them.
     const StoreSources& atStart() const { return atStart_; }
 
-    /// As they are: those that the client writes are read anew. @param downloads of this run.
+    /// As they are: those that the client writes are read anew if they have been written. @param downloads of this run.
     StoreSources now(const DownloadJournal::Snapshot& downloads) const;
 
 private:
+    StoreSources latestReadings() const;
+
     StoreSources atStart_;
+    mutable std::mutex mutex_;
+    mutable StoreSources latest_;  ///< under mutex_
 };
 
 }  // namespace corvidctl

@@ -9,15 +9,18 @@ namespace corvidctl::answers {
 
 namespace {
 
+/// Put together field by field: there may be ten thousand of them, and a list in braces copies every text once more.
 Json toJson(const ValueView& view) {
-    return {{"key", view.key},
-            {"value", view.value},
-            {"originalValue", view.originalValue},
-            {"isOverridden", view.isOverridden},
-            {"isDefined", view.isDefined},
-            {"valueStoreName", view.valueStoreName},
-            {"originalValueStoreName", view.originalValueStoreName},
-            {"isSensitive", view.isSensitive}};
+    Json json = Json::object();
+    json["key"] = view.key;
+    json["value"] = view.value;
+    json["originalValue"] = view.originalValue;
+    json["isOverridden"] = view.isOverridden;
+    json["isDefined"] = view.isDefined;
+    json["valueStoreName"] = view.valueStoreName;
+    json["originalValueStoreName"] = view.originalValueStoreName;
+    json["isSensitive"] = view.isSensitive;
+    return json;
 }
 
 Json toJson(const ChangeView& view) {

@@ -44,6 +44,7 @@ export class ServerView {
 
   #draw() {
     const server = this.model.server;
+    if (server.servers.length > 0) this.answer.hidden = true;  // what it said is out of date
     this.state.textContent = sentence(server);
     this.content.replaceChildren(facts(server), serversTable(server.servers),
       element('h2', {}, 'Last cycles'), ...cycles(server.cycles));

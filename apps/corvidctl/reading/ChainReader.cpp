@@ -56,10 +56,11 @@ ValueView ChainReader::describe(const std::wstring& key) const {
     if (report.isDefined && resolution.lookup.usedOtherKeyName()) {
         view.foundUnder = toString(resolution.lookup.otherName);
     }
-    const std::vector<std::string> holders = writableHolders(current);
-    view.shadowsUser =
-        !view.isOverridden && std::any_of(holders.begin(), holders.end(),
-                                          [&view](const std::string& store) { return store != view.valueStoreName; });
+    if (!view.isOverridden) {
+        const std::vector<std::string> holders = writableHolders(current);
+        const auto waits = [&view](const std::string& store) { return store != view.valueStoreName; };
+        view.shadowsUser = std::any_of(holders.begin(), holders.end(), waits);
+    }
     return view;
 }
 
@@ -130,6 +131,14 @@ std::vector<std::wstring> ChainReader::definedKeys() const {
     return {keys.begin(), keys.end()};
 }
 
+std::vector<ValueView> ChainReader::definedValues() const {
+    std::vector<ValueView> values;
+    for (const std::wstring& key : definedKeys()) {
+        values.push_back(describe(key));
+    }
+    return values;
+}
+
 std::vector<std::string> ChainReader::userStores() const {
     std::vector<std::string> names;
     for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
@@ -145,10 +154,8 @@ std::vector<std::string> ChainReader::writableHolders(const std::wstring& key) c
     const std::vector<std::wstring> names = names_.namesInOrder(key);
     for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
         std::wstring value;
-        const bool holds = std::any_of(names.begin(), names.end(), [&store, &value](const std::wstring& name) {
-            return store->getValue(name, value);
-        });
-        if (!store->isReadOnly() && holds) {
+        const auto holds = [&store, &value](const std::wstring& name) { return store->getValue(name, value); };
+        if (!store->isReadOnly() && std::any_of(names.begin(), names.end(), holds)) {
             holders.push_back(store->getName());
         }
     }

@@ -32,6 +32,9 @@ public:
     /// Every key that some store holds, under its current name, in key order.
     std::vector<std::wstring> definedKeys() const;
 
+    /// The chain's answers for those keys, in the same order.
+    std::vector<ValueView> definedValues() const;
+
     /// The current name of a key: in the spelling of the table of renamed keys, if the key stands there.
     std::wstring currentName(const std::wstring& key) const { return names_.currentName(key); }
 

@@ -154,15 +154,16 @@ StoreSources::StoreSources(const Places& places) : places_(places) {
     using namespace ConfigStoreConstants;
     addDocument(TFTP_OVERRIDE_CONFIG_STORE_NAME, places.configDirectory + "/" + TFTP_OVERRIDE_FILE_NAME);
     addLocalFile(LOCAL_FILE_STORE_NAME, places.configDirectory + "/" + LOCAL_FILE_CONFIG_STORE_FILE_NAME);
-    sources_[LOCAL_FILE_STORE_NAME].keysAtStart = sources_[LOCAL_FILE_STORE_NAME].keys;
+    StoreSource& local = toChange(LOCAL_FILE_STORE_NAME);
+    local.keysAtStart = local.keys;
     addCacheFiles();
     addBootstrapFile(places.bootstrapFile);
     addLocalFile(DEFAULT_CONFIG_STORE_FILE_NAME, places.installationDirectory + "/" + DEFAULT_CONFIG_STORE_FILE_NAME);
-    sources_[TFTP_CONFIG_STORE_NAME].origin.isLive = true;
+    toChange(TFTP_CONFIG_STORE_NAME).origin.isLive = true;
 }
 
 void StoreSources::noteDownloads(const DownloadJournal::Snapshot& downloads) {
-    StoreOrigin& origin = sources_[ConfigStoreConstants::TFTP_CONFIG_STORE_NAME].origin;
+    StoreOrigin& origin = toChange(ConfigStoreConstants::TFTP_CONFIG_STORE_NAME).origin;
     for (const DownloadJournal::Cycle& cycle : downloads.cycles) {
         for (const DownloadJournal::Attempt& attempt : cycle.attempts) {
             if (cycle.end == DownloadJournal::CycleEnd::Delivered &&
@@ -175,38 +176,40 @@ void StoreSources::noteDownloads(const DownloadJournal::Snapshot& downloads) {
 }
 
 void StoreSources::noteFilesSetAside() {
-    for (auto& [store, source] : sources_) {
-        StoreOrigin& origin = source.origin;
+    for (const auto& [store, reading] : sources_) {
+        const StoreOrigin& origin = reading.source->origin;
         if (!origin.problem.empty() && !isThere(origin.file) && isThere(backupOf(origin.file))) {
-            origin.setAside = shown(backupOf(origin.file));
+            toChange(store).origin.setAside = shown(backupOf(origin.file));
         }
     }
 }
 
 void StoreSources::readOwnFilesAgain() {
-    std::erase_if(sources_, [](const auto& source) { return source.second.origin.isCached; });
+    std::erase_if(sources_, [](const auto& entry) {
+        const StoreOrigin& origin = entry.second.source->origin;
+        return origin.isCached && !isThere(origin.file);
+    });
     addCacheFiles();
-    StoreSource& local = sources_[ConfigStoreConstants::LOCAL_FILE_STORE_NAME];
-    if (!local.origin.problem.empty() && !isThere(local.origin.file)) {
-        return;
+    const std::string local = ConfigStoreConstants::LOCAL_FILE_STORE_NAME;
+    const std::shared_ptr<const StoreSource> before = sources_.at(local).source;
+    const bool isSetAside = !before->origin.problem.empty() && !isThere(before->origin.file);
+    if (!isSetAside && addLocalFile(local, before->origin.file)) {
+        toChange(local).keysAtStart = before->keysAtStart;
     }
-    const StoreSource before = std::move(local);
-    addLocalFile(ConfigStoreConstants::LOCAL_FILE_STORE_NAME, before.origin.file);
-    local.keysAtStart = before.keysAtStart;
 }
 
 const StoreSource& StoreSources::of(const std::string& store) {
     const auto found = sources_.find(store);
     if (found != sources_.end()) {
-        return found->second;
+        return *found->second.source;
     }
-    return isKeptCopy(store) ? add(store, cacheDirectory() + "/" + store) : sources_[store];
+    return isKeptCopy(store) ? add(store, cacheDirectory() + "/" + store) : toChange(store);
 }
 
 std::vector<std::string> StoreSources::failedStores() const {
     std::vector<std::string> stores;
-    for (const auto& [store, source] : sources_) {
-        if (!source.origin.problem.empty()) {
+    for (const auto& [store, reading] : sources_) {
+        if (!reading.source->origin.problem.empty()) {
             stores.push_back(store);
         }
     }
@@ -215,8 +218,8 @@ std::vector<std::string> StoreSources::failedStores() const {
 
 std::vector<std::string> StoreSources::keptCopies() const {
     std::vector<std::string> stores;
-    for (const auto& [store, source] : sources_) {
-        if (source.origin.isCached) {
+    for (const auto& [store, reading] : sources_) {
+        if (reading.source->origin.isCached) {
             stores.push_back(store);
         }
     }
@@ -224,7 +227,9 @@ std::vector<std::string> StoreSources::keptCopies() const {
 }
 
 StoreSource& StoreSources::add(const std::string& store, const std::string& file) {
-    StoreSource& source = sources_[store] = StoreSource();
+    Reading& reading = sources_[store];
+    reading = {std::make_shared<StoreSource>(), FileStamp(file), FileStamp(noteBeside(file))};
+    StoreSource& source = *reading.source;
     source.origin.file = file;
     source.origin.shownFile = shown(file);
     source.origin.time = timeOf(file);
@@ -238,19 +243,43 @@ StoreSource& StoreSources::add(const std::string& store, const std::string& file
     return source;
 }
 
-void StoreSources::addDocument(const std::string& store, const std::string& file) {
+bool StoreSources::addDocument(const std::string& store, const std::string& file) {
+    if (holdsWhatIsIn(store, file)) {
+        return false;
+    }
     StoreSource& source = add(store, file);
     if (source.origin.problem.empty() && canBeReadTwice(file)) {
         noteDocument(source, inspectDocument(file));
     }
+    return true;
 }
 
-void StoreSources::addLocalFile(const std::string& store, const std::string& file) {
-    addDocument(store, file);
-    StoreOrigin& origin = sources_[store].origin;
+bool StoreSources::addLocalFile(const std::string& store, const std::string& file) {
+    if (!addDocument(store, file)) {
+        return false;
+    }
+    StoreOrigin& origin = sources_[store].source->origin;
     if (origin.isMissing && isThere(backupOf(file))) {
         origin.setAside = shown(backupOf(file));
     }
+    return true;
+}
+
+bool StoreSources::holdsWhatIsIn(const std::string& store, const std::string& file) const {
+    const auto found = sources_.find(store);
+    if (found == sources_.end() || found->second.source->origin.file != file) {
+        return false;
+    }
+    const Reading& reading = found->second;
+    const FileStamp note(noteBeside(file));
+    const bool isNoteSame = (reading.note.isMissing() && note.isMissing()) || reading.note.isStill(note);
+    return isNoteSame && reading.file.isStill(FileStamp(file));
+}
+
+StoreSource& StoreSources::toChange(const std::string& store) {
+    std::shared_ptr<StoreSource>& source = sources_[store].source;
+    source = source == nullptr ? std::make_shared<StoreSource>() : std::make_shared<StoreSource>(*source);
+    return *source;
 }
 
 void StoreSources::addBootstrapFile(const std::string& file) {

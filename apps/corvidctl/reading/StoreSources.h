@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cstddef>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "chain/ConfigMap.h"
+#include "reading/FileStamp.h"
 #include "remote/DownloadJournal.h"
 
 namespace corvidctl {
@@ -69,7 +71,7 @@ StoreState stateOf(const StoreOrigin& origin, std::size_t keys);
 const KeySource* findKey(const StoreSource& source, const std::wstring& key);
 
 /// The sources of all stores whose files this system knows, each read once. No values are kept but those in whose place
-/// FIPS mode answers.
+/// FIPS mode answers. Copies share what has been read, and may be used on threads of their own.
 ///
 /// Made before the module is put in: the module moves a local file that it cannot read, and the place of the mistake
 /// with it. One thread.
@@ -92,8 +94,9 @@ public:
     /// Notes which unreadable files the module has put aside: once it has been put in.
     void noteFilesSetAside();
 
-    /// Reads those files anew that the client writes while it runs: the user's own, and the kept copies. Of the others
-    /// it holds what they were at its start. A file that has been set aside keeps its problem until there is a new one.
+    /// Reads those files anew that the client writes while it runs, if they have been written: the user's own, and the
+    /// kept copies. Of the others it holds what they were at its start. A file that has been set aside keeps its
+    /// problem until there is a new one.
     void readOwnFilesAgain();
 
     /// @param store a name in the chain, in any case. @return one without a file for an unknown store, and a missing
@@ -107,16 +110,28 @@ public:
     std::vector<std::string> keptCopies() const;
 
 private:
+    /// What has been read of a store, and what its file looked like then. Copies share it: it is replaced, and changed
+    /// only by what has just made it.
+    struct Reading {
+        std::shared_ptr<StoreSource> source;
+        FileStamp file;
+        FileStamp note;  ///< beside a kept copy
+    };
+
     StoreSource& add(const std::string& store, const std::string& file);
-    void addDocument(const std::string& store, const std::string& file);
+    /// @return false if the file is what was read before.
+    bool addDocument(const std::string& store, const std::string& file);
+    bool addLocalFile(const std::string& store, const std::string& file);
     void addBootstrapFile(const std::string& file);
     void addCacheFiles();
-    void addLocalFile(const std::string& store, const std::string& file);
+    bool holdsWhatIsIn(const std::string& store, const std::string& file) const;
+    /// A copy of a store's source that nobody shares, in its place.
+    StoreSource& toChange(const std::string& store);
     std::string cacheDirectory() const;
     std::string shown(const std::string& file) const;
 
     const Places places_;
-    std::map<std::string, StoreSource, caseInsensitiveStringComparator<std::string>> sources_;
+    std::map<std::string, Reading, caseInsensitiveStringComparator<std::string>> sources_;
 };
 
 }  // namespace corvidctl

@@ -100,11 +100,12 @@ protected:
         RecordProperty("seed", std::to_string(seed_));
     }
 
-    /// Writes random values and reads them back. @param read the values of a file.
+    /// Writes random values and reads them back, until many have been written, of which a form may refuse most.
+    /// @param read the values of a file.
     void goAround(const ExportForm& form, const std::function<Values(const std::string& file)>& read) {
         RandomValues random(seed_);
         std::size_t written = 0;
-        for (int round = 0; round < 60 && !HasFatalFailure(); ++round) {
+        for (int round = 0; (round < 60 || (written <= 50 && round < 6000)) && !HasFatalFailure(); ++round) {
             const std::vector<ExportedValue> values = random.next();
             const ExportView view = exported(values, form, true);
             written += view.keys;

@@ -218,6 +218,15 @@ TEST_F(Inspected, TellsWhatTheServersFileChanges) {
     EXPECT_EQ(layer.at("url"), "https://" + address_ + ":6972/corvid-config.xml");
 }
 
+TEST_F(Inspected, SaysThatNobodyIsThereToBeAsked) {
+    const auto client = alone();
+    client->run();
+    client->waitFor("server", [](const json& server) { return server.at("settled").get<bool>(); });
+    EXPECT_EQ(client->post("fetch", json::object(), 409).at("error"),
+              "No store names a server that could be asked; set TFTPPrimaryServer first.");
+    EXPECT_EQ(client->get("server").at("cycles").size(), 0U);
+}
+
 TEST_F(Inspected, TellsTheAdministratorsChangeBehindAUsersValue) {
     const auto client = served();
     rewrite("<c><g><DockedWindow>sometimes</DockedWindow></g></c>");

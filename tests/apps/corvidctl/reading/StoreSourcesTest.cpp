@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <filesystem>
 
 #include "fakes/TemporaryDirectory.h"
+#include "reading/TransferNote.h"
 
 using namespace corvidctl;
 using testing::ElementsAre;
@@ -278,6 +280,37 @@ TEST_F(Sources, KeepInMindWhatTheUsersFileHadAtTheStart) {
         ASSERT_EQ(source.keysAtStart.count(L"a"), 1U);
         EXPECT_EQ(source.keysAtStart.at(L"a").line, 2);
     }
+}
+
+TEST_F(Sources, ReadNoFileAgainThatNobodyHasWritten) {
+    const auto longAgo = std::filesystem::file_time_type::clock::now() - std::chrono::seconds(10);
+    writeConfig("corvidLocalConfig.xml", "<Corvid/>");
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<broken");
+    for (const char* const file : {"corvidLocalConfig.xml", "Cache/cachedTFTPConfigStore.xml"}) {
+        std::filesystem::last_write_time(directory_.path("config/" + std::string(file)), longAgo);
+    }
+    StoreSources sources = read();
+    StoreSources later = sources;
+    later.readOwnFilesAgain();
+    for (const char* const store : {"LocalFileConfigStore", "cachedTFTPConfigStore.xml"}) {
+        EXPECT_EQ(&later.of(store), &sources.of(store));
+    }
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<c/>");
+    later.readOwnFilesAgain();
+    EXPECT_EQ(later.of("cachedTFTPConfigStore.xml").origin.problem, "");
+    EXPECT_THAT(sources.of("cachedTFTPConfigStore.xml").origin.problem, HasSubstr("not well-formed"));
+    EXPECT_EQ(&later.of("LocalFileConfigStore"), &sources.of("LocalFileConfigStore"));
+}
+
+TEST_F(Sources, ReadACopyAgainWhenItsNoteHasBeenWritten) {
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<c/>");
+    const std::string copy = directory_.path("config/Cache/cachedTFTPConfigStore.xml");
+    std::filesystem::last_write_time(copy, std::filesystem::file_time_type::clock::now() - std::chrono::seconds(10));
+    StoreSources sources = read();
+    EXPECT_EQ(sources.of("cachedTFTPConfigStore.xml").origin.url, "");
+    ASSERT_TRUE(leaveNote(copy, {"https://192.0.2.1/file.xml", "192.0.2.1", "12.5", {}}));
+    sources.readOwnFilesAgain();
+    EXPECT_EQ(sources.of("cachedTFTPConfigStore.xml").origin.url, "https://192.0.2.1/file.xml");
 }
 
 TEST_F(Sources, KeepTheProblemOfAFileThatWasSetAsideUntilThereIsAnother) {
