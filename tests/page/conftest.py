@@ -14,6 +14,7 @@ from support.tools import Inspector, Server
 
 def pytest_addoption(parser):
     parser.addoption("--tool", required=True, help="the corvidctl to test")
+    parser.addoption("--chromedriver", help="the program that drives the browser")
     parser.addoption("--pictures", help="the folder that pictures of the views are kept in")
     parser.addoption("--patience", type=float, default=30, help="seconds after which something will not happen any more")
 
@@ -26,7 +27,8 @@ def relay():
 
 @pytest.fixture(scope="session")
 def browser(relay, request):
-    with Browser(relay.address, request.config.getoption("--patience")) as browser:
+    option = request.config.getoption
+    with Browser(relay.address, option("--patience"), option("--chromedriver")) as browser:
         yield browser
 
 

@@ -148,3 +148,28 @@ def test_nothing_moves_for_those_who_do_not_want_it(open_page, browser):
     browser.emulate(prefers_reduced_motion="reduce")
     assert page.script("""return [...document.querySelectorAll('*')]
         .every((node) => getComputedStyle(node).transitionDuration === '0s')""")
+
+
+ORDER = "return [...document.querySelectorAll('.grid-body > [role=row]')].map((row) => Number(row.ariaRowIndex))"
+
+
+def test_the_document_has_the_rows_in_their_order_and_the_detail_behind_its_row(profile, open_page):
+    profile.write_many(300)
+    page = open_page("#keys/Key00150")
+    page.wait(lambda: page.texts(".stack tbody tr"))
+
+    def check():
+        order = page.script(ORDER)
+        assert order == sorted(set(order))
+        assert page.script("""const detail = document.querySelector('.grid-detail');
+            return detail.previousSibling.ariaExpanded + (detail.ariaRowIndex - detail.previousSibling.ariaRowIndex)""") == "true1"
+
+    check()
+    page.click_text(".grid-head button", "Value")
+    page.wait_for_texts("[aria-sort=ascending]", ["Value"])
+    check()
+    page.click_text(".grid-head button", "Key")
+    page.go("keys/Key00007")
+    page.wait(lambda: page.text(".detail h2").lower() == "key00007")
+    check()
+    assert page.find(".grid").get_attribute("aria-rowcount") == str(2 + int(page.text("#view-keys .summary").split()[0]))

@@ -178,3 +178,33 @@ def test_a_key_is_found_in_any_case(open_page):
     page = open_page("#keys/dockedWINDOW")
     page.wait_for_texts(".detail h2", ["DockedWindow"])
     page.wait(lambda: page.row("DockedWindow"))
+
+
+RENAME = """
+return import('/keys.js').then(({KeysView}) => {
+  const row = (key) => ({key, value: '', originalValue: '', valueStoreName: '', state: 'user', since: null, isDefined: true,
+    searched: ''});
+  const model = Object.assign(new EventTarget(), {keys: [row('DOCKEDWindow')], loaded: new Set(['keys'])});
+  model.askedRow = () => model.keys[0];
+  const root = document.querySelector('main').appendChild(document.createElement('section'));
+  const view = new KeysView(model, root, () => {});
+  model.dispatchEvent(new Event('keys'));
+  view.show('DOCKEDWindow');
+  const before = root.querySelector('.detail h2').textContent;
+  model.keys = [row('DockedWindow')];
+  model.dispatchEvent(new Event('keys'));
+  const after = root.querySelector('.detail h2')?.textContent;
+  root.remove();
+  return [before, after];
+});
+"""
+
+
+def test_a_row_stays_open_when_another_store_writes_its_name_in_another_case(open_page):
+    assert open_page().script(RENAME) == ["DOCKEDWindow", "DockedWindow"]
+
+
+def test_an_address_that_objects_have_a_word_for_shows_the_keys(open_page):
+    for address in ("#constructor", "#toString"):
+        page = open_page(address)
+        page.wait_for_texts("[role=tab][aria-selected=true]", ["Keys"])

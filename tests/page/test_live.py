@@ -80,3 +80,45 @@ def test_a_hidden_page_gives_its_stream_back_and_catches_up(start, open_page):
     page.script(visibility, False)
     page.wait_for_texts("#connection", ["Connected"])
     page.wait_for_text(".batch:first-child", "false → meanwhile")
+
+
+def test_an_older_answer_does_not_take_a_newer_batch_away(open_page):
+    page = open_page("#live")
+    set_value(page, "DockedWindow", "one")
+    page.wait_for_text(".batch:first-child", "false → one")
+    page.script("""const real = window.fetch;
+        window.fetch = async (url, options) => {
+          const answer = await real(url, options);
+          if (String(url).includes('batches')) {
+            window.isHeld = true;
+            await new Promise((resolve) => { window.letGo = resolve; });
+          }
+          return answer;
+        };""")
+    visibility = """Object.defineProperty(document, 'hidden', {value: arguments[0], configurable: true});
+        document.dispatchEvent(new Event('visibilitychange'));"""
+    page.script(visibility, True)
+    page.script(visibility, False)
+    page.wait(lambda: page.script("return window.isHeld === true"))
+    set_value(page, "DockedWindow", "two")
+    page.wait_for_text(".batch:first-child", "one → two")
+    page.script("window.letGo(); document.querySelector('.batches').firstChild.dataset.isOld = true;")
+    page.wait(lambda: page.script("return !document.querySelector('.batches').firstChild.dataset.isOld"))
+    assert "one → two" in page.text(".batch:first-child")
+    assert "false → one" in page.text(".batches")
+
+
+def test_older_batches_are_shown_on_demand(open_page):
+    found = open_page().script("""return import('/live.js').then(({LiveView}) => {
+        const batches = Array.from({length: 130}, (_, index) => ({batch: index + 1, time: '2030-01-01T00:00:00Z', cause: 'set',
+          changes: [{key: 'K', oldValue: '', newValue: '1', oldStore: '', newStore: 'S'}]}));
+        const model = Object.assign(new EventTarget(), {batches, dropped: {batches: 0, changes: 0}});
+        const root = document.createElement('section');
+        const view = new LiveView(model, root);
+        const shown = () => [root.querySelectorAll('.batch').length, view.older.textContent, view.older.hidden];
+        view.show();
+        const before = shown();
+        view.older.click();
+        return [before, shown().filter((_, index) => index !== 1)];
+      });""")
+    assert found == [[100, "Show older batches (30)", False], [130, True]]

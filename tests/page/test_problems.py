@@ -23,3 +23,29 @@ def test_the_tab_counts_the_problems_and_follows_them(open_page):
     page.click_text(".user-value button", "Erase")
     page.wait_for_texts("#tab-problems .number", ["1"])
     assert page.find("#tab-problems").get_attribute("aria-label") == "Problems, 1"
+
+
+DRAW_TWICE = """
+return import('/problems.js').then(({ProblemsView}) => {
+  const problem = (text) => ({severity: 'info', kind: 'not-on-disk', text, key: 'AKey', store: null, file: null, line: null});
+  const model = Object.assign(new EventTarget(), {problems: [problem('before')]});
+  const root = document.querySelector('main').appendChild(document.createElement('section'));
+  new ProblemsView(model, root, document.createElement('button'));
+  model.dispatchEvent(new Event('problems'));
+  root.querySelector('a').focus();
+  getSelection().selectAllChildren(root.querySelector('p'));
+  model.problems = [problem(arguments[0])];
+  model.dispatchEvent(new Event('problems'));
+  const found = [root.querySelector('p').textContent, document.activeElement.textContent, getSelection().toString().trim()];
+  root.remove();
+  return found;
+});
+"""
+
+
+def test_drawing_the_same_again_keeps_focus_and_selection(open_page):
+    assert open_page().script(DRAW_TWICE, "before") == ["before", "AKey", "before"]
+
+
+def test_drawing_something_else_gives_the_focus_back(open_page):
+    assert open_page().script(DRAW_TWICE, "after")[:2] == ["after", "AKey"]

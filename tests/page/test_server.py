@@ -22,6 +22,7 @@ def test_a_download_is_told_with_its_attempts(serve, open_page):
     page.wait_for_texts("#view-server .lead", ["The file was delivered, with 2 keys."])
     assert "12.5" in page.text(".facts")
     assert page.texts(".cycle h3 .end") == ["delivered"]
+    assert "at the start" in page.text(".cycle h3")
     assert "corvid-config.xml" in page.text(".cycle li:last-child")
     assert "TFTPPrimaryServer" in page.text("#view-server tbody")
 
@@ -34,6 +35,7 @@ def test_a_new_file_comes_by_the_button_and_changes_the_row(serve, profile, open
     page.click("#tab-server")
     page.click_text("#view-server button", "Fetch again")
     page.wait(lambda: page.texts(".cycle h3 .end") == ["delivered", "delivered"])
+    assert ["asked for" in text for text in page.texts(".cycle h3")] == [True, False]
     page.click("#tab-keys")
     page.wait_for_value("fromtheserver", "after")
     assert page.row("fromtheserver")[2] == "TFTPConfigStore"
@@ -46,4 +48,4 @@ def test_a_server_that_does_not_answer_is_told(profile, open_page):
     assert page.text("#view-server .lead").startswith("The last cycle ended without a file")
     assert "no usable answer from 127.61.255.254" in page.text(".facts")
     page.go("problems")
-    page.wait_for_text(".problems h2", "No server answered")
+    page.wait_for_text(".problems h2", "Nothing was fetched")

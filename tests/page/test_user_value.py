@@ -1,5 +1,7 @@
 """Setting and erasing the user's value, and the truth about it."""
 
+import pytest
+
 
 def answer(page):
     return page.texts(".user-value .answer p")
@@ -34,8 +36,8 @@ def test_erasing_tells_who_wins_then(open_page):
     page.wait(lambda: page.texts(".stack tbody tr"))
     page.click_text(".user-value button", "Erase")
     page.wait(lambda: answer(page))
-    assert answer(page)[0] == ("The user's value is erased from LocalFileConfigStore; cachedTFTPConfigStore.xml wins with "
-                               '"voicemail-1.example.org".')
+    assert answer(page) == ["The user's value is erased from LocalFileConfigStore; cachedTFTPConfigStore.xml wins with "
+                            '"voicemail-1.example.org".']
     page.wait_for_value("VoicemailPrimaryServer", "voicemail-1.example.org")
     page.wait(lambda: page.row("VoicemailPrimaryServer")[4] == "administrator")
     assert page.find("#user-value").get_attribute("value") == ""
@@ -83,3 +85,24 @@ def test_what_is_being_typed_survives_a_change(start, open_page):
     first.activate()
     first.wait_for_value("DockedWindow", "another's")
     assert first.find("#user-value").get_attribute("value") == "not yet"
+
+
+@pytest.mark.parametrize("key", ("ContactSearchToken", "BDIConnectionPassword"))
+def test_a_sensitive_value_is_typed_hidden_even_if_no_store_has_it(key, open_page):
+    page = open_page(f"#keys/{key}")
+    page.wait(lambda: page.texts(".stack tbody tr"))
+    assert page.find("#user-value").get_attribute("type") == "password"
+    page.open_key("DockedWindow")
+    page.wait(lambda: page.find("#user-value").get_attribute("type") == "text")
+
+
+def test_what_programs_put_into_memory_is_not_the_users_value(open_page):
+    found = open_page().script("""return import('/user-value.js').then(({UserValueForm}) => {
+        const layer = (store) => ({store, isReadOnly: false, value: `of ${store}`});
+        return ['InMemoryConfigStore', 'LocalFileConfigStore'].map((store) => {
+          const form = new UserValueForm();
+          form.showExplanation({layers: [layer(store)], isSensitive: false});
+          return [form.field.value, form.field.placeholder];
+        });
+      });""")
+    assert found == [["", "not set"], ["of LocalFileConfigStore", ""]]

@@ -20,6 +20,20 @@ export function order(path, body) {
     { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body) });
 }
 
+/** Why a stream is refused, which the browser keeps for itself. @returns {Promise<ApiFailure>} status 200: it is not */
+export async function refusalOf(path) {
+  const end = new AbortController();
+  try {
+    const response = await fetch(`/api/${path}`, { signal: end.signal });
+    const data = response.ok ? {} : await response.json().catch(() => ({}));
+    return new ApiFailure(response.status, data.error || `The tool answered with status ${response.status}.`);
+  } catch {
+    return new ApiFailure(0, 'The tool does not answer.');
+  } finally {
+    end.abort();
+  }
+}
+
 async function answer(url, options) {
   let response;
   try {

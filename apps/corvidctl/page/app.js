@@ -14,6 +14,7 @@ const connectionTexts = {
   waiting: 'Connecting',
   open: 'Connected',
   lost: 'Connection lost',
+  full: 'Not connected',
   refused: 'Access ended',
 };
 
@@ -38,10 +39,18 @@ const tabs = new Tabs(document.querySelector('[role=tablist]'), (name) => { loca
 
 function follow() {
   const [name, ...rest] = location.hash.slice(1).split('/').map(decoded);
-  const view = name in views ? name : 'keys';
+  const view = Object.hasOwn(views, name) ? name : 'keys';
   places[view] = location.hash.slice(1);
   tabs.show(view);
+  model.show(view);
   views[view].show(rest.length > 0 && rest[0] !== '' ? rest.join('/') : undefined);
+}
+
+/** A key of the address can be opened once there are rows. */
+function followOnceRead() {
+  if (!model.loaded.has('keys')) return;
+  model.removeEventListener('keys', followOnceRead);
+  if (location.hash) follow();
 }
 
 /** A part of an address that somebody has typed may be no encoding of a text; it stands for itself then. */
@@ -70,7 +79,9 @@ function showConnection() {
 
 function showBanner() {
   const sentences = {
-    lost: 'The connection to the tool is lost. What is shown may be out of date; it is loaded anew as soon as the tool answers.',
+    lost: 'The connection to the tool is lost. What is shown may be out of date; it is loaded anew as soon as the tool answers; or start '
+      + '“corvidctl inspect” again, which prints a new link.',
+    full: `${model.refusal} Then load this page anew; until then it does not follow what changes.`,
     refused: 'This page’s access has ended. Start “corvidctl inspect” again, and open the link that it prints.',
   };
   const sentence = sentences[model.connection] ?? model.failure;
@@ -94,5 +105,5 @@ model.addEventListener('batch', ({ detail }) => setText(byId('announcer'), batch
 addEventListener('hashchange', follow);
 addEventListener('keydown', onKey);
 follow();
-// A key of the address can be opened once there are rows.
-model.start().then(() => location.hash && follow());
+model.addEventListener('keys', followOnceRead);
+model.start();

@@ -1,7 +1,7 @@
 // The view of the stores in the order in which they are asked, and a value's way through them.
 
 import { ask } from './api.js';
-import { button, code, drawing, element, setText, timeElement } from './elements.js';
+import { button, code, drawing, element, redraw, setText, timeElement } from './elements.js';
 import { oneAtATime } from './model.js';
 import { age, count, place, quoted, shortened, shownFile } from './texts.js';
 
@@ -86,7 +86,7 @@ export class ChainView {
     }
     const winner = this.model.stores.findIndex(({ name }) => layers.get(name)?.wins);
     this.list.classList.toggle('with-key', this.#explanation !== null);
-    this.list.replaceChildren(...this.model.stores.map((store, index) =>
+    redraw(this.list, ...this.model.stores.map((store, index) =>
       storeItem(store, layers.get(store.name), rail(index, this.model.stores.length, this.#explanation ? winner : null))));
   }
 }

@@ -1,9 +1,9 @@
 // What a key's row opens to: why it reads as it does, what it was before, and the user's value.
 
 import { ask } from './api.js';
-import { button, code, element, timeElement } from './elements.js';
-import { oneAtATime } from './model.js';
-import { age, clock, kind, place } from './texts.js';
+import { button, code, element, redraw, timeElement } from './elements.js';
+import { atMostEvery, oneAtATime } from './model.js';
+import { age, clock, isSameName, kind, place } from './texts.js';
 import { UserValueForm } from './user-value.js';
 
 export class KeyDetail {
@@ -24,25 +24,31 @@ export class KeyDetail {
       this.failure, this.stack, this.rules, this.form.element,
       element('h3', {}, 'Recent changes'), this.changes);
     this.refresh = oneAtATime(() => this.#load());
+    this.refreshSoon = atMostEvery(1000, this.refresh);
     model.addEventListener('batch', ({ detail }) => {
-      if (detail.changes.some(({ key }) => key === this.#key)) this.refresh();
+      if (detail.changes.some(({ key }) => isSameName(key, this.#key))) this.refreshSoon();
     });
-    model.addEventListener('keys', () => this.#key !== null && this.element.isConnected && this.refresh());
+    model.addEventListener('keys', () => this.#key !== null && this.element.isConnected && this.refreshSoon());
   }
 
   show(key) {
-    if (key === this.#key) {
-      this.refresh();
-      return;
-    }
+    const isAnother = !isSameName(key, this.#key);
+    if (key !== this.#key) this.#name(key);
+    if (isAnother) this.#clear();
+    this.refresh();
+  }
+
+  #name(key) {
     this.#key = key;
     this.title.replaceChildren(code(key));
     this.way.href = `#chain/${encodeURIComponent(key)}`;
+  }
+
+  #clear() {
     this.stack.replaceChildren();
     this.rules.replaceChildren();
     this.changes.replaceChildren();
-    this.form.show(key);
-    this.refresh();
+    this.form.show(this.#key);
   }
 
   focus() {
@@ -54,7 +60,7 @@ export class KeyDetail {
     const query = `key=${encodeURIComponent(key)}`;
     try {
       const [explanation, history] = await Promise.all([ask(`explain?${query}`), ask(`history?${query}`)]);
-      if (key !== this.#key) return;
+      if (!isSameName(key, this.#key)) return;
       this.failure.hidden = true;
       this.#draw(explanation, history.changes);
     } catch (failure) {
@@ -64,10 +70,10 @@ export class KeyDetail {
   }
 
   #draw(explanation, changes) {
-    this.stack.replaceChildren(stackTable(explanation));
-    this.rules.replaceChildren(...explanation.rules.map((rule) => element('li', {}, rule)));
+    redraw(this.stack, stackTable(explanation));
+    redraw(this.rules, ...explanation.rules.map((rule) => element('li', {}, rule)));
     this.rules.hidden = explanation.rules.length === 0;
-    this.changes.replaceChildren(changes.length === 0
+    redraw(this.changes, changes.length === 0
       ? element('p', { class: 'quiet' }, 'None since the inspector began.') : changesTable(changes));
     this.form.showExplanation(explanation);
   }

@@ -52,3 +52,25 @@ export function timeElement(time, text) {
 export function setText(node, text) {
   if (node.textContent !== text) node.textContent = text;
 }
+
+/** What somebody who uses the keyboard would call an element. */
+function callOf(node) {
+  return [node.tagName, node.getAttribute('href'), node.getAttribute('aria-label') ?? node.textContent].join('\n');
+}
+
+/**
+ * Puts other children into a node. What is the same stays, and with it what somebody has selected there; the focus goes
+ * to what is called as that which had it.
+ */
+export function redraw(node, ...children) {
+  const focused = node.contains(document.activeElement) ? document.activeElement : null;
+  const call = focused && callOf(focused);
+  children.forEach((child, index) => {
+    const old = node.childNodes[index];
+    if (!old) node.append(child);
+    else if (!old.isEqualNode(child)) old.replaceWith(child);
+  });
+  while (node.childNodes.length > children.length) node.lastChild.remove();
+  if (!focused || focused.isConnected) return;
+  [...node.querySelectorAll('a, button, [tabindex]')].find((one) => callOf(one) === call)?.focus({ preventScroll: true });
+}

@@ -57,8 +57,7 @@ export class VirtualGrid {
     this.#active = active ? rows.findIndex((row) => sameRow(row, active)) : -1;
     this.#opened = opened ? rows.findIndex((row) => sameRow(row, opened)) : -1;
     if (this.#active < 0 && rows.length > 0) this.#active = 0;
-    this.element.setAttribute('aria-rowcount', rows.length + 1);
-    this.#placeDetail();
+        this.#placeDetail();
     this.redraw();
   }
 
@@ -138,11 +137,12 @@ export class VirtualGrid {
   }
 
   #placeDetail() {
+    this.element.setAttribute('aria-rowcount', this.#rows.length + (this.#opened < 0 ? 1 : 2));
     if (this.#opened < 0) {
       this.detailRow.remove();
       this.#detailHeight = 0;
     } else {
-      this.detailRow.setAttribute('aria-rowindex', this.#opened + 2);
+      this.detailRow.setAttribute('aria-rowindex', this.#opened + 3);
       if (!this.detailRow.isConnected) this.body.append(this.detailRow);
       this.#detailHeight = this.detailRow.getBoundingClientRect().height;
     }
@@ -177,7 +177,28 @@ export class VirtualGrid {
     if (this.#opened >= 0) {
       this.detailRow.style.transform = `translateY(${this.#top(this.#opened) + this.#rowHeight}px)`;
     }
+    this.#orderRows();
     this.#markRows();
+  }
+
+  /**
+   * The document has the rows in the order in which they are seen, with what the opened one opens to behind it. That is
+   * never moved, as what has the focus there would lose it: others go around it.
+   */
+  #orderRows() {
+    const indices = [...this.#drawn.keys()].sort((a, b) => a - b);
+    const wanted = indices.map((index) => this.#drawn.get(index));
+    if (this.#opened >= 0) wanted.splice(indices.filter((index) => index <= this.#opened).length, 0, this.detailRow);
+    let at = this.body.firstChild;
+    for (const node of wanted) {
+      while (node === this.detailRow && at !== node) {
+        const next = at.nextSibling;
+        this.body.append(at);
+        at = next;
+      }
+      if (node === at) at = at.nextSibling;
+      else this.body.insertBefore(node, at);
+    }
   }
 
   #drawRow(index) {
@@ -187,11 +208,11 @@ export class VirtualGrid {
       this.#drawn.set(index, row);
       row.id = `row-${index}`;
       row.dataset.index = index;
-      row.setAttribute('aria-rowindex', index + 2);
       row.classList.toggle('odd', index % 2 === 1);
       this.options.fill(row.cells, this.#rows[index]);
       if (!row.isConnected) this.body.append(row);
     }
+    row.setAttribute('aria-rowindex', index + (this.#opened >= 0 && index > this.#opened ? 3 : 2));
     row.style.transform = `translateY(${this.#top(index)}px)`;
   }
 

@@ -3,7 +3,7 @@
 import { button, element, setText, stateMark } from './elements.js';
 import { KeyDetail } from './detail.js';
 import { VirtualGrid } from './grid.js';
-import { age, compareTexts, count, shortened } from './texts.js';
+import { age, compareTexts, count, isSameName, shortened } from './texts.js';
 
 const columns = [
   { id: 'key', title: 'Key', text: (row) => row.key },
@@ -40,7 +40,7 @@ export class KeysView {
       label: 'Keys',
       columns,
       fill: (cells, row) => this.#fill(cells, row),
-      onToggle: (row) => this.navigate(row.key === this.#opened ? ['keys'] : ['keys', row.key]),
+      onToggle: (row) => this.navigate(isSameName(row.key, this.#opened) ? ['keys'] : ['keys', row.key]),
       onEscape: () => this.navigate(['keys']),
       onSort: (column) => this.#sortBy(column),
     });
@@ -63,10 +63,10 @@ export class KeysView {
   }
 
   #open(key) {
-    const isAnother = key !== this.#opened;
+    const isAnother = !isSameName(key, this.#opened);
     this.#opened = key;
     this.detail.show(key);
-    this.grid.open(this.#rows.findIndex((row) => row.key === key));
+    this.grid.open(this.#rows.findIndex((row) => isSameName(row.key, key)));
     if (isAnother) this.detail.focus();
   }
 
@@ -141,14 +141,18 @@ export class KeysView {
       words.every((word) => row.searched.includes(word)));
     this.#sortRows();
     this.#showNumbers(candidates);
-    this.grid.setRows(this.#rows, (a, b) => a.key === b.key);
+    this.grid.setRows(this.#rows, (a, b) => isSameName(a.key, b.key));
     if (this.#opened !== null) this.#keepOpened();
     performance.mark('keys-shown');
   }
 
-  /** An opened row may have been hidden by a filter, and come back. */
+  /** An opened row may have been hidden by a filter, and come back; another store may write its name in another case. */
   #keepOpened() {
-    const index = this.#rows.findIndex((row) => row.key === this.#opened);
+    const index = this.#rows.findIndex((row) => isSameName(row.key, this.#opened));
+    if (index >= 0 && this.#rows[index].key !== this.#opened) {
+      this.#opened = this.#rows[index].key;
+      this.detail.show(this.#opened);
+    }
     if (index >= 0 !== this.grid.detailRow.isConnected) this.grid.open(index);
   }
 

@@ -13,6 +13,7 @@ export class LiveView {
   #filter = '';
   #cause = '';
   #isDirty = true;
+  #limit = drawnBatches;
 
   constructor(model, root) {
     this.model = model;
@@ -20,7 +21,8 @@ export class LiveView {
     this.list = element('div', { class: 'batches', role: 'log', 'aria-label': 'Changes, newest first', 'aria-live': 'off' });
     this.summary = element('p', { class: 'summary' });
     this.empty = element('p', { class: 'empty' });
-    root.append(this.#makeTools(), this.empty, this.list);
+    this.older = button('', () => { this.#limit += drawnBatches; this.#drawAll(); }, { class: 'quiet', hidden: true });
+    root.append(this.#makeTools(), this.empty, this.list, this.older);
     model.addEventListener('batches', () => this.#drawAll());
     model.addEventListener('batch', ({ detail }) => this.#take(detail));
   }
@@ -58,9 +60,9 @@ export class LiveView {
   }
 
   #addBatch(batch) {
-    const node = this.#batchElement(batch);
-    if (node) this.list.prepend(node);
-    while (this.list.children.length > drawnBatches) this.list.lastChild.remove();
+    if (this.#isWanted(batch)) this.list.prepend(this.#batchElement(batch));
+    while (this.list.children.length > this.#limit) this.list.lastChild.remove();
+    this.#offerOlder();
   }
 
   #drawAll() {
@@ -68,14 +70,25 @@ export class LiveView {
     this.model.batches.forEach(({ cause }) => this.#addCause(cause));
     this.#showNumbers();
     if (this.#isDirty) return;
-    const shown = this.model.batches.filter(({ batch }) => batch <= this.#pausedAt);
-    const nodes = [];
-    for (let index = shown.length - 1; index >= 0 && nodes.length < drawnBatches; --index) {
-      const node = this.#batchElement(shown[index]);
-      if (node) nodes.push(node);
-    }
-    this.list.replaceChildren(...nodes);
+    const shown = this.#shownBatches();
+    this.list.replaceChildren(...shown.slice(-this.#limit).reverse().map((batch) => this.#batchElement(batch)));
+    this.#offerOlder(shown.length);
     this.#showNumbers();
+  }
+
+  /** Those that the filter lets through, and that came before the pause; oldest first. */
+  #shownBatches() {
+    return this.model.batches.filter((batch) => batch.batch <= this.#pausedAt && this.#isWanted(batch));
+  }
+
+  #offerOlder(all = this.#shownBatches().length) {
+    const left = all - this.list.children.length;
+    this.older.hidden = left <= 0;
+    setText(this.older, `Show older batches (${left.toLocaleString('en')})`);
+  }
+
+  #isWanted(batch) {
+    return (this.#cause === '' || batch.cause === this.#cause) && batch.changes.some((change) => this.#matches(change));
   }
 
   #showNumbers() {
@@ -94,11 +107,9 @@ export class LiveView {
     this.causes.append(element('option', { value: cause }, cause));
   }
 
-  /** The batch with those of its changes that the filter lets through; null if there are none. */
+  /** The batch with those of its changes that the filter lets through. */
   #batchElement(batch) {
-    if (this.#cause && batch.cause !== this.#cause) return null;
     const changes = batch.changes.filter((change) => this.#matches(change));
-    if (changes.length === 0) return null;
     const body = element('tbody');
     const node = element('article', { class: 'batch', 'aria-label': `Batch ${batch.batch}` },
       element('h2', {}, timeElement(batch.time, clock(batch.time)),

@@ -1,9 +1,15 @@
 // What the page knows, kept current by the tool's events. Views listen, and draw what they show.
 
-import { ask } from './api.js';
+import { ask, refusalOf } from './api.js';
 
 /** How long to wait, in milliseconds, after the tool has refused the stream. */
 const retryAfter = 2000;
+
+/** Milliseconds between two answers of the same kind while changes come one after another. */
+const readAgainAfter = 1000;
+
+/** How long, in milliseconds, the number of problems may lag behind while nobody looks at them. */
+const countedAfter = 3000;
 
 /** Batches that are remembered; older ones are forgotten. */
 const rememberedBatches = 500;
@@ -30,6 +36,36 @@ export function oneAtATime(work) {
 }
 
 /**
+ * Lets work that is wanted often run at most once in a while: at once if that is long enough ago, else when it is, for
+ * all together who asked meanwhile.
+ * @param {number} pause in milliseconds, from one start to the next
+ */
+export function atMostEvery(pause, work) {
+  let begun = -Infinity;
+  let isWaiting = false;
+  const run = () => {
+    isWaiting = false;
+    begun = performance.now();
+    work();
+  };
+  return () => {
+    if (isWaiting) return;
+    isWaiting = true;
+    setTimeout(run, Math.max(0, begun + pause - performance.now()));
+  };
+}
+
+/** Lets work run a while after the first who wants it, for all together who have asked by then. */
+export function oneForAll(delay, work) {
+  let timer = null;
+  const run = () => {
+    timer = null;
+    work();
+  };
+  return () => { timer ??= setTimeout(run, delay); };
+}
+
+/**
  * Events: "about", "keys", "stores", "batches", "server", "problems" when that part is new; "batch" (detail: Batch) when
  * one has come; "connection" and "failure" when what they tell has changed.
  */
@@ -41,7 +77,8 @@ export class Model extends EventTarget {
   dropped = { batches: 0, changes: 0 };
   server = null;
   problems = [];
-  connection = 'waiting';    // waiting, open, lost, refused
+  connection = 'waiting';    // waiting, open, lost, full, refused
+  refusal = '';              // why there is no stream, if the connection is full
   failure = '';              // why something could not be read; empty: nothing failed
   loaded = new Set();        // parts that have been read at least once
 
@@ -49,6 +86,9 @@ export class Model extends EventTarget {
   #asked = new Map();        // rows of keys that somebody asked for, and that no answer has named
   #newest = 0;               // number of the newest batch that came as an event
   #source = null;
+  #shown = '';
+  #old = new Set();          // parts that are to be read when they are shown
+  #isChainRead = false;      // the parts are being read as the stream has begun, which tells the same
 
   constructor() {
     super();
@@ -58,11 +98,32 @@ export class Model extends EventTarget {
     this.refreshProblems = this.#part('problems', 'problems', (answer) => { this.problems = answer.problems; });
     this.refreshBatches = this.#part('batches', 'batches?since=0', (answer) => this.#takeBatches(answer));
     this.refreshKeys = this.#part('keys', 'keys', (answer) => this.#takeKeys(answer));
+    this.keysSoon = atMostEvery(readAgainAfter, this.refreshKeys);
+    this.storesSoon = atMostEvery(readAgainAfter, this.refreshStores);
+    this.problemsSoon = atMostEvery(readAgainAfter, this.refreshProblems);
+    this.problemsLater = oneForAll(countedAfter, () => this.#old.delete('problems') && this.problemsSoon());
   }
 
-  /** Reads the first view's part, and listens; the stream's beginning says that the other parts are to be read. */
-  async start() {
-    await Promise.all([this.refreshAbout(), this.refreshKeys()]);
+  /** The view that is seen: what only others show is not read anew at every change. @param {string} view "chain" */
+  show(view) {
+    this.#shown = view;
+    this.#readShown();
+  }
+
+  #readShown() {
+    if (this.#shown === 'chain' && this.#old.delete('stores')) this.storesSoon();
+    if (this.#shown === 'problems' && this.#old.delete('problems')) this.problemsSoon();
+  }
+
+  #everythingIsOld() {
+    this.keysSoon();
+    this.#old.add('stores').add('problems');
+    this.#readShown();
+    if (this.#old.has('problems')) this.problemsLater();
+  }
+
+  /** Listens, and reads everything as soon as nothing that changes meanwhile can be missed. */
+  start() {
     if (!document.hidden) this.#listen();
     // A browser has few connections for one server: a page that nobody sees gives its own back.
     document.addEventListener('visibilitychange', () => (document.hidden ? this.#pause() : this.#listen()));
@@ -118,7 +179,7 @@ export class Model extends EventTarget {
       if (this.row(key)) this.#asked.delete(key);
       else this.#addRow(row);
     }
-    if (answer.last < this.#newest) this.refreshKeys();
+    if (answer.last < this.#newest) this.keysSoon();
   }
 
   #addRow(row) {
@@ -129,7 +190,9 @@ export class Model extends EventTarget {
   }
 
   #takeBatches(answer) {
-    this.batches = answer.batches;
+    // An event may have come while the answer was on its way.
+    const newer = this.batches.filter(({ batch }) => batch > answer.last);
+    this.batches = [...answer.batches, ...newer];
     this.dropped = { batches: answer.droppedBatches, changes: answer.droppedChanges };
   }
 
@@ -146,10 +209,14 @@ export class Model extends EventTarget {
     const on = (name, take) => source.addEventListener(name, (event) => take(JSON.parse(event.data)));
     on('batch', (batch) => this.#takeBatch(batch));
     on('server', (server) => { this.server = server; this.loaded.add('server'); this.#tell('server'); });
-    on('chain', () => { this.refreshStores(); this.refreshProblems(); this.refreshKeys(); });
+    on('chain', () => {
+      if (!this.#isChainRead) this.#everythingIsOld();
+      this.#isChainRead = false;
+    });
     on('reload', () => this.reload());
     source.addEventListener('open', () => {
-      // What happened before somebody listened is read now, and so is what was missed.
+      // What happened before somebody listened is read now, and so is what was missed. The stream's first words ask for it.
+      this.#isChainRead = true;
       this.reload();
       this.#setConnection('open');
     });
@@ -157,21 +224,33 @@ export class Model extends EventTarget {
   }
 
   /** The browser tries again by itself, unless it was answered with a refusal. */
-  #lost(source) {
+  async #lost(source) {
     if (source !== this.#source) return;
-    this.#setConnection('lost');
-    if (source.readyState !== EventSource.CLOSED) return;
-    setTimeout(async () => {
-      if (source !== this.#source) return;
-      try {
-        await ask('about');
-        this.#source = null;
-        this.#listen();
-      } catch (failure) {
-        if (failure.status === 401) this.#setConnection('refused');
-        else this.#lost(source);
-      }
-    }, retryAfter);
+    if (source.readyState !== EventSource.CLOSED) {
+      this.#setConnection('lost');
+      return;
+    }
+    const { status, message } = await refusalOf('events');
+    if (source !== this.#source) return;
+    if (status === 401) this.#setConnection('refused');
+    else if (status === 503) this.#doWithoutStream(message);
+    else {
+      this.#setConnection('lost');
+      setTimeout(() => this.#listenAnew(source), retryAfter);
+    }
+  }
+
+  #listenAnew(source) {
+    if (source !== this.#source) return;
+    this.#source = null;
+    this.#listen();
+  }
+
+  /** There is one answer, and nothing is asked again until somebody comes back to the page. */
+  #doWithoutStream(sentence) {
+    this.refusal = sentence;
+    this.#setConnection('full');
+    this.reload();
   }
 
   #takeBatch(batch) {
@@ -183,9 +262,7 @@ export class Model extends EventTarget {
     this.dispatchEvent(new CustomEvent('batch', { detail: batch }));
     this.#tell('keys');
     // A change tells of the value; the administrator's and the state come with the whole list.
-    this.refreshKeys();
-    this.refreshStores();
-    this.refreshProblems();
+    this.#everythingIsOld();
   }
 
   #takeChange(change, time) {

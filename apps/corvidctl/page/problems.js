@@ -1,11 +1,11 @@
 // The view of what is wrong, or may surprise.
 
-import { code, element } from './elements.js';
+import { code, element, redraw } from './elements.js';
 import { count, place } from './texts.js';
 
 const kinds = {
   'unreadable-file': 'Unreadable files',
-  'no-server-answered': 'No server answered',
+  'no-server-answered': 'Nothing was fetched',
   'copy-in-use': 'Kept copies in use',
   'erased-by-policy': 'Erased by a policy',
   'shadowed-value': 'User’s values that wait behind another store',
@@ -34,11 +34,11 @@ export class ProblemsView {
       problems.some((problem) => problem.severity === severity)) ?? '';
     this.tab.setAttribute('aria-label', problems.length ? `Problems, ${problems.length}` : 'Problems');
     if (problems.length === 0) {
-      this.content.replaceChildren(element('p', { class: 'empty' }, 'Nothing is wrong.'));
+      redraw(this.content, element('p', { class: 'empty' }, 'Nothing is wrong.'));
       return;
     }
     const known = new Set([...Object.keys(kinds), ...problems.map(({ kind }) => kind)]);
-    this.content.replaceChildren(...[...known].map((kind) => group(kind, problems.filter((one) => one.kind === kind)))
+    redraw(this.content, ...[...known].map((kind) => group(kind, problems.filter((one) => one.kind === kind)))
       .filter(Boolean));
   }
 }

@@ -1,8 +1,11 @@
 // The view of the call-control servers, and of how the file came from them.
 
 import { order } from './api.js';
-import { button, code, element, timeElement } from './elements.js';
+import { button, code, element, redraw, setText, timeElement } from './elements.js';
 import { age, clock, count, duration } from './texts.js';
+
+/** Cycles that the client remembers; of so many, the oldest may not be the first one. */
+const keptCycles = 50;
 
 const ends = {
   running: 'still running',
@@ -45,8 +48,8 @@ export class ServerView {
   #draw() {
     const server = this.model.server;
     if (server.servers.length > 0) this.answer.hidden = true;  // what it said is out of date
-    this.state.textContent = sentence(server);
-    this.content.replaceChildren(facts(server), serversTable(server.servers),
+    setText(this.state, sentence(server));
+    redraw(this.content, facts(server), serversTable(server.servers),
       element('h2', {}, 'Last cycles'), ...cycles(server.cycles));
   }
 }
@@ -85,11 +88,17 @@ function serversTable(servers) {
 
 function cycles(all) {
   if (all.length === 0) return [element('p', { class: 'empty' }, 'There has been none.')];
-  return all.map((cycle) => element('article', { class: 'cycle', 'data-end': cycle.end },
+  return all.map((cycle, index) => element('article', { class: 'cycle', 'data-end': cycle.end },
     element('h3', {}, endMark(cycle.end), timeElement(cycle.began, clock(cycle.began)),
       element('span', { class: 'quiet' }, [age(cycle.began), duration(cycle.began, cycle.ended),
-        cycle.forced ? 'asked for' : '', cycle.end === 'delivered' ? count(cycle.keys, 'key') : ''].filter(Boolean).join(', '))),
+        reason(cycle, index === all.length - 1 && all.length < keptCycles), cycle.end === 'delivered' ? count(cycle.keys, 'key') : ''].filter(Boolean).join(', '))),
     element('ol', {}, ...cycle.versionQueries.map(versionQuery), ...cycle.attempts.map(attempt))));
+}
+
+/** What a cycle began for. The client's start asks for one as people do. */
+function reason(cycle, isFirst) {
+  if (!cycle.forced) return '';
+  return isFirst ? 'at the start' : 'asked for';
 }
 
 function endMark(end) {

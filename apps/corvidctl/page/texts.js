@@ -5,6 +5,11 @@ const collator = new Intl.Collator('en', { numeric: true, sensitivity: 'base' })
 /** Orders texts as people do: without regard to case, and numbers by their size. */
 export const compareTexts = collator.compare;
 
+/** Whether two names are of the same key: their case tells nothing, and a store may write another than the next. */
+export function isSameName(one, other) {
+  return one?.toLowerCase() === other?.toLowerCase();
+}
+
 /** "1 key", "10,000 keys". @param {string} word in the singular */
 export function count(number, word, plural = `${word}s`) {
   return `${number.toLocaleString('en')} ${number === 1 ? word : plural}`;
@@ -85,7 +90,7 @@ export function writeSentences(write, value) {
   const sentences = happened ? [value === null ? erased(write) : stored(write, value)] : [];
   if (!happened && value === null) sentences.push(`There is no user's value of ${write.key} to erase; ${winner(write)}`);
   sentences.push(...write.remarks);
-  if (happened && write.isPersisted && write.file) sentences.push(`It is kept in ${shownFile(write.file)}.`);
+  if (happened && value !== null && write.isPersisted && write.file) sentences.push(`It is kept in ${shownFile(write.file)}.`);
   return sentences;
 }
 

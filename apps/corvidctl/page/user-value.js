@@ -4,6 +4,9 @@ import { order } from './api.js';
 import { button, element } from './elements.js';
 import { writeSentences } from './texts.js';
 
+/** A key that no store has is not known to be sensitive; its name may tell. */
+const secretNames = /password|token|secret/i;
+
 export class UserValueForm {
   #key = '';
   #isTouched = false;        // somebody has typed; what comes from the chain must not overwrite it
@@ -29,14 +32,16 @@ export class UserValueForm {
     this.#key = key;
     this.#isTouched = false;
     this.field.value = '';
+    // Until it is known, nobody beside may read what is typed.
+    this.field.type = 'password';
     this.answer.replaceChildren();
   }
 
   /** The user's value that the chain has stands in the field, to be altered. */
   showExplanation(explanation) {
-    const own = explanation.layers.find((layer) => !layer.isReadOnly && layer.value !== null);
+    const own = explanation.layers.find(isOfUser);
     const isHidden = own?.value === 'VALUE_HIDDEN';
-    this.field.type = isHidden ? 'password' : 'text';
+    this.field.type = isHidden || explanation.isSensitive || secretNames.test(this.#key) ? 'password' : 'text';
     this.field.placeholder = isHidden ? 'set, and not shown' : own ? '' : 'not set';
     if (!this.#isTouched && document.activeElement !== this.field) this.field.value = isHidden ? '' : own?.value ?? '';
   }
@@ -59,4 +64,9 @@ export class UserValueForm {
     this.answer.dataset.tone = tone;
     this.answer.replaceChildren(...sentences.map((sentence) => element('p', {}, sentence)));
   }
+}
+
+/** What the programs of the client put into memory is nobody's choice, though that store can be written. */
+function isOfUser(layer) {
+  return !layer.isReadOnly && layer.value !== null && layer.store !== 'InMemoryConfigStore';
 }

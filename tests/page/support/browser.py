@@ -1,5 +1,6 @@
 """One browser for all tests, without a window on the screen."""
 
+import shutil
 import tempfile
 
 from selenium import webdriver
@@ -12,8 +13,10 @@ ARGUMENTS = ["--headless=new", "--no-sandbox", "--disable-gpu", "--disable-quic"
 
 
 class Browser:
-    def __init__(self, proxy=None, patience=30):
+    def __init__(self, proxy=None, patience=30, driver=None):
+        """The driver is a program's path; without one it is found as other programs are."""
         self._proxy = proxy
+        self._driver_program = driver or shutil.which("chromedriver")
         self.patience = patience
 
     def __enter__(self):
@@ -25,7 +28,7 @@ class Browser:
             options.add_argument(f"--proxy-server=http://{self._proxy}")
             options.add_argument("--proxy-bypass-list=<-loopback>")
         options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
-        self.driver = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+        self.driver = webdriver.Chrome(service=Service(self._driver_program), options=options)
         self._blank = self.driver.current_window_handle
         return self
 

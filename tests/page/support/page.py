@@ -18,14 +18,14 @@ return rows.map((row) => [...row.children].map((cell) => cell.textContent));
 
 
 class Page:
-    def __init__(self, browser, inspector, address="", expects_complaints=False):
+    def __init__(self, browser, inspector, address="", expects_complaints=False, connection="Connected"):
         self.browser = browser
         self.driver = browser.driver
         self.inspector = inspector
         self.expects_complaints = expects_complaints
         self.handle = browser.open_window()
         self.driver.get(inspector.link + address)
-        self.wait_for_texts("#connection", ["Connected"])
+        self.wait_for_texts("#connection", [connection])
         self.wait(lambda: self.script("return performance.getEntriesByName('keys-shown').length > 0"))
 
     def activate(self):

@@ -14,6 +14,7 @@ class Relay:
         self._open = set()
         self._is_cut = False
         self._received = []
+        self._requests = []
         self.strangers = []  # what was asked of others than this machine
 
     def __enter__(self):
@@ -29,12 +30,18 @@ class Relay:
     def reset(self):
         with self._lock:
             self._received.clear()
+            self._requests.clear()
             self.strangers.clear()
 
     def received(self):
         """All bytes that the browser was sent since the last reset, heads and streams included."""
         with self._lock:
             return b"".join(self._received)
+
+    def requests(self):
+        """The paths of the interface that the browser has asked for since the last reset, without their queries."""
+        with self._lock:
+            return list(self._requests)
 
     def cut(self):
         """Ends every connection, and lets none through any more."""
@@ -88,6 +95,9 @@ class Relay:
             connection.sendall(b"HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")
             return
         path = target.path + ("?" + target.query if target.query else "")
+        if target.path.startswith("/api/"):
+            with self._lock:
+                self._requests.append(target.path.removeprefix("/api/"))
         kept = [field for field in fields if not field.lower().startswith(("proxy-connection:", "connection:"))]
         length = next((int(field.split(":")[1]) for field in fields if field.lower().startswith("content-length:")), 0)
         while len(body) < length:
