@@ -41,6 +41,7 @@ def change_beside(page, inspector):
 def test_the_first_load_reads_each_part_once_and_an_idle_page_asks_for_nothing(relay, open_page):
     page = open_page("#problems")
     page.wait_for_texts("#tab-problems .number", ["2"])
+    page.wait(lambda: len(relay.requests()) >= 7)
     relay.reset()
     page.driver.refresh()
     page.wait_for_texts("#tab-problems .number", ["2"])
