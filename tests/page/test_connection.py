@@ -57,15 +57,17 @@ def test_many_changes_are_read_together(relay, open_page):
     page = open_page()
     page.wait_for_texts("#tab-problems .number", ["2"])
     relay.reset()
-    page.script("""const body = (value) => JSON.stringify({key: 'DockedWindow', value});
+    seconds = page.script("""const body = (value) => JSON.stringify({key: 'DockedWindow', value});
+        const begun = performance.now();
         const set = (value) => fetch('/api/set',
           {method: 'POST', headers: {'Content-Type': 'application/json'}, body: body(value)});
-        return (async () => { for (let index = 0; index < 30; ++index) await set(String(index)); return performance.now(); })()""")
+        return (async () => { for (let index = 0; index < 30; ++index) await set(String(index)); return (performance.now() - begun) / 1000; })()""")
     page.wait_for_value("DockedWindow", "29")
     page.wait(lambda: "problems" in relay.requests())
     assert relay.requests().count("set") == 30
-    assert relay.requests().count("keys") < 15
-    assert relay.requests().count("problems") < 8
+    # Once a second at most, however long the tool takes for the changes.
+    assert relay.requests().count("keys") < seconds + 5
+    assert relay.requests().count("problems") < seconds + 5
     assert relay.requests().count("stores") == 0
 
 

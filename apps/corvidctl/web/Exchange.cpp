@@ -101,6 +101,9 @@ Exchange::HandlerResponse Exchange::answerHead(const httplib::Request& request, 
     case Gate::Entrance::ByLink:
         response.set_redirect("/", 303);
         response.set_header("Set-Cookie", house_.gate.cookie());
+        for (const std::string& farewell : house_.gate.farewellsToOldCookies(request)) {
+            response.set_header("Set-Cookie", farewell);
+        }
         break;
     case Gate::Entrance::Open:
         if (request.path == EVENTS) {

@@ -14,6 +14,12 @@ namespace {
 
 constexpr std::string_view HTTP = "http://";
 
+/// What the name of each inspector's cookie begins with; its port follows.
+constexpr std::string_view COOKIE = "corvid-inspector-";
+
+/// More inspectors than anybody looks at once.
+constexpr std::size_t MANY_COOKIES = 16;
+
 Gate::Verdict refused(int status, std::string sentence, std::string allow = {}) {
     return {Gate::Entrance::Refused, {status, std::move(sentence), std::move(allow)}};
 }
@@ -33,6 +39,24 @@ std::vector<std::string_view> valuesOf(const httplib::Request& request, const st
     std::vector<std::string_view> values;
     std::for_each(first, end, [&values](const auto& field) { values.push_back(field.second); });
     return values;
+}
+
+/// The cookies of a request, each as "NAME=VALUE".
+std::vector<std::string_view> cookiesOf(const httplib::Request& request) {
+    std::vector<std::string_view> pairs;
+    for (std::string_view cookies : valuesOf(request, "Cookie")) {
+        while (!cookies.empty()) {
+            const std::string_view cookie = cookies.substr(0, cookies.find(';'));
+            cookies.remove_prefix(std::min(cookie.size() + 1, cookies.size()));
+            pairs.push_back(cookie.substr(std::min(cookie.find_first_not_of(' '), cookie.size())));
+        }
+    }
+    return pairs;
+}
+
+bool isOfAnInspector(std::string_view cookieName) {
+    return cookieName.starts_with(COOKIE) &&
+           cookieName.find_first_not_of("0123456789", COOKIE.size()) == std::string_view::npos;
 }
 
 bool isReading(const httplib::Request& request) { return request.method == "GET" || request.method == "HEAD"; }
@@ -78,7 +102,7 @@ std::string Gate::link() const { return "http://127.0.0.1:" + port_ + "/?token="
 
 std::string Gate::cookie() const { return cookieStart() + token_ + "; HttpOnly; SameSite=Strict; Path=/"; }
 
-std::string Gate::cookieStart() const { return "corvid-inspector-" + port_ + "="; }
+std::string Gate::cookieStart() const { return std::string(COOKIE) + port_ + "="; }
 
 bool Gate::isOwnHost(std::string_view host) const {
     const std::string lower = inLowerCase(host);
@@ -107,17 +131,21 @@ bool Gate::hasLink(const httplib::Request& request) const {
 
 bool Gate::hasCookie(const httplib::Request& request) const {
     const std::string start = cookieStart();
-    for (std::string_view cookies : valuesOf(request, "Cookie")) {
-        while (!cookies.empty()) {
-            const std::string_view cookie = cookies.substr(0, cookies.find(';'));
-            cookies.remove_prefix(std::min(cookie.size() + 1, cookies.size()));
-            const std::string_view pair = cookie.substr(std::min(cookie.find_first_not_of(' '), cookie.size()));
-            if (pair.starts_with(start) && isSameToken(pair.substr(start.size()), token_)) {
-                return true;
-            }
+    const std::vector<std::string_view> cookies = cookiesOf(request);
+    return std::any_of(cookies.begin(), cookies.end(), [this, &start](std::string_view cookie) {
+        return cookie.starts_with(start) && isSameToken(cookie.substr(start.size()), token_);
+    });
+}
+
+std::vector<std::string> Gate::farewellsToOldCookies(const httplib::Request& request) const {
+    std::vector<std::string> farewells;
+    for (const std::string_view cookie : cookiesOf(request)) {
+        const std::string_view name = cookie.substr(0, cookie.find('='));
+        if (isOfAnInspector(name) && name.substr(COOKIE.size()) != port_) {
+            farewells.push_back(std::string(name) + "=; Max-Age=0; HttpOnly; SameSite=Strict; Path=/");
         }
     }
-    return false;
+    return farewells.size() > MANY_COOKIES ? farewells : std::vector<std::string>();
 }
 
 /// What an answer to a request that may know what there is says about its method.

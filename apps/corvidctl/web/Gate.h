@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "web/Refusal.h"
 
@@ -41,6 +42,11 @@ public:
 
     /// What the browser keeps, as the value of Set-Cookie.
     std::string cookie() const;
+
+    /// What takes the cookies of earlier inspectors from a browser that has gathered many, as values of Set-Cookie:
+    /// each makes the head of every request longer, up to where it is too large to be read. None as long as they are
+    /// few, since other inspectors may be running.
+    std::vector<std::string> farewellsToOldCookies(const httplib::Request& request) const;
 
 private:
     bool isOwnHost(std::string_view host) const;

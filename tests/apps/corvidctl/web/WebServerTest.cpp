@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -30,6 +31,26 @@ TEST_F(WebServerTest, LinkGivesTheCookieAndLeadsToThePage) {
     EXPECT_EQ(answer.field("Location"), "/");
     EXPECT_EQ(answer.field("Set-Cookie"), "corvid-inspector-" + std::to_string(server_->port()) + "=" + token() +
                                               "; HttpOnly; SameSite=Strict; Path=/");
+}
+
+TEST_F(WebServerTest, LinkTakesBackTheCookiesOfEarlierInspectorsOnceTheyAreMany) {
+    const auto headWith = [this](int cookies, const std::string& more) {
+        std::string line = "Cookie: other=1" + more;
+        for (int port = 1; port <= cookies; ++port) {
+            line.append("; corvid-inspector-").append(std::to_string(port)).append("=0");
+        }
+        return ask("GET /?token=" + token() + " HTTP/1.1\r\nHost: " + host() + "\r\n" + line + "\r\n\r\n").head;
+    };
+    const auto takesBack = [](const std::string& name) { return testing::HasSubstr("Set-Cookie: " + name + "=;"); };
+    EXPECT_THAT(headWith(16, ""), testing::Not(testing::HasSubstr("Max-Age")));
+    const std::string own = "corvid-inspector-" + std::to_string(server_->port());
+    const std::string head = headWith(17, "; " + own + "=old; corvid-inspector-x=0");
+    EXPECT_THAT(head, takesBack("corvid-inspector-1"));
+    EXPECT_THAT(head, takesBack("corvid-inspector-17"));
+    EXPECT_THAT(head, testing::HasSubstr("Set-Cookie: " + own + "=" + token() + ";"));
+    EXPECT_THAT(head, testing::Not(takesBack(own)));
+    EXPECT_THAT(head, testing::Not(takesBack("other")));
+    EXPECT_THAT(head, testing::Not(takesBack("corvid-inspector-x")));
 }
 
 TEST_F(WebServerTest, PageIsServedAtTheRoot) {
