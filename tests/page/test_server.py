@@ -8,7 +8,7 @@ def test_without_a_server_it_says_what_to_do(open_page):
 
 
 def test_without_a_server_nothing_is_asked_and_it_says_so(open_page):
-    page = open_page("#server")
+    page = open_page("#server", expects_complaints=True)  # the browser notes a refusal as one
     page.wait_for_texts("#view-server .lead", ["No server is known."])
     page.click_text("#view-server button", "Fetch again")
     page.wait_for_texts("#view-server .failure",
