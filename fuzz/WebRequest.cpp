@@ -91,7 +91,7 @@ const char* whatIsWrong(std::string_view text, bool byLink) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const corvidctl::Gate gate(8080, "5ec8e7", 65536);
+    static const corvidctl::Gate gate(8080, "5ec8e7", "/4f1c/", 65536);
     const std::string text(reinterpret_cast<const char*>(data), size);
     const auto verdict = judgeText(gate, text);
     if (!verdict || verdict->entrance == corvidctl::Gate::Entrance::Refused ||

@@ -66,7 +66,7 @@ def test_many_changes_are_read_together(relay, open_page):
     relay.reset()
     seconds = page.script("""const body = (value) => JSON.stringify({key: 'DockedWindow', value});
         const begun = performance.now();
-        const set = (value) => fetch('/api/set',
+        const set = (value) => fetch('api/set',
           {method: 'POST', headers: {'Content-Type': 'application/json'}, body: body(value)});
         return (async () => { for (let index = 0; index < 30; ++index) await set(String(index)); return (performance.now() - begun) / 1000; })()""")
     page.wait_for_value("DockedWindow", "29")

@@ -181,7 +181,7 @@ def test_a_key_is_found_in_any_case(open_page):
 
 
 RENAME = """
-return import('/keys.js').then(({KeysView}) => {
+return import('./keys.js').then(({KeysView}) => {
   const row = (key) => ({key, value: '', originalValue: '', valueStoreName: '', state: 'user', since: null, isDefined: true,
     searched: ''});
   const model = Object.assign(new EventTarget(), {keys: [row('DOCKEDWindow')], loaded: new Set(['keys'])});

@@ -3,7 +3,7 @@
 
 def set_value(page, key, value):
     """Sets a value as another page would."""
-    page.script("""return fetch('/api/set', {method: 'POST', headers: {'Content-Type': 'application/json'},
+    page.script("""return fetch('api/set', {method: 'POST', headers: {'Content-Type': 'application/json'},
         body: JSON.stringify({key: arguments[0], value: arguments[1]})}).then((answer) => answer.status)""", key, value)
 
 
@@ -109,7 +109,7 @@ def test_an_older_answer_does_not_take_a_newer_batch_away(open_page):
 
 
 def test_older_batches_are_shown_on_demand(open_page):
-    found = open_page().script("""return import('/live.js').then(({LiveView}) => {
+    found = open_page().script("""return import('./live.js').then(({LiveView}) => {
         const batches = Array.from({length: 130}, (_, index) => ({batch: index + 1, time: '2030-01-01T00:00:00Z', cause: 'set',
           changes: [{key: 'K', oldValue: '', newValue: '1', oldStore: '', newStore: 'S'}]}));
         const model = Object.assign(new EventTarget(), {batches, dropped: {batches: 0, changes: 0}});

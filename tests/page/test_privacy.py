@@ -1,5 +1,8 @@
 """What must not leave the tool."""
 
+import http.server
+import threading
+
 SECRET = "only-the-server-knows-4711"
 
 
@@ -31,3 +34,24 @@ def test_with_reveal_the_page_says_so(profile, start, open_page):
 def test_the_token_does_not_stay_in_the_address(open_page):
     page = open_page("#live")
     assert "token" not in page.driver.current_url
+
+
+def test_another_server_of_this_machine_is_not_handed_the_cookie(open_page):
+    class Curious(http.server.BaseHTTPRequestHandler):
+        def do_GET(self):
+            self.server.heard.append(self.headers.get("Cookie"))
+            self.send_response(200)
+            self.send_header("Content-Length", "0")
+            self.end_headers()
+
+        def log_message(self, *_):
+            pass
+
+    page = open_page()
+    assert len(page.driver.get_cookies()) == 1
+    with http.server.ThreadingHTTPServer(("127.0.0.1", 0), Curious) as other:
+        other.heard = []
+        threading.Thread(target=other.serve_forever, daemon=True).start()
+        page.driver.get(f"http://127.0.0.1:{other.server_port}/")
+        other.shutdown()
+    assert other.heard and set(other.heard) == {None}

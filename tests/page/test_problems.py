@@ -26,7 +26,7 @@ def test_the_tab_counts_the_problems_and_follows_them(open_page):
 
 
 DRAW_TWICE = """
-return import('/problems.js').then(({ProblemsView}) => {
+return import('./problems.js').then(({ProblemsView}) => {
   const problem = (text) => ({severity: 'info', kind: 'not-on-disk', text, key: 'AKey', store: null, file: null, line: null});
   const model = Object.assign(new EventTarget(), {problems: [problem('before')]});
   const root = document.querySelector('main').appendChild(document.createElement('section'));

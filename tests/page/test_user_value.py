@@ -97,7 +97,7 @@ def test_a_sensitive_value_is_typed_hidden_even_if_no_store_has_it(key, open_pag
 
 
 def test_what_programs_put_into_memory_is_not_the_users_value(open_page):
-    found = open_page().script("""return import('/user-value.js').then(({UserValueForm}) => {
+    found = open_page().script("""return import('./user-value.js').then(({UserValueForm}) => {
         const layer = (store) => ({store, isReadOnly: false, value: `of ${store}`});
         return ['InMemoryConfigStore', 'LocalFileConfigStore'].map((store) => {
           const form = new UserValueForm();

@@ -9,14 +9,14 @@ export class ApiFailure extends Error {
   }
 }
 
-/** @param {string} path below /api/, with its query. @returns {Promise<Object>} @throws {ApiFailure} */
+/** @param {string} path below api/, with its query. @returns {Promise<Object>} @throws {ApiFailure} */
 export function ask(path) {
-  return answer(`/api/${path}`, {});
+  return answer(`api/${path}`, {});
 }
 
 /** Asks for something to be done. @param {Object} body @throws {ApiFailure} */
 export function order(path, body) {
-  return answer(`/api/${path}`,
+  return answer(`api/${path}`,
     { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: JSON.stringify(body) });
 }
 
@@ -24,7 +24,7 @@ export function order(path, body) {
 export async function refusalOf(path) {
   const end = new AbortController();
   try {
-    const response = await fetch(`/api/${path}`, { signal: end.signal });
+    const response = await fetch(`api/${path}`, { signal: end.signal });
     const data = response.ok ? {} : await response.json().catch(() => ({}));
     return new ApiFailure(response.status, data.error || `The tool answered with status ${response.status}.`);
   } catch {

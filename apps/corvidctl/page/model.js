@@ -204,7 +204,7 @@ export class Model extends EventTarget {
 
   #listen() {
     if (this.#source || this.connection === 'refused') return;
-    const source = new EventSource('/api/events');
+    const source = new EventSource('api/events');
     this.#source = source;
     const on = (name, take) => source.addEventListener(name, (event) => take(JSON.parse(event.data)));
     on('batch', (batch) => this.#takeBatch(batch));

@@ -84,6 +84,9 @@ bool Exchange::serveRequest() {
 /// The library knows the head by now. What it offers beyond that is of no use between two programs of one machine.
 void Exchange::beginRequest(httplib::Request& request) {
     connection_.setMostBytes(house_.options.requestBytes);
+    if (const std::string& place = house_.gate.place(); request.path.starts_with(place)) {
+        request.path.erase(0, place.size() - 1);
+    }
     request.ranges.clear();
     request.headers.erase("Accept-Encoding");
     if (request.method != "POST") {
@@ -99,11 +102,8 @@ Exchange::HandlerResponse Exchange::answerHead(const httplib::Request& request, 
         refuseAndClose(verdict.refusal, request, response);
         break;
     case Gate::Entrance::ByLink:
-        response.set_redirect("/", 303);
+        response.set_redirect(house_.gate.place(), 303);
         response.set_header("Set-Cookie", house_.gate.cookie());
-        for (const std::string& farewell : house_.gate.farewellsToOldCookies(request)) {
-            response.set_header("Set-Cookie", farewell);
-        }
         break;
     case Gate::Entrance::Open:
         if (request.path == EVENTS) {

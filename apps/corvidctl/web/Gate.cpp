@@ -14,12 +14,6 @@ namespace {
 
 constexpr std::string_view HTTP = "http://";
 
-/// What the name of each inspector's cookie begins with; its port follows.
-constexpr std::string_view COOKIE = "corvid-inspector-";
-
-/// More inspectors than anybody looks at once.
-constexpr std::size_t MANY_COOKIES = 16;
-
 Gate::Verdict refused(int status, std::string sentence, std::string allow = {}) {
     return {Gate::Entrance::Refused, {status, std::move(sentence), std::move(allow)}};
 }
@@ -54,11 +48,6 @@ std::vector<std::string_view> cookiesOf(const httplib::Request& request) {
     return pairs;
 }
 
-bool isOfAnInspector(std::string_view cookieName) {
-    return cookieName.starts_with(COOKIE) &&
-           cookieName.find_first_not_of("0123456789", COOKIE.size()) == std::string_view::npos;
-}
-
 bool isReading(const httplib::Request& request) { return request.method == "GET" || request.method == "HEAD"; }
 
 /// The type alone, without parameters such as the charset.
@@ -78,8 +67,8 @@ bool carriesJson(const httplib::Request& request) {
 
 }  // namespace
 
-Gate::Gate(std::uint16_t port, std::string token, std::size_t mostBytes)
-    : port_(std::to_string(port)), token_(std::move(token)), mostBytes_(mostBytes) {}
+Gate::Gate(std::uint16_t port, std::string token, std::string place, std::size_t mostBytes)
+    : port_(std::to_string(port)), token_(std::move(token)), place_(std::move(place)), mostBytes_(mostBytes) {}
 
 Gate::Verdict Gate::judge(const httplib::Request& request) const {
     if (!isAskedForByName(request)) {
@@ -100,9 +89,9 @@ Gate::Verdict Gate::judge(const httplib::Request& request) const {
 
 std::string Gate::link() const { return "http://127.0.0.1:" + port_ + "/?token=" + token_; }
 
-std::string Gate::cookie() const { return cookieStart() + token_ + "; HttpOnly; SameSite=Strict; Path=/"; }
+std::string Gate::cookie() const { return cookieStart() + token_ + "; HttpOnly; SameSite=Strict; Path=" + place_; }
 
-std::string Gate::cookieStart() const { return std::string(COOKIE) + port_ + "="; }
+std::string Gate::cookieStart() const { return "corvid-inspector-" + port_ + "="; }
 
 bool Gate::isOwnHost(std::string_view host) const {
     const std::string lower = inLowerCase(host);
@@ -135,17 +124,6 @@ bool Gate::hasCookie(const httplib::Request& request) const {
     return std::any_of(cookies.begin(), cookies.end(), [this, &start](std::string_view cookie) {
         return cookie.starts_with(start) && isSameToken(cookie.substr(start.size()), token_);
     });
-}
-
-std::vector<std::string> Gate::farewellsToOldCookies(const httplib::Request& request) const {
-    std::vector<std::string> farewells;
-    for (const std::string_view cookie : cookiesOf(request)) {
-        const std::string_view name = cookie.substr(0, cookie.find('='));
-        if (isOfAnInspector(name) && name.substr(COOKIE.size()) != port_) {
-            farewells.push_back(std::string(name) + "=; Max-Age=0; HttpOnly; SameSite=Strict; Path=/");
-        }
-    }
-    return farewells.size() > MANY_COOKIES ? farewells : std::vector<std::string>();
 }
 
 /// What an answer to a request that may know what there is says about its method.

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "web/Refusal.h"
 
@@ -29,8 +28,9 @@ public:
 
     /// @param port the one that the server listens on.
     /// @param token what the link carries, of letters and digits.
+    /// @param place a folder that nobody else's server has, "/4f1c/" say.
     /// @param mostBytes of a request's body.
-    Gate(std::uint16_t port, std::string token, std::size_t mostBytes);
+    Gate(std::uint16_t port, std::string token, std::string place, std::size_t mostBytes);
 
     /// The first that is wrong decides, in this order: the host, the site that the request comes from, the token, the
     /// method, the body's type and its size. Who has not got the token learns nothing about what there is.
@@ -40,13 +40,12 @@ public:
     /// What a person opens.
     std::string link() const;
 
-    /// What the browser keeps, as the value of Set-Cookie.
-    std::string cookie() const;
+    /// Where browsers find the page. Everything there is at the same path without this folder, too.
+    const std::string& place() const { return place_; }
 
-    /// What takes the cookies of earlier inspectors from a browser that has gathered many, as values of Set-Cookie:
-    /// each makes the head of every request longer, up to where it is too large to be read. None as long as they are
-    /// few, since other inspectors may be running.
-    std::vector<std::string> farewellsToOldCookies(const httplib::Request& request) const;
+    /// What the browser keeps, as the value of Set-Cookie. It comes back for the place alone: browsers do not keep the
+    /// cookies of a host's ports apart, so another server of this machine would get it otherwise.
+    std::string cookie() const;
 
 private:
     bool isOwnHost(std::string_view host) const;
@@ -60,6 +59,7 @@ private:
 
     const std::string port_;
     const std::string token_;
+    const std::string place_;
     const std::size_t mostBytes_;
 };
 

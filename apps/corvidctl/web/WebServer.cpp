@@ -51,7 +51,7 @@ struct WebServer::State {
 WebServer::State::State(const Options& options, Api& api)
     : listener(options.port),
       house{options,
-            Gate(listener.port(), makeToken(), options.requestBytes),
+            Gate(listener.port(), makeToken(), "/" + makeToken() + "/", options.requestBytes),
             api,
             {options.streams, options.streamBytes}},
       farewells(noPlaceText(NO_PLACE), MOST_FAREWELLS, options.goodbyeTime),

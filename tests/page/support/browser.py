@@ -59,5 +59,3 @@ class Browser:
                 self.driver.switch_to.window(handle)
                 self.driver.close()
         self.driver.switch_to.window(self._blank)
-        # Of every port: the blank page has none of its own.
-        self.driver.execute_cdp_cmd("Network.clearBrowserCookies", {})

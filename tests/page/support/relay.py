@@ -95,9 +95,10 @@ class Relay:
             connection.sendall(b"HTTP/1.1 403 Forbidden\r\nContent-Length: 0\r\nConnection: close\r\n\r\n")
             return
         path = target.path + ("?" + target.query if target.query else "")
-        if target.path.startswith("/api/"):
+        _, isForApi, name = target.path.partition("/api/")
+        if isForApi:
             with self._lock:
-                self._requests.append(target.path.removeprefix("/api/"))
+                self._requests.append(name)
         kept = [field for field in fields if not field.lower().startswith(("proxy-connection:", "connection:"))]
         length = next((int(field.split(":")[1]) for field in fields if field.lower().startswith("content-length:")), 0)
         while len(body) < length:

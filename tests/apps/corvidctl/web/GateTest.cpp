@@ -19,7 +19,7 @@ const std::string TWO_BYTES = "Content-Length: 2\r\n";
 /// What a gate of port 8080 and the token "5ec8e7" says, which lets in bodies of 100 bytes.
 /// @param start "GET /"; @param lines end each with "\r\n".
 Gate::Verdict verdictOn(const std::string& start, const std::string& lines) {
-    const auto verdict = judgeText(Gate(8080, "5ec8e7", 100), start + " HTTP/1.1\r\n" + lines + "\r\n");
+    const auto verdict = judgeText(Gate(8080, "5ec8e7", "/4f1c/", 100), start + " HTTP/1.1\r\n" + lines + "\r\n");
     EXPECT_TRUE(verdict) << start << " " << lines;
     return verdict.value_or(Gate::Verdict());
 }
@@ -181,9 +181,9 @@ TEST(Gate, WhatTheBrowserSaysOfTheSiteCounts) {
 }
 
 TEST(Gate, LinkLetsInAsOftenAsItIsOpened) {
-    const Gate gate(8080, "5ec8e7", 100);
+    const Gate gate(8080, "5ec8e7", "/4f1c/", 100);
     EXPECT_EQ(gate.link(), "http://127.0.0.1:8080/?token=5ec8e7");
-    EXPECT_EQ(gate.cookie(), "corvid-inspector-8080=5ec8e7; HttpOnly; SameSite=Strict; Path=/");
+    EXPECT_EQ(gate.cookie(), "corvid-inspector-8080=5ec8e7; HttpOnly; SameSite=Strict; Path=/4f1c/");
     for (const std::string start : {"GET /?token=5ec8e7", "GET /?token=5ec8e7", "HEAD /?token=5ec8e7"}) {
         EXPECT_EQ(verdictOn(start, OWN_HOST).entrance, Entrance::ByLink) << start;
     }
