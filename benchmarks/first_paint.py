@@ -42,7 +42,7 @@ return [times('first-contentful-paint'), times('rows-painted'), Math.max(...ends
 IS_ALL_READ = """
 const read = performance.getEntriesByType('resource').map(({name}) => name.replace(/.*[/]api[/]|[?].*/g, ''));
 return performance.getEntriesByName('rows-painted').length > 0
-    && ['about', 'keys', 'stores', 'batches', 'server', 'problems'].every((part) => read.includes(part));
+    && ['about', 'keys', 'stores', 'batches', 'problems'].every((part) => read.includes(part));
 """
 
 
@@ -68,12 +68,9 @@ def main():
     with tempfile.TemporaryDirectory() as folder, Browser(patience=120) as browser:
         profile = Profile(pathlib.Path(folder) / "profile")
         profile.write_many(10000)
-        inspector = Inspector(tool, profile)
-        try:
+        with Inspector(tool, profile) as inspector:
             browser.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": MARK_PAINTED_ROWS})
             runs = [measure(browser, inspector.link) for _ in range(7)]
-        finally:
-            inspector.stop()
     for name, values in zip(("first paint", "rows painted", "all read"), zip(*runs)):
         print(f"{name:14} {statistics.median(values):6.0f} ms   ({min(values):.0f} to {max(values):.0f})")
 

@@ -45,18 +45,14 @@ def main():
     target.mkdir(parents=True, exist_ok=True)
     with tempfile.TemporaryDirectory() as folder, Browser() as browser:
         sample = Sample(pathlib.Path(folder))
-        server = Server(tool, sample, ROOT / "share/corvid/sample-server/corvid-config.xml", ADDRESS)
-        inspector = Inspector(tool, sample)
-        try:
+        file = ROOT / "share/corvid/sample-server/corvid-config.xml"
+        with Server(tool, sample, file, ADDRESS), Inspector(tool, sample) as inspector:
             for name, (address, sign) in PICTURES.items():
                 page = Page(browser, inspector, address)
                 page.driver.set_window_size(1360, 960)
                 page.wait(lambda: page.texts(sign) and "TFTPConfigStore" in page.text("main"))
                 page.script(MOVE_HOME, folder)
                 page.picture(target / name)
-        finally:
-            inspector.stop()
-            server.stop()
 
 
 if __name__ == "__main__":

@@ -143,6 +143,15 @@ def test_a_narrow_window_shows_everything_without_scrolling_sideways(open_page):
                            "return view.scrollWidth <= view.clientWidth"), address
 
 
+def test_a_narrower_window_leaves_out_the_administrators_value_and_the_age(open_page):
+    page = open_page()
+    all_columns = ["Key", "Value", "Winning store", "Administrator’s value", "State", "Age"]
+    for width, columns in ((1300, all_columns), (1100, ["Key", "Value", "Winning store", "State"])):
+        page.driver.set_window_size(width, 800)
+        page.wait(lambda: page.script("return innerWidth") == width)
+        assert [text.split("\n")[0] for text in page.texts("[role=columnheader]")] == columns
+
+
 def test_nothing_moves_for_those_who_do_not_want_it(open_page, browser):
     page = open_page()
     browser.emulate(prefers_reduced_motion="reduce")

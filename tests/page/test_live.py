@@ -1,15 +1,9 @@
 """Changes as they come."""
 
 
-def set_value(page, key, value):
-    """Sets a value as another page would."""
-    page.script("""return fetch('api/set', {method: 'POST', headers: {'Content-Type': 'application/json'},
-        body: JSON.stringify({key: arguments[0], value: arguments[1]})}).then((answer) => answer.status)""", key, value)
-
-
 def test_a_change_comes_in_its_batch_with_its_cause(open_page):
     page = open_page("#live")
-    set_value(page, "DockedWindow", "seen")
+    page.set_value("DockedWindow", "seen")
     page.wait_for_text(".batch", "DockedWindow")
     assert page.texts(".batch:first-child .cause") == ["set"]
     assert page.texts(".batch:first-child tbody .long") == ["false → seen"]
@@ -18,7 +12,7 @@ def test_a_change_comes_in_its_batch_with_its_cause(open_page):
 def test_the_newest_batch_is_above(open_page):
     page = open_page("#live")
     for value in ("one", "two", "three"):
-        set_value(page, "DockedWindow", value)
+        page.set_value("DockedWindow", value)
     page.wait(lambda: page.texts(".batch:first-child tbody .long") == ["two → three"])
     page.driver.refresh()
     page.wait(lambda: page.texts(".batch:first-child tbody .long") == ["two → three"])
@@ -26,10 +20,10 @@ def test_the_newest_batch_is_above(open_page):
 
 def test_paused_changes_wait(open_page):
     page = open_page("#live")
-    set_value(page, "DockedWindow", "one")
+    page.set_value("DockedWindow", "one")
     page.wait_for_text(".batch:first-child", "false → one")
     page.click_text("#view-live button", "Pause")
-    set_value(page, "DockedWindow", "two")
+    page.set_value("DockedWindow", "two")
     page.wait_for_texts("#view-live [aria-pressed]", ["Go on (1 waiting)"])
     assert "two" not in page.text(".batches")
     page.click_text("#view-live button", "Go on (1 waiting)")
@@ -38,8 +32,8 @@ def test_paused_changes_wait(open_page):
 
 def test_changes_are_filtered_by_text_and_cause(open_page):
     page = open_page("#live")
-    set_value(page, "DockedWindow", "one")
-    set_value(page, "OtherKey", "two")
+    page.set_value("DockedWindow", "one")
+    page.set_value("OtherKey", "two")
     page.wait_for_text(".batches", "OtherKey")
     page.type("#live-filter", "docked")
     page.wait(lambda: "OtherKey" not in page.text(".batches"))
@@ -54,7 +48,7 @@ def test_changes_are_filtered_by_text_and_cause(open_page):
 
 def test_a_key_of_a_change_can_be_opened(open_page):
     page = open_page("#live")
-    set_value(page, "DockedWindow", "one")
+    page.set_value("DockedWindow", "one")
     page.wait_for_text(".batches", "DockedWindow")
     page.click_text(".batch a", "DockedWindow")
     page.wait_for_texts(".detail h2", ["DockedWindow"])
@@ -72,19 +66,17 @@ def test_a_large_batch_is_shown_in_parts(profile, serve, open_page):
 def test_a_hidden_page_gives_its_stream_back_and_catches_up(start, open_page):
     inspector = start()
     page = open_page("#live", inspector)
-    visibility = """Object.defineProperty(document, 'hidden', {value: arguments[0], configurable: true});
-        document.dispatchEvent(new Event('visibilitychange'));"""
-    page.script(visibility, True)
+    page.set_hidden(True)
     page.wait_for_texts("#connection", ["Connecting"])
-    set_value(page, "DockedWindow", "meanwhile")
-    page.script(visibility, False)
+    page.set_value("DockedWindow", "meanwhile")
+    page.set_hidden(False)
     page.wait_for_texts("#connection", ["Connected"])
     page.wait_for_text(".batch:first-child", "false → meanwhile")
 
 
 def test_an_older_answer_does_not_take_a_newer_batch_away(open_page):
     page = open_page("#live")
-    set_value(page, "DockedWindow", "one")
+    page.set_value("DockedWindow", "one")
     page.wait_for_text(".batch:first-child", "false → one")
     page.script("""const real = window.fetch;
         window.fetch = async (url, options) => {
@@ -95,12 +87,10 @@ def test_an_older_answer_does_not_take_a_newer_batch_away(open_page):
           }
           return answer;
         };""")
-    visibility = """Object.defineProperty(document, 'hidden', {value: arguments[0], configurable: true});
-        document.dispatchEvent(new Event('visibilitychange'));"""
-    page.script(visibility, True)
-    page.script(visibility, False)
+    page.set_hidden(True)
+    page.set_hidden(False)
     page.wait(lambda: page.script("return window.isHeld === true"))
-    set_value(page, "DockedWindow", "two")
+    page.set_value("DockedWindow", "two")
     page.wait_for_text(".batch:first-child", "one → two")
     page.script("window.letGo(); document.querySelector('.batches').firstChild.dataset.isOld = true;")
     page.wait(lambda: page.script("return !document.querySelector('.batches').firstChild.dataset.isOld"))

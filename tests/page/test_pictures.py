@@ -12,8 +12,7 @@ def test_picture(view, scheme, open_page, browser, pictures):
     page = open_page(VIEWS[view])
     browser.emulate(prefers_color_scheme=scheme)
     if view == "live":
-        page.script("""return fetch('api/set', {method: 'POST', headers: {'Content-Type': 'application/json'},
-            body: JSON.stringify({key: 'DockedWindow', value: 'true'})}).then((answer) => answer.status)""")
+        page.set_value("DockedWindow", "true")
         page.wait(lambda: page.texts(".batch"))
     page.wait(lambda: page.texts({"key": ".stack tbody tr", "chain": ".layer-box"}.get(view, "main > section")))
     if pictures:

@@ -50,7 +50,7 @@ function follow() {
 function followOnceRead() {
   if (!model.loaded.has('keys')) return;
   model.removeEventListener('keys', followOnceRead);
-  if (location.hash) follow();
+  if (location.hash && !byId('view-keys').hidden) follow();
 }
 
 /** A part of an address that somebody has typed may be no encoding of a text; it stands for itself then. */
@@ -84,7 +84,7 @@ function showBanner() {
     full: `${model.refusal} Then load this page anew; until then it does not follow what changes.`,
     refused: 'This page’s access has ended. Start “corvidctl inspect” again, and open the link that it prints.',
   };
-  const sentence = sentences[model.connection] ?? model.failure;
+  const sentence = sentences[model.connection] ?? [...model.failures.values()][0] ?? '';
   byId('banner').hidden = sentence === '';
   setText(byId('banner'), sentence);
 }

@@ -3,7 +3,7 @@
 import { ask } from './api.js';
 import { button, code, drawing, element, redraw, setText, timeElement } from './elements.js';
 import { oneAtATime } from './model.js';
-import { age, count, place, quoted, shortened, shownFile } from './texts.js';
+import { age, count, kinds, place, quoted, shortened, shownFile } from './texts.js';
 
 /** Names that are offered while somebody types. */
 const offered = 40;
@@ -32,7 +32,7 @@ export class ChainView {
     if (key === undefined) this.#draw();
     else {
       this.open.href = `#keys/${encodeURIComponent(key)}`;
-      this.refresh();
+      if (this.model.loaded.has('stores')) this.refresh();
     }
   }
 
@@ -116,8 +116,7 @@ function rail(index, length, winner) {
 }
 
 function storeItem(store, layer, railDrawing) {
-  const tags = [store.isReadOnly ? 'read-only' : 'writable', store.isLocal ? 'local' : 'profile',
-    store.isCached ? 'cached' : 'live'];
+  const tags = [...kinds(store), ...(store.isCached ? [] : ['live'])];
   return element('li', { class: `store ${layer ? `layer-${layer.state}` : ''}`, 'data-store': store.name },
     railDrawing,
     element('div', { class: 'store-box' },

@@ -2,8 +2,8 @@
 
 import { ask } from './api.js';
 import { button, code, element, redraw, timeElement } from './elements.js';
-import { atMostEvery, oneAtATime } from './model.js';
-import { age, clock, isSameName, kind, place } from './texts.js';
+import { atMostEvery, oneAtATime, readAgainAfter } from './model.js';
+import { age, clock, isSameName, kinds, place } from './texts.js';
 import { UserValueForm } from './user-value.js';
 
 export class KeyDetail {
@@ -24,7 +24,7 @@ export class KeyDetail {
       this.failure, this.stack, this.rules, this.form.element,
       element('h3', {}, 'Recent changes'), this.changes);
     this.refresh = oneAtATime(() => this.#load());
-    this.refreshSoon = atMostEvery(1000, this.refresh);
+    this.refreshSoon = atMostEvery(readAgainAfter, this.refresh);
     model.addEventListener('batch', ({ detail }) => {
       if (detail.changes.some(({ key }) => isSameName(key, this.#key))) this.refreshSoon();
     });
@@ -101,7 +101,7 @@ function layerRow(layer) {
     element('td', {}, element('span', { class: 'part', 'data-part': layer.state }, layer.state)),
     element('td', { class: 'figure' }, String(layer.priority)),
     element('th', { scope: 'row' }, code(layer.store)),
-    element('td', {}, kind(layer)),
+    element('td', {}, kinds(layer).join(', ')),
     element('td', { class: 'long' }, layer.value === null ? '–' : code(layer.value)),
     element('td', { class: 'where' }, code(place(layer)),
       layer.problem ? element('p', { class: 'failure' }, layer.problem) : null),

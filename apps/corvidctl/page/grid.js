@@ -57,7 +57,7 @@ export class VirtualGrid {
     this.#active = active ? rows.findIndex((row) => sameRow(row, active)) : -1;
     this.#opened = opened ? rows.findIndex((row) => sameRow(row, opened)) : -1;
     if (this.#active < 0 && rows.length > 0) this.#active = 0;
-        this.#placeDetail();
+    this.#placeDetail();
     this.redraw();
   }
 

@@ -56,10 +56,10 @@ export class KeysView {
     setInterval(() => root.hidden || this.grid.redraw(), 20000);
   }
 
-  /** Opens the key's row, or closes the open one. @param {string|undefined} key in any case */
+  /** Opens the key's row once there are rows, or closes the open one. @param {string|undefined} key in any case */
   show(key) {
     if (key === undefined) this.#close();
-    else this.#open(this.model.loaded.has('keys') ? this.#shownRow(key).key : key);
+    else if (this.model.loaded.has('keys')) this.#open(this.#shownRow(key).key);
   }
 
   #open(key) {

@@ -68,11 +68,11 @@ export class LiveView {
   #drawAll() {
     this.#isDirty = this.root.hidden;
     this.model.batches.forEach(({ cause }) => this.#addCause(cause));
-    this.#showNumbers();
-    if (this.#isDirty) return;
-    const shown = this.#shownBatches();
-    this.list.replaceChildren(...shown.slice(-this.#limit).reverse().map((batch) => this.#batchElement(batch)));
-    this.#offerOlder(shown.length);
+    if (!this.#isDirty) {
+      const shown = this.#shownBatches();
+      this.list.replaceChildren(...shown.slice(-this.#limit).reverse().map((batch) => this.#batchElement(batch)));
+      this.#offerOlder(shown.length);
+    }
     this.#showNumbers();
   }
 

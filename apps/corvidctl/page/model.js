@@ -5,8 +5,11 @@ import { ask, refusalOf } from './api.js';
 /** How long to wait, in milliseconds, after the tool has refused the stream. */
 const retryAfter = 2000;
 
+/** How soon, in milliseconds, a page that is being left is hidden after it has lost its stream. */
+const leftAfter = 100;
+
 /** Milliseconds between two answers of the same kind while changes come one after another. */
-const readAgainAfter = 1000;
+export const readAgainAfter = 1000;
 
 /** How long, in milliseconds, the number of problems may lag behind while nobody looks at them. */
 const countedAfter = 3000;
@@ -79,7 +82,7 @@ export class Model extends EventTarget {
   problems = [];
   connection = 'waiting';    // waiting, open, lost, full, refused
   refusal = '';              // why there is no stream, if the connection is full
-  failure = '';              // why something could not be read; empty: nothing failed
+  failures = new Map();      // part: why it could not be read
   loaded = new Set();        // parts that have been read at least once
 
   #byName = new Map();       // rows; names are told apart without regard to case, as the stores do
@@ -129,10 +132,10 @@ export class Model extends EventTarget {
     document.addEventListener('visibilitychange', () => (document.hidden ? this.#pause() : this.#listen()));
   }
 
-  /** Reads everything anew. */
+  /** Reads everything anew, but what each stream begins with. */
   reload() {
     return Promise.all([this.refreshKeys(), this.refreshAbout(), this.refreshStores(), this.refreshBatches(),
-      this.refreshServer(), this.refreshProblems()]);
+      this.refreshProblems()]);
   }
 
   /** The row of a key, or undefined. @param {string} key in any case */
@@ -158,11 +161,14 @@ export class Model extends EventTarget {
         take(await ask(path));
         this.loaded.add(name);
         this.#tell(name);
-        this.#setFailure('');
+        if (this.failures.delete(name)) this.#tell('failure');
       } catch (failure) {
         if (failure.status === 401) this.#setConnection('refused');
         // Without a connection there is a sentence on the page already.
-        else if (failure.status !== 0) this.#setFailure(`Reading the ${name} failed. ${failure.message}`);
+        else if (failure.status !== 0) {
+          this.failures.set(name, `Reading the ${name} failed. ${failure.message}`);
+          this.#tell('failure');
+        }
       }
     });
   }
@@ -213,9 +219,9 @@ export class Model extends EventTarget {
       if (!this.#isChainRead) this.#everythingIsOld();
       this.#isChainRead = false;
     });
-    on('reload', () => this.reload());
     source.addEventListener('open', () => {
-      // What happened before somebody listened is read now, and so is what was missed. The stream's first words ask for it.
+      // What happened before somebody listened is read now, and so is what was missed, however much. The stream's first
+      // words ask for it.
       this.#isChainRead = true;
       this.reload();
       this.#setConnection('open');
@@ -230,6 +236,9 @@ export class Model extends EventTarget {
       this.#setConnection('lost');
       return;
     }
+    // A page that is being left loses its stream first: it asks for nothing then.
+    await new Promise((resolve) => setTimeout(resolve, leftAfter));
+    if (source !== this.#source) return;
     const { status, message } = await refusalOf('events');
     if (source !== this.#source) return;
     if (status === 401) this.#setConnection('refused');
@@ -251,6 +260,7 @@ export class Model extends EventTarget {
     this.refusal = sentence;
     this.#setConnection('full');
     this.reload();
+    this.refreshServer();
   }
 
   #takeBatch(batch) {
@@ -280,12 +290,6 @@ export class Model extends EventTarget {
     this.connection = state;
     if (state === 'refused') this.#source?.close();
     this.#tell('connection');
-  }
-
-  #setFailure(sentence) {
-    if (this.failure === sentence) return;
-    this.failure = sentence;
-    this.#tell('failure');
   }
 
   #tell(name) {

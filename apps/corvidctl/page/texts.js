@@ -38,10 +38,10 @@ export function duration(began, ended) {
   return milliseconds < 1000 ? `${milliseconds} ms` : `${(milliseconds / 1000).toFixed(1)} s`;
 }
 
-/** What a store is like: "read-only, local, cached". @param {Object} store a Store or a Layer */
-export function kind(store) {
+/** What a store is like: "read-only", "local", "cached". @param {Object} store a Store or a Layer */
+export function kinds(store) {
   return [store.isReadOnly ? 'read-only' : 'writable', store.isLocal ? 'local' : 'profile',
-    store.isCached ? 'cached' : null].filter(Boolean).join(', ');
+    ...(store.isCached ? ['cached'] : [])];
 }
 
 /** The configuration directory: what lies in it is named from there on. */

@@ -17,6 +17,25 @@ return rows.map((row) => [...row.children].map((cell) => cell.textContent));
 """
 
 
+# Counts what the page has put off and what it waits for: its timers and its questions.
+COUNT_WORK = """
+window.openWork = 0;
+const realTimer = window.setTimeout;
+const realFetch = window.fetch;
+window.setTimeout = (work, delay) => {
+  ++window.openWork;
+  return realTimer(() => { --window.openWork; work(); }, delay);
+};
+window.fetch = (...question) => {
+  ++window.openWork;
+  const over = () => realTimer(() => --window.openWork);
+  const answer = realFetch(...question);
+  answer.then(over, over);
+  return answer;
+};
+"""
+
+
 class Page:
     def __init__(self, browser, inspector, address="", expects_complaints=False, connection="Connected"):
         self.browser = browser
@@ -24,9 +43,27 @@ class Page:
         self.inspector = inspector
         self.expects_complaints = expects_complaints
         self.handle = browser.open_window()
+        self.driver.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": COUNT_WORK})
         self.driver.get(inspector.link + address)
         self.wait_for_texts("#connection", [connection])
         self.wait(lambda: self.script("return performance.getEntriesByName('keys-shown').length > 0"))
+
+    def wait_until_idle(self):
+        """Until nothing is put off and nothing is asked any more."""
+        self.wait(lambda: self.script("return window.openWork") == 0, "the page should be idle")
+
+    def cookies(self):
+        """The line that lets others in as this page."""
+        return "; ".join(f"{cookie['name']}={cookie['value']}" for cookie in self.driver.get_cookies())
+
+    def set_hidden(self, isHidden):
+        self.script("""Object.defineProperty(document, 'hidden', {value: arguments[0], configurable: true});
+            document.dispatchEvent(new Event('visibilitychange'));""", isHidden)
+
+    def set_value(self, key, value):
+        """Sets a value as another page would."""
+        self.script("""return fetch('api/set', {method: 'POST', headers: {'Content-Type': 'application/json'},
+            body: JSON.stringify({key: arguments[0], value: arguments[1]})}).then((answer) => answer.status)""", key, value)
 
     def activate(self):
         """Goes to this page's window, if there is another one."""

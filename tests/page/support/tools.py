@@ -10,6 +10,12 @@ class Running:
     def __init__(self, words):
         self.process = subprocess.Popen(words, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
 
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.stop()
+
     def stop(self):
         self.process.terminate()
         self.process.communicate(timeout=120)
