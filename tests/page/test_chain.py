@@ -56,3 +56,13 @@ def test_the_way_changes_with_the_value(start, open_page):
 def test_a_key_that_nobody_has_is_told(open_page):
     page = open_page("#chain/NobodyHasThis")
     page.wait_for_texts("#view-chain .lead", ["No store has NobodyHasThis."])
+
+
+def test_a_store_that_could_not_be_loaded_tells_why(profile, open_page):
+    (profile.directory / "config" / "corvid-config-user.xml").write_text("<config>\n<A>\n</config>\n")
+    page = open_page("#chain")
+    store = "[data-store=TftpOverrideConfigStore]"
+    page.wait_for_text(f"{store} .failure", "line 3")
+    assert page.texts(f"{store} .store-state") == ["failed"]
+    assert page.text(f"{store} .numbers") == "0 keys, wins 0"
+    assert page.texts("[data-store=LocalFileConfigStore] .failure") == []

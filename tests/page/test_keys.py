@@ -1,5 +1,9 @@
 """The table of keys."""
 
+import os
+
+import pytest
+
 STATES = {
     "DockedWindow": ["DockedWindow", "false", "LocalFileConfigStore", "true", "overridden"],
     "LaunchOnSystemStartup": ["LaunchOnSystemStartup", "false", "corvid-config-defaults.xml", "false", "default"],
@@ -62,6 +66,25 @@ def test_a_column_sorts_up_and_then_down(profile, open_page):
     page.click_text(".grid-head button", "Value")
     page.wait(lambda: ours() == ["b9", "b10", "a1"])
     assert page.find("[data-column=value]").get_attribute("aria-sort") == "descending"
+
+
+@pytest.mark.parametrize("title, column", (("Winning store", 2), ("Administrator’s value", 3), ("State", 4)))
+def test_every_column_sorts_by_its_texts(title, column, open_page):
+    page = open_page()
+    texts = lambda: [row[column].lower() for row in page.rows()]
+    before = texts()
+    assert before != sorted(before)
+    page.click_text(".grid-head button", title)
+    page.wait(lambda: texts() == sorted(before))
+
+
+def test_the_age_sorts_by_the_time(profile, open_page):
+    os.utime(profile.directory / "install" / "corvid-config-defaults.xml", (1_000_000_000, 1_000_000_000))
+    page = open_page()
+    page.click_text(".grid-head button", "Age")
+    page.wait(lambda: page.keys()[-1] == "LaunchOnSystemStartup")
+    page.click_text(".grid-head button", "Age")
+    page.wait(lambda: page.keys()[0] == "LaunchOnSystemStartup")
 
 
 def test_undefined_keys_are_shown_on_demand(open_page):

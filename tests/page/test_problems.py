@@ -16,6 +16,19 @@ def test_an_unreadable_file_is_named_with_its_line(profile, open_page):
     assert "corvid-config-user.xml:3" in page.text(".problem[data-severity=error]")
 
 
+def test_what_a_policy_has_erased_is_named_with_the_policy(profile, open_page):
+    profile.write_override({"Customize_Voicemail_Server": "false"})
+    page = open_page("#problems")
+    page.wait_for_text(".problem[data-severity=warning]", "The client has erased the user's VoicemailPrimaryServer from "
+                       "LocalFileConfigStore")
+    assert 'since Customize_Voicemail_Server is "false", from TftpOverrideConfigStore.' in page.text(".problem")
+
+
+def test_a_kept_copy_in_use_is_named(open_page):
+    page = open_page("#problems")
+    page.wait_for_text(".problem[data-severity=info]", "cachedTFTPConfigStore.xml is the copy that was kept")
+
+
 def test_the_tab_counts_the_problems_and_follows_them(open_page):
     page = open_page("#keys/telemetryenabled")
     page.wait_for_texts("#tab-problems .number", ["2"])
