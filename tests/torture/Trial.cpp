@@ -78,4 +78,11 @@ std::uint64_t Trial::below(std::uint64_t limit) {
     return std::uniform_int_distribution<std::uint64_t>(0, limit - 1)(random_);
 }
 
+void Trial::passUpTo(std::chrono::microseconds limit) {
+    const std::chrono::microseconds time(below(static_cast<std::uint64_t>(limit.count())));
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end) {
+    }
+}
+
 }  // namespace torture

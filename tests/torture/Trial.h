@@ -48,6 +48,10 @@ public:
     std::mt19937& random() { return random_; }
     std::uint64_t below(std::uint64_t limit);
 
+    /// Looks at the clock until a random time of less than that has passed: a sleep would end at moments of the
+    /// system's choosing.
+    void passUpTo(std::chrono::microseconds limit);
+
 private:
     bool timeIsLeft() const;
 
