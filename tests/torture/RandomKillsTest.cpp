@@ -101,6 +101,7 @@ private:
         const std::string wrong = neitherOldNorNew(found, files_, next);
         if (!wrong.empty()) {
             trial_.lost(wrong, scene_.folder());
+            return;
         }
         files_ = found;
         restart();
@@ -112,8 +113,7 @@ private:
             client.answers().link != files_.link || !scene_.backups().empty()) {
             trial_.lost("the next start finds " + client.answers().text() + " in files of " + files_.text(),
                         scene_.folder());
-        }
-        if (!scene_.temporaries().empty()) {
+        } else if (!scene_.temporaries().empty()) {
             trial_.lost("left over after the next start: " + scene_.temporaries().front(), scene_.folder());
         }
     }
