@@ -18,7 +18,6 @@ XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isL
 }
 
 bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) {
-    tessel::ScopedReadLock lock(lock_);
     return lookUp(FoldedKey(key), value);
 }
 
@@ -27,7 +26,7 @@ bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
         value.clear();
         return false;
     }
-    tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock lock(valuesMutex_);
     const std::wstring* const found = values_.find(key);
     if (found == nullptr || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
         value.clear();
@@ -39,21 +38,18 @@ bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
 }
 
 bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
-    tessel::ScopedWriteLock lock(lock_);
-    tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock lock(valuesMutex_);
     values_.set(FoldedKey(key), value);
     return true;
 }
 
 std::vector<std::wstring> XmlConfigStore::getKeys() {
-    tessel::ScopedReadLock lock(lock_);
-    tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock lock(valuesMutex_);
     return values_.keys();
 }
 
 bool XmlConfigStore::removeValue(const std::wstring& key) {
-    tessel::ScopedReadLock lock(lock_);
-    tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock lock(valuesMutex_);
     return values_.erase(FoldedKey(key));
 }
 
