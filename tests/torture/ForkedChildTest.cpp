@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <exception>
 #include <stdexcept>
 #include <system_error>
 
