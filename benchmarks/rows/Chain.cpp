@@ -18,14 +18,8 @@ void fill(ConfigStore& store, const Entries& entries) {
 }
 
 std::shared_ptr<ConfigStore> makeBootstrap(const fakes::TemporaryDirectory& directory, const Entries& entries) {
-    std::string text;
-    for (const auto& [key, value] : entries) {
-        text += key;
-        text += ':';
-        text += value;
-        text += '\n';
-    }
-    return std::make_shared<BootstrapConfigStore>("BootstrapConfigStore", directory.write("bootstrap", text), 500);
+    return std::make_shared<BootstrapConfigStore>("BootstrapConfigStore",
+                                                  directory.write("bootstrap", bootstrapDocument(entries)), 500);
 }
 
 /// The chain by itself, over the module's own kinds of stores.

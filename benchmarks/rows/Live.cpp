@@ -57,15 +57,6 @@ public:
 
     const std::vector<std::shared_ptr<ConfigValue>>& values() const { return values_; }
 
-    static LiveValues& kept(std::size_t count) {
-        static std::map<std::size_t, std::unique_ptr<LiveValues>> all;
-        auto& one = all[count];
-        if (one == nullptr) {
-            one = std::make_unique<LiveValues>(count);
-        }
-        return *one;
-    }
-
 private:
     WholeModule module_;
     std::vector<std::shared_ptr<ConfigValue>> values_;
@@ -73,12 +64,18 @@ private:
 
 void addLiveReads(std::size_t count) {
     add("live read, " + std::to_string(count) + " live values", "corvid", [count](benchmark::State& state) {
-        const auto& values = LiveValues::kept(count).values();
+        const auto& values = kept<LiveValues>(count).values();
         askInTurn(state, values, [](const auto& value) { return value->getValue(); });
     });
 }
 
+std::size_t keysOfThreads = 0;
+
+/// The module belongs to the thread that makes it, and is there before the others ask it.
+void makeModuleOfThreads(const benchmark::State&) { kept<WholeModule>(keysOfThreads); }
+
 void addThreads(std::size_t keys, int threads) {
+    keysOfThreads = keys;
     add("read by " + std::to_string(threads) + (threads == 1 ? " thread" : " threads"), "corvid",
         [keys](benchmark::State& state) {
             const auto sample =
@@ -87,6 +84,7 @@ void addThreads(std::size_t keys, int threads) {
             std::wstring value;
             askInTurn(state, sample, [&](const auto& key) { return featureSet.getConfig(key, value, false); });
         })
+        ->Setup(makeModuleOfThreads)
         ->Threads(threads)
         ->UseRealTime();
 }
@@ -97,7 +95,6 @@ void addModuleLive(const Scale& scale) {
     addSet<WholeModule>(scale, "corvid");
     addLiveReads(scale.keys);
     addLiveReads(scale.large);
-    kept<WholeModule>(scale.keys);  // before threads want it
     addThreads(scale.keys, 1);
     addThreads(scale.keys, 2);
 }

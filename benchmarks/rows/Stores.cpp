@@ -26,15 +26,6 @@ public:
     const std::shared_ptr<ConfigStore>& version(bool second) const { return second ? other_ : store_; }
     std::size_t told() const { return told_; }
 
-    static ComingAndGoing& kept(std::size_t count) {
-        static std::map<std::size_t, std::unique_ptr<ComingAndGoing>> all;
-        auto& one = all[count];
-        if (one == nullptr) {
-            one = std::make_unique<ComingAndGoing>(count);
-        }
-        return *one;
-    }
-
 private:
     /// Of a hundred entries one has another value, or every other time is not there.
     static Entries changed(Entries entries) {
@@ -61,7 +52,7 @@ private:
 void addJoin(std::size_t count) {
     add("a store of " + std::to_string(count) + " keys joins, each observed", "corvid",
         [count](benchmark::State& state) {
-            auto& module = ComingAndGoing::kept(count);
+            auto& module = kept<ComingAndGoing>(count);
             module.manager().removeStoreWithSameName("Many");
             for (auto _ : state) {
                 const std::size_t before = module.told();
@@ -80,7 +71,7 @@ void addJoin(std::size_t count) {
 void addReplacement(std::size_t count) {
     add("a store of " + std::to_string(count) + " keys is replaced, 1 % changed", "corvid",
         [count](benchmark::State& state) {
-            auto& module = ComingAndGoing::kept(count);
+            auto& module = kept<ComingAndGoing>(count);
             module.manager().addStore(module.version(false));
             bool second = false;
             for (auto _ : state) {

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "support/Layers.h"
@@ -32,13 +33,18 @@ inline benchmark::internal::Benchmark* add(const std::string& row, const std::st
     return benchmark::RegisterBenchmark((row + "/" + subject).c_str(), std::move(body));
 }
 
-/// One object for each number of keys, made at its first use and kept: benchmarks are called many times over.
+/// One object for each number of keys, made at its first use, of layers or of the number alone, and kept: benchmarks
+/// are called many times over. One thread at a time.
 template <typename Subject>
 Subject& kept(std::size_t keys) {
     static std::map<std::size_t, std::unique_ptr<Subject>> all;
     std::unique_ptr<Subject>& one = all[keys];
     if (one == nullptr) {
-        one = std::make_unique<Subject>(makeLayers(keys));
+        if constexpr (std::is_constructible_v<Subject, const Layers&>) {
+            one = std::make_unique<Subject>(makeLayers(keys));
+        } else {
+            one = std::make_unique<Subject>(keys);
+        }
     }
     return *one;
 }

@@ -118,6 +118,17 @@ std::string xmlDocument(const Entries& entries) {
     return text + " </CachedConfig>\n</Corvid>\n";
 }
 
+std::string bootstrapDocument(const Entries& entries) {
+    std::string text;
+    for (const auto& [key, value] : entries) {
+        text += key;
+        text += ':';
+        text += value;
+        text += '\n';
+    }
+    return text;
+}
+
 std::wstring widen(const std::string& text) { return {text.begin(), text.end()}; }
 
 }  // namespace bench

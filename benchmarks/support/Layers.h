@@ -52,6 +52,9 @@ std::string iniDocument(const Entries& entries);
 /// A document as the server has it.
 std::string xmlDocument(const Entries& entries);
 
+/// A properties file as the installer writes it.
+std::string bootstrapDocument(const Entries& entries);
+
 /// ASCII only.
 std::wstring widen(const std::string& text);
 

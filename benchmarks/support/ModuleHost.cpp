@@ -18,17 +18,6 @@ std::string localDocument(const Entries& entries) {
     return text + "</Corvid>\n";
 }
 
-std::string bootstrapDocument(const Entries& entries) {
-    std::string text;
-    for (const auto& [key, value] : entries) {
-        text += key;
-        text += ':';
-        text += value;
-        text += '\n';
-    }
-    return text;
-}
-
 }  // namespace
 
 Profile::Profile(const Layers& layers) {

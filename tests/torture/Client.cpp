@@ -2,16 +2,14 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
-#include <sstream>
 #include <utility>
 
 #include "ConfigAdapter.h"
 #include "ConfigServiceImpl.h"
 #include "InjectConfigService.h"
 #include "fakes/ScriptedStore.h"
+#include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
@@ -38,12 +36,6 @@ std::vector<std::string> filesBelow(const std::string& folder) {
 }
 
 bool isTemporary(const std::string& path) { return path.ends_with(".temp") || path.ends_with(".new"); }
-
-std::string contentsOf(const std::string& path) {
-    std::ostringstream contents;
-    contents << std::ifstream(path, std::ios::binary).rdbuf();
-    return contents.str();
-}
 
 /// The one state whose every key a store holds.
 template <class Ask>
@@ -106,7 +98,7 @@ std::string Scene::fingerprint() const {
             std::replace_if(
                 name.begin(), name.end(), [](char c) { return c >= '0' && c <= '9'; }, '0');
         }
-        print += name + "\n" + contentsOf(path) + "\n";
+        print += name + "\n" + bytesOf(path) + "\n";
     }
     return print;
 }
@@ -261,6 +253,19 @@ void perform(Client& client, Deed deed, int state) {
         client.resetData();
         break;
     }
+}
+
+std::string bytesOf(const std::string& path) {
+    std::string bytes;
+    QuillCoreUtils::FileUtils::readFile(path, bytes);
+    return bytes;
+}
+
+void writeFiles(const Scene& scene, int state) {
+    Client client(scene);
+    client.takeLink(state);
+    client.joinServer(state);
+    client.setUser(state);
 }
 
 States after(const States& before, Deed deed, int state) {

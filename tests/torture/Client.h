@@ -121,6 +121,12 @@ const char* nameOf(Deed deed);
 /// Has a client do it. @param state the number that the files hold afterwards.
 void perform(Client& client, Deed deed, int state);
 
+/// What a file holds; empty if it cannot be read.
+std::string bytesOf(const std::string& path);
+
+/// Has a client write all of its files, in one state.
+void writeFiles(const Scene& scene, int state);
+
 /// What the files hold after it.
 States after(const States& before, Deed deed, int state);
 

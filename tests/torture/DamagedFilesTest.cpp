@@ -144,7 +144,7 @@ void damageEachByte(Trial& trial, DamagedClient& client, const Input& input) {
     const std::size_t size = input.contents.size();
     constexpr std::uint64_t wanted = 12;
     // The parser passes over an empty text in silence: an answer without a body is the transport's to judge.
-    for (std::size_t at = input.path.empty() ? 1 : 0; at < size && !trial.hasLost(); ++at) {
+    for (std::size_t at = input.path.empty() ? 1 : 0; at < size; ++at) {
         if (trial.picks(wanted, size)) {
             client.tryWith(input, input.contents.substr(0, at), "cut at byte " + std::to_string(at));
         }
@@ -163,7 +163,9 @@ TEST(DamagedFiles, LeaveAllOtherStoresTheirAnswersAndAreToldOf) {
     Trial trial("damage", "files");
     DamagedClient client(trial);
     for (const Input& input : inputs()) {
-        client.tryWith(input, input.contents, "whole");
+        if (!trial.hasLost()) {
+            client.tryWith(input, input.contents, "whole");
+        }
         damageEachByte(trial, client, input);
     }
     xmlSetGenericErrorFunc(nullptr, nullptr);

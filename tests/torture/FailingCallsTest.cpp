@@ -1,12 +1,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "Client.h"
+#include "TracedDeeds.h"
 #include "Tracer.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
@@ -106,12 +105,7 @@ bool isOpeningOfATemporary(const Call& call) {
 /// One deed on old files, again and again, with another call that fails.
 class DeedOnABadDisk {
 public:
-    DeedOnABadDisk(Trial& trial, Deed deed) : trial_(trial), deed_(deed) {
-        Client client(old_);
-        client.takeLink(stateBefore);
-        client.joinServer(stateBefore);
-        client.setUser(stateBefore);
-    }
+    DeedOnABadDisk(Trial& trial, Deed deed) : trial_(trial), deed_(deed) { writeFiles(old_, stateBefore); }
 
     /// @param wanted about how many tries of a quick run.
     void tryAllFailures(std::uint64_t wanted) {
@@ -119,7 +113,7 @@ public:
         const std::vector<Call> calls =
             runTraced(scene_.folder(), [this] { return tryDeed(scene_, deed_, false); }, {}).calls;
         const std::vector<Failure> failures = allFailures();
-        for (std::size_t call = 0; call < calls.size() && !trial_.hasLost(); ++call) {
+        for (std::size_t call = 0; call < calls.size(); ++call) {
             for (const Failure& failure : failures) {
                 const bool isShort = failure.fault.kind == Fault::Kind::ShortWrite;
                 if ((!isShort || calls[call].name == "write") && trial_.picks(wanted, calls.size() * failures.size())) {
@@ -155,27 +149,14 @@ private:
     const Scene scene_{directory_.path("scene")};
 };
 
-bool tracingIsAllowed(Trial& trial) {
-    const bool isAllowed = runTraced("/", [] { return 0; }, {}).allowed;
-    if (!isAllowed) {
-        trial.remark("skipped: this system does not let processes be traced");
-    }
-    return isAllowed;
-}
-
 TEST(FailingCalls, LeaveTheFileOldOrNewAndTheValueInMemoryForTheNextPersist) {
     Trial trial("fail", "calls");
     if (!tracingIsAllowed(trial)) {
-        GTEST_SKIP() << "this system does not let processes be traced";
+        GTEST_SKIP() << tracingIsNotAllowed;
     }
     for (const Deed deed : {Deed::SetUser, Deed::JoinServer, Deed::TakeLink}) {
         DeedOnABadDisk(trial, deed).tryAllFailures(25);
     }
-}
-
-std::string bytesOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// True if the bytes are those of the user's file or of one that was set aside.
@@ -188,7 +169,7 @@ bool isKept(const Scene& scene, const std::string& bytes) {
 TEST(FailingCalls, OfAStartLoseNoByteOfTheUsersFile) {
     Trial trial("fail-at-start", "calls");
     if (!tracingIsAllowed(trial)) {
-        GTEST_SKIP() << "this system does not let processes be traced";
+        GTEST_SKIP() << tracingIsNotAllowed;
     }
     const fakes::TemporaryDirectory directory;
     const Scene old(directory.path("old"));

@@ -1,7 +1,6 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -12,6 +11,7 @@
 #include "Client.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
+#include "support/ForkedChild.h"
 
 namespace torture {
 namespace {
@@ -54,17 +54,6 @@ private:
 
     const std::string folder_;
 };
-
-/// Runs a function in a process of its own. @return what it gave.
-int alone(const std::function<int()>& function) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(function());
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
 
 enum Found : int { allIsWell, fileIsTorn, nothingIsSaid, valueIsForgotten, valueIsNeverWritten, diskIsNotAsWanted };
 
@@ -114,7 +103,7 @@ protected:
     /// @return false if this system does not let a test mount anything.
     bool tryDisk(const std::string& what, const std::function<int(SmallDisk&)>& client) {
         SmallDisk disk(directory_.path());
-        const int found = alone([&] { return client(disk); });
+        const int found = support::runForked([&] { return client(disk); });
         if (found == verdictNotAllowed) {
             return false;
         }
@@ -163,7 +152,7 @@ protected:
 
 TEST_F(FullDisks, AndReadOnlyOnesKeepTheOldFileAndTakeTheValueOnceTheyCan) {
     bool isAllowed = isReadOnly();
-    for (std::uintmax_t bytes = page; isAllowed && bytes <= 3 * longFile_ + page; bytes += page) {
+    for (std::uintmax_t bytes = page; isAllowed && !trial_.hasLost() && bytes <= 3 * longFile_ + page; bytes += page) {
         isAllowed = isFullAt(bytes);
     }
     if (!isAllowed) {

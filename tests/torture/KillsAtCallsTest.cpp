@@ -3,10 +3,10 @@
 #include <string>
 
 #include "Client.h"
+#include "TracedDeeds.h"
 #include "Tracer.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
-#include "simulation/Sanitized.h"
 
 namespace torture {
 namespace {
@@ -14,22 +14,6 @@ namespace {
 constexpr int oldState = 3;
 constexpr int newState = 4;
 constexpr int nextState = 5;
-
-/// A client's files, all of them in the old state.
-void writeOldFiles(const Scene& scene) {
-    Client client(scene);
-    client.takeLink(oldState);
-    client.joinServer(oldState);
-    client.setUser(oldState);
-}
-
-int startAndPerform(const Scene& scene, Deed deed) {
-    Client client(scene);
-    markBegin();
-    perform(client, deed, newState);
-    markEnd();
-    return 0;
-}
 
 int recover(const Scene& scene) {
     markBegin();
@@ -44,21 +28,17 @@ constexpr Fault killAt(std::size_t call) { return {Fault::Kind::Kill, call, 1, 0
 /// Kills a client at each call of a deed, and the next one at each call of its recovery.
 class CallByCall {
 public:
-    explicit CallByCall(Trial& trial) : trial_(trial) { writeOldFiles(old_); }
-
-    bool isAllowed() const {
-        return runTraced("/", [] { return 0; }, {}).allowed;
-    }
+    explicit CallByCall(Trial& trial) : trial_(trial) { writeFiles(old_, oldState); }
 
     void killDuring(Deed deed) {
         bool cameTo = true;
         for (std::size_t call = 0; cameTo && !trial_.hasLost(); ++call) {
-            if (!trial_.picks(simulation::sequences(10), 10)) {
+            if (!trial_.picks(1, 1)) {
                 continue;
             }
             scene_.copyFrom(old_);
             cameTo = runTraced(
-                         scene_.folder(), [&] { return startAndPerform(scene_, deed); }, killAt(call))
+                         scene_.folder(), [&] { return startAndPerform(scene_, deed, newState); }, killAt(call))
                          .faultCame;
             trial_.tried();
             const States found = States::of(scene_);
@@ -114,11 +94,10 @@ private:
 
 TEST(KillsAtCalls, LeaveEachFileAsItWasOrAsItWasToBeAndSoDoKillsOfTheRecovery) {
     Trial trial("kill-at-call", "calls");
-    CallByCall calls(trial);
-    if (!calls.isAllowed()) {
-        trial.remark("skipped: this system does not let processes be traced");
-        GTEST_SKIP() << "this system does not let processes be traced";
+    if (!tracingIsAllowed(trial)) {
+        GTEST_SKIP() << tracingIsNotAllowed;
     }
+    CallByCall calls(trial);
     for (const Deed deed : allDeeds) {
         calls.killDuring(deed);
     }

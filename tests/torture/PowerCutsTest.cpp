@@ -3,10 +3,10 @@
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +18,7 @@
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
 #include "support/ChildProcess.h"
+#include "support/ForkedChild.h"
 
 namespace torture {
 namespace {
@@ -101,55 +102,39 @@ bool isBetween(const States& found, const States& oldest, const States& newest) 
 /// A client that writes one state after the other, and acknowledges each.
 class Writer {
 public:
-    explicit Writer(const std::string& folder) {
-        EXPECT_EQ(pipe2(acknowledgements_, O_CLOEXEC), 0);
-        child_ = fork();
-        if (child_ == 0) {
-            writeForEver(Scene(folder));
-        }
-        close(acknowledgements_[1]);
-    }
-
-    ~Writer() {
-        ::kill(child_, SIGKILL);
-        waitpid(child_, nullptr, 0);
-        close(acknowledgements_[0]);
-    }
-
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
+    explicit Writer(const std::string& folder)
+        : child_([&](int channel) { return writeForEver(Scene(folder), channel); }) {}
 
     /// @return the last state that was acknowledged; waits for the next one.
     int next() {
-        (void)!::read(acknowledgements_[0], &last_, sizeof last_);
+        (void)!::read(child_.channel(), &last_, sizeof last_);
         return lastSoFar();
     }
 
     /// The same without waiting for another.
     int lastSoFar() {
-        fcntl(acknowledgements_[0], F_SETFL, O_NONBLOCK);
-        while (::read(acknowledgements_[0], &last_, sizeof last_) == sizeof last_) {
+        fcntl(child_.channel(), F_SETFL, O_NONBLOCK);
+        while (::read(child_.channel(), &last_, sizeof last_) == sizeof last_) {
         }
-        fcntl(acknowledgements_[0], F_SETFL, 0);
+        fcntl(child_.channel(), F_SETFL, 0);
         return last_;
     }
 
-    void pause() const { ::kill(child_, SIGSTOP); }
-    void goOn() const { ::kill(child_, SIGCONT); }
+    void pause() const { child_.signal(SIGSTOP); }
+    void goOn() const { child_.signal(SIGCONT); }
 
 private:
-    [[noreturn]] void writeForEver(const Scene& scene) const {
+    static int writeForEver(const Scene& scene, int channel) {
         Client client(scene);
         for (int state = 0;; ++state) {
             perform(client, deedOf(state), state);
-            if (::write(acknowledgements_[1], &state, sizeof state) != sizeof state) {
-                _exit(1);
+            if (::write(channel, &state, sizeof state) != sizeof state) {
+                return 1;
             }
         }
     }
 
-    pid_t child_ = -1;
-    int acknowledgements_[2] = {-1, -1};
+    support::ForkedChild child_;
     int last_ = States::none;
 };
 
@@ -161,8 +146,11 @@ protected:
     }
 
     void cut(Writer& writer) {
+        for (std::uint64_t writes = trial_.below(4); writes > 0; --writes) {
+            writer.next();
+        }
         const int started = writer.next();
-        usleep(static_cast<useconds_t>(trial_.below(4000)));
+        trial_.passUpTo(std::chrono::microseconds(4000));
         const int acknowledged = std::max(started, writer.lastSoFar());
         writer.pause();
         takeCopy();

@@ -1,13 +1,12 @@
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
-#include <csignal>
 #include <vector>
 
 #include "Client.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
+#include "support/ForkedChild.h"
 
 namespace torture {
 namespace {
@@ -20,25 +19,8 @@ struct Step {
 /// A process that starts a client, lets it take its steps and acknowledges the start and each step by a byte.
 class Stepper {
 public:
-    Stepper(const Scene& scene, const std::vector<Step>& steps) {
-        EXPECT_EQ(pipe(acknowledgements_), 0);
-        child_ = fork();
-        if (child_ == 0) {
-            close(acknowledgements_[0]);
-            takeSteps(scene, steps);
-        }
-        close(acknowledgements_[1]);
-    }
-
-    ~Stepper() {
-        if (child_ > 0) {
-            killNow();
-        }
-        close(acknowledgements_[0]);
-    }
-
-    Stepper(const Stepper&) = delete;
-    Stepper& operator=(const Stepper&) = delete;
+    Stepper(const Scene& scene, const std::vector<Step>& steps)
+        : child_([&](int channel) { return takeSteps(scene, steps, channel); }) {}
 
     /// Waits for so many acknowledgements.
     void await(std::size_t count) {
@@ -48,51 +30,41 @@ public:
 
     /// @return how many were acknowledged before the end.
     std::size_t killNow() {
-        ::kill(child_, SIGKILL);
-        waitpid(child_, nullptr, 0);
-        child_ = -1;
+        child_.end();
         while (readOne()) {
         }
         return acknowledged_;
     }
 
 private:
-    [[noreturn]] void takeSteps(const Scene& scene, const std::vector<Step>& steps) const {
+    static int takeSteps(const Scene& scene, const std::vector<Step>& steps, int channel) {
         Client client(scene);
-        acknowledge();
+        acknowledge(channel);
         for (const Step& step : steps) {
             perform(client, step.deed, step.state);
-            acknowledge();
+            acknowledge(channel);
         }
         for (;;) {
             pause();
         }
     }
 
-    void acknowledge() const {
-        if (::write(acknowledgements_[1], "+", 1) != 1) {
+    static void acknowledge(int channel) {
+        if (::write(channel, "+", 1) != 1) {
             _exit(1);
         }
     }
 
     bool readOne() {
         char mark = 0;
-        const bool isThere = ::read(acknowledgements_[0], &mark, 1) == 1;
+        const bool isThere = ::read(child_.channel(), &mark, 1) == 1;
         acknowledged_ += isThere ? 1 : 0;
         return isThere;
     }
 
-    pid_t child_ = -1;
-    int acknowledgements_[2] = {-1, -1};
+    support::ForkedChild child_;
     std::size_t acknowledged_ = 0;
 };
-
-/// Looks at the clock until so much time has passed: a sleep would end at moments of the system's choosing.
-void passTime(std::chrono::microseconds time) {
-    const auto end = std::chrono::steady_clock::now() + time;
-    while (std::chrono::steady_clock::now() < end) {
-    }
-}
 
 Deed randomDeed(Trial& trial) {
     constexpr Deed deeds[] = {Deed::SetUser,    Deed::SetUser,  Deed::SetUser,
@@ -112,7 +84,7 @@ public:
         }
         Stepper stepper(scene_, steps);
         stepper.await(trial_.below(steps.size() + 1));
-        passTime(std::chrono::microseconds(trial_.below(3000)));
+        trial_.passUpTo(std::chrono::microseconds(3000));
         compare(steps, stepper.killNow());
     }
 
@@ -129,6 +101,7 @@ private:
         const std::string wrong = neitherOldNorNew(found, files_, next);
         if (!wrong.empty()) {
             trial_.lost(wrong, scene_.folder());
+            return;
         }
         files_ = found;
         restart();
@@ -140,8 +113,7 @@ private:
             client.answers().link != files_.link || !scene_.backups().empty()) {
             trial_.lost("the next start finds " + client.answers().text() + " in files of " + files_.text(),
                         scene_.folder());
-        }
-        if (!scene_.temporaries().empty()) {
+        } else if (!scene_.temporaries().empty()) {
             trial_.lost("left over after the next start: " + scene_.temporaries().front(), scene_.folder());
         }
     }

@@ -17,6 +17,8 @@
 #include <optional>
 #include <utility>
 
+#include "support/ForkedChild.h"
+
 namespace torture {
 
 #if defined(__x86_64__)
@@ -267,15 +269,14 @@ private:
 }  // namespace
 
 Traced runTraced(const std::string& folder, const std::function<int()>& body, const Fault& fault) {
-    const pid_t child = fork();
-    if (child == 0) {
+    const support::ForkedChild child([&](int) {
         if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) {
-            _exit(1);
+            return 1;
         }
         raise(SIGSTOP);
-        _exit(body());
-    }
-    Tracee tracee(child);
+        return body();
+    });
+    Tracee tracee(child.id());
     if (!tracee.attach()) {
         return {};
     }

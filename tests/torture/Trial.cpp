@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -55,7 +56,14 @@ bool Trial::nextRound() {
     return goesOn;
 }
 
-bool Trial::picks(std::uint64_t wanted, std::uint64_t all) { return isLong() || below(all) < wanted; }
+bool Trial::picks(std::uint64_t wanted, std::uint64_t all) {
+    if (hasLost()) {
+        return false;
+    }
+    // As many of ten times all are a tenth.
+    const std::uint64_t times = 10 / simulation::sequences(10);
+    return isLong() || below(std::max<std::uint64_t>(all, 1) * times) < wanted;
+}
 
 void Trial::lost(const std::string& what, const std::string& folder) {
     ++lost_;
@@ -76,6 +84,13 @@ void Trial::remark(const std::string& text) { remark_ = text; }
 
 std::uint64_t Trial::below(std::uint64_t limit) {
     return std::uniform_int_distribution<std::uint64_t>(0, limit - 1)(random_);
+}
+
+void Trial::passUpTo(std::chrono::microseconds limit) {
+    const std::chrono::microseconds time(below(static_cast<std::uint64_t>(limit.count())));
+    const auto end = std::chrono::steady_clock::now() + time;
+    while (std::chrono::steady_clock::now() < end) {
+    }
 }
 
 }  // namespace torture

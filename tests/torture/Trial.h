@@ -35,7 +35,8 @@ public:
     /// Counts tries.
     void tried(std::uint64_t count = 1) { tried_ += count; }
 
-    /// In a quick run true for about so many of all; in a long one for all.
+    /// In a quick run true for about so many of all, for a tenth of that where a sanitizer makes each one dear; in a
+    /// long one for all. Never once something was lost.
     bool picks(std::uint64_t wanted, std::uint64_t all);
 
     /// Fails the test, and keeps the folder under the trial's name and seed.
@@ -46,7 +47,13 @@ public:
 
     bool hasLost() const { return lost_ > 0; }
     std::mt19937& random() { return random_; }
+
+    /// @return a random number below the limit, which is 1 or more.
     std::uint64_t below(std::uint64_t limit);
+
+    /// Looks at the clock until a random time of less than that has passed: a sleep would end at moments of the
+    /// system's choosing.
+    void passUpTo(std::chrono::microseconds limit);
 
 private:
     bool timeIsLeft() const;

@@ -34,11 +34,16 @@ std::string ChainReader::shown(const std::wstring& text, bool sensitive) const {
     return toString(sensitive && !reveal_ ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : text);
 }
 
-ValueView ChainReader::describe(const std::wstring& key) const {
-    const std::wstring current = currentName(key);
+SearchList ChainReader::searchList() const {
     const StoreList stores = chain_.getStores();
-    const KeyResolver::Resolution resolution =
-        KeyResolver(stores, names_.currentNames(), names_.oldNames()).resolve(current);
+    return {stores.begin(), stores.end()};
+}
+
+ValueView ChainReader::describe(const std::wstring& key) const { return describe(key, searchList()); }
+
+ValueView ChainReader::describe(const std::wstring& key, const SearchList& stores) const {
+    const std::wstring current = currentName(key);
+    const KeyResolver::Resolution resolution = KeyResolver(stores, names_.table()).resolve(current);
     const KeyResolver::ChangeReport& report = resolution.report.value();  // a current name always has one
 
     ValueView view;
@@ -133,8 +138,9 @@ std::vector<std::wstring> ChainReader::definedKeys() const {
 
 std::vector<ValueView> ChainReader::definedValues() const {
     std::vector<ValueView> values;
+    const SearchList stores = searchList();
     for (const std::wstring& key : definedKeys()) {
-        values.push_back(describe(key));
+        values.push_back(describe(key, stores));
     }
     return values;
 }

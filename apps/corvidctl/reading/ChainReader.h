@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "chain/SearchedStore.h"
 #include "reading/KeyNames.h"
 #include "reading/Views.h"
 
@@ -50,7 +51,10 @@ public:
     std::vector<std::string> writableHolders(const std::wstring& key) const;
 
 private:
-    std::vector<std::wstring> namesInOrder(const std::wstring& key) const;
+    /// The stores in chain order, as searches ask them.
+    SearchList searchList() const;
+
+    ValueView describe(const std::wstring& key, const SearchList& stores) const;
     std::string shown(const std::wstring& text, bool sensitive) const;
 
     ConfigStoreManager& chain_;

@@ -3,15 +3,13 @@
 #include <string>
 #include <vector>
 
-#include "chain/ConfigMap.h"
+#include "chain/RenamedKeys.h"
 
 namespace corvidctl {
 
 /// The table of renamed keys. Any thread.
 class KeyNames {
 public:
-    KeyNames();
-
     /// The current name of a key: in the spelling of the table, if the key stands there.
     std::wstring currentName(const std::wstring& key) const;
 
@@ -19,17 +17,19 @@ public:
     std::vector<std::wstring> namesInOrder(const std::wstring& key) const;
 
     /// True if the key is the old name of another one.
-    bool isOld(const std::wstring& key) const { return currentNames_.count(key) != 0; }
+    bool isOld(const std::wstring& key) const { return currentNames().count(key) != 0; }
 
     /// Old name to current name.
-    const ConfigMap& currentNames() const { return currentNames_; }
+    const ConfigMap& currentNames() const { return table_.currentNames(); }
 
     /// Current name to old name.
-    const ConfigMap& oldNames() const { return oldNames_; }
+    const ConfigMap& oldNames() const { return table_.oldNames(); }
+
+    /// As lookups ask it.
+    const RenamedKeys& table() const { return table_; }
 
 private:
-    ConfigMap currentNames_;
-    ConfigMap oldNames_;
+    const RenamedKeys table_ = RenamedKeys::read();
 };
 
 }  // namespace corvidctl

@@ -1,7 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -13,6 +12,7 @@
 
 #include "fakes/TemporaryDirectory.h"
 #include "quill/FileUtils.h"
+#include "support/ForkedChild.h"
 
 using testing::AnyOf;
 
@@ -27,18 +27,6 @@ std::size_t entriesIn(const fakes::TemporaryDirectory& directory) {
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory.path()), fs::directory_iterator()));
 }
 
-/// Runs a function in a process of its own. @return what it gave.
-int inAnotherProcess(const std::function<int()>& function) {
-    const pid_t child = fork();
-    if (child == 0) {
-        _exit(function());
-    }
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status));
-    return WEXITSTATUS(status);
-}
-
 /// From here on this process can write no file beyond that size: a disk that fills up in the middle of a write.
 bool limitFileSize(rlim_t bytes) {
     const rlimit limit{bytes, bytes};
@@ -48,7 +36,7 @@ bool limitFileSize(rlim_t bytes) {
 enum Outcome : int { worked = 1, failed = 2, unlimited = 3 };
 
 Outcome onAFullDisk(const std::function<bool()>& write) {
-    return static_cast<Outcome>(inAnotherProcess([&]() -> int {
+    return static_cast<Outcome>(support::runForked([&]() -> int {
         if (!limitFileSize(100000)) {
             return unlimited;
         }
@@ -76,38 +64,26 @@ TEST(CrashSafety, WritesWhatStillFits) {
 /// A process that copies two files in turns over a third, and tells of each round by a byte.
 class Copier {
 public:
-    Copier(const std::vector<std::string>& sources, const std::string& destination) {
-        EXPECT_EQ(pipe(rounds_), 0);
-        child_ = fork();
-        if (child_ == 0) {
-            for (std::size_t round = 0;; ++round) {
-                const bool copied = FileUtils::copyFile(sources[round % sources.size()], destination, false);
-                if (::write(rounds_[1], copied ? "+" : "-", 1) != 1) {
-                    _exit(1);
-                }
-            }
-        }
-        close(rounds_[1]);
-    }
-
-    ~Copier() {
-        kill(child_, SIGKILL);
-        waitpid(child_, nullptr, 0);
-        close(rounds_[0]);
-    }
-
-    Copier(const Copier&) = delete;
-    Copier& operator=(const Copier&) = delete;
+    Copier(const std::vector<std::string>& sources, const std::string& destination)
+        : child_([&](int channel) { return copyForEver(sources, destination, channel); }) {}
 
     /// @return whether the round went well.
     bool awaitRound() const {
         char mark = 0;
-        return ::read(rounds_[0], &mark, 1) == 1 && mark == '+';
+        return ::read(child_.channel(), &mark, 1) == 1 && mark == '+';
     }
 
 private:
-    int rounds_[2] = {-1, -1};
-    pid_t child_ = -1;
+    static int copyForEver(const std::vector<std::string>& sources, const std::string& destination, int channel) {
+        for (std::size_t round = 0;; ++round) {
+            const bool copied = FileUtils::copyFile(sources[round % sources.size()], destination, false);
+            if (::write(channel, copied ? "+" : "-", 1) != 1) {
+                return 1;
+            }
+        }
+    }
+
+    support::ForkedChild child_;
 };
 
 TEST(CrashSafety, LeavesOneOfTheTwoFilesWholeWhenKilledAtAnyInstant) {

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -13,6 +12,7 @@
 #include <memory>
 
 #include "fakes/TemporaryDirectory.h"
+#include "support/ForkedChild.h"
 #include "support/OrdinaryUser.h"
 
 using platform::DirectoryClaim;
@@ -20,53 +20,28 @@ using platform::DirectoryUser;
 
 namespace {
 
-/// What a process of its own says, which knows of no claim that this one holds: its exit status.
-int inAProcessOfItsOwn(const std::function<int()>& function) {
-    const pid_t process = fork();
-    if (process == 0) {
-        _exit(function());
-    }
-    int status = 0;
-    EXPECT_EQ(waitpid(process, &status, 0), process);
-    return WEXITSTATUS(status);
-}
-
-/// A process that does something and then does nothing more, until it is killed.
+/// A process that does something and then does nothing more, until it is killed. It knows of no claim that this one
+/// holds.
 class Holder {
 public:
-    explicit Holder(const std::function<void()>& begin) {
-        std::array<int, 2> pipe{};
-        EXPECT_EQ(::pipe(pipe.data()), 0);
-        process_ = fork();
-        if (process_ == 0) {
-            begin();
-            [[maybe_unused]] const ssize_t written = write(pipe[1], "!", 1);
-            for (;;) {
-                pause();
-            }
-        }
+    explicit Holder(const std::function<void()>& begin)
+        : child_([&](int channel) {
+              begin();
+              [[maybe_unused]] const ssize_t written = write(channel, "!", 1);
+              for (;;) {
+                  pause();
+              }
+              return 0;
+          }) {
         char byte = 0;
-        EXPECT_EQ(read(pipe[0], &byte, 1), 1);
-        close(pipe[0]);
-        close(pipe[1]);
-    }
-    ~Holder() { kill(); }
-
-    Holder(const Holder&) = delete;
-    Holder& operator=(const Holder&) = delete;
-
-    void kill() {
-        if (process_ > 0) {
-            ::kill(process_, SIGKILL);
-            waitpid(process_, nullptr, 0);
-            process_ = -1;
-        }
+        EXPECT_EQ(read(child_.channel(), &byte, 1), 1);
     }
 
-    pid_t process() const { return process_; }
+    void kill() { child_.end(); }
+    pid_t process() const { return child_.id(); }
 
 private:
-    pid_t process_ = -1;
+    support::ForkedChild child_;
 };
 
 class DirectoryClaims : public testing::Test {
@@ -149,7 +124,7 @@ TEST_F(DirectoryClaims, LetThoseWhoWaitInByTheirNumbers) {
         const std::optional<DirectoryUser> inTheWay = DirectoryClaim(place_).takeTurn();
         return getpid() < here ? 2 : inTheWay && inTheWay->process == here ? 1 : 0;
     };
-    EXPECT_THAT(inAProcessOfItsOwn(ask), testing::AnyOf(1, 2));
+    EXPECT_THAT(support::runForked(ask), testing::AnyOf(1, 2));
     EXPECT_FALSE(waiting.takeTurn());
 }
 

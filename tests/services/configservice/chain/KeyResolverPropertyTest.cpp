@@ -3,7 +3,6 @@
 #include <optional>
 #include <random>
 
-#include "chain/ConfigKeyAliasesMapper.h"
 #include "chain/KeyResolver.h"
 #include "fakes/ScopedWorld.h"
 #include "fakes/ScriptedStore.h"
@@ -134,8 +133,8 @@ private:
     std::mt19937 random_;
 };
 
-StoreList storesOf(const Table& table) {
-    StoreList stores;
+SearchList storesOf(const Table& table) {
+    SearchList stores;
     for (const TableStore& row : table) {
         auto store = std::make_shared<fakes::ScriptedStore>(row.name, 0);
         if (row.readOnly) {
@@ -144,7 +143,7 @@ StoreList storesOf(const Table& table) {
         for (const auto& [key, value] : row.values) {
             store->with(key, value);
         }
-        stores.push_back(store);
+        stores.emplace_back(store);
     }
     return stores;
 }
@@ -163,11 +162,9 @@ std::string describe(const Table& table) {
 
 class KeyResolverProperty : public testing::Test {
 protected:
-    KeyResolverProperty() { ConfigKeyAliasesMapper::GetConfigKeyAliases(aliases, legacy); }
-
     void check(const Table& table, const std::wstring& asked, const std::wstring& current, const std::wstring& old) {
-        const StoreList stores = storesOf(table);
-        const KeyResolver::Resolution resolution = KeyResolver(stores, aliases, legacy).resolve(asked);
+        const SearchList stores = storesOf(table);
+        const KeyResolver::Resolution resolution = KeyResolver(stores, names).resolve(asked);
         const Expected expected = expectedState(table, asked, current, old);
         ASSERT_EQ(resolution.report.has_value(), expected.reported);
         ASSERT_EQ(resolution.lookup.found, expected.isDefined);
@@ -187,8 +184,7 @@ protected:
     const fakes::ScopedWorld world;
     const unsigned seed = support::seedOfThisRun();
     Generator generator{seed};
-    ConfigMap aliases;
-    ConfigMap legacy;
+    const RenamedKeys names = RenamedKeys::read();
 };
 
 TEST_F(KeyResolverProperty, AgreesWithThePlainStatementOverRandomChains) {
@@ -205,8 +201,8 @@ TEST_F(KeyResolverProperty, GivesTheSameAnswerForAKeyInAnyCase) {
     for (int round = 0; round < 500 && !HasFailure(); ++round) {
         const Table table = generator.table();
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round) + "\n" + describe(table));
-        const StoreList stores = storesOf(table);
-        const KeyResolver resolver(stores, aliases, legacy);
+        const SearchList stores = storesOf(table);
+        const KeyResolver resolver(stores, names);
         const auto small = resolver.resolve(L"tftpserver1");
         const auto large = resolver.resolve(L"TFTPSERVER1");
         ASSERT_EQ(small.report.has_value(), large.report.has_value());

@@ -130,6 +130,64 @@ TEST(KeyedValues, StaysSmallUnderKeysThatComeAndGo) {
     EXPECT_EQ(keyed.valueOf(L"key99999"), L"(none)");
 }
 
+TEST(KeyFilter, TakesNoMoreMemoryForAKeyThatIsSetAndErasedOverAndOver) {
+    Keyed keyed;
+    const std::wstring key = L"key";
+    keyed.values.set(FoldedKey(key), L"value");
+    const std::size_t bytes = keyed.filter.bytes();
+    for (int round = 0; round < 10000; ++round) {
+        ASSERT_TRUE(keyed.values.erase(FoldedKey(key)));
+        ASSERT_TRUE(keyed.values.set(FoldedKey(key), L"value"));
+    }
+    EXPECT_EQ(keyed.filter.bytes(), bytes);
+    EXPECT_EQ(keyed.valueOf(key), L"value");
+}
+
+TEST(KeyFilter, TakesNoMoreMemoryForEverNewKeysThatComeAndGo) {
+    Keyed keyed;
+    keyed.values.add(L"held", L"value");
+    const std::size_t bytes = keyed.filter.bytes();
+    for (int round = 0; round < 10000; ++round) {
+        const std::wstring key = L"key" + std::to_wstring(round);
+        keyed.values.set(FoldedKey(key), L"value");
+        ASSERT_TRUE(keyed.values.erase(FoldedKey(key)));
+    }
+    EXPECT_EQ(keyed.filter.bytes(), bytes);
+    EXPECT_EQ(keyed.valueOf(L"held"), L"value");
+}
+
+/// What a file of the server's holds, say.
+ConfigMap manyValues(const std::wstring& prefix, int count) {
+    ConfigMap values;
+    for (int index = 0; index < count; ++index) {
+        values[prefix + std::to_wstring(index)] = L"value";
+    }
+    return values;
+}
+
+TEST(KeyFilter, TakesNoMoreMemoryForValuesThatAreExchangedOverAndOver) {
+    Keyed keyed;
+    keyed.values.exchange(manyValues(L"first", 300));
+    const std::size_t bytes = keyed.filter.bytes();
+    for (int round = 0; round < 1000; ++round) {
+        keyed.values.exchange(manyValues(L"round" + std::to_wstring(round) + L"key", 1 + round % 300));
+    }
+    EXPECT_EQ(keyed.filter.bytes(), bytes);
+    EXPECT_EQ(keyed.valueOf(L"round999key99"), L"value");
+}
+
+TEST(KeyFilter, RulesKeysOutAgainThatWereExchangedForOthers) {
+    Keyed keyed;
+    keyed.values.exchange(manyValues(L"old", 1000));
+    keyed.values.exchange(manyValues(L"new", 1000));
+    int wrong = 0;
+    for (int index = 0; index < 1000; ++index) {
+        const std::wstring key = L"old" + std::to_wstring(index);
+        wrong += keyed.filter.mayHold(FoldedKey(key).hash()) ? 1 : 0;
+    }
+    EXPECT_LT(wrong, 60);
+}
+
 TEST(KeyFilter, RulesMostForeignKeysOut) {
     Keyed keyed;
     for (int index = 0; index < 10000; ++index) {
@@ -158,6 +216,37 @@ TEST(KeyFilter, NeverRulesOutAHeldKeyWhileOthersAreAdded) {
     });
     for (int index = 0; index < 3000; ++index) {
         keyed.values.add(L"other" + std::to_wstring(index), L"value");
+    }
+    done = true;
+    reader.join();
+    EXPECT_EQ(misses, 0);
+}
+
+TEST(KeyFilter, NeverRulesOutAHeldKeyWhileItIsRenewed) {
+    KeyFilter filter;
+    std::vector<std::wstring> keys;
+    std::vector<std::uint64_t> held;
+    for (int index = 0; index < 50; ++index) {
+        keys.push_back(L"held" + std::to_wstring(index));
+        held.push_back(FoldedKey(keys.back()).hash());
+    }
+    filter.renew(held);
+    std::atomic<bool> done = false;
+    std::atomic<int> asked = 0;
+    std::atomic<int> misses = 0;
+    std::thread reader([&] {
+        while (!done) {
+            for (const std::uint64_t hash : held) {
+                misses += filter.mayHold(hash) ? 0 : 1;
+            }
+            ++asked;
+        }
+    });
+    // As long as it takes for the two to have met many times.
+    for (std::uint64_t round = 1; round <= 2000 || asked < 200; ++round) {
+        std::vector<std::uint64_t> hashes = held;
+        hashes.push_back(round * 0x9E3779B97F4A7C15U);
+        filter.renew(hashes);
     }
     done = true;
     reader.join();

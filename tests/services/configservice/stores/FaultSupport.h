@@ -1,7 +1,6 @@
 #pragma once
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -9,6 +8,7 @@
 #include <random>
 
 #include "StoreTestSupport.h"
+#include "support/ForkedChild.h"
 
 /// Full disks and sudden ends, for the tests of what is written.
 namespace storetests {
@@ -38,36 +38,27 @@ private:
 using PersistRound = std::function<void(int round)>;
 
 /// Persists round after round and acknowledges each one, until it is killed.
-[[noreturn]] inline void persistForEver(const PersistRound& persist, int acknowledgements) {
+inline int persistForEver(const PersistRound& persist, int acknowledgements) {
     for (int round = 0;; ++round) {
         persist(round);
         if (::write(acknowledgements, &round, sizeof round) != sizeof round) {
-            ::_exit(1);
+            return 1;
         }
     }
 }
 
 /// Lets a child persist the given number of rounds and kills it. @return the last acknowledged round.
 inline int persistAndKill(const PersistRound& persist, int rounds, std::mt19937& random) {
-    int pipe[2];
-    EXPECT_EQ(::pipe(pipe), 0);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        ::close(pipe[0]);
-        persistForEver(persist, pipe[1]);
-    }
-    ::close(pipe[1]);
+    support::ForkedChild child([&](int channel) { return persistForEver(persist, channel); });
     int acknowledged = -1;
-    while (acknowledged + 1 < rounds && ::read(pipe[0], &acknowledged, sizeof acknowledged) > 0) {
+    while (acknowledged + 1 < rounds && ::read(child.channel(), &acknowledged, sizeof acknowledged) > 0) {
     }
     // Work of random length lets the kill fall at different places of the next write.
     random.discard(std::uniform_int_distribution(0u, 200000u)(random));
-    ::kill(child, SIGKILL);
-    ::waitpid(child, nullptr, 0);
-    for (int late = 0; ::read(pipe[0], &late, sizeof late) == sizeof late;) {
+    child.end();
+    for (int late = 0; ::read(child.channel(), &late, sizeof late) == sizeof late;) {
         acknowledged = late;
     }
-    ::close(pipe[0]);
     return acknowledged;
 }
 

@@ -1,12 +1,10 @@
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <functional>
 
 #include "StoreTestSupport.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
+#include "support/ForkedChild.h"
 
 namespace storetests {
 namespace {
@@ -31,15 +29,12 @@ bool isOneState(ConfigStore& store) {
 
 /// Runs the work in this process and in another at the same time. @return whether the other one did it all.
 bool runTwice(const std::function<void(const std::wstring& writer)>& work) {
-    const pid_t child = ::fork();
-    if (child == 0) {
+    support::ForkedChild child([&](int) {
         work(L"child");
-        ::_exit(0);
-    }
+        return 0;
+    });
     work(L"parent");
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return child.wait() == 0;
 }
 
 using TwoProcesses = StoreTest;

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "ConfigStoreConstants.h"
-#include "chain/ConfigKeyAliasesMapper.h"
 #include "quill/StringUtils.h"
 #include "tessel/TesselLogger.h"
 
@@ -14,10 +13,9 @@ TesselLogger* logger() {
     return instance;
 }
 
-bool findOtherName(const ConfigMap& names, const std::wstring& key, std::wstring& otherName) {
-    const auto found = names.find(key);
-    otherName = found != names.end() ? found->second : std::wstring();
-    return found != names.end();
+bool giveName(const std::wstring* name, std::wstring& otherName) {
+    otherName = name != nullptr ? *name : std::wstring();
+    return name != nullptr;
 }
 
 std::wstring describeRoad(const KeyResolver::Lookup& lookup) {
@@ -36,19 +34,7 @@ std::wstring describeRoad(const KeyResolver::Lookup& lookup) {
 }  // namespace
 
 ConfigStoreManager::ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory)
-    : ConfigStoreManager(std::move(factory), readTables()) {}
-
-ConfigStoreManager::ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory, Tables tables)
-    : factory_(std::move(factory)),
-      aliasMap_(std::move(tables.aliasMap)),
-      legacyMap_(std::move(tables.legacyMap)),
-      renamedKeys_(aliasMap_, legacyMap_) {}
-
-ConfigStoreManager::Tables ConfigStoreManager::readTables() {
-    Tables tables;
-    ConfigKeyAliasesMapper::GetConfigKeyAliases(tables.aliasMap, tables.legacyMap);
-    return tables;
-}
+    : factory_(std::move(factory)), renamedKeys_(RenamedKeys::read()) {}
 
 bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, bool skipLocal) {
     const StoreChain::Lock lock(chain_);
@@ -111,11 +97,11 @@ bool ConfigStoreManager::getOriginalValueFromStores(const std::wstring& key, std
 }
 
 bool ConfigStoreManager::isKeyAlias(const std::wstring& key, std::wstring& currentKey) const {
-    return findOtherName(aliasMap_, key, currentKey);
+    return giveName(renamedKeys_.currentNameOf(FoldedKey(key)), currentKey);
 }
 
 bool ConfigStoreManager::hasKeyAlias(const std::wstring& key, std::wstring& oldKey) const {
-    return findOtherName(legacyMap_, key, oldKey);
+    return giveName(renamedKeys_.oldNameOf(FoldedKey(key)), oldKey);
 }
 
 bool ConfigStoreManager::isKeySensitive(const std::wstring& key) {

@@ -82,7 +82,7 @@ public:
                                             const std::shared_ptr<ConfigStore>& b);
 
     /// The alias table: old key to current key. Constant.
-    const ConfigMap& getAliasMap() const { return aliasMap_; }
+    const ConfigMap& getAliasMap() const { return renamedKeys_.currentNames(); }
 
     /// The stores in chain order at this moment.
     std::vector<std::shared_ptr<ConfigStore>> getStores();
@@ -214,14 +214,6 @@ public:
     static bool parseUrlProvisioningData(const std::wstring& url, ConfigMap& values);
 
 private:
-    struct Tables {
-        ConfigMap aliasMap;
-        ConfigMap legacyMap;
-    };
-
-    static Tables readTables();
-    ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory, Tables tables);
-
     /// Over the chain as it stands, for the life of the lock.
     KeyResolver resolver(const StoreChain::Lock& lock) { return KeyResolver(chain_.searchList(lock), renamedKeys_); }
     void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, bool skipLocal);
@@ -243,7 +235,5 @@ private:
     SensitiveKeySet sensitiveKeys_ TESSEL_GUARDED_BY(sensitiveKeysMutex_);
     std::set<ConfigStoreManager_Observer*> observers_ TESSEL_GUARDED_BY(observersMutex_);
     const std::shared_ptr<UnifiedFactory> factory_;
-    const ConfigMap aliasMap_;
-    const ConfigMap legacyMap_;
     const RenamedKeys renamedKeys_;
 };

@@ -30,8 +30,12 @@ public:
     /// True if so many keys were added that the answers have become vague; renew() then.
     bool isFull() const { return added_ > KEYS_OF_A_WORD * all_.back()->size(); }
 
-    /// Begins anew with these keys, and with room for as many again.
+    /// Begins anew with these keys, and with room for as many again. Whoever asks meanwhile for one of these keys that
+    /// was held before is told "maybe". Never gives room back.
     void renew(const std::vector<std::uint64_t>& hashes);
+
+    /// The memory of all its words, those that are no longer in use as well.
+    std::size_t bytes() const;
 
 private:
     using Words = std::vector<std::atomic<std::uint64_t>>;
@@ -44,10 +48,10 @@ private:
                std::uint64_t{1} << (hash >> 46U & 63U);
     }
 
-    void addTo(Words& words, std::uint64_t hash);
+    void fill(Words& words, const std::vector<std::uint64_t>& hashes);
 
     /// Those that are no longer in use stay to the end, since a reader may be looking at one. Each is twice as large as
-    /// the one before, or larger, unless ever new keys take the place of others.
+    /// the one before, or larger, so that together they are never twice the last one.
     std::vector<std::unique_ptr<Words>> all_;
     std::atomic<Words*> words_;
     std::size_t added_ = 0;

@@ -4,18 +4,6 @@
 
 #include "chain/DisableP2PCallOnFips.h"
 
-struct KeyResolver::Copies {
-    SearchList stores;
-    RenamedKeys names;
-};
-
-KeyResolver::KeyResolver(const StoreList& stores, const ConfigMap& aliasMap, const ConfigMap& legacyMap)
-    : KeyResolver(std::shared_ptr<const Copies>(
-          new Copies{SearchList(stores.begin(), stores.end()), RenamedKeys(aliasMap, legacyMap)})) {}
-
-KeyResolver::KeyResolver(std::shared_ptr<const Copies> copies)
-    : copies_(std::move(copies)), stores_(copies_->stores), names_(copies_->names) {}
-
 void KeyResolver::lookUpExactly(const FoldedKey& key, bool skipLocal, Answer& answer) const {
     answer.found = false;
     for (const SearchedStore& store : stores_) {

@@ -1,14 +1,11 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 
-#include "chain/ConfigMap.h"
 #include "chain/FoldedKey.h"
 #include "chain/RenamedKeys.h"
 #include "chain/SearchedStore.h"
-#include "chain/StoreChain.h"
 
 /// The rules by which a chain of stores answers for a key: pure functions over a list of stores and the two alias
 /// tables, without a lock, a log or an observer. The stores are asked, and nothing is kept.
@@ -76,9 +73,6 @@ public:
 
     KeyResolver(const SearchList& stores, const RenamedKeys& names) : stores_(stores), names_(names) {}
 
-    /// The same over copies of its own.
-    KeyResolver(const StoreList& stores, const ConfigMap& aliasMap, const ConfigMap& legacyMap);
-
     /// Asks the stores in order for exactly this key; the first that has it wins.
     /// @param skipLocal true: only the read-only stores are asked.
     void lookUpExactly(const FoldedKey& key, bool skipLocal, Answer& answer) const;
@@ -100,11 +94,6 @@ public:
     Resolution resolve(const std::wstring& key) const;
 
 private:
-    struct Copies;
-
-    explicit KeyResolver(std::shared_ptr<const Copies> copies);
-
-    const std::shared_ptr<const Copies> copies_;
     const SearchList& stores_;
     const RenamedKeys& names_;
 };

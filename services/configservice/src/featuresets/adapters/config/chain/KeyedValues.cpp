@@ -84,15 +84,16 @@ void KeyedValues::insert(std::uint64_t hash, Entry& entry) {
     }
 }
 
+/// Of a key that is in no slot, so that the first one without an entry is its own: a search goes past no free slot.
 void KeyedValues::enter(std::uint64_t hash, Entry& entry) {
     const std::size_t mask = tags_.size() - 1;
     std::size_t slot = hash >> 8U & mask;
-    while (tags_[slot] != FREE) {
+    while (tags_[slot] != FREE && tags_[slot] != ERASED) {
         slot = (slot + 1) & mask;
     }
+    used_ += tags_[slot] == FREE ? 1 : 0;
     tags_[slot] = tagOf(hash);
     entries_[slot] = &entry;
-    ++used_;
 }
 
 /// Builds the hash table anew with room for half as many again.

@@ -1,15 +1,32 @@
 #pragma once
 
+#include <utility>
+
+#include "chain/ConfigKeyAliasesMapper.h"
 #include "chain/KeyedValues.h"
 
-/// The two tables of renamed keys, as lookups ask them.
+/// The two tables of renamed keys, as lookups ask them. Constant; any thread, without a lock.
 class RenamedKeys {
 public:
     /// @param aliasMap old name to current name. @param legacyMap current name to old name.
-    RenamedKeys(const ConfigMap& aliasMap, const ConfigMap& legacyMap) {
-        current_.exchange(aliasMap);
-        old_.exchange(legacyMap);
+    RenamedKeys(ConfigMap aliasMap, ConfigMap legacyMap) {
+        current_.exchange(std::move(aliasMap));
+        old_.exchange(std::move(legacyMap));
     }
+
+    /// Those of the one table there is, ConfigKeyAliasesMapper's.
+    static RenamedKeys read() {
+        ConfigMap aliasMap;
+        ConfigMap legacyMap;
+        ConfigKeyAliasesMapper::GetConfigKeyAliases(aliasMap, legacyMap);
+        return RenamedKeys(std::move(aliasMap), std::move(legacyMap));
+    }
+
+    /// Old name to current name.
+    const ConfigMap& currentNames() const { return current_.map(); }
+
+    /// Current name to old name.
+    const ConfigMap& oldNames() const { return old_.map(); }
 
     /// The current name of an old one; null for any other key.
     const std::wstring* currentNameOf(const FoldedKey& key) const {

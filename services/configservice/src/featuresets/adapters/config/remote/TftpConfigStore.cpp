@@ -4,7 +4,6 @@
 
 #include "ConfigFeatureSet.h"
 #include "ConfigStoreConstants.h"
-#include "chain/DisableP2PCallOnFips.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 
@@ -58,19 +57,11 @@ bool TftpConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
                   "TftpConfigStore::getValue() currentQueryState is not FINISHED - Current State: " +
                       std::to_string(state));
     }
-    if (!filter_.mayHold(key.hash())) {
-        value.clear();
-        return false;
+    if (!filter_.mayHold(key.hash()) || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
+        return answer(nullptr, key, value);
     }
     const tessel::ScopedLock lock(valuesMutex_);
-    const std::wstring* const found = configValues_.find(key);
-    if (found == nullptr || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
-        value.clear();
-        return false;
-    }
-    value = *found;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
-    return true;
+    return answer(configValues_.find(key), key, value);
 }
 
 bool TftpConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {

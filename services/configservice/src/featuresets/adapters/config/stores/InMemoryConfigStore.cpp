@@ -1,7 +1,6 @@
 #include "stores/InMemoryConfigStore.h"
 
 #include "ConfigStoreConstants.h"
-#include "chain/DisableP2PCallOnFips.h"
 #include "tessel/TesselLogger.h"
 
 namespace {
@@ -21,18 +20,10 @@ bool InMemoryConfigStore::getValue(const std::wstring& key, std::wstring& value)
 
 bool InMemoryConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     if (!filter_.mayHold(key.hash())) {
-        value.clear();
-        return false;
+        return answer(nullptr, key, value);
     }
     const tessel::ScopedLock lock(mutex_);
-    const std::wstring* const found = values_.find(key);
-    if (found == nullptr) {
-        value.clear();
-        return false;
-    }
-    value = *found;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
-    return true;
+    return answer(values_.find(key), key, value);
 }
 
 bool InMemoryConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {

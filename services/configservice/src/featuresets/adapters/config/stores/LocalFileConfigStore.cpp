@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "ConfigStoreConstants.h"
-#include "chain/DisableP2PCallOnFips.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 #include "tessel/TesselLogger.h"
@@ -84,18 +83,10 @@ bool LocalFileConfigStore::getValue(const std::wstring& key, std::wstring& value
 
 bool LocalFileConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     if (!filter_.mayHold(key.hash())) {
-        value.clear();
-        return false;
+        return answer(nullptr, key, value);
     }
     tessel::ScopedLock lock(mutex_);
-    const std::wstring* const found = values_.find(key);
-    if (found == nullptr) {
-        value.clear();
-        return false;
-    }
-    value = *found;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
-    return true;
+    return answer(values_.find(key), key, value);
 }
 
 bool LocalFileConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {

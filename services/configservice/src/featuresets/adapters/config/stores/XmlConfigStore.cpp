@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "ConfigStoreConstants.h"
-#include "chain/DisableP2PCallOnFips.h"
 #include "xml/XmlConfigParser.h"
 
 XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath,
@@ -17,43 +16,29 @@ XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isL
     }
 }
 
-bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) {
-    tessel::ScopedReadLock lock(lock_);
-    return lookUp(FoldedKey(key), value);
-}
+bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) { return lookUp(FoldedKey(key), value); }
 
 bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
-    if (!filter_.mayHold(key.hash())) {
-        value.clear();
-        return false;
+    if (!filter_.mayHold(key.hash()) || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
+        return answer(nullptr, key, value);
     }
-    tessel::ScopedLock valuesLock(valuesMutex_);
-    const std::wstring* const found = values_.find(key);
-    if (found == nullptr || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
-        value.clear();
-        return false;
-    }
-    value = *found;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key.text(), value);
-    return true;
+    const tessel::ScopedLock lock(valuesMutex_);
+    return answer(values_.find(key), key, value);
 }
 
 bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
-    tessel::ScopedWriteLock lock(lock_);
-    tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock lock(valuesMutex_);
     values_.set(FoldedKey(key), value);
     return true;
 }
 
 std::vector<std::wstring> XmlConfigStore::getKeys() {
-    tessel::ScopedReadLock lock(lock_);
-    tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock lock(valuesMutex_);
     return values_.keys();
 }
 
 bool XmlConfigStore::removeValue(const std::wstring& key) {
-    tessel::ScopedReadLock lock(lock_);
-    tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock lock(valuesMutex_);
     return values_.erase(FoldedKey(key));
 }
 

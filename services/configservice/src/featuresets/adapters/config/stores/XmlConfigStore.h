@@ -7,7 +7,6 @@
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
 #include "tessel/Mutex.h"
-#include "tessel/RWLock.h"
 
 /// A read-only store whose values come from one configuration document, read once, at construction. A file that is
 /// missing or broken leaves an empty store; the parser logs why. A later change of the file is not noticed.
@@ -54,9 +53,6 @@ protected:
 
 private:
     const std::string filePath_;
-    mutable tessel::RWLock lock_;
-    // Leaf lock of the values: removeValue() does with the read lock of the other one, and lookups of the chain
-    // without.
     mutable tessel::Mutex valuesMutex_;
     KeyFilter filter_;
     KeyedValues values_ TESSEL_GUARDED_BY(valuesMutex_){filter_};

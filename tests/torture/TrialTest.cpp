@@ -1,0 +1,41 @@
+#include <gtest/gtest-spi.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "Trial.h"
+#include "fakes/TemporaryDirectory.h"
+#include "simulation/Sanitized.h"
+
+namespace torture {
+namespace {
+
+TEST(Trial, TriesNothingMoreOnceSomethingWasLost) {
+    const fakes::TemporaryDirectory directory;
+    Trial trial("trial", "tries", 200, 200);
+    EXPECT_TRUE(trial.nextRound());
+    EXPECT_NONFATAL_FAILURE(trial.lost("a value is gone", directory.path()), "a value is gone");
+    EXPECT_FALSE(trial.nextRound());
+    for (int time = 0; time < 1000; ++time) {
+        ASSERT_FALSE(trial.picks(1, 1));
+    }
+}
+
+int picksOf(std::uint64_t wanted, std::uint64_t all) {
+    Trial trial("trial", "tries");
+    int picked = 0;
+    for (int time = 0; time < 10000; ++time) {
+        picked += trial.picks(wanted, all) ? 1 : 0;
+    }
+    return picked;
+}
+
+TEST(Trial, PicksAboutAsManyAsAreWantedAndATenthWithASanitizer) {
+    const int tenths = static_cast<int>(simulation::sequences(10));
+    EXPECT_NEAR(picksOf(50, 100), 500 * tenths, 400);
+    EXPECT_NEAR(picksOf(1, 1), 1000 * tenths, 400);
+    EXPECT_NEAR(picksOf(1, 0), 1000 * tenths, 400) << "of none all there are";
+}
+
+}  // namespace
+}  // namespace torture
