@@ -10,6 +10,7 @@
 #include "explaining/ExplanationAnswers.h"
 #include "inspecting/ApiRequests.h"
 #include "inspecting/WriteRemarks.h"
+#include "journal/History.h"
 #include "journal/JournalText.h"
 #include "quill/StringUtils.h"
 #include "reading/KeyNames.h"
@@ -131,16 +132,14 @@ Json Inspector::keys(const ApiRequest&) {
 Json Inspector::explain(const ApiRequest& request) { return answers::explanationObject(look_.explain(keyIn(request))); }
 
 Json Inspector::history(const ApiRequest& request) {
-    const std::string key = keyIn(request);
-    const std::wstring name = KeyNames().currentName(QuillCoreUtils::toWideString(key));
+    const std::wstring asked = KeyNames().currentName(QuillCoreUtils::toWideString(keyIn(request)));
+    const auto isAsked = [&asked](const std::wstring& key) {
+        return QuillCoreUtils::caseInsensitiveStringEquals(key, asked);
+    };
     Json changes = Json::array();
-    for (const JournalBatch& batch : journal_.since(0).batches) {
+    for (const JournalBatch& batch : historyOf(journal_.since(0).batches, isAsked, reveal_)) {
         for (const JournalChange& change : batch.changes) {
-            const bool isOfKey =
-                QuillCoreUtils::caseInsensitiveStringEquals(QuillCoreUtils::toWideString(change.key), name);
-            if (isOfKey && batch.cause != Cause::Start) {
-                changes.push_back(journaltext::object(batch, change));
-            }
+            changes.push_back(journaltext::object(batch, change));
         }
     }
     return {{"changes", std::move(changes)}};

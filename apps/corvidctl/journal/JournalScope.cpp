@@ -35,6 +35,7 @@ JournalScope::JournalScope(Session& session, ChangeJournal& journal, LiveWatcher
                 }
             });
         watcher_->setWorkListener([this] { recorder_.endWork(); });
+        watcher_->setSecretListener([&journal](const std::wstring& key) { journal.hide(key); });
         watcher_->start();
     });
 }

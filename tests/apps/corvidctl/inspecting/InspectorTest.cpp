@@ -323,6 +323,40 @@ TEST_F(Inspected, NeverTellsASecret) {
     }
 }
 
+TEST_F(Inspected, TellsNothingOfWhatAKeyWasBeforeItBecameASecret) {
+    const auto client = served();
+    client->post("set", {{"key", "OnlyMine"}, {"value", "once-harmless"}});
+    client->post("unset", {{"key", "OnlyMine"}});
+    const std::uint64_t last = client->get("batches").at("last");
+    rewrite("<c><g><OnlyMine sensitive=\"true\">of-the-server</OnlyMine></g></c>");
+    client->post("fetch", json::object(), 202);
+    client->waitForCycles(2);
+    std::string all = client->get("batches").dump() + client->get("history", {{"key", "OnlyMine"}}).dump();
+    for (const ServerEvent& event : client->inspector().eventsSince(1)) {
+        all += event.json;
+    }
+    EXPECT_GT(client->get("batches").at("last"), last);
+    EXPECT_THAT(all, HasSubstr("VALUE_HIDDEN"));
+    EXPECT_THAT(all, testing::Not(HasSubstr("once-harmless")));
+    EXPECT_THAT(all, testing::Not(HasSubstr("of-the-server")));
+}
+
+TEST_F(Inspected, TellsTheHistoryOfAKeyThatIsAskedForByItsOldName) {
+    const auto client = alone();
+    client->post("set", {{"key", "TFTPPrimaryServer"}, {"value", "192.0.2.7"}});
+    const json history = client->get("history", {{"key", "tftpserver1"}});
+    ASSERT_EQ(history.at("changes").size(), 1U);
+    EXPECT_EQ(history.at("changes")[0].at("key"), "TFTPPrimaryServer");
+    EXPECT_EQ(history.at("changes")[0].at("newValue"), "192.0.2.7");
+}
+
+TEST_F(Inspected, TellsNoChangeWhereAStoreTakesOverFromItsCopy) {
+    served()->finish();
+    const auto client = served();
+    EXPECT_THAT(client->get("batches").dump(), HasSubstr("\"oldStore\":\"cachedTFTPConfigStore.xml\""));
+    EXPECT_EQ(client->get("history", {{"key", "LaunchOnSystemStartup"}}).at("changes"), json::array());
+}
+
 TEST_F(Inspected, RevealsSecretsWhereItIsTold) {
     name(PLAIN_PROFILE);
     Invocation revealing = invocation();
