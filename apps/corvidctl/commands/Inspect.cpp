@@ -35,14 +35,13 @@ void serve(const Invocation& invocation, Interruption& interruption, Inspector& 
     WebServer::Options options;
     options.port = invocation.webPort;
     WebServer server(options, inspector);
-    outlet.tellTo([&server](const ServerEvent& event) { server.send(event); });
+    const OutletScope telling(outlet, [&server](const ServerEvent& event) { server.send(event); });
     printLink(invocation, server, output);
     std::unique_ptr<Browser> browser;
     if (invocation.open) {
         browser = std::make_unique<Browser>(server.link(), interruption, complain);
     }
     inspector.run();
-    outlet.tellTo({});
 }
 
 }  // namespace

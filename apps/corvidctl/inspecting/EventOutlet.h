@@ -4,6 +4,7 @@
 #include <mutex>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <utility>
 
 #include "output/MachineText.h"
 #include "web/Api.h"
@@ -23,6 +24,20 @@ public:
 private:
     mutable std::mutex mutex_;
     Sink sink_;  ///< under mutex_, and called under it
+};
+
+/// While this lives, an outlet tells a sink that goes away later, however the scope ends.
+class OutletScope {
+public:
+    /// @param outlet must outlive this. @param sink as that of tellTo(); it must outlive this, too.
+    OutletScope(EventOutlet& outlet, EventOutlet::Sink sink) : outlet_(outlet) { outlet_.tellTo(std::move(sink)); }
+    ~OutletScope() { outlet_.tellTo({}); }
+
+    OutletScope(const OutletScope&) = delete;
+    OutletScope& operator=(const OutletScope&) = delete;
+
+private:
+    EventOutlet& outlet_;
 };
 
 /// @param id of a batch; 0: none.
