@@ -7,6 +7,7 @@
 #include "output/InterruptibleOutput.h"
 #include "session/Browser.h"
 #include "session/Interruption.h"
+#include "session/QuietStart.h"
 #include "web/WebServer.h"
 
 #include <functional>
@@ -62,7 +63,8 @@ int runInspect(const Invocation& invocation, Output& output) {
     if (invocation.journal) {
         keeper.writeTo(*invocation.journal, complain);
     }
-    Inspector inspector(invocation, interruption, journal, outlet);
+    Inspector inspector(startQuietly<StartedClient>(invocation, interruption, output), invocation, interruption,
+                        journal, outlet);
     serve(invocation, interruption, inspector, outlet, complain, output);
     const std::string lostCopy = inspector.lostCopy();
     if (!lostCopy.empty()) {

@@ -6,11 +6,10 @@
 #include "journal/ChangePrinter.h"
 #include "journal/JournalKeeper.h"
 #include "journal/JournalScope.h"
-#include "output/DescriptorStream.h"
 #include "output/InterruptibleOutput.h"
 #include "output/ProgressLine.h"
-#include "session/ExitOnInterruption.h"
 #include "session/Interruption.h"
+#include "session/QuietStart.h"
 #include "session/Session.h"
 
 #include <unistd.h>
@@ -22,17 +21,6 @@
 namespace corvidctl {
 
 namespace {
-
-/// Nothing is to be told of a watch that ends before it has begun.
-std::unique_ptr<Session> startSession(const Invocation& invocation, const Interruption& interruption, Output& output) {
-    const auto clear = [&output] {
-        if (output.descriptor != nullptr) {
-            output.descriptor->announceWriting();
-        }
-    };
-    const ExitOnInterruption exit(interruption, Status::Done, clear);
-    return std::make_unique<Session>(invocation);
-}
 
 ValueView storedVersion(Session& session) {
     ValueView version;
@@ -88,7 +76,7 @@ int runWatch(const Invocation& invocation, Output& output) {
     }
 
     printer.printHeadings();
-    const std::unique_ptr<Session> started = startSession(invocation, interruption, output);
+    const std::unique_ptr<Session> started = startQuietly<Session>(invocation, interruption, output);
     Session& session = *started;
     const ValueView version = storedVersion(session);
     JournalScope watch(session, journal, [&printer](const ChangeView& change) { printer.tell(change); });

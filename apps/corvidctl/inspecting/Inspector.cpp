@@ -62,13 +62,13 @@ const std::vector<Inspector::Route>& Inspector::routes() {
     return routes;
 }
 
-Inspector::Inspector(const Invocation& invocation, Interruption& interruption, ChangeJournal& journal,
-                     EventOutlet& outlet)
+Inspector::Inspector(std::unique_ptr<StartedClient> started, const Invocation& invocation, Interruption& interruption,
+                     ChangeJournal& journal, EventOutlet& outlet)
     : configDirectory_(invocation.host.configDirectory),
       reveal_(invocation.reveal),
       journal_(journal),
       news_(interruption, outlet),
-      client_(invocation, interruption, journal, [this] { news_.chainHasChanged(); }),
+      client_(std::move(started), configDirectory_, interruption, journal, [this] { news_.chainHasChanged(); }),
       look_(client_, configDirectory_, reveal_),
       writes_(client_, configDirectory_) {}
 

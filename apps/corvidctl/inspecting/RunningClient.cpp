@@ -20,17 +20,18 @@ ValueView storedVersion(Session& session) {
 
 }  // namespace
 
-RunningClient::RunningClient(const Invocation& invocation, Interruption& interruption, ChangeJournal& journal,
-                             std::function<void()> onChange)
-    : configDirectory_(invocation.host.configDirectory),
-      files_(invocation.host),
-      journal_(journal),
-      session_(invocation),
-      versionBefore_(storedVersion(session_)),
-      scope_(session_, journal, [tell = std::move(onChange)](const ChangeView&) { tell(); }),
-      remote_(session_, interruption) {
-    files_.noteStarted();
+StartedClient::StartedClient(const Invocation& invocation) : files(invocation.host), session(invocation) {
+    files.noteStarted();
 }
+
+RunningClient::RunningClient(std::unique_ptr<StartedClient> started, std::string configDirectory,
+                             Interruption& interruption, ChangeJournal& journal, std::function<void()> onChange)
+    : configDirectory_(std::move(configDirectory)),
+      journal_(journal),
+      started_(std::move(started)),
+      versionBefore_(storedVersion(session())),
+      scope_(session(), journal, [tell = std::move(onChange)](const ChangeView&) { tell(); }),
+      remote_(session(), interruption) {}
 
 void RunningClient::startRemote() {
     const std::lock_guard lock(mutex_);
@@ -47,7 +48,7 @@ bool RunningClient::fetchAgain() {
 void RunningClient::noteDelivered() {
     const DownloadJournal::Snapshot downloads = remote_.downloads();
     const FetchView fetched = summarise(downloads, versionBefore_, false);
-    std::string lost = fetched.ok ? copyThatIsNotKept(session_) : std::string();
+    std::string lost = fetched.ok ? copyThatIsNotKept(session()) : std::string();
     if (fetched.ok && lost.empty()) {
         noteDelivery(configDirectory_, downloads, fetched);
     }
@@ -63,8 +64,7 @@ std::string RunningClient::lostCopy() const {
 bool RunningClient::finish() {
     remote_.stop();
     scope_.stop();
-    const bool isOnDisk = session_.finish();
-    return isOnDisk;
+    return session().finish();
 }
 
 }  // namespace corvidctl

@@ -13,7 +13,8 @@ InspectedClient::InspectedClient(const Invocation& invocation)
               [this](const JournalBatch& batch) {
                   outlet_.send(eventOf("batch", journaltext::object(batch), batch.number));
               }),
-      inspector_(std::make_unique<Inspector>(invocation, interruption_, journal_, outlet_)) {
+      inspector_(std::make_unique<Inspector>(std::make_unique<StartedClient>(invocation), invocation, interruption_,
+                                             journal_, outlet_)) {
     outlet_.tellTo([this](const ServerEvent& event) {
         const std::lock_guard lock(mutex_);
         events_.push_back(event);
