@@ -350,6 +350,15 @@ TEST_F(Inspected, TellsTheHistoryOfAKeyThatIsAskedForByItsOldName) {
     EXPECT_EQ(history.at("changes")[0].at("newValue"), "192.0.2.7");
 }
 
+TEST_F(Inspected, SaysThatAValueUnderTheCurrentNameComesFirst) {
+    const auto client = alone();
+    client->post("set", {{"key", "TFTPPrimaryServer"}, {"value", "192.0.2.7"}});
+    const json answer = client->post("set", {{"key", "TftpServer1"}, {"value", "192.0.2.8"}});
+    EXPECT_THAT(answer.at("remarks"),
+                testing::ElementsAre("It still reads as \"192.0.2.7\".",
+                                     "What the store holds under TFTPPrimaryServer comes first."));
+}
+
 TEST_F(Inspected, TellsNoChangeWhereAStoreTakesOverFromItsCopy) {
     served()->finish();
     const auto client = served();
