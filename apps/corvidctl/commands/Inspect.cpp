@@ -1,4 +1,5 @@
 #include "commands/Commands.h"
+#include "fetching/KeptCopy.h"
 #include "inspecting/EventOutlet.h"
 #include "inspecting/InspectingAnswers.h"
 #include "inspecting/Inspector.h"
@@ -68,7 +69,7 @@ int runInspect(const Invocation& invocation, Output& output) {
     serve(invocation, interruption, inspector, outlet, complain, output);
     const std::string lostCopy = inspector.lostCopy();
     if (!lostCopy.empty()) {
-        complain("the copy for the next start could not be written: " + lostCopy);
+        complain(sentenceOnLostCopy(lostCopy));
     }
     const bool isOnDisk = inspector.finish();
     if (!isOnDisk) {

@@ -2,23 +2,10 @@
 
 #include <utility>
 
-#include "ConfigStoreConstants.h"
 #include "fetching/FetchReport.h"
 #include "fetching/KeptCopy.h"
 
 namespace corvidctl {
-
-namespace {
-
-ValueView storedVersion(Session& session) {
-    ValueView version;
-    session.work([&version](Session::Inside& inside) {
-        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
-    });
-    return version;
-}
-
-}  // namespace
 
 StartedClient::StartedClient(const Invocation& invocation) : files(invocation.host), session(invocation) {
     files.noteStarted();
@@ -48,10 +35,7 @@ bool RunningClient::fetchAgain() {
 void RunningClient::noteDelivered() {
     const DownloadJournal::Snapshot downloads = remote_.downloads();
     const FetchView fetched = summarise(downloads, versionBefore_, false);
-    std::string lost = fetched.ok ? copyThatIsNotKept(session()) : std::string();
-    if (fetched.ok && lost.empty()) {
-        noteDelivery(configDirectory_, downloads, fetched);
-    }
+    std::string lost = corvidctl::noteDelivery(session(), configDirectory_, downloads, fetched);
     const std::lock_guard lock(mutex_);
     lostCopy_ = std::move(lost);
 }
