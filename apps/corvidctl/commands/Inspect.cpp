@@ -37,7 +37,11 @@ void serve(const Invocation& invocation, Interruption& interruption, Inspector& 
     WebServer::Options options;
     options.port = invocation.webPort;
     WebServer server(options, inspector);
-    const OutletScope telling(outlet, [&server](const ServerEvent& event) { server.send(event); });
+    const OutletScope telling(outlet, [&server](const EventOutlet::Event& event) {
+        if (server.isHeard()) {
+            server.send(event());
+        }
+    });
     printLink(invocation, server, output);
     std::unique_ptr<Browser> browser;
     if (invocation.open) {
@@ -59,7 +63,7 @@ int runInspect(const Invocation& invocation, Output& output) {
     EventOutlet outlet;
     ChangeJournal journal(invocation.reveal);
     JournalKeeper keeper(journal, [&outlet](const JournalBatch& batch) {
-        outlet.send(eventOf("batch", journaltext::object(batch), batch.number));
+        outlet.send([&batch] { return eventOf("batch", journaltext::object(batch), batch.number); });
     });
     if (invocation.journal) {
         keeper.writeTo(*invocation.journal, complain);

@@ -14,12 +14,15 @@ namespace corvidctl {
 /// Where events for the pages go in. Any thread.
 class EventOutlet {
 public:
-    using Sink = std::function<void(const ServerEvent&)>;
+    /// Makes an event, for whom somebody listens.
+    using Event = std::function<ServerEvent()>;
+    using Sink = std::function<void(const Event&)>;
 
-    /// @param sink must not wait for anybody; empty: events go nowhere. None is under way any more when this returns.
+    /// @param sink takes the event if anybody is to be told of it; must not wait for anybody; empty: events go nowhere.
+    /// None is under way any more when this returns.
     void tellTo(Sink sink);
 
-    void send(const ServerEvent& event) const;
+    void send(const Event& event) const;
 
 private:
     mutable std::mutex mutex_;
