@@ -9,8 +9,6 @@ namespace corvidctl::answers {
 
 namespace {
 
-Json textOrNull(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
-
 Json timeOrNull(const StoreOrigin& origin) { return origin.time ? Json(isoTime(*origin.time)) : Json(nullptr); }
 
 Json toJson(const KeyLayer& layer) {
