@@ -64,13 +64,13 @@ const std::vector<Inspector::Route>& Inspector::routes() {
 
 Inspector::Inspector(std::unique_ptr<StartedClient> started, const Invocation& invocation, Interruption& interruption,
                      ChangeJournal& journal, EventOutlet& outlet)
-    : configDirectory_(invocation.host.configDirectory),
-      reveal_(invocation.reveal),
+    : reveal_(invocation.reveal),
       journal_(journal),
       news_(interruption, outlet),
-      client_(std::move(started), configDirectory_, interruption, journal, [this] { news_.chainHasChanged(); }),
-      look_(client_, configDirectory_, reveal_),
-      writes_(client_, configDirectory_) {}
+      client_(std::move(started), invocation.host.configDirectory, interruption, journal,
+              [this] { news_.chainHasChanged(); }),
+      look_(client_, reveal_),
+      writes_(client_) {}
 
 ApiAnswer Inspector::answer(const ApiRequest& request) {
     const auto isAt = [&request](const Route& route) { return route.path == request.path; };
@@ -116,7 +116,7 @@ void Inspector::run() {
 
 Json Inspector::about(const ApiRequest&) {
     return {{"version", CORVID_VERSION},
-            {"configDirectory", configDirectory_},
+            {"configDirectory", client_.configDirectory()},
             {"reveal", reveal_},
             {"process", getpid()},
             {"started", journaltext::timeText(started_)}};
@@ -181,7 +181,7 @@ Json Inspector::unset(const ApiRequest& request) { return writeAnswer(writes_.er
 Json Inspector::writeAnswer(const UserWriteView& view) {
     news_.chainHasChanged();  // a value that does not win is news, too
     Json json = answers::userWriteObject(view);
-    json["remarks"] = remarksOn(view, configDirectory_, reveal_);
+    json["remarks"] = remarksOn(view, client_.configDirectory(), reveal_);
     return json;
 }
 

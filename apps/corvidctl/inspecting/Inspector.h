@@ -60,7 +60,6 @@ private:
     Json fetch(const ApiRequest& request);
     Json writeAnswer(const UserWriteView& view);
 
-    const std::string configDirectory_;
     const bool reveal_;
     const std::chrono::system_clock::time_point started_ = std::chrono::system_clock::now();
     const ChangeJournal& journal_;

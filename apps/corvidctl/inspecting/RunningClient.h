@@ -55,6 +55,7 @@ public:
     /// Path of the copy for the next start, if that could not be written.
     std::string lostCopy() const;
 
+    const std::string& configDirectory() const { return configDirectory_; }
     Session& session() { return started_->session; }
     JournalScope& scope() { return scope_; }
     const ChangeJournal& journal() const { return journal_; }
