@@ -2,13 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "journal/JournalText.h"
 
 using namespace corvidctl;
 using nlohmann::json;
 
-InspectedClient::InspectedClient(const Invocation& invocation)
-    : journal_(invocation.reveal),
+InspectedClient::InspectedClient(const Invocation& invocation, ChangeJournal::Limits limits)
+    : journal_(invocation.reveal, limits, std::chrono::system_clock::now),
       keeper_(journal_,
               [this](const JournalBatch& batch) {
                   outlet_.send([&batch] { return eventOf("batch", journaltext::object(batch), batch.number); });

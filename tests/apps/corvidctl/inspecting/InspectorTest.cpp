@@ -200,6 +200,23 @@ TEST_F(Inspected, TellsAPageThatComesBackWhatItMissed) {
     EXPECT_EQ(client->get("batches", {{"since", std::to_string(last - 1)}}).at("batches").size(), 1U);
 }
 
+TEST_F(Inspected, TellsAPageToLoadAnewOnceWhatItMissedIsKeptNoMore) {
+    name(PLAIN_PROFILE);
+    ChangeJournal::Limits two;
+    two.batches = 2;
+    InspectedClient client(invocation(), two);  // 1 is the start
+    for (const char* const value : {"1", "2", "3"}) {
+        client.post("set", {{"key", "A"}, {"value", value}});
+    }
+    const auto lastOf = [&client](std::uint64_t id) { return client.inspector().eventsSince(id).back(); };
+    EXPECT_EQ(lastOf(1).name, "reload");
+    EXPECT_EQ(lastOf(1).json, "{}");
+    EXPECT_EQ(lastOf(2).name, "batch");
+    EXPECT_EQ(lastOf(2).id, 4U);
+    EXPECT_EQ(client.inspector().eventsSince(2).size(), 4U);  // server, chain and both batches
+    EXPECT_EQ(client.get("batches").at("droppedBatches"), 2);
+}
+
 TEST_F(Inspected, TellsWhatTheServersFileChanges) {
     const auto client = served();
     const json server = client->get("server");
@@ -339,6 +356,16 @@ TEST_F(Inspected, TellsNothingOfWhatAKeyWasBeforeItBecameASecret) {
     EXPECT_THAT(all, HasSubstr("VALUE_HIDDEN"));
     EXPECT_THAT(all, testing::Not(HasSubstr("once-harmless")));
     EXPECT_THAT(all, testing::Not(HasSubstr("of-the-server")));
+}
+
+TEST_F(Inspected, CallsAKeySensitiveThatIsNotDefined) {
+    const auto client = alone();
+    client->post("set", {{"key", "BDIConnectionPassword"}, {"value", "my-own-secret"}});
+    client->post("unset", {{"key", "BDIConnectionPassword"}});
+    const json gone = row(*client, "BDIConnectionPassword");
+    EXPECT_EQ(gone.at("isDefined"), false);
+    EXPECT_EQ(gone.at("isSensitive"), true);
+    EXPECT_EQ(gone.at("value"), "");
 }
 
 TEST_F(Inspected, TellsTheHistoryOfAKeyThatIsAskedForByItsOldName) {
