@@ -63,6 +63,7 @@ Json toJson(const Explanation& key) {
             {"originalValue", key.value.originalValue},
             {"originalValueStoreName", key.value.originalValueStoreName},
             {"isOverridden", key.value.isOverridden},
+            {"isSensitive", key.value.isSensitive},
             {"alias", textOrNull(key.alias)},
             {"rules", key.rules},
             {"layers", arrayOf(key.layers)}};
