@@ -1,11 +1,11 @@
-# Writes a C++ source that holds the files of a folder: cmake -DFOLDER=... -DOUTPUT=... -P EmbedFiles.cmake
-file(GLOB files RELATIVE ${FOLDER} ${FOLDER}/*)
-list(SORT files)
+# Writes a C++ source that holds some files under their names: cmake -DFILES=...;... -DOUTPUT=... -P EmbedFiles.cmake
+# The list is the caller's, so that a build notices when one of them goes, or an older one comes.
 set(arrays "")
 set(entries "")
 set(count 0)
-foreach(name IN LISTS files)
-  file(READ ${FOLDER}/${name} hex HEX)
+foreach(path IN LISTS FILES)
+  get_filename_component(name "${path}" NAME)
+  file(READ "${path}" hex HEX)
   string(LENGTH "${hex}" digits)
   math(EXPR size "${digits} / 2")
   string(REGEX REPLACE "([0-9a-f][0-9a-f])" "0x\\1," bytes "${hex}")

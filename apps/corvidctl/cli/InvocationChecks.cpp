@@ -386,11 +386,11 @@ std::string checkInvocation(Invocation& invocation) {
     invocation.host.logClearsLines = understandsEscapes(STDERR_FILENO);
     invocation.host.colours = invocation.colours && invocation.host.logClearsLines;
 
-    // The other commands are over before it matters.
-    invocation.host.powerEvents = directoryUseOf(invocation) == DirectoryUse::Stays;
-
-    // Only what stays hinders others; commands that write wait for each other before they begin.
-    invocation.host.claimsDirectory = directoryUseOf(invocation) == DirectoryUse::Stays;
+    // Only what stays hinders others; commands that write wait for each other before they begin, and all that do not
+    // stay are over before a power event matters.
+    const bool stays = directoryUseOf(invocation) == DirectoryUse::Stays;
+    invocation.host.powerEvents = stays;
+    invocation.host.claimsDirectory = stays;
 
     for (const auto check : {checkConfigDirectory, checkInstallDirectory, checkBootstrapFile, checkCaFile, checkFips,
                              checkLog, checkFormat, checkPort, checkFilesOfTheModule}) {

@@ -40,8 +40,6 @@ int runDiff(const Invocation& invocation, Output& output) {
     try {
         const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
         differences = compare(invocation, sides);
-    } catch (const Interrupted&) {
-        throw;
     } catch (const std::exception& error) {
         printError(output, std::string("diff: ") + error.what());
         return Status::WrongUse;  // 1 says that both could be read, and differ

@@ -1,4 +1,3 @@
-#include "ConfigStoreConstants.h"
 #include "commands/Commands.h"
 #include "comparing/FetchRehearsal.h"
 #include "fetching/FetchText.h"
@@ -28,7 +27,7 @@ void judgeDisk(const std::string& lostCopy, bool restIsOnDisk, const Invocation&
     if (!restIsOnDisk) {
         view.reason = notOnDisk(invocation);
     } else if (!lostCopy.empty()) {
-        view.reason = "the copy for the next start could not be written: " + lostCopy;
+        view.reason = sentenceOnLostCopy(lostCopy);
     }
     view.ok = view.reason.empty();
 }
@@ -57,11 +56,7 @@ int runFetch(const Invocation& invocation, Output& output) {
     Interruption interruption;
     const InterruptibleOutput interruptibly(output, interruption);
     Session session(invocation);
-    ValueView version;
-    session.work([&version](Session::Inside& inside) {
-        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
-    });
-
+    const ValueView version = storedVersion(session);
     ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
     RemoteSource remote(session, interruption);
     remote.start();
@@ -69,10 +64,7 @@ int runFetch(const Invocation& invocation, Output& output) {
     const DownloadJournal::Snapshot downloads = remote.downloads();
     FetchView view = summarise(downloads, version, !ended);
     const bool delivered = view.ok;
-    const std::string lostCopy = delivered ? copyThatIsNotKept(session) : std::string();
-    if (lostCopy.empty()) {
-        noteDelivery(invocation.host.configDirectory, downloads, view);
-    }
+    const std::string lostCopy = noteDelivery(session, invocation.host.configDirectory, downloads, view);
     remote.stop();
     const bool restIsOnDisk = session.finish();
     if (delivered) {

@@ -1,4 +1,5 @@
 #include "commands/Commands.h"
+#include "fetching/KeptCopy.h"
 #include "inspecting/EventOutlet.h"
 #include "inspecting/InspectingAnswers.h"
 #include "inspecting/Inspector.h"
@@ -7,6 +8,7 @@
 #include "output/InterruptibleOutput.h"
 #include "session/Browser.h"
 #include "session/Interruption.h"
+#include "session/QuietStart.h"
 #include "web/WebServer.h"
 
 #include <functional>
@@ -35,14 +37,17 @@ void serve(const Invocation& invocation, Interruption& interruption, Inspector& 
     WebServer::Options options;
     options.port = invocation.webPort;
     WebServer server(options, inspector);
-    outlet.tellTo([&server](const ServerEvent& event) { server.send(event); });
+    const OutletScope telling(outlet, [&server](const EventOutlet::Event& event) {
+        if (server.isHeard()) {
+            server.send(event());
+        }
+    });
     printLink(invocation, server, output);
     std::unique_ptr<Browser> browser;
     if (invocation.open) {
         browser = std::make_unique<Browser>(server.link(), interruption, complain);
     }
     inspector.run();
-    outlet.tellTo({});
 }
 
 }  // namespace
@@ -58,16 +63,17 @@ int runInspect(const Invocation& invocation, Output& output) {
     EventOutlet outlet;
     ChangeJournal journal(invocation.reveal);
     JournalKeeper keeper(journal, [&outlet](const JournalBatch& batch) {
-        outlet.send(eventOf("batch", journaltext::object(batch), batch.number));
+        outlet.send([&batch] { return eventOf("batch", journaltext::object(batch), batch.number); });
     });
     if (invocation.journal) {
         keeper.writeTo(*invocation.journal, complain);
     }
-    Inspector inspector(invocation, interruption, journal, outlet);
+    Inspector inspector(startQuietly<StartedClient>(invocation, interruption, output), invocation, interruption,
+                        journal, outlet);
     serve(invocation, interruption, inspector, outlet, complain, output);
     const std::string lostCopy = inspector.lostCopy();
     if (!lostCopy.empty()) {
-        complain("the copy for the next start could not be written: " + lostCopy);
+        complain(sentenceOnLostCopy(lostCopy));
     }
     const bool isOnDisk = inspector.finish();
     if (!isOnDisk) {

@@ -34,7 +34,8 @@ void printOutcome(const UserWriteView& view, Output& output) {
     }
     printAnswer(view, output);
     if (!view.file.empty()) {
-        output.out << (view.dryRun ? "It would be gone from " : "It is gone from ") << escaped(shownPath(view.file)) << ".\n";
+        output.out << (view.dryRun ? "It would be gone from " : "It is gone from ") << escaped(shownPath(view.file))
+                   << ".\n";
     }
     if (view.dryRun) {
         output.out << "Nothing has been removed.\n";
@@ -47,7 +48,7 @@ int tell(const Invocation& invocation, const UserWriteView& view, Output& output
         output.out << answers::userWrite(view, invocation.format);
     }
     if (!view.isPersisted) {
-        printNotPersisted(invocation, view, output);
+        printError(output, sentenceOnDisk(view, invocation.host.configDirectory));
         return Status::AnswerIsNo;
     }
     if (!isForMachines(invocation.format)) {

@@ -1,4 +1,3 @@
-#include "ConfigStoreConstants.h"
 #include "commands/Commands.h"
 #include "fetching/FetchReport.h"
 #include "fetching/KeptCopy.h"
@@ -6,11 +5,10 @@
 #include "journal/ChangePrinter.h"
 #include "journal/JournalKeeper.h"
 #include "journal/JournalScope.h"
-#include "output/DescriptorStream.h"
 #include "output/InterruptibleOutput.h"
 #include "output/ProgressLine.h"
-#include "session/ExitOnInterruption.h"
 #include "session/Interruption.h"
+#include "session/QuietStart.h"
 #include "session/Session.h"
 
 #include <unistd.h>
@@ -23,52 +21,29 @@ namespace corvidctl {
 
 namespace {
 
-/// Nothing is to be told of a watch that ends before it has begun.
-std::unique_ptr<Session> startSession(const Invocation& invocation, const Interruption& interruption, Output& output) {
-    const auto clear = [&output] {
-        if (output.descriptor != nullptr) {
-            output.descriptor->announceWriting();
-        }
-    };
-    const ExitOnInterruption exit(interruption, Status::Done, clear);
-    return std::make_unique<Session>(invocation);
-}
-
-ValueView storedVersion(Session& session) {
-    ValueView version;
-    session.work([&version](Session::Inside& inside) {
-        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
-    });
-    return version;
-}
-
-/// Where the copy came from that is kept by now; nothing while something is still under way.
-void noteNewest(const Invocation& invocation, Session& session, const RemoteSource& remote, const ValueView& version) {
-    const DownloadJournal::Snapshot downloads = remote.downloads();
-    const FetchView fetched = summarise(downloads, version, false);
-    if (remote.isSettled() && fetched.ok && copyThatIsNotKept(session).empty()) {
-        noteDelivery(invocation.host.configDirectory, downloads, fetched);
-    }
-}
-
-/// Tells how the first fetch ended and waits for an interruption, which may come first.
+/// Fetches, tells how that ended, and waits for an interruption, which may come first.
 /// @return the path of the copy for the next start, if that could not be written.
-std::string fetchAndWait(Session& session, RemoteSource& remote, const ValueView& version, Interruption& interruption,
-                         ProgressLine& progress, const std::function<void(const std::string&)>& complain,
-                         const std::function<void()>& noteCopy) {
-    std::string lostCopy;
+std::string fetchAndWait(Session& session, const std::string& configDirectory, RemoteSource& remote,
+                         Interruption& interruption, ProgressLine& progress,
+                         const std::function<void(const std::string&)>& complain) {
+    const ValueView version = storedVersion(session);
+    remote.start();
     if (!remote.waitUntilSettled(progress)) {
-        return lostCopy;
+        return {};
     }
-    const FetchView fetched = summarise(remote.downloads(), version, false);
+    DownloadJournal::Snapshot downloads = remote.downloads();
+    const FetchView fetched = summarise(downloads, version, false);
+    std::string lostCopy = noteDelivery(session, configDirectory, downloads, fetched);
     if (!fetched.ok) {
         complain("nothing fetched: " + fetched.reason);
-    } else if (lostCopy = copyThatIsNotKept(session); !lostCopy.empty()) {
-        complain("the copy for the next start could not be written: " + lostCopy);
+    } else if (!lostCopy.empty()) {
+        complain(sentenceOnLostCopy(lostCopy));
     }
-    noteCopy();
     interruption.wait();
-    noteCopy();  // another file may have come meanwhile
+    if (remote.isSettled()) {  // another file may have come meanwhile
+        downloads = remote.downloads();
+        noteDelivery(session, configDirectory, downloads, summarise(downloads, version, false));
+    }
     return lostCopy;
 }
 
@@ -88,14 +63,12 @@ int runWatch(const Invocation& invocation, Output& output) {
     }
 
     printer.printHeadings();
-    const std::unique_ptr<Session> started = startSession(invocation, interruption, output);
+    const std::unique_ptr<Session> started = startQuietly<Session>(invocation, interruption, output);
     Session& session = *started;
-    const ValueView version = storedVersion(session);
     JournalScope watch(session, journal, [&printer](const ChangeView& change) { printer.tell(change); });
     RemoteSource remote(session, interruption);
-    remote.start();
-    const std::string lostCopy = fetchAndWait(session, remote, version, interruption, progress, complain,
-                                              [&] { noteNewest(invocation, session, remote, version); });
+    const std::string lostCopy =
+        fetchAndWait(session, invocation.host.configDirectory, remote, interruption, progress, complain);
     remote.stop();
     watch.stop();
     const bool restIsOnDisk = session.finish();

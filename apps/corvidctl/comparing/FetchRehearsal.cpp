@@ -2,13 +2,13 @@
 
 #include <ostream>
 
-#include "ConfigStoreConstants.h"
 #include "comparing/ComparingAnswers.h"
 #include "comparing/ComparingText.h"
 #include "comparing/KeyChanges.h"
 #include "comparing/LoadFailures.h"
 #include "comparing/Rehearsal.h"
 #include "fetching/FetchText.h"
+#include "fetching/KeptCopy.h"
 #include "fetching/RemoteSource.h"
 #include "output/InterruptibleOutput.h"
 #include "session/ProfileCopy.h"
@@ -39,11 +39,8 @@ FetchRehearsalView fetchOnCopy(const Invocation& invocation, Rehearsal& rehearsa
     Session session(Rehearsal::onCopy(invocation, copy.path()));
     EffectiveValues before;
     rehearsal.run("reading the configuration …", [&] { before = valuesOf(session); });
-    ValueView version;
-    session.work([&](Session::Inside& inside) {
-        keepThoseOf(inside.chain, view.failures);
-        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
-    });
+    session.work([&](Session::Inside& inside) { keepThoseOf(inside.chain, view.failures); });
+    const ValueView version = storedVersion(session);
     RemoteSource remote(session, rehearsal.interruption());
     remote.start();
     view.interrupted = !remote.waitUntilSettled(rehearsal.progress());

@@ -5,6 +5,7 @@
 #include "chain/ConfigStoreManager.h"
 #include "output/ShownPath.h"
 #include "quill/StringUtils.h"
+#include "reading/ProblemText.h"
 #include "session/HostSources.h"
 
 namespace corvidctl {
@@ -14,9 +15,7 @@ std::vector<LoadFailure> loadFailuresOf(const host::ReferenceHost::Options& opti
     std::vector<LoadFailure> failures;
     for (const std::string& store : sources.failedStores()) {
         const StoreOrigin& origin = sources.of(store).origin;
-        const char* const separator = origin.problemLine == 0 ? ": " : ", ";
-        failures.push_back(
-            {store, store + " failed to load: " + shownPath(origin.file) + separator + origin.problem + "."});
+        failures.push_back({store, failureText(store, shownPath(origin.file), origin) + "."});
     }
     return failures;
 }

@@ -20,6 +20,7 @@ struct UserWriteView {
 
     bool isErasure = false;
     bool isTaken = true;                   ///< a store took the value
+    bool isUnderOldName = false;           ///< the name that was given is an old one of the key
     std::string storedIn;                  ///< the store that took it; empty if none did
     std::vector<std::string> removedFrom;  ///< the stores that held the key; empty for a value
 

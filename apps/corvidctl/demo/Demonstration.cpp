@@ -12,6 +12,7 @@
 #include "demo/DetourStore.h"
 #include "demo/SampleServer.h"
 #include "demo/TextFile.h"
+#include "fetching/KeptCopy.h"
 #include "fetching/RemoteSource.h"
 #include "quill/StringUtils.h"
 #include "session/ProfileCopy.h"
@@ -149,10 +150,7 @@ private:
     }
 
     FetchView waitForDelivery(std::uint64_t cyclesBefore) {
-        ValueView version;
-        session_.work([&version](Session::Inside& inside) {
-            version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
-        });
+        const ValueView version = storedVersion(session_);
         if (!remote_.waitUntilSettled(progress_)) {
             throw std::runtime_error("interrupted");
         }

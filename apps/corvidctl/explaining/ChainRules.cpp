@@ -48,13 +48,6 @@ const KeyLayer* inMemory(const Explanation& key) {
     return memory == key.layers.end() ? nullptr : &*memory;
 }
 
-std::string inBrackets(const HiddenPlace& place) {
-    if (place.file.empty()) {
-        return {};
-    }
-    return " (" + place.file + (place.line == 0 ? "" : ", line " + std::to_string(place.line)) + ")";
-}
-
 Sentences oldNameAsked(const Explanation& key) {
     return onlyIf(!key.alias.empty() && caseInsensitiveStringEquals(key.asked, key.oldName),
                   key.asked + " is the old name of " + key.value.key + ".");

@@ -9,8 +9,6 @@ namespace corvidctl::answers {
 
 namespace {
 
-Json textOrNull(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
-
 Json timeOrNull(const StoreOrigin& origin) { return origin.time ? Json(isoTime(*origin.time)) : Json(nullptr); }
 
 Json toJson(const KeyLayer& layer) {
@@ -65,6 +63,7 @@ Json toJson(const Explanation& key) {
             {"originalValue", key.value.originalValue},
             {"originalValueStoreName", key.value.originalValueStoreName},
             {"isOverridden", key.value.isOverridden},
+            {"isSensitive", key.value.isSensitive},
             {"alias", textOrNull(key.alias)},
             {"rules", key.rules},
             {"layers", arrayOf(key.layers)}};

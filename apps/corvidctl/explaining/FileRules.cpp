@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "explaining/KeyRules.h"
+#include "reading/ProblemText.h"
 
 namespace corvidctl {
 
@@ -114,9 +115,8 @@ Sentences hashInValue(const Explanation& key) {
 }  // namespace
 
 std::string sentenceOnFailure(const std::string& store, const StoreOrigin& origin) {
-    const std::string place = origin.problemLine == 0 ? ": " : ", ";
     const std::string moved = origin.setAside.empty() ? "" : "; the file was moved to " + origin.setAside;
-    return store + " failed to load: " + origin.shownFile + place + origin.problem + moved + ".";
+    return failureText(store, origin.shownFile, origin) + moved + ".";
 }
 
 std::vector<std::string> notLoaded(const Explanation& key) {

@@ -2,6 +2,13 @@
 
 namespace corvidctl {
 
+std::string inBrackets(const HiddenPlace& place) {
+    if (place.file.empty()) {
+        return {};
+    }
+    return " (" + place.file + (place.line == 0 ? "" : ", line " + std::to_string(place.line)) + ")";
+}
+
 std::vector<std::string> rulesOf(const Explanation& key) {
     std::vector<std::string> sentences;
     for (const auto* const rules : {&chainRules(), &fileRules()}) {

@@ -18,6 +18,9 @@ const std::vector<KeyRule>& chainRules();
 /// What follows from how the files are read.
 const std::vector<KeyRule>& fileRules();
 
+/// " (FILE, line N)", for behind the name of its store; empty for a store without a file.
+std::string inBrackets(const HiddenPlace& place);
+
 /// The stores whose files could not be read, a sentence for each.
 std::vector<std::string> notLoaded(const Explanation& key);
 

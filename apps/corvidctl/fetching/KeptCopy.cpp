@@ -24,8 +24,7 @@ ConfigMap valuesWithoutSecrets(ConfigStore& store, ConfigFeatureSet& featureSet)
     return values;
 }
 
-}  // namespace
-
+/// The path of a copy that does not say what the chain does; empty if there is none.
 std::string copyThatIsNotKept(Session& session) {
     std::string path;
     session.work([&path](Session::Inside& inside) {
@@ -43,15 +42,33 @@ std::string copyThatIsNotKept(Session& session) {
     return path;
 }
 
-void noteDelivery(const std::string& configDirectory, const DownloadJournal::Snapshot& downloads,
-                  const FetchView& fetched) {
+}  // namespace
+
+ValueView storedVersion(Session& session) {
+    ValueView version;
+    session.work([&version](Session::Inside& inside) {
+        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
+    });
+    return version;
+}
+
+std::string noteDelivery(Session& session, const std::string& configDirectory,
+                         const DownloadJournal::Snapshot& downloads, const FetchView& fetched) {
     if (!fetched.ok || downloads.cycles.empty()) {
-        return;
+        return {};
     }
-    using namespace ConfigStoreConstants;
-    const std::string copy =
-        configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING + "/" + CacheFiles::nameFor(TFTP_CONFIG_STORE_NAME);
-    leaveNote(copy, {fetched.url, fetched.server, fetched.version, downloads.cycles.back().ended});
+    std::string lost = copyThatIsNotKept(session);
+    if (lost.empty()) {
+        using namespace ConfigStoreConstants;
+        const std::string copy =
+            configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING + "/" + CacheFiles::nameFor(TFTP_CONFIG_STORE_NAME);
+        leaveNote(copy, {fetched.url, fetched.server, fetched.version, downloads.cycles.back().ended});
+    }
+    return lost;
+}
+
+std::string sentenceOnLostCopy(const std::string& path) {
+    return "the copy for the next start could not be written: " + path;
 }
 
 }  // namespace corvidctl

@@ -1,9 +1,10 @@
 #include "inspecting/ApiRequests.h"
 
-#include <charconv>
 #include <initializer_list>
 #include <nlohmann/json.hpp>
-#include <string_view>
+#include <optional>
+
+#include "web/WholeNumber.h"
 
 namespace corvidctl {
 
@@ -11,9 +12,16 @@ namespace {
 
 using nlohmann::json;
 
+void refuseRehearsal(const json& body) {
+    if (body.is_object() && body.contains("dryRun")) {
+        throw BadRequest("dryRun is not offered here; corvidctl set --dry-run may be asked beside the inspector.");
+    }
+}
+
 /// @throws BadRequest if the body is no JSON object of these texts and nothing else.
 json bodyWith(const ApiRequest& request, std::initializer_list<const char*> texts, const char* expected) {
     json body = json::parse(request.body, nullptr, false);
+    refuseRehearsal(body);
     if (!body.is_object() || body.size() != texts.size()) {
         throw BadRequest(std::string("The body is expected to be ") + expected + ".");
     }
@@ -26,13 +34,6 @@ json bodyWith(const ApiRequest& request, std::initializer_list<const char*> text
         throw BadRequest("The key is empty; the name of a key is expected.");
     }
     return body;
-}
-
-void refuseRehearsal(const ApiRequest& request) {
-    const json body = json::parse(request.body, nullptr, false);
-    if (body.is_object() && body.contains("dryRun")) {
-        throw BadRequest("dryRun is not offered here; corvidctl set --dry-run may be asked beside the inspector.");
-    }
 }
 
 }  // namespace
@@ -50,23 +51,19 @@ std::uint64_t sinceIn(const ApiRequest& request) {
     if (since == request.parameters.end()) {
         return 0;
     }
-    const std::string& text = since->second;
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) {
+    const std::optional<std::uint64_t> number = wholeNumberIn(since->second);
+    if (!number) {
         throw BadRequest("The number of a batch is expected, as in ?since=12.");
     }
-    return number;
+    return *number;
 }
 
 WriteRequest storeRequestIn(const ApiRequest& request) {
-    refuseRehearsal(request);
     const json body = bodyWith(request, {"key", "value"}, R"({"key": "…", "value": "…"})");
     return {body.at("key").get<std::string>(), body.at("value").get<std::string>()};
 }
 
 WriteRequest eraseRequestIn(const ApiRequest& request) {
-    refuseRehearsal(request);
     const json body = bodyWith(request, {"key"}, R"({"key": "…"})");
     return {body.at("key").get<std::string>(), std::string()};
 }

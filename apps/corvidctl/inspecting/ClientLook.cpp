@@ -50,8 +50,11 @@ std::vector<WaitingValue> waitingValues(const std::vector<ValueView>& values, co
     const std::vector<std::string> userStores = reader.userStores();
     std::vector<WaitingValue> waiting;
     for (const ValueView& value : values) {
-        const std::wstring key = value.shadowsUser ? toWideString(value.key) : std::wstring();
-        for (const std::string& holder : value.shadowsUser ? reader.writableHolders(key) : std::vector<std::string>()) {
+        if (!value.shadowsUser) {
+            continue;
+        }
+        const std::wstring key = toWideString(value.key);
+        for (const std::string& holder : reader.writableHolders(key)) {
             const bool isUsers = std::find(userStores.begin(), userStores.end(), holder) != userStores.end();
             if (isUsers && holder != value.valueStoreName) {
                 waiting.push_back({value.key, value.valueStoreName, placeOf(holder, key, reader, sources)});
@@ -149,7 +152,7 @@ ServerView ClientLook::server() const {
 
 ProblemFacts ClientLook::problems() const {
     ProblemFacts facts;
-    facts.configDirectory = configDirectory_;
+    facts.configDirectory = client_.configDirectory();
     facts.isOnDisk = client_.session().persist();
     facts.lostCopy = client_.lostCopy();
     facts.server = server();

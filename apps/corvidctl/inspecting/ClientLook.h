@@ -17,8 +17,7 @@ namespace corvidctl {
 class ClientLook {
 public:
     /// @param client must outlive this. @param reveal show sensitive texts.
-    ClientLook(RunningClient& client, std::string configDirectory, bool reveal)
-        : client_(client), configDirectory_(std::move(configDirectory)), reveal_(reveal) {}
+    ClientLook(RunningClient& client, bool reveal) : client_(client), reveal_(reveal) {}
 
     /// Every key that is defined or that a live object exists for.
     KeyList keys() const;
@@ -39,7 +38,6 @@ public:
 
 private:
     RunningClient& client_;
-    const std::string configDirectory_;
     const bool reveal_;
 };
 

@@ -25,8 +25,9 @@ void rest(const Interruption& interruption) {
 }  // namespace
 
 void ClientNews::chainHasChanged() {
-    hasChainChanged_ = true;
-    interruption_.nudge();
+    if (!hasChainChanged_.exchange(true)) {
+        interruption_.nudge();
+    }
 }
 
 void ClientNews::tell(RunningClient& client, const ClientLook& look) {
@@ -41,11 +42,11 @@ void ClientNews::tellOnce(RunningClient& client, const ClientLook& look) {
     noteDelivered(client);
     ServerEvent server = eventOf("server", answers::server(look.server()));
     if (server.json != toldServer_) {
-        outlet_.send(server);
+        outlet_.send([&server] { return server; });
         toldServer_ = std::move(server.json);
     }
     if (hasChainChanged_.exchange(false)) {
-        outlet_.send(eventOf("chain", Json::object()));
+        outlet_.send([] { return eventOf("chain", Json::object()); });
     }
 }
 

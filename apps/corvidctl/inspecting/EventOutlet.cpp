@@ -9,7 +9,7 @@ void EventOutlet::tellTo(Sink sink) {
     sink_ = std::move(sink);
 }
 
-void EventOutlet::send(const ServerEvent& event) const {
+void EventOutlet::send(const Event& event) const {
     const std::lock_guard lock(mutex_);
     if (sink_) {
         sink_(event);

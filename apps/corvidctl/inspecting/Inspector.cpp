@@ -10,6 +10,7 @@
 #include "explaining/ExplanationAnswers.h"
 #include "inspecting/ApiRequests.h"
 #include "inspecting/WriteRemarks.h"
+#include "journal/History.h"
 #include "journal/JournalText.h"
 #include "quill/StringUtils.h"
 #include "reading/KeyNames.h"
@@ -61,15 +62,15 @@ const std::vector<Inspector::Route>& Inspector::routes() {
     return routes;
 }
 
-Inspector::Inspector(const Invocation& invocation, Interruption& interruption, ChangeJournal& journal,
-                     EventOutlet& outlet)
-    : configDirectory_(invocation.host.configDirectory),
-      reveal_(invocation.reveal),
+Inspector::Inspector(std::unique_ptr<StartedClient> started, const Invocation& invocation, Interruption& interruption,
+                     ChangeJournal& journal, EventOutlet& outlet)
+    : reveal_(invocation.reveal),
       journal_(journal),
       news_(interruption, outlet),
-      client_(invocation, interruption, journal, [this] { news_.chainHasChanged(); }),
-      look_(client_, configDirectory_, reveal_),
-      writes_(client_, configDirectory_) {}
+      client_(std::move(started), invocation.host.configDirectory, interruption, journal,
+              [this] { news_.chainHasChanged(); }),
+      look_(client_, reveal_),
+      writes_(client_) {}
 
 ApiAnswer Inspector::answer(const ApiRequest& request) {
     const auto isAt = [&request](const Route& route) { return route.path == request.path; };
@@ -115,7 +116,7 @@ void Inspector::run() {
 
 Json Inspector::about(const ApiRequest&) {
     return {{"version", CORVID_VERSION},
-            {"configDirectory", configDirectory_},
+            {"configDirectory", client_.configDirectory()},
             {"reveal", reveal_},
             {"process", getpid()},
             {"started", journaltext::timeText(started_)}};
@@ -131,16 +132,14 @@ Json Inspector::keys(const ApiRequest&) {
 Json Inspector::explain(const ApiRequest& request) { return answers::explanationObject(look_.explain(keyIn(request))); }
 
 Json Inspector::history(const ApiRequest& request) {
-    const std::string key = keyIn(request);
-    const std::wstring name = KeyNames().currentName(QuillCoreUtils::toWideString(key));
+    const std::wstring asked = KeyNames().currentName(QuillCoreUtils::toWideString(keyIn(request)));
+    const auto isAsked = [&asked](const std::wstring& key) {
+        return QuillCoreUtils::caseInsensitiveStringEquals(key, asked);
+    };
     Json changes = Json::array();
-    for (const JournalBatch& batch : journal_.since(0).batches) {
+    for (const JournalBatch& batch : historyOf(journal_.since(0).batches, isAsked, reveal_)) {
         for (const JournalChange& change : batch.changes) {
-            const bool isOfKey =
-                QuillCoreUtils::caseInsensitiveStringEquals(QuillCoreUtils::toWideString(change.key), name);
-            if (isOfKey && batch.cause != Cause::Start) {
-                changes.push_back(journaltext::object(batch, change));
-            }
+            changes.push_back(journaltext::object(batch, change));
         }
     }
     return {{"changes", std::move(changes)}};
@@ -182,7 +181,7 @@ Json Inspector::unset(const ApiRequest& request) { return writeAnswer(writes_.er
 Json Inspector::writeAnswer(const UserWriteView& view) {
     news_.chainHasChanged();  // a value that does not win is news, too
     Json json = answers::userWriteObject(view);
-    json["remarks"] = remarksOn(view, configDirectory_, reveal_);
+    json["remarks"] = remarksOn(view, client_.configDirectory(), reveal_);
     return json;
 }
 

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,9 +24,10 @@ class Interruption;
 /// Made, run and finished on one thread.
 class Inspector : public Api {
 public:
-    /// Puts the module in; asks no server yet. @param journal begun here, whose batches whoever made it hands on; it,
-    /// the interruption and the outlet must outlive this. @throws std::runtime_error with one line if that fails.
-    Inspector(const Invocation& invocation, Interruption& interruption, ChangeJournal& journal, EventOutlet& outlet);
+    /// Asks no server yet. @param journal begun here, whose batches whoever made it hands on; it, the interruption and
+    /// the outlet must outlive this.
+    Inspector(std::unique_ptr<StartedClient> started, const Invocation& invocation, Interruption& interruption,
+              ChangeJournal& journal, EventOutlet& outlet);
 
     ApiAnswer answer(const ApiRequest& request) override;
     std::vector<ServerEvent> eventsSince(std::uint64_t lastId) override;
@@ -58,7 +60,6 @@ private:
     Json fetch(const ApiRequest& request);
     Json writeAnswer(const UserWriteView& view);
 
-    const std::string configDirectory_;
     const bool reveal_;
     const std::chrono::system_clock::time_point started_ = std::chrono::system_clock::now();
     const ChangeJournal& journal_;

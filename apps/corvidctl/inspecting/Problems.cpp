@@ -43,15 +43,6 @@ const char* nameOf(Kind kind) {
     return "not-on-disk";
 }
 
-std::string placeText(const HiddenPlace& place) {
-    return place.file + (place.line == 0 ? std::string() : ", line " + std::to_string(place.line));
-}
-
-/// " (FILE, line N)"; empty for a store without a file.
-std::string inBrackets(const HiddenPlace& place) {
-    return place.file.empty() ? std::string() : " (" + placeText(place) + ")";
-}
-
 void addUnreadableFiles(const ProblemFacts& facts, Problems& problems) {
     for (const FailedStore& failed : facts.failed) {
         problems.push_back({Severity::Error, Kind::UnreadableFile, sentenceOnFailure(failed.store, failed.origin), "",
@@ -115,8 +106,6 @@ void addLosses(const ProblemFacts& facts, Problems& problems) {
                             "What was stored could not be written to " + facts.configDirectory + ".", "", "", "", 0});
     }
 }
-
-Json textOrNull(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
 
 }  // namespace
 

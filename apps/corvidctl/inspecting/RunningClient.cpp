@@ -2,35 +2,23 @@
 
 #include <utility>
 
-#include "ConfigStoreConstants.h"
 #include "fetching/FetchReport.h"
 #include "fetching/KeptCopy.h"
 
 namespace corvidctl {
 
-namespace {
-
-ValueView storedVersion(Session& session) {
-    ValueView version;
-    session.work([&version](Session::Inside& inside) {
-        version = inside.reader.describe(ConfigStoreConstants::HOME_UDS_VERSION);
-    });
-    return version;
+StartedClient::StartedClient(const Invocation& invocation) : files(invocation.host), session(invocation) {
+    files.noteStarted();
 }
 
-}  // namespace
-
-RunningClient::RunningClient(const Invocation& invocation, Interruption& interruption, ChangeJournal& journal,
-                             std::function<void()> onChange)
-    : configDirectory_(invocation.host.configDirectory),
-      files_(invocation.host),
+RunningClient::RunningClient(std::unique_ptr<StartedClient> started, std::string configDirectory,
+                             Interruption& interruption, ChangeJournal& journal, std::function<void()> onChange)
+    : configDirectory_(std::move(configDirectory)),
       journal_(journal),
-      session_(invocation),
-      versionBefore_(storedVersion(session_)),
-      scope_(session_, journal, [tell = std::move(onChange)](const ChangeView&) { tell(); }),
-      remote_(session_, interruption) {
-    files_.noteStarted();
-}
+      started_(std::move(started)),
+      versionBefore_(storedVersion(session())),
+      scope_(session(), journal, [tell = std::move(onChange)](const ChangeView&) { tell(); }),
+      remote_(session(), interruption) {}
 
 void RunningClient::startRemote() {
     const std::lock_guard lock(mutex_);
@@ -47,10 +35,7 @@ bool RunningClient::fetchAgain() {
 void RunningClient::noteDelivered() {
     const DownloadJournal::Snapshot downloads = remote_.downloads();
     const FetchView fetched = summarise(downloads, versionBefore_, false);
-    std::string lost = fetched.ok ? copyThatIsNotKept(session_) : std::string();
-    if (fetched.ok && lost.empty()) {
-        noteDelivery(configDirectory_, downloads, fetched);
-    }
+    std::string lost = corvidctl::noteDelivery(session(), configDirectory_, downloads, fetched);
     const std::lock_guard lock(mutex_);
     lostCopy_ = std::move(lost);
 }
@@ -63,8 +48,7 @@ std::string RunningClient::lostCopy() const {
 bool RunningClient::finish() {
     remote_.stop();
     scope_.stop();
-    const bool isOnDisk = session_.finish();
-    return isOnDisk;
+    return session().finish();
 }
 
 }  // namespace corvidctl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -15,16 +16,24 @@ namespace corvidctl {
 
 class Interruption;
 
+/// A client that has just been started, and the files that it has read: what a RunningClient is made of.
+struct StartedClient {
+    /// Reads the files and puts the module in. @throws std::runtime_error with one line if that fails.
+    explicit StartedClient(const Invocation& invocation);
+
+    SourceFiles files;
+    Session session;
+};
+
 /// A client on the configuration directory, which keeps a journal of what changes. Any thread between construction and
 /// finish(), unless said otherwise.
 class RunningClient {
 public:
-    /// Reads the files, puts the module in and begins the journal. The remote source is off.
+    /// Begins the journal. The remote source is off.
     /// @param interruption nudged at each step of a download; it and the journal must outlive this.
     /// @param onChange called after each change, even one behind a key's answer, on the dispatcher thread.
-    /// @throws std::runtime_error with one line if the module could not be put in.
-    RunningClient(const Invocation& invocation, Interruption& interruption, ChangeJournal& journal,
-                  std::function<void()> onChange);
+    RunningClient(std::unique_ptr<StartedClient> started, std::string configDirectory, Interruption& interruption,
+                  ChangeJournal& journal, std::function<void()> onChange);
 
     /// Turns the remote source on, which asks the servers for their file; waits for nobody.
     void startRemote();
@@ -46,10 +55,11 @@ public:
     /// Path of the copy for the next start, if that could not be written.
     std::string lostCopy() const;
 
-    Session& session() { return session_; }
+    const std::string& configDirectory() const { return configDirectory_; }
+    Session& session() { return started_->session; }
     JournalScope& scope() { return scope_; }
     const ChangeJournal& journal() const { return journal_; }
-    const SourceFiles& files() const { return files_; }
+    const SourceFiles& files() const { return started_->files; }
 
     /// Ends when everything is on disk and everything is down; on the thread that made this, when no other one asks
     /// any more. @return false if something could not be written.
@@ -57,9 +67,8 @@ public:
 
 private:
     const std::string configDirectory_;
-    SourceFiles files_;
     const ChangeJournal& journal_;
-    Session session_;
+    const std::unique_ptr<StartedClient> started_;
     const ValueView versionBefore_;
     JournalScope scope_;
     RemoteSource remote_;

@@ -17,8 +17,6 @@ using Cycle = DownloadJournal::Cycle;
 using CycleEnd = DownloadJournal::CycleEnd;
 using VersionQuery = DownloadJournal::VersionQuery;
 
-Json textOrNull(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
-
 const char* nameOf(CycleEnd end) {
     switch (end) {
     case CycleEnd::Delivered:

@@ -1,20 +1,11 @@
 #include "inspecting/SourceFiles.h"
 
-#include "host/XmlDiagnostics.h"
+#include "session/HostSources.h"
 
 namespace corvidctl {
 
-namespace {
-
-StoreSources readSilently(const host::ReferenceHost::Options& options) {
-    const host::XmlDiagnostics silence(host::XmlDiagnostics::Way::Discard);
-    return StoreSources({options.configDirectory, options.installationDirectory, options.bootstrapFilePath});
-}
-
-}  // namespace
-
 SourceFiles::SourceFiles(const host::ReferenceHost::Options& options)
-    : atStart_(readSilently(options)), latest_(atStart_) {}
+    : atStart_(readSourcesOf(options)), latest_(atStart_) {}
 
 void SourceFiles::noteStarted() {
     const std::lock_guard lock(mutex_);

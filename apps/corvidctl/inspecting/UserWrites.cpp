@@ -17,7 +17,7 @@ UserWriteView UserWrites::write(Cause cause, const std::function<UserWriteView(S
         const CauseScope scope(client_.scope(), cause);
         view = write(inside);
     });
-    noteDisk(client_.session().persist(), configDirectory_, view);
+    noteDisk(client_.session().persist(), client_.configDirectory(), view);
     return view;
 }
 

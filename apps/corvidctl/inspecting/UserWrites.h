@@ -14,8 +14,7 @@ namespace corvidctl {
 class UserWrites {
 public:
     /// @param client must outlive this.
-    UserWrites(RunningClient& client, std::string configDirectory)
-        : client_(client), configDirectory_(std::move(configDirectory)) {}
+    explicit UserWrites(RunningClient& client) : client_(client) {}
 
     /// Returns when the value is on disk, or is known not to be; so does erase().
     UserWriteView store(const std::string& key, const std::string& value);
@@ -25,7 +24,6 @@ private:
     UserWriteView write(Cause cause, const std::function<UserWriteView(Session::Inside&)>& write);
 
     RunningClient& client_;
-    const std::string configDirectory_;
     std::mutex mutex_;  ///< for the length of a write: what is not on disk is this one's
 };
 

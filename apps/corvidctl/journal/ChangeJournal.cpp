@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "ConfigStoreConstants.h"
+#include "journal/Masking.h"
 #include "quill/StringUtils.h"
 
 namespace corvidctl {
@@ -37,6 +37,11 @@ void ChangeJournal::start(const std::vector<ValueView>& defined) {
     if (listener) {
         listener();
     }
+}
+
+void ChangeJournal::hide(const std::wstring& key) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    hideTexts(key);
 }
 
 void ChangeJournal::record(const std::vector<ChangeView>& changes, std::optional<Cause> cause) {
@@ -80,21 +85,44 @@ void ChangeJournal::setListener(std::function<void()> listener) {
     listener_ = std::move(listener);
 }
 
-ChangeJournal::Answer ChangeJournal::answerOf(const ValueView& view) const {
-    Answer answer{view.key, view.value, view.valueStoreName, view.isSensitive};
+ChangeJournal::Answer ChangeJournal::answerOf(const ValueView& view) {
+    const std::wstring key = QuillCoreUtils::toWideString(view.key);
+    if (view.isSensitive) {
+        hideTexts(key);
+    }
+    // It may have been called sensitive since the view was taken.
+    const bool isHidden = hidden_.count(key) != 0;
+    Answer answer{view.key, view.value, view.valueStoreName, view.isSensitive || isHidden};
     if (answer.store.empty()) {
         answer.value.clear();  // a live object may keep what it held last
-    } else if (answer.isSensitive && !reveal_) {
-        answer.value = QuillCoreUtils::toString(ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT);
+    } else if (isHidden) {
+        answer.value = mask();
     }
     return answer;
+}
+
+void ChangeJournal::hideTexts(const std::wstring& key) {
+    if (reveal_ || !hidden_.insert(key).second) {
+        return;
+    }
+    for (JournalBatch& batch : batches_) {
+        for (JournalChange& change : batch.changes) {
+            if (QuillCoreUtils::caseInsensitiveStringEquals(QuillCoreUtils::toWideString(change.key), key)) {
+                maskTexts(change);
+            }
+        }
+    }
+    if (const auto answer = answers_.find(key); answer != answers_.end() && !answer->second.store.empty()) {
+        answer->second.value = mask();
+        answer->second.isSensitive = true;
+    }
 }
 
 JournalChange ChangeJournal::changeOf(const Answer& before, const Answer& after) const {
     JournalChange change{after.key, before.value, after.value, before.store, after.store, after.isSensitive};
     if (after.isSensitive && !reveal_ && !before.store.empty()) {
         // The key may have become a secret with this very change.
-        change.oldValue = QuillCoreUtils::toString(ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT);
+        change.oldValue = mask();
     }
     return change;
 }

@@ -19,9 +19,9 @@ namespace corvidctl {
 
 /// What changed, when and why: the last batches of changes of a running session, in memory.
 ///
-/// Old values come from the journal itself, which knows the answers it began with and each change since. Sensitive
-/// texts are masked before they enter, unless they are to be shown. Any thread; no operation calls out with the lock
-/// held.
+/// Old values come from the journal itself, which knows the answers it began with and each change since. Unless they
+/// are to be shown, sensitive texts are masked before they enter, and all that is held of a key as soon as the key is
+/// called sensitive. Any thread; no operation calls out with the lock held.
 class ChangeJournal {
 public:
     using Clock = std::function<std::chrono::system_clock::time_point()>;
@@ -53,6 +53,9 @@ public:
     /// @param cause none: worked out from the stores.
     void record(const std::vector<ChangeView>& changes, std::optional<Cause> cause);
 
+    /// The key is sensitive, with every text that it ever had. For whoever learns it without a change.
+    void hide(const std::wstring& key);
+
     /// The batches with a higher number, as far as they are kept. @param number 0: all.
     Snapshot since(std::uint64_t number) const;
 
@@ -75,7 +78,8 @@ private:
     };
     using Answers = std::map<std::wstring, Answer, caseInsensitiveMapComparator>;
 
-    Answer answerOf(const ValueView& view) const;
+    Answer answerOf(const ValueView& view);
+    void hideTexts(const std::wstring& key);
     std::vector<JournalChange> apply(const std::vector<ChangeView>& changes);
     JournalChange changeOf(const Answer& before, const Answer& after) const;
     std::vector<JournalChange> allAnswers() const;
@@ -88,6 +92,7 @@ private:
     mutable std::mutex mutex_;
     std::function<void()> listener_;  // this and all below: under mutex_
     Answers answers_;
+    SensitiveKeySet hidden_;  ///< whose texts are masked wherever they stand
     std::deque<JournalBatch> batches_;
     std::size_t changes_ = 0;  ///< in batches_
     Snapshot totals_;          ///< its batches stay empty

@@ -3,9 +3,9 @@
 #include <map>
 #include <utility>
 
-#include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
 #include "chain/ConfigMap.h"
+#include "journal/Masking.h"
 #include "quill/StringUtils.h"
 #include "reading/KeyNames.h"
 
@@ -19,8 +19,6 @@ bool isStoreAndItsCopy(const std::string& a, const std::string& b) {
 }
 
 bool isSameSource(const std::string& a, const std::string& b) { return a == b || isStoreAndItsCopy(a, b); }
-
-std::string mask() { return QuillCoreUtils::toString(ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT); }
 
 /// True if a key has read the same from one of the two on.
 bool isSame(const JournalChange& before, const JournalChange& after) {
@@ -106,12 +104,6 @@ SensitiveKeySet sensitiveKeysOf(const std::vector<JournalBatch>& batches, const 
         }
     }
     return keys;
-}
-
-void maskTexts(JournalChange& change) {
-    change.isSensitive = true;
-    change.oldValue = change.oldStore.empty() ? std::string() : mask();
-    change.newValue = change.newStore.empty() ? std::string() : mask();
 }
 
 }  // namespace

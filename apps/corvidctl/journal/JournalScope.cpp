@@ -1,7 +1,6 @@
 #include "journal/JournalScope.h"
 
 #include <utility>
-#include <vector>
 
 #include "journal/ChangeJournal.h"
 #include "session/Session.h"
@@ -9,23 +8,11 @@
 
 namespace corvidctl {
 
-namespace {
-
-std::vector<ValueView> allThatIsDefined(const ChainReader& reader) {
-    std::vector<ValueView> views;
-    for (const std::wstring& key : reader.definedKeys()) {
-        views.push_back(reader.describe(key));
-    }
-    return views;
-}
-
-}  // namespace
-
 JournalScope::JournalScope(Session& session, ChangeJournal& journal, LiveWatcher::Listener listener)
     : session_(session), recorder_(journal) {
     session_.work([&](Session::Inside& inside) {
         // In one task, so that no change falls between what the journal begins with and what it is told.
-        journal.start(allThatIsDefined(inside.reader));
+        journal.start(inside.reader.definedValues());
         watcher_ = std::make_shared<LiveWatcher>(
             inside.chain, session_.host().service(), session_.host().factory()->getServicesDispatcher(), inside.reader,
             KeySelection({}, inside.reader), [this, tell = std::move(listener)](const ChangeView& change) {
@@ -35,6 +22,7 @@ JournalScope::JournalScope(Session& session, ChangeJournal& journal, LiveWatcher
                 }
             });
         watcher_->setWorkListener([this] { recorder_.endWork(); });
+        watcher_->setSecretListener([&journal](const std::wstring& key) { journal.hide(key); });
         watcher_->start();
     });
 }

@@ -106,4 +106,6 @@ std::string streamHeadings(const Json& sample, Format format) {
     return format == Format::Tsv ? tabbedHeadings(sample) : std::string();
 }
 
+Json textOrNull(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
+
 }  // namespace corvidctl

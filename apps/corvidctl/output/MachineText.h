@@ -25,4 +25,7 @@ std::string streamed(const Json& json, Format format);
 /// What stands before the first line of a stream; empty but for tab-separated lines. @param sample any such object.
 std::string streamHeadings(const Json& sample, Format format);
 
+/// Null for an empty text.
+Json textOrNull(const std::string& text);
+
 }  // namespace corvidctl

@@ -29,4 +29,8 @@ std::string problemText(const DocumentReport& report) {
     return report.errors.empty() ? UNREADABLE : problemText(report.errors.front());
 }
 
+std::string failureText(const std::string& store, const std::string& file, const StoreOrigin& origin) {
+    return store + " failed to load: " + file + (origin.problemLine == 0 ? ": " : ", ") + origin.problem;
+}
+
 }  // namespace corvidctl

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "reading/StoreSources.h"
 #include "xml/DocumentInspector.h"
 
 /// What is wrong with a document, in words that quote nothing of it: a broken document may hold a secret, and the words
@@ -17,5 +18,9 @@ std::string problemText(const DocumentReport::Finding& finding);
 
 /// The first mistake of a document that is not valid, with its place.
 std::string problemText(const DocumentReport& report);
+
+/// That a store's file could not be read; without a full stop.
+/// @param file as people are to see it. @param origin the store's, with a problem.
+std::string failureText(const std::string& store, const std::string& file, const StoreOrigin& origin);
 
 }  // namespace corvidctl

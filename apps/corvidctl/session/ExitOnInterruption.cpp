@@ -21,22 +21,20 @@ ExitOnInterruption::ExitOnInterruption(const Interruption& interruption, int sta
       status_(status),
       lastWords_(std::move(lastWords)),
       over_(eventfd(0, EFD_CLOEXEC)) {
-    if (over_ < 0) {
+    if (!over_.isOpen()) {
         throw std::system_error(errno, std::generic_category(), "waiting for signals");
     }
     thread_ = std::thread([this] { run(); });
 }
 
 ExitOnInterruption::~ExitOnInterruption() {
-    eventfd_write(over_, 1);
+    eventfd_write(over_.get(), 1);
     thread_.join();
-    close(over_);
 }
 
 void ExitOnInterruption::run() {
-    std::array<pollfd, 2> descriptors = {{{interruption_, POLLIN, 0}, {over_, POLLIN, 0}}};
-    while (poll(descriptors.data(), descriptors.size(), -1) < 0 && errno == EINTR) {
-    }
+    std::array<pollfd, 2> descriptors = {{{interruption_, POLLIN, 0}, {over_.get(), POLLIN, 0}}};
+    QuillCoreUtils::uninterrupted([&descriptors] { return poll(descriptors.data(), descriptors.size(), -1); });
     if (descriptors[0].revents != 0) {
         leave();
     }

@@ -3,6 +3,8 @@
 #include <functional>
 #include <thread>
 
+#include "impl/quill/FileDescriptor.h"
+
 namespace corvidctl {
 
 class Interruption;
@@ -13,9 +15,8 @@ class Interruption;
 /// Temporary folders are removed first, and what waits to be logged is written.
 class ExitOnInterruption {
 public:
-    /// @param interruption must outlive this. @param status the program's. @param lastWords run as the last thing
-    /// before
-    ///        the end, on a thread of its own.
+    /// @param interruption must outlive this. @param status the program's.
+    /// @param lastWords run as the last thing before the end, on a thread of its own.
     ExitOnInterruption(const Interruption& interruption, int status, std::function<void()> lastWords = {});
 
     /// An interruption that has come until now still ends the program.
@@ -31,7 +32,7 @@ private:
     const int interruption_;
     const int status_;
     const std::function<void()> lastWords_;
-    int over_ = -1;
+    const QuillCoreUtils::FileDescriptor over_;
     std::thread thread_;  ///< last: it uses all of the above
 };
 

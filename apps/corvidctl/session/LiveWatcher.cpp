@@ -96,7 +96,11 @@ std::shared_ptr<LiveWatcher::Subscription> LiveWatcher::subscribe(const std::sha
 
 void LiveWatcher::onFireIfRequired(std::wstring key) { betweenReports(key, false); }
 
-void LiveWatcher::onSensitiveKeyAddedOrUpdated(std::wstring) {}
+void LiveWatcher::onSensitiveKeyAddedOrUpdated(std::wstring key) {
+    if (secretListener_) {
+        secretListener_(reader_.currentName(key));
+    }
+}
 
 void LiveWatcher::onConfigAddedOrUpdated(std::wstring key, std::wstring, std::wstring, bool, bool, std::wstring,
                                          std::wstring, bool silent) {

@@ -37,6 +37,12 @@ public:
     ///        Before start().
     void setWorkListener(std::function<void()> listener) { workListener_ = std::move(listener); }
 
+    /// @param listener called with the current name of each key that is called sensitive, on any thread, under a lock
+    ///        of the chain: it must not ask the chain. Before start().
+    void setSecretListener(std::function<void(const std::wstring& key)> listener) {
+        secretListener_ = std::move(listener);
+    }
+
     /// From here on changes are told.
     void start();
 
@@ -74,6 +80,7 @@ private:
     const KeySelection selection_;
     const Listener listener_;
     std::function<void()> workListener_;
+    std::function<void(const std::wstring&)> secretListener_;
     bool started_ = false;
     bool isEndingWork_ = false;          ///< a task that ends the work is on its way
     std::vector<std::wstring> waiting_;  ///< keys with a change that has not been told, in the order of their reports

@@ -2,6 +2,7 @@
 
 #include "output/Output.h"
 #include "quill/StringUtils.h"
+#include "reading/ProblemText.h"
 #include "session/HostSources.h"
 
 namespace corvidctl {
@@ -10,10 +11,7 @@ StoreFailures::StoreFailures(const Invocation& invocation) : sources_(readSource
 
 std::string StoreFailures::textOf(const std::string& store) {
     const StoreOrigin& origin = sources_.of(store).origin;
-    if (origin.problem.empty()) {
-        return {};
-    }
-    return store + " failed to load: " + origin.shownFile + (origin.problemLine == 0 ? ": " : ", ") + origin.problem;
+    return origin.problem.empty() ? std::string() : failureText(store, origin.shownFile, origin);
 }
 
 std::vector<std::string> namesOfStores(const ChainReader& reader) {

@@ -23,7 +23,7 @@ struct ApiAnswer {
 
 /// Something that happened, for all pages that are open. One event of a stream (WHATWG HTML, server-sent events).
 struct ServerEvent {
-    std::string name;      ///< "batch", "chain", "server"
+    std::string name;      ///< "batch", "chain", "server", "reload"
     std::string json;      ///< on one line
     std::uint64_t id = 0;  ///< of a batch: its number, for a page that comes back; 0: none
 };

@@ -2,6 +2,7 @@
 
 #include <sys/eventfd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 #include <utility>
@@ -74,6 +75,11 @@ std::shared_ptr<EventStream> EventStreams::open() {
     } catch (const std::system_error&) {
         return nullptr;
     }
+}
+
+bool EventStreams::isAnyOpen() const {
+    const std::lock_guard lock(mutex_);
+    return std::any_of(streams_.begin(), streams_.end(), [](const auto& stream) { return !stream.expired(); });
 }
 
 void EventStreams::send(const ServerEvent& event) {

@@ -66,13 +66,16 @@ public:
     /// @return null if there are as many as there may be, or the system has no descriptor left.
     std::shared_ptr<EventStream> open();
 
+    /// True if one is open.
+    bool isAnyOpen() const;
+
     /// To all of them. Waits for nobody.
     void send(const ServerEvent& event);
 
 private:
     const std::size_t most_;
     const std::size_t mostBytes_;
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
     std::vector<std::weak_ptr<EventStream>> streams_;  ///< under the mutex
 };
 

@@ -1,6 +1,5 @@
 #include "web/Exchange.h"
 
-#include <charconv>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -11,6 +10,7 @@
 #include "quill/StringUtils.h"
 #include "web/PageFiles.h"
 #include "web/PageStream.h"
+#include "web/WholeNumber.h"
 
 namespace corvidctl {
 
@@ -42,12 +42,7 @@ std::optional<std::uint64_t> lastKnownBatch(const httplib::Request& request) {
     if (request.has_header("Last-Event-ID")) {
         text = request.get_header_value("Last-Event-ID");
     }
-    std::uint64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (end != text.data() + text.size() || error != std::errc()) {
-        return {};
-    }
-    return number;
+    return wholeNumberIn(text);
 }
 
 }  // namespace

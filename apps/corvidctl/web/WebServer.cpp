@@ -108,6 +108,8 @@ std::string WebServer::link() const { return state_->house.gate.link(); }
 
 std::uint16_t WebServer::port() const { return state_->listener.port(); }
 
+bool WebServer::isHeard() const { return state_->house.streams.isAnyOpen(); }
+
 void WebServer::send(const ServerEvent& event) { state_->house.streams.send(event); }
 
 }  // namespace corvidctl

@@ -47,6 +47,9 @@ public:
 
     std::uint16_t port() const;
 
+    /// True if a page listens. One that begins to listen later finds out by itself what it has missed. Any thread.
+    bool isHeard() const;
+
     /// To every page that listens. Never waits for one: a page that does not read loses its stream, and comes back. Any
     /// thread.
     void send(const ServerEvent& event);

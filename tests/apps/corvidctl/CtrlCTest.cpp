@@ -95,7 +95,8 @@ INSTANTIATE_TEST_SUITE_P(OfCommands, CtrlCAtTheStart, testing::ValuesIn(ROWS), [
 TEST_F(CtrlC, WaitsForNoModuleThatIsStillStarting) {
     ASSERT_EQ(mkfifo(directory_.path("bootstrap").c_str(), 0600), 0);
     const std::vector<Row> rows = {
-        {"delta", 1}, {"diff live live", 1}, {"simulate --set A=b", 1}, {"set --dry-run A b", 1}, {"watch", 0}};
+        {"delta", 1}, {"diff live live", 1}, {"simulate --set A=b", 1}, {"set --dry-run A b", 1},
+        {"watch", 0}, {"inspect", 0}};
     const std::map<std::string, std::string> before = filesThatMatter();
     for (const Row& row : rows) {
         const auto terminal = start(std::string("--bootstrap bootstrap ") + row.words);

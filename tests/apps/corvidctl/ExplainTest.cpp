@@ -14,9 +14,10 @@ TEST_F(Tool, ExplainGivesEveryStoreInOrder) {
     EXPECT_EQ(explanation.at("originalValue"), "true");
     EXPECT_EQ(explanation.at("originalValueStoreName"), "corvid-config-defaults.xml");
     EXPECT_EQ(explanation.at("isOverridden"), true);
+    EXPECT_EQ(explanation.at("isSensitive"), false);
     EXPECT_EQ(explanation.at("alias"), nullptr);
     EXPECT_EQ(explanation.at("rules"), json::array());
-    EXPECT_EQ(explanation.size(), 11U);
+    EXPECT_EQ(explanation.size(), 12U);
 
     json layer = explanation.at("layers").at(1);
     EXPECT_THAT(layer.at("time").get<std::string>(), testing::MatchesRegex("....-..-..T..:..:..Z"));
@@ -37,6 +38,13 @@ TEST_F(Tool, ExplainGivesEveryStoreInOrder) {
     EXPECT_EQ(explanation.at("layers").at(0).at("value"), nullptr);
     EXPECT_EQ(explanation.at("layers").at(0).at("store"), "TftpOverrideConfigStore");
     EXPECT_EQ(explanation.at("layers").size(), asJson({"stores"}).size());
+}
+
+TEST_F(Tool, ExplainCallsAKeySensitiveThatNoStoreHolds) {
+    const json explanation = asJson({"explain", "BDIConnectionPassword"}, 1);
+    EXPECT_EQ(explanation.at("isDefined"), false);
+    EXPECT_EQ(explanation.at("isSensitive"), true);
+    EXPECT_EQ(explanation.at("value"), "");
 }
 
 TEST_F(Tool, ExplainLetsOneLayerWinAtMost) {

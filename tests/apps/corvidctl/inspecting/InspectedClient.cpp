@@ -2,21 +2,24 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "journal/JournalText.h"
 
 using namespace corvidctl;
 using nlohmann::json;
 
-InspectedClient::InspectedClient(const Invocation& invocation)
-    : journal_(invocation.reveal),
+InspectedClient::InspectedClient(const Invocation& invocation, ChangeJournal::Limits limits)
+    : journal_(invocation.reveal, limits, std::chrono::system_clock::now),
       keeper_(journal_,
               [this](const JournalBatch& batch) {
-                  outlet_.send(eventOf("batch", journaltext::object(batch), batch.number));
+                  outlet_.send([&batch] { return eventOf("batch", journaltext::object(batch), batch.number); });
               }),
-      inspector_(std::make_unique<Inspector>(invocation, interruption_, journal_, outlet_)) {
-    outlet_.tellTo([this](const ServerEvent& event) {
+      inspector_(std::make_unique<Inspector>(std::make_unique<StartedClient>(invocation), invocation, interruption_,
+                                             journal_, outlet_)) {
+    outlet_.tellTo([this](const EventOutlet::Event& event) {
         const std::lock_guard lock(mutex_);
-        events_.push_back(event);
+        events_.push_back(event());
         told_.notify_all();
     });
 }

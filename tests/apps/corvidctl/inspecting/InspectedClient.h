@@ -20,7 +20,8 @@
 /// What stands behind the inspector's page, in the test's own process, and a page that asks and listens.
 class InspectedClient {
 public:
-    explicit InspectedClient(const corvidctl::Invocation& invocation);
+    /// @param limits of the journal.
+    explicit InspectedClient(const corvidctl::Invocation& invocation, corvidctl::ChangeJournal::Limits limits = {});
 
     /// Interrupts and ends.
     ~InspectedClient();

@@ -200,6 +200,23 @@ TEST_F(Inspected, TellsAPageThatComesBackWhatItMissed) {
     EXPECT_EQ(client->get("batches", {{"since", std::to_string(last - 1)}}).at("batches").size(), 1U);
 }
 
+TEST_F(Inspected, TellsAPageToLoadAnewOnceWhatItMissedIsKeptNoMore) {
+    name(PLAIN_PROFILE);
+    ChangeJournal::Limits two;
+    two.batches = 2;
+    InspectedClient client(invocation(), two);  // 1 is the start
+    for (const char* const value : {"1", "2", "3"}) {
+        client.post("set", {{"key", "A"}, {"value", value}});
+    }
+    const auto lastOf = [&client](std::uint64_t id) { return client.inspector().eventsSince(id).back(); };
+    EXPECT_EQ(lastOf(1).name, "reload");
+    EXPECT_EQ(lastOf(1).json, "{}");
+    EXPECT_EQ(lastOf(2).name, "batch");
+    EXPECT_EQ(lastOf(2).id, 4U);
+    EXPECT_EQ(client.inspector().eventsSince(2).size(), 4U);  // server, chain and both batches
+    EXPECT_EQ(client.get("batches").at("droppedBatches"), 2);
+}
+
 TEST_F(Inspected, TellsWhatTheServersFileChanges) {
     const auto client = served();
     const json server = client->get("server");
@@ -321,6 +338,59 @@ TEST_F(Inspected, NeverTellsASecret) {
          {"my-own-secret", "another-secret", "only-the-server-knows", "nobody-else-either", "\"reader\""}) {
         EXPECT_EQ(all.find(secret), std::string::npos) << secret;
     }
+}
+
+TEST_F(Inspected, TellsNothingOfWhatAKeyWasBeforeItBecameASecret) {
+    const auto client = served();
+    client->post("set", {{"key", "OnlyMine"}, {"value", "once-harmless"}});
+    client->post("unset", {{"key", "OnlyMine"}});
+    const std::uint64_t last = client->get("batches").at("last");
+    rewrite("<c><g><OnlyMine sensitive=\"true\">of-the-server</OnlyMine></g></c>");
+    client->post("fetch", json::object(), 202);
+    client->waitForCycles(2);
+    std::string all = client->get("batches").dump() + client->get("history", {{"key", "OnlyMine"}}).dump();
+    for (const ServerEvent& event : client->inspector().eventsSince(1)) {
+        all += event.json;
+    }
+    EXPECT_GT(client->get("batches").at("last"), last);
+    EXPECT_THAT(all, HasSubstr("VALUE_HIDDEN"));
+    EXPECT_THAT(all, testing::Not(HasSubstr("once-harmless")));
+    EXPECT_THAT(all, testing::Not(HasSubstr("of-the-server")));
+}
+
+TEST_F(Inspected, CallsAKeySensitiveThatIsNotDefined) {
+    const auto client = alone();
+    client->post("set", {{"key", "BDIConnectionPassword"}, {"value", "my-own-secret"}});
+    client->post("unset", {{"key", "BDIConnectionPassword"}});
+    const json gone = row(*client, "BDIConnectionPassword");
+    EXPECT_EQ(gone.at("isDefined"), false);
+    EXPECT_EQ(gone.at("isSensitive"), true);
+    EXPECT_EQ(gone.at("value"), "");
+}
+
+TEST_F(Inspected, TellsTheHistoryOfAKeyThatIsAskedForByItsOldName) {
+    const auto client = alone();
+    client->post("set", {{"key", "TFTPPrimaryServer"}, {"value", "192.0.2.7"}});
+    const json history = client->get("history", {{"key", "tftpserver1"}});
+    ASSERT_EQ(history.at("changes").size(), 1U);
+    EXPECT_EQ(history.at("changes")[0].at("key"), "TFTPPrimaryServer");
+    EXPECT_EQ(history.at("changes")[0].at("newValue"), "192.0.2.7");
+}
+
+TEST_F(Inspected, SaysThatAValueUnderTheCurrentNameComesFirst) {
+    const auto client = alone();
+    client->post("set", {{"key", "TFTPPrimaryServer"}, {"value", "192.0.2.7"}});
+    const json answer = client->post("set", {{"key", "TftpServer1"}, {"value", "192.0.2.8"}});
+    EXPECT_THAT(answer.at("remarks"),
+                testing::ElementsAre("It still reads as \"192.0.2.7\".",
+                                     "What the store holds under TFTPPrimaryServer comes first."));
+}
+
+TEST_F(Inspected, TellsNoChangeWhereAStoreTakesOverFromItsCopy) {
+    served()->finish();
+    const auto client = served();
+    EXPECT_THAT(client->get("batches").dump(), HasSubstr("\"oldStore\":\"cachedTFTPConfigStore.xml\""));
+    EXPECT_EQ(client->get("history", {{"key", "LaunchOnSystemStartup"}}).at("changes"), json::array());
 }
 
 TEST_F(Inspected, RevealsSecretsWhereItIsTold) {

@@ -38,6 +38,15 @@ TEST(WriteRemarks, TellWhatStillWins) {
     EXPECT_THAT(remarksOn(view, "config", false), ElementsAre("No writable store took Key."));
 }
 
+TEST(WriteRemarks, TellThatTheCurrentNameComesFirst) {
+    UserWriteView view = goodWrite();
+    view.isUnderOldName = true;
+    EXPECT_THAT(remarksOn(view, "config", false), testing::IsEmpty());
+    view.readsAsGiven = false;
+    EXPECT_THAT(remarksOn(view, "config", false),
+                ElementsAre("It still reads as \"text\".", "What the store holds under Key comes first."));
+}
+
 TEST(WriteRemarks, TellWhatAPolicyErases) {
     UserWriteView view = goodWrite();
     view.erasedBy = "Policy is \"false\", from Store";

@@ -114,6 +114,36 @@ TEST_F(Journal, MasksNothingWhereThereIsNone) {
     EXPECT_THAT(all()[1].changes, ElementsAre(change("A", "VALUE_HIDDEN", "", "S", "", true)));
 }
 
+TEST_F(Journal, MasksWhatItHoldsOfAKeyThatBecomesASecret) {
+    journal_.start({value("A", "seemed harmless", "S"), value("B", "1", "S")});
+    journal_.record({told(value("A", "harmless, too", "S")), told(value("B", "2", "S"))}, Cause::Set);
+    journal_.record({told(value("a", "secret", "T", true), {"originalValue"})}, Cause::Download);
+    EXPECT_THAT(all()[0].changes, ElementsAre(defined("A", "VALUE_HIDDEN", "S", true), defined("B", "1", "S")));
+    EXPECT_THAT(all()[1].changes, ElementsAre(change("A", "VALUE_HIDDEN", "VALUE_HIDDEN", "S", "S", true),
+                                              change("B", "1", "2", "S", "S")));
+}
+
+TEST_F(Journal, MasksWhatItHoldsOfAKeyThatIsHidden) {
+    journal_.start({value("A", "1", "S"), value("B", "1", "S")});
+    journal_.hide(L"a");
+    EXPECT_THAT(all()[0].changes, ElementsAre(defined("A", "VALUE_HIDDEN", "S", true), defined("B", "1", "S")));
+    EXPECT_THAT(journal_.picture().changes,
+                ElementsAre(defined("A", "VALUE_HIDDEN", "S", true), defined("B", "1", "S")));
+    journal_.record({told(value("A", "taken before it was hidden", "S"))}, Cause::Set);
+    EXPECT_THAT(all()[1].changes, ElementsAre(change("A", "VALUE_HIDDEN", "VALUE_HIDDEN", "S", "S", true)));
+    journal_.record({told(value("A", "", ""))}, Cause::Reset);
+    EXPECT_THAT(all()[2].changes, ElementsAre(change("A", "VALUE_HIDDEN", "", "S", "", true)));
+}
+
+TEST(RevealingJournal, HidesNothing) {
+    ChangeJournal journal(true, ChangeJournal::Limits(), TickingClock());
+    journal.start({value("A", "1", "S")});
+    journal.hide(L"A");
+    journal.record({told(value("A", "2", "S", true))}, Cause::Set);
+    EXPECT_THAT(journal.since(0).batches.at(0).changes, ElementsAre(defined("A", "1", "S")));
+    EXPECT_THAT(journal.since(1).batches.at(0).changes, ElementsAre(change("A", "1", "2", "S", "S", true)));
+}
+
 TEST(RevealingJournal, KeepsSecretsAsTheyCome) {
     ChangeJournal journal(true, ChangeJournal::Limits(), TickingClock());
     journal.start({value("A", "secret", "S", true)});

@@ -209,3 +209,17 @@ TEST_F(Journalling, RecordsNothingAfterItsEnd) {
     EXPECT_THAT(batches(), IsEmpty());
     EXPECT_THAT(told_, IsEmpty());
 }
+
+TEST_F(Journalling, HidesAKeyThatIsCalledSensitiveWithoutAChange) {
+    onDispatcher([](ConfigFeatureSet& featureSet) { featureSet.setConfig(L"TFTPPrimaryServer", L"192.0.2.1"); });
+    letTheWorkEnd();
+    onThisThread([](ConfigFeatureSet& featureSet) {
+        featureSet.setKeySensitive(L"A");
+        featureSet.setKeySensitive(L"TftpServer1");  // an old name of the other
+    });
+    EXPECT_THAT(batches(), ElementsAre(testing::Field(
+                               &JournalBatch::changes,
+                               ElementsAre(change("TFTPPrimaryServer", "", "VALUE_HIDDEN", "", USERS_STORE, true)))));
+    EXPECT_THAT(journal_.since(0).batches.at(0).changes,
+                testing::Contains(change("A", "", "VALUE_HIDDEN", "", USERS_STORE, true)));
+}

@@ -27,6 +27,13 @@ TEST_F(WebStreamTest, EventReachesEveryPage) {
     }
 }
 
+TEST_F(WebStreamTest, ServerIsHeardOnceAPageListens) {
+    serve();
+    EXPECT_FALSE(server_->isHeard());
+    const RawClient page = listen();
+    EXPECT_TRUE(server_->isHeard());
+}
+
 TEST_F(WebStreamTest, StreamHasItsType) {
     serve();
     RawClient client = connect();
