@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -7,7 +8,7 @@
 
 namespace corvidctl {
 
-/// The table of renamed keys. Any thread.
+/// The table of renamed keys, which copies share. Any thread.
 class KeyNames {
 public:
     /// The current name of a key: in the spelling of the table, if the key stands there.
@@ -20,16 +21,16 @@ public:
     bool isOld(const std::wstring& key) const { return currentNames().count(key) != 0; }
 
     /// Old name to current name.
-    const ConfigMap& currentNames() const { return table_.currentNames(); }
+    const ConfigMap& currentNames() const { return table_->currentNames(); }
 
     /// Current name to old name.
-    const ConfigMap& oldNames() const { return table_.oldNames(); }
+    const ConfigMap& oldNames() const { return table_->oldNames(); }
 
     /// As lookups ask it.
-    const RenamedKeys& table() const { return table_; }
+    const RenamedKeys& table() const { return *table_; }
 
 private:
-    const RenamedKeys table_ = RenamedKeys::read();
+    std::shared_ptr<const RenamedKeys> table_{new RenamedKeys(RenamedKeys::read())};
 };
 
 }  // namespace corvidctl

@@ -22,23 +22,27 @@ bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     if (!filter_.mayHold(key.hash()) || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
         return answer(nullptr, key, value);
     }
-    const tessel::ScopedLock lock(valuesMutex_);
+    const tessel::ScopedReadLock lock(lock_);
+    const tessel::ScopedLock valuesLock(valuesMutex_);
     return answer(values_.find(key), key, value);
 }
 
 bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
-    const tessel::ScopedLock lock(valuesMutex_);
+    const tessel::ScopedWriteLock lock(lock_);
+    const tessel::ScopedLock valuesLock(valuesMutex_);
     values_.set(FoldedKey(key), value);
     return true;
 }
 
 std::vector<std::wstring> XmlConfigStore::getKeys() {
-    const tessel::ScopedLock lock(valuesMutex_);
+    const tessel::ScopedReadLock lock(lock_);
+    const tessel::ScopedLock valuesLock(valuesMutex_);
     return values_.keys();
 }
 
 bool XmlConfigStore::removeValue(const std::wstring& key) {
-    const tessel::ScopedLock lock(valuesMutex_);
+    const tessel::ScopedReadLock lock(lock_);
+    const tessel::ScopedLock valuesLock(valuesMutex_);
     return values_.erase(FoldedKey(key));
 }
 

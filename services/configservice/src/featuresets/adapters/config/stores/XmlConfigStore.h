@@ -7,6 +7,7 @@
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
 #include "tessel/Mutex.h"
+#include "tessel/RWLock.h"
 
 /// A read-only store whose values come from one configuration document, read once, at construction. A file that is
 /// missing or broken leaves an empty store; the parser logs why. A later change of the file is not noticed.
@@ -53,7 +54,8 @@ protected:
 
 private:
     const std::string filePath_;
-    mutable tessel::Mutex valuesMutex_;
+    mutable tessel::RWLock lock_;
+    mutable tessel::Mutex valuesMutex_;  ///< leaf: removeValue() changes the values with the read lock alone
     KeyFilter filter_;
     KeyedValues values_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
     const bool isLocal_;
