@@ -36,7 +36,7 @@ public:
     }
 
 private:
-    const KeyNames names_;
+    const KeyNames names_{};
     Contents contents_;
     Contents underOldNames_;
 };

@@ -144,5 +144,6 @@ TEST_F(CtrlC, EndsAWatchOfAServerThatHasAnswered) {
             fresh.insert(name);
         }
     }
-    EXPECT_THAT(fresh, testing::IsSubsetOf({"config/Cache", "config/Cache/cachedTFTPConfigStore.xml"}));
+    EXPECT_THAT(fresh, testing::IsSubsetOf({"config/Cache", "config/Cache/cachedTFTPConfigStore.xml",
+                                            "config/Cache/cachedTFTPConfigStore.download.json"}));
 }
