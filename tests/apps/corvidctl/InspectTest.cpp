@@ -38,10 +38,11 @@ public:
                                .body);
     }
 
-    /// The page's stream.
+    /// The page's stream, which tells all that happens from here on.
     RawClient listen() const {
         RawClient client(port_);
         client.send(head("GET", "events") + "\r\n");
+        EXPECT_TRUE(client.readUpTo("retry: 1000\n\n"));
         return client;
     }
 
