@@ -78,11 +78,23 @@ void addForbiddenKeys(const ProblemFacts& facts, Problems& problems) {
     }
 }
 
+/// Why a copy answers for its server; empty if the server has delivered, which leaves a copy of another store's.
+std::string whyInUse(const ServerView& server) {
+    if (server.servers.empty()) {
+        return "; it is in use, since no store names a server";
+    }
+    if (!server.last) {
+        return "; it is in use until a server delivers";
+    }
+    return server.last->ok ? "" : "; it is in use, since " + server.last->reason;
+}
+
 void addCopies(const ProblemFacts& facts, Problems& problems) {
     for (const StoreReport& store : facts.stores) {
         if (store.origin.isCached && store.keys > 0) {
-            problems.push_back({Severity::Info, Kind::CopyInUse, sentenceOnCopy(store.name, store.origin) + ".", "",
-                                store.name, store.origin.shownFile, 0});
+            problems.push_back({Severity::Info, Kind::CopyInUse,
+                                sentenceOnCopy(store.name, store.origin) + whyInUse(facts.server) + ".", "", store.name,
+                                store.origin.shownFile, 0});
         }
     }
 }

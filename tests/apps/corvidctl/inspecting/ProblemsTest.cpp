@@ -86,10 +86,28 @@ TEST(Problems, TellWhereACopyThatIsInUseCameFrom) {
     facts.stores = {copy};
     EXPECT_THAT(textsOf(facts), testing::IsEmpty());
     facts.stores[0].keys = 3;
-    EXPECT_THAT(
-        textsOf(facts),
-        testing::ElementsAre("cachedTFTPConfigStore.xml is the copy that was kept when the server delivered last."));
+    EXPECT_THAT(textsOf(facts), testing::ElementsAre(testing::StartsWith(
+                                    "cachedTFTPConfigStore.xml is the copy that was kept when the server "
+                                    "delivered last; it is in use")));
     EXPECT_EQ(problemsOf(facts).front().severity, Problem::Severity::Info);
+}
+
+TEST(Problems, TellWhyACopyIsInUse) {
+    ProblemFacts facts;
+    StoreReport copy;
+    copy.name = "Copy";
+    copy.origin.isCached = true;
+    copy.keys = 3;
+    facts.stores = {copy};
+    const std::string told = "Copy is the copy that was kept when the server delivered last";
+    EXPECT_THAT(textsOf(facts), testing::ElementsAre(told + "; it is in use, since no store names a server."));
+    facts.server = askedInVain();
+    EXPECT_THAT(textsOf(facts), testing::Contains(told + "; it is in use, since no server delivered the file: "
+                                                         "192.0.2.1: timed out."));
+    facts.server.last->ok = true;
+    EXPECT_THAT(textsOf(facts), testing::ElementsAre(told + "."));
+    facts.server.last.reset();
+    EXPECT_THAT(textsOf(facts), testing::ElementsAre(told + "; it is in use until a server delivers."));
 }
 
 TEST(Problems, TellWhyNothingWasFetchedWhereSomebodyIsToBeAsked) {
