@@ -103,6 +103,27 @@ TEST_F(SentRequest, FailsAsTransfersDo) {
     EXPECT_EQ(sendTo(""), MalformedUrl);
 }
 
+TEST_F(SentRequest, TakesAnAnswerWithoutABody) {
+    for (const int status : {200, 204, 500}) {
+        EXPECT_EQ(sendTo([&](ScriptedConnection& client) {
+                      client.respond(status, "");
+                      client.waitUntilClientLeaves();
+                  }),
+                  Success)
+            << status;
+        EXPECT_EQ(response.getStatusCode(), status);
+    }
+}
+
+TEST_F(SentRequest, TakesNoBodyThatIsNotWhatTheHeadTold) {
+    EXPECT_EQ(sendTo([](ScriptedConnection& client) { client.respond(200, "?", "Content-Encoding: gzip\r\n"); }),
+              BodyCoded);
+    EXPECT_EQ(response.getBody(), "");
+    EXPECT_EQ(sendTo([](ScriptedConnection& client) { client.send("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n12"); }),
+              BodyOverrun);
+    EXPECT_EQ(response.getBody(), "");
+}
+
 TEST_F(SentRequest, HasAtLeastAMillisecond) {
     EXPECT_EQ(sendTo(answerNever, 0), TimedOut);
     EXPECT_EQ(sendTo(answerNever, -1), TimedOut);
