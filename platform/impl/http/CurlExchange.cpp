@@ -191,6 +191,9 @@ bool CurlExchange::takePiece(const char* bytes, std::size_t size) {
 
 /// How the exchange has gone if nothing more is to come.
 CurlExchange::Result CurlExchange::judgeBody() const {
+    if (!answering_) {
+        return ConnectionFailed;  // in the midst of the head, or after interim answers alone
+    }
     const bool isFramed = framing_.length || framing_.chunked;
     if (body_.size() < framing_.length.value_or(0) || (!isFramed && isSecure(url_) && !peer_.endTold)) {
         return BodyCut;

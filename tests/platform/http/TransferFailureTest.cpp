@@ -87,6 +87,13 @@ TEST_F(TransferFailure, IsAConnectionThatIsResetInsideTheHead) {
               ConnectionFailed);
 }
 
+TEST_F(TransferFailure, IsAConnectionThatEndsInsideTheHead) {
+    for (const std::string head : {"HTTP/1.1 2", "HTTP/1.1 200 OK\r\n", "HTTP/1.1 200 OK\r\nContent-Le",
+                                   "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n", "HTTP/1.1 103 Early Hints\r\n\r\n"}) {
+        EXPECT_EQ(resultFrom([&](ScriptedConnection& client) { client.send(head); }), ConnectionFailed) << head;
+    }
+}
+
 TEST_F(TransferFailure, IsAnAnswerInAnotherProtocol) {
     EXPECT_EQ(resultFrom([](ScriptedConnection& client) { client.send("SSH-2.0-server\r\n"); }), Failed);
 }
