@@ -36,8 +36,11 @@ struct Book {
     std::optional<Script> lookUp(const std::string& name) {
         std::unique_lock<std::mutex> lock(mutex);
         const auto found = scripts.find(name);
-        if (!open || found == scripts.end()) {
+        if (found == scripts.end()) {
             return std::nullopt;
+        }
+        if (!open) {
+            return Script{.failure = EAI_AGAIN};  // from a thread that comes late
         }
         if (!found->second.silent) {
             return found->second;

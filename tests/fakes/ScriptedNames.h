@@ -13,7 +13,7 @@ class ScriptedNames {
 public:
     ScriptedNames();
 
-    /// Fails the look-ups that still wait, and returns when they have ended.
+    /// Fails the look-ups that still wait, and returns when they have ended. Those that come late fail too.
     ~ScriptedNames();
 
     ScriptedNames(const ScriptedNames&) = delete;

@@ -1,17 +1,13 @@
 #include "NetworkFaults.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <openssl/tls1.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <initializer_list>
-#include <stdexcept>
 #include <utility>
 
 #include "Servers.h"
+#include "fakes/FullBacklog.h"
 
 using callcontrol::CertificateAuthority;
 using callcontrol::Credentials;
@@ -86,46 +82,8 @@ Arrangement hasName(void (fakes::ScriptedNames::*of)(const std::string&)) {
     };
 }
 
-/// Listens, and has as many connections waiting as it admits: another one's first packet is dropped.
-class FullBacklog {
-public:
-    FullBacklog(const std::string& address, std::uint16_t port) {
-        sockaddr_in place{};
-        place.sin_family = AF_INET;
-        place.sin_port = htons(port);
-        inet_pton(AF_INET, address.c_str(), &place.sin_addr);
-        const int reuse = 1;
-        const int listener = take();
-        ::setsockopt(listener, SOL_SOCKET, SO_REUSEADDR, &reuse, sizeof reuse);
-        if (::bind(listener, reinterpret_cast<sockaddr*>(&place), sizeof place) != 0 || ::listen(listener, 0) != 0) {
-            throw std::runtime_error("cannot listen on " + address);
-        }
-        // The first is admitted; those after it are dropped.
-        for (int waiting = 0; waiting < 4; ++waiting) {
-            static_cast<void>(::connect(take(), reinterpret_cast<sockaddr*>(&place), sizeof place));
-        }
-    }
-
-    ~FullBacklog() {
-        for (const int descriptor : descriptors_) {
-            ::close(descriptor);
-        }
-    }
-
-    FullBacklog(const FullBacklog&) = delete;
-    FullBacklog& operator=(const FullBacklog&) = delete;
-
-private:
-    int take() {
-        descriptors_.push_back(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-        return descriptors_.back();
-    }
-
-    std::vector<int> descriptors_;
-};
-
 std::shared_ptr<void> admitsNobody(const FaultPlace& place) {
-    return std::make_shared<FullBacklog>(place.address, place.port());
+    return std::make_shared<fakes::FullBacklog>(place.address, place.port());
 }
 
 void sendWithoutEnd(ScriptedConnection& connection, const std::string& begin, const std::string& piece) {
@@ -158,9 +116,9 @@ void addNamesAndConnections(std::vector<NetworkFault>& faults) {
     add(faults, {
                     {"the name does not exist", hasName(&Names::refuse)},
                     {"the name servers fail", hasName(&Names::fail)},
-                    {"the name servers never answer", hasName(&Names::keepSilent)},
+                    {"the name servers never answer", hasName(&Names::keepSilent), true},
                     {"connection refused", {}},
-                    {"connection neither admitted nor refused", admitsNobody},
+                    {"connection neither admitted nor refused", admitsNobody, true},
                     {"closed as soon as connected", meetsClientsBy([](auto& connection) { connection.close(); })},
                 });
 }
@@ -171,7 +129,7 @@ void addHeads(std::vector<NetworkFault>& faults) {
             {"reset as soon as connected", meetsClientsBy([](auto& connection) { connection.reset(); })},
             {"closed instead of an answer", sends("")},
             {"reset instead of an answer", answersBy([](auto& connection) { connection.reset(); })},
-            {"no answer at all", answersBy(leaveWaiting)},
+            {"no answer at all", answersBy(leaveWaiting), true},
             {"closed in the first line", sends("HTTP/1.1 2")},
             {"closed in the head", sends("HTTP/1.1 200 OK\r\nContent-Type: application/x")},
             {"reset in the head", answersBy([](auto& connection) {
@@ -183,7 +141,8 @@ void addHeads(std::vector<NetworkFault>& faults) {
             {"a head without end", answersBy([](auto& connection) {
                  sendWithoutEnd(connection, "HTTP/1.1 200 OK\r\n", "X-Filler: " + std::string(8000, 'x') + "\r\n");
              })},
-            {"a head that drips", answersBy([](auto& connection) { drip(connection, "HTTP/1.1 200 OK\r\nX: ", "x"); })},
+            {"a head that drips", answersBy([](auto& connection) { drip(connection, "HTTP/1.1 200 OK\r\nX: ", "x"); }),
+             true},
             {"a length that is no number", sends(headOf("Content-Length: many\r\n") + faultyFile())},
             {"two lengths", sends(headOf(lengthOf(1) + lengthOf(2)) + faultyFile())},
             {"interim answers alone", sends("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\n\r\n")},
@@ -222,7 +181,8 @@ void addBodies(std::vector<NetworkFault>& faults) {
             {"the last chunk is missing", sends(headOf(CHUNKED_FIELD) + "8\r\n<config>\r\n")},
             {"a chunk whose size is no number", sends(headOf(CHUNKED_FIELD) + "8\r\n<config>\r\nzz\r\n</config>\r\n")},
             {"reset in the body", answersBy(resetInTheBody)},
-            {"a body that drips", answersBy([](auto& connection) { drip(connection, headOf(lengthOf(9000)), "<"); })},
+            {"a body that drips", answersBy([](auto& connection) { drip(connection, headOf(lengthOf(9000)), "<"); }),
+             true},
             {"a length beyond 16 MiB", answersBy([](auto& connection) {
                  connection.send(headOf(lengthOf(16777217)));
                  connection.waitUntilClientLeaves();
@@ -255,7 +215,8 @@ void addHandshakes(std::vector<NetworkFault>& faults) {
                     {"no word of the handshake", meetsClientsBy([](auto& connection) {
                          connection.waitUntilClientLeaves();
                          connection.close();
-                     })},
+                     }),
+                     true},
                     {"reset at the first word of the handshake", meetsClientsBy([](auto& connection) {
                          connection.waitUntilClientSpeaks();
                          connection.reset();
@@ -316,7 +277,7 @@ std::vector<NetworkFault> faultsOverHttps() {
     add(faults, {
                     {"TLS ends properly instead of an answer", sends("")},
                     {"TLS cut instead of an answer", breaksOffAfter("")},
-                    {"no answer at all", answersBy(leaveWaiting)},
+                    {"no answer at all", answersBy(leaveWaiting), true},
                     {"TLS cut in the head", breaksOffAfter("HTTP/1.1 200 OK\r\nContent-Ty")},
                     {"TLS cut in a body with a length", breaksOffAfter(headOf(lengthOf(file.size() + 1)) + file)},
                     {"TLS cut at the end of a body without a length", breaksOffAfter(headOf("") + file)},

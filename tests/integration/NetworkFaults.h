@@ -33,6 +33,8 @@ struct NetworkFault {
 
     /// Lets it go wrong, as long as what is given lives. Empty: nothing is there at all.
     std::function<std::shared_ptr<void>(const FaultPlace&)> arrange;
+
+    bool endless = false;  ///< only the client's own limit of time ends it
 };
 
 /// Below version 11 the file travels over HTTP, from there on over HTTPS: names, connections, heads, statuses, bodies.

@@ -7,14 +7,13 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
-#include <map>
-#include <optional>
 #include <set>
 #include <stdexcept>
 
 #include "Expectations.h"
 #include "NetworkFaults.h"
 #include "Servers.h"
+#include "fakes/PlainNetwork.h"
 #include "http/HttpTransport.h"
 #include "impl/http/CurlTransport.h"
 #include "system/World.h"
@@ -29,14 +28,17 @@ namespace {
 
 const std::array<std::string, 3> HOSTS = {"first.example", "second.example", "third.example"};
 
-/// A network of its own for each fault, since one remembers the names that it has looked up; it waits for a second
-/// where the store would have it wait for three or ten.
-class HastyTransport : public platform::HttpTransport {
+/// A network of its own for each fault, since one remembers the names that it has looked up. Nothing that is to end by
+/// itself is hurried; what would not is ended after a second.
+class PatientTransport : public platform::HttpTransport {
 public:
-    explicit HastyTransport(std::string caFile) : network_(std::move(caFile)) {}
+    /// @param endless the host whose transfers do not end by themselves; empty: none.
+    PatientTransport(std::string caFile, std::string endless)
+        : network_(std::move(caFile)), endless_(std::move(endless)) {}
 
     bool start(Transfer transfer) override {
-        transfer.timeoutSeconds = 1;
+        const bool ends = endless_.empty() || transfer.url.find(endless_) == std::string::npos;
+        transfer.timeoutSeconds = ends ? 600 : 1;
         return network_.start(std::move(transfer));
     }
     void cancel(std::uint64_t downloader) override { network_.cancel(downloader); }
@@ -46,6 +48,7 @@ public:
 
 private:
     platform::CurlTransport network_;
+    const std::string endless_;
 };
 
 /// What a fault at one server has come to.
@@ -100,35 +103,6 @@ std::string rowOf(const std::string& fault, const Outcomes& all) {
     return row + " |\n";
 }
 
-/// The environment as the tests of the network want it, for the length of a scope: the names are no machine's behind a
-/// proxy, and to read the system's authorities takes longer than all else.
-class PlainEnvironment {
-public:
-    PlainEnvironment() {
-        set("no_proxy", "*");
-        set("SSL_CERT_FILE", "/dev/null");
-        set("SSL_CERT_DIR", empty_.path());
-    }
-    ~PlainEnvironment() {
-        for (const auto& [name, before] : before_) {
-            before ? setenv(name.c_str(), before->c_str(), 1) : unsetenv(name.c_str());
-        }
-    }
-
-    PlainEnvironment(const PlainEnvironment&) = delete;
-    PlainEnvironment& operator=(const PlainEnvironment&) = delete;
-
-private:
-    void set(const char* name, const std::string& value) {
-        const char* const before = std::getenv(name);
-        before_[name] = before == nullptr ? std::optional<std::string>() : before;
-        setenv(name, value.c_str(), 1);
-    }
-
-    const fakes::TemporaryDirectory empty_;
-    std::map<std::string, std::optional<std::string>> before_;
-};
-
 /// A client of three servers, which has their file of an earlier download.
 class FaultyNetwork {
 public:
@@ -142,6 +116,7 @@ public:
     /// The servers before the faulty one are dead, and those behind it are well.
     Outcome tryOut(const NetworkFault& fault, std::size_t faulty) {
         fetchWhatWasBefore();
+        renewNetwork(fault.endless ? HOSTS.at(faulty) : "");
         const std::string cache = client_.cacheFile();
         const std::size_t oldLines = client_.log().lines().size();
         const std::shared_ptr<void> arranged = fault.arrange ? fault.arrange(placeOf(faulty)) : nullptr;
@@ -185,12 +160,13 @@ private:
     }
 
     /// Nothing is remembered, and every name has its address.
-    void renewNetwork() {
+    void renewNetwork(const std::string& endless = "") {
         for (std::size_t server = 0; server < HOSTS.size(); ++server) {
             names_.answer(HOSTS.at(server), addresses_.at(server));
         }
         const auto world = std::make_shared<platform::World>(*platform::getWorld());
-        world->httpTransport = std::make_shared<HastyTransport>(client_.directory().path("install/trusted.pem"));
+        world->httpTransport =
+            std::make_shared<PatientTransport>(client_.directory().path("install/trusted.pem"), endless);
         platform::setWorld(world);
     }
 
@@ -205,7 +181,6 @@ private:
         EXPECT_EQ(fetchAgain().end, CycleEnd::Delivered);
         EXPECT_EQ(client_.value(L"origin"), L"before");
         EXPECT_THAT(client_.cacheFile(), testing::HasSubstr("<origin>before</origin>"));
-        renewNetwork();
     }
 
     /// Warnings and failures, but those of the servers that were dead.
@@ -246,7 +221,7 @@ private:
         return text.append(origin.empty() ? ", no values" : ", values of ").append(origin.begin(), origin.end());
     }
 
-    const PlainEnvironment environment_;
+    const fakes::PlainNetwork environment_;
     const bool overTls_;
     const CertificateAuthority authority_;
     const std::array<std::string, 3> addresses_ = {CallControlServer::freeLoopbackAddress(),
