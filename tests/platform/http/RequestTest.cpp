@@ -1,11 +1,14 @@
 #include "http/Request.h"
 
+#include <chrono>
 #include <latch>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Download.h"
+#include "fakes/PlainNetwork.h"
+#include "fakes/ScriptedNames.h"
 #include "fakes/ScriptedServer.h"
 #include "http/Response.h"
 #include "impl/http/CurlTransport.h"
@@ -155,6 +158,37 @@ TEST_F(SentRequest, IsEndedByAnInterruption) {
         transport.interruptRequests();
     });
     EXPECT_EQ(sendTo(server.url(), 3600000), Cancelled);
+    interrupter.join();
+}
+
+TEST_F(SentRequest, IsEndedByAnInterruptionWithoutATimer) {
+    // One that looked about once a second, say, would take half a minute.
+    const auto began = std::chrono::steady_clock::now();
+    ScriptedServer server(answerNever);
+    for (std::size_t count = 1; count <= 30; ++count) {
+        platform::CurlTransport interrupted("");
+        std::thread asking([&] {
+            const Request request(server.url());
+            request.getOptions()->requestTimeout = 3600000;
+            Response own;
+            EXPECT_EQ(interrupted.send(request, own), Cancelled);
+        });
+        server.waitForRequests(count);
+        interrupted.interruptRequests();
+        asking.join();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(15));
+}
+
+TEST_F(SentRequest, IsEndedByAnInterruptionWhileANameIsLookedUp) {
+    const fakes::PlainNetwork noProxy;
+    fakes::ScriptedNames names;
+    names.keepSilent("silent.example");
+    std::thread interrupter([&] {
+        names.waitForSilence(1);
+        transport.interruptRequests();
+    });
+    EXPECT_EQ(sendTo("http://silent.example/", 3600000), Cancelled);
     interrupter.join();
 }
 
