@@ -86,6 +86,12 @@ void declareAttribute(void* context, const xmlChar* element, const xmlChar* name
     }
 }
 
+// libxml2 does not bound what they grow to, and some versions never return from a short document of them.
+xmlEntity* refuseParameterEntity(void* context, const xmlChar*) {
+    refuse(context, "a reference to a parameter entity");
+    return nullptr;
+}
+
 void startElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaceCount,
                   const xmlChar** namespaces, int attributeCount, int defaultedCount, const xmlChar** attributes) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
@@ -142,6 +148,7 @@ std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseNa
     parser->_private = &reading;
     parser->sax->startElementNs = startElement;
     parser->sax->attributeDecl = declareAttribute;
+    parser->sax->getParameterEntity = refuseParameterEntity;
     if (problems != nullptr) {
         parser->sax->serror = collectProblem;
     }
