@@ -83,6 +83,14 @@ const std::map<long, FileCall>& fileCalls() {
     return calls;
 }
 
+const std::map<long, const char*>& reachingCalls() {
+    static const std::map<long, const char*> calls = {
+        {SYS_socket, "socket"}, {SYS_connect, "connect"}, {SYS_clone, "clone"},   {SYS_clone3, "clone3"},
+        {SYS_fork, "fork"},     {SYS_vfork, "vfork"},     {SYS_execve, "execve"},
+    };
+    return calls;
+}
+
 bool isWrite(long number) { return number == SYS_write || number == SYS_pwrite64; }
 
 /// One process that stops at each system call.
@@ -203,6 +211,9 @@ private:
             const id_t who = static_cast<id_t>(tracee_.registers().rsi);
             counts_ = who == beginMark || (who != endMark && counts_);
             return;
+        }
+        if (const auto reach = reachingCalls().find(number); counts_ && reach != reachingCalls().end()) {
+            traced_.reaches.emplace_back(reach->second);
         }
         const auto call = fileCalls().find(number);
         if (!counts_ || call == fileCalls().end()) {
