@@ -48,7 +48,7 @@ public:
             }
         });
     }
-    ~BusyClient() override {
+    ~BusyClient() {
         ended_ = true;
         thread_.join();
     }

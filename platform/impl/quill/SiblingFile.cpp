@@ -111,11 +111,16 @@ int SiblingFile::createUnder(const std::string& path) {
     if (!file_->isOpen()) {
         return errno;
     }
+    path_ = path;
+    // Some umasks take the owner's rights too.
+    if (const int error = errorOf(fchmod(file_->get(), ownerOnly))) {
+        return error;
+    }
     // Another process that sweeps here may have met the file in the instant before it was locked, and removed it.
     if (!tryLock(file_->get(), true) || !hasName(file_->get())) {
+        path_.clear();
         return EEXIST;
     }
-    path_ = path;
     return 0;
 }
 

@@ -109,7 +109,19 @@ std::uintmax_t sizeOf(const std::string& path) {
     return error ? 0 : size;
 }
 
+/// A pipe, a socket or a device: reading it might never end.
+bool isNeitherFileNorFolder(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_other(path, error);
+}
+
 std::shared_ptr<xmlDoc> readFile(const std::string& path, std::vector<XmlProblem>* problems) {
+    if (isNeitherFileNorFolder(path)) {
+        if (problems != nullptr) {
+            problems->push_back({true, 0, 0, "expected a file"});
+        }
+        return nullptr;
+    }
     const Feed feed = [&path](xmlParserCtxt& parser, int options) {
         return xmlCtxtReadFile(&parser, path.c_str(), nullptr, options);
     };

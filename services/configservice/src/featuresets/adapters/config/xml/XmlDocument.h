@@ -25,7 +25,8 @@ struct XmlProblem {
 /// With no options libxml2 also refuses an attribute of more than 10,000,000 bytes and cuts a document off after a text
 /// of that length; this system's own stores may have written either. A document of more than that size that was refused
 /// or cut off is therefore read a second time with that limit lifted. A document type declaration or deeper nesting
-/// ends this second reading, so it gives an attacker no more room than the first. Any thread.
+/// ends this second reading, so it gives an attacker no more room than the first. A pipe, a socket or a device is not
+/// read at all. Any thread.
 /// @return null if there is no well-formed document.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 

@@ -14,12 +14,15 @@ namespace {
 
 const xmlChar* xmlText(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
-// libxml2 creates a file with the permissions of the process, and keeps those of a file that is there.
+// libxml2 creates a file with the permissions of the process, and keeps those of a file that is there. What stands in
+// its place goes first: a link, symbolic or hard, may lead to a file of somebody else's.
 bool createPrivateFile(const std::string& path) {
-    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    ::unlink(path.c_str());
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (file < 0) {
         return false;
     }
+    // Under some umasks the owner could not open it again.
     const bool isPrivate = ::fchmod(file, S_IRUSR | S_IWUSR) == 0;
     ::close(file);
     return isPrivate;

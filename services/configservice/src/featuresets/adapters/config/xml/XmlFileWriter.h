@@ -19,7 +19,7 @@ public:
     /// Writes a whole document to a file. @return true if every byte has reached the file system.
     static bool saveDocument(const std::string& path, xmlDoc& document);
 
-    /// Opens the file, emptying an older one, and starts the document.
+    /// Makes the file anew, in the place of whatever stood there but a folder, and starts the document.
     explicit XmlFileWriter(const std::string& path);
     ~XmlFileWriter();
 
