@@ -12,6 +12,7 @@
 #include "impl/quill/FileReplacement.h"
 #include "quill/StringUtils.h"
 #include "system/World.h"
+#include "tessel/SecureStringUtils.h"
 #include "tessel/TesselLogger.h"
 
 namespace QuillCoreUtils {
@@ -74,6 +75,7 @@ int readAll(int file, std::string& contents) {
             return length == 0 ? 0 : errno;
         }
         contents.append(buffer.data(), static_cast<std::size_t>(length));
+        tessel::SecureStringUtils::TesselZeroMemory(buffer.data(), static_cast<std::size_t>(length));
     }
 }
 

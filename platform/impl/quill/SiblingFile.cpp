@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "quill/FileUtils.h"
+#include "tessel/SecureStringUtils.h"
 
 namespace QuillCoreUtils {
 namespace {
@@ -151,7 +152,9 @@ int SiblingFile::appendAllOf(int source) {
         if (length <= 0) {
             return length == 0 ? 0 : errno;
         }
-        if (const int error = append({buffer.data(), static_cast<std::size_t>(length)})) {
+        const int error = append({buffer.data(), static_cast<std::size_t>(length)});
+        tessel::SecureStringUtils::TesselZeroMemory(buffer.data(), static_cast<std::size_t>(length));
+        if (error != 0) {
             return error;
         }
     }

@@ -43,9 +43,11 @@ public:
 
 private:
     void note(int result);
+    void close();
 
     const std::string path_;
     std::string rootName_;
-    xmlTextWriter* writer_ = nullptr;
+    int file_ = -1;
+    xmlTextWriter* writer_ = nullptr;  ///< writes to the file
     bool whole_ = true;
 };
