@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <libxml/parser.h>
 
 #include <filesystem>
@@ -307,6 +309,42 @@ TEST_F(HostileDocuments, MayBeAFolder) {
     EXPECT_TRUE(local.getKeys().empty());
     EXPECT_TRUE(local.storeValue(L"a", L"1"));
     EXPECT_EQ(valueOf(local, L"a"), L"1");
+}
+
+TEST_F(HostileDocuments, MayBePipesAndAreNotWaitedFor) {
+    std::filesystem::create_directory(path("folder"));
+    ASSERT_EQ(mkfifo(path("server.xml").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(path("folder/local.xml").c_str(), 0600), 0);
+    XmlConfigStore server("X", 10, false, path("server.xml"), true);
+    EXPECT_TRUE(server.getKeys().empty());
+    EXPECT_EQ(log_->count(3, "XML in file did not exist or is an invalid XML document: " + path("server.xml")), 1u);
+    LocalFileConfigStore local("L", 20, path("folder"), "local.xml", false, false);
+    EXPECT_TRUE(std::filesystem::is_fifo(path("folder/local-backup.xml")));
+    local.storeValue(L"a", L"1");
+    local.persistValues();
+    EXPECT_TRUE(std::filesystem::is_regular_file(path("folder/local.xml")));
+}
+
+TEST_F(HostileDocuments, MayBeDevicesThatNeverEnd) {
+    XmlConfigStore server("X", 10, false, "/dev/zero", true);
+    EXPECT_TRUE(server.getKeys().empty());
+}
+
+// A program that was killed leaves no links: whoever puts one there wants another file to be overwritten.
+TEST_F(HostileDocuments, AreNotWrittenThroughALinkInThePlaceOfATemporary) {
+    for (const bool isHardLink : {false, true}) {
+        write("outside", "precious");
+        std::filesystem::permissions(path("outside"), std::filesystem::perms(0644));
+        isHardLink ? std::filesystem::create_hard_link(path("outside"), path(".local.xml.temp"))
+                   : std::filesystem::create_symlink(path("outside"), path(".local.xml.temp"));
+        LocalFileConfigStore local("L", 20, world_.directory().path(), "local.xml", false, false);
+        local.storeValue(L"a", isHardLink ? L"1" : L"2");
+        local.persistValues();
+        EXPECT_EQ(read("outside"), "precious");
+        EXPECT_EQ(std::filesystem::status(path("outside")).permissions(), std::filesystem::perms(0644));
+        EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(path(".local.xml.temp"))));
+        EXPECT_THAT(read("local.xml"), testing::HasSubstr("name=\"a\""));
+    }
 }
 
 // Opening this file succeeds for every user, root too, and reading it fails.

@@ -5,7 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
+#include <utility>
 
 #include "quill/FileUtils.h"
 #include "quill/XmlUtils.h"
@@ -14,15 +16,35 @@ namespace {
 
 const xmlChar* xmlText(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
-// libxml2 creates a file with the permissions of the process, and keeps those of a file that is there.
-bool createPrivateFile(const std::string& path) {
-    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (file < 0) {
-        return false;
+// libxml2 creates a file with the permissions of the process, and keeps those of a file that is there. What stands in
+// its place goes first: a link, symbolic or hard, may lead to a file of somebody else's.
+int makePrivateFile(const std::string& path) {
+    ::unlink(path.c_str());
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    // Under some umasks the owner could not open it again.
+    if (file >= 0 && ::fchmod(file, S_IRUSR | S_IWUSR) != 0) {
+        ::close(file);
+        return -1;
     }
-    const bool isPrivate = ::fchmod(file, S_IRUSR | S_IWUSR) == 0;
-    ::close(file);
-    return isPrivate;
+    return file;
+}
+
+bool createPrivateFile(const std::string& path) {
+    const int file = makePrivateFile(path);
+    return file >= 0 && ::close(file) == 0;
+}
+
+int writeAll(void* context, const char* bytes, int length) {
+    const int file = *static_cast<const int*>(context);
+    int done = 0;
+    while (done < length) {
+        const ssize_t written = ::write(file, bytes + done, static_cast<std::size_t>(length - done));
+        if (written < 0 && errno != EINTR) {
+            return -1;
+        }
+        done += written > 0 ? static_cast<int>(written) : 0;
+    }
+    return length;
 }
 
 // libxml2 takes the path for a URI and would turn "%41" in it into "A".
@@ -63,17 +85,31 @@ bool XmlFileWriter::saveDocument(const std::string& path, xmlDoc& document) {
 
 XmlFileWriter::XmlFileWriter(const std::string& path) : path_(path) {
     QuillCoreUtils::XmlUtils::initialiseLibrary();
-    if (!createPrivateFile(path)) {
+    file_ = makePrivateFile(path);
+    if (file_ < 0) {
         return;
     }
-    writer_ = xmlNewTextWriterFilename(asUri(path).c_str(), 0);
+    // A writer that is given the path writes through a buffer of the C library's, which nobody overwrites.
+    xmlOutputBuffer* const output = xmlOutputBufferCreateIO(writeAll, nullptr, &file_, nullptr);
+    writer_ = xmlNewTextWriter(output);
+    if (writer_ == nullptr) {
+        xmlOutputBufferClose(output);
+    }
     xmlTextWriterSetIndent(writer_, 1);
     if (isOpen()) {
         note(xmlTextWriterStartDocument(writer_, nullptr, "utf-8", nullptr));
     }
 }
 
-XmlFileWriter::~XmlFileWriter() { xmlFreeTextWriter(writer_); }
+XmlFileWriter::~XmlFileWriter() { close(); }
+
+void XmlFileWriter::close() {
+    xmlFreeTextWriter(writer_);
+    writer_ = nullptr;
+    if (file_ >= 0 && ::close(std::exchange(file_, -1)) != 0) {
+        whole_ = false;
+    }
+}
 
 void XmlFileWriter::note(int result) { whole_ = whole_ && result >= 0; }
 
@@ -98,8 +134,7 @@ void XmlFileWriter::writeElement(const std::string& name, const std::string& tex
 
 bool XmlFileWriter::finish() {
     note(xmlTextWriterEndDocument(writer_));
-    xmlFreeTextWriter(writer_);
-    writer_ = nullptr;
-    // The last bytes leave the C library's buffer when the file is closed, and libxml2 keeps a failure there to itself.
+    close();
+    // The last bytes leave libxml2's buffer when the writer is freed, and it keeps a failure there to itself.
     return whole_ && endsWithRoot(path_, rootName_);
 }

@@ -19,7 +19,7 @@ public:
     /// Writes a whole document to a file. @return true if every byte has reached the file system.
     static bool saveDocument(const std::string& path, xmlDoc& document);
 
-    /// Opens the file, emptying an older one, and starts the document.
+    /// Makes the file anew, in the place of whatever stood there but a folder, and starts the document.
     explicit XmlFileWriter(const std::string& path);
     ~XmlFileWriter();
 
@@ -43,9 +43,11 @@ public:
 
 private:
     void note(int result);
+    void close();
 
     const std::string path_;
     std::string rootName_;
-    xmlTextWriter* writer_ = nullptr;
+    int file_ = -1;
+    xmlTextWriter* writer_ = nullptr;  ///< writes to the file
     bool whole_ = true;
 };
