@@ -7,6 +7,7 @@
 
 #include <fstream>
 
+#include "LockRanks.h"
 #include "quill/FileUtils.h"
 #include "quill/XmlUtils.h"
 
@@ -48,7 +49,7 @@ bool endsWithRoot(const std::string& path, const std::string& rootName) {
 }  // namespace
 
 tessel::Mutex& XmlFileWriter::siblingMutex() {
-    static tessel::Mutex mutex;
+    static tessel::Mutex mutex(LockRanks::TEMPORARY_FILES);
     return mutex;
 }
 
