@@ -15,8 +15,10 @@ inline constexpr LockRank DOWNLOAD{20, "the remote store's download"};
 inline constexpr LockRank DOWNLOAD_REPORT{30, "the remote store's report"};
 
 inline constexpr LockRank CHAIN{40, "the chain"};
-inline constexpr LockRank SENSITIVE_KEYS{50, "the chain's sensitive keys"};
-inline constexpr LockRank CHAIN_OBSERVERS{60, "the chain's observers"};
+inline constexpr LockRank CHAIN_OBSERVERS{50, "the chain's observers"};
+
+/// Behind the observers, who may ask from inside their calls; held for a look alone.
+inline constexpr LockRank SENSITIVE_KEYS{60, "the chain's sensitive keys"};
 
 /// What is held while files are written. The adapter's cached copies are written by a store's own hand.
 inline constexpr LockRank CACHE_FILES{70, "the cache files"};
