@@ -45,6 +45,9 @@ public:
     /// Everything that has been queued is on the disk, or will never be.
     void persist() { persistence_->drain(); }
 
+    /// How many transfers have ever been started.
+    std::size_t downloads() const { return transport_->startedUrls().size(); }
+
     /// Runs on the dispatcher thread, after what has been queued so far. The second one waits for it: no lock may be
     /// held that a task may want.
     void post(const std::function<void()>& function);
