@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ConfigStore.h"
+#include "LockRanks.h"
 #include "chain/SearchedStore.h"
 #include "tessel/Mutex.h"
 
@@ -90,7 +91,7 @@ private:
 
     void replace(StoreList stores) TESSEL_REQUIRES(mutex_);
 
-    tessel::Mutex mutex_;
+    tessel::Mutex mutex_{LockRanks::CHAIN};
     std::shared_ptr<const Content> content_ TESSEL_GUARDED_BY(mutex_) = std::make_shared<const Content>();
     std::vector<std::shared_ptr<const Content>> departed_ TESSEL_GUARDED_BY(mutex_);  ///< with their stores
     unsigned depth_ TESSEL_GUARDED_BY(mutex_) = 0;

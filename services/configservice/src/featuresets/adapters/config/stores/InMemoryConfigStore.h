@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ConfigStore.h"
+#include "LockRanks.h"
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
 #include "tessel/Mutex.h"
@@ -23,7 +24,7 @@ public:
     bool waitForStoreReady() override;
 
 private:
-    tessel::Mutex mutex_;
+    tessel::Mutex mutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;
     KeyedValues values_ TESSEL_GUARDED_BY(mutex_){filter_};
 };

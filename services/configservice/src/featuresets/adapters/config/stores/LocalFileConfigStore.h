@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ConfigStore.h"
+#include "LockRanks.h"
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
 #include "stores/FileStamp.h"
@@ -96,12 +97,12 @@ private:
     const std::string directory_;
     const std::string fileName_;
 
-    // Held for a whole write, and taken before mutex_.
-    tessel::Mutex fileMutex_;
+    // Held for a whole write.
+    tessel::Mutex fileMutex_{LockRanks::STORE_FILE};
     bool destroyed_ TESSEL_GUARDED_BY(fileMutex_) = false;
     FileStamp writtenFile_ TESSEL_GUARDED_BY(fileMutex_);
 
-    tessel::Mutex mutex_;
+    tessel::Mutex mutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;
     KeyedValues values_ TESSEL_GUARDED_BY(mutex_){filter_};
     /// Each change of the values has a number of its own, counted from 1; 0 is what the constructor read.

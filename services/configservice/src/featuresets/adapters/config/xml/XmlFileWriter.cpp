@@ -9,6 +9,7 @@
 #include <fstream>
 #include <utility>
 
+#include "LockRanks.h"
 #include "quill/FileUtils.h"
 #include "quill/XmlUtils.h"
 
@@ -70,7 +71,7 @@ bool endsWithRoot(const std::string& path, const std::string& rootName) {
 }  // namespace
 
 tessel::Mutex& XmlFileWriter::siblingMutex() {
-    static tessel::Mutex mutex;
+    static tessel::Mutex mutex(LockRanks::TEMPORARY_FILES);
     return mutex;
 }
 
