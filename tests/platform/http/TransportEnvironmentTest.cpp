@@ -158,8 +158,7 @@ TEST(TransportEnvironment, LoosensNoRuleOfTls) {
                                                                          "[all]\nssl_conf = tls\n"
                                                                          "[tls]\nsystem_default = loose\n"
                                                                          "[loose]\nMinProtocol = TLSv1\n"
-                                                                         "CipherString = ALL:@SECLEVEL=0\n"
-                                                                         "VerifyMode =\n");
+                                                                         "CipherString = ALL:@SECLEVEL=0\n");
     options.environment["CURL_CA_BUNDLE"] = directory.path("openssl.cnf");
     options.environment["CURL_SSL_BACKEND"] = "none";
     options.environment["GTEST_OUTPUT"] = "";
