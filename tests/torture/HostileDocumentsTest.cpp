@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <map>
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "Attacks.h"
 #include "Client.h"
@@ -123,14 +125,14 @@ public:
     /// Learns what a start opens anyway. @return false if it did not end well.
     bool learn(const Input& input) {
         const Traced traced = trace(input, input.contents);
-        known_ = openedOutside(scene(), traced);
+        known_[input.name] = openedOutside(scene(), traced);
         return traced.status == 0 && outcomeOf(scene()).wrong.empty();
     }
 
     void tryWith(const Input& input, const std::string& attack, const std::string& document) {
         trial_.tried();
         const Traced traced = trace(input, document);
-        const std::string wrong = whatIsWrong(traced, document.size());
+        const std::string wrong = whatIsWrong(traced, known_[input.name], document.size());
         if (!wrong.empty()) {
             trial_.lost("in the " + input.name + " file, " + attack + ": " + wrong, scene().folder());
         }
@@ -148,7 +150,7 @@ private:
         return runTraced("/", [&] { return start(scene(), input, document); }, {});
     }
 
-    std::string whatIsWrong(const Traced& traced, std::size_t size) {
+    std::string whatIsWrong(const Traced& traced, const std::set<std::string>& known, std::size_t size) {
         if (traced.wentOnForEver || traced.status == 128 + SIGXCPU || traced.status == 128 + SIGKILL) {
             return "it goes on and on";
         }
@@ -159,7 +161,7 @@ private:
             return "it reached out: " + traced.reaches.front();
         }
         for (const std::string& path : openedOutside(scene(), traced)) {
-            if (known_.count(path) == 0 && !isConverter(path)) {
+            if (known.count(path) == 0 && !isConverter(path)) {
                 return "it opened " + path;
             }
         }
@@ -183,10 +185,40 @@ private:
 
     Trial& trial_;
     const InputFiles files_;
-    std::set<std::string> known_;
+    std::map<std::string, std::set<std::string>> known_;  ///< by the name of the input
     long mostMemory_ = 0;
     long longest_ = 0;
 };
+
+/// The inputs that are documents: those in the form of a server's file first.
+std::vector<const Input*> documents() {
+    std::vector<const Input*> all;
+    for (const Input::Form form : {Input::Form::Server, Input::Form::Local}) {
+        for (const Input& input : inputs()) {
+            if (input.form == form) {
+                all.push_back(&input);
+            }
+        }
+    }
+    return all;
+}
+
+/// A long run takes all inputs; a quick one a random input of each form, and of the largest attacks, which take a
+/// second each, only some.
+std::vector<const Input*> placesFor(const Attack& attack, Trial& trial) {
+    const std::vector<const Input*> all = documents();
+    if (Trial::isLong()) {
+        return all;
+    }
+    const bool isLarge = attack.prolog.size() + attack.inside.size() + attack.attribute.size() > largest;
+    if (isLarge && !trial.picks(1, 6)) {
+        return {};
+    }
+    const auto locals =
+        std::find_if(all.begin(), all.end(), [](const Input* input) { return input->form == Input::Form::Local; });
+    const auto servers = static_cast<std::uint64_t>(locals - all.begin());
+    return {all[trial.below(servers)], all[servers + trial.below(all.size() - servers)]};
+}
 
 TEST(HostileDocuments, AreBoundedReachNothingOutsideAndLeaveAllOtherStoresTheirAnswers) {
     Trial trial("hostile", "documents");
@@ -198,18 +230,15 @@ TEST(HostileDocuments, AreBoundedReachNothingOutsideAndLeaveAllOtherStoresTheirA
     directory.write("outside/secret.dtd", "<!ENTITY e '" + std::string(forbiddenText) + "'>");
     const std::vector<Attack> all = attacks(directory.path("outside"), 9);
     Tester tester(trial);
-    for (const Input& input : inputs()) {
-        if (input.form == Input::Form::Properties) {
-            continue;
-        }
-        ASSERT_TRUE(tester.learn(input)) << input.name;
-        for (const Attack& attack : all) {
-            const std::string key = QuillCoreUtils::toString(input.key);
-            const std::string document =
-                input.form == Input::Form::Server ? attack.asServerFile(key) : attack.asLocalFile(key);
-            // Of the largest, which take a second each, a quick run takes one in ten.
-            if (trial.picks(1, document.size() < largest ? 1 : 10)) {
-                tester.tryWith(input, attack.name, document);
+    for (const Input* const input : documents()) {
+        ASSERT_TRUE(tester.learn(*input)) << input->name;
+    }
+    for (const Attack& attack : all) {
+        for (const Input* const input : placesFor(attack, trial)) {
+            if (!trial.hasLost()) {
+                const std::string key = QuillCoreUtils::toString(input->key);
+                const bool isServers = input->form == Input::Form::Server;
+                tester.tryWith(*input, attack.name, isServers ? attack.asServerFile(key) : attack.asLocalFile(key));
             }
         }
     }

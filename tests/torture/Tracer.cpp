@@ -29,7 +29,7 @@ namespace {
 constexpr id_t beginMark = 0x7C0B0001;
 constexpr id_t endMark = 0x7C0B0002;
 
-constexpr std::size_t moreCallsThanAnyoneNeeds = 20000;
+constexpr std::size_t moreCallsThanAnyoneNeeds = 100000;
 
 enum class Names { Path, Descriptor, PathAt, TwoPaths, TwoPathsAt };
 
