@@ -14,6 +14,7 @@
 #include "Deeds.h"
 #include "StressedModule.h"
 #include "Trial.h"
+#include "simulation/Sanitized.h"
 #include "stores/LocalFileConfigStore.h"
 #include "support/Watchdog.h"
 
@@ -252,7 +253,8 @@ const char* nameOfBuild() {
 }
 
 TEST(Stress, OfEightThreadsEndsInOrderAndLeavesNothingBehind) {
-    Trial trial("stress", "steps", 20, 500);
+    // As many rounds with a sanitizer as without one: that is who looks on.
+    Trial trial("stress", "steps", 40 * 10 / simulation::sequences(10), 500);
     trial.remark(nameOfBuild());
     support::Watchdog watchdog(PATIENCE);
     Harvest harvest;
