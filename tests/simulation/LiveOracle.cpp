@@ -97,6 +97,12 @@ ValueState LiveOracle::peek(const std::wstring& key) const {
     return shown(*objects_.at(folded(current != nullptr ? *current : key)));
 }
 
+void LiveOracle::adopt(const ValueState& state) {
+    const auto object = std::make_shared<Object>();
+    object->stored = state;
+    objects_[folded(state.key)] = object;
+}
+
 void LiveOracle::watch(const std::wstring& key, int watcher) {
     std::vector<int>& watchers = find(key)->watchers;
     if (std::find(watchers.begin(), watchers.end(), watcher) == watchers.end()) {

@@ -32,6 +32,9 @@ public:
     /// What the object of the key shows, without the look-up that a request makes.
     ValueState peek(const std::wstring& key) const;
 
+    /// An object that was there before this oracle, with nothing owed.
+    void adopt(const ValueState& state);
+
     void watch(const std::wstring& key, int watcher);
     void unwatch(const std::wstring& key, int watcher);
 

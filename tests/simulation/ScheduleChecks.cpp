@@ -1,0 +1,284 @@
+// What a scheduled world looks at after each step, and at quiet moments.
+
+#include <algorithm>
+
+#include "Comparison.h"
+#include "ScheduledWorld.h"
+#include "SimulatedModule.h"
+#include "remote/DownloadJournal.h"
+#include "remote/TftpConfigStore.h"
+
+namespace simulation {
+
+namespace {
+
+/// Values that a server marks as sensitive, and no other store holds.
+const char* const SECRETS[] = {"dark", "first secret", "second secret"};
+
+bool isCopyName(const std::string& storeName) { return storeName.starts_with("cached"); }
+
+/// The store of whose file a folded name is the copy.
+std::string mainOf(const std::string& copyName) { return copyName.substr(6, copyName.size() - 10); }
+
+std::string inOneLine(const FileEntries& entries) {
+    std::string line;
+    for (const auto& [key, text] : entries) {
+        line += " " + key + " = [" + text + "]";
+    }
+    return line.empty() ? " nothing" : line;
+}
+
+std::string difference(const std::string& what, const FileEntries& expected, const FileEntries& actual) {
+    return what + "\n  expected:" + inOneLine(expected) + "\n  actual:  " + inOneLine(actual);
+}
+
+bool isToldSo(const ValueState& live, const Report& chain) {
+    // A silent report never turns "defined" off.
+    return live.value == chain.value && live.originalValue == chain.originalValue &&
+           live.isOverridden == chain.isOverridden && live.valueStoreName == chain.valueStoreName &&
+           live.originalValueStoreName == chain.originalValueStoreName && (live.isDefined || !chain.isDefined);
+}
+
+}  // namespace
+
+void ScheduledWorld::checkReport(const Report& report) {
+    std::vector<ChainOracle::StorePtr> chain;
+    const std::wstring* const old = ChainOracle::oldNameOf(report.key);
+    for (const auto& store : host_.manager().getStores()) {
+        const auto picture = std::make_shared<ModelStore>();
+        picture->name = store->getName();
+        picture->readOnly = store->isReadOnly();
+        for (const std::wstring* const key : {&report.key, old}) {
+            std::wstring text;
+            if (key != nullptr && store->getValue(*key, text)) {
+                picture->put(*key, text);
+            }
+        }
+        chain.push_back(picture);
+    }
+    judge_.adopt(std::move(chain));
+    const auto says = [&](const std::wstring& key) {
+        Report expected = judge_.stateOf(key);
+        expected.key = report.key;
+        expected.silent = report.silent;
+        return expected == report;
+    };
+    // What is told under the current name may have been worked out for the old one.
+    if (!says(report.key) && (old == nullptr || !says(*old))) {
+        complain("a report that the stores do not give at that moment\n  expected: " +
+                 describe({ChainCall::Kind::Changed, judge_.stateOf(report.key)}) +
+                 "\n  actual:   " + describe({ChainCall::Kind::Changed, report}));
+    }
+}
+
+void ScheduledWorld::checkAfter(const FileEntries& userBefore) {
+    noteSilentChanges();
+    checkHeard();
+    checkStores();
+    checkChain();
+    if (mayHaveWritten_) {
+        checkUserFile(userBefore);
+    }
+    checkCopies();
+    const bool isQuiet = host_.dispatcher().waiting() + host_.pool().waiting() == 0 &&
+                         host_.transport().running().empty() && host_.persistence().waitingNames().empty();
+    if (isQuiet) {
+        checkQuiet();
+    }
+}
+
+void ScheduledWorld::checkHeard() {
+    const std::size_t before = std::exchange(heardSoFar_, live_->heard().size());
+    if (const auto text = differenceOfHeard(live_->heard(), heard_, before)) {
+        complain(*text);
+    }
+    if (const auto text = differenceOfLiveValues(*live_, host_.service())) {
+        complain(*text);
+    }
+}
+
+void ScheduledWorld::checkStores() {
+    takeOverWhatTheModuleWrites();
+    const auto expected = mirror();
+    const auto actual = host_.manager().getStores();
+    for (std::size_t index = 0; index < actual.size(); ++index) {
+        const FileEntries held = asFileEntries(picture(*actual[index]));
+        if (asFileEntries(*expected[index]) != held) {
+            complain(difference("values of " + actual[index]->getName(), asFileEntries(*expected[index]), held));
+        }
+    }
+}
+
+void ScheduledWorld::checkChain() {
+    std::vector<std::string> names;
+    const auto stores = host_.manager().getStores();
+    for (const auto& store : stores) {
+        if (const std::string name = folded(store->getName()); !isCopyName(name)) {
+            names.push_back(name);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    if (names != model_.members()) {
+        std::string line = "stores of the chain\n  expected:";
+        for (const std::string& name : model_.members()) {
+            line += " " + name;
+        }
+        line += "\n  actual:  ";
+        for (const std::string& name : names) {
+            line += " " + name;
+        }
+        complain(line);
+    }
+    const auto precedes = [](const auto& a, const auto& b) { return a->getPriority() < b->getPriority(); };
+    if (!std::is_sorted(stores.begin(), stores.end(), precedes)) {
+        complain("the stores of the chain are not in the order of their priorities");
+    }
+}
+
+void ScheduledWorld::checkUserFile(const FileEntries& userBefore) {
+    const FileEntries user = model_.userEntries();
+    const FileEntries actual = readUserFile(host_.configDirectory()).value_or(FileEntries());
+    if (actual != model_.userFile && actual != userBefore && actual != user) {
+        complain(difference("the user's file is neither the old one nor the new one", user, actual));
+    }
+    if (disturbed_) {
+        tally_["persists of the user's file that a disk refused"] += actual == user ? 0 : 1;
+        model_.writeFailed = model_.writeFailed || actual != user;
+    } else if (actual == user) {
+        model_.writeFailed = false;
+    }
+    model_.userFile = actual;
+}
+
+void ScheduledWorld::checkCopies() {
+    const auto actual = readCopies(host_.configDirectory());
+    for (const auto& [name, entries] : std::exchange(perhaps_, {})) {
+        const auto found = actual.find(name);
+        if (found != actual.end() && found->second == entries) {
+            model_.copies[name] = entries;
+        } else {
+            ++tally_["copies that a disk refused"];
+        }
+    }
+    auto expected = model_.copies;
+    for (const auto& [name, entries] : actual) {
+        if (expected[name] != entries) {
+            complain(difference("the file " + name, expected[name], entries));
+        }
+        for (const auto& [key, text] : entries) {
+            if (std::find(std::begin(SECRETS), std::end(SECRETS), text) != std::end(SECRETS)) {
+                complain("a secret in the file " + name);
+            }
+        }
+        expected.erase(name);
+    }
+    for (const auto& [name, entries] : expected) {
+        complain("there is no file " + name);
+    }
+}
+
+void ScheduledWorld::noteSilentChanges() {
+    std::map<std::string, ModelEntries> now;
+    for (const auto& store : host_.manager().getStores()) {
+        const std::string name = folded(store->getName());
+        if (isCopyName(name) || name == "tftpconfigstore" || name == "remotestore") {
+            now[name] = picture(*store).entries;
+        }
+    }
+    const auto silence = [&](const ModelEntries& entries) {
+        for (const auto& [key, entry] : entries) {
+            silenced_.insert(key);
+            for (const std::wstring* const other : {ChainOracle::currentNameOf(key), ChainOracle::oldNameOf(key)}) {
+                silenced_.insert(other != nullptr ? folded(*other) : key);
+            }
+        }
+    };
+    for (const auto& [name, entries] : remembered_) {
+        const auto found = now.find(name);
+        if (isCopyName(name) && found == now.end() && remembered_.count(mainOf(name)) != 0) {
+            // A store that is replaced takes its copy out of the chain without a word.
+            silence(entries);
+        }
+        const bool isTold = downloaded_ || found == now.end();
+        if (name == "tftpconfigstore" && !isTold && found->second != entries) {
+            // The server's store drops and takes values before it tells, and nobody is told of those that it drops.
+            silence(entries);
+            silence(found->second);
+        }
+    }
+    remembered_ = std::move(now);
+}
+
+void ScheduledWorld::checkQuiet() {
+    ++tally_["quiet moments"];
+    if (!reports_->isEmpty()) {
+        complain("a report was never brought to the service");
+    }
+    if (!model_.userDestroyed && !model_.writeFailed && model_.userFile != model_.userEntries()) {
+        complain(difference("the user's file when all is written", model_.userEntries(), model_.userFile));
+    }
+    if (!host_.adapter().getDownloadJournal()->snapshot().settled) {
+        complain("a download is still under way although nothing is left to do");
+    }
+    checkLiveValues();
+}
+
+void ScheduledWorld::checkLiveValues() {
+    oracle_.adopt(mirror());
+    const auto values = host_.service().getAllConfig();
+    for (const auto& value : *values) {
+        const ValueState live = stateOf(*value);
+        if (silenced_.count(folded(live.key)) != 0) {
+            continue;
+        }
+        const std::wstring* const old = ChainOracle::oldNameOf(live.key);
+        if (!isToldSo(live, oracle_.stateOf(live.key)) && (old == nullptr || !isToldSo(live, oracle_.stateOf(*old)))) {
+            complain("a live value is not what the chain answers\n  expected: " +
+                     describe({ChainCall::Kind::Changed, oracle_.stateOf(live.key)}) +
+                     "\n  actual:   " + describe(live));
+        }
+    }
+}
+
+void ScheduledWorld::settle() {
+    const auto step = [](ScheduleAct act) {
+        ScheduleStep made;
+        made.act = act;
+        made.result = 1;
+        return made;
+    };
+    while (!complaint_) {
+        if (host_.dispatcher().waiting() > 0) {
+            apply(step(ScheduleAct::RunDispatcher));
+        } else if (host_.pool().waiting() > 0) {
+            apply(step(ScheduleAct::RunPool));
+        } else if (!host_.transport().running().empty()) {
+            apply(step(ScheduleAct::EndTransfer));
+        } else if (!host_.persistence().waitingNames().empty()) {
+            apply(step(ScheduleAct::RunPersist));
+        } else {
+            return;
+        }
+    }
+}
+
+std::optional<std::string> ScheduledWorld::finish() {
+    ScheduleStep step;
+    step.act = ScheduleAct::FreeDisk;
+    apply(step);
+    settle();
+    // A write that comes once the disk takes it again brings along what one before it could not.
+    step.act = ScheduleAct::Start;
+    apply(step);
+    step.act = ScheduleAct::Store;
+    step.key = L"Last_Of_All";
+    step.text = L"kept";
+    apply(step);
+    settle();
+    step.act = ScheduleAct::Kill;
+    apply(step);
+    settle();
+    return complaint_;
+}
+
+}  // namespace simulation

@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <optional>
+#include <vector>
+
+#include "../torture/Trial.h"
+#include "Campaign.h"
+#include "ScheduleGenerator.h"
+#include "ScheduledWorld.h"
+
+namespace simulation {
+namespace {
+
+constexpr std::size_t STEPS = 30;
+constexpr std::uint64_t SCHEDULES_IN_CHECK = 20000;
+constexpr std::uint64_t SCHEDULES = 1000000;
+
+std::optional<Difference> firstDifferenceOf(const std::vector<ScheduleStep>& steps, ScheduleTally& tally) {
+    ScheduledWorld world(tally);
+    for (std::size_t index = 0; index < steps.size(); ++index) {
+        if (const auto text = world.apply(steps[index])) {
+            return Difference{index, *text};
+        }
+    }
+    if (const auto text = world.finish()) {
+        return Difference{steps.size() - 1, "at the end: " + *text};
+    }
+    return std::nullopt;
+}
+
+std::string reportOfSchedule(const std::vector<ScheduleStep>& steps) {
+    ScheduleTally untold;
+    return reportOfFailure(
+        steps, [&](const std::vector<ScheduleStep>& some) { return firstDifferenceOf(some, untold); });
+}
+
+/// What must happen somewhere in a campaign for it to have tried everything.
+const std::vector<std::string> LANDMARKS = {
+    "quiet moments",
+    "steps while another one waited",
+    "links taken",
+    "data resets",
+    "copies kept of other modules' stores",
+    "files of the server that joined or changed",
+    "persists of the user's file that a disk refused",
+    "copies that a disk refused",
+    "processes that went on with another's files",
+};
+
+TEST(Schedules, LoseNothingAndTellAllInWhateverOrderTheThreadsTakeTheirSteps) {
+    torture::Trial trial("schedules", "schedules", SCHEDULES_IN_CHECK, SCHEDULES);
+    ScheduleTally tally;
+    // The first schedule is that of the run's seed: a seed that is printed for a failure replays it at once.
+    for (unsigned seed = trial.seed(); trial.nextRound(); ++seed) {
+        trial.tried();
+        const std::vector<ScheduleStep> steps = ScheduleGenerator(seed).schedule(STEPS);
+        if (firstDifferenceOf(steps, tally)) {
+            trial.lost(reportOfSchedule(steps), "", seed);
+            return;
+        }
+    }
+    for (const std::string& landmark : LANDMARKS) {
+        EXPECT_GT(tally[landmark], 0U) << landmark;
+        RecordProperty(landmark, std::to_string(tally[landmark]));
+    }
+}
+
+}  // namespace
+}  // namespace simulation
