@@ -49,11 +49,10 @@ ScheduleModel::ScheduleModel()
 
 void ScheduleModel::readLinkFile() {
     provisioning->entries.clear();
-    for (const auto& [key, text] : copies[linkFile]) {
-        provisioning->put(std::wstring(key.begin(), key.end()), std::wstring(text.begin(), text.end()));
-    }
-    if (copies[linkFile].empty()) {
-        copies.erase(linkFile);
+    if (const auto file = copies.find(linkFile); file != copies.end()) {
+        for (const auto& [key, text] : file->second) {
+            provisioning->put(std::wstring(key.begin(), key.end()), std::wstring(text.begin(), text.end()));
+        }
     }
     linkUnwritten = false;
 }

@@ -1,6 +1,7 @@
 #include "ScheduledWorld.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include "ConfigValueObserver.h"
@@ -108,8 +109,12 @@ std::optional<std::string> ScheduledWorld::apply(const ScheduleStep& step) {
     const FileEntries userBefore = model_.userEntries();
     mayHaveWritten_ = downloaded_ = false;
     disturbed_ = host_.disk().isThere();
-    perform(step);
-    checkAfter(userBefore);
+    try {
+        perform(step);
+        checkAfter(userBefore);
+    } catch (const std::exception& exception) {
+        complain(std::string("an exception: ") + exception.what());
+    }
     return complaint_;
 }
 
@@ -127,6 +132,9 @@ void ScheduledWorld::perform(const ScheduleStep& step) {
     meanwhile_ = std::move(formerMeanwhile);
     host_.dispatcher().setOnDispatcher(former);
     takeOverWhatTheModuleWrites();
+    if (std::exchange(joined_, false)) {
+        applyPolicies();
+    }
 }
 
 void ScheduledWorld::takeMeanwhile() {
@@ -136,9 +144,11 @@ void ScheduledWorld::takeMeanwhile() {
             continue;
         }
         ++tally_["steps while another one waited"];
+        const FileEntries userBefore = model_.userEntries();
         perform(step);
         checkHeard();
         checkStores();
+        checkUserFile(userBefore);
     }
 }
 
@@ -245,9 +255,35 @@ void ScheduledWorld::write(const ScheduleStep& step) {
     if (const auto text = differenceOf("call of the chain", expectedCalls_, calls_)) {
         complain(*text);
     }
-    // The chain is silent about an old name while another store holds the current one.
-    if (step.act == Act::Erase && expected && ChainOracle::currentNameOf(step.key) != nullptr && calls_.empty()) {
-        silenced_.insert({folded(step.key), folded(*ChainOracle::currentNameOf(step.key))});
+    noteSilentWrite(step.key);
+    for (const auto& [key, value] : step.values) {
+        noteSilentWrite(key);
+    }
+}
+
+void ScheduledWorld::noteSilentWrite(const std::wstring& key) {
+    // The chain says nothing of an old name while a store holds the current one.
+    if (const std::wstring* const current = ChainOracle::currentNameOf(key)) {
+        const bool isTold = std::any_of(calls_.begin(), calls_.end(), [&](const ChainCall& call) {
+            return folded(call.report.key) == folded(*current);
+        });
+        if (!isTold) {
+            silenced_.insert(folded(*current));
+        }
+    }
+}
+
+void ScheduledWorld::applyPolicies() {
+    takeOverWhatTheModuleWrites();
+    oracle_.adopt(mirror());
+    expectedCalls_.clear();
+    const std::size_t before = oracle_.persistTasks();
+    oracle_.applyPolicies();
+    if (oracle_.persistTasks() != before) {
+        ++tally_["values that a policy took from the user"];
+        calls_ = expectedCalls_;
+        noteSilentWrite(L"CtiServer1");
+        noteSilentWrite(L"HubcipServer1");
     }
 }
 
@@ -285,7 +321,8 @@ void ScheduledWorld::takeLink(const std::wstring& link) {
     model_.provisioning->entries = taken.entries;
     keepCopy(ScheduleModel::linkFile, taken);
     checkCopies();
-    model_.linkUnwritten = model_.copies[ScheduleModel::linkFile] != asFileEntries(taken);
+    const auto file = model_.copies.find(ScheduleModel::linkFile);
+    model_.linkUnwritten = file == model_.copies.end() || file->second != asFileEntries(taken);
     oracle_.adopt(mirror());
     oracle_.store(L"AllowUrlProvisioning", L"False");
 }
@@ -300,6 +337,7 @@ void ScheduledWorld::allowLinks() {
 }
 
 void ScheduledWorld::performByHost(const ScheduleStep& step) {
+    const bool wasStarted = model_.started;
     switch (step.act) {
     case Act::AddStore:
         addStore(step.store);
@@ -346,12 +384,10 @@ void ScheduledWorld::performByHost(const ScheduleStep& step) {
         startAnew(step.act == Act::ShutDown);
         break;
     }
-    const bool appliesPolicies = (step.act == Act::AddStore && model_.started) || step.act == Act::Start ||
-                                 step.act == Act::Refresh || step.act == Act::ResetData;
-    if (appliesPolicies) {
-        takeOverWhatTheModuleWrites();
-        oracle_.adopt(mirror());
-        oracle_.applyPolicies();
+    const bool begins = step.act == Act::Start && !wasStarted;
+    const bool adds = step.act == Act::AddStore && wasStarted;
+    if (begins || adds || step.act == Act::Refresh || step.act == Act::ResetData) {
+        applyPolicies();
     }
 }
 
@@ -433,10 +469,8 @@ void ScheduledWorld::switchSourceOn() {
 
 void ScheduledWorld::startAnew(bool shutDown) {
     if (shutDown) {
-        const bool formerWritten = std::exchange(mayHaveWritten_, true);
         host_.shutDown();
         checkUserFile(model_.userEntries());
-        mayHaveWritten_ = formerWritten;
     }
     ++tally_["processes that went on with another's files"];
     if (const auto text = host_.drop()) {
@@ -447,9 +481,9 @@ void ScheduledWorld::startAnew(bool shutDown) {
     if (const std::string name = strangeFile(host_.configDirectory()); !name.empty()) {
         complain("a process that starts leaves this file: " + name);
     }
-    takeOverWhatTheModuleWrites();
-    oracle_.adopt(mirror());
-    oracle_.applyPolicies();
+    const FileEntries userBefore = model_.userEntries();
+    applyPolicies();
+    checkUserFile(userBefore);
 }
 
 void ScheduledWorld::onInjected() {
@@ -484,6 +518,7 @@ void ScheduledWorld::onDownload(const std::shared_ptr<TftpConfigStore>& store, b
     }
     ++tally_["files of the server that joined or changed"];
     model_.serverIn = model_.serverIn || isFirst;
+    joined_ = joined_ || isFirst;
     downloaded_ = true;
     keepCopy(copyOf(SERVER_STORE), picture(*store));
 }

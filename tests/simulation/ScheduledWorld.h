@@ -63,6 +63,7 @@ private:
     void addStore(const ModelStore& description);
     void removeStore(const std::string& name);
     void removeCopies();
+    void applyPolicies();
     void start();
     void destroy();
     void powerDown();
@@ -84,6 +85,7 @@ private:
     ModelStore picture(ConfigStore& store) const;
     void takeOver(ModelStore& store, const std::vector<std::wstring>& keys);
     void takeOverWhatTheModuleWrites();
+    void noteSilentWrite(const std::wstring& key);
     void noteSilentChanges();
     void keepCopy(const std::string& name, const ModelStore& store);
 
@@ -121,6 +123,7 @@ private:
     int depth_ = 0;
     bool mayHaveWritten_ = false;
     std::map<std::string, FileEntries> perhaps_;      ///< copies that a disk at fault may or may not have taken
+    bool joined_ = false;  ///< the server's store came through the feature set, which applies the policies
     bool downloaded_ = false;                         ///< the server's store told of a file during the step under way
     bool disturbed_ = false;                          ///< the disk was at fault during the step under way
     std::set<std::wstring> silenced_;                 ///< keys of which the chain has not told the newest, folded
