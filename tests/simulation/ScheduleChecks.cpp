@@ -80,26 +80,35 @@ void ScheduledWorld::checkReport(const Report& report) {
 void ScheduledWorld::checkAfter(const FileEntries& userBefore) {
     noteSilentChanges();
     checkHeard();
+    checkLiveValuesAgainstReports();
     checkStores();
     checkChain();
     if (mayHaveWritten_) {
         checkUserFile(userBefore);
     }
-    checkCopies();
-    const bool isQuiet = host_.dispatcher().waiting() + host_.pool().waiting() == 0 &&
-                         host_.transport().running().empty() && host_.persistence().waitingNames().empty();
-    if (isQuiet) {
+    if (mayHaveCopied_) {
+        checkCopies();
+    }
+    if (isQuiet()) {
         checkQuiet();
     }
 }
 
+bool ScheduledWorld::isQuiet() {
+    return host_.dispatcher().waiting() + host_.pool().waiting() == 0 && host_.transport().running().empty() &&
+           host_.persistence().waiting() == 0;
+}
+
 void ScheduledWorld::checkHeard() {
-    const bool former = host_.dispatcher().checkForUpdateAccess();
-    host_.dispatcher().setOnDispatcher(true);
     const std::size_t before = std::exchange(heardSoFar_, live_->heard().size());
     if (const auto text = differenceOfHeard(live_->heard(), heard_, before)) {
         complain(*text);
     }
+}
+
+void ScheduledWorld::checkLiveValuesAgainstReports() {
+    const bool former = host_.dispatcher().checkForUpdateAccess();
+    host_.dispatcher().setOnDispatcher(true);
     if (const auto text = differenceOfLiveValues(*live_, host_.service())) {
         complain(*text);
     }
@@ -251,23 +260,20 @@ void ScheduledWorld::checkLiveValues() {
 }
 
 void ScheduledWorld::settle() {
-    const auto step = [](ScheduleAct act) {
-        ScheduleStep made;
-        made.act = act;
-        made.result = 1;
-        return made;
-    };
-    while (!complaint_) {
-        if (host_.dispatcher().waiting() > 0) {
-            apply(step(ScheduleAct::RunDispatcher));
-        } else if (host_.pool().waiting() > 0) {
-            apply(step(ScheduleAct::RunPool));
-        } else if (!host_.transport().running().empty()) {
-            apply(step(ScheduleAct::EndTransfer));
-        } else if (!host_.persistence().waitingNames().empty()) {
-            apply(step(ScheduleAct::RunPersist));
+    while (!complaint_ && !isQuiet()) {
+        ScheduleStep step;
+        step.result = 1;
+        step.act = host_.dispatcher().waiting() > 0       ? ScheduleAct::RunDispatcher
+                   : host_.pool().waiting() > 0           ? ScheduleAct::RunPool
+                   : !host_.transport().running().empty() ? ScheduleAct::EndTransfer
+                                                          : ScheduleAct::RunPersist;
+        // Hundreds of reports: who is told of what is looked at for each, the rest when something else happens.
+        if (step.act == ScheduleAct::RunDispatcher && ReportModel::isReport(host_.dispatcher().nextName()) &&
+            host_.dispatcher().waiting() > 1) {
+            perform(step);
+            checkHeard();
         } else {
-            return;
+            apply(step);
         }
     }
 }

@@ -131,9 +131,12 @@ void ReportModel::take(const ChainCall& call, bool onDispatcher) {
     }
 }
 
+bool ReportModel::isReport(const std::string& taskName) {
+    return taskName == "ConfigServiceImpl::OnConfigChanged" || taskName == "ConfigServiceImpl::FireIfRequired";
+}
+
 void ReportModel::beginTask(const std::string& name) {
-    const bool isOurs = name == "ConfigServiceImpl::OnConfigChanged" || name == "ConfigServiceImpl::FireIfRequired";
-    if (!isOurs || tasks_.empty()) {
+    if (!isReport(name) || tasks_.empty()) {
         return;
     }
     const bool bringsReport = tasks_.front();

@@ -72,6 +72,9 @@ public:
     /// A task of the dispatcher thread begins.
     void beginTask(const std::string& name);
 
+    /// Whether a task of the dispatcher thread is one of those that tell the service something.
+    static bool isReport(const std::string& taskName);
+
     bool isEmpty() const { return waiting_.empty(); }
 
 private:

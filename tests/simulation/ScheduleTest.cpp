@@ -12,7 +12,7 @@
 namespace simulation {
 namespace {
 
-constexpr std::size_t STEPS = 30;
+constexpr std::size_t STEPS = 24;
 constexpr std::uint64_t SCHEDULES_IN_CHECK = 20000;
 constexpr std::uint64_t SCHEDULES = 1000000;
 
@@ -31,8 +31,8 @@ std::optional<Difference> firstDifferenceOf(const std::vector<ScheduleStep>& ste
 
 std::string reportOfSchedule(const std::vector<ScheduleStep>& steps) {
     ScheduleTally untold;
-    return reportOfFailure(
-        steps, [&](const std::vector<ScheduleStep>& some) { return firstDifferenceOf(some, untold); });
+    return reportOfFailure(steps,
+                           [&](const std::vector<ScheduleStep>& some) { return firstDifferenceOf(some, untold); });
 }
 
 /// What must happen somewhere in a campaign for it to have tried everything.

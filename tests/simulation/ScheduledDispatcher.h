@@ -27,6 +27,9 @@ public:
 
     std::size_t waiting() const { return queue_.size(); }
 
+    /// The name of the oldest task; there must be one.
+    const std::string& nextName() const { return queue_.front()->getName(); }
+
     /// Drops what waits: the process has ended.
     void drop();
 

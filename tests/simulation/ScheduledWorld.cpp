@@ -107,7 +107,7 @@ void ScheduledWorld::complain(const std::string& text) {
 
 std::optional<std::string> ScheduledWorld::apply(const ScheduleStep& step) {
     const FileEntries userBefore = model_.userEntries();
-    mayHaveWritten_ = downloaded_ = false;
+    mayHaveWritten_ = mayHaveCopied_ = downloaded_ = false;
     disturbed_ = host_.disk().isThere();
     try {
         perform(step);
@@ -257,19 +257,25 @@ void ScheduledWorld::write(const ScheduleStep& step) {
     }
     noteSilentWrite(step.key);
     for (const auto& [key, value] : step.values) {
-        noteSilentWrite(key);
+        // Each of the stores that take it reports, and the one that tells the truth may have to be silent.
+        noteSilence(key);
     }
 }
 
 void ScheduledWorld::noteSilentWrite(const std::wstring& key) {
+    const std::wstring* const current = ChainOracle::currentNameOf(key);
+    const bool isTold = current != nullptr && std::any_of(calls_.begin(), calls_.end(), [&](const ChainCall& call) {
+                            return folded(call.report.key) == folded(*current);
+                        });
+    if (!isTold) {
+        noteSilence(key);
+    }
+}
+
+void ScheduledWorld::noteSilence(const std::wstring& key) {
     // The chain says nothing of an old name while a store holds the current one.
     if (const std::wstring* const current = ChainOracle::currentNameOf(key)) {
-        const bool isTold = std::any_of(calls_.begin(), calls_.end(), [&](const ChainCall& call) {
-            return folded(call.report.key) == folded(*current);
-        });
-        if (!isTold) {
-            silenced_.insert(folded(*current));
-        }
+        silenced_.insert(folded(*current));
     }
 }
 
@@ -338,6 +344,7 @@ void ScheduledWorld::allowLinks() {
 
 void ScheduledWorld::performByHost(const ScheduleStep& step) {
     const bool wasStarted = model_.started;
+    mayHaveCopied_ = true;
     switch (step.act) {
     case Act::AddStore:
         addStore(step.store);
@@ -587,6 +594,7 @@ void ScheduledWorld::keepCopy(const std::string& name, const ModelStore& store) 
         return name != ScheduleModel::linkFile && host_.manager().isKeySensitive(entry.first);
     });
     // On a full disk it may be the former file that is still there.
+    mayHaveCopied_ = true;
     (disturbed_ ? perhaps_ : model_.copies)[name] = asFileEntries(kept);
 }
 

@@ -86,6 +86,7 @@ private:
     void takeOver(ModelStore& store, const std::vector<std::wstring>& keys);
     void takeOverWhatTheModuleWrites();
     void noteSilentWrite(const std::wstring& key);
+    void noteSilence(const std::wstring& key);
     void noteSilentChanges();
     void keepCopy(const std::string& name, const ModelStore& store);
 
@@ -95,12 +96,14 @@ private:
     void checkReport(const Report& report);
     void checkAfter(const FileEntries& userBefore);
     void checkHeard();
+    void checkLiveValuesAgainstReports();
     void checkStores();
     void checkChain();
     void checkUserFile(const FileEntries& userBefore);
     void checkCopies();
     void checkQuiet();
     void checkLiveValues();
+    bool isQuiet();
     void settle();
 
     ScheduleTally& tally_;
@@ -121,12 +124,13 @@ private:
     std::size_t versionAnswer_ = 1;
     std::size_t heardSoFar_ = 0;
     int depth_ = 0;
-    bool mayHaveWritten_ = false;
-    std::map<std::string, FileEntries> perhaps_;      ///< copies that a disk at fault may or may not have taken
-    bool joined_ = false;  ///< the server's store came through the feature set, which applies the policies
-    bool downloaded_ = false;                         ///< the server's store told of a file during the step under way
-    bool disturbed_ = false;                          ///< the disk was at fault during the step under way
-    std::set<std::wstring> silenced_;                 ///< keys of which the chain has not told the newest, folded
+    bool mayHaveWritten_ = false;                 ///< the user's file, during the step under way
+    bool mayHaveCopied_ = false;                  ///< the files of the folder of the copies
+    std::map<std::string, FileEntries> perhaps_;  ///< copies that a disk at fault may or may not have taken
+    bool joined_ = false;              ///< the server's store came through the feature set, which applies the policies
+    bool downloaded_ = false;          ///< the server's store told of a file during the step under way
+    bool disturbed_ = false;           ///< the disk was at fault during the step under way
+    std::set<std::wstring> silenced_;  ///< keys of which the chain has not told the newest, folded
     std::map<std::string, ModelEntries> remembered_;  ///< what the stores held that change in silence
 };
 
