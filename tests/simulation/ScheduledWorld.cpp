@@ -21,6 +21,12 @@ using Act = ScheduleAct;
 
 const char* const SERVER_STORE = "TFTPConfigStore";
 
+/// Whether a step may write the user's file by itself.
+bool mayWrite(Act act) {
+    return act == Act::RunPersist || act == Act::PersistWithoutDescriptors || act == Act::Start ||
+           act == Act::Refresh || act == Act::ResetData || act == Act::PowerDown;
+}
+
 std::string copyOf(const std::string& storeName) { return "cached" + storeName + ".xml"; }
 
 }  // namespace
@@ -106,12 +112,12 @@ void ScheduledWorld::complain(const std::string& text) {
 }
 
 std::optional<std::string> ScheduledWorld::apply(const ScheduleStep& step) {
-    const FileEntries userBefore = model_.userEntries();
+    const FileEntries userBefore = mayWrite(step.act) ? model_.userEntries() : FileEntries();
     mayHaveWritten_ = mayHaveCopied_ = downloaded_ = false;
     disturbed_ = host_.disk().isThere();
     try {
         perform(step);
-        checkAfter(userBefore);
+        checkAfter(step, userBefore);
     } catch (const std::exception& exception) {
         complain(std::string("an exception: ") + exception.what());
     }
@@ -148,7 +154,9 @@ void ScheduledWorld::takeMeanwhile() {
         perform(step);
         checkHeard();
         checkStores();
-        checkUserFile(userBefore);
+        if (mayWrite(step.act)) {
+            checkUserFile(userBefore);
+        }
     }
 }
 
@@ -579,11 +587,14 @@ void ScheduledWorld::takeOver(ModelStore& store, const std::vector<std::wstring>
 }
 
 void ScheduledWorld::takeOverWhatTheModuleWrites() {
-    takeOver(*model_.user, {L"PrimaryConfigStores"});
-    takeOver(*model_.memory, {L"Telephony_Enabled", L"Voicemail_Enabled", L"Meetings_Enabled", L"HomeUdsVersion"});
+    static const std::vector<std::wstring> users = {L"PrimaryConfigStores"};
+    static const std::vector<std::wstring> memorys = {L"Telephony_Enabled", L"Voicemail_Enabled", L"Meetings_Enabled",
+                                                      L"HomeUdsVersion"};
+    takeOver(*model_.user, users);
+    takeOver(*model_.memory, memorys);
     for (const auto& [name, store] : model_.outside) {
         if (!store->readOnly) {
-            takeOver(*store, {L"PrimaryConfigStores"});
+            takeOver(*store, users);
         }
     }
 }

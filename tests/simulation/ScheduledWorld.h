@@ -94,7 +94,7 @@ private:
 
     void complain(const std::string& text);
     void checkReport(const Report& report);
-    void checkAfter(const FileEntries& userBefore);
+    void checkAfter(const ScheduleStep& step, const FileEntries& userBefore);
     void checkHeard();
     void checkLiveValuesAgainstReports();
     void checkStores();
