@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,9 @@ public:
 
     void watch(const std::wstring& key, int watcher);
     void unwatch(const std::wstring& key, int watcher);
+
+    /// A key whose watchers have not been told of a silent report yet; none if nothing is owed.
+    std::optional<std::wstring> owed() const;
 
     /// Everything that any watcher has heard so far, in order.
     const std::vector<Heard>& heard() const { return heard_; }

@@ -242,6 +242,9 @@ void ScheduledWorld::checkQuiet() {
     if (!reports_->isEmpty()) {
         complain("a report was never brought to the service");
     }
+    if (const auto key = live_->owed()) {
+        complain("a silent report that nobody was told of afterwards: " + printable(*key));
+    }
     if (!model_.userDestroyed && !model_.writeFailed && model_.userFile != model_.userEntries()) {
         complain(difference("the user's file when all is written", model_.userEntries(), model_.userFile));
     }

@@ -27,6 +27,22 @@ bool mayWrite(Act act) {
            act == Act::Refresh || act == Act::ResetData || act == Act::PowerDown;
 }
 
+/// What a link sets, of the keys that the links of these schedules name.
+ModelEntries entriesOfLink(const std::wstring& link) {
+    static const std::vector<std::wstring> known = {L"servicesdomain", L"meetings_enabled", L"telephony_enabled"};
+    ModelStore taken;
+    for (std::size_t place = link.find(L'?'); place < link.size();) {
+        const std::size_t equals = link.find(L'=', place);
+        const std::size_t end = std::min(link.size(), link.find(L'&', equals));
+        const std::wstring key = link.substr(place + 1, equals - place - 1);
+        if (std::find(known.begin(), known.end(), folded(key)) != known.end()) {
+            taken.put(key, link.substr(equals + 1, end - equals - 1));
+        }
+        place = end;
+    }
+    return taken.entries;
+}
+
 std::string copyOf(const std::string& storeName) { return "cached" + storeName + ".xml"; }
 
 }  // namespace
@@ -309,20 +325,9 @@ void ScheduledWorld::watch(const ScheduleStep& step) {
 }
 
 void ScheduledWorld::takeLink(const std::wstring& link) {
-    static const std::vector<std::wstring> known = {L"servicesdomain", L"meetings_enabled", L"telephony_enabled"};
     oracle_.adopt(mirror());
     ModelStore taken = *model_.provisioning;
-    taken.entries.clear();
-    const std::wstring query = link.substr(std::min(link.size(), link.find(L'?')));
-    for (std::size_t place = 0; place + 1 < query.size();) {
-        const std::size_t equals = query.find(L'=', place);
-        const std::size_t end = std::min(query.size(), query.find(L'&', equals));
-        const std::wstring key = query.substr(place + 1, equals - place - 1);
-        if (std::find(known.begin(), known.end(), folded(key)) != known.end()) {
-            taken.put(key, query.substr(equals + 1, end - equals - 1));
-        }
-        place = end;
-    }
+    taken.entries = entriesOfLink(link);
     const bool refused = folded(oracle_.lookUp(L"AllowUrlProvisioning", false).value) == L"false";
     const bool expected = !refused && !taken.entries.empty();
     if (host_.featureSet().setUrlProvisioningData(link) != expected) {

@@ -28,7 +28,8 @@ using ScheduleTally = std::map<std::string, std::uint64_t>;
 ///  - every store holds what it ought to, and the chain holds the stores that it ought to, in order;
 ///  - the user's file is the one before the step or the one after it, and so are the copies, without a secret.
 /// At quiet moments, when nothing waits or runs:
-///  - every live value is what the chain answers, but where the chain is told to keep silent;
+///  - every live value is what the chain answers, but where the chain keeps silent by its rules, and nothing that was
+///    reported silently is left to be told;
 ///  - the user's file holds what was stored, unless a write has failed and none has come since;
 ///  - nothing is left of the downloads.
 class ScheduledWorld {
