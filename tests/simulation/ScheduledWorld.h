@@ -124,7 +124,6 @@ private:
     std::vector<ScheduleStep> meanwhile_;
     std::size_t versionAnswer_ = 1;
     std::size_t heardSoFar_ = 0;
-    int depth_ = 0;
     bool mayHaveWritten_ = false;                 ///< the user's file, during the step under way
     bool mayHaveCopied_ = false;                  ///< the files of the folder of the copies
     std::map<std::string, FileEntries> perhaps_;  ///< copies that a disk at fault may or may not have taken
