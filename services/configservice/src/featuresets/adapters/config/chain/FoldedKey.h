@@ -62,6 +62,9 @@ inline bool equal(std::wstring_view a, std::wstring_view b) {
     for (std::size_t place = 0; place < a.size(); place += 2) {
         const std::uint64_t fromA = pairAt(a, place);
         const std::uint64_t fromB = pairAt(b, place);
+        if (fromA == fromB) {
+            continue;
+        }
         if (((fromA | fromB) & BEYOND_ASCII) != 0) {
             return QuillCoreUtils::caseInsensitiveStringEquals(a.substr(place), b.substr(place));
         }

@@ -82,9 +82,6 @@ bool LocalFileConfigStore::getValue(const std::wstring& key, std::wstring& value
 }
 
 bool LocalFileConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
-    if (!filter_.mayHold(key.hash())) {
-        return answer(nullptr, key, value);
-    }
     tessel::ScopedLock lock(mutex_);
     return answer(values_.find(key), key, value);
 }
