@@ -71,7 +71,8 @@ void KeyResolver::lookUpOriginalExactly(const FoldedKey& key, Original& original
             continue;
         }
         if (isKnown) {
-            text = known->value;
+            // Of a writable store's text only this counts, whether it is empty.
+            text = readOnly ? known->value : known->value.substr(0, 1);
         } else if (!store.lookUp(key, text)) {
             continue;
         }

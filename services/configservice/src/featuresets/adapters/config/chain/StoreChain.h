@@ -64,7 +64,7 @@ public:
         const Lock lock(*this);
         const std::shared_ptr<const StoreList> list = stores();
         for (const auto& store : *list) {
-            if (contains(*store) && !visit(store)) {
+            if (stillHas(list, *store) && !visit(store)) {
                 return;
             }
         }
@@ -76,7 +76,7 @@ public:
         const Lock lock(*this);
         const std::shared_ptr<const StoreList> list = stores();
         for (auto store = list->rbegin(); store != list->rend(); ++store) {
-            if (contains(**store)) {
+            if (stillHas(list, **store)) {
                 visit(*store);
             }
         }
@@ -87,6 +87,11 @@ private:
         StoreList stores;
         SearchList search;
     };
+
+    /// contains() for a store of an earlier list, which nearly always is the list of this moment.
+    bool stillHas(const std::shared_ptr<const StoreList>& earlier, const ConfigStore& store) TESSEL_REQUIRES(mutex_) {
+        return earlier.get() == &content_->stores || contains(store);
+    }
 
     void replace(StoreList stores) TESSEL_REQUIRES(mutex_);
 
