@@ -41,7 +41,7 @@ public:
     std::shared_ptr<const StoreList> stores();
 
     /// The same for searches; good until the outermost Lock of this thread is gone, even if the chain changes.
-    const SearchList& searchList(const Lock&);
+    const SearchList& searchList(const Lock&) TESSEL_NO_THREAD_SAFETY_ANALYSIS { return content_->search; }
 
     /// The store at that place as the chain stands, null behind its end.
     std::shared_ptr<ConfigStore> at(std::size_t index);
@@ -65,7 +65,7 @@ public:
         const Lock lock(*this);
         const std::shared_ptr<const StoreList> list = stores();
         for (const auto& store : *list) {
-            if (contains(*store) && !visit(store)) {
+            if (stillHas(list, *store) && !visit(store)) {
                 return;
             }
         }
@@ -77,7 +77,7 @@ public:
         const Lock lock(*this);
         const std::shared_ptr<const StoreList> list = stores();
         for (auto store = list->rbegin(); store != list->rend(); ++store) {
-            if (contains(**store)) {
+            if (stillHas(list, **store)) {
                 visit(*store);
             }
         }
@@ -88,6 +88,11 @@ private:
         StoreList stores;
         SearchList search;
     };
+
+    /// contains() for a store of an earlier list, which nearly always is the list of this moment.
+    bool stillHas(const std::shared_ptr<const StoreList>& earlier, const ConfigStore& store) TESSEL_REQUIRES(mutex_) {
+        return earlier.get() == &content_->stores || contains(store);
+    }
 
     void replace(StoreList stores) TESSEL_REQUIRES(mutex_);
 

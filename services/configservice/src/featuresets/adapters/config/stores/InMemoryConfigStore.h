@@ -11,6 +11,7 @@ class InMemoryConfigStore : public ConfigStore, public FoldedLookup {
 public:
     bool getValue(const std::wstring& key, std::wstring& value) override;
     bool lookUp(const FoldedKey& key, std::wstring& value) override;
+    const KeyFilter* filter() const override { return &filter_; }
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
     std::vector<std::wstring> getKeys() override;
     bool removeValue(const std::wstring& key) override;

@@ -35,6 +35,7 @@ public:
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
     bool lookUp(const FoldedKey& key, std::wstring& value) override;
+    const KeyFilter* filter() const override { return &filter_; }
 
     /// Memory only, and always true, on a read-only or destroyed store too.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
@@ -78,6 +79,13 @@ private:
         std::uint64_t change;
     };
 
+    /// The values at one moment as the file is to have them: in memory, so that no reader waits for a disk.
+    struct Document {
+        std::string text;
+        std::uint64_t change = 0;
+        std::vector<std::string> altered;  ///< keys of the entries with characters that were replaced
+    };
+
     void processXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void setInvalidFileAside();
@@ -85,8 +93,9 @@ private:
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
     bool isInFile() TESSEL_REQUIRES(fileMutex_);
-    bool writeFile(const ConfigMap& map) TESSEL_REQUIRES(fileMutex_);
-    bool writeDocument(XmlFileWriter& writer, const ConfigMap& map);
+    Document composeDocument();
+    bool writeFile(Document document) TESSEL_REQUIRES(fileMutex_);
+    bool finishDocument(XmlFileWriter& writer);
     bool replaceFile(const std::string& temporaryPath);
     void notePersisted(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
 

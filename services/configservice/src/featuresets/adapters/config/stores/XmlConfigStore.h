@@ -23,6 +23,7 @@ public:
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
     bool lookUp(const FoldedKey& key, std::wstring& value) override;
+    const KeyFilter* filter() const override { return &filter_; }
 
     /// Memory only; nothing reaches the file.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
