@@ -1,10 +1,7 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <set>
 
 #include "ServedTool.h"
+#include "support/HeldPipe.h"
 #include "support/Terminal.h"
 
 namespace {
@@ -74,13 +71,13 @@ class CtrlCAtTheStart : public CtrlC, public testing::WithParamInterface<Row> {}
 }  // namespace
 
 TEST_P(CtrlCAtTheStart, EndsTheCommandAndChangesNothing) {
-    const std::string bootstrap = directory_.path("bootstrap");
-    ASSERT_EQ(mkfifo(bootstrap.c_str(), 0600), 0);
+    support::HeldPipe held(directory_.path("bootstrap"));
+    held.write("\n");
     const std::map<std::string, std::string> before = filesThatMatter();
     const auto terminal = start("--bootstrap bootstrap " + std::string(GetParam().words));
-    const int writingEnd = open(bootstrap.c_str(), O_WRONLY | O_CLOEXEC);  // waits until the module reads
+    held.waitForReader();
     press(*terminal);
-    close(writingEnd);
+    held.end();
     EXPECT_EQ(terminal->wait(), GetParam().status) << terminal->text();
     EXPECT_EQ(filesThatMatter(), before);
 }
@@ -93,17 +90,17 @@ INSTANTIATE_TEST_SUITE_P(OfCommands, CtrlCAtTheStart, testing::ValuesIn(ROWS), [
 });
 
 TEST_F(CtrlC, WaitsForNoModuleThatIsStillStarting) {
-    ASSERT_EQ(mkfifo(directory_.path("bootstrap").c_str(), 0600), 0);
+    support::HeldPipe held(directory_.path("bootstrap"));
     const std::vector<Row> rows = {
         {"delta", 1}, {"diff live live", 1}, {"simulate --set A=b", 1}, {"set --dry-run A b", 1},
         {"watch", 0}, {"inspect", 0}};
     const std::map<std::string, std::string> before = filesThatMatter();
     for (const Row& row : rows) {
+        held.write("\n");
         const auto terminal = start(std::string("--bootstrap bootstrap ") + row.words);
-        const int writingEnd = open(directory_.path("bootstrap").c_str(), O_WRONLY | O_CLOEXEC);
+        held.waitForReader();
         press(*terminal);
         EXPECT_EQ(terminal->wait(), row.status) << terminal->text();
-        close(writingEnd);
         EXPECT_EQ(filesThatMatter(), before) << row.words;
     }
 }

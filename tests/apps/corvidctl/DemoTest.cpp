@@ -1,6 +1,5 @@
 #include "ServedTool.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,6 +8,7 @@
 
 #include "demo/Demonstration.h"
 #include "session/Interruption.h"
+#include "support/HeldPipe.h"
 
 using nlohmann::json;
 using testing::ElementsAre;
@@ -284,13 +284,14 @@ TEST_F(Tool, DemoLeavesNothingBehindWhenInterrupted) {
 TEST_F(Tool, DemoEndsWhenItIsInterrupted) {
     directory_.write("tmp/keep", "");
     const std::string bootstrap = directory_.path("bootstrap");
-    ASSERT_EQ(mkfifo(bootstrap.c_str(), 0600), 0);
+    support::HeldPipe held(bootstrap);
+    held.write("\n");
     support::ChildProcess::Options options;
     options.environment = {{"TMPDIR", directory_.path("tmp")}};
     support::ChildProcess demo(command({"--bootstrap", bootstrap, "demo"}), options);
-    const int writingEnd = open(bootstrap.c_str(), O_WRONLY | O_CLOEXEC);  // waits until the demonstration reads
+    held.waitForReader();
     demo.signal(SIGINT);
-    close(writingEnd);
+    held.end();
     const support::Ended ended = demo.wait();
     EXPECT_EQ(ended.status, 1);
     EXPECT_THAT(ended.error, testing::EndsWith("corvidctl: interrupted\n"));

@@ -1,10 +1,7 @@
 #include <csignal>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "Tool.h"
+#include "support/HeldPipe.h"
 
 using nlohmann::json;
 using testing::HasSubstr;
@@ -182,13 +179,14 @@ TEST_F(Diff, LeavesNoCopyBehind) {
 TEST_F(Diff, EndsWhenItIsInterruptedWithNoCopyLeft) {
     directory_.write("tmp/keep", "");
     const std::string bootstrap = directory_.path("bootstrap");
-    ASSERT_EQ(mkfifo(bootstrap.c_str(), 0600), 0);
+    support::HeldPipe held(bootstrap);
+    held.write("\n");
     support::ChildProcess::Options options;
     options.environment = {{"TMPDIR", directory_.path("tmp")}};
     support::ChildProcess diff(command({"--bootstrap", bootstrap, "diff", "live", "live"}), options);
-    const int writingEnd = open(bootstrap.c_str(), O_WRONLY | O_CLOEXEC);  // waits until the module reads
+    held.waitForReader();
     diff.signal(SIGINT);
-    close(writingEnd);
+    held.end();
     const support::Ended ended = diff.wait();
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.error, "corvidctl: interrupted\n");

@@ -1,8 +1,5 @@
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "Tool.h"
+#include "support/HeldPipe.h"
 #include "support/Terminal.h"
 
 using testing::HasSubstr;
@@ -60,17 +57,15 @@ TEST_F(Tool, FindsTheDataFilesThatItCameWith) {
 }
 
 TEST_F(Tool, ShowsOnATerminalThatItIsAtWork) {
-    const auto makePipe = [this](const char* name) {
-        EXPECT_EQ(mkfifo(directory_.path(name).c_str(), 0600), 0);
-        return directory_.path(name);
-    };
-    const std::string bootstrap = makePipe("pipe");
+    const std::string bootstrap = directory_.path("pipe");
+    support::HeldPipe held(bootstrap);
+    held.write("\n");
     support::Terminal::Options options;
     options.environment = {{"TERM", "xterm"}, {"NO_COLOR", "1"}};
     support::Terminal terminal(command({"--bootstrap", bootstrap, "--log-level", "3", "get", "OnlyMine"}), options);
-    const int writingEnd = open(bootstrap.c_str(), O_WRONLY | O_CLOEXEC);  // waits until the module reads
+    held.waitForReader();
     EXPECT_TRUE(terminal.waitFor("\rreading the configuration … 1 s\x1b[K\r")) << terminal.text();
-    close(writingEnd);
+    held.end();
     EXPECT_EQ(terminal.wait(), 0);
     EXPECT_THAT(terminal.text(), testing::EndsWith("\r\x1b[K1\n"));
 }

@@ -1,10 +1,7 @@
 #include <csignal>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "ServedTool.h"
+#include "support/HeldPipe.h"
 
 using nlohmann::json;
 using testing::ElementsAre;
@@ -289,13 +286,14 @@ TEST_F(Simulate, RefusesWrongWordsBeforeItReadsAnything) {
 TEST_F(Simulate, EndsWhenItIsInterruptedWithNoCopyLeft) {
     directory_.write("tmp/keep", "");
     const std::string bootstrap = directory_.path("bootstrap");
-    ASSERT_EQ(mkfifo(bootstrap.c_str(), 0600), 0);
+    support::HeldPipe held(bootstrap);
+    held.write("\n");
     support::ChildProcess::Options options;
     options.environment = {{"TMPDIR", directory_.path("tmp")}};
     support::ChildProcess simulation(command({"--bootstrap", bootstrap, "simulate", "--set", "A=b"}), options);
-    const int writingEnd = open(bootstrap.c_str(), O_WRONLY | O_CLOEXEC);  // waits until the module reads
+    held.waitForReader();
     simulation.signal(SIGTERM);
-    close(writingEnd);
+    held.end();
     const support::Ended ended = simulation.wait();
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.error, "corvidctl: interrupted\n");

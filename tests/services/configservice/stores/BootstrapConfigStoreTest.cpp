@@ -1,9 +1,11 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <thread>
 
 #include "StoreTestSupport.h"
 #include "stores/BootstrapConfigStore.h"
+#include "support/HeldPipe.h"
 
 namespace storetests {
 namespace {
@@ -45,11 +47,24 @@ TEST_F(Bootstrap, LogsAFileThatOpensAndCannotBeRead) {
     EXPECT_EQ(linesOf(log_, "BootstrapConfigStore"), missingFileLine(path("unreadable")));
 }
 
-TEST_F(Bootstrap, LogsAPipeInPlaceOfAFileAndDoesNotWaitForIt) {
+TEST_F(Bootstrap, WaitsForNobodyAtAPipe) {
     ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
     BootstrapConfigStore store("B", path("pipe"), 500);
     EXPECT_TRUE(store.getKeys().empty());
-    EXPECT_EQ(linesOf(log_, "BootstrapConfigStore"), missingFileLine(path("pipe")));
+}
+
+TEST_F(Bootstrap, ReadsAPipeToItsEnd) {
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    support::HeldPipe pipe(path("pipe"));
+    pipe.write("one: 1\n");
+    std::thread writer([&pipe] {
+        pipe.waitForReader();
+        pipe.write("two: 2\n");
+        pipe.end();
+    });
+    BootstrapConfigStore store("B", path("pipe"), 500);
+    writer.join();
+    EXPECT_EQ(store.getKeys(), (std::vector<std::wstring>{L"one", L"two"}));
 }
 
 TEST_F(Bootstrap, ReadsNoDeviceForEver) {

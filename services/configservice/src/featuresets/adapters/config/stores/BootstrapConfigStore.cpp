@@ -1,47 +1,41 @@
 #include "stores/BootstrapConfigStore.h"
 
-#include <filesystem>
-#include <fstream>
-#include <system_error>
+#include <array>
+#include <optional>
+#include <sstream>
 #include <utility>
 
+#include "InputFile.h"
 #include "chain/DisableP2PCallOnFips.h"
 #include "quill/StringUtils.h"
 #include "tessel/TesselLogger.h"
 
 namespace {
 
-// The opening of a pipe waits for its other end, and a device need not have an end.
-bool isNeitherFileNorFolder(const std::string& path) {
-    std::error_code error;
-    return std::filesystem::is_other(path, error);
-}
-
-// A folder opens like a file and fails at the first read only.
-bool isReadable(std::ifstream& file) {
-    if (!file.is_open()) {
-        return false;
+/// @return nothing if the file cannot be read; a folder opens like a file and fails at the first read only.
+std::optional<std::string> contentsOf(const std::string& path) {
+    const InputFile file(path);
+    std::string text;
+    std::array<char, 4096> piece{};
+    int count = file.read(piece.data(), static_cast<int>(piece.size()));
+    for (; count > 0; count = file.read(piece.data(), static_cast<int>(piece.size()))) {
+        text.append(piece.data(), static_cast<std::size_t>(count));
     }
-    file.peek();
-    const bool readable = !file.bad();
-    file.clear();
-    return readable;
+    return count == 0 ? std::optional(std::move(text)) : std::nullopt;
 }
 
 }  // namespace
 
 BootstrapConfigStore::BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority)
     : priority_(priority), filePath_(filePath), name_(name) {
-    std::ifstream file;
-    if (!isNeitherFileNorFolder(filePath_)) {
-        file.open(filePath_, std::ios::binary);
-    }
-    if (!isReadable(file)) {
+    std::optional<std::string> contents = contentsOf(filePath_);
+    if (!contents) {
         static TesselLogger* const logger = TesselLogger_getLogger("BootstrapConfigStore");
         TesselLog(logger, 3, __FILE__, __LINE__, "BootstrapConfigStore",
                   L"File does not exist " + QuillCoreUtils::toWideString(filePath_));
         return;
     }
+    std::istringstream file(*std::move(contents));
     readConfigFromFile(file);
 }
 

@@ -1,11 +1,8 @@
 #include "xml/XmlDocument.h"
 
-#include <fcntl.h>
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -14,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "InputFile.h"
 #include "quill/XmlUtils.h"
 
 namespace {
@@ -185,46 +183,10 @@ std::uintmax_t sizeOf(const std::string& path) {
     return error ? 0 : size;
 }
 
-/// A pipe, a socket or a device: reading it might never end.
-bool isNeitherFileNorFolder(const std::string& path) {
-    std::error_code error;
-    return std::filesystem::is_other(path, error);
-}
-
-/// A file that is read without a buffer of the C library's, which nobody would overwrite.
-class UnbufferedFile {
-public:
-    explicit UnbufferedFile(const std::string& path)
-        : descriptor_(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
-
-    ~UnbufferedFile() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
-    }
-
-    UnbufferedFile(const UnbufferedFile&) = delete;
-    UnbufferedFile& operator=(const UnbufferedFile&) = delete;
-
-    /// As a Source does.
-    int read(char* bytes, int most) const {
-        ssize_t count = -1;
-        do {
-            count = ::read(descriptor_, bytes, static_cast<std::size_t>(most));
-        } while (count < 0 && errno == EINTR);
-        return static_cast<int>(count);
-    }
-
-private:
-    const int descriptor_;
-};
-
 /// The bytes of a file as they are: left to open a file by itself, libxml2 would unpack a compressed one, without a
 /// limit to what comes out of it.
 Source openFile(const std::string& path) {
-    return [file = std::make_shared<const UnbufferedFile>(path)](char* bytes, int most) {
-        return file->read(bytes, most);
-    };
+    return [file = std::make_shared<const InputFile>(path)](char* bytes, int most) { return file->read(bytes, most); };
 }
 
 Source openText(std::string_view text) {
@@ -236,12 +198,6 @@ Source openText(std::string_view text) {
 }
 
 std::shared_ptr<xmlDoc> readFile(const std::string& path, std::vector<XmlProblem>* problems) {
-    if (isNeitherFileNorFolder(path)) {
-        if (problems != nullptr) {
-            problems->push_back({true, 0, 0, "expected a file"});
-        }
-        return nullptr;
-    }
     return read([&path] { return openFile(path); }, path, sizeOf(path), problems);
 }
 

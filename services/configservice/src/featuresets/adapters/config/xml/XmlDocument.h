@@ -30,8 +30,8 @@ struct XmlProblem {
 /// Beyond libxml2's own limits a document is refused of which an element has more than 1,000 attributes or 256
 /// namespaces in scope, that declares more than 1,000 attributes, or of which many elements have hundreds of them:
 /// libxml2 compares each with all others, which may take it hours. So is one that refers to a parameter entity, of
-/// which a few lines may keep it busy for ever. A compressed file is no document, and a pipe, a socket or a
-/// device is not read at all. Any thread.
+/// which a few lines may keep it busy for ever. A compressed file is no document, and neither is a socket or
+/// a device. Any thread.
 /// @return null if there is no well-formed document.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 

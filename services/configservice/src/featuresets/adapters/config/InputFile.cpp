@@ -1,0 +1,45 @@
+#include "InputFile.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+
+namespace {
+
+/// The opening of a pipe does not wait for its other end.
+int openUnlessEndless(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 ||
+        !(S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode) || S_ISDIR(status.st_mode))) {
+        return -1;
+    }
+    return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+}
+
+void waitForBytes(int descriptor) {
+    pollfd waited{descriptor, POLLIN, 0};
+    ::poll(&waited, 1, -1);
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path) : descriptor_(openUnlessEndless(path)) {}
+
+InputFile::~InputFile() {
+    if (descriptor_ >= 0) {
+        ::close(descriptor_);
+    }
+}
+
+int InputFile::read(char* bytes, int most) const {
+    ssize_t count = ::read(descriptor_, bytes, static_cast<std::size_t>(most));
+    while (count < 0 && (errno == EINTR || errno == EAGAIN)) {
+        waitForBytes(descriptor_);
+        count = ::read(descriptor_, bytes, static_cast<std::size_t>(most));
+    }
+    return static_cast<int>(count);
+}

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+
+/// A file as bytes, read without a buffer of the C library's: nobody would overwrite what is secret in there. One
+/// thread.
+///
+/// A pipe is read as well, as long as somebody has its other end. A device or a socket is not opened: it need not end.
+class InputFile {
+public:
+    explicit InputFile(const std::string& path);
+    ~InputFile();
+
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /// Waits for the next bytes, at most so many. @return how many came; 0 at the end, and of a pipe that nobody writes
+    /// to; -1 if the file could not be opened, or is a folder.
+    int read(char* bytes, int most) const;
+
+private:
+    const int descriptor_;
+};
