@@ -57,7 +57,7 @@ std::wstring randomValue(std::mt19937& random) {
     return value;
 }
 
-/// In memory libxml2 spells the encoding "UTF-8", in a file as it was asked for.
+/// libxml2 spells the encoding "UTF-8", however it is asked for.
 std::string withoutDeclaration(const std::string& document) { return document.substr(document.find('\n')); }
 
 TEST(XmlComposer, ComposesEachDocumentAsLibxml2Does) {
