@@ -47,7 +47,7 @@ TEST_F(LogindDelay, IsGivenBackWhenTheSourceStops) {
     const support::LentDelay delay = logind.lendDelay();
     log->waitFor(WAITS);
     source->stop();
-    EXPECT_FALSE(delay.isHeld());
+    delay.waitForItsEnd();  // the bus may hold it for a moment more
 }
 
 TEST_F(LogindDelay, IsGivenBackWhenTheBusGoesAway) {
