@@ -3,32 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "ConfigValueObserver.h"
-
 namespace simulation {
-
-/// An observer of one live value.
-class Watcher : public ConfigValueObserver {
-public:
-    Watcher(ModuleWorld& world, int number, std::shared_ptr<ConfigValue> value)
-        : world_(world), number_(number), value_(std::move(value)) {}
-
-    const std::shared_ptr<ConfigValue>& value() const { return value_; }
-
-    void OnValueChanged() override { hear(Property::Value); }
-    void OnOriginalValueChanged() override { hear(Property::OriginalValue); }
-    void OnisOverriddenChanged() override { hear(Property::isOverridden); }
-    void OnisDefinedChanged() override { hear(Property::isDefined); }
-    void OnValueStoreNameChanged() override { hear(Property::ValueStoreName); }
-    void OnOriginalValueStoreNameChanged() override { hear(Property::OriginalValueStoreName); }
-
-private:
-    void hear(Property property) { world_.hear(number_, property, *value_); }
-
-    ModuleWorld& world_;
-    const int number_;
-    const std::shared_ptr<ConfigValue> value_;
-};
 
 void ChainRecorder::onFireIfRequired(std::wstring key) {
     ChainCall call{ChainCall::Kind::Fire, {}};
@@ -90,9 +65,10 @@ void ModuleWorld::refill(const ModelStore& description) {
 
 void ModuleWorld::watch(const Step& step) {
     const std::shared_ptr<ConfigValue> value = module_.service().getConfig(step.key);
-    std::shared_ptr<Watcher>& watcher = watchers_[step.watcher];
+    std::shared_ptr<PropertyWatcher>& watcher = watchers_[step.watcher];
     if (watcher == nullptr) {
-        watcher = std::make_shared<Watcher>(*this, step.watcher, value);
+        watcher = std::make_shared<PropertyWatcher>(
+            value, [this, number = step.watcher](auto property, auto& changed) { hear(number, property, changed); });
     }
     value->addObserver(std::weak_ptr<ConfigValueObserver>(watcher));
     std::deque<Step>& waiting = reactions_[step.watcher];

@@ -7,14 +7,13 @@
 #include <optional>
 #include <vector>
 
+#include "PropertyWatcher.h"
 #include "SimulatedModule.h"
 #include "SimulatedStore.h"
 #include "Step.h"
 #include "chain/ConfigStoreManager_Observer.h"
 
 namespace simulation {
-
-class Watcher;
 
 /// Keeps every call that the chain makes.
 class ChainRecorder : public ConfigStoreManager_Observer {
@@ -63,7 +62,7 @@ private:
     ChainRecorder recorder_;
     std::mutex knownMutex_;
     std::map<std::string, std::shared_ptr<SimulatedStore>> known_;  ///< guarded by knownMutex_
-    std::map<int, std::shared_ptr<Watcher>> watchers_;
+    std::map<int, std::shared_ptr<PropertyWatcher>> watchers_;
     std::map<int, std::deque<Step>> reactions_;
     std::vector<Heard> heard_;
 };

@@ -82,21 +82,6 @@ ScheduleGenerator::ScheduleGenerator(std::uint64_t seed) : engine_(seed) {
     }
 }
 
-ScheduleAct ScheduleGenerator::pick(const std::vector<Choice>& choices) {
-    unsigned total = 0;
-    for (const Choice& choice : choices) {
-        total += choice.weight;
-    }
-    std::size_t point = below(total);
-    for (const Choice& choice : choices) {
-        if (point < choice.weight) {
-            return choice.act;
-        }
-        point -= choice.weight;
-    }
-    return choices.front().act;
-}
-
 std::vector<ScheduleStep> ScheduleGenerator::schedule(std::size_t length) {
     std::vector<ScheduleStep> steps;
     while (steps.size() < length) {

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ScheduleStep.h"
+#include "WeightedChoice.h"
 
 namespace simulation {
 
@@ -18,10 +19,7 @@ public:
     std::vector<ScheduleStep> schedule(std::size_t length);
 
 private:
-    struct Choice {
-        ScheduleAct act;
-        unsigned weight;
-    };
+    using Choice = WeightedChoice<ScheduleAct>;
 
     std::size_t below(std::size_t bound) { return static_cast<std::size_t>(engine_() % bound); }
     bool oneIn(std::size_t count) { return below(count) == 0; }
@@ -30,7 +28,9 @@ private:
         return items[below(items.size())];
     }
 
-    ScheduleAct pick(const std::vector<Choice>& choices);
+    ScheduleAct pick(const std::vector<Choice>& choices) {
+        return pickByWeight(choices, [this](std::size_t bound) { return below(bound); });
+    }
     ScheduleStep make(ScheduleAct act);
     void fill(ScheduleStep& step);
     void fillAssignment(ScheduleStep& step);

@@ -71,26 +71,6 @@ private:
     ScheduledWorld& world_;
 };
 
-class ScheduledWorld::Listener final : public ConfigValueObserver {
-public:
-    Listener(ScheduledWorld& world, int number, std::shared_ptr<ConfigValue> value)
-        : world_(world), number_(number), value_(std::move(value)) {}
-
-    void OnValueChanged() override { hear(Property::Value); }
-    void OnOriginalValueChanged() override { hear(Property::OriginalValue); }
-    void OnisOverriddenChanged() override { hear(Property::isOverridden); }
-    void OnisDefinedChanged() override { hear(Property::isDefined); }
-    void OnValueStoreNameChanged() override { hear(Property::ValueStoreName); }
-    void OnOriginalValueStoreNameChanged() override { hear(Property::OriginalValueStoreName); }
-
-private:
-    void hear(Property property) { world_.onHeard(number_, property, *value_); }
-
-    ScheduledWorld& world_;
-    const int number_;
-    const std::shared_ptr<ConfigValue> value_;
-};
-
 class ScheduledWorld::DownloadListener final : public TftpConfigStoreObserver {
 public:
     DownloadListener(ScheduledWorld& world, const std::shared_ptr<TftpConfigStore>& store)
@@ -320,7 +300,8 @@ void ScheduledWorld::applyPolicies() {
 void ScheduledWorld::watch(const ScheduleStep& step) {
     const std::shared_ptr<ConfigValue> value = host_.service().getConfig(step.key);
     live_->watch(step.key, step.watcher);
-    listeners_.push_back(std::make_shared<Listener>(*this, step.watcher, value));
+    listeners_.push_back(std::make_shared<PropertyWatcher>(
+        value, [this, number = step.watcher](auto property, auto& changed) { onHeard(number, property, changed); }));
     value->addObserver(std::weak_ptr<ConfigValueObserver>(listeners_.back()));
 }
 

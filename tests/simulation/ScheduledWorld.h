@@ -10,6 +10,7 @@
 
 #include "ChainOracle.h"
 #include "LiveOracle.h"
+#include "PropertyWatcher.h"
 #include "ScheduleModel.h"
 #include "ScheduleStep.h"
 #include "ScheduledHost.h"
@@ -48,7 +49,6 @@ public:
 
 private:
     class Recorder;
-    class Listener;
     class DownloadListener;
 
     // What the scheduler does. Those that return nothing take the model along.
@@ -118,7 +118,7 @@ private:
     ChainOracle oracle_;
     ChainOracle judge_;
     std::unique_ptr<Recorder> recorder_;
-    std::vector<std::shared_ptr<Listener>> listeners_;
+    std::vector<std::shared_ptr<PropertyWatcher>> listeners_;
     std::vector<std::unique_ptr<DownloadListener>> downloadListeners_;
     std::vector<Heard> heard_;
     std::vector<ScheduleStep> meanwhile_;

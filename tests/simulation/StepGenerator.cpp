@@ -115,21 +115,6 @@ const std::vector<std::wstring>& StepGenerator::alphabet() {
     return all;
 }
 
-StepKind StepGenerator::pick(const std::vector<Choice>& choices) {
-    unsigned total = 0;
-    for (const Choice& choice : choices) {
-        total += choice.weight;
-    }
-    std::size_t point = below(total);
-    for (const Choice& choice : choices) {
-        if (point < choice.weight) {
-            return choice.kind;
-        }
-        point -= choice.weight;
-    }
-    return choices.front().kind;
-}
-
 std::vector<Step> StepGenerator::sequence(std::size_t length) {
     std::vector<Step> steps;
     while (steps.size() < length) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Step.h"
+#include "WeightedChoice.h"
 
 namespace simulation {
 
@@ -46,10 +47,7 @@ public:
     static const std::vector<std::wstring>& alphabet();
 
 private:
-    struct Choice {
-        StepKind kind;
-        unsigned weight;
-    };
+    using Choice = WeightedChoice<StepKind>;
 
     struct Watched {
         int watcher;
@@ -63,7 +61,9 @@ private:
         return items[below(items.size())];
     }
 
-    StepKind pick(const std::vector<Choice>& choices);
+    StepKind pick(const std::vector<Choice>& choices) {
+        return pickByWeight(choices, [this](std::size_t bound) { return below(bound); });
+    }
     Step make(StepKind kind);
     ModelStore anyStore();
     ModelEntries anyEntries();
