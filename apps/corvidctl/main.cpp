@@ -3,6 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <iostream>
@@ -12,6 +13,7 @@
 #include "cli/CommandLine.h"
 #include "cli/InvocationChecks.h"
 #include "commands/Commands.h"
+#include "impl/system/CoreDumps.h"
 #include "output/DescriptorStream.h"
 #include "output/Output.h"
 #include "output/ProgressLine.h"
@@ -101,6 +103,9 @@ int runTool(CommandLine commandLine, Output& output, Streams& streams) {
 int main(int argc, char** argv) {
     // A reader that goes away ends the output, not the host half-way through its end.
     std::signal(SIGPIPE, SIG_IGN);
+    // Values may be secret: they are in no core, and the keys of connections in no file that a variable names.
+    platform::forbidCoreDumps();
+    unsetenv("SSLKEYLOGFILE");
 
     Streams streams;
     streams.error.setf(std::ios::unitbuf);

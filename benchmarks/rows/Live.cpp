@@ -1,49 +1,13 @@
-#include <thread>
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 #include "support/Harness.h"
-#include "support/ModuleHost.h"
 #include "support/Subjects.h"
+#include "support/WholeModule.h"
 
 namespace bench {
 namespace {
-
-/// The whole module over eight layers, nothing written to the disk.
-class WholeModule {
-public:
-    using Key = std::wstring;
-
-    explicit WholeModule(const Layers& layers) : profile_(layers) {
-        profile_.enter();
-        host_ = std::make_unique<ModuleHost>(std::make_shared<NoTaskDispatcher>());
-        host_->addFurtherStores(layers);
-        service_ = host_->service();
-        featureSet_ = host_->adapter();
-    }
-
-    static Key keyOf(const std::string& key) { return widen(key); }
-
-    void set(const Key& key, bool second) {
-        if (observed_ == nullptr) {
-            observed_ = service_->getConfig(key);
-            observed_->getConfigValueNotifiers()->getValueNotifier()->addConnection([this] { ++told_; });
-        }
-        service_->setConfig(key, second ? L"value-second" : L"value--first");
-    }
-
-    std::size_t told() const { return told_; }
-
-    ConfigServiceImpl& service() { return *service_; }
-    ConfigFeatureSet& featureSet() { return *featureSet_; }
-    ModuleHost& host() { return *host_; }
-
-private:
-    const Profile profile_;
-    std::unique_ptr<ModuleHost> host_;
-    std::shared_ptr<ConfigServiceImpl> service_;
-    std::shared_ptr<ConfigFeatureSet> featureSet_;
-    std::shared_ptr<ConfigValue> observed_;
-    std::size_t told_ = 0;
-};
 
 /// Live values of one store of that many keys, in a module that has next to nothing besides.
 class LiveValues {

@@ -14,6 +14,7 @@
 #include "host/FipsSwitch.h"
 #include "host/XmlDiagnostics.h"
 #include "impl/http/CurlTransport.h"
+#include "impl/system/CoreDumps.h"
 #include "impl/system/DirectoryClaim.h"
 #include "impl/system/LogindPowerSource.h"
 #include "impl/system/SystemMonitorImpl.h"
@@ -84,6 +85,9 @@ bool ReferenceHost::start() {
     }
     if (!prepareLog()) {
         return false;
+    }
+    if (!options_.coreDumps) {
+        platform::forbidCoreDumps();
     }
     assemble();
     if (options_.claimsDirectory) {
@@ -183,14 +187,27 @@ void ReferenceHost::listenToPowerEvents() {
     if (!options_.powerEvents) {
         return;
     }
-    const auto report = [&parts = *parts_](TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {
+    const auto report = [this](TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {
         if (type == TesselSystemMonitor::PowerEventTypeEnum::PowerDown) {
-            // As in a stop: what is destroyed writes nothing any more, not even what is queued.
-            parts.persistQueue->drain();
+            reportPowerDown();
+        } else {
+            parts_->systemMonitor->report(type);
         }
-        parts.systemMonitor->report(type);
     };
     parts_->powerSource = std::make_unique<TesselSystemMonitor::LogindPowerSource>(report, options_.powerBusAddress);
+}
+
+void ReferenceHost::reportPowerDown() {
+    // At once, whatever the dispatcher thread is at: the machine does not wait for long.
+    parts_->persistQueue->drainWhatIsQueued();
+    // The stores' end waits for the lifecycle lock, under which a version may be asked for.
+    interruptRequests();
+    // There nobody sets a value between the last write and the end of the stores, after which nothing is written any
+    // more, not even what is queued.
+    runOnDispatcher([this] {
+        parts_->persistQueue->drainWhatIsQueued();
+        parts_->systemMonitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
+    });
 }
 
 void ReferenceHost::interruptRequests() {

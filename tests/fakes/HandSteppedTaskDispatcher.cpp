@@ -31,6 +31,11 @@ std::size_t HandSteppedTaskDispatcher::runAll() {
     return count;
 }
 
+std::size_t HandSteppedTaskDispatcher::waiting() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return queue_.size();
+}
+
 std::vector<std::string> HandSteppedTaskDispatcher::waitingNames() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<std::string> names;

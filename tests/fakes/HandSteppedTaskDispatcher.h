@@ -22,6 +22,7 @@ public:
     std::size_t runAll();
 
     std::vector<std::string> waitingNames() const;
+    std::size_t waiting() const;
 
 private:
     mutable std::mutex mutex_;

@@ -125,6 +125,8 @@ bool ScriptedConnection::pause(std::chrono::milliseconds time) {
     }
 }
 
+void ScriptedConnection::waitUntilClientSpeaks() { await(POLLIN, FOREVER); }
+
 void ScriptedConnection::waitUntilClientLeaves() {
     char ignored[4096];
     long count = 0;

@@ -51,6 +51,9 @@ public:
     /// @return false at once if the client leaves, or if it has.
     bool pause(std::chrono::milliseconds time);
 
+    /// Returns when something of the client's is there to be read, before TLS or the server read it.
+    void waitUntilClientSpeaks();
+
     /// Returns when the client has closed its side. Nothing more can be read afterwards.
     void waitUntilClientLeaves();
 

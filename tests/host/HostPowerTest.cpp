@@ -9,6 +9,9 @@
 #include "HostOn.h"
 #include "InjectConfigService.h"
 #include "fakes/RecordingLogSink.h"
+#include "http/HttpTransport.h"
+#include "http/Request.h"
+#include "http/Response.h"
 #include "quill/FunctionTask.h"
 #include "support/BusClient.h"
 #include "support/PrivateBus.h"
@@ -16,6 +19,8 @@
 #include "system/World.h"
 #include "tessel/LogSink.h"
 #include "unified/FeatureSetAdapter.h"
+#include "unified/ServicesDispatcher.h"
+#include "unified/TaskDispatcher.h"
 #include "unified/UnifiedFactory.h"
 
 using host::ReferenceHost;
@@ -112,6 +117,37 @@ TEST_F(HostPower, HasEverythingOnDiskBeforeAPowerDownDestroysTheStores) {
     heard.count_down();
     EXPECT_EQ(last_->wait(), 3);
     EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST_F(HostPower, HasWhatTheDispatcherThreadSetOnDiskBeforeTheMachineGoesOn) {
+    ReferenceHost host(options());
+    startListening(host);
+    const support::LentDelay delay = logind_.lendDelay();
+    log_->waitFor("A shutdown waits until everything is on disk");
+    std::latch told(1);
+    // Behind this the report waits, so that the value is set when the queue has been drained for the first time.
+    host.factory()->getServicesDispatcher()->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(
+        [&] {
+            told.wait();
+            host.service()->setConfig(L"A", L"1");
+        },
+        "sets a value late"));
+    logind_.emit({"PrepareForShutdown"});
+    log_->waitFor("Power event [3]");
+    EXPECT_TRUE(delay.isHeld());
+    told.count_down();
+    delay.waitForItsEnd();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST_F(HostPower, EndsRequestsAtAPowerDown) {
+    ReferenceHost host(options());
+    startListening(host);
+    logind_.emit({"PrepareForShutdown"});
+    EXPECT_EQ(last_->wait(), 3);
+    tessel::http::Response response;
+    EXPECT_EQ(platform::getWorld()->httpTransport->send(tessel::http::Request("http://127.0.0.1:9/"), response),
+              HttpDownloader::HttpDownloadResultEnum::Cancelled);
 }
 
 TEST_F(HostPower, GoesOnWhenTheMachineSleeps) {

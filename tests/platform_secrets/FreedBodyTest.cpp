@@ -26,10 +26,10 @@ using support::blocksLeftBy;
 
 namespace {
 
-const std::string SECRET = "the password hunter22 is here";
+const std::string SECRET = "<a>the password hunter22 is here</a>";
 
 /// A large body, so that it outgrows the memory that it begins in, several times.
-std::string secretBody() { return SECRET + std::string(200'000, 'x') + SECRET; }
+std::string secretBody() { return "<b>" + SECRET + std::string(200'000, 'x') + SECRET + "</b>"; }
 
 /// How many blocks with the secret a transfer leaves that ends as the server's script wants.
 class FreedBody : public testing::Test {
@@ -76,6 +76,14 @@ TEST_F(FreedBody, IsWatched) {
 TEST_F(FreedBody, HoldsNoSecretAfterTheCompletion) {
     EXPECT_EQ(leftBy(sends(OPEN_HEAD), [&](std::string& given, HttpDownloadResult) { EXPECT_TRUE(given == body); }), 0);
     EXPECT_THAT(results, testing::ElementsAre(Success));
+}
+
+TEST_F(FreedBody, HoldsNoSecretOfALengthThatWasStated) {
+    const std::string head = "HTTP/1.1 200 OK\r\nContent-Length: ";
+    const auto compare = [&](std::string& given, HttpDownloadResult) { EXPECT_TRUE(given == body); };
+    EXPECT_EQ(leftBy(sends(head + std::to_string(body.size()) + "\r\n\r\n"), compare), 0);
+    EXPECT_EQ(leftBy(sends(head + "99\r\n\r\n"), [](std::string&, HttpDownloadResult) {}), 0);
+    EXPECT_THAT(results, testing::ElementsAre(Success, BodyOverrun));
 }
 
 TEST_F(FreedBody, HoldsNoSecretBehindTheEndThatACompletionHasSet) {

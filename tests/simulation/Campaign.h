@@ -38,13 +38,12 @@ std::vector<Step> shrunk(std::vector<Step> steps, const FirstDifference& firstDi
     return steps;
 }
 
-/// The whole report of a failing sequence: seed, the steps that are left, and the difference.
+/// The report of a failing sequence: the steps that are left, and the difference.
 template <typename Step, typename FirstDifference>
-std::string reportOfFailure(std::uint64_t seed, const std::vector<Step>& steps,
-                            const FirstDifference& firstDifference) {
+std::string reportOfFailure(const std::vector<Step>& steps, const FirstDifference& firstDifference) {
     const std::vector<Step> few = shrunk(steps, firstDifference);
     std::ostringstream report;
-    report << "CORVID_SEED=" << seed << " fails with these steps:\n";
+    report << "fails with these steps:\n";
     for (const Step& step : few) {
         report << "    " << describe(step) << "\n";
     }
@@ -52,6 +51,13 @@ std::string reportOfFailure(std::uint64_t seed, const std::vector<Step>& steps,
         report << "after step " << difference->step << " of these: " << difference->text;
     }
     return report.str();
+}
+
+/// The same with the seed at its head.
+template <typename Step, typename FirstDifference>
+std::string reportOfFailure(std::uint64_t seed, const std::vector<Step>& steps,
+                            const FirstDifference& firstDifference) {
+    return "CORVID_SEED=" + std::to_string(seed) + " " + reportOfFailure(steps, firstDifference);
 }
 
 }  // namespace simulation

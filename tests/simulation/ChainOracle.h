@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ModelTypes.h"
@@ -29,6 +30,9 @@ public:
     };
 
     explicit ChainOracle(Listener listener);
+
+    /// Takes these stores for the chain, in this order, and tells nobody.
+    void adopt(std::vector<StorePtr> stores) { chain_ = std::move(stores); }
 
     // Questions.
 
@@ -70,6 +74,9 @@ public:
     /// A store that comes through the feature set: the custom-server policies are applied after it.
     void addThroughFeatureSet(const StorePtr& store);
 
+    /// Erases what the policies forbid the user to set.
+    void applyPolicies();
+
 private:
     struct Original {
         std::wstring value;
@@ -90,7 +97,6 @@ private:
     void takeOutSilently(const std::string& name);
     void recompute(const std::wstring& key, bool silent);
     void tellOfBatch(const std::vector<std::wstring>& keys);
-    void applyPolicies();
     bool policyForbids(const std::wstring& policyKey) const;
 
     Listener listener_;

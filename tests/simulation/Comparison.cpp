@@ -52,7 +52,13 @@ std::optional<std::string> differenceOfAnswers(const std::wstring& key, const Ch
 class Run {
 public:
     Run(const std::vector<Step>& steps, const Comparison& comparison)
-        : steps_(steps), comparison_(comparison), module_(std::make_shared<fakes::HandSteppedDispatcher>()) {
+        : steps_(steps),
+          comparison_(comparison),
+          module_(std::make_shared<fakes::HandSteppedDispatcher>(), comparison.prepare),
+          model_(comparison.prepare ? storesOf(module_.module().manager()) : storesAfterStart()),
+          tasksBefore_(module_.module().persistence().waitingNames().size()),
+          callsSoFar_(module_.calls().size()) {
+        markWhatIsSensitive();
         for (const wchar_t* const key : {L"Addtional_Info", L"connectionpassword", L"connectionusername",
                                          L"BDIConnectionPassword", L"BDIConnectionUsername", L"BDIConnectionUserDn"}) {
             model_.chain().markSensitive(key);
@@ -73,6 +79,17 @@ public:
     }
 
 private:
+    /// What the documents have marked.
+    void markWhatIsSensitive() {
+        for (const auto& store : model_.chain().chain()) {
+            for (const std::wstring& key : store->keys()) {
+                if (module_.module().manager().isKeySensitive(key)) {
+                    model_.chain().markSensitive(key);
+                }
+            }
+        }
+    }
+
     std::optional<std::string> differenceAfter(const Step& step) {
         const std::optional<bool> expected = model_.apply(step);
         const std::optional<bool> actual = module_.apply(step);
@@ -109,7 +126,7 @@ private:
                 return text;
             }
         }
-        const std::size_t tasks = module_.module().persistence().waitingNames().size();
+        const std::size_t tasks = module_.module().persistence().waitingNames().size() - tasksBefore_;
         if (tasks != model_.chain().persistTasks()) {
             return "persist tasks: expected " + std::to_string(model_.chain().persistTasks()) + ", actual " +
                    std::to_string(tasks);
@@ -119,10 +136,11 @@ private:
 
     const std::vector<Step>& steps_;
     const Comparison comparison_;
-    ModelWorld model_;
     ModuleWorld module_;
+    ModelWorld model_;
+    const std::size_t tasksBefore_;
     std::size_t callsBefore_ = 0;
-    std::size_t callsSoFar_ = 0;
+    std::size_t callsSoFar_;
     std::size_t heardSoFar_ = 0;
 };
 

@@ -17,6 +17,10 @@ struct Comparison {
     /// The calls of the chain. With watchers that act, two observers of the chain see nested calls in an order that
     /// depends on their addresses, so that only the watchers' own tale can be compared.
     bool chainCalls = true;
+
+    /// Puts files into the world before the module starts. The model then takes the stores over as they are after the
+    /// start. Nothing: empty directories.
+    std::function<void(fakes::ScopedWorld&)> prepare = {};
 };
 
 /// Runs the steps on a fresh module and a fresh model, on this thread as the dispatcher thread, and compares them after

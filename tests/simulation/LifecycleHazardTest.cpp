@@ -221,5 +221,15 @@ TEST(TheModule, SurvivesStartsAndStopsFromSeveralThreadsWhileTheDispatcherThread
     dispatcher->stop();
 }
 
+#ifdef TESSEL_CHECKS_LOCK_ORDER
+using LifecycleHazardsDeathTest = LifecycleHazards;
+
+TEST_F(LifecycleHazardsDeathTest, ALifecycleCallWithTheChainHeldEndsABuildForDevelopmentEvenWhenNothingIsUnderWay) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(module.manager().atomically([this] { isStarted(); }),
+                 "lock order: the feature set's lifecycle \\(10\\) is taken while the chain \\(40\\) is held");
+}
+#endif
+
 }  // namespace
 }  // namespace simulation

@@ -97,6 +97,21 @@ ValueState LiveOracle::peek(const std::wstring& key) const {
     return shown(*objects_.at(folded(current != nullptr ? *current : key)));
 }
 
+void LiveOracle::adopt(const ValueState& state) {
+    const auto object = std::make_shared<Object>();
+    object->stored = state;
+    objects_[folded(state.key)] = object;
+}
+
+std::optional<std::wstring> LiveOracle::owed() const {
+    for (const auto& [key, object] : objects_) {
+        if (std::find(object->owed.begin(), object->owed.end(), true) != object->owed.end()) {
+            return key;
+        }
+    }
+    return std::nullopt;
+}
+
 void LiveOracle::watch(const std::wstring& key, int watcher) {
     std::vector<int>& watchers = find(key)->watchers;
     if (std::find(watchers.begin(), watchers.end(), watcher) == watchers.end()) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,8 +33,14 @@ public:
     /// What the object of the key shows, without the look-up that a request makes.
     ValueState peek(const std::wstring& key) const;
 
+    /// An object that was there before this oracle, with nothing owed.
+    void adopt(const ValueState& state);
+
     void watch(const std::wstring& key, int watcher);
     void unwatch(const std::wstring& key, int watcher);
+
+    /// A key whose watchers have not been told of a silent report yet; none if nothing is owed.
+    std::optional<std::wstring> owed() const;
 
     /// Everything that any watcher has heard so far, in order.
     const std::vector<Heard>& heard() const { return heard_; }

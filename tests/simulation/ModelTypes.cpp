@@ -56,6 +56,18 @@ std::vector<std::wstring> ModelStore::keys() const {
     return keys;
 }
 
+std::string describe(const ModelStore& store) {
+    std::string line = store.name + " at " + std::to_string(store.priority);
+    line += store.readOnly ? ", read-only" : ", writable";
+    line += store.local ? ", local" : "";
+    line += store.cached ? ", cached" : "";
+    line += store.refusesWrites ? ", refusing" : "";
+    for (const auto& [key, entry] : store.entries) {
+        line += ", " + printable(entry.spelling) + " = " + bracketed(entry.text);
+    }
+    return line;
+}
+
 std::string describe(const ChainCall& call) {
     const Report& report = call.report;
     switch (call.kind) {

@@ -46,6 +46,9 @@ struct ModelStore {
     std::vector<std::wstring> keys() const;
 };
 
+/// Name, place, flags and entries in one line.
+std::string describe(const ModelStore& store);
+
 /// What the chain says about a key after a change.
 struct Report {
     std::wstring key;

@@ -6,9 +6,9 @@
 
 namespace simulation {
 
-ModelWorld::ModelWorld()
+ModelWorld::ModelWorld(const std::vector<ModelStore>& stores)
     : chain_([this](const ChainCall& call) { take(call); }), live_([this](int watcher) { react(watcher); }) {
-    for (const ModelStore& store : storesAfterStart()) {
+    for (const ModelStore& store : stores) {
         chain_.add(std::make_shared<ModelStore>(store));
     }
 }

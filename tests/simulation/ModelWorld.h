@@ -15,7 +15,7 @@ namespace simulation {
 class ModelWorld {
 public:
     /// Starts with the stores that the module has after its start.
-    ModelWorld();
+    explicit ModelWorld(const std::vector<ModelStore>& stores);
 
     /// @return what the operation answers, for steps that answer.
     std::optional<bool> apply(const Step& step);

@@ -50,7 +50,9 @@ void ChainRecorder::onConfigAddedOrUpdated(std::wstring key, std::wstring value,
                        std::move(valueStoreName), std::move(originalValueStoreName), silent}});
 }
 
-ModuleWorld::ModuleWorld(std::shared_ptr<ServicesDispatcher> dispatcher) : module_(std::move(dispatcher)) {
+ModuleWorld::ModuleWorld(std::shared_ptr<ServicesDispatcher> dispatcher,
+                         const std::function<void(fakes::ScopedWorld&)>& prepare)
+    : module_(std::move(dispatcher), prepare) {
     module_.manager().AddObserver(&recorder_);
 }
 

@@ -35,7 +35,9 @@ private:
 /// The module as it is, taking the same steps as the model.
 class ModuleWorld {
 public:
-    explicit ModuleWorld(std::shared_ptr<ServicesDispatcher> dispatcher);
+    /// @param prepare changes the world before the module sees it.
+    explicit ModuleWorld(std::shared_ptr<ServicesDispatcher> dispatcher,
+                         const std::function<void(fakes::ScopedWorld&)>& prepare = {});
     ~ModuleWorld();
 
     ModuleWorld(const ModuleWorld&) = delete;

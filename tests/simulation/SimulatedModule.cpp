@@ -1,5 +1,6 @@
 #include "SimulatedModule.h"
 
+#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -67,6 +68,29 @@ std::vector<ModelStore> storesAfterStart() {
     defaults.local = true;
 
     return {override, localFile, provisioning, bootstrap, inMemory, defaults};
+}
+
+std::vector<ModelStore> storesOf(ConfigStoreManager& manager) {
+    const std::vector<ModelStore> own = storesAfterStart();
+    std::vector<ModelStore> stores;
+    for (const auto& store : manager.getStores()) {
+        const auto known =
+            std::find_if(own.begin(), own.end(), [&](const ModelStore& one) { return one.name == store->getName(); });
+        ModelStore copy = known == own.end() ? ModelStore{} : *known;
+        copy.name = store->getName();
+        copy.priority = store->getPriority();
+        copy.readOnly = store->isReadOnly();
+        copy.local = store->isLocal();
+        copy.cached = store->shouldCacheConfigStore();
+        for (const std::wstring& key : store->getKeys()) {
+            std::wstring text;
+            if (store->getValue(key, text)) {
+                copy.put(key, text);
+            }
+        }
+        stores.push_back(std::move(copy));
+    }
+    return stores;
 }
 
 ValueState stateOf(const ConfigValue& value) {

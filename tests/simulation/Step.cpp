@@ -4,18 +4,6 @@ namespace simulation {
 
 namespace {
 
-std::string describeStore(const ModelStore& store) {
-    std::string line = store.name + " at " + std::to_string(store.priority);
-    line += store.readOnly ? ", read-only" : ", writable";
-    line += store.local ? ", local" : "";
-    line += store.cached ? ", cached" : "";
-    line += store.refusesWrites ? ", refusing" : "";
-    for (const auto& [key, entry] : store.entries) {
-        line += ", " + printable(entry.spelling) + " = " + bracketed(entry.text);
-    }
-    return line;
-}
-
 std::string describeValues(const Step& step) {
     std::string line;
     for (const auto& [key, value] : step.values) {
@@ -39,11 +27,11 @@ std::string describe(const Step& step) {
     const std::string assignment = key + " = " + bracketed(step.text);
     switch (step.kind) {
     case StepKind::AddStore:
-        return "add store " + describeStore(step.store);
+        return "add store " + describe(step.store);
     case StepKind::AddStoreThroughFeatureSet:
-        return "add through feature set " + describeStore(step.store);
+        return "add through feature set " + describe(step.store);
     case StepKind::RefillStore:
-        return "refill store " + describeStore(step.store);
+        return "refill store " + describe(step.store);
     case StepKind::RemoveStore:
         return "remove store " + step.store.name;
     case StepKind::ClearStores:

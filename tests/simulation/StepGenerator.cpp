@@ -68,7 +68,9 @@ constexpr std::array<int, 10> priorities = {-5, 5, 10, 15, 20, 30, 450, 500, 600
 
 }  // namespace
 
-StepGenerator::StepGenerator(std::uint64_t seed) : engine_(seed) {
+StepGenerator::StepGenerator(std::uint64_t seed) : StepGenerator(std::mt19937_64(seed)) {}
+
+StepGenerator::StepGenerator(Numbers numbers) : numbers_(std::move(numbers)) {
     for (int group = 0; group < 3; ++group) {
         const auto& spellings = anyOf(keyGroups());
         keys_.insert(keys_.end(), spellings.begin(), spellings.end());
@@ -76,7 +78,7 @@ StepGenerator::StepGenerator(std::uint64_t seed) : engine_(seed) {
 }
 
 StepGenerator::StepGenerator(std::uint64_t seed, std::vector<std::wstring> keys)
-    : engine_(seed), keys_(std::move(keys)) {}
+    : numbers_(std::mt19937_64(seed)), keys_(std::move(keys)) {}
 
 void StepGenerator::letWatchersAct() {
     reactions_ = {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <random>
 #include <string>
 #include <vector>
@@ -14,6 +15,10 @@ namespace simulation {
 class StepGenerator {
 public:
     explicit StepGenerator(std::uint64_t seed);
+
+    /// Chooses by numbers from elsewhere instead of by a seed.
+    using Numbers = std::function<std::uint64_t()>;
+    explicit StepGenerator(Numbers numbers);
 
     /// Uses these keys and no others.
     StepGenerator(std::uint64_t seed, std::vector<std::wstring> keys);
@@ -51,7 +56,7 @@ private:
         std::wstring key;
     };
 
-    std::size_t below(std::size_t bound) { return static_cast<std::size_t>(engine_() % bound); }
+    std::size_t below(std::size_t bound) { return static_cast<std::size_t>(numbers_() % bound); }
     bool oneIn(std::size_t count) { return below(count) == 0; }
     template <typename Items>
     const auto& anyOf(const Items& items) {
@@ -66,7 +71,7 @@ private:
     void fillWatch(Step& step);
     void fillKnownWatcher(Step& step);
 
-    std::mt19937_64 engine_;
+    Numbers numbers_;
     std::vector<std::wstring> keys_;
     std::vector<Watched> watched_;
     std::vector<Choice> reactions_;

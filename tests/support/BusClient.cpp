@@ -1,9 +1,16 @@
 #include "support/BusClient.h"
 
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace support {
 
@@ -36,7 +43,35 @@ void append(sd_bus_message* message, const LogindSignal& signal) {
     }
 }
 
+/// Whether the other end of a pipe has been closed. @param timeout milliseconds; -1: as long as it takes.
+bool isClosed(int pipe, int timeout) {
+    pollfd polled{pipe, 0, 0};
+    int ready = 0;
+    do {
+        ready = poll(&polled, 1, timeout);
+    } while (ready < 0 && errno == EINTR);
+    return ready > 0 && (polled.revents & POLLHUP) != 0;
+}
+
+std::string textsOf(sd_bus_message* call) {
+    std::string texts;
+    const char* text = nullptr;
+    while (sd_bus_message_read_basic(call, SD_BUS_TYPE_STRING, &text) > 0) {
+        texts += (texts.empty() ? "" : ", ");
+        texts += text;
+    }
+    return texts;
+}
+
 }  // namespace
+
+LentDelay::LentDelay(std::string request, int watched) : request_(std::move(request)), watched_(watched) {}
+
+LentDelay::~LentDelay() { close(watched_); }
+
+bool LentDelay::isHeld() const { return !isClosed(watched_, 0); }
+
+void LentDelay::waitForItsEnd() const { isClosed(watched_, -1); }
 
 BusClient::BusClient(const std::string& address) : bus_(connect(address)) { roundTrip(); }
 
@@ -60,6 +95,28 @@ void BusClient::emit(const LogindSignal& signal) {
     }
     check(sd_bus_send(bus_.get(), raw, nullptr), "sd_bus_send");
     roundTrip();
+}
+
+LentDelay BusClient::lendDelay() {
+    for (;;) {
+        sd_bus_message* raw = nullptr;
+        check(sd_bus_process(bus_.get(), &raw), "sd_bus_process");
+        const Message call(raw, sd_bus_message_unref);
+        if (raw != nullptr && sd_bus_message_is_method_call(raw, "org.freedesktop.login1.Manager", "Inhibit") > 0) {
+            std::array<int, 2> pipe{};
+            check(pipe2(pipe.data(), O_CLOEXEC) == 0 ? 0 : -errno, "pipe2");
+            const std::string request = textsOf(raw);
+            const int sent = sd_bus_reply_method_return(raw, "h", pipe[1]);
+            // The answer holds a copy until it is gone.
+            const int flushed = sd_bus_flush(bus_.get());
+            close(pipe[1]);
+            check(sent < 0 ? sent : flushed, "answer to Inhibit");
+            return {request, pipe[0]};
+        }
+        if (raw == nullptr) {
+            check(sd_bus_wait(bus_.get(), UINT64_MAX), "sd_bus_wait");
+        }
+    }
 }
 
 std::string BusClient::theOtherOne() {

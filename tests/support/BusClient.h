@@ -17,6 +17,29 @@ struct LogindSignal {
     std::string destination = {};  ///< empty: everybody
 };
 
+/// A lock that the login manager has lent.
+class LentDelay {
+public:
+    /// @param watched the end of a pipe whose other end is lent.
+    LentDelay(std::string request, int watched);
+    ~LentDelay();
+
+    LentDelay(const LentDelay&) = delete;
+    LentDelay& operator=(const LentDelay&) = delete;
+
+    /// What was asked for: "WHAT, WHO, WHY, MODE".
+    const std::string& request() const { return request_; }
+
+    bool isHeld() const;
+
+    /// Returns when it has been given back.
+    void waitForItsEnd() const;
+
+private:
+    const std::string request_;
+    const int watched_;
+};
+
 /// Somebody else on a bus, who may be the login manager or pretend to be. One thread at a time. Each operation returns
 /// when the bus has done it, and throws std::runtime_error if it does not.
 class BusClient {
@@ -30,6 +53,9 @@ public:
 
     /// What it sends is queued for everybody whom it reaches when this returns.
     void emit(const LogindSignal& signal);
+
+    /// Waits for somebody who asks to hold up what the login manager announces, and lends him a lock.
+    LentDelay lendDelay();
 
     /// The unique name of the one other client of the bus; empty if there is none.
     std::string theOtherOne();

@@ -140,6 +140,7 @@ Ended ChildProcess::wait() {
     int status = 0;
     if (process_ > 0 && waitpid(process_, &status, 0) == process_) {
         ended_.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+        ended_.hasLeftACore = WIFSIGNALED(status) && WCOREDUMP(status);
         process_ = -1;
     }
     return ended_;

@@ -13,6 +13,7 @@ struct Ended {
     int status = -1;  ///< the exit status, or 128 and the number of the signal that ended it
     std::string out;
     std::string error;
+    bool hasLeftACore = false;
 };
 
 /// How a program is started.
@@ -49,6 +50,8 @@ public:
 
     /// What it has printed on standard output, as far as it has been waited for.
     const std::string& output() const { return ended_.out; }
+
+    pid_t id() const { return process_; }
 
     void signal(int number) const;
 

@@ -19,6 +19,7 @@ std::string configuration(const std::string& socket, const std::string& moreRule
     <allow own="*"/>
     <allow send_type="signal"/>
     <allow send_destination="org.freedesktop.DBus"/>
+    <allow send_destination="org.freedesktop.login1"/>
     <allow send_requested_reply="true" send_type="method_return"/>
     <allow send_requested_reply="true" send_type="error"/>
     <allow receive_type="method_call"/>

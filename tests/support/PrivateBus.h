@@ -8,7 +8,8 @@
 
 namespace support {
 
-/// A message bus of the test's own, with the rules of a system bus: everybody may connect, own names and send signals.
+/// A message bus of the test's own, with the rules of a system bus: everybody may connect, own names, send
+/// signals and call the login manager.
 class PrivateBus {
 public:
     /// Takes connections when this returns. @throws std::runtime_error, with what the daemon said, if it does not

@@ -1,57 +1,16 @@
+#include <gtest/gtest.h>
 #include <libxml/parser.h>
 
-#include <filesystem>
-#include <fstream>
-#include <map>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "Client.h"
-#include "ConfigAdapter.h"
+#include "Inputs.h"
 #include "Trial.h"
-#include "fakes/ScriptedHttpTransport.h"
-#include "fakes/TemporaryDirectory.h"
 #include "quill/FileUtils.h"
-#include "quill/StringUtils.h"
 
 namespace torture {
 namespace {
-
-std::string asLocalFile(const std::string& entries) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<Corvid>\n";
-    return text.append(entries).append("</Corvid>\n");
-}
-
-std::string asServerFile(const std::string& entries) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n<Corvid>\n<CachedConfig>\n";
-    return text.append(entries).append("</CachedConfig>\n</Corvid>\n");
-}
-
-/// A file that the module reads: where it lies, what it holds, and a key that only it holds.
-struct Input {
-    std::string name;
-    std::string path;  ///< below the scene's folder; empty for the downloaded one
-    std::string contents;
-    std::wstring key;
-};
-
-const std::vector<Input>& inputs() {
-    static const std::vector<Input> all = {
-        {"override", "config/corvid-config-user.xml", asServerFile("<OfOverride>yes</OfOverride>\n"), L"OfOverride"},
-        {"local", "config/corvidLocalConfig.xml", asLocalFile("<userConfig name=\"OfLocal\" value=\"yes\"/>\n"),
-         L"OfLocal"},
-        {"cache", "config/Cache/cachedServer.xml", asServerFile("<OfCache>yes</OfCache>\n"), L"OfCache"},
-        {"bootstrap", "install/bootstrap.properties", "# of the installer\nOfBootstrap: yes\n", L"OfBootstrap"},
-        {"defaults", "install/corvid-config-defaults.xml",
-         asLocalFile("<userConfig name=\"OfDefaults\" value=\"yes\"/>\n"), L"OfDefaults"},
-        {"downloaded", "", asServerFile("<OfDownload>yes</OfDownload>\n"), L"OfDownload"},
-    };
-    return all;
-}
-
-/// Whom to ask for the downloaded file stands in a file of its own: none of the six.
-const char* const provisioned = "cachedUrlProvisioningConfigStore.xml";
 
 bool isWellFormed(const std::string& text) {
     const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(xmlReadMemory(text.data(), static_cast<int>(text.size()),
@@ -64,55 +23,27 @@ bool isWellFormed(const std::string& text) {
 /// A client whose six inputs are whole but for one.
 class DamagedClient {
 public:
-    explicit DamagedClient(Trial& trial) : trial_(trial) {
-        write("config/Cache/" + std::string(provisioned),
-              asServerFile("<TFTPPrimaryServer>one</TFTPPrimaryServer>\n<HomeUdsVersion>12</HomeUdsVersion>\n"));
-    }
+    explicit DamagedClient(Trial& trial) : trial_(trial) {}
 
     void tryWith(const Input& damaged, const std::string& contents, const std::string& what) {
-        std::filesystem::remove(scene_.config() + "/corvidLocalConfig-backup.xml");
-        std::filesystem::remove(scene_.install() + "/corvid-config-defaults-backup.xml");
-        for (const Input& input : inputs()) {
-            if (!input.path.empty()) {
-                write(input.path, input.name == damaged.name ? contents : wholeOne(input, damaged));
-            }
-        }
+        files_.write(damaged, contents);
         trial_.tried();
         const std::string wrong = start(damaged, contents);
         if (!wrong.empty()) {
-            trial_.lost(damaged.name + ", " + what + ": " + wrong, scene_.folder());
+            trial_.lost(damaged.name + ", " + what + ": " + wrong, files_.scene().folder());
         }
     }
 
 private:
-    /// One of the whole files says which cache files are in the chain.
-    static std::string wholeOne(const Input& input, const Input& damaged) {
-        if (input.name == "override" && damaged.name != "override") {
-            return asServerFile("<OfOverride>yes</OfOverride><PrimaryConfigStores>Server:240;</PrimaryConfigStores>");
-        }
-        return input.name == "bootstrap" ? input.contents + "PrimaryConfigStores: Server:240;\n" : input.contents;
-    }
-
     /// @return what is wrong; empty if nothing is.
     std::string start(const Input& damaged, const std::string& contents) {
-        Client client(scene_);
-        const auto transport = std::make_shared<fakes::ScriptedHttpTransport>();
-        client.useTransport(transport);
-        client.featureSet().startTftpConfigSource();
-        const bool isDownloaded = damaged.path.empty();
-        if (!transport->deliver(isDownloaded ? contents : inputs().back().contents)) {
-            return "no file was asked for";
+        Client client(files_.scene());
+        const std::string wrong = whatIsUnanswered(client, damaged, contents);
+        if (!wrong.empty()) {
+            return wrong;
         }
-        client.settle();
-        for (const Input& input : inputs()) {
-            std::wstring value;
-            const bool answers = client.featureSet().getConfig(input.key, value, false) && value == L"yes";
-            if (!answers && input.name != damaged.name) {
-                return "nothing comes from the " + input.name + " file";
-            }
-        }
-        const bool isXml = damaged.name != "bootstrap";
-        const bool isTold = isDownloaded ? client.complaints() > 0 : speaksOf(client, damaged);
+        const bool isXml = damaged.form != Input::Form::Properties;
+        const bool isTold = damaged.path.empty() ? client.complaints() > 0 : speaksOf(client, damaged);
         return isXml && !isWellFormed(contents) && !isTold ? "no line of the log tells of the damage" : "";
     }
 
@@ -129,11 +60,8 @@ private:
         return false;
     }
 
-    void write(const std::string& name, const std::string& text) const { directory_.write(name, text); }
-
     Trial& trial_;
-    const fakes::TemporaryDirectory directory_;
-    const Scene scene_{directory_.path()};
+    const InputFiles files_;
 };
 
 // The library's own words on each damage are not looked at.

@@ -29,7 +29,7 @@ namespace {
 constexpr id_t beginMark = 0x7C0B0001;
 constexpr id_t endMark = 0x7C0B0002;
 
-constexpr std::size_t moreCallsThanAnyoneNeeds = 20000;
+constexpr std::size_t moreCallsThanAnyoneNeeds = 100000;
 
 enum class Names { Path, Descriptor, PathAt, TwoPaths, TwoPathsAt };
 
@@ -79,6 +79,14 @@ const std::map<long, FileCall>& fileCalls() {
         {SYS_renameat2, {"renameat2", Names::TwoPathsAt}},
         {SYS_link, {"link", Names::TwoPaths}},
         {SYS_symlink, {"symlink", Names::TwoPaths}},
+    };
+    return calls;
+}
+
+const std::map<long, const char*>& reachingCalls() {
+    static const std::map<long, const char*> calls = {
+        {SYS_socket, "socket"}, {SYS_connect, "connect"}, {SYS_clone, "clone"},   {SYS_clone3, "clone3"},
+        {SYS_fork, "fork"},     {SYS_vfork, "vfork"},     {SYS_execve, "execve"},
     };
     return calls;
 }
@@ -203,6 +211,9 @@ private:
             const id_t who = static_cast<id_t>(tracee_.registers().rsi);
             counts_ = who == beginMark || (who != endMark && counts_);
             return;
+        }
+        if (const auto reach = reachingCalls().find(number); counts_ && reach != reachingCalls().end()) {
+            traced_.reaches.emplace_back(reach->second);
         }
         const auto call = fileCalls().find(number);
         if (!counts_ || call == fileCalls().end()) {

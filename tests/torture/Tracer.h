@@ -33,11 +33,12 @@ struct Fault {
 
 /// What became of a traced process.
 struct Traced {
-    bool allowed = false;        ///< false: this system does not let processes be traced; nothing was run
-    int status = -1;             ///< what the body gave, or 128 and the number of the signal that ended it
-    bool wentOnForEver = false;  ///< it made more calls than any of ours needs, and was killed
-    bool faultCame = false;      ///< false: there were not so many calls
-    std::vector<Call> calls;     ///< between the marks; paths are only read where they are asked for
+    bool allowed = false;              ///< false: this system does not let processes be traced; nothing was run
+    int status = -1;                   ///< what the body gave, or 128 and the number of the signal that ended it
+    bool wentOnForEver = false;        ///< it made more calls than any of ours needs, and was killed
+    bool faultCame = false;            ///< false: there were not so many calls
+    std::vector<Call> calls;           ///< between the marks; paths are only read where they are asked for
+    std::vector<std::string> reaches;  ///< names of the calls between the marks that make sockets, processes or threads
 };
 
 /// Runs the body in a process of its own and stops at each of its system calls. Only the body's first thread is

@@ -65,12 +65,12 @@ bool Trial::picks(std::uint64_t wanted, std::uint64_t all) {
     return isLong() || below(std::max<std::uint64_t>(all, 1) * times) < wanted;
 }
 
-void Trial::lost(const std::string& what, const std::string& folder) {
+void Trial::lost(const std::string& what, const std::string& folder, unsigned seed) {
     ++lost_;
-    ADD_FAILURE() << name_ << ", CORVID_TEST_SEED=" << seed_ << ", try " << tried_ << ": " << what;
+    ADD_FAILURE() << name_ << ", CORVID_TEST_SEED=" << seed << ", try " << tried_ << ": " << what;
     const std::string keep = setting("CORVID_TORTURE_KEEP");
     if (!keep.empty()) {
-        const std::string target = keep + "/" + name_ + "-" + std::to_string(seed_) + "-" + std::to_string(tried_);
+        const std::string target = keep + "/" + name_ + "-" + std::to_string(seed) + "-" + std::to_string(tried_);
         std::error_code failure;
         std::filesystem::create_directories(target, failure);
         std::filesystem::copy(folder, target + "/files",

@@ -40,13 +40,19 @@ public:
     bool picks(std::uint64_t wanted, std::uint64_t all);
 
     /// Fails the test, and keeps the folder under the trial's name and seed.
-    void lost(const std::string& what, const std::string& folder);
+    void lost(const std::string& what, const std::string& folder) { lost(what, folder, seed_); }
+
+    /// The same where each try has a seed of its own. @param seed with which a run begins with this very try.
+    void lost(const std::string& what, const std::string& folder, unsigned seed);
 
     /// For the table: why less was tried than told, say.
     void remark(const std::string& text);
 
     bool hasLost() const { return lost_ > 0; }
     std::mt19937& random() { return random_; }
+
+    /// The seed of this run.
+    unsigned seed() const { return seed_; }
 
     /// @return a random number below the limit, which is 1 or more.
     std::uint64_t below(std::uint64_t limit);

@@ -81,9 +81,15 @@ void JournalFile::append(const JournalBatch& batch, const std::function<JournalB
 }
 
 void JournalFile::open(int flags) {
-    descriptor_ =
-        ::open(path_.c_str(), O_RDWR | O_APPEND | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | flags, S_IRUSR | S_IWUSR);
-    if (descriptor_ < 0) {
+    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+    const int allFlags = O_RDWR | O_APPEND | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | flags;
+    descriptor_ = ::open(path_.c_str(), allFlags | O_EXCL, ownerOnly);
+    const bool isNew = descriptor_ >= 0;
+    if (!isNew && errno == EEXIST && (flags & O_EXCL) == 0) {
+        descriptor_ = ::open(path_.c_str(), allFlags, ownerOnly);
+    }
+    // Some umasks take the owner's rights too.
+    if (descriptor_ < 0 || (isNew && fchmod(descriptor_, ownerOnly) != 0)) {
         fail("could not be opened");
     }
     struct stat status {};

@@ -33,7 +33,9 @@ struct ReferenceHostOptions {
     /// a terminal that understands escape sequences.
     bool logClearsLines = false;
 
-    /// Whether the machine's power events are heard: a power down then ends the stores, once everything is on disk.
+    /// Whether the machine's power events are heard. A power down then ends the stores, once everything is on disk, and
+    /// the machine waits for that as long as it ever waits. What is set on the dispatcher thread before it is told of
+    /// the power down is written; what another thread sets while the stores end may be lost.
     bool powerEvents = true;
     std::string powerBusAddress;  ///< the bus to hear them on, as D-Bus writes addresses; empty: the system's own
 
@@ -42,6 +44,10 @@ struct ReferenceHostOptions {
     /// that is just changing the directory, and logs a warning if another one works on it besides. A directory that is
     /// missing at the start is not claimed.
     bool claimsDirectory = true;
+
+    /// Whether the process may leave a core when it crashes, and be debugged by its user. If not, that stays so when
+    /// the host has stopped; see platform::forbidCoreDumps.
+    bool coreDumps = false;
 
     /// The shared module to put in, loaded with dlopen and never unloaded; empty: the one that is linked in.
     std::string modulePath;
@@ -118,6 +124,7 @@ private:
     bool putModuleIn();
     void startFeatureSet();
     void listenToPowerEvents();
+    void reportPowerDown();
     void stopFeatureSet();
 
     const Options options_;

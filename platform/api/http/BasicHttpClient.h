@@ -14,8 +14,8 @@ class BasicHttpClient {
 public:
     virtual ~BasicHttpClient() = default;
 
-    /// Waits for the whole answer. An answer with an error status is an answer too: its body and status are in the
-    /// response, and the result is Success.
+    /// Waits for the whole answer. An answer with an error status is an answer too, and so is one without a body: body
+    /// and status are in the response, and the result is Success.
     /// @return otherwise what went wrong; the response's body is empty then.
     virtual HttpDownloader::HttpDownloadResultEnum::HttpDownloadResult send(const std::shared_ptr<Request>& request,
                                                                             Response& response) = 0;

@@ -42,7 +42,8 @@ public:
     /// crash at any instant the destination is the old file or the new one, whole. Stale siblings of earlier crashes
     /// are removed on the way. On failure the destination is as it was and no sibling remains.
     ///
-    /// A destination that is a link stays one: what it leads to is replaced, or made if it is missing. The owner is
+    /// A destination that is a link stays one: what it leads to is replaced, or made if it is missing; unless it is a
+    /// link of somebody else's, who is neither this user nor root nor the folder's owner. The owner is
     /// kept along with the permissions; where the process may not give files away, the permissions are cut down to the
     /// owner's. Source and destination must be regular files: folders, devices and pipes are refused.
     /// @param failIfExists true: the call fails if the destination exists; false: it is replaced.
@@ -66,8 +67,8 @@ public:
     ///        copied). It gets the permissions of an existing destination, 0600 for a new one.
     static bool replaceFileDurably(const std::string& finishedSibling, const std::string& destination);
 
-    /// Removes the siblings of a destination that processes left which died in the midst of one of these operations. The
-    /// next operation on the destination would do so too. A failure is not told.
+    /// Removes the siblings of a destination that processes left which died in the midst of one of these operations.
+    /// The next operation on the destination would do so too. A failure is not told.
     static void removeStaleSiblings(const std::string& destination);
 
     /// Reads a whole regular file as bytes. False if it cannot be read or is no regular file; contents is empty then.

@@ -14,7 +14,7 @@ enum PowerEventType : int {
 };
 }  // namespace PowerEventTypeEnum
 
-/// Told of power events, on a thread of the monitor's.
+/// Told of power events, on a thread of the host's: a power down of a reference host's on its dispatcher thread.
 class PowerEventObserver {
 public:
     virtual void onPowerEvent(PowerEventTypeEnum::PowerEventType type) = 0;

@@ -2,6 +2,7 @@
 
 #include <mutex>
 
+#include "tessel/LockRank.h"
 #include "tessel/ThreadAnnotations.h"
 
 namespace tessel {
@@ -9,20 +10,38 @@ namespace tessel {
 /// A reentrant mutex: the thread that holds it may lock it again, and unlocks it as often as it locked it.
 class TESSEL_CAPABILITY("mutex") Mutex {
 public:
-    Mutex() = default;
+    explicit Mutex(LockRank rank = LEAF_LOCK) : order_(rank) {}
     ~Mutex() { TESSEL_LOCK_HAS_ENDED(mutex_); }
 
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
-    void lock() TESSEL_ACQUIRE() { mutex_.lock(); }
-    void unlock() TESSEL_RELEASE() { mutex_.unlock(); }
+    void lock() TESSEL_ACQUIRE() {
+        checkOrder();
+        mutex_.lock();
+        order_.taken();
+    }
 
-    /// True if the calling thread holds the mutex afterwards. Never waits.
-    bool tryLock() TESSEL_TRY_ACQUIRE(true) { return mutex_.try_lock(); }
+    void unlock() TESSEL_RELEASE() {
+        order_.released();
+        mutex_.unlock();
+    }
+
+    /// True if the calling thread holds the mutex afterwards. Never waits, and so may be called against the order.
+    bool tryLock() TESSEL_TRY_ACQUIRE(true) {
+        if (!mutex_.try_lock()) {
+            return false;
+        }
+        order_.taken();
+        return true;
+    }
+
+    /// For a caller that waits for the mutex by its own means: holds it to the order as lock() does.
+    void checkOrder() const { order_.check(true); }
 
 private:
     std::recursive_mutex mutex_;
+    [[no_unique_address]] LockOrder order_;
 };
 
 /// Holds a Mutex for the length of a scope.

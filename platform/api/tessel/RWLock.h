@@ -2,6 +2,7 @@
 
 #include <shared_mutex>
 
+#include "tessel/LockRank.h"
 #include "tessel/ThreadAnnotations.h"
 
 namespace tessel {
@@ -9,19 +10,37 @@ namespace tessel {
 /// Many readers or one writer. Not reentrant: a thread that holds it must not lock it again in any way.
 class TESSEL_CAPABILITY("rwlock") RWLock {
 public:
-    RWLock() = default;
+    explicit RWLock(LockRank rank = LEAF_LOCK) : order_(rank) {}
     ~RWLock() { TESSEL_LOCK_HAS_ENDED(mutex_); }
 
     RWLock(const RWLock&) = delete;
     RWLock& operator=(const RWLock&) = delete;
 
-    void lockRead() TESSEL_ACQUIRE_SHARED() { mutex_.lock_shared(); }
-    void unlockRead() TESSEL_RELEASE_SHARED() { mutex_.unlock_shared(); }
-    void lockWrite() TESSEL_ACQUIRE() { mutex_.lock(); }
-    void unlockWrite() TESSEL_RELEASE() { mutex_.unlock(); }
+    void lockRead() TESSEL_ACQUIRE_SHARED() {
+        order_.check(false);
+        mutex_.lock_shared();
+        order_.taken();
+    }
+
+    void unlockRead() TESSEL_RELEASE_SHARED() {
+        order_.released();
+        mutex_.unlock_shared();
+    }
+
+    void lockWrite() TESSEL_ACQUIRE() {
+        order_.check(false);
+        mutex_.lock();
+        order_.taken();
+    }
+
+    void unlockWrite() TESSEL_RELEASE() {
+        order_.released();
+        mutex_.unlock();
+    }
 
 private:
     std::shared_mutex mutex_;
+    [[no_unique_address]] LockOrder order_;
 };
 
 /// Holds an RWLock for reading for the length of a scope.

@@ -1,16 +1,21 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <typeinfo>
 #include <utility>
 
-/// The compiler's name of a type, as a TypeMap uses it; "NULL" when there is none.
-inline std::string typeMapName(const std::type_info& type) {
+/// The compiler's name of a type, as a TypeMap uses it; "NULL" when there is none. Good for the type's life.
+inline std::string_view typeMapText(const std::type_info& type) {
     const char* const name = type.name();
     return name == nullptr ? "NULL" : name;
 }
+
+/// The same as a text of its own.
+inline std::string typeMapName(const std::type_info& type) { return std::string(typeMapText(type)); }
 
 /// Items under two keys: the name of the type by which they are asked for, and a number.
 /// Not synchronised: the owner's lock guards it.
@@ -34,7 +39,7 @@ public:
     /// The item under the name of T; null if there is none.
     template <typename T>
     std::shared_ptr<T> getItem() const {
-        const auto found = byName_.find(typeMapName(typeid(T)));
+        const auto found = byName_.find(typeMapText(typeid(T)));
         return found == byName_.end() ? nullptr : std::static_pointer_cast<T>(found->second);
     }
 
@@ -45,13 +50,13 @@ public:
 
     /// Drops all items, outside the map's own walk: destructors may come back to an empty map.
     void clear() {
-        std::map<std::string, std::shared_ptr<void>> byName;
+        std::map<std::string, std::shared_ptr<void>, std::less<>> byName;
         std::map<unsigned, std::shared_ptr<void>> byNumber;
         byName.swap(byName_);
         byNumber.swap(byNumber_);
     }
 
 private:
-    std::map<std::string, std::shared_ptr<void>> byName_;
+    std::map<std::string, std::shared_ptr<void>, std::less<>> byName_;
     std::map<unsigned, std::shared_ptr<void>> byNumber_;
 };

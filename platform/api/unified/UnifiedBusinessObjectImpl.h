@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,12 +12,12 @@
 /// What every business object shares: its factory, its observers and the check of the thread.
 class UnifiedBusinessObjectImpl : public virtual UnifiedBusinessObject {
 public:
-    /// @param className for diagnosis and toString().
-    UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, std::string className);
+    /// @param className for diagnosis and toString(). A literal: very many objects have the same.
+    UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, const char* className);
 
     /// @param checksAccess false makes EnsureUpdateAccess() a no-op, for an object that guards itself; the other
     ///                     constructor passes true.
-    UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, bool checksAccess, std::string className);
+    UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, bool checksAccess, const char* className);
     ~UnifiedBusinessObjectImpl() override;
 
     UnifiedBusinessObjectImpl(const UnifiedBusinessObjectImpl&) = delete;
@@ -50,9 +51,9 @@ protected:
 
 private:
     const std::shared_ptr<UnifiedFactory> factory_;
-    const std::string className_;
+    const char* const className_;
     const bool checksAccess_;
-    const std::string guid_;
+    const std::uint64_t number_;  ///< what getGuid() gives as a text
     mutable tessel::Mutex mutex_;
     std::vector<std::weak_ptr<UnifiedBusinessObjectObserver>> observers_ TESSEL_GUARDED_BY(mutex_);
 };

@@ -72,8 +72,8 @@ public:
     /// The adapter registered under the number, for the host; null if there is none.
     std::shared_ptr<FeatureSetAdapter> getFeatureSetAdapter(unsigned number) const;
 
-    /// The queue of the dispatcher thread; null if the host has none.
-    std::shared_ptr<ServicesDispatcher> getServicesDispatcher() const;
+    /// The queue of the dispatcher thread; null if the host has none. The same for the factory's life.
+    const std::shared_ptr<ServicesDispatcher>& getServicesDispatcher() const { return servicesDispatcher_; }
 
     /// The queue for work that waits for a disk; null if the host has none.
     std::shared_ptr<Processing::TaskDispatcher> getTaskDispatcher() const;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace platform {
 
@@ -24,6 +25,11 @@ public:
 
     /// @return false if the limit would be passed: nothing has been added then.
     bool append(const char* bytes, std::size_t count);
+
+    std::size_t size() const { return bytes_.size(); }
+
+    /// Until the next change.
+    std::string_view view() const { return bytes_; }
 
     void wipe();
 

@@ -14,13 +14,19 @@ TesselLogger* logger() {
     return instance;
 }
 
+void onTlsEvent(const SSL* connection, int where, int alert) {
+    if (where == SSL_CB_READ_ALERT && (alert & 0xff) == SSL_AD_CLOSE_NOTIFY) {
+        static_cast<platform::TlsPeer*>(SSL_CTX_get_app_data(SSL_get_SSL_CTX(connection)))->endTold = true;
+    }
+}
+
 }  // namespace
 
 namespace platform {
 
 CertificateTrust::CertificateTrust(std::string caFile) : caFile_(std::move(caFile)) {}
 
-void CertificateTrust::applyTo(CURL* handle) {
+void CertificateTrust::apply(TlsPeer& peer, CURL* handle) {
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
     curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
@@ -33,12 +39,15 @@ void CertificateTrust::applyTo(CURL* handle) {
     // Connections would share one set of authorities, to which each adds.
     curl_easy_setopt(handle, CURLOPT_CA_CACHE_TIMEOUT, 0L);
     curl_easy_setopt(handle, CURLOPT_SSL_CTX_FUNCTION, &CertificateTrust::prepare);
-    curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, this);
+    curl_easy_setopt(handle, CURLOPT_SSL_CTX_DATA, &peer);
 }
 
-CURLcode CertificateTrust::prepare(CURL*, void* context, void* self) {
+CURLcode CertificateTrust::prepare(CURL*, void* context, void* peer) {
     auto* const tls = static_cast<SSL_CTX*>(context);
-    static_cast<CertificateTrust*>(self)->addAuthorities(tls);
+    static_cast<TlsPeer*>(peer)->trust.addAuthorities(tls);
+    // libcurl takes a connection that somebody has cut off for one that has ended.
+    SSL_CTX_set_app_data(tls, peer);
+    SSL_CTX_set_info_callback(tls, onTlsEvent);
     // libcurl writes the keys of connections to the file that SSLKEYLOGFILE names; whoever sets it must not read along.
     SSL_CTX_set_keylog_callback(tls, nullptr);
     // A document may hold secrets.

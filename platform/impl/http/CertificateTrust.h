@@ -8,6 +8,14 @@
 
 namespace platform {
 
+class CertificateTrust;
+
+/// One side of a handle's TLS connections: whom it trusts, and what it has heard.
+struct TlsPeer {
+    CertificateTrust& trust;
+    bool endTold = false;  ///< the other side has said that it is at its end (close_notify): nobody cut it off
+};
+
 /// Which certificates are trusted: those of the system's authorities, and a file of further ones. Any thread.
 class CertificateTrust {
 public:
@@ -18,11 +26,11 @@ public:
     CertificateTrust(const CertificateTrust&) = delete;
     CertificateTrust& operator=(const CertificateTrust&) = delete;
 
-    /// Makes the handle verify its peers by this trust, which must outlive it.
-    void applyTo(CURL* handle);
+    /// Makes the handle verify its peers by the trust, and tell what it hears. @param peer must outlive the handle.
+    static void apply(TlsPeer& peer, CURL* handle);
 
 private:
-    static CURLcode prepare(CURL* handle, void* context, void* self);
+    static CURLcode prepare(CURL* handle, void* context, void* peer);
     void addAuthorities(SSL_CTX* context);
 
     const std::string caFile_;

@@ -1,13 +1,11 @@
 #include "impl/http/CurlExchange.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
-#include <system_error>
 #include <utility>
 
-#include "impl/http/CertificateTrust.h"
 #include "impl/http/CurlResult.h"
+#include "impl/http/DocumentEnd.h"
 #include "impl/http/RedirectRule.h"
 #include "impl/http/WebUrl.h"
 
@@ -20,13 +18,18 @@ namespace {
 /// Against a server that never ends its head.
 constexpr std::size_t HEAD_LIMIT = std::size_t{256} * 1024;
 
-bool isSuccess(long status) { return status >= 200 && status <= 299; }
+/// Of one name in a head: each is looked for among all fields, of which a server may send ten thousand.
+constexpr std::size_t MOST_FIELDS = 16;
 
-/// @param length a Content-Length field; anything else is no length and so not too large.
-bool isTooLarge(const std::string& length) {
-    std::size_t bytes = 0;
-    const std::errc error = std::from_chars(length.data(), length.data() + length.size(), bytes).ec;
-    return error == std::errc::result_out_of_range || bytes > BodyBuffer::LIMIT;
+/// A part of a file is none, and was not asked for.
+bool isSuccess(long status) { return status >= 200 && status <= 299 && status != 206; }
+
+/// Whatever the head says besides (RFC 9110, 6.4.1).
+bool isWithoutBody(long status) { return status == 204 || status == 304; }
+
+bool isSecure(const std::string& url) {
+    const std::optional<WebUrl> parsed = parseWebUrl(url);
+    return parsed && parsed->scheme == "https";
 }
 
 }  // namespace
@@ -37,15 +40,15 @@ ExchangeOrder::Clock::time_point ExchangeOrder::deadlineIn(std::chrono::millisec
 }
 
 CurlExchange::CurlExchange(ExchangeOrder order, CertificateTrust& trust)
-    : order_(std::move(order)), handle_(curl_easy_init(), curl_easy_cleanup), url_(order_.url) {
+    : order_(std::move(order)), peer_{trust}, handle_(curl_easy_init(), curl_easy_cleanup), url_(order_.url) {
     if (handle_ == nullptr) {
         result_ = Failed;
         return;
     }
-    setUp(trust);
+    setUp();
 }
 
-void CurlExchange::setUp(CertificateTrust& trust) {
+void CurlExchange::setUp() {
     CURL* const handle = handle_.get();
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
@@ -56,6 +59,8 @@ void CurlExchange::setUp(CertificateTrust& trust) {
     curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
     // An end must not wait for a name that is being resolved, which may take the system half a minute.
     curl_easy_setopt(handle, CURLOPT_QUICK_EXIT, 1L);
+    // The length is compared here: libcurl would stop reading at the stated one, and nobody would know of more.
+    curl_easy_setopt(handle, CURLOPT_IGNORE_CONTENT_LENGTH, 1L);
     curl_easy_setopt(handle, CURLOPT_HEADERFUNCTION, &CurlExchange::onHeaderLine);
     curl_easy_setopt(handle, CURLOPT_HEADERDATA, this);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &CurlExchange::onBody);
@@ -63,7 +68,7 @@ void CurlExchange::setUp(CertificateTrust& trust) {
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
     curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, &CurlExchange::onProgress);
     curl_easy_setopt(handle, CURLOPT_XFERINFODATA, this);
-    trust.applyTo(handle);
+    CertificateTrust::apply(peer_, handle);
 }
 
 bool CurlExchange::prepare() {
@@ -85,6 +90,8 @@ bool CurlExchange::prepare() {
     headSize_ = 0;
     answering_ = false;
     location_.clear();
+    framing_ = {};
+    peer_.endTold = false;
     return true;
 }
 
@@ -92,7 +99,7 @@ void CurlExchange::conclude(CURLcode code) {
     if (!location_.empty()) {
         followRedirect();
     } else if (!result_) {
-        end(resultOf(code, answering_));
+        end(code == CURLE_OK ? judgeBody() : resultOf(code, answering_));
     }
 }
 
@@ -111,13 +118,18 @@ std::size_t CurlExchange::onHeaderLine(char* line, std::size_t, std::size_t size
 }
 
 std::size_t CurlExchange::onBody(char* bytes, std::size_t, std::size_t size, void* self) noexcept {
-    auto* const exchange = static_cast<CurlExchange*>(self);
-    return exchange->body_.append(bytes, size) || exchange->end(BodyTooLarge) ? size : 0;
+    return static_cast<CurlExchange*>(self)->takePiece(bytes, size) ? size : 0;
 }
 
-int CurlExchange::onProgress(void* self, curl_off_t total, curl_off_t arrived, curl_off_t, curl_off_t) noexcept {
-    const auto& watch = static_cast<CurlExchange*>(self)->order_.watch;
-    return watch(static_cast<double>(total), static_cast<double>(arrived)) ? 0 : 1;
+int CurlExchange::onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept {
+    static_cast<CurlExchange*>(self)->tellProgress();
+    return 0;
+}
+
+void CurlExchange::tellProgress() const {
+    if (order_.watch) {
+        order_.watch(static_cast<double>(framing_.length.value_or(0)), static_cast<double>(body_.size()));
+    }
 }
 
 /// @return false if nothing more of this answer is wanted.
@@ -136,20 +148,75 @@ bool CurlExchange::judgeHead() {
         return true;  // the answer itself is still to come
     }
     answering_ = true;
-    location_ = isRedirect(answer) ? header("Location") : std::string();
+    const std::vector<std::string> locations = headers("Location");
+    location_ = isRedirect(answer) && !locations.empty() ? locations.front() : std::string();
     if (!location_.empty()) {
         return false;
     }
     if (!order_.anyStatus && !isSuccess(answer)) {
         return end(StatusRefused);
     }
-    return !isTooLarge(header("Content-Length")) || end(BodyTooLarge);
+    framing_ = framingOf(headers("Content-Length"), headers("Transfer-Encoding"), headers("Content-Encoding"));
+    if (isWithoutBody(answer)) {
+        framing_.length = 0;
+    }
+    return judgeFraming();
 }
 
-/// @return the value of the answer's field; empty if there is none.
-std::string CurlExchange::header(const char* name) const {
+/// @return false if nothing more of this answer is wanted.
+bool CurlExchange::judgeFraming() {
+    if (!framing_.valid) {
+        return end(Failed);
+    }
+    if (framing_.coded) {
+        return end(BodyCoded);
+    }
+    if (framing_.length > BodyBuffer::LIMIT) {
+        return end(BodyTooLarge);
+    }
+    return framing_.length != 0U || end(judgeBody());
+}
+
+/// @return false if nothing more of this answer is wanted: the connection need not end with its body.
+bool CurlExchange::takePiece(const char* bytes, std::size_t size) {
+    if (!body_.append(bytes, size)) {
+        return end(BodyTooLarge);
+    }
+    tellProgress();
+    if (!framing_.length || body_.size() < *framing_.length) {
+        return true;
+    }
+    return end(body_.size() == *framing_.length ? Success : BodyOverrun);
+}
+
+/// How the exchange has gone if nothing more is to come.
+CurlExchange::Result CurlExchange::judgeBody() const {
+    if (!answering_) {
+        return ConnectionFailed;  // in the midst of the head, or after interim answers alone
+    }
+    const bool isFramed = framing_.length || framing_.chunked;
+    if (body_.size() < framing_.length.value_or(0) || (!isFramed && isSecure(url_) && !peer_.endTold)) {
+        return BodyCut;
+    }
+    if (order_.anyStatus) {
+        return Success;
+    }
+    if (body_.size() == 0) {
+        return BodyEmpty;
+    }
+    // Without TLS nobody signs for the end of a connection: whatever broke it looks the same.
+    return isFramed || isSecure(url_) || endsAsDocument(body_.view()) ? Success : BodyCut;
+}
+
+/// @return the values of the answer's first fields of that name, in order.
+std::vector<std::string> CurlExchange::headers(const char* name) const {
+    std::vector<std::string> values;
     curl_header* found = nullptr;
-    return curl_easy_header(handle(), name, 0, CURLH_HEADER, -1, &found) == CURLHE_OK ? found->value : std::string();
+    while (values.size() < MOST_FIELDS &&
+           curl_easy_header(handle(), name, values.size(), CURLH_HEADER, -1, &found) == CURLHE_OK) {
+        values.emplace_back(found->value);
+    }
+    return values;
 }
 
 /// @return false always, for the one who asks whether to go on.

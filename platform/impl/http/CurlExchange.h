@@ -9,13 +9,14 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "http/HttpDownloadResult.h"
 #include "impl/http/BodyBuffer.h"
+#include "impl/http/BodyFraming.h"
+#include "impl/http/CertificateTrust.h"
 
 namespace platform {
-
-class CertificateTrust;
 
 /// What an exchange is to fetch.
 struct ExchangeOrder {
@@ -23,11 +24,11 @@ struct ExchangeOrder {
 
     std::string url;
     Clock::time_point deadline;  ///< for everything, redirects included
-    bool anyStatus;              ///< whether an error status is an answer as well
+    bool anyStatus;              ///< whether an error status is an answer as well, and one without a body
 
-    /// Told the body's total size, 0 if it is not known, and how much of it has arrived: often, and in the blocking way
-    /// at least once a second. False ends the exchange, with Cancelled.
-    std::function<bool(double, double)> watch;
+    /// Told the body's total size, 0 if it is not known, and how much of it has arrived: often, at each piece, and last
+    /// of all when all of it is there. May be empty.
+    std::function<void(double, double)> watch;
 
     /// @return now and so much more, at least a millisecond, at most some weeks.
     static Clock::time_point deadlineIn(std::chrono::milliseconds timeout);
@@ -69,22 +70,28 @@ public:
 private:
     static std::size_t onHeaderLine(char* line, std::size_t one, std::size_t size, void* self) noexcept;
     static std::size_t onBody(char* bytes, std::size_t one, std::size_t size, void* self) noexcept;
-    static int onProgress(void* self, curl_off_t total, curl_off_t arrived, curl_off_t, curl_off_t) noexcept;
+    static int onProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept;
 
-    void setUp(CertificateTrust& trust);
+    void setUp();
     bool takeHeaderLine(std::string_view line);
     bool judgeHead();
-    std::string header(const char* name) const;
+    bool judgeFraming();
+    bool takePiece(const char* bytes, std::size_t size);
+    Result judgeBody() const;
+    void tellProgress() const;
+    std::vector<std::string> headers(const char* name) const;
     bool end(Result result);
     void followRedirect();
 
     const ExchangeOrder order_;
+    TlsPeer peer_;
     const std::unique_ptr<CURL, void (*)(CURL*)> handle_;
     std::string url_;
     int redirects_ = 0;
     std::size_t headSize_ = 0;
     bool answering_ = false;  ///< the head of the answer has come whole
     std::string location_;    ///< where the answer redirects to
+    BodyFraming framing_;     ///< of the answer
     BodyBuffer body_;
     std::optional<Result> result_;
 };

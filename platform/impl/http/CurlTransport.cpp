@@ -1,6 +1,5 @@
 #include "impl/http/CurlTransport.h"
 
-#include <atomic>
 #include <mutex>
 #include <utility>
 
@@ -12,6 +11,7 @@
 #include "impl/http/CompletionThread.h"
 #include "impl/http/CurlExchange.h"
 #include "impl/http/CurlMemory.h"
+#include "impl/http/RequestRunner.h"
 #include "impl/http/SigpipeGuard.h"
 #include "impl/http/TransferThread.h"
 
@@ -35,7 +35,7 @@ public:
 
     const CURLcode initialised = initialiseCurl();  ///< before the threads, which use the library
     CertificateTrust trust;
-    std::atomic<bool> interrupted = false;
+    RequestRunner requests;
     CompletionThread completions;
     TransferThread transfers{trust, completions};
     std::mutex stopMutex;
@@ -53,13 +53,8 @@ HttpDownloadResult CurlTransport::send(const tessel::http::Request& request, tes
     response = tessel::http::Response();
     const SigpipeGuard guard;  // outlives the exchange, whose end may write to the connection
     const auto timeout = std::chrono::milliseconds(request.getOptions()->requestTimeout);
-    const std::atomic<bool>& interrupted = engine_->interrupted;
-    CurlExchange exchange({request.getUrl(), ExchangeOrder::deadlineIn(timeout), true,
-                           [&interrupted](double, double) { return !interrupted; }},
-                          engine_->trust);
-    while (!interrupted && exchange.prepare()) {
-        exchange.conclude(curl_easy_perform(exchange.handle()));
-    }
+    CurlExchange exchange({request.getUrl(), ExchangeOrder::deadlineIn(timeout), true, {}}, engine_->trust);
+    engine_->requests.run(exchange);
     response.setStatusCode(static_cast<int>(exchange.status()));
     if (exchange.result() == Success) {
         response.setBody(exchange.takeBody());
@@ -67,7 +62,7 @@ HttpDownloadResult CurlTransport::send(const tessel::http::Request& request, tes
     return exchange.result();
 }
 
-void CurlTransport::interruptRequests() { engine_->interrupted = true; }
+void CurlTransport::interruptRequests() { engine_->requests.interrupt(); }
 
 void CurlTransport::stop() {
     interruptRequests();

@@ -30,8 +30,8 @@ public:
     HttpDownloader::HttpDownloadResultEnum::HttpDownloadResult send(const tessel::http::Request& request,
                                                                     tessel::http::Response& response) override;
 
-    /// Ends the requests that are being sent, within a second, and fails all later ones with Cancelled. Transfers go
-    /// on. Any thread, any number of times.
+    /// Ends the requests that are being sent, whatever they wait for, and fails all later ones with Cancelled.
+    /// Transfers go on. Any thread, any number of times.
     void interruptRequests();
 
     /// Ends all requests and transfers with Cancelled, runs the completions, those of transfers that they start

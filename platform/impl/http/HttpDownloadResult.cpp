@@ -30,6 +30,12 @@ const char* HttpDownloader::HttpDownloadResultEnum::describe(HttpDownloadResult 
         return "the connection ended before the file did";
     case NoTransport:
         return "the host has no network";
+    case BodyEmpty:
+        return "the server sent an empty file";
+    case BodyCoded:
+        return "the server compressed the file, which nobody asked for";
+    case BodyOverrun:
+        return "the server sent more than the length that it stated";
     }
     return "the transfer failed";
 }

@@ -1,7 +1,6 @@
 #include "impl/http/TransferThread.h"
 
 #include <algorithm>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -32,7 +31,7 @@ class ProgressReport {
 public:
     explicit ProgressReport(const HttpTransport::Transfer& transfer) : transfer_(transfer) {}
 
-    bool operator()(double total, double arrived) {
+    void operator()(double total, double arrived) {
         if (transfer_.progress && !failed_ && (total != total_ || arrived != arrived_)) {
             total_ = total;
             arrived_ = arrived;
@@ -42,7 +41,6 @@ public:
                 failed_ = false;
             });
         }
-        return true;
     }
 
 private:
@@ -51,14 +49,6 @@ private:
     double arrived_ = 0;
     bool failed_ = false;
 };
-
-std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> makeMulti() {
-    std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> multi(curl_multi_init(), curl_multi_cleanup);
-    if (multi == nullptr) {
-        throw std::bad_alloc();
-    }
-    return multi;
-}
 
 }  // namespace
 
@@ -70,7 +60,7 @@ struct TransferThread::Job {
 };
 
 TransferThread::TransferThread(CertificateTrust& trust, CompletionThread& completions)
-    : trust_(trust), completions_(completions), multi_(makeMulti()), thread_([this] { run(); }) {}
+    : trust_(trust), completions_(completions), multi_(makeCurlMulti()), thread_([this] { run(); }) {}
 
 TransferThread::~TransferThread() { stop(); }
 

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <curl/curl.h>
-
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 #include "http/HttpTransport.h"
+#include "impl/http/CurlMulti.h"
 
 namespace platform {
 
@@ -48,7 +47,7 @@ private:
 
     CertificateTrust& trust_;
     CompletionThread& completions_;
-    std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> multi_;  ///< woken under the mutex only, and only while thread_ runs
+    CurlMulti multi_;  ///< woken under the mutex only, and only while thread_ runs
 
     std::mutex mutex_;
     std::vector<std::unique_ptr<Job>> jobs_;  ///< all that have not ended

@@ -42,6 +42,17 @@ int examineDestination(const std::string& path, Existing& existing) {
     return S_ISLNK(status.st_mode) ? 0 : refuseIrregular(status.st_mode);
 }
 
+/// Whether a link may be followed by a program that writes: its own user, the system's administrator or the owner of
+/// the folder has made it. In a folder that others may write to, a link of theirs would choose what is overwritten.
+bool isOfTheHouse(const std::string& link, const std::string& folder) {
+    struct stat ofLink {};
+    struct stat ofFolder {};
+    if (lstat(link.c_str(), &ofLink) != 0 || ::stat(folder.empty() ? "." : folder.c_str(), &ofFolder) != 0) {
+        return false;
+    }
+    return ofLink.st_uid == geteuid() || ofLink.st_uid == 0 || ofLink.st_uid == ofFolder.st_uid;
+}
+
 int fillAndReplace(const std::string& destination, bool failIfExists, const Fill& fill) {
     Existing existing;
     if (const int error = examineDestination(destination, existing)) {
@@ -152,6 +163,9 @@ int resolveLinks(const std::string& path, std::string& resolved) {
         }
         const std::string next(target, static_cast<std::size_t>(length));
         const std::string parent = FileUtils::getParentDirectory(resolved);
+        if (!isOfTheHouse(resolved, parent)) {
+            return EPERM;
+        }
         resolved = next.starts_with('/') || parent.empty() ? next : parent + "/" + next;
     }
     return ELOOP;

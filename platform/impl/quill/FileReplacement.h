@@ -11,7 +11,8 @@ namespace QuillCoreUtils {
 int openRegularFile(const std::string& path, int& descriptor);
 
 /// The path that remains when the last part of a path is followed as long as it is a link. What it names need not
-/// exist.
+/// exist. A link that belongs neither to this process's user, nor to root, nor to the owner of its folder is not
+/// followed: EPERM.
 /// @param resolved receives it.
 int resolveLinks(const std::string& path, std::string& resolved);
 

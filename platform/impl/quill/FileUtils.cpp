@@ -1,5 +1,6 @@
 #include "quill/FileUtils.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include "impl/quill/FileReplacement.h"
 #include "quill/StringUtils.h"
 #include "system/World.h"
+#include "tessel/SecureStringUtils.h"
 #include "tessel/TesselLogger.h"
 
 namespace QuillCoreUtils {
@@ -39,7 +41,11 @@ std::string quoted(const std::string& path) { return "[" + inOneLine(path) + "]"
 std::string quotedPair(const std::string& from, const std::string& to) { return quoted(from) + " to " + quoted(to); }
 
 int makeOneDirectory(const std::string& path) {
-    const int error = errorOf(::mkdir(path.c_str(), S_IRWXU));
+    if (::mkdir(path.c_str(), S_IRWXU) == 0) {
+        // Some umasks take the owner's rights too.
+        return errorOf(fchmodat(AT_FDCWD, path.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW));
+    }
+    const int error = errno;
     struct stat status {};
     const bool isThere = error == EEXIST && ::stat(path.c_str(), &status) == 0;
     return isThere ? (S_ISDIR(status.st_mode) ? 0 : ENOTDIR) : error;
@@ -69,6 +75,7 @@ int readAll(int file, std::string& contents) {
             return length == 0 ? 0 : errno;
         }
         contents.append(buffer.data(), static_cast<std::size_t>(length));
+        tessel::SecureStringUtils::TesselZeroMemory(buffer.data(), static_cast<std::size_t>(length));
     }
 }
 

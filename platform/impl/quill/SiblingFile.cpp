@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "quill/FileUtils.h"
+#include "tessel/SecureStringUtils.h"
 
 namespace QuillCoreUtils {
 namespace {
@@ -111,11 +112,16 @@ int SiblingFile::createUnder(const std::string& path) {
     if (!file_->isOpen()) {
         return errno;
     }
+    path_ = path;
+    // Some umasks take the owner's rights too.
+    if (const int error = errorOf(fchmod(file_->get(), ownerOnly))) {
+        return error;
+    }
     // Another process that sweeps here may have met the file in the instant before it was locked, and removed it.
     if (!tryLock(file_->get(), true) || !hasName(file_->get())) {
+        path_.clear();
         return EEXIST;
     }
-    path_ = path;
     return 0;
 }
 
@@ -146,7 +152,9 @@ int SiblingFile::appendAllOf(int source) {
         if (length <= 0) {
             return length == 0 ? 0 : errno;
         }
-        if (const int error = append({buffer.data(), static_cast<std::size_t>(length)})) {
+        const int error = append({buffer.data(), static_cast<std::size_t>(length)});
+        tessel::SecureStringUtils::TesselZeroMemory(buffer.data(), static_cast<std::size_t>(length));
+        if (error != 0) {
             return error;
         }
     }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <type_traits>
 
 #include "impl/quill/CaseFolding.h"
 #include "impl/quill/Utf8.h"
@@ -45,6 +46,11 @@ View withoutSpace(View text, View space) {
     return withoutSpaceAtStart(text.substr(0, text.find_last_not_of(space) + 1), space);
 }
 
+template <typename Unit>
+bool isAscii(Unit unit) {
+    return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
+}
+
 constexpr std::string_view narrowSpace = " \t\r\n\v\f";
 constexpr std::wstring_view wideSpace = L" \t\r\n\v\f";
 
@@ -53,6 +59,11 @@ constexpr std::wstring_view wideSpace = L" \t\r\n\v\f";
 std::wstring toWideString(std::string_view text) {
     std::wstring wide;
     wide.reserve(text.size());
+    // Most texts are ASCII, and go over in one piece.
+    const auto ascii = std::find_if_not(text.begin(), text.end(), isAscii<char>);
+    wide.resize(static_cast<std::size_t>(ascii - text.begin()));
+    std::copy(text.begin(), ascii, wide.begin());
+    text.remove_prefix(wide.size());
     while (!text.empty()) {
         wide.push_back(static_cast<wchar_t>(takeCodePoint(text)));
     }
@@ -65,6 +76,11 @@ std::wstring toWideString(int value) { return std::to_wstring(value); }
 
 std::string toString(std::wstring_view text) {
     std::string narrow;
+    if (std::all_of(text.begin(), text.end(), isAscii<wchar_t>)) {
+        narrow.resize(text.size());
+        std::transform(text.begin(), text.end(), narrow.begin(), [](wchar_t unit) { return static_cast<char>(unit); });
+        return narrow;
+    }
     // Counted first: a text that grows would leave an unwiped copy of a secret behind.
     narrow.reserve(utf8Length(text));
     while (!text.empty()) {

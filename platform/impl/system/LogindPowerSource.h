@@ -14,8 +14,11 @@ namespace TesselSystemMonitor {
 /// construction to stop().
 ///
 /// `PrepareForShutdown(true)` is a power down, `PrepareForSleep` a sleep (true) or a resume (false); a shutdown that is
-/// called off is nothing. Only what the owner of the name "org.freedesktop.login1" tells everybody counts. The machine
-/// is not held up meanwhile: no inhibitor lock is taken.
+/// called off is nothing. Only what the owner of the name "org.freedesktop.login1" tells everybody counts.
+///
+/// From the start on a delay lock is held, so that a shutdown waits until the report of it has returned; logind's own
+/// limit (five seconds, usually) holds all the same. Where logind gives none, a level 4 line says why, and the reports
+/// come as ever. A sleep is not held up. After a shutdown that is called off no new lock is taken.
 ///
 /// A machine without a bus, or a bus that refuses, costs one level 3 line, and so does a bus that goes away later:
 /// nothing is reported from then on, and nothing is tried again.

@@ -1,11 +1,13 @@
 #include "impl/system/LogindWatch.h"
 
+#include <fcntl.h>
 #include <poll.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "tessel/TesselLogger.h"
@@ -23,6 +25,15 @@ constexpr const char* LOGIND_INTERFACE = "org.freedesktop.login1.Manager";
 TesselLogger* logger() {
     static TesselLogger* const instance = TesselLogger_getLogger("LogindPowerSource");
     return instance;
+}
+
+void logAtFour(const char* function, const std::string& text) {
+    TesselLog(logger(), 4, __FILE__, __LINE__, function, text);
+}
+
+void logThatNothingWaits(int error) {
+    logAtFour("onDelayAnswered",
+              "A shutdown does not wait for this program: " + std::generic_category().message(error));
 }
 
 /// What a signal says: whether it begins (true) or is over (false). Nothing if it is not logind's.
@@ -64,8 +75,12 @@ int LogindWatch::run(const std::string& busAddress) {
         result = listenTo("PrepareForSleep", onPrepareForSleep);
     }
     if (result >= 0) {
+        result = askForDelay();
+    }
+    if (result >= 0) {
         result = serve();
     }
+    letGoOfDelay();
     return result;
 }
 
@@ -92,6 +107,30 @@ int LogindWatch::listenTo(const char* signal, sd_bus_message_handler_t handler) 
     return sd_bus_match_signal_async(bus_.get(), nullptr, LOGIND_NAME, LOGIND_PATH, LOGIND_INTERFACE, signal, handler,
                                      onRuleAnswered, this);
 }
+
+int LogindWatch::askForDelay() {
+    return sd_bus_call_method_async(bus_.get(), nullptr, LOGIND_NAME, LOGIND_PATH, LOGIND_INTERFACE, "Inhibit",
+                                    onDelayAnswered, this, "ssss", "shutdown", "Corvid",
+                                    "What was set is being written to the disk", "delay");
+}
+
+void LogindWatch::takeDelay(sd_bus_message* answer) {
+    int lent = -1;
+    // The message closes the descriptor that came with it.
+    if (sd_bus_message_read_basic(answer, SD_BUS_TYPE_UNIX_FD, &lent) <= 0) {
+        logThatNothingWaits(EBADMSG);
+        return;
+    }
+    auto kept = std::make_unique<QuillCoreUtils::FileDescriptor>(fcntl(lent, F_DUPFD_CLOEXEC, 0));
+    if (!kept->isOpen()) {
+        logThatNothingWaits(errno);
+    } else if (!isPoweringDown_) {
+        delay_ = std::move(kept);
+        logAtFour("onDelayAnswered", "A shutdown waits until everything is on disk");
+    }
+}
+
+void LogindWatch::letGoOfDelay() { delay_.reset(); }
 
 int LogindWatch::serve() {
     while (!stopping_.load(std::memory_order_acquire)) {
@@ -127,7 +166,7 @@ int LogindWatch::wait() {
 }
 
 void LogindWatch::tell(PowerEventType type) {
-    TesselLog(logger(), 4, __FILE__, __LINE__, "onSignal", "Power event [" + std::to_string(type) + "]");
+    logAtFour("onSignal", "Power event [" + std::to_string(type) + "]");
     report_(type);
 }
 
@@ -139,14 +178,27 @@ int LogindWatch::onRuleAnswered(sd_bus_message* answer, void* watch, sd_bus_erro
             self.refusal_ = -sd_bus_message_get_errno(answer);
         }
     } else if (++self.rulesTaken_ == RULES) {
-        TesselLog(logger(), 4, __FILE__, __LINE__, "listen", std::string("Listening for power events"));
+        logAtFour("listen", "Listening for power events");
+    }
+    return 0;
+}
+
+int LogindWatch::onDelayAnswered(sd_bus_message* answer, void* watch, sd_bus_error* /*error*/) {
+    LogindWatch& self = *static_cast<LogindWatch*>(watch);
+    if (sd_bus_message_is_method_error(answer, nullptr) <= 0) {
+        self.takeDelay(answer);
+    } else if (sd_bus_is_open(self.bus_.get()) > 0) {
+        logThatNothingWaits(sd_bus_message_get_errno(answer));
     }
     return 0;
 }
 
 int LogindWatch::onPrepareForShutdown(sd_bus_message* signal, void* watch, sd_bus_error* /*error*/) {
+    LogindWatch& self = *static_cast<LogindWatch*>(watch);
     if (announced(signal) == true) {
-        static_cast<LogindWatch*>(watch)->tell(PowerDown);
+        self.isPoweringDown_ = true;
+        self.tell(PowerDown);
+        self.letGoOfDelay();
     }
     return 0;
 }

@@ -7,11 +7,13 @@
 #include <memory>
 #include <string>
 
+#include "impl/quill/FileDescriptor.h"
 #include "system/SystemMonitor.h"
 
 namespace TesselSystemMonitor {
 
-/// One connection to a bus, from its opening to its end. All of it on one thread.
+/// One connection to a bus, from its opening to its end, and the delay lock that goes with it: as long as logind's
+/// descriptor is open here, a shutdown that has been announced waits. All of it on one thread.
 class LogindWatch {
 public:
     using Report = std::function<void(PowerEventTypeEnum::PowerEventType)>;
@@ -36,12 +38,16 @@ private:
 
     int connect(const std::string& busAddress);
     int listenTo(const char* signal, sd_bus_message_handler_t handler);
+    int askForDelay();
+    void takeDelay(sd_bus_message* answer);
+    void letGoOfDelay();
     int serve();
     int wait();
     void tell(PowerEventTypeEnum::PowerEventType type);
 
     // Called by libsystemd, with this object.
     static int onRuleAnswered(sd_bus_message* answer, void* watch, sd_bus_error* error);
+    static int onDelayAnswered(sd_bus_message* answer, void* watch, sd_bus_error* error);
     static int onPrepareForShutdown(sd_bus_message* signal, void* watch, sd_bus_error* error);
     static int onPrepareForSleep(sd_bus_message* signal, void* watch, sd_bus_error* error);
 
@@ -49,7 +55,9 @@ private:
     const int stopEvent_;
     const std::atomic<bool>& stopping_;
     int rulesTaken_ = 0;
-    int refusal_ = 0;  ///< negative errno
+    int refusal_ = 0;                                        ///< negative errno
+    std::unique_ptr<QuillCoreUtils::FileDescriptor> delay_;  ///< null while no shutdown is held up
+    bool isPoweringDown_ = false;
     std::unique_ptr<sd_bus, sd_bus* (*)(sd_bus*)> bus_{nullptr, sd_bus_close_unref};
 };
 

@@ -41,11 +41,17 @@ spdlog::level::level_enum spdlogLevel(int level) {
     }
 }
 
-/// Opens a file so that it is there with mode 0600 before spdlog opens it with a wider one. @return 0 or an errno.
+/// Opens a file so that it is there with mode 0600 before spdlog opens it with a wider one. A pipe that nobody reads
+/// cannot be opened. @return 0 or an errno.
 int prepareFile(const std::string& path) {
-    const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC;
-    const QuillCoreUtils::FileDescriptor file(
-        QuillCoreUtils::uninterrupted([&] { return ::open(path.c_str(), flags, S_IRUSR | S_IWUSR); }));
+    using namespace QuillCoreUtils;
+    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+    const FileDescriptor made(uninterrupted([&] { return ::open(path.c_str(), flags | O_EXCL, ownerOnly); }));
+    if (made.isOpen()) {
+        return errorOf(fchmod(made.get(), ownerOnly));  // some umasks take the owner's rights too
+    }
+    const FileDescriptor file(uninterrupted([&] { return ::open(path.c_str(), flags, ownerOnly); }));
     return file.isOpen() ? 0 : errno;
 }
 

@@ -23,6 +23,7 @@ void TaskDispatcherImpl::enqueue(std::shared_ptr<tessel::Task> task) {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (!closed_) {
             queue_.push_back(std::move(task));
+            ++queuedTasks_;
             work_.notify_one();
             return;
         }
@@ -36,6 +37,14 @@ void TaskDispatcherImpl::drain() {
     }
     std::unique_lock<std::mutex> lock(mutex_);
     idle_.wait(lock, [this] { return queue_.empty() && !running_; });
+}
+
+void TaskDispatcherImpl::drainWhatIsQueued() {
+    if (onWorker()) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    ended_.wait(lock, [this, last = queuedTasks_] { return endedTasks_ >= last; });
 }
 
 void TaskDispatcherImpl::stop() {
@@ -70,6 +79,8 @@ void TaskDispatcherImpl::runWorker() {
         task.reset();
         lock.lock();
         running_ = false;
+        ++endedTasks_;
+        ended_.notify_all();
         if (queue_.empty()) {
             idle_.notify_all();
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -28,6 +29,10 @@ public:
     /// wants; on the worker, which cannot wait for itself, it returns at once.
     void drain();
 
+    /// Returns when everything that was queued before the call has run, whatever is queued meanwhile. Otherwise as
+    /// drain().
+    void drainWhatIsQueued();
+
     /// Drains, takes no more work and joins the worker. Any thread, any number of times. On the worker it only takes
     /// no more work: what is queued runs after the task that called, and another stop() or the destructor joins.
     void stop();
@@ -39,8 +44,11 @@ private:
     std::mutex mutex_;  ///< guards all fields up to the next mutex
     std::condition_variable work_;
     std::condition_variable idle_;
+    std::condition_variable ended_;
     std::deque<std::shared_ptr<tessel::Task>> queue_;
-    bool running_ = false;  ///< a task is under way
+    std::uint64_t queuedTasks_ = 0;  ///< ever
+    std::uint64_t endedTasks_ = 0;   ///< ever
+    bool running_ = false;           ///< a task is under way
     bool closed_ = false;
 
     std::mutex threadMutex_;  ///< guards the worker's handle, while it is joined

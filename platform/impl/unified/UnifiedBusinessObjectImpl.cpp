@@ -15,19 +15,19 @@ TesselLogger* logger() {
     return instance;
 }
 
-std::string nextGuid() {
+std::uint64_t nextNumber() {
     static std::atomic<std::uint64_t> last{0};
-    return std::to_string(last.fetch_add(1, std::memory_order_relaxed) + 1);
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
 }  // namespace
 
-UnifiedBusinessObjectImpl::UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, std::string className)
-    : UnifiedBusinessObjectImpl(std::move(factory), true, std::move(className)) {}
+UnifiedBusinessObjectImpl::UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, const char* className)
+    : UnifiedBusinessObjectImpl(std::move(factory), true, className) {}
 
 UnifiedBusinessObjectImpl::UnifiedBusinessObjectImpl(std::shared_ptr<UnifiedFactory> factory, bool checksAccess,
-                                                     std::string className)
-    : factory_(std::move(factory)), className_(std::move(className)), checksAccess_(checksAccess), guid_(nextGuid()) {}
+                                                     const char* className)
+    : factory_(std::move(factory)), className_(className), checksAccess_(checksAccess), number_(nextNumber()) {}
 
 UnifiedBusinessObjectImpl::~UnifiedBusinessObjectImpl() = default;
 
@@ -49,9 +49,9 @@ std::shared_ptr<UnifiedBusinessObjectNotifiers> UnifiedBusinessObjectImpl::getUn
     return notifiers_;
 }
 
-std::string UnifiedBusinessObjectImpl::getGuid() const { return guid_; }
+std::string UnifiedBusinessObjectImpl::getGuid() const { return std::to_string(number_); }
 
-std::string UnifiedBusinessObjectImpl::toString() const { return className_ + " " + guid_; }
+std::string UnifiedBusinessObjectImpl::toString() const { return className_ + (" " + getGuid()); }
 
 std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> UnifiedBusinessObjectImpl::lockObservers() {
     const tessel::ScopedLock lock(mutex_);
@@ -62,11 +62,12 @@ void UnifiedBusinessObjectImpl::EnsureUpdateAccess(bool required) const {
     if (!required || !checksAccess_ || factory_ == nullptr) {
         return;
     }
-    const std::shared_ptr<ServicesDispatcher> dispatcher = factory_->getServicesDispatcher();
+    const std::shared_ptr<ServicesDispatcher>& dispatcher = factory_->getServicesDispatcher();
     if (dispatcher == nullptr || dispatcher->checkForUpdateAccess()) {
         return;
     }
-    const std::string text = className_ + " called without update access; call it on the dispatcher thread";
+    const std::string text =
+        std::string(className_) + " called without update access; call it on the dispatcher thread";
     TesselLog(logger(), 2, __FILE__, __LINE__, __func__, text);
     throw std::logic_error(text);
 }

@@ -18,7 +18,9 @@ std::vector<std::shared_ptr<Observer>> lockAlive(std::vector<std::weak_ptr<Obser
             alive.push_back(std::move(locked));
         }
     }
-    observers.assign(alive.begin(), alive.end());
+    if (alive.size() != observers.size()) {
+        observers.assign(alive.begin(), alive.end());
+    }
     return alive;
 }
 

@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "Download.h"
+#include "fakes/PlainNetwork.h"
 #include "fakes/ScopedWorld.h"
+#include "fakes/ScriptedNames.h"
 #include "fakes/ScriptedServer.h"
 #include "http/HttpDownloader.h"
 #include "impl/http/CurlTransport.h"
@@ -63,6 +65,17 @@ TEST_F(Cancellation, EndsATransferThatRuns) {
     const Ended ended = download.end();
     EXPECT_EQ(ended.result, Cancelled);
     EXPECT_EQ(ended.body, "");
+}
+
+TEST_F(Cancellation, EndsATransferWhoseNameIsLookedUp) {
+    const fakes::PlainNetwork noProxy;
+    fakes::ScriptedNames names;
+    names.keepSilent("silent.example");
+    Download download;
+    transport.start(download.transfer("http://silent.example/", FIRST, MUCH_TOO_LONG));
+    names.waitForSilence(1);
+    transport.cancel(FIRST);
+    EXPECT_EQ(download.end().result, Cancelled);
 }
 
 TEST_F(Cancellation, EndsATransferThatHasHalfItsBody) {

@@ -19,8 +19,11 @@ TEST(HttpDownloadResult, IsDescribedInAFewWords) {
     EXPECT_STREQ(describe(BodyTooLarge), "the file is larger than 16 MiB");
     EXPECT_STREQ(describe(BodyCut), "the connection ended before the file did");
     EXPECT_STREQ(describe(NoTransport), "the host has no network");
+    EXPECT_STREQ(describe(BodyEmpty), "the server sent an empty file");
+    EXPECT_STREQ(describe(BodyCoded), "the server compressed the file, which nobody asked for");
+    EXPECT_STREQ(describe(BodyOverrun), "the server sent more than the length that it stated");
 }
 
 TEST(HttpDownloadResult, IsDescribedEvenIfItIsUnknown) {
-    EXPECT_STREQ(describe(static_cast<HttpDownloadResult>(15)), "the transfer failed");
+    EXPECT_STREQ(describe(static_cast<HttpDownloadResult>(17)), "the transfer failed");
 }

@@ -1,11 +1,14 @@
 #include "http/Request.h"
 
+#include <chrono>
 #include <latch>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "Download.h"
+#include "fakes/PlainNetwork.h"
+#include "fakes/ScriptedNames.h"
 #include "fakes/ScriptedServer.h"
 #include "http/Response.h"
 #include "impl/http/CurlTransport.h"
@@ -103,6 +106,27 @@ TEST_F(SentRequest, FailsAsTransfersDo) {
     EXPECT_EQ(sendTo(""), MalformedUrl);
 }
 
+TEST_F(SentRequest, TakesAnAnswerWithoutABody) {
+    for (const int status : {200, 204, 500}) {
+        EXPECT_EQ(sendTo([&](ScriptedConnection& client) {
+                      client.respond(status, "");
+                      client.waitUntilClientLeaves();
+                  }),
+                  Success)
+            << status;
+        EXPECT_EQ(response.getStatusCode(), status);
+    }
+}
+
+TEST_F(SentRequest, TakesNoBodyThatIsNotWhatTheHeadTold) {
+    EXPECT_EQ(sendTo([](ScriptedConnection& client) { client.respond(200, "?", "Content-Encoding: gzip\r\n"); }),
+              BodyCoded);
+    EXPECT_EQ(response.getBody(), "");
+    EXPECT_EQ(sendTo([](ScriptedConnection& client) { client.send("HTTP/1.1 200 OK\r\nContent-Length: 1\r\n\r\n12"); }),
+              BodyOverrun);
+    EXPECT_EQ(response.getBody(), "");
+}
+
 TEST_F(SentRequest, HasAtLeastAMillisecond) {
     EXPECT_EQ(sendTo(answerNever, 0), TimedOut);
     EXPECT_EQ(sendTo(answerNever, -1), TimedOut);
@@ -134,6 +158,37 @@ TEST_F(SentRequest, IsEndedByAnInterruption) {
         transport.interruptRequests();
     });
     EXPECT_EQ(sendTo(server.url(), 3600000), Cancelled);
+    interrupter.join();
+}
+
+TEST_F(SentRequest, IsEndedByAnInterruptionWithoutATimer) {
+    // One that looked about once a second, say, would take half a minute.
+    const auto began = std::chrono::steady_clock::now();
+    ScriptedServer server(answerNever);
+    for (std::size_t count = 1; count <= 30; ++count) {
+        platform::CurlTransport interrupted("");
+        std::thread asking([&] {
+            const Request request(server.url());
+            request.getOptions()->requestTimeout = 3600000;
+            Response own;
+            EXPECT_EQ(interrupted.send(request, own), Cancelled);
+        });
+        server.waitForRequests(count);
+        interrupted.interruptRequests();
+        asking.join();
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(15));
+}
+
+TEST_F(SentRequest, IsEndedByAnInterruptionWhileANameIsLookedUp) {
+    const fakes::PlainNetwork noProxy;
+    fakes::ScriptedNames names;
+    names.keepSilent("silent.example");
+    std::thread interrupter([&] {
+        names.waitForSilence(1);
+        transport.interruptRequests();
+    });
+    EXPECT_EQ(sendTo("http://silent.example/", 3600000), Cancelled);
     interrupter.join();
 }
 

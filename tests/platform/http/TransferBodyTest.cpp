@@ -37,10 +37,22 @@ TEST_F(TransferBody, ArrivesAsItWasSent) {
     EXPECT_EQ(ended.body, sent);
 }
 
-TEST_F(TransferBody, MayBeEmpty) {
-    const Ended ended = downloadFrom([](ScriptedConnection& client) { client.respond(200, ""); });
-    EXPECT_EQ(ended.result, Success);
-    EXPECT_EQ(ended.body, "");
+TEST_F(TransferBody, MustNotBeEmpty) {
+    for (const std::string answer :
+         {"HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n", "HTTP/1.1 200 OK\r\n\r\n",
+          "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n0\r\n\r\n", "HTTP/1.1 204 No Content\r\n\r\n",
+          "HTTP/1.1 204 No Content\r\nContent-Length: 9\r\n\r\n"}) {
+        const Ended ended = downloadFrom([&](ScriptedConnection& client) { client.send(answer); });
+        EXPECT_EQ(ended.result, BodyEmpty) << answer;
+    }
+}
+
+TEST_F(TransferBody, IsEmptyAtOnceIfTheHeadSaysSo) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.respond(200, "");
+        client.waitUntilClientLeaves();
+    });
+    EXPECT_EQ(ended.result, BodyEmpty);
 }
 
 TEST_F(TransferBody, MayHaveNoStatedLength) {
@@ -73,7 +85,8 @@ TEST_F(TransferBody, MayHaveSixteenMebibytes) {
 }
 
 TEST_F(TransferBody, MayHaveSixteenMebibytesWithoutAStatedLength) {
-    const std::string sent(16 * 1024 * 1024, 'x');
+    std::string sent = "<a>";
+    sent.append(16 * 1024 * 1024 - 7, 'x').append("</a>");
     const Ended ended =
         downloadFrom([&](ScriptedConnection& client) { client.send("HTTP/1.1 200 OK\r\n\r\n" + sent); });
     EXPECT_EQ(ended.result, Success);
@@ -154,6 +167,80 @@ TEST_F(TransferBody, IsCutByTheEndOfTheStreamThoughTheServerStillListens) {
         client.waitUntilClientLeaves();
     });
     EXPECT_EQ(ended.result, BodyCut);
+}
+
+TEST_F(TransferBody, IsCutByTheEndOfAConnectionThatLeavesADocumentOpen) {
+    const std::string whole = "<config><group><a>1</a></group></config>";
+    for (std::size_t size = 1; size < whole.size(); ++size) {
+        const Ended ended = downloadFrom(
+            [&](ScriptedConnection& client) { client.send("HTTP/1.1 200 OK\r\n\r\n" + whole.substr(0, size)); });
+        EXPECT_EQ(ended.result, BodyCut) << size;
+        EXPECT_EQ(ended.body, "") << size;
+    }
+}
+
+TEST_F(TransferBody, IsRefusedIfItIsLongerThanItStates) {
+    const Ended ended =
+        downloadFrom([](ScriptedConnection& client) { client.send(headWithLength("9") + "<Corvid/>!"); });
+    EXPECT_EQ(ended.result, BodyOverrun);
+    EXPECT_EQ(ended.body, "");
+}
+
+TEST_F(TransferBody, IsRefusedIfMoreThanABufferIsLongerThanItStates) {
+    const std::string sent(1024 * 1024, 'x');
+    const Ended ended = downloadFrom(
+        [&](ScriptedConnection& client) { client.send(headWithLength(std::to_string(sent.size() - 1)) + sent); });
+    EXPECT_EQ(ended.result, BodyOverrun);
+}
+
+TEST_F(TransferBody, EndsWithItsStatedLengthThoughTheConnectionDoesNot) {
+    const Ended ended = downloadFrom([](ScriptedConnection& client) {
+        client.respond(200, "<Corvid>");
+        client.waitUntilClientLeaves();
+    });
+    EXPECT_EQ(ended.result, Success);
+    EXPECT_EQ(ended.body, "<Corvid>");
+}
+
+TEST_F(TransferBody, HasNoTwoLengthsAndNoneThatIsNoNumber) {
+    for (const char* const length : {"9\r\nContent-Length: 10", "9, 10", "nine", "-9", "9x", "+9", ""}) {
+        const Ended ended =
+            downloadFrom([&](ScriptedConnection& client) { client.send(headWithLength(length) + "<Corvid/>"); });
+        EXPECT_EQ(ended.result, Failed) << length;
+    }
+}
+
+TEST_F(TransferBody, MayStateItsLengthTwice) {
+    const Ended ended = downloadFrom(
+        [](ScriptedConnection& client) { client.send(headWithLength("9\r\nContent-Length: 9") + "<Corvid/>"); });
+    EXPECT_EQ(ended.result, Success);
+}
+
+TEST_F(TransferBody, IsRefusedIfItIsCompressedUnasked) {
+    for (const std::string field : {"Content-Encoding: gzip", "content-encoding: br", "Content-Encoding: identity, x",
+                                    "Transfer-Encoding: gzip, chunked", "Transfer-Encoding: deflate"}) {
+        const Ended ended =
+            downloadFrom([&](ScriptedConnection& client) { client.respond(200, "<Corvid/>", field + "\r\n"); });
+        EXPECT_EQ(ended.result, BodyCoded) << field;
+    }
+}
+
+TEST_F(TransferBody, MaySayThatItIsNotCompressed) {
+    const Ended ended = downloadFrom(
+        [](ScriptedConnection& client) { client.respond(200, "<Corvid/>", "Content-Encoding: identity\r\n"); });
+    EXPECT_EQ(ended.result, Success);
+}
+
+TEST_F(TransferBody, TellsEachPieceOnItsWayAndItsStatedSize) {
+    ScriptedServer server([](ScriptedConnection& client) { client.respond(200, "<Corvid/>"); });
+    std::vector<std::pair<double, double>> told;
+    Download download;
+    transport.start(download.transfer(server.url(), 1, 60,
+                                      [&](double total, double arrived) { told.emplace_back(total, arrived); }));
+    EXPECT_EQ(download.end().result, Success);
+    transport.stop();
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told.back(), std::make_pair(9.0, 9.0));
 }
 
 TEST_F(TransferBody, IsCutByAReset) {

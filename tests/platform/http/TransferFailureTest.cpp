@@ -27,7 +27,7 @@ protected:
 }  // namespace
 
 TEST_F(TransferFailure, IsAStatusOutsideTheTwoHundreds) {
-    for (const int status : {300, 304, 400, 403, 404, 500, 503, 999}) {
+    for (const int status : {206, 300, 304, 400, 403, 404, 500, 503, 999}) {
         ScriptedServer server([&](ScriptedConnection& client) { client.respond(status, "<Corvid/>"); });
         const Ended ended = download(transport, server.url());
         EXPECT_EQ(ended.result, StatusRefused) << status;
@@ -87,6 +87,13 @@ TEST_F(TransferFailure, IsAConnectionThatIsResetInsideTheHead) {
               ConnectionFailed);
 }
 
+TEST_F(TransferFailure, IsAConnectionThatEndsInsideTheHead) {
+    for (const std::string head : {"HTTP/1.1 2", "HTTP/1.1 200 OK\r\n", "HTTP/1.1 200 OK\r\nContent-Le",
+                                   "HTTP/1.1 200 OK\r\nContent-Length: 9\r\n", "HTTP/1.1 103 Early Hints\r\n\r\n"}) {
+        EXPECT_EQ(resultFrom([&](ScriptedConnection& client) { client.send(head); }), ConnectionFailed) << head;
+    }
+}
+
 TEST_F(TransferFailure, IsAnAnswerInAnotherProtocol) {
     EXPECT_EQ(resultFrom([](ScriptedConnection& client) { client.send("SSH-2.0-server\r\n"); }), Failed);
 }
@@ -115,12 +122,12 @@ TEST_F(TransferFailure, IsABodyThatDoesNotEndInTime) {
 }
 
 TEST_F(TransferFailure, HasAtLeastASecond) {
-    EXPECT_EQ(resultFrom([](ScriptedConnection& client) { client.respond(200, ""); }, 0), Success);
-    EXPECT_EQ(resultFrom([](ScriptedConnection& client) { client.respond(200, ""); }, -5), Success);
+    EXPECT_EQ(resultFrom([](ScriptedConnection& client) { client.respond(200, "<Corvid/>"); }, 0), Success);
+    EXPECT_EQ(resultFrom([](ScriptedConnection& client) { client.respond(200, "<Corvid/>"); }, -5), Success);
 }
 
 TEST_F(TransferFailure, HasAnyLengthOfTime) {
-    const auto answer = [](ScriptedConnection& client) { client.respond(200, ""); };
+    const auto answer = [](ScriptedConnection& client) { client.respond(200, "<Corvid/>"); };
     EXPECT_EQ(resultFrom(answer, std::numeric_limits<long>::max()), Success);
     EXPECT_EQ(resultFrom(answer, std::numeric_limits<long>::min()), Success);
 }

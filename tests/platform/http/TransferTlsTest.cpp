@@ -1,5 +1,6 @@
 #include <openssl/tls1.h>
 
+#include <functional>
 #include <string>
 
 #include "Download.h"
@@ -41,6 +42,14 @@ protected:
     const CertificateAuthority authority;
     const std::string caFile = directory.write("ca.pem", authority.certificate());
 };
+
+/// Sends a body of which no length is stated. @param finish is to end the connection.
+ScriptedServer::Script bodyEndedBy(const std::function<void(ScriptedConnection&)>& finish) {
+    return [finish](ScriptedConnection& client) {
+        client.send("HTTP/1.1 200 OK\r\n\r\n<Corvid/>");
+        finish(client);
+    };
+}
 
 }  // namespace
 
@@ -177,4 +186,33 @@ TEST_F(TransferTls, FollowsNoRedirectToAPlainConnection) {
     platform::CurlTransport transport(caFile);
     EXPECT_EQ(download(transport, server.url()).result, RedirectRefused);
     EXPECT_EQ(server.connections(), 1U);
+}
+
+TEST_F(TransferTls, TellsTheEndOfABodyWithoutALength) {
+    const Credentials credentials = authority.issue({{"127.0.0.1"}});
+    const ScriptedServer server(bodyEndedBy([](ScriptedConnection& client) { client.close(); }), tls(credentials));
+    platform::CurlTransport transport(caFile);
+    EXPECT_EQ(download(transport, server.url()).result, Success);
+}
+
+TEST_F(TransferTls, CutsABodyWithoutALengthWhoseEndItDoesNotTell) {
+    const Credentials credentials = authority.issue({{"127.0.0.1"}});
+    platform::CurlTransport transport(caFile);
+    const ScriptedServer breaking(bodyEndedBy([](ScriptedConnection& client) { client.breakOff(); }), tls(credentials));
+    const Ended ended = download(transport, breaking.url());
+    EXPECT_EQ(ended.result, BodyCut);
+    EXPECT_EQ(ended.body, "");
+    const ScriptedServer resetting(bodyEndedBy([](ScriptedConnection& client) { client.reset(); }), tls(credentials));
+    EXPECT_NE(download(transport, resetting.url()).result, Success);
+}
+
+TEST_F(TransferTls, NeedNotTellTheEndOfABodyWithALength) {
+    const ScriptedServer server(
+        [](ScriptedConnection& client) {
+            client.respond(200, "<Corvid/>");
+            client.breakOff();
+        },
+        tls(authority.issue({{"127.0.0.1"}})));
+    platform::CurlTransport transport(caFile);
+    EXPECT_EQ(download(transport, server.url()).result, Success);
 }

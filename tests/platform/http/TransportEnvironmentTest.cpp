@@ -150,6 +150,26 @@ TEST(TransportEnvironment, KeepsTheSystemsAuthoritiesBesideTheExtraFile) {
     EXPECT_EQ(download(missing, second.url()).result, CertificateRejected);
 }
 
+TEST(TransportEnvironment, LoosensNoRuleOfTls) {
+    // In a program of its own: the libraries look at these variables only once in their lives.
+    const fakes::TemporaryDirectory directory;
+    support::ChildOptions options;
+    options.environment["OPENSSL_CONF"] = directory.write("openssl.cnf", "openssl_conf = all\n"
+                                                                         "[all]\nssl_conf = tls\n"
+                                                                         "[tls]\nsystem_default = loose\n"
+                                                                         "[loose]\nMinProtocol = TLSv1\n"
+                                                                         "CipherString = ALL:@SECLEVEL=0\n");
+    options.environment["CURL_CA_BUNDLE"] = directory.path("openssl.cnf");
+    options.environment["CURL_SSL_BACKEND"] = "none";
+    options.environment["GTEST_OUTPUT"] = "";
+    options.environment["GTEST_TOTAL_SHARDS"] = "1";
+    options.environment["GTEST_SHARD_INDEX"] = "0";
+    const support::Ended child =
+        support::runProgram({std::filesystem::read_symlink("/proc/self/exe"), "--gtest_filter=TransferTls.*"}, options);
+    EXPECT_EQ(child.status, 0) << child.out;
+    EXPECT_THAT(child.out, HasSubstr("[  PASSED  ] 1"));
+}
+
 TEST(TransportEnvironment, HasNoPartInTheKeysOfConnections) {
     // In a program of its own: the library looks at the variable only once in its life.
     const fakes::TemporaryDirectory directory;

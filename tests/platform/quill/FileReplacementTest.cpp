@@ -136,6 +136,22 @@ TEST_F(FileReplacement, MakesTheMissingTargetOfALink) {
     EXPECT_EQ(directory_.read("target"), "new");
 }
 
+TEST_F(FileReplacement, FollowsNoLinkOfAStrangersUnlessTheFolderIsHisToo) {
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    directory_.write("from", "new");
+    directory_.write("target", "old");
+    fs::create_symlink("target", path("link"));
+    ASSERT_EQ(lchown(path("link").c_str(), 65534, 65534), 0);
+    EXPECT_FALSE(copy("from", "link"));
+    EXPECT_EQ(directory_.read("target"), "old");
+    ASSERT_EQ(chown(directory_.path().c_str(), 65534, 65534), 0);
+    EXPECT_TRUE(copy("from", "link"));
+    EXPECT_EQ(directory_.read("target"), "new");
+    EXPECT_TRUE(fs::is_symlink(path("link")));
+}
+
 TEST_F(FileReplacement, GivesUpOnLinksThatLeadInACircle) {
     directory_.write("from", "new");
     fs::create_symlink("b", path("a"));

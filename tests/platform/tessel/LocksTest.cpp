@@ -59,13 +59,13 @@ TEST(Mutex, IsHeldUntilItWasUnlockedAsOftenAsLocked) {
 
 // What the thread sanitizer would report otherwise.
 TEST(Mutex, TakesOverNothingFromAnotherThatStoodAtItsAddress) {
-    Mutex outer;
-    std::optional<Mutex> place(std::in_place);
+    Mutex outer(LockRank{2, "the lock that stays"});
+    std::optional<Mutex> place(std::in_place, LockRank{3, "the first at the place"});
     {
         const ScopedLock first(outer);
         const ScopedLock second(*place);
     }
-    place.emplace();
+    place.emplace(LockRank{1, "the next at the place"});
     {
         const ScopedLock first(*place);
         const ScopedLock second(outer);

@@ -137,6 +137,8 @@ TEST_F(FileSink, IsNoneIfTheFileCannotBeOpened) {
     EXPECT_EQ(SpdlogSink::toFile(directory_.path("log/below")), nullptr);
     EXPECT_EQ(SpdlogSink::toFile(directory_.path("missing/log")), nullptr);
     EXPECT_FALSE(directory_.exists("missing"));
+    ASSERT_EQ(mkfifo(directory_.path("unread").c_str(), 0600), 0);
+    EXPECT_EQ(SpdlogSink::toFile(directory_.path("unread")), nullptr);
 }
 
 TEST_F(FileSink, DropsRecordsWhenNobodyTakesThemAndTellsHowMany) {

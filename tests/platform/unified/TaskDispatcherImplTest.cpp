@@ -1,5 +1,6 @@
 #include "impl/unified/TaskDispatcherImpl.h"
 
+#include <atomic>
 #include <latch>
 #include <stdexcept>
 
@@ -104,6 +105,39 @@ TEST(TaskDispatcherImpl, DrainOnTheWorkerReturnsAtOnce) {
         returned = true;
     }));
     dispatcher.drain();
+    EXPECT_TRUE(returned);
+}
+
+TEST(TaskDispatcherImpl, DrainsWhatIsQueuedAlthoughMoreIsQueuedForEver) {
+    TaskDispatcherImpl dispatcher;
+    std::atomic<bool> enough = false;
+    std::atomic<int> runs = 0;
+    std::function<void()> again = [&] {
+        ++runs;
+        if (!enough) {
+            dispatcher.enqueue(makeTask(again));
+        }
+    };
+    dispatcher.drainWhatIsQueued();
+    EXPECT_EQ(runs, 0);
+    dispatcher.enqueue(makeTask(again));
+    bool ran = false;
+    dispatcher.enqueue(makeTask([&] { ran = true; }));
+    dispatcher.drainWhatIsQueued();
+    EXPECT_TRUE(ran);
+    EXPECT_GE(runs, 1);
+    enough = true;
+    dispatcher.drain();
+}
+
+TEST(TaskDispatcherImpl, DrainingWhatIsQueuedReturnsAtOnceOnTheWorker) {
+    TaskDispatcherImpl dispatcher;
+    bool returned = false;
+    dispatcher.enqueue(makeTask([&] {
+        dispatcher.drainWhatIsQueued();
+        returned = true;
+    }));
+    dispatcher.drainWhatIsQueued();
     EXPECT_TRUE(returned);
 }
 

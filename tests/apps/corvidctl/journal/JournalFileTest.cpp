@@ -72,12 +72,27 @@ TEST_F(JournalOnDisk, HoldsALineForEachBatchAsSoonAsItCame) {
 }
 
 TEST_F(JournalOnDisk, IsForItsOwnerOnly) {
-    const mode_t before = umask(0);
+    for (const mode_t mask : {0U, 0777U}) {
+        const mode_t before = umask(mask);
+        write({START_BATCH});
+        umask(before);
+        struct stat status {};
+        ASSERT_EQ(stat(path().c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, 0600U);
+        ASSERT_EQ(unlink(path().c_str()), 0);
+    }
+}
+
+TEST_F(JournalOnDisk, KeepsATighterModeThatItHas) {
     write({START_BATCH});
+    ASSERT_EQ(chmod(path().c_str(), 0200), 0);
+    const mode_t before = umask(0);
+    JournalFile file(path());
+    file.append(SECOND, notNeeded);
     umask(before);
     struct stat status {};
     ASSERT_EQ(stat(path().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    EXPECT_EQ(status.st_mode & 07777, 0200U);
 }
 
 TEST_F(JournalOnDisk, GoesOnWhereTheLastWatchEnded) {

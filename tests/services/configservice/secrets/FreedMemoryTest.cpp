@@ -1,6 +1,7 @@
 #include "support/FreedMemory.h"
 
 #include "../stores/StoreTestSupport.h"
+#include "chain/ConfigStoreManager.h"
 #include "chain/SensitiveKeySecuringUtility.h"
 
 using support::blocksLeftBy;
@@ -30,6 +31,17 @@ TEST(FreedMemory, HoldsNoSecretThatWasReadFromADocument) {
     SensitiveKeySet sensitiveKeys;
     EXPECT_EQ(blocksLeftBy([&] { XmlConfigParser::readFromMemory(document, values, sensitiveKeys); }), 0);
     EXPECT_EQ(values[L"ConnectionPassword"].find(wideSecret), 0U);
+}
+
+TEST(FreedMemory, HoldsNoSecretThatALinkBrought) {
+    const std::wstring secret(wideSecret);
+    const std::wstring link = L"corvid://setup?Other=" + secret + L"&ServicesDomain=" + secret + L"&ServicesDomain=" +
+                              secret + L"&a=" + secret + L"=b";
+    ConfigStoreManager manager(nullptr);
+    ConfigMap values;
+    EXPECT_EQ(blocksLeftBy([&] { manager.parseUrlProvisioningData(link, values); }), 0);
+    EXPECT_EQ(values.size(), 1U);
+    EXPECT_EQ(values[L"ServicesDomain"], secret);
 }
 
 }  // namespace

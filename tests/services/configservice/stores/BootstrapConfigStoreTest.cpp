@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "StoreTestSupport.h"
@@ -41,6 +43,19 @@ TEST_F(Bootstrap, LogsAFileThatOpensAndCannotBeRead) {
     BootstrapConfigStore store("B", path("unreadable"), 500);
     EXPECT_TRUE(store.getKeys().empty());
     EXPECT_EQ(linesOf(log_, "BootstrapConfigStore"), missingFileLine(path("unreadable")));
+}
+
+TEST_F(Bootstrap, LogsAPipeInPlaceOfAFileAndDoesNotWaitForIt) {
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    BootstrapConfigStore store("B", path("pipe"), 500);
+    EXPECT_TRUE(store.getKeys().empty());
+    EXPECT_EQ(linesOf(log_, "BootstrapConfigStore"), missingFileLine(path("pipe")));
+}
+
+TEST_F(Bootstrap, ReadsNoDeviceForEver) {
+    BootstrapConfigStore store("B", "/dev/zero", 500);
+    EXPECT_TRUE(store.getKeys().empty());
+    EXPECT_EQ(linesOf(log_, "BootstrapConfigStore"), missingFileLine("/dev/zero"));
 }
 
 TEST_F(Bootstrap, SplitsAtTheColonAndTrimsBothSides) {

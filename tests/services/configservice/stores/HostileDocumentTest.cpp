@@ -1,3 +1,5 @@
+#include <sys/stat.h>
+
 #include <libxml/parser.h>
 
 #include <filesystem>
@@ -8,6 +10,7 @@
 #include "quill/XmlUtils.h"
 #include "stores/LocalFileConfigStore.h"
 #include "stores/XmlConfigStore.h"
+#include "xml/XmlDocument.h"
 
 namespace storetests {
 namespace {
@@ -119,7 +122,7 @@ TEST_F(HostileDocuments, NeverLoadAnExternalEntity) {
     const std::string secret = write("secret.txt", "TOP-SECRET");
     const ScopedEntityLoader loader;
     expectNoSecret("<!DOCTYPE r [<!ENTITY e SYSTEM 'file://" + secret + "'>]>", "&e;");
-    EXPECT_THAT(ScopedEntityLoader::requests(), testing::Each(testing::EndsWith(".xml")));
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::IsEmpty());
 }
 
 TEST_F(HostileDocuments, NeverLoadAnExternalDocumentType) {
@@ -127,14 +130,13 @@ TEST_F(HostileDocuments, NeverLoadAnExternalDocumentType) {
     const ScopedEntityLoader loader;
     expectNoSecret("<!DOCTYPE r SYSTEM 'file://" + secret + "'>", "&e;");
     expectNoSecret("<!DOCTYPE r [<!ENTITY % p SYSTEM 'file://" + secret + "'> %p;]>", "&e;");
-    EXPECT_THAT(ScopedEntityLoader::requests(), testing::Each(testing::EndsWith(".xml")));
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::IsEmpty());
 }
 
 TEST_F(HostileDocuments, NeverTouchTheNetwork) {
     const ScopedEntityLoader loader;
     expectNoSecret("<!DOCTYPE r SYSTEM 'http://127.0.0.1:9/x.dtd' [<!ENTITY e SYSTEM 'http://127.0.0.1:9/e'>]>", "&e;");
-    EXPECT_FALSE(ScopedEntityLoader::requests().empty());
-    EXPECT_THAT(ScopedEntityLoader::requests(), testing::Each(testing::StartsWith(world_.directory().path())));
+    EXPECT_THAT(ScopedEntityLoader::requests(), testing::IsEmpty());
 }
 
 TEST_F(HostileDocuments, KeepAnExternalReferenceInAValueAsMarkup) {
@@ -166,6 +168,79 @@ TEST_F(HostileDocuments, RefuseABillionLaughsInMemory) {
 TEST_F(HostileDocuments, RefuseABillionLaughsInAnAttribute) {
     EXPECT_EQ(readLocalForm(laughs() + "<r><userConfig name='a' value='&l9;'/></r>"), Map{});
     EXPECT_TRUE(readChain(laughs() + "<r><ConfigStore name='A' chainedTo='&l9;'/></r>").empty());
+}
+
+TEST_F(HostileDocuments, NeverMakeAValueLongerThroughAnEntity) {
+    const std::string type = "<!DOCTYPE r [<!ENTITY e 'text'><!ENTITY f '&e;&e;'>]>";
+    EXPECT_EQ(readLocalForm(type + "<r><userConfig name='a' value='1&f;2&amp;&#51;'/></r>"), (Map{{L"a", L"1&f;2&3"}}));
+    EXPECT_EQ(readChain(type + "<r><ConfigStore name='A&e;' chainedTo='&e;'/></r>"),
+              (ChainedStoreMap{{"A&e;", {"&e;"}}}));
+    EXPECT_EQ(readServerForm(type + "<r><G><K>1&f;2</K></G></r>"), (Map{{L"k", L"<K>1&f;2</K>"}}));
+}
+
+std::string manyOf(std::size_t count, const std::string& before, const std::string& after) {
+    std::string text;
+    for (std::size_t number = 0; number < count; ++number) {
+        text.append(before).append(std::to_string(number)).append(after);
+    }
+    return text;
+}
+
+TEST_F(HostileDocuments, AreReadWithAThousandAttributesOfAnElement) {
+    const auto document = [](std::size_t attributes) {
+        std::string text = "<r><G><K";
+        return text.append(manyOf(attributes, " a", "=''")).append(">1</K></G></r>");
+    };
+    for (const bool isFile : {true, false}) {
+        const auto read = [&](const std::string& text) { return isFile ? readServerForm(text) : readFromMemory(text); };
+        EXPECT_EQ(read(document(1000)), (Map{{L"k", L"1"}}));
+        EXPECT_EQ(read(document(1001)), Map{});
+        EXPECT_EQ(read(document(100'000)), Map{});
+    }
+}
+
+TEST_F(HostileDocuments, AreReadWithTwoHundredAndFiftySixNamespacesInScope) {
+    const auto document = [](std::size_t namespaces) {
+        std::string text = "<r><G><K";
+        return text.append(manyOf(namespaces, " xmlns:a", "='u'")).append(">1</K></G></r>");
+    };
+    EXPECT_EQ(readServerForm(document(256)), (Map{{L"k", L"1"}}));
+    EXPECT_EQ(readServerForm(document(257)), Map{});
+    EXPECT_EQ(readServerForm(document(100'000)), Map{});
+}
+
+TEST_F(HostileDocuments, AreReadWithAThousandDeclaredAttributes) {
+    const auto document = [](std::size_t declared, std::size_t elements) {
+        std::string text = "<!DOCTYPE r [<!ATTLIST x";
+        text.append(manyOf(declared, " a", " CDATA 'x'")).append(">]><r><G><K>1</K></G>");
+        while (elements-- > 0) {
+            text.append("<x/>");
+        }
+        return text.append("</r>");
+    };
+    EXPECT_EQ(readServerForm(document(1000, 1)), (Map{{L"k", L"1"}}));
+    EXPECT_EQ(readServerForm(document(1001, 1)), Map{});
+    EXPECT_EQ(readServerForm(document(1000, 200)), (Map{{L"k", L"1"}}));
+    EXPECT_EQ(readServerForm(document(1000, 201)), Map{}) << "each element costs a million comparisons";
+}
+
+TEST_F(HostileDocuments, TellOfTheLimitThatTheyBreak) {
+    std::string text = "<r>\n<G";
+    text.append(manyOf(5000, " a", "=''")).append("/></r>");
+    std::vector<XmlProblem> problems;
+    EXPECT_EQ(readXmlFile(write("server.xml", text), problems), nullptr);
+    ASSERT_FALSE(problems.empty());
+    EXPECT_EQ(problems.front().text, "an element has more than 1000 attributes");
+    EXPECT_EQ(problems.front().line, 2);
+    EXPECT_TRUE(problems.front().isError);
+}
+
+TEST_F(HostileDocuments, ThatAreCompressedAreNoDocuments) {
+    // gzip of <r><G><K>1</K></G></r>
+    const unsigned char packed[] = {0x1f, 0x8b, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0xff, 0xb3, 0x29, 0xb2, 0xb3,
+                                    0x71, 0xb7, 0xb3, 0xf1, 0xb6, 0x33, 0xb4, 0xd1, 0xf7, 0xb6, 0xb3, 0xd1, 0x07, 0xb2,
+                                    0xf5, 0x8b, 0xec, 0x00, 0x25, 0x99, 0x34, 0x7b, 0x16, 0x00, 0x00, 0x00};
+    EXPECT_EQ(readServerForm(std::string(reinterpret_cast<const char*>(packed), sizeof packed)), Map{});
 }
 
 TEST_F(HostileDocuments, RefuseABillionLaughsInALargeFile) {
@@ -234,6 +309,42 @@ TEST_F(HostileDocuments, MayBeAFolder) {
     EXPECT_TRUE(local.getKeys().empty());
     EXPECT_TRUE(local.storeValue(L"a", L"1"));
     EXPECT_EQ(valueOf(local, L"a"), L"1");
+}
+
+TEST_F(HostileDocuments, MayBePipesAndAreNotWaitedFor) {
+    std::filesystem::create_directory(path("folder"));
+    ASSERT_EQ(mkfifo(path("server.xml").c_str(), 0600), 0);
+    ASSERT_EQ(mkfifo(path("folder/local.xml").c_str(), 0600), 0);
+    XmlConfigStore server("X", 10, false, path("server.xml"), true);
+    EXPECT_TRUE(server.getKeys().empty());
+    EXPECT_EQ(log_->count(3, "XML in file did not exist or is an invalid XML document: " + path("server.xml")), 1u);
+    LocalFileConfigStore local("L", 20, path("folder"), "local.xml", false, false);
+    EXPECT_TRUE(std::filesystem::is_fifo(path("folder/local-backup.xml")));
+    local.storeValue(L"a", L"1");
+    local.persistValues();
+    EXPECT_TRUE(std::filesystem::is_regular_file(path("folder/local.xml")));
+}
+
+TEST_F(HostileDocuments, MayBeDevicesThatNeverEnd) {
+    XmlConfigStore server("X", 10, false, "/dev/zero", true);
+    EXPECT_TRUE(server.getKeys().empty());
+}
+
+// A program that was killed leaves no links: whoever puts one there wants another file to be overwritten.
+TEST_F(HostileDocuments, AreNotWrittenThroughALinkInThePlaceOfATemporary) {
+    for (const bool isHardLink : {false, true}) {
+        write("outside", "precious");
+        std::filesystem::permissions(path("outside"), std::filesystem::perms(0644));
+        isHardLink ? std::filesystem::create_hard_link(path("outside"), path(".local.xml.temp"))
+                   : std::filesystem::create_symlink(path("outside"), path(".local.xml.temp"));
+        LocalFileConfigStore local("L", 20, world_.directory().path(), "local.xml", false, false);
+        local.storeValue(L"a", isHardLink ? L"1" : L"2");
+        local.persistValues();
+        EXPECT_EQ(read("outside"), "precious");
+        EXPECT_EQ(std::filesystem::status(path("outside")).permissions(), std::filesystem::perms(0644));
+        EXPECT_FALSE(std::filesystem::exists(std::filesystem::symlink_status(path(".local.xml.temp"))));
+        EXPECT_THAT(read("local.xml"), testing::HasSubstr("name=\"a\""));
+    }
 }
 
 // Opening this file succeeds for every user, root too, and reading it fails.

@@ -88,9 +88,9 @@ TEST_F(LocalFileReading, TakesTheLastOfTwoAttributesThatDifferInCase) {
     EXPECT_EQ(contents("<r><userConfig name='a' NAME='b' value='1' Value='2'/></r>"), (Map{{L"b", L"2"}}));
 }
 
-TEST_F(LocalFileReading, ExpandsEntitiesInAttributes) {
+TEST_F(LocalFileReading, LeavesReferencesToEntitiesOfTheDocumentAsTheyAreWritten) {
     EXPECT_EQ(contents("<!DOCTYPE r [<!ENTITY h 'host'>]><r><userConfig name='a&amp;b' value='x&h;&#33;'/></r>"),
-              (Map{{L"a&b", L"xhost!"}}));
+              (Map{{L"a&b", L"x&h;!"}}));
 }
 
 TEST_F(LocalFileReading, ReadsTheOldVoicemailKeyUnderItsCurrentName) {

@@ -45,7 +45,7 @@ ConfigServiceImpl::ConfigServiceImpl(const std::shared_ptr<UnifiedFactory>& fact
 
 ConfigServiceImpl::~ConfigServiceImpl() = default;
 
-void ConfigServiceImpl::initialize(const std::shared_ptr<UnifiedFactory>&) { valueCache_.clear(); }
+void ConfigServiceImpl::initialize(const std::shared_ptr<UnifiedFactory>&) { liveValues_.clear(); }
 
 std::shared_ptr<ConfigValue> ConfigServiceImpl::getConfig(std::wstring key) {
     EnsureUpdateAccess(true);
@@ -68,8 +68,7 @@ void ConfigServiceImpl::setInMemoryConfig(std::wstring key, std::wstring value) 
 
 std::shared_ptr<std::vector<std::shared_ptr<ConfigValue>>> ConfigServiceImpl::getAllConfig() {
     const auto all = std::make_shared<std::vector<std::shared_ptr<ConfigValue>>>();
-    all->reserve(valueCache_.size());
-    for (const auto& [key, config] : valueCache_) {
+    for (const auto& config : liveValues_.inOrder()) {
         DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(config);
         all->push_back(config);
     }
@@ -155,12 +154,12 @@ void ConfigServiceImpl::updateSensitiveKeyList(std::wstring key) {
 
 void ConfigServiceImpl::setupConfigKeyAliases(ConfigMap aliases) {
     EnsureUpdateAccess(true);
-    keyAliases_ = std::move(aliases);
+    keyAliases_.exchange(std::move(aliases));
 }
 
 void ConfigServiceImpl::reset() {
     EnsureUpdateAccess(true);
-    valueCache_.clear();
+    liveValues_.clear();
 }
 
 void ConfigServiceImpl::refreshConfigFeatureSet() {
@@ -171,36 +170,39 @@ void ConfigServiceImpl::refreshConfigFeatureSet() {
 }
 
 std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfig(const std::wstring& key) {
-    std::wstring target;
-    if (!isKeyAlias(key, target)) {
-        const std::shared_ptr<ConfigValueImpl> config = findConfigFromKey(key);
+    const FoldedKey folded(key);
+    const std::wstring* const target = aliasTarget(folded);
+    if (target == nullptr) {
+        const std::shared_ptr<ConfigValueImpl> config = findLive(folded);
         return config != nullptr ? config : createConfig(key);
     }
-    if (const std::shared_ptr<ConfigValueImpl> config = findConfigFromKey(target)) {
+    if (const std::shared_ptr<ConfigValueImpl> config = findConfigFromKey(*target)) {
         TesselLog(serviceLogger(), 4, __FILE__, __LINE__, "findConfig",
-                  L"findConfig key : [" + key + L"] is an alias for key : [" + target +
+                  L"findConfig key : [" + key + L"] is an alias for key : [" + *target +
                       L"] actual lookup done on this key - value : [" +
                       shownTexts(*config, isMarkedSensitive(key)).value + L"]");
         return config;
     }
     // The object may have been made under the old name before the table of renamed keys arrived.
-    const std::shared_ptr<ConfigValueImpl> config = findConfigFromKey(key);
-    return config != nullptr ? config : createConfig(target);
+    const std::shared_ptr<ConfigValueImpl> config = findLive(folded);
+    return config != nullptr ? config : createConfig(*target);
 }
 
 std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfigFromKey(const std::wstring& key) {
-    const auto found = valueCache_.find(key);
-    if (found == valueCache_.end()) {
-        return nullptr;
+    return findLive(FoldedKey(key));
+}
+
+std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findLive(const FoldedKey& key) {
+    const std::shared_ptr<ConfigValueImpl> config = liveValues_.find(key);
+    if (config != nullptr) {
+        DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(config);
     }
-    const std::shared_ptr<ConfigValueImpl> config = found->second;
-    DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(config);
     return config;
 }
 
 std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::createConfig(const std::wstring& key) {
     const auto config = std::make_shared<ConfigValueImpl>(getFactory(), key);
-    valueCache_.emplace(key, config);
+    liveValues_.add(config);
     return config;
 }
 
@@ -210,25 +212,25 @@ std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::createConfig(const std::wstr
                                                                  const std::wstring& originalValueStoreName) {
     const auto config = std::make_shared<ConfigValueImpl>(getFactory(), key, value, originalValue, isOverridden,
                                                           valueStoreName, originalValueStoreName);
-    valueCache_.emplace(key, config);
+    liveValues_.add(config);
     return config;
 }
 
 bool ConfigServiceImpl::isKeyAlias(const std::wstring& key, std::wstring& target) {
-    const auto found = keyAliases_.find(key);
-    if (found == keyAliases_.end()) {
-        target.clear();
-        return false;
-    }
-    target = found->second;
-    return true;
+    const std::wstring* const found = aliasTarget(FoldedKey(key));
+    target = found != nullptr ? *found : std::wstring();
+    return found != nullptr;
+}
+
+const std::wstring* ConfigServiceImpl::aliasTarget(const FoldedKey& key) const {
+    return keyAliasFilter_.mayHold(key.hash()) ? keyAliases_.find(key) : nullptr;
 }
 
 std::wstring ConfigServiceImpl::buildMasterReport() const {
     EnsureUpdateAccess(true);
     std::wstring defined;
     std::wstring undefined;
-    for (const auto& [key, config] : valueCache_) {
+    for (const auto& config : liveValues_.inOrder()) {
         const ShownTexts shown = shownTexts(*config, isMarkedSensitive(config->getKey()));
         if (config->getisDefined()) {
             defined += reportLine(*config, shown.value, config->getValueStoreName(), shown.originalValue);

@@ -1,13 +1,14 @@
 #pragma once
 
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "ConfigServiceBaseImpl.h"
 #include "ConfigValueImpl.h"
+#include "LiveValues.h"
 #include "chain/ConfigMap.h"
+#include "chain/KeyedValues.h"
 
 /// The object that every client holds: the table of live values, and the way of a change from the chain to them.
 ///
@@ -16,9 +17,6 @@
 /// operation checks unless it says otherwise.
 class ConfigServiceImpl : public ConfigServiceBaseImpl {
 public:
-    /// Keys in the spelling in which each was first asked for or reported.
-    using ConfigValueCache = std::map<std::wstring, std::shared_ptr<ConfigValueImpl>, caseInsensitiveMapComparator>;
-
     /// Ready from the start. Dispatcher thread: elsewhere it throws as the operations do.
     explicit ConfigServiceImpl(const std::shared_ptr<UnifiedFactory>& factory);
     ~ConfigServiceImpl() override;
@@ -86,7 +84,11 @@ public:
 private:
     bool isMarkedSensitive(const std::wstring& key) const;
 
-    ConfigValueCache valueCache_;
+    std::shared_ptr<ConfigValueImpl> findLive(const FoldedKey& key);
+    const std::wstring* aliasTarget(const FoldedKey& key) const;
+
+    LiveValues liveValues_;
     SensitiveKeySet sensitiveKeys_;
-    ConfigMap keyAliases_;
+    KeyFilter keyAliasFilter_;
+    KeyedValues keyAliases_{keyAliasFilter_};
 };

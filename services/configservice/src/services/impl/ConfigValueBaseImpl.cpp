@@ -23,6 +23,7 @@ void ConfigValueBaseImpl::initNotifiers() {
     }
     const auto notifiers = std::make_shared<ConfigValueNotifiersImpl>();
     notifiers_ = notifiers;
+    ownNotifiers_ = notifiers.get();
     addObserver(std::weak_ptr<ConfigValueObserver>(notifiers));
 }
 
@@ -78,22 +79,22 @@ void ConfigValueBaseImpl::setisDefined(bool isDefined) {
 
 std::wstring ConfigValueBaseImpl::getValueStoreName() const {
     EnsureUpdateAccess(true);
-    return valueStoreName_;
+    return valueStoreName_.text();
 }
 
 void ConfigValueBaseImpl::setValueStoreName(std::wstring valueStoreName) {
     EnsureUpdateAccess(true);
-    valueStoreName_ = std::move(valueStoreName);
+    valueStoreName_ = SharedText(std::move(valueStoreName));
 }
 
 std::wstring ConfigValueBaseImpl::getOriginalValueStoreName() const {
     EnsureUpdateAccess(true);
-    return originalValueStoreName_;
+    return originalValueStoreName_.text();
 }
 
 void ConfigValueBaseImpl::setOriginalValueStoreName(std::wstring originalValueStoreName) {
     EnsureUpdateAccess(true);
-    originalValueStoreName_ = std::move(originalValueStoreName);
+    originalValueStoreName_ = SharedText(std::move(originalValueStoreName));
 }
 
 void ConfigValueBaseImpl::addObserver(std::weak_ptr<ConfigValueObserver> observer) {
@@ -112,7 +113,10 @@ std::shared_ptr<ConfigValueNotifiers> ConfigValueBaseImpl::getConfigValueNotifie
 void ConfigValueBaseImpl::fire(void (ConfigValueObserver::*changed)()) {
     EnsureUpdateAccess(true);
     for (const auto& observer : lockObservers()) {
-        if (auto* const valueObserver = dynamic_cast<ConfigValueObserver*>(observer.get())) {
+        // Most objects have no other observer, and the cast below costs as much as the rest of a fire.
+        if (ownNotifiers_ != nullptr && observer.get() == static_cast<UnifiedBusinessObjectObserver*>(ownNotifiers_)) {
+            (ownNotifiers_->*changed)();
+        } else if (auto* const valueObserver = dynamic_cast<ConfigValueObserver*>(observer.get())) {
             (valueObserver->*changed)();
         }
     }

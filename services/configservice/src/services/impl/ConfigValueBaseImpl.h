@@ -4,12 +4,15 @@
 #include <string>
 
 #include "ConfigValue.h"
+#include "SharedText.h"
 #include "tessel/TesselLogger.h"
 #include "unified/UnifiedBusinessObjectImpl.h"
 
 // An observer of another layer does not compile: the overloads hide those of the base on purpose.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Woverloaded-virtual"
+
+class ConfigValueNotifiersImpl;
 
 /// The properties of a live value: their fields, getters, setters and fires. Dispatcher thread only; getters, setters
 /// and fires check it.
@@ -65,8 +68,8 @@ protected:
     const std::wstring& storedKey() const { return key_; }
     const std::wstring& storedValue() const { return value_; }
     const std::wstring& storedOriginalValue() const { return originalValue_; }
-    const std::wstring& storedValueStoreName() const { return valueStoreName_; }
-    const std::wstring& storedOriginalValueStoreName() const { return originalValueStoreName_; }
+    const std::wstring& storedValueStoreName() const { return valueStoreName_.text(); }
+    const std::wstring& storedOriginalValueStoreName() const { return originalValueStoreName_.text(); }
 
 private:
     void fire(void (ConfigValueObserver::*changed)());
@@ -76,8 +79,9 @@ private:
     std::wstring originalValue_;
     bool isOverridden_ = false;
     bool isDefined_ = false;
-    std::wstring valueStoreName_;
-    std::wstring originalValueStoreName_;
+    ConfigValueNotifiersImpl* ownNotifiers_ = nullptr;  ///< the object of notifiers_
+    SharedText valueStoreName_;
+    SharedText originalValueStoreName_;
 };
 
 #pragma GCC diagnostic pop

@@ -49,6 +49,9 @@ public:
     /// told loses that mark. The caller keeps a reference to this object.
     void fireRequired();
 
+    /// The text of getKey() without a copy and without a check of the thread; the same for the object's life.
+    const std::wstring& ownKey() const { return storedKey(); }
+
     /// The text of getValue() without a copy and without a check of the thread. Good until the object changes.
     const std::wstring& currentValue() const;
 

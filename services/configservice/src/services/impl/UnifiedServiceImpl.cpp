@@ -2,11 +2,11 @@
 
 #include "UnifiedServiceNotifiersImpl.h"
 
-UnifiedServiceImpl::UnifiedServiceImpl(const std::shared_ptr<UnifiedFactory>& factory, const std::string& className)
+UnifiedServiceImpl::UnifiedServiceImpl(const std::shared_ptr<UnifiedFactory>& factory, const char* className)
     : UnifiedBusinessObjectImpl(factory, className), bulkUpdateInProgress_(false) {}
 
 UnifiedServiceImpl::UnifiedServiceImpl(const std::shared_ptr<UnifiedFactory>& factory, bool checksAccess,
-                                       const std::string& className)
+                                       const char* className)
     : UnifiedBusinessObjectImpl(factory, checksAccess, className), bulkUpdateInProgress_(false) {}
 
 void UnifiedServiceImpl::initNotifiers() {

@@ -13,11 +13,11 @@
 /// What every service has.
 class UnifiedServiceImpl : public virtual UnifiedService, public UnifiedBusinessObjectImpl {
 public:
-    /// @param className of the most derived layer, for diagnosis.
-    UnifiedServiceImpl(const std::shared_ptr<UnifiedFactory>& factory, const std::string& className);
+    /// @param className of the most derived layer, for diagnosis; a literal.
+    UnifiedServiceImpl(const std::shared_ptr<UnifiedFactory>& factory, const char* className);
 
     /// @param checksAccess false: the object's operations may be called on any thread.
-    UnifiedServiceImpl(const std::shared_ptr<UnifiedFactory>& factory, bool checksAccess, const std::string& className);
+    UnifiedServiceImpl(const std::shared_ptr<UnifiedFactory>& factory, bool checksAccess, const char* className);
 
     /// Makes the notifiers of the most derived layer and lets them observe this object, once.
     virtual void initNotifiers();

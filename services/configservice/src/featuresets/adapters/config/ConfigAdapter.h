@@ -13,6 +13,7 @@
 #include "EdgeWatch.h"
 #include "FeatureSetLock.h"
 #include "GuardedValue.h"
+#include "LockRanks.h"
 #include "ReportGate.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager.h"
@@ -271,7 +272,7 @@ private:
     std::wstring readServer(const std::wstring& key);
 
     const std::shared_ptr<UnifiedFactory> factory_;
-    tessel::Mutex featureSetMutex_;
+    tessel::Mutex featureSetMutex_{LockRanks::LIFECYCLE};
     bool isOperating_ = false;  // under featureSetMutex_
     std::atomic<bool> started_ = false;
     std::atomic<bool> tftpSourceStarted_ = false;
@@ -287,6 +288,6 @@ private:
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
     CachingGate cachingGate_;
-    tessel::Mutex cacheFileMutex_;  ///< held while a cache file is written; a leaf
+    tessel::Mutex cacheFileMutex_{LockRanks::CACHE_FILES};  ///< held while a cache file is written
     const std::shared_ptr<ReportGate> reportGate_;
 };

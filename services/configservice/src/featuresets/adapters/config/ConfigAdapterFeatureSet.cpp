@@ -2,6 +2,7 @@
 
 #include "ConfigAdapter.h"
 #include "ConfigStoreConstants.h"
+#include "chain/WipedAtEnd.h"
 #include "quill/StringUtils.h"
 
 // What clients ask of the feature set and the chain answers. Before the start most of these only say so in the log: the
@@ -82,6 +83,7 @@ void ConfigAdapter::setKeySensitive(const std::wstring& key) {
 }
 
 bool ConfigAdapter::setUrlProvisioningData(std::wstring data) {
+    const WipedAtEnd wiped(data);
     return configStoreManager_ != nullptr && !refusesUrlProvisioning(*configStoreManager_) &&
            configStoreManager_->setUrlProvisioningData(data);
 }

@@ -5,7 +5,11 @@
 FeatureSetLock::FeatureSetLock(tessel::Mutex& mutex, std::shared_ptr<ServicesDispatcher> dispatcher,
                                IfBusy ifBusy) TESSEL_NO_THREAD_SAFETY_ANALYSIS : mutex_(mutex),
                                                                                  dispatcher_(std::move(dispatcher)),
-                                                                                 held_(mutex.tryLock()) {
+                                                                                 held_(false) {
+    if (ifBusy == IfBusy::Wait) {
+        mutex_.checkOrder();
+    }
+    held_ = mutex_.tryLock();
     if (!held_ && ifBusy == IfBusy::Wait) {
         wait();
     }

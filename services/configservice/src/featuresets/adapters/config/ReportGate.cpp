@@ -9,18 +9,6 @@
 
 namespace {
 
-/// Counts a scope, also when an observer leaves it by an exception.
-class Depth {
-public:
-    explicit Depth(std::atomic<int>& depth) : depth_(depth) { depth_.fetch_add(1, std::memory_order_relaxed); }
-    ~Depth() { depth_.fetch_sub(1, std::memory_order_relaxed); }
-    Depth(const Depth&) = delete;
-    Depth& operator=(const Depth&) = delete;
-
-private:
-    std::atomic<int>& depth_;
-};
-
 /// Inside a catch block: keeps the exception if it is the first one, else says in the log what it was.
 void keepFirst(std::exception_ptr& first) {
     if (first == nullptr) {
@@ -43,7 +31,15 @@ void keepFirst(std::exception_ptr& first) {
 
 ReportGate::ReportGate(std::shared_ptr<ServicesDispatcher> dispatcher) : dispatcher_(std::move(dispatcher)) {}
 
-void ReportGate::pass(Delivery delivery, const std::string& taskName) {
+bool ReportGate::nothingIsAhead() {
+    if (dispatcher_ == nullptr || !dispatcher_->checkForUpdateAccess()) {
+        return false;
+    }
+    const tessel::ScopedLock lock(mutex_);
+    return box_.empty();
+}
+
+void ReportGate::passThroughBox(Delivery delivery, std::string_view taskName) {
     if (dispatcher_ == nullptr) {
         return;
     }
@@ -58,7 +54,7 @@ void ReportGate::pass(Delivery delivery, const std::string& taskName) {
                 gate->deliverOldest(std::numeric_limits<std::uint64_t>::max());
             }
         },
-        taskName));
+        std::string(taskName)));
 }
 
 void ReportGate::passBeside(Delivery delivery, const std::string& taskName) {

@@ -6,6 +6,8 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "tessel/Mutex.h"
 #include "unified/ServicesDispatcher.h"
@@ -31,7 +33,16 @@ public:
     /// delivers whatever report is then the oldest, or finds none. The task is harmless once the gate is gone.
     /// On the dispatcher thread a delivery that throws does not keep the later ones back: the first exception leaves
     /// when all are made, and each further one is a level 2 line.
-    void pass(Delivery delivery, const std::string& taskName);
+    /// @param delivery becomes a Delivery if it cannot be made at once.
+    template <typename Deliver>
+    void pass(Deliver&& delivery, std::string_view taskName) {
+        if (nothingIsAhead()) {
+            const Depth depth(depth_);
+            std::forward<Deliver>(delivery)();
+        } else {
+            passThroughBox(std::forward<Deliver>(delivery), taskName);
+        }
+    }
 
     /// Delivers beside the box: on the dispatcher thread at once, elsewhere through a task of its own.
     void passBeside(Delivery delivery, const std::string& taskName);
@@ -41,11 +52,26 @@ public:
     bool isInsideNotification() const;
 
 private:
+    /// Counts a scope, also when an observer leaves it by an exception.
+    class Depth {
+    public:
+        explicit Depth(std::atomic<int>& depth) : depth_(depth) { depth_.fetch_add(1, std::memory_order_relaxed); }
+        ~Depth() { depth_.fetch_sub(1, std::memory_order_relaxed); }
+        Depth(const Depth&) = delete;
+        Depth& operator=(const Depth&) = delete;
+
+    private:
+        std::atomic<int>& depth_;
+    };
+
     struct Report {
         std::uint64_t ticket;
         Delivery delivery;
     };
 
+    /// True on the dispatcher thread while the box is empty: a report that would be put in and taken out in one step.
+    bool nothingIsAhead();
+    void passThroughBox(Delivery delivery, std::string_view taskName);
     std::uint64_t put(Delivery delivery);
 
     /// Delivers the oldest waiting report if its ticket is not above the given one. @return whether there was one.

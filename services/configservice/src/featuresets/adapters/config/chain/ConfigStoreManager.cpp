@@ -37,12 +37,13 @@ ConfigStoreManager::ConfigStoreManager(std::shared_ptr<UnifiedFactory> factory)
     : factory_(std::move(factory)), renamedKeys_(RenamedKeys::read()) {}
 
 bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, bool skipLocal) {
+    const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
     KeyResolver::Lookup lookup;
     lookup.value = std::move(value);
     // The name of the store is for the log alone.
     lookup.namesStore = TesselLog_isDebugEnabled(logger());
-    resolver(lock).lookUp(FoldedKey(key), skipLocal, lookup);
+    resolver(lock).lookUp(folded, skipLocal, lookup);
     logLookup(key, lookup, skipLocal);
     value = std::move(lookup.value);
     return lookup.found;
@@ -50,11 +51,12 @@ bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, 
 
 bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, std::wstring& configStoreName,
                                   bool& usedOtherKeyName, bool skipLocal) {
+    const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
     KeyResolver::Lookup lookup;
     lookup.value = std::move(value);
     lookup.storeName = std::move(configStoreName);
-    resolver(lock).lookUp(FoldedKey(key), skipLocal, lookup);
+    resolver(lock).lookUp(folded, skipLocal, lookup);
     logLookup(key, lookup, skipLocal);
     value = std::move(lookup.value);
     configStoreName = std::move(lookup.storeName);
@@ -64,9 +66,10 @@ bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, 
 
 bool ConfigStoreManager::getValueFromStores(const std::wstring& key, std::wstring& value, std::wstring& configStoreName,
                                             bool skipLocal) {
+    const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
     KeyResolver::Answer answer{false, std::move(value), std::move(configStoreName), true};
-    resolver(lock).lookUpExactly(FoldedKey(key), skipLocal, answer);
+    resolver(lock).lookUpExactly(folded, skipLocal, answer);
     value = std::move(answer.value);
     configStoreName = std::move(answer.storeName);
     return answer.found;
@@ -74,10 +77,11 @@ bool ConfigStoreManager::getValueFromStores(const std::wstring& key, std::wstrin
 
 bool ConfigStoreManager::getOriginalValue(const std::wstring& key, std::wstring& originalValue,
                                           std::wstring& originalStoreName, bool& usedOtherKeyName) {
+    const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
     KeyResolver::Original original;
     original.storeName = std::move(originalStoreName);
-    resolver(lock).lookUpOriginal(FoldedKey(key), original);
+    resolver(lock).lookUpOriginal(folded, original);
     originalValue = std::move(original.value);
     originalStoreName = std::move(original.storeName);
     usedOtherKeyName = original.usedOtherKeyName;
@@ -86,10 +90,11 @@ bool ConfigStoreManager::getOriginalValue(const std::wstring& key, std::wstring&
 
 bool ConfigStoreManager::getOriginalValueFromStores(const std::wstring& key, std::wstring& originalValue,
                                                     std::wstring& originalStoreName, bool& originalFound) {
+    const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
     KeyResolver::Original original;
     original.storeName = std::move(originalStoreName);
-    resolver(lock).lookUpOriginalExactly(FoldedKey(key), original);
+    resolver(lock).lookUpOriginalExactly(folded, original);
     originalValue = std::move(original.value);
     originalStoreName = std::move(original.storeName);
     originalFound = original.found;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ConfigStore.h"
+#include "LockRanks.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager_Observer.h"
 #include "chain/KeyResolver.h"
@@ -229,8 +230,8 @@ private:
         }
     }
 
-    tessel::Mutex sensitiveKeysMutex_;
-    tessel::Mutex observersMutex_;
+    tessel::Mutex sensitiveKeysMutex_{LockRanks::SENSITIVE_KEYS};
+    tessel::Mutex observersMutex_{LockRanks::CHAIN_OBSERVERS};
     StoreChain chain_;
     SensitiveKeySet sensitiveKeys_ TESSEL_GUARDED_BY(sensitiveKeysMutex_);
     std::set<ConfigStoreManager_Observer*> observers_ TESSEL_GUARDED_BY(observersMutex_);

@@ -1,38 +1,45 @@
 #include "chain/ConfigStoreManager.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
+#include "chain/WipedAtEnd.h"
 #include "quill/StringUtils.h"
 #include "stores/CacheConfigStore.h"
+#include "tessel/SecureStringUtils.h"
 
 namespace {
 
 constexpr std::size_t LINK_LENGTH_LIMIT = 1000;
 
 /// What follows the first question mark; empty if there is nothing to parse.
-std::wstring queryOf(const std::wstring& url) {
+std::wstring_view queryOf(std::wstring_view url) {
     if (url.size() >= LINK_LENGTH_LIMIT) {
         return {};
     }
     const std::size_t mark = url.find(L'?');
-    return mark != std::wstring::npos ? url.substr(mark + 1) : std::wstring();
+    return mark != std::wstring_view::npos ? url.substr(mark + 1) : std::wstring_view();
 }
 
-ConfigMap parseParameters(const std::wstring& query) {
+ConfigMap parseParameters(std::wstring_view query) {
     ConfigMap parameters;
     std::vector<std::wstring> parts;
+    const WipedAtEnd wipedParts(parts);
     QuillCoreUtils::split(query, parts, L"&");
     for (const std::wstring& part : parts) {
         std::vector<std::wstring> pieces;
+        const WipedAtEnd wipedPieces(pieces);
         QuillCoreUtils::split(part, pieces, L"=");
         if (pieces.size() != 2) {
             continue;
         }
         const std::wstring key = QuillCoreUtils::trim(pieces[0]);
         if (!key.empty()) {
-            parameters[key] = QuillCoreUtils::trim(pieces[1]);
+            std::wstring& value = parameters[key];
+            tessel::SecureStringUtils::TesselZeroWstring(value);  // of an earlier parameter of that name
+            value = QuillCoreUtils::trim(pieces[1]);
         }
     }
     return parameters;
@@ -48,11 +55,12 @@ bool isProvisioningKey(const std::wstring& key) {
 }  // namespace
 
 bool ConfigStoreManager::parseUrlProvisioningData(const std::wstring& url, ConfigMap& values) {
-    const ConfigMap parameters = parseParameters(queryOf(url));
+    ConfigMap parameters = parseParameters(queryOf(url));
     if (parameters.empty()) {
         return false;
     }
-    for (const auto& [key, value] : parameters) {
+    for (auto& [key, value] : parameters) {
+        const WipedAtEnd wiped(value);
         if (isProvisioningKey(key)) {
             values[key] = value;
         }

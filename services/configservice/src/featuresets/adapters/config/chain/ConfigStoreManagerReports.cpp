@@ -1,13 +1,15 @@
 #include "chain/ConfigStoreManager.h"
 
-#include <optional>
 #include <utility>
 
 void ConfigStoreManager::updateKey(std::wstring key, bool silent) {
+    const FoldedKey folded(key);
     const StoreChain::Lock lock(chain_);
-    KeyResolver::Resolution resolution = resolver(lock).resolve(key);
-    logLookup(key, resolution.lookup, false);
-    if (auto& report = resolution.report) {
+    const KeyResolver chain = resolver(lock);
+    KeyResolver::Lookup lookup;
+    chain.lookUp(folded, false, lookup);
+    logLookup(key, lookup, false);
+    if (auto report = chain.report(folded, std::move(lookup))) {
         NotifyConfigAddedOrUpdated(std::move(report->key), std::move(report->value), std::move(report->originalValue),
                                    report->isOverridden, report->isDefined, std::move(report->valueStoreName),
                                    std::move(report->originalValueStoreName), silent);
@@ -27,7 +29,7 @@ void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) 
         updateKey(key, true);
     }
     for (const std::wstring& key : keys) {
-        if (const std::optional<std::wstring> name = resolver(lock).reportedName(FoldedKey(key))) {
+        if (const std::wstring* const name = resolver(lock).reportedName(FoldedKey(key))) {
             NotifyFireIfRequired(*name);
         }
     }

@@ -1,8 +1,10 @@
 #include "chain/ConfigStoreManager.h"
 
+#include <utility>
+
 #include "ConfigStoreConstants.h"
-#include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
+#include "tessel/Task.h"
 #include "tessel/TesselLogger.h"
 
 namespace {
@@ -11,6 +13,21 @@ TesselLogger* logger() {
     static TesselLogger* const instance = TesselLogger_getLogger("ConfigStoreManager");
     return instance;
 }
+
+class PersistTask : public tessel::Task {
+public:
+    explicit PersistTask(std::shared_ptr<ConfigStore> store) : store_(std::move(store)) {}
+
+    void run() override { store_->persistValues(); }
+
+    const std::string& getName() const override {
+        static const std::string name = "ConfigStore::persistValues";
+        return name;
+    }
+
+private:
+    const std::shared_ptr<ConfigStore> store_;
+};
 
 bool takesUserValues(ConfigStore& store) {
     return !store.isReadOnly() && !ConfigStoreManager::isInMemoryConfigStore(store.getName());
@@ -113,6 +130,5 @@ void ConfigStoreManager::enqueuePersist(const std::shared_ptr<ConfigStore>& stor
                   "No task dispatcher, the values are not persisted of store: " + store->getName());
         return;
     }
-    dispatcher->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>([store] { store->persistValues(); },
-                                                                       "ConfigStore::persistValues"));
+    dispatcher->enqueue(std::make_shared<PersistTask>(store));
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -25,18 +26,44 @@ inline std::uint64_t pairAt(std::wstring_view text, std::size_t place) {
     return pair;
 }
 
-/// Both units in lower case. @param pair ASCII units.
-constexpr std::uint64_t fold(std::uint64_t pair) {
-    // The eighth bit of each half tells whether the unit is at or behind "A", and whether it is behind "Z".
-    const std::uint64_t fromA = pair + 0x0000003F'0000003FU;
-    const std::uint64_t behindZ = pair + 0x00000025'00000025U;
-    return pair | ((fromA & ~behindZ & 0x00000080'00000080U) >> 2U);
+/// ASCII letters in lower case. @param letters up to eight, in a byte each.
+constexpr std::uint64_t fold(std::uint64_t letters) {
+    // The eighth bit of each byte tells whether the letter is at or behind "A", and whether it is behind "Z".
+    const std::uint64_t fromA = letters + 0x3F3F3F3F'3F3F3F3FU;
+    const std::uint64_t behindZ = letters + 0x25252525'25252525U;
+    return letters | ((fromA & ~behindZ & 0x80808080'80808080U) >> 2U);
 }
+
+/// Up to eight units in one word; where all are ASCII each has a byte of its own.
+struct Word {
+    std::uint64_t letters = 0;
+    std::uint64_t beyondAscii = 0;  ///< not 0 if a unit is beyond ASCII
+
+    Word(std::wstring_view text, std::size_t place) {
+        if (text.size() - place >= 8) {
+            std::array<std::uint64_t, 4> pairs{};
+            std::memcpy(pairs.data(), text.data() + place, sizeof(pairs));
+            letters = pairs[0] ^ pairs[1] << 8U ^ pairs[2] << 16U ^ pairs[3] << 24U;
+            beyondAscii = (pairs[0] | pairs[1] | pairs[2] | pairs[3]) & BEYOND_ASCII;
+            return;
+        }
+        const std::size_t end = text.size();
+        for (unsigned shift = 0; place < end; place += 2, shift += 8) {
+            const std::uint64_t pair = pairAt(text, place);
+            beyondAscii |= pair & BEYOND_ASCII;
+            letters ^= pair << shift;
+        }
+    }
+};
 
 /// QuillCoreUtils::caseInsensitiveStringCompare with a short way for ASCII.
 inline std::int32_t compare(std::wstring_view a, std::wstring_view b) {
     const std::size_t length = a.size() < b.size() ? a.size() : b.size();
-    for (std::size_t place = 0; place < length; ++place) {
+    std::size_t place = 0;
+    while (place + 2 <= length && pairAt(a, place) == pairAt(b, place)) {
+        place += 2;
+    }
+    for (; place < length; ++place) {
         const auto fromA = static_cast<std::uint32_t>(a[place]);
         const auto fromB = static_cast<std::uint32_t>(b[place]);
         if (fromA == fromB) {
@@ -62,6 +89,9 @@ inline bool equal(std::wstring_view a, std::wstring_view b) {
     for (std::size_t place = 0; place < a.size(); place += 2) {
         const std::uint64_t fromA = pairAt(a, place);
         const std::uint64_t fromB = pairAt(b, place);
+        if (fromA == fromB) {
+            continue;
+        }
         if (((fromA | fromB) & BEYOND_ASCII) != 0) {
             return QuillCoreUtils::caseInsensitiveStringEquals(a.substr(place), b.substr(place));
         }
@@ -93,10 +123,10 @@ private:
     static std::uint64_t hashOf(std::wstring_view text) {
         std::uint64_t hash = text.size();
         std::uint64_t beyond = 0;
-        for (std::size_t place = 0; place < text.size(); place += 2) {
-            const std::uint64_t pair = KeyUnits::pairAt(text, place);
-            beyond |= pair & KeyUnits::BEYOND_ASCII;
-            hash = mix(hash, KeyUnits::fold(pair));
+        for (std::size_t place = 0; place < text.size(); place += 8) {
+            const KeyUnits::Word word(text, place);
+            beyond |= word.beyondAscii;
+            hash = mix(hash, KeyUnits::fold(word.letters));
         }
         return beyond == 0 ? finish(hash) : hashBeyondAscii(text);
     }
@@ -105,18 +135,22 @@ private:
     static std::uint64_t hashBeyondAscii(std::wstring_view text) {
         const std::wstring folded = QuillCoreUtils::toLowercase(text);
         std::uint64_t hash = folded.size();
-        for (std::size_t place = 0; place < folded.size(); place += 2) {
-            hash = mix(hash, KeyUnits::pairAt(folded, place));
+        for (std::size_t place = 0; place < folded.size(); place += 8) {
+            hash = mix(hash, KeyUnits::Word(folded, place).letters);
         }
         return finish(hash);
     }
 
-    static constexpr std::uint64_t mix(std::uint64_t hash, std::uint64_t pair) {
-        hash = (hash ^ pair) * 0x9E3779B97F4A7C15U;
+    static constexpr std::uint64_t mix(std::uint64_t hash, std::uint64_t word) {
+        hash = (hash ^ word) * 0x9E3779B97F4A7C15U;
         return hash ^ (hash >> 32U);
     }
 
-    static constexpr std::uint64_t finish(std::uint64_t hash) { return hash * 0xD6E8FEB86659FD93U; }
+    /// Every bit of the sum has its say in the lowest bits too, which choose the places in tables.
+    static constexpr std::uint64_t finish(std::uint64_t hash) {
+        hash *= 0xD6E8FEB86659FD93U;
+        return hash ^ (hash >> 32U);
+    }
 
     const std::wstring& text_;
     const std::uint64_t hash_;

@@ -4,6 +4,7 @@
 
 #include "chain/DisableP2PCallOnFips.h"
 #include "chain/FoldedKey.h"
+#include "chain/KeyFilter.h"
 
 /// The inside way to a store of this module: ConfigStore::getValue() for a key that is folded already. Stores from
 /// outside do without.
@@ -11,6 +12,11 @@ class FoldedLookup {
 public:
     /// Answers as getValue() does. Any thread.
     virtual bool lookUp(const FoldedKey& key, std::wstring& value) = 0;
+
+    /// Tells without a call of the store which keys it does not hold; lives as long as the store. A key that it rules
+    /// out is a miss with an empty value, and what lookUp() found a moment ago need not be asked again. Null: the store
+    /// wants to be asked each time, since it logs lookups, say, or leaves something else in a miss.
+    virtual const KeyFilter* filter() const { return nullptr; }
 
 protected:
     ~FoldedLookup() = default;

@@ -4,13 +4,13 @@
 
 namespace {
 
-/// So that a small set under keys that come and go is not begun anew at every few of them.
+/// From the start, so that a small set under keys that come and go is not begun anew at every few of them.
 constexpr std::size_t LEAST_WORDS = 16;
 
 }  // namespace
 
 KeyFilter::KeyFilter() {
-    all_.push_back(std::make_unique<Words>(1));
+    all_.push_back(std::make_unique<Words>(LEAST_WORDS));
     words_.store(all_.back().get(), std::memory_order_release);
 }
 

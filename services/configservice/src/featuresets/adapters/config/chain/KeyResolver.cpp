@@ -6,15 +6,17 @@
 
 void KeyResolver::lookUpExactly(const FoldedKey& key, bool skipLocal, Answer& answer) const {
     answer.found = false;
+    answer.store = nullptr;
     for (const SearchedStore& store : stores_) {
         if (skipLocal && !store.isReadOnly()) {
             continue;
         }
         if (store.lookUp(key, answer.value)) {
             if (answer.namesStore) {
-                answer.storeName = store.name();
+                store.giveName(answer.storeName);
             }
             answer.found = true;
+            answer.store = &store;
             break;
         }
     }
@@ -46,22 +48,36 @@ void KeyResolver::lookUp(const FoldedKey& key, bool skipLocal, Lookup& lookup) c
     }
 }
 
-void KeyResolver::lookUpOriginalExactly(const FoldedKey& key, Original& original) const {
+void KeyResolver::lookUpOriginalExactly(const FoldedKey& key, Original& original, const Answer* known) const {
     original.found = false;
     original.isOverridden = false;
     std::wstring writableText;
     std::wstring readOnlyText;
+    // Until the walk has come to the store that is known to answer, those that answer quietly are known to miss.
+    const SearchedStore* answering = known != nullptr ? known->store : nullptr;
     for (const SearchedStore& store : stores_) {
         if (!writableText.empty() && !readOnlyText.empty()) {
             break;
         }
+        const bool isAnswering = &store == answering;
+        const bool isKnown = answering != nullptr && store.answersQuietly();
+        answering = isAnswering ? nullptr : answering;
+        if (isKnown && !isAnswering) {
+            continue;
+        }
         const bool readOnly = store.isReadOnly();
         std::wstring& text = readOnly ? readOnlyText : writableText;
-        if (!text.empty() || !store.lookUp(key, text)) {
+        if (!text.empty()) {
+            continue;
+        }
+        if (isKnown) {
+            // Of a writable store's text only this counts, whether it is empty.
+            text = readOnly ? known->value : known->value.substr(0, 1);
+        } else if (!store.lookUp(key, text)) {
             continue;
         }
         if (readOnly) {
-            original.storeName = store.name();
+            store.giveName(original.storeName);
             original.found = true;
         } else if (readOnlyText.empty()) {
             original.isOverridden = true;
@@ -70,7 +86,7 @@ void KeyResolver::lookUpOriginalExactly(const FoldedKey& key, Original& original
     original.value = std::move(readOnlyText);
 }
 
-void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original) const {
+void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original, const Lookup* known) const {
     original.usedOtherKeyName = false;
     // The two branches move on for different reasons: from a current name that is not overridden, and from a name that
     // no read-only store has.
@@ -82,7 +98,7 @@ void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original) const
         }
         return;
     }
-    lookUpOriginalExactly(key, original);
+    lookUpOriginalExactly(key, original, known != nullptr && known->road == Road::AsAsked ? known : nullptr);
     const std::wstring* oldKey = names_.oldNameOf(key);
     if (!original.found && oldKey != nullptr) {
         lookUpOriginalExactly(FoldedKey(*oldKey), original);
@@ -90,37 +106,43 @@ void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original) const
     }
 }
 
-std::optional<std::wstring> KeyResolver::reportedName(const FoldedKey& key) const {
+const std::wstring* KeyResolver::reportedName(const FoldedKey& key) const {
     const std::wstring* currentKey = names_.currentNameOf(key);
     if (currentKey == nullptr) {
-        return key.text();
+        return &key.text();
     }
     Answer current;
     lookUpExactly(FoldedKey(*currentKey), false, current);
-    return current.found ? std::nullopt : std::optional<std::wstring>(*currentKey);
+    return current.found ? nullptr : currentKey;
+}
+
+std::optional<KeyResolver::ChangeReport> KeyResolver::report(const FoldedKey& key, Lookup lookup) const {
+    Original original;
+    lookUpOriginal(key, original, &lookup);
+    const std::wstring* const name = reportedName(key);
+    if (name == nullptr) {
+        return std::nullopt;
+    }
+    // A read-only value under the key's own name beats what a writable store holds under the other name.
+    const bool ownNameWins = lookup.usedOtherKeyName() && !original.usedOtherKeyName && original.isOverridden;
+    if (ownNameWins) {
+        lookup.value = original.value;
+    }
+    return ChangeReport{
+        *name,
+        std::move(lookup.value),
+        std::move(original.value),
+        !ownNameWins && lookup.found && original.isOverridden,
+        lookup.found,
+        std::move(lookup.storeName),
+        std::move(original.storeName),
+    };
 }
 
 KeyResolver::Resolution KeyResolver::resolve(const std::wstring& text) const {
     const FoldedKey key(text);
     Resolution resolution;
-    Lookup& lookup = resolution.lookup;
-    Original original;
-    lookUp(key, false, lookup);
-    lookUpOriginal(key, original);
-    std::optional<std::wstring> name = reportedName(key);
-    if (!name.has_value()) {
-        return resolution;
-    }
-    // A read-only value under the key's own name beats what a writable store holds under the other name.
-    const bool ownNameWins = lookup.usedOtherKeyName() && !original.usedOtherKeyName && original.isOverridden;
-    resolution.report = ChangeReport{
-        *std::move(name),
-        ownNameWins ? original.value : lookup.value,
-        std::move(original.value),
-        !ownNameWins && lookup.found && original.isOverridden,
-        lookup.found,
-        lookup.storeName,
-        std::move(original.storeName),
-    };
+    lookUp(key, false, resolution.lookup);
+    resolution.report = report(key, resolution.lookup);
     return resolution;
 }

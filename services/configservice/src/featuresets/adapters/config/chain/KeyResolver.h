@@ -23,6 +23,8 @@ public:
         std::wstring storeName;
         /// False: nobody wants the name, which stays as it is.
         bool namesStore = true;
+        /// The store that has the key; null if none has.
+        const SearchedStore* store = nullptr;
     };
 
     /// Whose name a lookup under all names of a key has ended on.
@@ -82,15 +84,22 @@ public:
 
     /// The first read-only store's value of exactly this key, and whether a writable store hides it. An empty value
     /// does not end the search: a later store of the same kind is still asked, and its name replaces the earlier one.
-    void lookUpOriginalExactly(const FoldedKey& key, Original& original) const;
+    /// @param known what lookUpExactly() has just found for this key among all stores, and need not be asked again of
+    ///              stores that answer quietly; null if there is nothing of the kind.
+    void lookUpOriginalExactly(const FoldedKey& key, Original& original, const Answer* known = nullptr) const;
 
-    /// The same under both names of the key.
-    void lookUpOriginal(const FoldedKey& key, Original& original) const;
+    /// The same under both names of the key. @param known what lookUp() has just found for it, or null.
+    void lookUpOriginal(const FoldedKey& key, Original& original, const Lookup* known = nullptr) const;
 
-    /// The name under which observers hear of the key; nothing if it is an old name whose current one has a value.
-    std::optional<std::wstring> reportedName(const FoldedKey& key) const;
+    /// The name under which observers hear of the key: the key itself, or a text of the tables. Null if it is an old
+    /// name whose current one has a value.
+    const std::wstring* reportedName(const FoldedKey& key) const;
 
-    /// The whole state of a key over the chain.
+    /// The state of a key over the chain. @param lookup what lookUp() has just found for it among all stores.
+    /// @return nothing if there is nothing to report, see Resolution.
+    std::optional<ChangeReport> report(const FoldedKey& key, Lookup lookup) const;
+
+    /// Both steps in one.
     Resolution resolve(const std::wstring& key) const;
 
 private:

@@ -8,6 +8,7 @@
 #include "chain/ConfigMap.h"
 #include "chain/FoldedKey.h"
 #include "chain/KeyFilter.h"
+#include "chain/KeyTable.h"
 
 /// A ConfigMap with a hash table beside it: in order for whoever walks it, and found in one step by whoever looks up.
 /// Has no lock, but for what it tells its filter.
@@ -43,22 +44,15 @@ public:
     ConfigMap exchange(ConfigMap map);
 
 private:
-    /// Part of the hash; 0 marks a free slot, 1 one whose entry was erased.
-    using Tag = std::uint8_t;
-    static constexpr Tag FREE = 0;
-    static constexpr Tag ERASED = 1;
-    static constexpr std::size_t NOWHERE = static_cast<std::size_t>(-1);
+    struct KeyOfEntry {
+        const std::wstring& operator()(const Entry* entry) const { return entry->first; }
+    };
 
-    static Tag tagOf(std::uint64_t hash) { return static_cast<Tag>(hash >> 24U | 2U); }
-    std::size_t slotOf(const FoldedKey& key) const;
     void insert(std::uint64_t hash, Entry& entry);
-    void enter(std::uint64_t hash, Entry& entry);
     void index();
+    std::vector<std::uint64_t> hashes() const;
 
     KeyFilter& filter_;
     ConfigMap map_;
-    // The slots of the hash table, in two rows so that a search goes through few bytes; a power of two, or none.
-    std::vector<Tag> tags_;
-    std::vector<Entry*> entries_;
-    std::size_t used_ = 0;  ///< slots that are not free
+    KeyTable<Entry*, KeyOfEntry> table_;
 };

@@ -5,11 +5,16 @@
 SearchedStore::SearchedStore(const std::shared_ptr<ConfigStore>& store)
     : store_(store), inside_(dynamic_cast<FoldedLookup*>(store.get())) {
     if (inside_ != nullptr) {
+        filter_ = inside_->filter();
         readOnly_ = store->isReadOnly();
         name_ = QuillCoreUtils::toWideString(store->getName());
     }
 }
 
-std::wstring SearchedStore::name() const {
-    return inside_ != nullptr ? name_ : QuillCoreUtils::toWideString(store_->getName());
+void SearchedStore::giveName(std::wstring& text) const {
+    if (inside_ != nullptr) {
+        text = name_;
+    } else {
+        text = QuillCoreUtils::toWideString(store_->getName());
+    }
 }

@@ -15,16 +15,26 @@ public:
     explicit SearchedStore(const std::shared_ptr<ConfigStore>& store);
 
     bool lookUp(const FoldedKey& key, std::wstring& value) const {
+        if (filter_ != nullptr && !filter_->mayHold(key.hash())) {
+            value.clear();
+            return false;
+        }
         return inside_ != nullptr ? inside_->lookUp(key, value) : store_->getValue(key.text(), value);
     }
 
     bool isReadOnly() const { return inside_ != nullptr ? readOnly_ : store_->isReadOnly(); }
-    std::wstring name() const;
+
+    /// Puts the store's name into the text.
+    void giveName(std::wstring& text) const;
+
+    /// True if what a lookup answered a moment ago is as good as another one: a store from outside may count them.
+    bool answersQuietly() const { return filter_ != nullptr; }
 
 private:
     std::shared_ptr<ConfigStore> store_;
-    FoldedLookup* inside_;  ///< null for a store from outside
-    bool readOnly_ = false;  ///< this and the name: of a store of the module's own
+    FoldedLookup* inside_;               ///< null for a store from outside
+    const KeyFilter* filter_ = nullptr;  ///< this and the following: of a store of the module's own
+    bool readOnly_ = false;
     std::wstring name_;
 };
 

@@ -28,11 +28,6 @@ std::shared_ptr<const StoreList> StoreChain::stores() {
     return {content_, &content_->stores};
 }
 
-const SearchList& StoreChain::searchList(const Lock&) {
-    const tessel::ScopedLock lock(mutex_);
-    return content_->search;
-}
-
 std::shared_ptr<ConfigStore> StoreChain::at(std::size_t index) {
     const tessel::ScopedLock lock(mutex_);
     return index < content_->stores.size() ? content_->stores[index] : nullptr;

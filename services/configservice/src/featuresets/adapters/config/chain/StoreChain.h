@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "ConfigStore.h"
+#include "LockRanks.h"
 #include "chain/SearchedStore.h"
 #include "tessel/Mutex.h"
 
@@ -40,7 +41,7 @@ public:
     std::shared_ptr<const StoreList> stores();
 
     /// The same for searches; good until the outermost Lock of this thread is gone, even if the chain changes.
-    const SearchList& searchList(const Lock&);
+    const SearchList& searchList(const Lock&) TESSEL_NO_THREAD_SAFETY_ANALYSIS { return content_->search; }
 
     /// The store at that place as the chain stands, null behind its end.
     std::shared_ptr<ConfigStore> at(std::size_t index);
@@ -64,7 +65,7 @@ public:
         const Lock lock(*this);
         const std::shared_ptr<const StoreList> list = stores();
         for (const auto& store : *list) {
-            if (contains(*store) && !visit(store)) {
+            if (stillHas(list, *store) && !visit(store)) {
                 return;
             }
         }
@@ -76,7 +77,7 @@ public:
         const Lock lock(*this);
         const std::shared_ptr<const StoreList> list = stores();
         for (auto store = list->rbegin(); store != list->rend(); ++store) {
-            if (contains(**store)) {
+            if (stillHas(list, **store)) {
                 visit(*store);
             }
         }
@@ -88,9 +89,14 @@ private:
         SearchList search;
     };
 
+    /// contains() for a store of an earlier list, which nearly always is the list of this moment.
+    bool stillHas(const std::shared_ptr<const StoreList>& earlier, const ConfigStore& store) TESSEL_REQUIRES(mutex_) {
+        return earlier.get() == &content_->stores || contains(store);
+    }
+
     void replace(StoreList stores) TESSEL_REQUIRES(mutex_);
 
-    tessel::Mutex mutex_;
+    tessel::Mutex mutex_{LockRanks::CHAIN};
     std::shared_ptr<const Content> content_ TESSEL_GUARDED_BY(mutex_) = std::make_shared<const Content>();
     std::vector<std::shared_ptr<const Content>> departed_ TESSEL_GUARDED_BY(mutex_);  ///< with their stores
     unsigned depth_ TESSEL_GUARDED_BY(mutex_) = 0;

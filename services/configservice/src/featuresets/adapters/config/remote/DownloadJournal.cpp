@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tessel/Mutex.h"
+
 struct DownloadJournal::State {
     /// A query or a transfer that has not ended.
     struct Open {
@@ -11,7 +13,7 @@ struct DownloadJournal::State {
         std::size_t index;
     };
 
-    mutable std::mutex mutex;
+    mutable tessel::Mutex mutex;
     std::deque<Cycle> cycles;
     std::uint64_t cyclesEver = 0;
     std::uint64_t numbersEver = 0;
@@ -25,7 +27,7 @@ struct DownloadJournal::State {
     void change(const Change& change) {
         std::function<void()> told;
         {
-            const std::lock_guard<std::mutex> lock(mutex);
+            const tessel::ScopedLock lock(mutex);
             change(*this);
             told = listener;
         }
@@ -75,12 +77,12 @@ struct DownloadJournal::State {
 DownloadJournal::DownloadJournal() : state_(std::make_shared<State>()) {}
 
 DownloadJournal::Snapshot DownloadJournal::snapshot() const {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const tessel::ScopedLock lock(state_->mutex);
     return {state_->cycles, state_->cyclesEver, state_->work == 0};
 }
 
 void DownloadJournal::setListener(std::function<void()> listener) {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
+    const tessel::ScopedLock lock(state_->mutex);
     std::swap(state_->listener, listener);
 }
 

@@ -12,6 +12,7 @@
 
 #include "ConfigStore.h"
 #include "GuardedValue.h"
+#include "LockRanks.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager_Observer.h"
 #include "chain/FoldedLookup.h"
@@ -217,10 +218,11 @@ private:
     KeyedValues configValues_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
     tessel::Event storeReady_{false};
     unsigned long readyTimeoutMilliseconds_ = 20000;  ///< of waitForStoreReady(); only tests have another one
-    tessel::Mutex downloadMutex_;  ///< serialises the start and the end of cycles; taken before valuesMutex_
-    tessel::Mutex observerMutex_;  ///< held while the observers are told; never waited for with the chain's locks held
-    tessel::Mutex valuesMutex_;
-    tessel::Mutex queueMutex_;  ///< for the queue, and the state where both change together; taken last
+    tessel::Mutex downloadMutex_{LockRanks::DOWNLOAD};  ///< serialises the start and the end of cycles
+    tessel::Mutex observerMutex_{LockRanks::DOWNLOAD_REPORT};  ///< held while the observers are told
+    tessel::Mutex valuesMutex_{LockRanks::STORE_VALUES};
+    /// For the queue, and the state where both change together.
+    tessel::Mutex queueMutex_{LockRanks::SERVER_QUEUE};
     const std::shared_ptr<HttpDownloader::HttpDownloader> downloader_;
     std::atomic<bool> tftpConfigured_ = false;
     GuardedValue<std::set<TftpConfigStoreObserver*>> observers_;

@@ -1,6 +1,8 @@
 #include "stores/BootstrapConfigStore.h"
 
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 #include <utility>
 
 #include "chain/DisableP2PCallOnFips.h"
@@ -8,6 +10,12 @@
 #include "tessel/TesselLogger.h"
 
 namespace {
+
+// The opening of a pipe waits for its other end, and a device need not have an end.
+bool isNeitherFileNorFolder(const std::string& path) {
+    std::error_code error;
+    return std::filesystem::is_other(path, error);
+}
 
 // A folder opens like a file and fails at the first read only.
 bool isReadable(std::ifstream& file) {
@@ -24,7 +32,10 @@ bool isReadable(std::ifstream& file) {
 
 BootstrapConfigStore::BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority)
     : priority_(priority), filePath_(filePath), name_(name) {
-    std::ifstream file(filePath_, std::ios::binary);
+    std::ifstream file;
+    if (!isNeitherFileNorFolder(filePath_)) {
+        file.open(filePath_, std::ios::binary);
+    }
     if (!isReadable(file)) {
         static TesselLogger* const logger = TesselLogger_getLogger("BootstrapConfigStore");
         TesselLog(logger, 3, __FILE__, __LINE__, "BootstrapConfigStore",

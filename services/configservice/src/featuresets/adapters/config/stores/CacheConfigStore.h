@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "LockRanks.h"
 #include "stores/FileStamp.h"
 #include "stores/XmlConfigStore.h"
 #include "tessel/Mutex.h"
@@ -30,7 +31,7 @@ private:
     void write(XmlConfigParser::Existing existing) TESSEL_REQUIRES(fileMutex_);
 
     // Held for a whole write, so that of two writes the later one holds the later values.
-    tessel::Mutex fileMutex_;
+    tessel::Mutex fileMutex_{LockRanks::STORE_FILE};
     /// The file that a failed write has left, or that there was none; nothing after a write that went well.
     std::optional<FileStamp> fileLeft_ TESSEL_GUARDED_BY(fileMutex_);
 };

@@ -19,9 +19,6 @@ bool InMemoryConfigStore::getValue(const std::wstring& key, std::wstring& value)
 }
 
 bool InMemoryConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
-    if (!filter_.mayHold(key.hash())) {
-        return answer(nullptr, key, value);
-    }
     const tessel::ScopedLock lock(mutex_);
     return answer(values_.find(key), key, value);
 }

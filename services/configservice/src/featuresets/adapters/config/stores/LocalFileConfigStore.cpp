@@ -10,6 +10,7 @@
 #include "xml/LocalFileFormat.h"
 #include "xml/SiblingLock.h"
 #include "xml/XmlCharacters.h"
+#include "xml/XmlComposer.h"
 #include "xml/XmlDocument.h"
 
 using QuillCoreUtils::FileUtils;
@@ -47,17 +48,13 @@ bool keepEarlierBackup(const std::string& path) {
     return true;
 }
 
-void writeEntry(XmlFileWriter& writer, const std::wstring& key, const std::wstring& value) {
-    const XmlText name = toXmlText(key);
-    const XmlText text = toXmlText(value);
-    if (name.replaced || text.replaced) {
-        TesselLog(logger(), 3, __FILE__, __LINE__, "persistValues",
-                  "characters that XML cannot hold were replaced in the entry: " + name.text);
-    }
-    writer.startElement("userConfig");
-    writer.writeAttribute("name", name.text);
-    writer.writeAttribute("value", text.text);
-    writer.endElement();
+/// @return false if characters were replaced.
+bool composeEntry(XmlComposer& composer, const std::wstring& key, const std::wstring& value) {
+    composer.startElement("userConfig");
+    const bool isKeyWhole = composer.writeAttribute("name", key);
+    const bool isValueWhole = composer.writeAttribute("value", value);
+    composer.endElement();
+    return isKeyWhole && isValueWhole;
 }
 
 }  // namespace
@@ -82,17 +79,13 @@ bool LocalFileConfigStore::getValue(const std::wstring& key, std::wstring& value
 }
 
 bool LocalFileConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
-    if (!filter_.mayHold(key.hash())) {
-        return answer(nullptr, key, value);
-    }
     tessel::ScopedLock lock(mutex_);
     return answer(values_.find(key), key, value);
 }
 
 bool LocalFileConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     tessel::ScopedLock lock(mutex_);
-    const std::wstring name = LocalFileFormat::currentKey(key);
-    if (values_.set(FoldedKey(name), value)) {
+    if (values_.set(FoldedKey(LocalFileFormat::currentKey(key)), value)) {
         ++change_;
     }
     return true;
@@ -131,10 +124,11 @@ void LocalFileConfigStore::persistValues() {
     if (readOnly_ || destroyed_ || isInFile()) {
         return;
     }
-    const Values values = copyValues();
+    Document document = composeDocument();
+    const std::uint64_t change = document.change;
     createConfigDirectory();
-    if (writeFile(values.map)) {
-        notePersisted(values.change);
+    if (writeFile(std::move(document))) {
+        notePersisted(change);
     }
 }
 
@@ -236,24 +230,40 @@ bool LocalFileConfigStore::isInFile() {
     return !hasUnpersistedValues() && writtenFile_.exists() && FileStamp::of(filePath()) == writtenFile_;
 }
 
-bool LocalFileConfigStore::writeFile(const ConfigMap& map) {
+bool LocalFileConfigStore::writeFile(Document document) {
     const SiblingLock siblingLock(directory_);
     const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
     XmlFileWriter writer(temporaryPath);
     if (!writer.isOpen()) {
         return false;
     }
-    const bool written = writeDocument(writer, map) && replaceFile(temporaryPath);
+    for (const std::string& key : document.altered) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "persistValues",
+                  "characters that XML cannot hold were replaced in the entry: " + key);
+    }
+    writer.takeDocument(std::move(document.text));
+    const bool written = finishDocument(writer) && replaceFile(temporaryPath);
     FileUtils::removeFile(temporaryPath);
     return written;
 }
 
-bool LocalFileConfigStore::writeDocument(XmlFileWriter& writer, const ConfigMap& map) {
-    writer.startElement("Corvid");
-    for (const auto& [key, value] : map) {
-        writeEntry(writer, key, value);
+LocalFileConfigStore::Document LocalFileConfigStore::composeDocument() {
+    XmlComposer composer;
+    Document document;
+    tessel::ScopedLock lock(mutex_);
+    composer.startElement("Corvid");
+    for (const auto& [key, value] : values_.map()) {
+        if (!composeEntry(composer, key, value)) {
+            document.altered.push_back(toXmlText(key).text);
+        }
     }
-    writer.endElement();
+    composer.endElement();
+    document.text = std::move(composer.text());
+    document.change = change_;
+    return document;
+}
+
+bool LocalFileConfigStore::finishDocument(XmlFileWriter& writer) {
     if (writer.finish()) {
         return true;
     }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ConfigStore.h"
+#include "LockRanks.h"
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
 #include "stores/FileStamp.h"
@@ -34,6 +35,7 @@ public:
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
     bool lookUp(const FoldedKey& key, std::wstring& value) override;
+    const KeyFilter* filter() const override { return &filter_; }
 
     /// Memory only, and always true, on a read-only or destroyed store too.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
@@ -77,6 +79,13 @@ private:
         std::uint64_t change;
     };
 
+    /// The values at one moment as the file is to have them: in memory, so that no reader waits for a disk.
+    struct Document {
+        std::string text;
+        std::uint64_t change = 0;
+        std::vector<std::string> altered;  ///< keys of the entries with characters that were replaced
+    };
+
     void processXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void setInvalidFileAside();
@@ -84,8 +93,9 @@ private:
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
     bool isInFile() TESSEL_REQUIRES(fileMutex_);
-    bool writeFile(const ConfigMap& map) TESSEL_REQUIRES(fileMutex_);
-    bool writeDocument(XmlFileWriter& writer, const ConfigMap& map);
+    Document composeDocument();
+    bool writeFile(Document document) TESSEL_REQUIRES(fileMutex_);
+    bool finishDocument(XmlFileWriter& writer);
     bool replaceFile(const std::string& temporaryPath);
     void notePersisted(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
 
@@ -96,12 +106,12 @@ private:
     const std::string directory_;
     const std::string fileName_;
 
-    // Held for a whole write, and taken before mutex_.
-    tessel::Mutex fileMutex_;
+    // Held for a whole write.
+    tessel::Mutex fileMutex_{LockRanks::STORE_FILE};
     bool destroyed_ TESSEL_GUARDED_BY(fileMutex_) = false;
     FileStamp writtenFile_ TESSEL_GUARDED_BY(fileMutex_);
 
-    tessel::Mutex mutex_;
+    tessel::Mutex mutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;
     KeyedValues values_ TESSEL_GUARDED_BY(mutex_){filter_};
     /// Each change of the values has a number of its own, counted from 1; 0 is what the constructor read.

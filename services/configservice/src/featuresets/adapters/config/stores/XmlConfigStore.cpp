@@ -19,7 +19,7 @@ XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isL
 bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) { return lookUp(FoldedKey(key), value); }
 
 bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
-    if (!filter_.mayHold(key.hash()) || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
+    if (key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
         return answer(nullptr, key, value);
     }
     const tessel::ScopedReadLock lock(lock_);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "ConfigStore.h"
+#include "LockRanks.h"
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
 #include "tessel/Mutex.h"
@@ -22,6 +23,7 @@ public:
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
     bool lookUp(const FoldedKey& key, std::wstring& value) override;
+    const KeyFilter* filter() const override { return &filter_; }
 
     /// Memory only; nothing reaches the file.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
@@ -54,8 +56,9 @@ protected:
 
 private:
     const std::string filePath_;
-    mutable tessel::RWLock lock_;
-    mutable tessel::Mutex valuesMutex_;  ///< leaf: removeValue() changes the values with the read lock alone
+    mutable tessel::RWLock lock_{LockRanks::STORE_READERS};
+    /// Of its own: removeValue() changes the values with the read lock alone.
+    mutable tessel::Mutex valuesMutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;
     KeyedValues values_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
     const bool isLocal_;

@@ -21,10 +21,11 @@ bool LocalFileFormat::movesVoicemailKey(const std::string& storeName) {
                                                         ConfigStoreConstants::DEFAULT_CONFIG_STORE_FILE_NAME);
 }
 
-std::wstring LocalFileFormat::currentKey(const std::wstring& key) {
+const std::wstring& LocalFileFormat::currentKey(const std::wstring& key) {
     const bool isOldName =
         QuillCoreUtils::caseInsensitiveStringEquals(key, ConfigStoreConstants::VOICEMAIL_SERVER_1_KEY);
-    return isOldName ? L"VoicemailPrimaryServer" : key;
+    static const std::wstring currentName = L"VoicemailPrimaryServer";
+    return isOldName ? currentName : key;
 }
 
 std::optional<LocalFileEntry> LocalFileFormat::readEntry(const xmlNode* node, bool movesVoicemailKey) {

@@ -22,8 +22,9 @@ public:
     /// installation's defaults.
     static bool movesVoicemailKey(const std::string& storeName);
 
-    /// The current name of a key: that of "VVM_Mailstore_Server_0", in any case, is "VoicemailPrimaryServer".
-    static std::wstring currentKey(const std::wstring& key);
+    /// The current name of a key: that of "VVM_Mailstore_Server_0", in any case, is "VoicemailPrimaryServer". Any other
+    /// is its own, and what is returned is the argument.
+    static const std::wstring& currentKey(const std::wstring& key);
 
     /// What an entry says. @param node an element for which isEntry() is true. @return nothing for one without a key.
     static std::optional<LocalFileEntry> readEntry(const xmlNode* node, bool movesVoicemailKey);

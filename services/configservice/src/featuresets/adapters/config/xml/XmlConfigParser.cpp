@@ -3,7 +3,6 @@
 #include <libxml/parser.h>
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 #include "chain/DisableP2PCallOnFips.h"
@@ -39,13 +38,11 @@ void createParentDirectory(const std::string& path) {
 
 void writeEntry(XmlFileWriter& writer, const std::wstring& key, const std::wstring& value) {
     const XmlText name = toXmlText(key);
-    XmlText text = toXmlText(value);
-    if (name.replaced || text.replaced) {
+    const bool isWhole = writer.writeElement(name.text, value);
+    if (name.replaced || !isWhole) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "writeToFile",
                   "characters that XML cannot hold were replaced in the entry: " + name.text);
     }
-    writer.writeElement(name.text, text.text);
-    tessel::SecureStringUtils::TesselZeroString(text.text);
 }
 
 bool writeCachedForm(XmlFileWriter& writer, const ConfigMap& values) {
@@ -187,19 +184,17 @@ void XmlConfigParser::parseXmlGroup(const std::shared_ptr<xmlDoc>& document, xml
         if (entry->type != XML_ELEMENT_NODE) {
             continue;
         }
-        std::wstring key = extractKey(entry);
         // Documents that this system has written are in order: the place behind the last key is tried first.
-        const auto place = values.empty() || values.key_comp()(std::prev(values.end())->first, key)
-                               ? values.end()
-                               : values.lower_bound(key);
-        if (place != values.end() && !values.key_comp()(key, place->first)) {
+        const std::size_t before = values.size();
+        const auto place = values.try_emplace(values.end(), extractKey(entry));
+        if (values.size() == before) {
             continue;
         }
         if (parseSensitiveAttribute(entry)) {
-            sensitiveKeys.insert(key);
+            sensitiveKeys.insert(place->first);
         }
-        std::wstring value = extractValue(document, entry, key);
-        values.emplace_hint(place, std::move(key), value);
+        std::wstring value = extractValue(document, entry, place->first);
+        place->second = value;
         tessel::SecureStringUtils::TesselZeroWstring(value);
     }
 }

@@ -25,7 +25,13 @@ struct XmlProblem {
 /// With no options libxml2 also refuses an attribute of more than 10,000,000 bytes and cuts a document off after a text
 /// of that length; this system's own stores may have written either. A document of more than that size that was refused
 /// or cut off is therefore read a second time with that limit lifted. A document type declaration or deeper nesting
-/// ends this second reading, so it gives an attacker no more room than the first. Any thread.
+/// ends this second reading, so it gives an attacker no more room than the first.
+///
+/// Beyond libxml2's own limits a document is refused of which an element has more than 1,000 attributes or 256
+/// namespaces in scope, that declares more than 1,000 attributes, or of which many elements have hundreds of them:
+/// libxml2 compares each with all others, which may take it hours. So is one that refers to a parameter entity, of
+/// which a few lines may keep it busy for ever. A compressed file is no document, and a pipe, a socket or a
+/// device is not read at all. Any thread.
 /// @return null if there is no well-formed document.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 
@@ -43,5 +49,6 @@ std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, cons
 /// declarations, and a walk through these need not end.
 xmlNode* nextXmlNode(const xmlNode* node, const xmlNode* top);
 
-/// The text of an attribute with its entities expanded; empty for an attribute without one.
+/// The text of an attribute. A reference to an entity of the document's own stands in it as it is written, "&name;": a
+/// short document could make any length of text of it. Empty for an attribute without a text.
 std::string xmlAttributeText(const xmlAttr* attribute);

@@ -5,24 +5,42 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
+#include <cerrno>
+#include <memory>
+#include <utility>
 
+#include "LockRanks.h"
 #include "quill/FileUtils.h"
 #include "quill/XmlUtils.h"
+#include "tessel/SecureStringUtils.h"
 
 namespace {
 
 const xmlChar* xmlText(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
+// Bytes that wait to be written, at most; a longer element waits alone.
+constexpr std::size_t ROOM = 65536;
+
+// The most that becomes of one unit, "&quot;" say.
+constexpr std::size_t LONGEST_UNIT = 6;
+
+/// Makes a file for the user alone. What stands in its place goes first: a link, symbolic or hard, may lead to a file of
+/// somebody else's. @return -1 if that cannot be.
+int makePrivateFile(const std::string& path) {
+    ::unlink(path.c_str());
+    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    // Under some umasks the owner could not open it again.
+    if (file >= 0 && ::fchmod(file, S_IRUSR | S_IWUSR) != 0) {
+        ::close(file);
+        return -1;
+    }
+    return file;
+}
+
 // libxml2 creates a file with the permissions of the process, and keeps those of a file that is there.
 bool createPrivateFile(const std::string& path) {
-    const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    if (file < 0) {
-        return false;
-    }
-    const bool isPrivate = ::fchmod(file, S_IRUSR | S_IWUSR) == 0;
-    ::close(file);
-    return isPrivate;
+    const int file = makePrivateFile(path);
+    return file >= 0 && ::close(file) == 0;
 }
 
 // libxml2 takes the path for a URI and would turn "%41" in it into "A".
@@ -35,20 +53,25 @@ std::string asUri(const std::string& path) {
     return escaped != nullptr ? reinterpret_cast<const char*>(escaped.get()) : path;
 }
 
-bool endsWithRoot(const std::string& path, const std::string& rootName) {
-    const std::string closed = "</" + rootName + ">\n";
-    const std::string empty = "<" + rootName + "/>\n";
-    std::ifstream file(path, std::ios::binary);
-    std::string tail(closed.size(), '\0');
-    file.seekg(-static_cast<std::streamoff>(tail.size()), std::ios::end);
-    file.read(tail.data(), static_cast<std::streamsize>(tail.size()));
-    return file && (tail == closed || tail.ends_with(empty));
+/// Writes all of a text. @return false if not every byte was taken.
+bool writeAll(int file, std::string_view text) {
+    while (!text.empty()) {
+        const ssize_t length = ::write(file, text.data(), text.size());
+        if (length < 0 && errno == EINTR) {
+            continue;
+        }
+        if (length <= 0) {
+            return false;
+        }
+        text.remove_prefix(static_cast<std::size_t>(length));
+    }
+    return true;
 }
 
 }  // namespace
 
 tessel::Mutex& XmlFileWriter::siblingMutex() {
-    static tessel::Mutex mutex;
+    static tessel::Mutex mutex{LockRanks::TEMPORARY_FILES};
     return mutex;
 }
 
@@ -61,45 +84,41 @@ bool XmlFileWriter::saveDocument(const std::string& path, xmlDoc& document) {
     return false;
 }
 
-XmlFileWriter::XmlFileWriter(const std::string& path) : path_(path) {
-    QuillCoreUtils::XmlUtils::initialiseLibrary();
-    if (!createPrivateFile(path)) {
-        return;
-    }
-    writer_ = xmlNewTextWriterFilename(asUri(path).c_str(), 0);
-    xmlTextWriterSetIndent(writer_, 1);
-    if (isOpen()) {
-        note(xmlTextWriterStartDocument(writer_, nullptr, "utf-8", nullptr));
-    }
+XmlFileWriter::XmlFileWriter(const std::string& path) : file_(makePrivateFile(path)) { composer_.text().reserve(ROOM); }
+
+XmlFileWriter::~XmlFileWriter() {
+    tessel::SecureStringUtils::TesselZeroString(composer_.text());
+    close();
 }
 
-XmlFileWriter::~XmlFileWriter() { xmlFreeTextWriter(writer_); }
-
-void XmlFileWriter::note(int result) { whole_ = whole_ && result >= 0; }
-
-void XmlFileWriter::startElement(const std::string& name) {
-    if (rootName_.empty()) {
-        rootName_ = name;
+bool XmlFileWriter::writeElement(std::string_view name, std::wstring_view text) {
+    if (name.empty()) {
+        return true;
     }
-    note(xmlTextWriterStartElement(writer_, xmlText(name)));
-}
-
-void XmlFileWriter::writeAttribute(const std::string& name, const std::string& value) {
-    note(xmlTextWriterWriteAttribute(writer_, xmlText(name), xmlText(value)));
-}
-
-void XmlFileWriter::endElement() { note(xmlTextWriterEndElement(writer_)); }
-
-void XmlFileWriter::writeElement(const std::string& name, const std::string& text) {
-    if (!name.empty()) {
-        note(xmlTextWriterWriteElement(writer_, xmlText(name), xmlText(text)));
+    // A text that grows would leave copies of a secret behind, so what stands there is written before there is no room.
+    const std::size_t longest = LONGEST_UNIT * text.size() + 2 * name.size() + ROOM / 16;
+    if (composer_.text().size() + longest > composer_.text().capacity()) {
+        flush();
+        composer_.text().reserve(longest);
     }
+    return composer_.writeElement(name, text);
 }
 
 bool XmlFileWriter::finish() {
-    note(xmlTextWriterEndDocument(writer_));
-    xmlFreeTextWriter(writer_);
-    writer_ = nullptr;
-    // The last bytes leave the C library's buffer when the file is closed, and libxml2 keeps a failure there to itself.
-    return whole_ && endsWithRoot(path_, rootName_);
+    flush();
+    close();
+    return isWhole_;
+}
+
+void XmlFileWriter::flush() {
+    isWhole_ = isWhole_ && writeAll(file_, composer_.text());
+    tessel::SecureStringUtils::TesselZeroString(composer_.text());
+    composer_.text().clear();
+}
+
+void XmlFileWriter::close() {
+    if (file_ >= 0) {
+        isWhole_ = ::close(file_) == 0 && isWhole_;
+        file_ = -1;
+    }
 }

@@ -1,16 +1,17 @@
 #pragma once
 
-#include <libxml/xmlwriter.h>
+#include <libxml/tree.h>
 
-#include <memory>
 #include <string>
+#include <string_view>
 
 #include "tessel/Mutex.h"
+#include "xml/XmlComposer.h"
 
-/// Writes one indented document with the encoding "utf-8" to a file of its own, readable by the user alone (0600).
-/// One thread.
+/// Writes one indented document to a file of its own, readable by the user alone (0600). One thread.
 ///
-/// Meant for a sibling of the real file, which is put in its place when finish() has said that it is whole.
+/// Meant for a sibling of the real file, which is put in its place when finish() has said that it is whole. What waits
+/// in memory to be written is wiped: it may hold secrets.
 class XmlFileWriter {
 public:
     /// The process's own half of a SiblingLock.
@@ -19,7 +20,7 @@ public:
     /// Writes a whole document to a file. @return true if every byte has reached the file system.
     static bool saveDocument(const std::string& path, xmlDoc& document);
 
-    /// Opens the file, emptying an older one, and starts the document.
+    /// Makes the file anew, in the place of whatever stood there but a folder, and starts the document.
     explicit XmlFileWriter(const std::string& path);
     ~XmlFileWriter();
 
@@ -27,25 +28,27 @@ public:
     XmlFileWriter& operator=(const XmlFileWriter&) = delete;
 
     /// False if the file could not be opened: nothing is written then.
-    bool isOpen() const { return writer_ != nullptr; }
+    bool isOpen() const { return file_ >= 0; }
 
-    /// Names and texts are UTF-8; names are written as they are, texts are escaped.
-    void startElement(const std::string& name);
-    void writeAttribute(const std::string& name, const std::string& value);
-    void endElement();
+    /// Names are UTF-8 and written as they are.
+    void startElement(std::string_view name) { composer_.startElement(name); }
+    void endElement() { composer_.endElement(); }
 
-    /// An element with a text. One without a name cannot be written and is left out.
-    void writeElement(const std::string& name, const std::string& text);
+    /// An element with a text; one without a name cannot be written and is left out.
+    /// @return false if characters were replaced that XML cannot hold.
+    bool writeElement(std::string_view name, std::wstring_view text);
 
-    /// Ends the document and closes the file.
-    /// @return true if every byte has reached the file system; false on a full disk, say.
+    /// Puts a document that was composed elsewhere in place of the own one, of which nothing must be written yet.
+    void takeDocument(std::string text) { composer_.text() = std::move(text); }
+
+    /// Closes the file. @return true if every byte has reached the file system; false on a full disk, say.
     bool finish();
 
 private:
-    void note(int result);
+    void flush();
+    void close();
 
-    const std::string path_;
-    std::string rootName_;
-    xmlTextWriter* writer_ = nullptr;
-    bool whole_ = true;
+    int file_ = -1;
+    XmlComposer composer_;
+    bool isWhole_ = true;
 };

@@ -1,0 +1,119 @@
+// Runs one operation of the module a fixed number of times, inside a function that callgrind finds by its name, and so
+// makes instructions countable: they stay the same however busy the machine is.
+//
+//   corvid_instructions              lists the operations
+//   corvid_instructions OPERATION    prints how often it ran it
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "fakes/TemporaryDirectory.h"
+#include "stores/LocalFileConfigStore.h"
+#include "support/Documents.h"
+#include "support/ModuleChain.h"
+#include "support/WholeModule.h"
+#include "tessel/LogSink.h"
+#include "xml/XmlConfigParser.h"
+
+/// What is counted; everything else is preparation.
+extern "C" __attribute__((noinline)) void corvidCounted(const std::function<void(std::size_t)>& work,
+                                                        std::size_t times) {
+    for (std::size_t turn = 0; turn < times; ++turn) {
+        work(turn);
+    }
+}
+
+namespace {
+
+constexpr std::size_t KEYS_OF_A_LAYER = 1000;
+constexpr std::size_t ENTRIES = 10000;
+
+/// One turn of the operation, by its number.
+using Work = std::function<void(std::size_t)>;
+
+struct Operation {
+    const char* name;
+    std::size_t times;
+    std::function<Work()> prepare;
+};
+
+Work prepareLookup(bench::Place place) {
+    const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
+    const auto chain = std::make_shared<bench::ModuleChain>(layers);
+    return [chain, keys = bench::convertAll<std::wstring>(bench::sampleKeys(layers, place), bench::widen)](
+               std::size_t turn) { chain->lookUp(keys[turn % keys.size()]); };
+}
+
+Work prepareAnswer() {
+    const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
+    const auto chain = std::make_shared<bench::ModuleChain>(layers);
+    return [chain, keys = bench::convertAll<std::wstring>(bench::sharedKeys(layers), bench::widen)](std::size_t turn) {
+        chain->answer(keys[turn % keys.size()]);
+    };
+}
+
+Work prepareSet() {
+    const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
+    const auto module = std::make_shared<bench::WholeModule>(layers);
+    const std::wstring key = bench::widen(layers[bench::USER_LAYER].entries.front().first);
+    return [module, key](std::size_t turn) { module->set(key, turn % 2 == 0); };
+}
+
+Work prepareLoad() {
+    return [path = bench::xmlFile(ENTRIES)](std::size_t) {
+        ConfigMap values;
+        SensitiveKeySet marks;
+        XmlConfigParser::readFromFile(path, values, marks);
+    };
+}
+
+Work prepareSave() {
+    const auto directory = std::make_shared<fakes::TemporaryDirectory>();
+    const auto store = std::make_shared<LocalFileConfigStore>("Store", 20, directory->path(), "file.xml", true, false);
+    for (const auto& [key, value] : bench::makeEntries(50, ENTRIES)) {
+        store->storeValue(bench::widen(key), bench::widen(value));
+    }
+    return [directory, store](std::size_t turn) {
+        store->storeValue(L"version", std::to_wstring(turn));
+        store->persistValues();
+    };
+}
+
+const std::vector<Operation>& operations() {
+    static const std::vector<Operation> all = {
+        {"lookup-layer-8", 1000, [] { return prepareLookup(bench::Place::Eighth); }},
+        {"lookup-miss", 1000, [] { return prepareLookup(bench::Place::Miss); }},
+        {"whole-answer", 1000, prepareAnswer},
+        {"set-and-observer", 1000, prepareSet},
+        {"load", 1, prepareLoad},
+        {"save", 1, prepareSave},
+    };
+    return all;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 1) {
+        for (const Operation& operation : operations()) {
+            std::puts(operation.name);
+        }
+        return 0;
+    }
+    tessel::LogControl::setLevel(3);
+    for (const Operation& operation : operations()) {
+        if (std::strcmp(operation.name, argv[1]) == 0) {
+            const Work work = operation.prepare();
+            work(operation.times);  // once before, so that what is made at the first use is not counted
+            corvidCounted(work, operation.times);
+            std::printf("%zu\n", operation.times);
+            return 0;
+        }
+    }
+    std::fprintf(stderr, "corvid_instructions: no operation named '%s'\n", argv[1]);
+    return 2;
+}

@@ -1,0 +1,86 @@
+#include "LiveValues.h"
+
+#include <gtest/gtest.h>
+
+#include "SharedText.h"
+
+namespace {
+
+std::shared_ptr<ConfigValueImpl> makeLive(const std::wstring& key) {
+    return std::make_shared<ConfigValueImpl>(std::make_shared<UnifiedFactory>(nullptr, nullptr), key);
+}
+
+std::shared_ptr<ConfigValueImpl> findLive(const LiveValues& values, const std::wstring& key) {
+    return values.find(FoldedKey(key));
+}
+
+TEST(LiveValues, FindsAnObjectWithoutRegardToCase) {
+    LiveValues values;
+    EXPECT_EQ(findLive(values, L"Theme"), nullptr);
+    const auto theme = makeLive(L"Theme");
+    values.add(theme);
+    EXPECT_EQ(findLive(values, L"tHEME"), theme);
+    EXPECT_EQ(findLive(values, L"Themes"), nullptr);
+}
+
+TEST(LiveValues, KeepsTheFirstObjectOfAKey) {
+    LiveValues values;
+    const auto first = makeLive(L"Theme");
+    values.add(first);
+    values.add(makeLive(L"THEME"));
+    EXPECT_EQ(findLive(values, L"theme"), first);
+    EXPECT_EQ(values.inOrder().size(), 1U);
+}
+
+TEST(LiveValues, FindsEachOfManyAndGivesThemInOrder) {
+    LiveValues values;
+    for (int index = 0; index < 3000; ++index) {
+        values.add(makeLive(L"Key" + std::to_wstring(index * 7919 % 3000)));
+    }
+    for (int index = 0; index < 3000; ++index) {
+        const auto found = findLive(values, L"kEY" + std::to_wstring(index));
+        ASSERT_NE(found, nullptr);
+        ASSERT_EQ(found->ownKey(), L"Key" + std::to_wstring(index));
+    }
+    const auto all = values.inOrder();
+    ASSERT_EQ(all.size(), 3000U);
+    for (std::size_t place = 1; place < all.size(); ++place) {
+        ASSERT_LT(all[place - 1]->ownKey(), all[place]->ownKey());
+    }
+}
+
+TEST(LiveValues, ForgetsAllAndStartsAnew) {
+    LiveValues values;
+    values.add(makeLive(L"a"));
+    values.clear();
+    EXPECT_EQ(findLive(values, L"a"), nullptr);
+    EXPECT_TRUE(values.inOrder().empty());
+    values.add(makeLive(L"A"));
+    EXPECT_NE(findLive(values, L"a"), nullptr);
+}
+
+TEST(SharedText, KeepsEqualTextsOnce) {
+    const SharedText one(L"LocalFileConfigStore");
+    const SharedText other(L"LocalFileConfigStore");
+    EXPECT_EQ(&one.text(), &other.text());
+    EXPECT_EQ(one.text(), L"LocalFileConfigStore");
+    EXPECT_EQ(SharedText(L"localfileconfigstore").text(), L"localfileconfigstore");
+    EXPECT_EQ(SharedText().text(), L"");
+    EXPECT_EQ(SharedText(L"").text(), L"");
+}
+
+TEST(SharedText, OutlivesTheObjectItWasCopiedFromAmongManyThatComeAndGo) {
+    SharedText kept;
+    {
+        const SharedText made(L"kept");
+        kept = made;
+    }
+    for (int index = 0; index < 1000; ++index) {
+        EXPECT_EQ(SharedText(std::to_wstring(index)).text(), std::to_wstring(index));
+    }
+    EXPECT_EQ(kept.text(), L"kept");
+    const SharedText again(L"kept");
+    EXPECT_EQ(&again.text(), &kept.text());
+}
+
+}  // namespace

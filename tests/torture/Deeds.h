@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "StressedModule.h"
+
+namespace torture {
+
+/// Does what clients do, in an order that its seed chooses. One thread.
+class Deeds {
+public:
+    Deeds(StressedModule& module, std::uint64_t seed) : module_(module), random_(seed) {}
+
+    Deeds(const Deeds&) = delete;
+    Deeds& operator=(const Deeds&) = delete;
+
+    /// One of them: reads, writes, adds, removes, starts, stops, refreshes, downloads, provisions, resets.
+    void doOne();
+
+    std::uint64_t below(std::uint64_t limit) {
+        return std::uniform_int_distribution<std::uint64_t>(0, limit - 1)(random_);
+    }
+
+    static const std::vector<std::wstring>& keys();
+
+private:
+    using Deed = void (Deeds::*)();
+    struct Share {
+        std::uint64_t of;  ///< all deeds together
+        Deed deed;
+    };
+    static const std::vector<Share>& shares();
+
+    void readValue();
+    void readStores();
+    void writeUserValue();
+    void writeUserValues();
+    void writeInMemory();
+    void resetValue();
+    void markSensitive();
+    void addStore();
+    void removeStore();
+    void removeCachedStores();
+    void startOrStop();
+    void startOrStopDownloads();
+    void changeServer();
+    void forceDownload();
+    void refresh();
+    void provision();
+    void changeTelephony();
+    void changeProfile();
+    void resetData();
+    void powerDown();
+
+    const std::wstring& key();
+    std::wstring value() { return std::to_wstring(below(1000)); }
+
+    StressedModule& module_;
+    std::mt19937_64 random_;
+};
+
+}  // namespace torture

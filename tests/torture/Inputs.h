@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Client.h"
+#include "fakes/TemporaryDirectory.h"
+
+namespace torture {
+
+/// A file that the module reads: where it lies, what it holds, and a key that only it holds.
+struct Input {
+    enum class Form { Server, Local, Properties };
+
+    std::string name;
+    Form form;
+    std::string path;  ///< below the scene's folder; empty for the downloaded one
+    std::string contents;
+    std::wstring key;
+};
+
+/// The six of them; the downloaded one is the last.
+const std::vector<Input>& inputs();
+
+/// A scene with all inputs, of which one is another than it should be.
+class InputFiles {
+public:
+    InputFiles();
+
+    const Scene& scene() const { return scene_; }
+
+    /// Writes all files anew, without what an earlier start has set aside. @param other the one with the given
+    /// contents; nothing is written for the downloaded one.
+    void write(const Input& other, const std::string& contents) const;
+
+private:
+    const fakes::TemporaryDirectory directory_;
+    const Scene scene_{directory_.path()};
+};
+
+/// Has a client download its file and asks it for the keys of all inputs but one.
+/// @param contents those of the other one, if it is the downloaded one.
+/// @return what is not answered, as a sentence without its full stop; empty if all is.
+std::string whatIsUnanswered(Client& client, const Input& other, const std::string& contents);
+
+}  // namespace torture

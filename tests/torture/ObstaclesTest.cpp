@@ -1,0 +1,209 @@
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Client.h"
+#include "Trial.h"
+#include "fakes/TemporaryDirectory.h"
+#include "host/XmlDiagnostics.h"
+#include "support/ForkedChild.h"
+
+using torture::Client;
+using torture::Scene;
+using torture::Trial;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr uid_t STRANGER = 65534;
+constexpr const char* DOCUMENT =
+    "<Corvid><userConfig name=\"outside\" value=\"1\"/><group><outside>1</outside></group></Corvid>\n";
+
+/// What stands in the place of a file. Each makes it at a path; false if this system does not let it be made.
+struct Obstacle {
+    const char* name;
+    std::function<bool(const std::string& path, const fakes::TemporaryDirectory& outside)> make;
+
+    /// The user's own link to a file: what stands at its end is read, and replaced.
+    bool leadsToAFile = false;
+};
+
+bool linkTo(const std::string& target, const std::string& path) { return symlink(target.c_str(), path.c_str()) == 0; }
+
+bool makeSocket(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        return false;
+    }
+    std::memcpy(address.sun_path, path.c_str(), path.size() + 1);
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool isBound = bind(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    close(descriptor);
+    return isBound;
+}
+
+const std::vector<Obstacle>& obstacles() {
+    using Outside = fakes::TemporaryDirectory;
+    static const std::vector<Obstacle> all = {
+        {"a link to a file", [](auto& path, const Outside& out) { return linkTo(out.path("file.xml"), path); }, true},
+        {"a link to nothing", [](auto& path, const Outside& out) { return linkTo(out.path("new.xml"), path); }, true},
+        {"a link to a folder", [](auto& path, const Outside& out) { return linkTo(out.path("folder"), path); }},
+        {"a link to a pipe", [](auto& path, const Outside& out) { return linkTo(out.path("pipe"), path); }},
+        {"a link to itself", [](auto& path, const Outside&) { return linkTo(path, path); }},
+        {"a stranger's link",
+         [](auto& path, const Outside& out) {
+             return linkTo(out.path("file.xml"), path) && lchown(path.c_str(), STRANGER, STRANGER) == 0;
+         }},
+        {"a hard link",
+         [](auto& path, const Outside& out) { return link(out.path("file.xml").c_str(), path.c_str()) == 0; }},
+        {"a pipe", [](auto& path, const Outside&) { return mkfifo(path.c_str(), 0600) == 0; }},
+        {"a socket", [](auto& path, const Outside&) { return makeSocket(path); }},
+        {"an endless device",
+         [](auto& path, const Outside&) { return mknod(path.c_str(), S_IFCHR | 0600, makedev(1, 5)) == 0; }},
+        {"a link to an endless device", [](auto& path, const Outside&) { return linkTo("/dev/zero", path); }},
+        {"a folder",
+         [](auto& path, const Outside&) { return fs::create_directory(path) && fs::create_directory(path + "/in"); }},
+    };
+    return all;
+}
+
+/// Every file that is read, written or removed, below the scene's folder. Numbers of processes are those of the child.
+const std::vector<std::string>& places() {
+    static const std::vector<std::string> all = {
+        "config/corvidLocalConfig.xml",
+        "config/.corvidLocalConfig.xml.temp",
+        "config/.corvidLocalConfig.xml.1.1.new",
+        "config/corvidLocalConfig-backup.xml",
+        "config/corvidLocalConfig-backup-1.xml",
+        "config/corvid-config-user.xml",
+        "config/corvid-config.xml",
+        "config/Cache",
+        "config/Cache/cachedServer.xml",
+        "config/Cache/cachedServer.xml.temp",
+        "config/Cache/cachedUrlProvisioningConfigStore.xml",
+        "config/Cache/cachedUrlProvisioningConfigStore.xml.temp",
+        "install/corvid-config-defaults.xml",
+        "install/bootstrap.properties",
+    };
+    return all;
+}
+
+/// The file is one that this system writes, and so through a link that its user has made.
+bool isWrittenThroughLinks(const std::string& place) {
+    return place == "config/corvidLocalConfig.xml" || place == "config/Cache/cachedServer.xml" ||
+           place == "config/Cache/cachedUrlProvisioningConfigStore.xml";
+}
+
+/// What is below a folder: names, kinds, modes and contents. @param but names that are left out.
+std::string description(const std::string& folder, const std::vector<std::string>& but) {
+    std::vector<std::string> lines;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+        const std::string name = fs::relative(entry.path(), folder);
+        if (std::find(but.begin(), but.end(), name) != but.end()) {
+            continue;
+        }
+        struct stat status {};
+        lstat(entry.path().c_str(), &status);
+        lines.push_back(name + " " + std::to_string(status.st_mode) + " " + std::to_string(status.st_uid) + " " +
+                        (S_ISREG(status.st_mode) ? torture::bytesOf(entry.path()) : ""));
+    }
+    std::sort(lines.begin(), lines.end());
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
+/// Everything that a client does to its files, and a second start.
+int workOn(const Scene& scene) {
+    alarm(120);  // a hang ends the process, and so the test
+    const host::XmlDiagnostics quiet(host::XmlDiagnostics::Way::Discard);
+    {
+        Client client(scene);
+        client.setUser(1);
+        client.joinServer(1);
+        client.takeLink(1);
+    }
+    Client client(scene);
+    client.setUser(2);
+    client.joinServer(2);
+    client.takeLink(2);
+    client.resetData();
+    client.setUser(3);
+    client.joinServer(3);
+    return client.answers().user == 3 && client.answers().server == 3 ? 0 : 1;
+}
+
+class Obstacles : public testing::Test {
+protected:
+    /// @return false if this system does not let the obstacle be made.
+    bool tryAt(const std::string& place, const Obstacle& obstacle) {
+        const fakes::TemporaryDirectory outside;
+        outside.write("file.xml", DOCUMENT);
+        outside.write("folder/file.xml", DOCUMENT);
+        mkfifo(outside.path("pipe").c_str(), 0600);
+        chmod(outside.path("file.xml").c_str(), 0644);
+        const fakes::TemporaryDirectory directory;
+        const Scene scene(directory.path());
+        if (place != "config/Cache") {
+            fs::create_directory(scene.config() + "/Cache");
+        }
+        if (!obstacle.make(directory.path(place), outside)) {
+            return false;
+        }
+        std::vector<std::string> written;
+        if (isWrittenThroughLinks(place) && obstacle.leadsToAFile) {
+            written = {"file.xml", "new.xml"};
+        }
+        if (place == "config/Cache") {
+            written = {"folder/cachedServer.xml", "folder/cachedUrlProvisioningConfigStore.xml"};
+        }
+        const std::string before = description(outside.path(), written);
+        const int status = support::runForked([&] { return workOn(scene); });
+        const std::string what = std::string(obstacle.name) + " in the place of " + place;
+        trial_.tried();
+        if (status != 0) {
+            trial_.lost(what + ": the client ended with " + std::to_string(status), directory.path());
+        }
+        if (const std::string after = description(outside.path(), written); after != before) {
+            trial_.lost(what + ": outside there was\n" + before + "and now there is\n" + after, outside.path());
+        }
+        return true;
+    }
+
+    Trial trial_{"obstacles", "obstacles"};
+};
+
+}  // namespace
+
+TEST_F(Obstacles, HangNothingAndLeadNothingOutside) {
+    std::vector<std::string> missing;
+    const std::size_t all = places().size() * obstacles().size();
+    for (const Obstacle& obstacle : obstacles()) {
+        bool isMade = true;
+        for (const std::string& place : places()) {
+            isMade = isMade && (!trial_.picks(50, all) || tryAt(place, obstacle));
+        }
+        if (!isMade) {
+            missing.emplace_back(obstacle.name);
+        }
+    }
+    for (const std::string& name : missing) {
+        trial_.remark("this system does not let be made: " + name);
+        std::cout << "not tried, since this system does not let it be made: " << name << "\n";
+    }
+}
