@@ -62,7 +62,7 @@ FileEntries readBody(const std::string& text, const std::string& head, const std
     return entries;
 }
 
-const char* const DECLARATION = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+const char* const DECLARATION = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n";
 
 FileEntries readUserText(const std::string& text) {
     const auto takeEntry = [](const std::string& all, std::size_t& place, FileEntries& entries) {
