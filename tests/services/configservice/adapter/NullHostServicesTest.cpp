@@ -93,3 +93,12 @@ TEST_F(NoDispatcher, RefreshAndDestroyWork) {
     adapter->Destroy();
     EXPECT_TRUE(adapter->getConfigStoreManager()->containsStore("LocalFileConfigStore"));
 }
+
+TEST_F(NoDispatcher, TelephonyThatConnectsIsNotListenedTo) {
+    const auto adapter = make();
+    log->clear();
+    adapter->onTelephonyConnectionStatusChanged(nullptr);
+    EXPECT_THAT(adapterLines(3), ElementsAre("onTelephonyConnectionStatusChanged: No services dispatcher: telephony is "
+                                             "not watched"));
+    EXPECT_THAT(adapterLines(4), IsEmpty());
+}

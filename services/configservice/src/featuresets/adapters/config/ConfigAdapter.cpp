@@ -133,7 +133,7 @@ boost::function<void()> ConfigAdapter::weakly(Operation operation) {
 }
 
 void ConfigAdapter::startConfigFeatureSet() {
-    if (isStarted() || configStoreManager_ == nullptr) {
+    if (isStarted()) {
         return;
     }
     registerResetDataCallbackOnce();
@@ -249,9 +249,6 @@ void ConfigAdapter::refreshConfigFeatureSet() {
 }
 
 void ConfigAdapter::refresh() {
-    if (configStoreManager_ == nullptr) {
-        return;
-    }
     switchTftpSourceOff();
     configStoreManager_->reset();
     edgeWatch_.end();

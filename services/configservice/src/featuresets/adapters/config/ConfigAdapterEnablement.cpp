@@ -3,9 +3,6 @@
 #include "quill/StringUtils.h"
 
 void ConfigAdapter::SetEnabledServices() {
-    if (configStoreManager_ == nullptr) {
-        return;
-    }
     SetTelephonyEnabled();
     SetVoicemailEnabled();
     SetMeetingsEnabled();
