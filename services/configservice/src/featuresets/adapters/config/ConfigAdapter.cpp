@@ -133,7 +133,7 @@ boost::function<void()> ConfigAdapter::weakly(Operation operation) {
 }
 
 void ConfigAdapter::startConfigFeatureSet() {
-    if (isStarted()) {
+    if (isStarted() || configStoreManager_ == nullptr) {
         return;
     }
     registerResetDataCallbackOnce();
@@ -249,6 +249,9 @@ void ConfigAdapter::refreshConfigFeatureSet() {
 }
 
 void ConfigAdapter::refresh() {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
     switchTftpSourceOff();
     configStoreManager_->reset();
     edgeWatch_.end();

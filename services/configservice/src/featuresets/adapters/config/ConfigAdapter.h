@@ -281,7 +281,7 @@ private:
     std::atomic<bool> resetDataCallbackRegistered_ = false;
     GuardedValue<std::shared_ptr<TftpConfigStore>> tftpConfigStore_;
     const std::shared_ptr<DownloadJournal> downloadJournal_;
-    const std::shared_ptr<ConfigStoreManager> configStoreManager_;  ///< never null
+    std::shared_ptr<ConfigStoreManager> configStoreManager_;
     std::shared_ptr<ConfigServiceImpl> configService_;
     ChainedStoreMap chainedStores_;  // constant after construction
     EdgeWatch edgeWatch_;

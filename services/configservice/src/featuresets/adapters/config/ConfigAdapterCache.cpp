@@ -59,6 +59,9 @@ int ConfigAdapter::getNumCacheStores() {
 }
 
 void ConfigAdapter::InitialiseCachedConfigStores() {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
     const std::wstring list = readQuietly(*configStoreManager_, ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
     const ConfigMap entries = getCachedConfigStorePrioityMap(list);
     for (const auto& [storeName, priority] : entries) {
@@ -125,6 +128,9 @@ void ConfigAdapter::addConfigStore(std::shared_ptr<ConfigStore> store) {
     const std::string name = store->getName();
     if (!isStarted()) {
         logNotStarted("addConfigStore", ", failed to add ConfigStore with name: [" + name + "]");
+        return;
+    }
+    if (configStoreManager_ == nullptr) {
         return;
     }
     const unsigned joined = join(store, [&] { configStoreManager_->addStore(store); });
@@ -207,6 +213,9 @@ void ConfigAdapter::copyAllStoreValues(const std::shared_ptr<ConfigStore>& store
 }
 
 void ConfigAdapter::updateCacheStorePriority(const std::string& storeName, int priority) {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
     // In one step: another thread may be adding a store of its own to the list.
     configStoreManager_->atomically([&] {
         PriorityList list = PriorityList::parse(readConfig(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY));
@@ -226,6 +235,9 @@ void ConfigAdapter::removeFromCachedStorePriorityMap(const std::wstring& storeNa
 bool ConfigAdapter::removeConfigStore(const std::string& name) {
     if (!isStarted()) {
         logNotStarted("removeConfigStore", ", failed to remove ConfigStore with name: [" + name + "]");
+        return false;
+    }
+    if (configStoreManager_ == nullptr) {
         return false;
     }
     bool removed = false;
@@ -250,7 +262,7 @@ void ConfigAdapter::onTftpConfigDownloaded(std::vector<std::wstring> keys) {
         return;
     }
     const std::shared_ptr<TftpConfigStore> store = tftpConfigStore_.get();
-    if (store == nullptr) {
+    if (store == nullptr || configStoreManager_ == nullptr) {
         return;
     }
     if (keys.empty()) {
@@ -262,7 +274,7 @@ void ConfigAdapter::onTftpConfigDownloaded(std::vector<std::wstring> keys) {
 
 void ConfigAdapter::updateExistingConfigStore(const std::shared_ptr<ConfigStore>& store,
                                               const std::vector<std::wstring>& keys) {
-    if (!isStarted()) {
+    if (!isStarted() || configStoreManager_ == nullptr) {
         return;
     }
     const unsigned joined = join(store, [&] { configStoreManager_->updateStoreValues(store, keys); });

@@ -3,6 +3,9 @@
 #include "quill/StringUtils.h"
 
 void ConfigAdapter::SetEnabledServices() {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
     SetTelephonyEnabled();
     SetVoicemailEnabled();
     SetMeetingsEnabled();

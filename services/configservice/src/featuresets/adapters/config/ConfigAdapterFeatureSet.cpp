@@ -26,7 +26,9 @@ void ConfigAdapter::removeAllCachedConfigStores() {
     if (!isStarted()) {
         logNotStarted("removeAllCachedConfigStores", ", failed to remove cached ConfigStores");
     }
-    configStoreManager_->removeAllCachedConfigStores();
+    if (configStoreManager_ != nullptr) {
+        configStoreManager_->removeAllCachedConfigStores();
+    }
 }
 
 bool ConfigAdapter::getConfig(const std::wstring& key, std::wstring& value, bool skipLocal) {
@@ -40,7 +42,8 @@ bool ConfigAdapter::getConfig(const std::wstring& key, std::wstring& value, std:
     if (!isStarted()) {
         logNotStarted("getConfig", "");
     }
-    return configStoreManager_->getValue(key, value, storeName, usedOtherKeyName, skipLocal);
+    return configStoreManager_ != nullptr &&
+           configStoreManager_->getValue(key, value, storeName, usedOtherKeyName, skipLocal);
 }
 
 std::wstring ConfigAdapter::readConfig(const std::wstring& key) {
@@ -49,39 +52,43 @@ std::wstring ConfigAdapter::readConfig(const std::wstring& key) {
 }
 
 bool ConfigAdapter::setConfig(const std::wstring& key, const std::wstring& value) {
-    return configStoreManager_->storeValue(key, value);
+    return configStoreManager_ != nullptr && configStoreManager_->storeValue(key, value);
 }
 
 bool ConfigAdapter::setConfig(std::map<std::wstring, std::wstring> values) {
-    return configStoreManager_->storeValue(values);
+    return configStoreManager_ != nullptr && configStoreManager_->storeValue(values);
 }
 
 bool ConfigAdapter::setInMemoryConfig(const std::wstring& key, const std::wstring& value) {
     if (!isStarted()) {
         logNotStarted("setInMemoryConfig", "");
     }
-    return configStoreManager_->storeInMemoryValue(key, value);
+    return configStoreManager_ != nullptr && configStoreManager_->storeInMemoryValue(key, value);
 }
 
 void ConfigAdapter::resetConfig(const std::wstring& key) {
-    configStoreManager_->eraseKey(key);
+    if (configStoreManager_ != nullptr) {
+        configStoreManager_->eraseKey(key);
+    }
 }
 
 bool ConfigAdapter::isKeySensitive(const std::wstring& key) {
-    return configStoreManager_->isKeySensitive(key);
+    return configStoreManager_ != nullptr && configStoreManager_->isKeySensitive(key);
 }
 
 void ConfigAdapter::setKeySensitive(const std::wstring& key) {
-    configStoreManager_->setKeySensitive(key);
+    if (configStoreManager_ != nullptr) {
+        configStoreManager_->setKeySensitive(key);
+    }
 }
 
 bool ConfigAdapter::setUrlProvisioningData(std::wstring data) {
     const WipedAtEnd wiped(data);
-    return !refusesUrlProvisioning(*configStoreManager_) &&
+    return configStoreManager_ != nullptr && !refusesUrlProvisioning(*configStoreManager_) &&
            configStoreManager_->setUrlProvisioningData(data);
 }
 
 bool ConfigAdapter::resetAllowUriProvisioningData() {
-    return refusesUrlProvisioning(*configStoreManager_) &&
+    return configStoreManager_ != nullptr && refusesUrlProvisioning(*configStoreManager_) &&
            configStoreManager_->resetAllowUriProvisioningData();
 }

@@ -96,6 +96,9 @@ void ConfigAdapter::forgetUsersData() {
 }
 
 void ConfigAdapter::resetUserStores() {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
     configStoreManager_->atomically([this] {
         cachingGate_.beginReset();
         configStoreManager_->resetConfigData();
@@ -118,7 +121,7 @@ void ConfigAdapter::removeFiles() {
     removeFilesFromDirectory(FileUtils::getConfigDirectory());
     // Where the cache folder was a link it has gone with the user's files, and what a provisioning link had set with
     // it.
-    if (hadProvisioningFile) {
+    if (hadProvisioningFile && configStoreManager_ != nullptr) {
         if (const std::shared_ptr<CacheConfigStore> store = findProvisioningStore()) {
             store->restoreFile();
         }
@@ -145,6 +148,9 @@ void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
 
 std::vector<std::shared_ptr<ConfigStore>> ConfigAdapter::endDataReset() {
     std::vector<std::shared_ptr<ConfigStore>> joined;
+    if (configStoreManager_ == nullptr) {
+        return joined;
+    }
     StoreList stores;
     configStoreManager_->atomically([&] {
         joined = cachingGate_.endReset();

@@ -72,6 +72,9 @@ void ConfigAdapter::addOverrideStore() {
 }
 
 void ConfigAdapter::removeCustomServerValuesIfPolicySet() {
+    if (configStoreManager_ == nullptr) {
+        return;
+    }
     for (const ServerPolicy& policy : serverPolicies()) {
         std::wstring value;
         std::wstring storeName;
