@@ -189,6 +189,7 @@ TEST_F(LocalFilePersisting, LogsACopyThatFailsAndRemovesTheTemporaryFile) {
                 testing::ElementsAre(
                     Line{2, logger, "persistValues", "copying temp file to destination failed, copyfile returned"}));
     EXPECT_THAT(filesInFolder(), testing::ElementsAre("local.xml"));
+    EXPECT_TRUE(store.hasUnpersistedValues());
 }
 
 TEST_F(LocalFilePersisting, KeepsTheOldFileWholeOnAFullDiskAndWritesWhenItCan) {
