@@ -35,6 +35,8 @@ if(CORVID_SANITIZERS)
   endif()
 endif()
 
+option(CORVID_COVERAGE "Count which lines and branches of the module are reached" OFF)
+
 # Links this project's own code with its warnings as errors. Apply to every target with sources of ours.
 add_library(corvid_warnings INTERFACE)
 # g++ 12 sees overlapping copies in the library's own string concatenation when it optimises (-Wrestrict, GCC bug 105651).

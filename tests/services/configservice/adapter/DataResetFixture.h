@@ -19,6 +19,14 @@ struct ConfigAdapterTestAccess {
         action();
         adapter.configStoreManager_ = manager;
     }
+
+    /// What the adapter does to its chain of itself, on account of a store.
+    static void maintainChain(ConfigAdapter& adapter, const std::shared_ptr<ConfigStore>& store) {
+        adapter.updateExistingConfigStore(store, store->getKeys());
+        adapter.updateCacheStorePriority(store->getName(), store->getPriority());
+        adapter.InitialiseCachedConfigStores();
+        adapter.removeCustomServerValuesIfPolicySet();
+    }
 };
 
 /// A module that is asked to forget the user's data.

@@ -248,3 +248,22 @@ TEST_F(EdgeReadiness, WithoutASystemServiceSaysSo) {
     adapter()->checkEdgeReady();
     EXPECT_THAT(adapterLines(3), ElementsAre("checkEdgeReady: No system service: telephony is not watched"));
 }
+
+TEST_F(EdgeReadiness, AListThatChangesAfterTheSystemServiceHasGoneIsNotLookedAt) {
+    watch({});
+    const auto kept = adapter();
+    factory->clear();
+    log->clear();
+    changeList({health(SOFTPHONE, CONNECTED)});
+    EXPECT_THAT(adapterLines(3), ElementsAre("onServerHealthInformationListChanged: No system service: a change of the "
+                                             "server health is not seen"));
+    EXPECT_EQ(downloadLines(), 0U);
+}
+
+TEST_F(EdgeReadiness, AListMayHoldNothingInTheTelephonysPlace) {
+    watch({nullptr});
+    const auto softphone = health(SOFTPHONE);
+    changeList({nullptr, softphone});
+    softphone->change(CONNECTED);
+    EXPECT_EQ(downloadLines(), 1U);
+}

@@ -1,10 +1,17 @@
-#include "AdapterFixture.h"
+#include "DataResetFixture.h"
 
 using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
 namespace {
+
+class NoManager : public AdapterFixture {
+protected:
+    void withoutManager(const std::function<void()>& action) const {
+        ConfigAdapterTestAccess::withoutManager(*adapter(), action);
+    }
+};
 
 class NoSystemService : public AdapterFixture {
 protected:
@@ -92,4 +99,54 @@ TEST_F(NoDispatcher, RefreshAndDestroyWork) {
     adapter->refreshConfigFeatureSet();
     adapter->Destroy();
     EXPECT_TRUE(adapter->getConfigStoreManager()->containsStore("LocalFileConfigStore"));
+}
+
+TEST_F(NoDispatcher, TelephonyThatConnectsIsNotListenedTo) {
+    const auto adapter = make();
+    log->clear();
+    adapter->onTelephonyConnectionStatusChanged(nullptr);
+    EXPECT_THAT(adapterLines(3), ElementsAre("onTelephonyConnectionStatusChanged: No services dispatcher: telephony is "
+                                             "not watched"));
+    EXPECT_THAT(adapterLines(4), IsEmpty());
+}
+
+TEST_F(NoManager, OperationsSayNoAndDoNothing) {
+    writeDefaults({{"key", "value"}});
+    injectAndStart();
+    withoutManager([this] {
+        std::wstring value;
+        EXPECT_FALSE(adapter()->getConfig(L"key", value, false));
+        EXPECT_FALSE(adapter()->setConfig(L"key", L"other"));
+        EXPECT_FALSE(adapter()->setConfig({{L"key", L"other"}}));
+        EXPECT_FALSE(adapter()->setInMemoryConfig(L"key", L"other"));
+        adapter()->resetConfig(L"key");
+        adapter()->setKeySensitive(L"key");
+        EXPECT_FALSE(adapter()->isKeySensitive(L"key"));
+        adapter()->removeAllCachedConfigStores();
+    });
+    EXPECT_EQ(get(L"key"), L"value");
+    EXPECT_FALSE(adapter()->isKeySensitive(L"key"));
+}
+
+TEST_F(NoManager, StoresNeitherComeNorGo) {
+    writeCache("cachedOtherStore.xml", {{"key", "value"}});
+    injectAndStart();
+    const auto store = std::make_shared<fakes::ScriptedStore>("OtherStore", 30);
+    const auto before = chain();
+    withoutManager([this, &store] {
+        adapter()->addConfigStore(store);
+        EXPECT_FALSE(adapter()->removeConfigStore("OtherStore"));
+        ConfigAdapterTestAccess::maintainChain(*adapter(), store);
+        adapter()->SetEnabledServices();
+        adapter()->refreshConfigFeatureSet();
+    });
+    EXPECT_EQ(chain(), before);
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"<none>");
+    EXPECT_NE(cacheFile("cachedOtherStore.xml"), "");
+}
+
+TEST_F(NoManager, StartsNothing) {
+    inject();
+    withoutManager([this] { start(); });
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
 }

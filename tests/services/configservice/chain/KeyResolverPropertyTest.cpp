@@ -4,8 +4,10 @@
 #include <random>
 
 #include "chain/KeyResolver.h"
+#include "fakes/RecordingLogSink.h"
 #include "fakes/ScopedWorld.h"
 #include "fakes/ScriptedStore.h"
+#include "stores/LocalFileConfigStore.h"
 #include "support/Seed.h"
 
 // The resolver against a second statement of the same rules, over random chains. The second one is written from the
@@ -17,6 +19,7 @@ struct TableStore {
     std::string name;
     bool readOnly;
     std::map<std::wstring, std::wstring> values;
+    bool isOfTheModule = false;  ///< such a store is not asked twice for the same
 };
 
 using Table = std::vector<TableStore>;
@@ -118,6 +121,7 @@ public:
         for (std::size_t place = 0; place < table.size(); ++place) {
             table[place].name = "Store" + std::to_string(place);
             table[place].readOnly = below(2) == 0;
+            table[place].isOfTheModule = below(2) == 0;
             for (const std::wstring& key : KEYS) {
                 if (below(3) == 0) {
                     table[place].values[key] = below(3) == 0 ? L"" : L"text" + std::to_wstring(below(100));
@@ -133,17 +137,29 @@ private:
     std::mt19937 random_;
 };
 
+std::shared_ptr<ConfigStore> storeOf(const TableStore& row) {
+    if (row.isOfTheModule) {
+        const auto store =
+            std::make_shared<LocalFileConfigStore>(row.name, 0, "no folder", "no file", false, row.readOnly);
+        for (const auto& [key, value] : row.values) {
+            store->storeValue(key, value);
+        }
+        return store;
+    }
+    auto store = std::make_shared<fakes::ScriptedStore>(row.name, 0);
+    if (row.readOnly) {
+        store->readOnly();
+    }
+    for (const auto& [key, value] : row.values) {
+        store->with(key, value);
+    }
+    return store;
+}
+
 SearchList storesOf(const Table& table) {
     SearchList stores;
     for (const TableStore& row : table) {
-        auto store = std::make_shared<fakes::ScriptedStore>(row.name, 0);
-        if (row.readOnly) {
-            store->readOnly();
-        }
-        for (const auto& [key, value] : row.values) {
-            store->with(key, value);
-        }
-        stores.emplace_back(store);
+        stores.emplace_back(storeOf(row));
     }
     return stores;
 }
@@ -151,7 +167,8 @@ SearchList storesOf(const Table& table) {
 std::string describe(const Table& table) {
     std::string text;
     for (const TableStore& row : table) {
-        text += row.name + (row.readOnly ? " (read-only):" : " (writable):");
+        text +=
+            row.name + (row.isOfTheModule ? " of the module" : "") + (row.readOnly ? " (read-only):" : " (writable):");
         for (const auto& [key, value] : row.values) {
             text += " " + QuillCoreUtils::toString(key) + "=[" + QuillCoreUtils::toString(value) + "]";
         }
@@ -182,6 +199,7 @@ protected:
     }
 
     const fakes::ScopedWorld world;
+    const fakes::ScopedRecordingLog log;  ///< takes what the stores say of files that are not there
     const unsigned seed = support::seedOfThisRun();
     Generator generator{seed};
     const RenamedKeys names = RenamedKeys::read();
@@ -217,7 +235,7 @@ TEST_F(KeyResolverProperty, TakesAStoreThatHoldsNothingForNoStore) {
         Table table = generator.table();
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round) + "\n" + describe(table));
         const auto place = static_cast<std::ptrdiff_t>(generator.below(table.size() + 1));
-        table.insert(table.begin() + place, {"Empty", generator.below(2) == 0, {}});
+        table.insert(table.begin() + place, {"Empty", generator.below(2) == 0, {}, generator.below(2) == 0});
         check(table, L"TFTPPrimaryServer", L"TFTPPrimaryServer", L"TftpServer1");
     }
 }

@@ -83,4 +83,18 @@ TEST(SharedText, OutlivesTheObjectItWasCopiedFromAmongManyThatComeAndGo) {
     EXPECT_EQ(&again.text(), &kept.text());
 }
 
+TEST(LiveValues, GivesKeysOfEveryScriptInTheOrderOfTheirSmallLetters) {
+    LiveValues values;
+    for (const wchar_t* const key : {L"\u0416uk", L"\u00c4pfel", L"apfel", L"\u00e4pfeL2", L"Zug", L"zu\u00df"}) {
+        values.add(makeLive(key));
+    }
+    std::vector<std::wstring> order;
+    for (const auto& object : values.inOrder()) {
+        order.push_back(object->getKey());
+    }
+    const std::vector<std::wstring> expected = {L"apfel",      L"Zug",         L"zu\u00df",
+                                                L"\u00c4pfel", L"\u00e4pfeL2", L"\u0416uk"};
+    EXPECT_EQ(order, expected);
+}
+
 }  // namespace

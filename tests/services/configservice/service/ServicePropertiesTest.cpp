@@ -191,4 +191,47 @@ TEST_F(ServiceProperties, BulkUpdateAndIdentityMayBeReadOnAnotherThread) {
     EXPECT_EQ(guid, service->getGuid());
 }
 
+/// A service of somebody else's over the same properties, which guards itself.
+class FreeService : public ConfigServiceBaseImpl {
+public:
+    explicit FreeService(const std::shared_ptr<UnifiedFactory>& host) : ConfigServiceBaseImpl(host, false) {}
+    using ConfigServiceBaseImpl::logger;
+
+    std::shared_ptr<ConfigValue> getConfig(std::wstring) override { return nullptr; }
+    void setConfig(std::wstring, std::wstring) override {}
+    void setInMemoryConfig(std::wstring, std::wstring) override {}
+    std::shared_ptr<std::vector<std::shared_ptr<ConfigValue>>> getAllConfig() override { return nullptr; }
+    void resetConfig(std::wstring) override {}
+    bool removeConfigStoreAndCache(std::wstring) override { return false; }
+    void removeAllCachedConfigStores() override {}
+    void logConfig() override {}
+    void setKeySensitive(std::wstring) override {}
+    bool isKeySensitive(std::wstring) override { return false; }
+    bool setUrlProvisioningData(std::wstring) override { return false; }
+    bool resetAllowUriProvisioningData() override { return false; }
+};
+
+TEST_F(ServiceProperties, AreFreeOfTheCheckInAnObjectThatGuardsItself) {
+    FreeService free(factory);
+    dispatcher->setUpdateAccess(false);
+    EXPECT_FALSE(free.getConfigReady());
+    free.setConfigReady(true);
+    EXPECT_TRUE(free.getConfigReady());
+    EXPECT_NO_THROW(free.fireConfigReady());
+    EXPECT_FALSE(free.getBulkUpdateInProgress());
+}
+
+TEST_F(ServiceProperties, HaveALogOfTheirOwnForEachLayer) {
+    class Value : public ConfigValueImpl {
+    public:
+        using ConfigValueBaseImpl::logger;
+    };
+    log->clear();
+    TesselLog(FreeService::logger(), 4, __FILE__, __LINE__, "test", std::string("of the service"));
+    TesselLog(Value::logger(), 4, __FILE__, __LINE__, "test", std::string("of a value"));
+    const std::vector<fakes::RecordingLogSink::Line> expected = {
+        {4, "ConfigService-Base-Impl", "test", "of the service"}, {4, "ConfigValue-Base-Impl", "test", "of a value"}};
+    EXPECT_EQ(log->lines(), expected);
+}
+
 }  // namespace

@@ -1,4 +1,7 @@
 #include "xml/DocumentInspector.h"
+
+#include <sys/stat.h>
+
 #include "StoreTestSupport.h"
 
 namespace storetests {
@@ -230,6 +233,21 @@ TEST_F(Inspector, ReadsALargeLocalFileAsTheStoreDoes) {
     EXPECT_TRUE(report.warnings.empty());
     ASSERT_EQ(report.entries.size(), 1u);
     EXPECT_EQ(report.entries[0].value.size(), 10u * 1024 * 1024);
+}
+
+TEST_F(Inspector, RefusesWhatIsNoFileWithoutReadingIt) {
+    const std::string pipe = path("pipe.xml");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    const auto report = inspectDocument(pipe);
+    EXPECT_FALSE(report.valid);
+    EXPECT_EQ(told(report.errors), std::vector<std::string>{"0: expected a file"});
+}
+
+TEST_F(Inspector, WarnsOfTextInCDataAndOfEntitiesBesideElements) {
+    const auto report = inspect("<!DOCTYPE r [<!ENTITY e 'x'>]>\n<r>\n<G><![CDATA[lost]]><A>1</A></G>\n"
+                                "<H>&e;<B>2</B></H>\n</r>");
+    EXPECT_EQ(told(report.warnings),
+              (std::vector<std::string>{"3: text is ignored in: G", "4: text is ignored in: H"}));
 }
 
 }  // namespace

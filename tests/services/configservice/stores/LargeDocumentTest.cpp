@@ -1,7 +1,10 @@
+#include <limits>
+
 #include "StoreTestSupport.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
 #include "stores/XmlConfigStore.h"
+#include "xml/XmlDocument.h"
 
 namespace storetests {
 namespace {
@@ -104,6 +107,11 @@ TEST_F(LargeDocuments, ThatAreNotWellFormedAreStillSetAside) {
     LocalFileConfigStore store = openLocal();
     EXPECT_TRUE(store.getKeys().empty());
     EXPECT_TRUE(read("local-backup.xml") == broken);
+}
+
+TEST_F(LargeDocuments, OfMoreBytesThanTheParserCanCountAreNotTouched) {
+    constexpr std::size_t tooMany = std::size_t{std::numeric_limits<int>::max()} + 1;
+    EXPECT_EQ(readXmlMemory(nullptr, tooMany, "document"), nullptr);
 }
 
 }  // namespace

@@ -189,6 +189,7 @@ TEST_F(LocalFilePersisting, LogsACopyThatFailsAndRemovesTheTemporaryFile) {
                 testing::ElementsAre(
                     Line{2, logger, "persistValues", "copying temp file to destination failed, copyfile returned"}));
     EXPECT_THAT(filesInFolder(), testing::ElementsAre("local.xml"));
+    EXPECT_TRUE(store.hasUnpersistedValues());
 }
 
 TEST_F(LocalFilePersisting, KeepsTheOldFileWholeOnAFullDiskAndWritesWhenItCan) {
@@ -302,6 +303,28 @@ TEST_F(LocalFilePersisting, WritesNothingAfterADestroyThatMeetsARunningWrite) {
     EXPECT_THAT(atDestroy, testing::HasSubstr("name=\"round\""));
     EXPECT_EQ(read("folder/local.xml"), atDestroy);
     EXPECT_EQ(valueOf(store, L"round"), std::to_wstring(lastRound));
+}
+
+TEST_F(LocalFilePersisting, InNoFolderIsInTheCurrentOne) {
+    class CurrentFolder {
+    public:
+        explicit CurrentFolder(const std::string& path) : former_(std::filesystem::current_path()) {
+            std::filesystem::current_path(path);
+        }
+        ~CurrentFolder() { std::filesystem::current_path(former_); }
+        CurrentFolder(const CurrentFolder&) = delete;
+        CurrentFolder& operator=(const CurrentFolder&) = delete;
+
+    private:
+        const std::filesystem::path former_;
+    };
+    const CurrentFolder current(world_.directory().path());
+    LocalFileConfigStore store("Local", 20, "", "local.xml", false, false);
+    store.storeValue(L"key", L"value");
+    store.persistValues();
+    EXPECT_FALSE(store.hasUnpersistedValues());
+    LocalFileConfigStore restarted("Local", 20, world_.directory().path(), "local.xml", false, false);
+    EXPECT_EQ(contentsOf(restarted), (Map{{L"key", L"value"}}));
 }
 
 }  // namespace

@@ -130,9 +130,7 @@ void ConfigServiceImpl::OnConfigChanged(std::wstring key, std::wstring value, st
     EnsureUpdateAccess(true);
     // This reference keeps the object alive: an observer may empty the cache and drop its own.
     const std::shared_ptr<ConfigValueImpl> config = findConfig(key);
-    if (config == nullptr) {
-        createConfig(key, value, originalValue, isOverridden, valueStoreName, originalValueStoreName);
-    } else if (silent) {
+    if (silent) {
         config->silentUpdate(std::move(value), std::move(originalValue), isOverridden, isDefined,
                              std::move(valueStoreName), std::move(originalValueStoreName));
     } else {
@@ -142,9 +140,8 @@ void ConfigServiceImpl::OnConfigChanged(std::wstring key, std::wstring value, st
 }
 
 void ConfigServiceImpl::FireIfRequired(std::wstring key) {
-    if (const std::shared_ptr<ConfigValueImpl> config = findConfig(key)) {
-        config->fireRequired();
-    }
+    const std::shared_ptr<ConfigValueImpl> config = findConfig(key);
+    config->fireRequired();
 }
 
 void ConfigServiceImpl::updateSensitiveKeyList(std::wstring key) {

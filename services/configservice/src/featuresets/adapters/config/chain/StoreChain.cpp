@@ -56,14 +56,11 @@ void StoreChain::insert(const std::shared_ptr<ConfigStore>& store) {
     replace(std::move(changed));
 }
 
-bool StoreChain::erase(const std::shared_ptr<ConfigStore>& store) {
+void StoreChain::erase(const std::shared_ptr<ConfigStore>& store) {
     const Lock lock(*this);
     StoreList changed = *stores();
-    if (std::erase(changed, store) == 0) {
-        return false;
-    }
+    std::erase(changed, store);
     replace(std::move(changed));
-    return true;
 }
 
 void StoreChain::replace(StoreList stores) {

@@ -55,8 +55,8 @@ public:
     /// Puts a store behind those of the same or a smaller priority number.
     void insert(const std::shared_ptr<ConfigStore>& store);
 
-    /// Takes this very store out. False if it was not in the chain.
-    bool erase(const std::shared_ptr<ConfigStore>& store);
+    /// Takes this very store out, if it is in the chain.
+    void erase(const std::shared_ptr<ConfigStore>& store);
 
     /// Calls visit(store) for the stores of this moment, first to last, until it returns false. A store that has left
     /// the chain before its turn is passed over, one that joins meanwhile is not visited.

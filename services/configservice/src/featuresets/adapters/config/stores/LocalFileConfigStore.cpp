@@ -213,11 +213,8 @@ void LocalFileConfigStore::createConfigDirectory() {
     if (directory_.empty()) {
         return;
     }
-    std::string directory = directory_;
-    if (directory.rfind(FileUtils::FileSeparator()) == directory.length() - 1) {
-        directory.pop_back();
-    }
-    FileUtils::createDirectory(directory);
+    // Without the separator.
+    FileUtils::createDirectory(directory_.substr(0, directory_.length() - 1));
 }
 
 LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
