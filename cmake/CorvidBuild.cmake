@@ -35,6 +35,9 @@ if(CORVID_SANITIZERS)
   endif()
 endif()
 
+# A package is not moved, its libraries lie where the system looks for them, and it holds papers of its own.
+option(CORVID_FOR_DEBIAN "Install as a Debian package wants it" OFF)
+
 # Where headers go: in a folder of their own, since names such as "system/World.h" are not for everybody's path.
 include(GNUInstallDirs)
 set(CORVID_INSTALL_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/configservice)

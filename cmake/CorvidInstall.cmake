@@ -6,7 +6,7 @@ include(CMakePackageConfigHelpers)
 set(CORVID_CMAKE_FOLDER ${CMAKE_INSTALL_LIBDIR}/cmake/ConfigService)
 
 # A module finds the platform beside itself, as the tool does.
-if(CORVID_RELOCATABLE)
+if(NOT CORVID_FOR_DEBIAN)
   set_target_properties(platform configservice PROPERTIES INSTALL_RPATH "$ORIGIN")
 endif()
 set_target_properties(configservice_interfaces PROPERTIES EXPORT_NAME interfaces)

@@ -17,9 +17,7 @@ function(corvid_debian_papers component package)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
 endfunction()
 
-# Only where packages are made: an installation elsewhere has no use for them.
-option(CORVID_DEBIAN_PAPERS "Install what a Debian package holds beside the software" OFF)
-if(CORVID_DEBIAN_PAPERS)
+if(CORVID_FOR_DEBIAN)
   corvid_debian_papers(module ${CORVID_MODULE_PACKAGE})
   corvid_debian_papers(headers ${CORVID_HEADERS_PACKAGE})
   corvid_debian_papers(tool ${CORVID_TOOL_PACKAGE})
