@@ -37,6 +37,24 @@ endif()
 
 option(CORVID_COVERAGE "Count which lines and branches of the module are reached" OFF)
 
+# A package is not moved, its libraries lie where the system looks for them, and it holds papers of its own.
+option(CORVID_FOR_DEBIAN "Install as a Debian package wants it" OFF)
+
+# Where headers go: in a folder of their own, since names such as "system/World.h" are not for everybody's path.
+include(GNUInstallDirs)
+set(CORVID_INSTALL_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/configservice)
+
+# corvid_library_version(TARGET): its file says the project's version. Below 1.0.0 a minor version may break clients, so
+# that what they are linked with is of the same one.
+function(corvid_library_version target)
+  if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(soversion ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+  else()
+    set(soversion ${PROJECT_VERSION_MAJOR})
+  endif()
+  set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${soversion})
+endfunction()
+
 # Links this project's own code with its warnings as errors. Apply to every target with sources of ours.
 add_library(corvid_warnings INTERFACE)
 # g++ 12 sees overlapping copies in the library's own string concatenation when it optimises (-Wrestrict, GCC bug 105651).

@@ -34,7 +34,8 @@ public:
     /// Names of the waiting tasks, in order; blocked callers' tasks included.
     std::vector<std::string> waitingNames() const;
 
-    /// Names of all tasks ever queued or run in place, in order; those given to enqueueBlock() have " (block)" appended.
+    /// Names of all tasks ever queued or run in place, in order; those given to enqueueBlock() have " (block)"
+    /// appended.
     std::vector<std::string> allNames() const;
 
     /// Waits until at least count tasks are waiting. For tests with real threads.

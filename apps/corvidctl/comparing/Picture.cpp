@@ -19,8 +19,8 @@ std::vector<Layer> takeLayers(ConfigStoreManager& chain) {
         for (const std::wstring& key : store->getKeys()) {
             std::wstring value;
             if (store->getValue(key, value)) {
-                layer.entries.push_back(
-                    {names.currentName(key), toString(key), names.isOld(key), toString(value), reader.isSensitive(key)});
+                layer.entries.push_back({names.currentName(key), toString(key), names.isOld(key), toString(value),
+                                         reader.isSensitive(key)});
             }
         }
         layers.push_back(std::move(layer));

@@ -217,8 +217,8 @@ private:
     KeyFilter filter_;
     KeyedValues configValues_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
     tessel::Event storeReady_{false};
-    unsigned long readyTimeoutMilliseconds_ = 20000;  ///< of waitForStoreReady(); only tests have another one
-    tessel::Mutex downloadMutex_{LockRanks::DOWNLOAD};  ///< serialises the start and the end of cycles
+    unsigned long readyTimeoutMilliseconds_ = 20000;           ///< of waitForStoreReady(); only tests have another one
+    tessel::Mutex downloadMutex_{LockRanks::DOWNLOAD};         ///< serialises the start and the end of cycles
     tessel::Mutex observerMutex_{LockRanks::DOWNLOAD_REPORT};  ///< held while the observers are told
     tessel::Mutex valuesMutex_{LockRanks::STORE_VALUES};
     /// For the queue, and the state where both change together.

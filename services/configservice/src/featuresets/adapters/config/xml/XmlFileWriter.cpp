@@ -24,8 +24,8 @@ constexpr std::size_t ROOM = 65536;
 // The most that becomes of one unit, "&quot;" say.
 constexpr std::size_t LONGEST_UNIT = 6;
 
-/// Makes a file for the user alone. What stands in its place goes first: a link, symbolic or hard, may lead to a file of
-/// somebody else's. @return -1 if that cannot be.
+/// Makes a file for the user alone. What stands in its place goes first: a link, symbolic or hard, may lead to a file
+/// of somebody else's. @return -1 if that cannot be.
 int makePrivateFile(const std::string& path) {
     ::unlink(path.c_str());
     const int file = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
