@@ -47,6 +47,7 @@ public:
     /// A copy of the list at this moment. Never null.
     virtual std::shared_ptr<ServerHealthInformationList> getServerHealthInformationList() const = 0;
 
+    /// Never null.
     virtual std::shared_ptr<SystemServiceNotifiers> getSystemServiceNotifiers() = 0;
 
     /// Where modules register for a data reset; null if the host offers none.
