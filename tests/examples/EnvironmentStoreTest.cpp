@@ -32,6 +32,7 @@ std::shared_ptr<ConfigStore> makeFromEnvironment(const std::map<std::wstring, st
     return store;
 }
 
+//! [contract]
 StoreContractCase environmentStore() {
     return {.kind = "EnvironmentStore",
             .make = [](const auto& values, const auto&) { return makeFromEnvironment(values); },
@@ -46,6 +47,7 @@ StoreContractCase environmentStore() {
 }  // namespace
 
 INSTANTIATE_TEST_SUITE_P(Environment, StoreContract, testing::Values(environmentStore()), nameOfStoreContractCase);
+//! [contract]
 
 TEST(EnvironmentStore, SplitsAtTheFirstEqualsSign) {
     std::wstring value;

@@ -66,8 +66,9 @@ public:
     /// Marks a key as sensitive, for the life of the feature set.
     virtual void setKeySensitive(const std::wstring& key) = 0;
 
-    /// Turns the download of the server's file on and fetches it, if one of "TFTPPrimaryServer", "TFTPBackupServer1" and
-    /// "TFTPBackupServer2" names a server; "configurationfile" may name the file. A second call while on does nothing.
+    /// Turns the download of the server's file on and fetches it, if one of "TFTPPrimaryServer", "TFTPBackupServer1"
+    /// and "TFTPBackupServer2" names a server; "configurationfile" may name the file. A second call while on does
+    /// nothing.
     ///
     /// May block: unless "HomeUdsVersion" is known, servers are asked for their version first, for up to 30 seconds if
     /// they are silent. So not on a thread that a user waits for. The transfer runs in the background, and what it
@@ -79,10 +80,10 @@ public:
     /// - Without a version nothing is fetched, and a change of the addresses does not help: only a stop and a start do,
     ///   or telephony's connection in edge mode.
     /// - A change of the four keys while this call is under way may go unnoticed: set them before.
-    /// - When every address has failed, the server's values are gone from the chain, and nobody is told: lookups see it,
-    ///   live values keep what they had.
-    /// - A file that is no configuration document counts as delivered: the server's values are gone, and so are those of
-    ///   its copy, which would have served the next start.
+    /// - When every address has failed, the server's values are gone from the chain, and nobody is told: lookups see
+    ///   it, live values keep what they had.
+    /// - A file that is no configuration document counts as delivered: the server's values are gone, and so are those
+    ///   of its copy, which would have served the next start.
     /// - A policy in the file can erase the server keys that the user has entered. That starts a new attempt with what
     ///   is left; if no address is left, the values that have just joined are gone again.
     /// - Sensitive values are not in the copy on disk: after a restart they are missing until the next download.
