@@ -112,6 +112,33 @@ TEST(PageOfFiles, NamesEveryFile) {
     }
 }
 
+/// Where the links and pictures of a page lead that are no addresses of the web.
+std::vector<std::string> targetsOf(const std::string& page) {
+    std::vector<std::string> targets;
+    for (std::size_t begin = page.find("]("); begin != std::string::npos; begin = page.find("](", begin + 2)) {
+        const std::string target = page.substr(begin + 2, page.find_first_of("#)", begin + 2) - begin - 2);
+        if (!target.empty() && !target.starts_with("http")) {
+            targets.push_back(target);
+        }
+    }
+    return targets;
+}
+
+TEST(Pages, LeadToFilesThatAreThere) {
+    std::vector<std::filesystem::path> pages = {SOURCES / "README.md", SOURCES / "CONTRIBUTING.md",
+                                                SOURCES / "CHANGELOG.md"};
+    for (const auto& entry : std::filesystem::directory_iterator(SOURCES / "docs")) {
+        if (entry.path().extension() == ".md") {
+            pages.push_back(entry.path());
+        }
+    }
+    for (const std::filesystem::path& page : pages) {
+        for (const std::string& target : targetsOf(readFile(page))) {
+            EXPECT_TRUE(std::filesystem::exists(page.parent_path() / target)) << page << " leads to " << target;
+        }
+    }
+}
+
 TEST(ConsoleBlock, TakesDotsForAnyLines) {
     EXPECT_TRUE(docs::isAsExpected("a\nb\nc\n", "a\n...\nc\n"));
     EXPECT_TRUE(docs::isAsExpected("a\nc\n", "a\n...\nc\n"));
