@@ -9,6 +9,7 @@
 #include "system/ResetDataProvider.h"
 #include "system/ServerHealthInformation.h"
 
+/// How the client's servers are doing, an entry for each.
 using ServerHealthInformationList = std::vector<std::shared_ptr<ServerHealthInformation>>;
 
 /// The change signal of the list of server health entries. Any thread.
