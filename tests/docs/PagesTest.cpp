@@ -71,7 +71,7 @@ TEST_P(PageOfCommands, PrintsWhatItSays) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Docs, PageOfCommands, testing::Values("cookbook.md"),
+INSTANTIATE_TEST_SUITE_P(Docs, PageOfCommands, testing::Values("cookbook.md", "files.md"),
                          [](const auto& page) { return std::string(page.param, std::strcspn(page.param, ".")); });
 
 TEST(PageOfKeys, HasEveryOldNameWithTheCurrentOne) {
@@ -100,6 +100,33 @@ TEST(PageOfKeys, HasEveryKeyOfALink) {
     const std::string page = readFile(SOURCES / "docs/keys.md");
     for (const std::wstring& key : ConfigStoreConstants::URL_PROVISIONING_CONFIG_KEY_ARRAY) {
         EXPECT_THAT(page, HasSubstr("`" + toString(key) + "`"));
+    }
+}
+
+TEST(PageOfKeys, HasEveryKeyThatTheModuleReads) {
+    using namespace ConfigStoreConstants;
+    const std::string page = QuillCoreUtils::toLowercase(readFile(SOURCES / "docs/keys.md"));
+    for (const std::wstring& key : {HOME_UDS_VERSION,
+                                    TFTP_SERVER_1_KEY,
+                                    TFTP_SERVER_2_KEY,
+                                    TFTP_SERVER_3_KEY,
+                                    CONFIGURATION_FILE_KEY,
+                                    VOICEMAIL_SERVER_1_KEY,
+                                    HUBCIP_SERVER_1_KEY,
+                                    HUBCIP_SERVER_2_KEY,
+                                    HUBCIP_SERVER_3_KEY,
+                                    CTI_SERVER_1_KEY,
+                                    PRIMARY_CONFIG_STORES_KEY,
+                                    AD_PASSWORD_KEY,
+                                    AD_USERNAME_KEY,
+                                    BDI_CONNECTION_PASSWORD_STRING,
+                                    BDI_CONNECTION_USERNAME_STRING,
+                                    BDI_CONNECTION_USERDN_STRING,
+                                    ALLOW_URL_PROVISIONING_KEY,
+                                    ADDTIONAL_INFO,
+                                    certificateValidationEnabled,
+                                    PRODUCT_MODE_KEY}) {
+        EXPECT_THAT(page, HasSubstr("`" + QuillCoreUtils::toLowercase(toString(key)) + "`"));
     }
 }
 
@@ -137,6 +164,14 @@ TEST(Pages, LeadToFilesThatAreThere) {
             EXPECT_TRUE(std::filesystem::exists(page.parent_path() / target)) << page << " leads to " << target;
         }
     }
+}
+
+TEST(Contributing, ShowsCodeAsItStandsInTheTree) {
+    const std::string page = readFile(SOURCES / "CONTRIBUTING.md");
+    const std::string fence = "```cpp\n";
+    const std::size_t begin = page.find(fence) + fence.size();
+    EXPECT_THAT(readFile(SOURCES / "platform/api/tessel/Event.h"),
+                HasSubstr(page.substr(begin, page.find("```", begin) - begin)));
 }
 
 TEST(ConsoleBlock, TakesDotsForAnyLines) {
