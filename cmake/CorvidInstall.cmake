@@ -33,6 +33,8 @@ foreach(header IN LISTS CORVID_HOST_HEADERS)
 endforeach()
 install(DIRECTORY contracts/include/ platform/api/ services/configservice/include/
   DESTINATION ${CORVID_INSTALL_HEADERS} COMPONENT headers)
+# The test that every store passes, for stores of other projects.
+install(DIRECTORY services/configservice/testing DESTINATION ${CORVID_INSTALL_HEADERS} COMPONENT headers)
 
 # Files that name the version, or where things lie.
 set(CORVID_PAPERS ${CMAKE_CURRENT_BINARY_DIR}/packaging)

@@ -33,6 +33,7 @@ const wchar_t* const KEY = L"VoicemailPrimaryServer";
 struct BareHost {
     BareHost(const std::string& directory, const std::string& caFile)
         : network(std::make_shared<platform::CurlTransport>(caFile)) {
+        //! [world]
         const auto world = std::make_shared<platform::World>();
         world->configDirectory = directory + "/user";  // one of its own, since a data reset empties it
         world->installationDirectory = directory;
@@ -42,10 +43,12 @@ struct BareHost {
         platform::setWorld(world);  // before the module goes in, which reads its files at once
         factory->setService<SystemService>(1, system);
         dispatcher->start();
+        //! [world]
     }
 
     /// In this order nothing is lost, and nobody is called who is gone.
     ~BareHost() {
+        //! [end]
         network->interruptRequests();
         if (module() != nullptr) {
             module()->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
@@ -59,6 +62,7 @@ struct BareHost {
         system->resetDataProvider()->clear();
         factory->clear();
         platform::setWorld(std::make_shared<platform::World>());
+        //! [end]
     }
 
     /// Whatever touches the service or a value runs so: on the dispatcher thread, while the caller waits.
@@ -91,6 +95,7 @@ struct Arrival : ConfigValueObserver {
     tessel::Event event{false};
 };
 
+//! [put in]
 void putModuleIn(const BareHost& host, const char* path) {
     void* const library = dlopen(path, RTLD_NOW);  // never closed: objects of its code may outlive the host
     void* const entry = library == nullptr ? nullptr : dlsym(library, "InjectConfigService");
@@ -102,6 +107,7 @@ void putModuleIn(const BareHost& host, const char* path) {
         throw std::runtime_error(std::string("the module brought no feature set: ") + path);
     }
 }
+//! [put in]
 
 void fetch(const BareHost& host, unsigned long seconds) {
     const auto arrival = std::make_shared<Arrival>();

@@ -9,6 +9,7 @@
 
 namespace {
 
+//! [observer]
 /// Prints the value whenever it changes. The value holds its observers weakly, so the client keeps this one alive.
 class ValuePrinter : public ConfigValueObserver {
 public:
@@ -23,7 +24,9 @@ public:
 private:
     const std::weak_ptr<ConfigValue> value_;
 };
+//! [observer]
 
+//! [client]
 /// The client's part, on the dispatcher thread, as everything that touches the service. @return the exit status.
 int observeAKey(const std::shared_ptr<UnifiedFactory>& factory) {
     const auto service = factory->getService<ConfigService>();
@@ -38,6 +41,7 @@ int observeAKey(const std::shared_ptr<UnifiedFactory>& factory) {
               << QuillCoreUtils::toString(value->getValueStoreName()) << "\n";
     return value->equals(L"example.com") ? 0 : 1;
 }
+//! [client]
 
 }  // namespace
 
@@ -46,6 +50,7 @@ int main(int argc, char** argv) {
         std::cerr << "usage: observe-a-key CONFIGURATION-DIRECTORY\n";
         return 2;
     }
+    //! [host]
     host::ReferenceHost::Options options;
     options.configDirectory = argv[1];
     options.powerEvents = false;  // over before it matters
@@ -55,5 +60,6 @@ int main(int argc, char** argv) {
         host.runOnDispatcher([&] { status = observeAKey(host.factory()); });
         host.stop();
     }
+    //! [host]
     return status;
 }

@@ -12,7 +12,10 @@
 /// Base interface of every service that a module registers with the factory.
 class UnifiedService : public virtual UnifiedBusinessObject {
 public:
+    /// As UnifiedBusinessObject::addObserver(), for observers of this layer.
     virtual void addObserver(std::weak_ptr<UnifiedServiceObserver> observer) = 0;
+
+    /// One that is not registered is no error.
     virtual void removeObserver(std::weak_ptr<UnifiedServiceObserver> observer) = 0;
 
     /// The notifiers of this layer, made at the first request. Never null.

@@ -14,6 +14,7 @@ namespace host {
 
 /// What a host is made of. All texts are UTF-8; directories have no trailing separator.
 struct ReferenceHostOptions {
+    /// What FIPS mode the host is in.
     enum class Fips {
         Auto,  ///< the system's own mode, asked anew each time
         On,
@@ -23,11 +24,11 @@ struct ReferenceHostOptions {
     std::string configDirectory;        ///< the user's configuration directory; need not exist
     std::string installationDirectory;  ///< where "corvid-config-defaults.xml" lies
     std::string bootstrapFilePath;      ///< the bootstrap properties file; may be missing
-    Fips fips = Fips::Auto;
-    std::string caFile;    ///< further trusted certificates (PEM) for HTTPS; empty: none
-    int logLevel = 3;      ///< 0 nothing at all, 2 failures, 3 warnings, 4 information, 5 debug
-    std::string logFile;   ///< where the log goes; empty: to standard error
-    bool colours = false;  ///< whether a log on standard error is coloured
+    Fips fips = Fips::Auto;             ///< what the module is told when it asks for FIPS mode
+    std::string caFile;                 ///< further trusted certificates (PEM) for HTTPS; empty: none
+    int logLevel = 3;                   ///< 0 nothing at all, 2 failures, 3 warnings, 4 information, 5 debug
+    std::string logFile;                ///< where the log goes; empty: to standard error
+    bool colours = false;               ///< whether a log on standard error is coloured
 
     /// Whether the lines of a log on standard error clear what else the host may have written there: a progress line on
     /// a terminal that understands escape sequences.
@@ -63,7 +64,7 @@ struct ReferenceHostOptions {
 /// host: start() and stop() belong to it. The other operations may be called on any thread between the two.
 class ReferenceHost {
 public:
-    using Options = ReferenceHostOptions;
+    using Options = ReferenceHostOptions;  ///< what a host is made of
 
     /// Does nothing yet.
     explicit ReferenceHost(Options options);
@@ -107,6 +108,8 @@ public:
 
     /// The live values. Dispatcher thread only, for its own operations.
     std::shared_ptr<ConfigService> service() const;
+
+    /// The chain of stores, for modules that bring stores of their own. Any thread.
     std::shared_ptr<ConfigFeatureSet> featureSet() const;
 
     /// The module's inside, for a tool that looks there; null if the module was not the one that is linked in.

@@ -8,11 +8,13 @@ namespace host {
 /// Made and destroyed on one thread; one at a time.
 class XmlDiagnostics {
 public:
+    /// Where it goes.
     enum class Way {
         Log,      ///< to the log, at level 3, as "FILE:LINE: message" without anything that stands in the document
         Discard,  ///< for a caller that tells the problems itself
     };
 
+    /// Takes it from here on.
     explicit XmlDiagnostics(Way way);
     ~XmlDiagnostics();
 

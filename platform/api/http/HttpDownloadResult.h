@@ -2,9 +2,10 @@
 
 namespace HttpDownloader {
 
-/// How a transfer ended. Everything but Success is a failure; the numbers beyond 0 have no meaning.
+/// The ends of a transfer, and their texts.
 namespace HttpDownloadResultEnum {
 
+/// How a transfer ended. Everything but Success is a failure; the numbers beyond 0 have no meaning.
 enum HttpDownloadResult {
     Success = 0,              ///< the whole body is there, is not empty, and its status is 200 to 299, but not 206
     Failed = 1,               ///< anything that none of the others tells

@@ -16,12 +16,13 @@ namespace platform {
 /// host, replaced in tests. Any thread.
 class HttpTransport {
 public:
+    /// One document to be fetched; what each part means is told at HttpDownloader::DownloadToString().
     struct Transfer {
-        std::uint64_t downloader;  ///< whose it is; tells the downloaders of a process apart
-        std::string url;
+        std::uint64_t downloader;                           ///< whose it is; tells the downloaders of a process apart
+        std::string url;                                    ///< http or https
         HttpDownloader::HttpDownloader::Progress progress;  ///< may be empty
-        HttpDownloader::HttpDownloader::Completion completion;
-        long timeoutSeconds;
+        HttpDownloader::HttpDownloader::Completion completion;  ///< runs once
+        long timeoutSeconds;                                    ///< for the whole transfer
     };
 
     virtual ~HttpTransport() = default;

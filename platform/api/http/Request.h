@@ -14,8 +14,10 @@ struct RequestOptions {
 /// A GET request (RFC 9110). Not for two threads at once.
 class Request {
 public:
+    /// @param url http or https.
     explicit Request(const std::string& url);
 
+    /// As it was given.
     const std::string& getUrl() const { return url_; }
 
     /// The request's own record, never null.

@@ -12,9 +12,11 @@ namespace QuillCoreUtils {
 /// A task made of a function object and a name.
 class FunctionTask : public tessel::Task {
 public:
+    /// @param function not empty. @param name see getName().
     FunctionTask(boost::function<void()> function, std::string name)
         : function_(std::move(function)), name_(std::move(name)) {}
 
+    /// Calls the function; what it throws comes out.
     void run() override { function_(); }
     const std::string& getName() const override { return name_; }
 

@@ -25,12 +25,16 @@ std::string toString(std::wstring_view text);
 /// Splits at each separator and keeps every empty field: "a::b" gives three parts, "key=" two, "" one.
 /// @param parts is emptied first. @param separator one character or more; an empty one gives the whole text.
 void split(std::string_view text, std::vector<std::string>& parts, std::string_view separator);
+/// The same for wide text.
 void split(std::wstring_view text, std::vector<std::wstring>& parts, std::wstring_view separator);
 
-/// The text without the ASCII white space (space, tab, CR, LF, VT, FF) at both ends, or at its start.
+/// The text without the ASCII white space (space, tab, CR, LF, VT, FF) at both ends.
 std::string trim(std::string_view text);
+/// The same for wide text.
 std::wstring trim(std::wstring_view text);
+/// At its start alone.
 std::string trimleft(std::string_view text);
+/// The same for wide text.
 std::wstring trimleft(std::wstring_view text);
 
 /// The text with its line feeds written as "\x0a": a file's name, say, must not begin a line of its own in a log.
@@ -40,10 +44,12 @@ std::string inOneLine(std::string_view text);
 /// code points by Unicode simple case folding; the order is that of the folded code points, a beginning before the
 /// whole. What is no text counts as U+FFFD. Narrow and wide agree.
 std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b);
+/// The same for narrow text.
 std::int32_t caseInsensitiveStringCompare(std::string_view a, std::string_view b);
 
 /// True if caseInsensitiveStringCompare gives 0.
 bool caseInsensitiveStringEquals(std::wstring_view a, std::wstring_view b);
+/// The same for narrow text.
 bool caseInsensitiveStringEquals(std::string_view a, std::string_view b);
 
 /// Position of the first occurrence of part in text without regard to case; npos if there is none. An empty part is
@@ -55,14 +61,17 @@ std::size_t caseInsensitiveFind(std::wstring_view text, std::wstring_view part);
 /// few letters therefore become the form that stands for all of their kind (final sigma the common one, long s an s).
 /// What is no text becomes U+FFFD. For matching, not for display.
 std::wstring toLowercase(std::wstring_view text);
+/// The same for narrow text.
 std::string toLowercase(std::string_view text);
 
 /// True for "true", "1", "yes" and "on" in any case after trim(); anything else is false.
 bool toBool(std::string_view text);
+/// The same for wide text.
 bool toBool(std::wstring_view text);
 
 /// The whole trimmed text must be a decimal integer with an optional sign that fits 32 bits; else the fallback.
 std::int32_t toInt(std::wstring_view text, std::int32_t fallback);
+/// The same for narrow text.
 std::int32_t toInt(std::string_view text, std::int32_t fallback);
 
 }  // namespace QuillCoreUtils

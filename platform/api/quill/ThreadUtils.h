@@ -6,6 +6,7 @@
 
 namespace QuillCoreUtils {
 
+/// Work beside the dispatcher thread.
 class ThreadUtils {
 public:
     /// Runs a function on the host's thread pool and returns at once. Tasks may run in another order than they were

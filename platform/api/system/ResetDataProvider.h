@@ -8,6 +8,8 @@
 class ProviderResetDataCallback : public UnifiedCallback {
 public:
     ~ProviderResetDataCallback() override = default;
+
+    /// Its own.
     std::string getInterfaceName() const override { return "ProviderResetDataCallback"; }
 
     /// On whatever thread asked for the reset. A module may put it off until the thread is out of its own callbacks.

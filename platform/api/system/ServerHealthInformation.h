@@ -24,5 +24,6 @@ public:
     /// 1 is connected; every other value is not.
     virtual int getConnectionStatus() const = 0;
 
+    /// Never null.
     virtual std::shared_ptr<ServerHealthInformationNotifiers> getServerHealthInformationNotifiers() = 0;
 };

@@ -17,6 +17,7 @@ enum PowerEventType : int {
 /// Told of power events, on a thread of the host's: a power down of a reference host's on its dispatcher thread.
 class PowerEventObserver {
 public:
+    /// A machine that powers down may be waiting for the return of this call.
     virtual void onPowerEvent(PowerEventTypeEnum::PowerEventType type) = 0;
 
 protected:
@@ -35,6 +36,7 @@ public:
     virtual void removePowerEventObserver(std::weak_ptr<PowerEventObserver> observer) = 0;
 };
 
+/// Where modules find the monitor.
 class SystemMonitorFactory {
 public:
     /// The monitor of the host's World; one that never reports anything if the world has none. Never null. Any thread.

@@ -9,6 +9,7 @@
 #include "system/ResetDataProvider.h"
 #include "system/ServerHealthInformation.h"
 
+/// How the client's servers are doing, an entry for each.
 using ServerHealthInformationList = std::vector<std::shared_ptr<ServerHealthInformation>>;
 
 /// The change signal of the list of server health entries. Any thread.
@@ -47,6 +48,7 @@ public:
     /// A copy of the list at this moment. Never null.
     virtual std::shared_ptr<ServerHealthInformationList> getServerHealthInformationList() const = 0;
 
+    /// Never null.
     virtual std::shared_ptr<SystemServiceNotifiers> getSystemServiceNotifiers() = 0;
 
     /// Where modules register for a data reset; null if the host offers none.

@@ -14,7 +14,10 @@ public:
     Event(const Event&) = delete;
     Event& operator=(const Event&) = delete;
 
+    /// Lets everybody go who waits, and who will.
     void set();
+
+    /// Makes later waits wait again.
     void reset();
 
     /// Waits until the event is set, at most for the given number of milliseconds (0 does not wait;

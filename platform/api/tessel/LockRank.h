@@ -8,7 +8,7 @@ namespace tessel {
 /// of the same or a greater place, but for that very lock. Threads that keep to that never wait for one another in a
 /// circle.
 struct LockRank {
-    int place;
+    int place;         ///< the smaller one is taken first
     const char* name;  ///< of the lock, for the line that tells of a mistake; outlives the lock
 };
 
@@ -40,12 +40,13 @@ private:
 
 #else
 
+/// Keeps nothing and checks nothing: users' builds are not held to the order.
 class LockOrder {
 public:
-    explicit LockOrder(LockRank) {}
-    void check(bool) const {}
-    void taken() const {}
-    void released() const {}
+    explicit LockOrder(LockRank) {}  ///< nothing
+    void check(bool) const {}        ///< nothing
+    void taken() const {}            ///< nothing
+    void released() const {}         ///< nothing
 };
 
 #endif

@@ -7,12 +7,12 @@ namespace tessel {
 
 /// One record as it reaches a sink.
 struct LogRecord {
-    int level;  ///< 2 to 5
-    const std::string& logger;
-    const char* file;
-    int line;
-    const char* function;
-    const std::string& text;  ///< UTF-8
+    int level;                  ///< 2 to 5
+    const std::string& logger;  ///< the name under which a class logs
+    const char* file;           ///< where the record was made
+    int line;                   ///< of that file
+    const char* function;       ///< the name of the operation
+    const std::string& text;    ///< UTF-8
 };
 
 /// Where records go. A host sets one; a test sets a recording one.
@@ -36,6 +36,8 @@ public:
 
     /// Records with a level above this are dropped; 3 at start. What lies outside 2 to 5 becomes the nearer of these.
     static void setLevel(int level);
+
+    /// What was set, 2 to 5.
     static int getLevel();
 
     /// Flushes the current sink, if there is one.

@@ -10,18 +10,21 @@ namespace tessel {
 /// A reentrant mutex: the thread that holds it may lock it again, and unlocks it as often as it locked it.
 class TESSEL_CAPABILITY("mutex") Mutex {
 public:
+    /// @param rank its place in the order of locks.
     explicit Mutex(LockRank rank = LEAF_LOCK) : order_(rank) {}
     ~Mutex() { TESSEL_LOCK_HAS_ENDED(mutex_); }
 
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
+    /// Waits until no other thread holds it.
     void lock() TESSEL_ACQUIRE() {
         checkOrder();
         mutex_.lock();
         order_.taken();
     }
 
+    /// Only by the thread that holds it.
     void unlock() TESSEL_RELEASE() {
         order_.released();
         mutex_.unlock();
@@ -47,6 +50,7 @@ private:
 /// Holds a Mutex for the length of a scope.
 class TESSEL_SCOPED_CAPABILITY ScopedLock {
 public:
+    /// Waits for the mutex.
     explicit ScopedLock(Mutex& mutex) TESSEL_ACQUIRE(mutex) : mutex_(mutex) { mutex_.lock(); }
     ~ScopedLock() TESSEL_RELEASE() { mutex_.unlock(); }
 

@@ -10,29 +10,34 @@ namespace tessel {
 /// Many readers or one writer. Not reentrant: a thread that holds it must not lock it again in any way.
 class TESSEL_CAPABILITY("rwlock") RWLock {
 public:
+    /// @param rank its place in the order of locks.
     explicit RWLock(LockRank rank = LEAF_LOCK) : order_(rank) {}
     ~RWLock() { TESSEL_LOCK_HAS_ENDED(mutex_); }
 
     RWLock(const RWLock&) = delete;
     RWLock& operator=(const RWLock&) = delete;
 
+    /// Waits until nobody writes.
     void lockRead() TESSEL_ACQUIRE_SHARED() {
         order_.check(false);
         mutex_.lock_shared();
         order_.taken();
     }
 
+    /// Only by a thread that has it for reading.
     void unlockRead() TESSEL_RELEASE_SHARED() {
         order_.released();
         mutex_.unlock_shared();
     }
 
+    /// Waits until nobody reads or writes.
     void lockWrite() TESSEL_ACQUIRE() {
         order_.check(false);
         mutex_.lock();
         order_.taken();
     }
 
+    /// Only by the thread that has it for writing.
     void unlockWrite() TESSEL_RELEASE() {
         order_.released();
         mutex_.unlock();
@@ -46,6 +51,7 @@ private:
 /// Holds an RWLock for reading for the length of a scope.
 class TESSEL_SCOPED_CAPABILITY ScopedReadLock {
 public:
+    /// Waits for the lock.
     explicit ScopedReadLock(RWLock& lock) TESSEL_ACQUIRE_SHARED(lock) : lock_(lock) { lock_.lockRead(); }
     ~ScopedReadLock() TESSEL_RELEASE_GENERIC() { lock_.unlockRead(); }
 
@@ -59,6 +65,7 @@ private:
 /// Holds an RWLock for writing for the length of a scope.
 class TESSEL_SCOPED_CAPABILITY ScopedWriteLock {
 public:
+    /// Waits for the lock.
     explicit ScopedWriteLock(RWLock& lock) TESSEL_ACQUIRE(lock) : lock_(lock) { lock_.lockWrite(); }
     ~ScopedWriteLock() TESSEL_RELEASE() { lock_.unlockWrite(); }
 

@@ -9,6 +9,7 @@ class Task {
 public:
     virtual ~Task() = default;
 
+    /// The work. What it throws is the queue's to log.
     virtual void run() = 0;
 
     /// What the task calls, for diagnosis; usually class and operation joined by two colons.

@@ -16,6 +16,7 @@ TesselLogger* TesselLogger_getLogger(const std::string& name);
 /// @param text UTF-8; the wide form is converted, ill-formed units become U+FFFD.
 void TesselLog(TesselLogger* logger, int level, const char* file, int line, const char* function,
                const std::string& text);
+/// The same for wide text.
 void TesselLog(TesselLogger* logger, int level, const char* file, int line, const char* function,
                const std::wstring& text);
 

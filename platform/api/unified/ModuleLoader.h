@@ -15,5 +15,7 @@ public:
     /// error.
     /// @param typeName as typeMapName() gives it.
     virtual void loadService(const std::string& typeName, const std::shared_ptr<UnifiedFactory>& factory) = 0;
+
+    /// The same for the feature set of the type.
     virtual void loadFeatureSet(const std::string& typeName, const std::shared_ptr<UnifiedFactory>& factory) = 0;
 };

@@ -6,5 +6,7 @@
 class ServiceEvent {
 public:
     virtual ~ServiceEvent() = default;
+
+    /// A text for diagnosis.
     virtual std::string toString() const = 0;
 };

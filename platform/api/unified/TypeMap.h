@@ -24,8 +24,8 @@ public:
     /// What a new item has pushed out: the earlier one of its type and the earlier one of its number. For the owner to
     /// drop once it holds no lock, since the end of an item may come back to the owner.
     struct Displaced {
-        std::shared_ptr<void> byName;
-        std::shared_ptr<void> byNumber;
+        std::shared_ptr<void> byName;    ///< the earlier item of the type
+        std::shared_ptr<void> byNumber;  ///< the earlier item of the number
     };
 
     /// Puts the item under the name of T and under the number, over whatever was under either of them.
@@ -46,6 +46,7 @@ public:
     /// True if something stands under the number.
     bool hasNumber(unsigned number) const { return byNumber_.count(number) != 0; }
 
+    /// True if nothing is registered.
     bool empty() const { return byName_.empty(); }
 
     /// Drops all items, outside the map's own walk: destructors may come back to an empty map.

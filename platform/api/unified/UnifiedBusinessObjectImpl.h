@@ -44,6 +44,7 @@ protected:
     /// @param required false: the thread is not checked. A factory without a dispatcher passes every thread.
     void EnsureUpdateAccess(bool required) const;
 
+    /// The factory that the object belongs to; null if it was made without one.
     const std::shared_ptr<UnifiedFactory>& getFactory() const { return factory_; }
 
     /// Filled by the initNotifiers() of a derived class.

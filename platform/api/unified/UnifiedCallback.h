@@ -6,5 +6,7 @@
 class UnifiedCallback {
 public:
     virtual ~UnifiedCallback() = default;
+
+    /// The name of the most derived interface.
     virtual std::string getInterfaceName() const = 0;
 };

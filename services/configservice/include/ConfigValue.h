@@ -25,6 +25,8 @@ class ConfigValue : public virtual UnifiedBusinessObject {
 public:
     /// Held weakly. Told of every change on the dispatcher thread.
     virtual void addObserver(std::weak_ptr<ConfigValueObserver> observer) = 0;
+
+    /// One that is not registered is no error.
     virtual void removeObserver(std::weak_ptr<ConfigValueObserver> observer) = 0;
 
     /// The notifiers of this object, made at the first request. Never null.
@@ -49,9 +51,11 @@ public:
     /// isDefined, with an empty value and empty store names, until the key is reported singly.
     virtual bool getisDefined() const = 0;
 
-    /// Names of the stores that gave the value and the administrator's value; empty if none did. The latter may name
-    /// a store whose text for the key is empty.
+    /// Name of the store that gave the value; empty if none did.
     virtual std::wstring getValueStoreName() const = 0;
+
+    /// Name of the store that gave the administrator's value; empty if none did. It may be a store whose text for the
+    /// key is empty.
     virtual std::wstring getOriginalValueStoreName() const = 0;
 
     /// Asks the feature set to store a user value. This object changes when the change comes back from the chain: on

@@ -9,12 +9,19 @@
 /// the newer state applied, and told, before its call returns; what was left of the older state is then dropped.
 class ConfigValueObserver : public virtual UnifiedBusinessObjectObserver {
 public:
+    /// ConfigValue::getKey() has changed.
     virtual void OnKeyChanged() {}
+    /// ConfigValue::getValue() has changed.
     virtual void OnValueChanged() {}
+    /// ConfigValue::getOriginalValue() has changed.
     virtual void OnOriginalValueChanged() {}
+    /// ConfigValue::getisOverridden() has changed.
     virtual void OnisOverriddenChanged() {}
+    /// ConfigValue::getisDefined() has changed.
     virtual void OnisDefinedChanged() {}
+    /// ConfigValue::getValueStoreName() has changed.
     virtual void OnValueStoreNameChanged() {}
+    /// ConfigValue::getOriginalValueStoreName() has changed.
     virtual void OnOriginalValueStoreNameChanged() {}
 
     std::string getInterfaceName() const override { return "ConfigValueObserver"; }

@@ -3,34 +3,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "fakes/OwnStoreContract.h"
 #include "fakes/RecordingLogSink.h"
 #include "fakes/ScriptedStore.h"
-#include "fakes/StoreContract.h"
-
-namespace fakes {
-
-INSTANTIATE_TEST_SUITE_P(InMemory, StoreContract,
-                         testing::Values(StoreContractCase{
-                             .kind = "InMemoryConfigStore",
-                             .make =
-                                 [](const std::map<std::wstring, std::wstring>& values, const TemporaryDirectory&) {
-                                     auto store = std::make_shared<InMemoryConfigStore>();
-                                     for (const auto& [key, value] : values) {
-                                         store->storeValue(key, value);
-                                     }
-                                     return store;
-                                 },
-                             .name = "InMemoryConfigStore",
-                             .priority = 600,
-                         }),
-                         nameOfStoreContractCase);
-
-}  // namespace fakes
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+StoreContractCase inMemoryConfigStore() {
+    const auto make = [](const std::map<std::wstring, std::wstring>& values, const std::filesystem::path&) {
+        auto store = std::make_shared<InMemoryConfigStore>();
+        for (const auto& [key, value] : values) {
+            store->storeValue(key, value);
+        }
+        return store;
+    };
+    return {.kind = "InMemoryConfigStore", .make = make, .name = "InMemoryConfigStore", .priority = 600};
+}
+
+INSTANTIATE_TEST_SUITE_P(InMemory, StoreContract, testing::Values(inMemoryConfigStore()), nameOfStoreContractCase);
+INSTANTIATE_TEST_SUITE_P(InMemory, OwnStoreContract, testing::Values(inMemoryConfigStore()), nameOfStoreContractCase);
 
 TEST(InMemoryConfigStore, IsReadyAtOnce) { EXPECT_TRUE(InMemoryConfigStore().waitForStoreReady()); }
 

@@ -3,37 +3,36 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
 #include <ostream>
+#include <random>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "ConfigStore.h"
-#include "fakes/ScopedWorld.h"
 #include "quill/StringUtils.h"
-
-namespace fakes {
 
 /// One kind of store, as the contract test meets it.
 struct StoreContractCase {
     /// Name of the kind, letters and digits: it names the tests.
     std::string kind;
 
-    /// Makes a store that holds exactly these entries, whatever it takes to bring them in (a file, storeValue()). The
-    /// folder is the test's own and lives as long as the store. Null fails the test.
+    /// Makes a store that holds exactly these entries, whatever it takes to bring them in (a file, the environment,
+    /// storeValue()). The folder is empty, the test's own, and lives as long as the store. Null fails the test.
     std::function<std::shared_ptr<ConfigStore>(const std::map<std::wstring, std::wstring>& values,
-                                               const TemporaryDirectory& folder)>
+                                               const std::filesystem::path& folder)>
         make;
 
     // What the store answers for its whole life.
-    std::string name;
-    std::int32_t priority = 0;
-    bool readOnly = false;
-    bool local = true;
-    bool cached = false;
+    std::string name;           ///< of getName()
+    std::int32_t priority = 0;  ///< of getPriority()
+    bool readOnly = false;      ///< of isReadOnly()
+    bool local = true;          ///< of isLocal()
+    bool cached = false;        ///< of shouldCacheConfigStore()
 
     // Which of the changes the store carries out; the others must leave its values alone.
     bool stores = true;   ///< storeValue() stores and returns true
@@ -41,23 +40,46 @@ struct StoreContractCase {
     bool empties = true;  ///< removeAllValues() empties the store
 };
 
+/// Prints a case in the messages of GoogleTest.
 inline void PrintTo(const StoreContractCase& store, std::ostream* out) { *out << store.kind; }
 
-/// What every ConfigStore owes the chain. To use it, include this header in one source of a test executable and write
-/// INSTANTIATE_TEST_SUITE_P(MyStores, StoreContract, testing::Values(...), fakes::nameOfStoreContractCase) in fakes.
+/// What every ConfigStore owes the chain, as tests for GoogleTest: for the module's own stores and for those that
+/// others add with ConfigFeatureSet::addConfigStore(). Include this header in one source of a test program and name the
+/// kinds there, in the global namespace:
+///
+///     INSTANTIATE_TEST_SUITE_P(MyStores, StoreContract, testing::Values(StoreContractCase{...}),
+///                              nameOfStoreContractCase);
 class StoreContract : public testing::TestWithParam<StoreContractCase> {
 protected:
+    /// Makes the folder.
+    StoreContract() {
+        std::random_device random;
+        const std::string name = "store-contract-" + std::to_string(random()) + "-" + std::to_string(random());
+        folder_ = std::filesystem::temp_directory_path() / name;
+        std::filesystem::create_directory(folder_);
+    }
+
+    /// Drops the store, then its folder with everything in it.
+    ~StoreContract() override {
+        store_.reset();
+        std::error_code ignored;
+        std::filesystem::remove_all(folder_, ignored);
+    }
+
+    /// The store of the test, with exactly these entries.
     void make(const std::map<std::wstring, std::wstring>& values) {
-        store_ = GetParam().make(values, world_.directory());
+        store_ = GetParam().make(values, folder_);
         ASSERT_NE(store_, nullptr);
     }
 
+    /// A hit with this value.
     void expectValue(const std::wstring& key, const std::wstring& expected) {
         std::wstring value = L"left over";
         EXPECT_TRUE(store_->getValue(key, value));
         EXPECT_EQ(value, expected);
     }
 
+    /// A miss, which leaves an empty value.
     void expectMiss(const std::wstring& key) {
         std::wstring value = L"left over";
         EXPECT_FALSE(store_->getValue(key, value));
@@ -73,8 +95,8 @@ protected:
         return keys;
     }
 
-    ScopedWorld world_;
-    std::shared_ptr<ConfigStore> store_;
+    std::filesystem::path folder_;        ///< the test's own
+    std::shared_ptr<ConfigStore> store_;  ///< what make() has made
 };
 
 /// Names the instances by their kind.
@@ -116,20 +138,6 @@ TEST_P(StoreContract, ListsItsKeysInOrderWithoutRegardToCase) {
 TEST_P(StoreContract, KeepsTextBeyondAscii) {
     make({{L"greeting", L"Gr\u00fc\u00dfe \u2603 \U0001F600"}});
     expectValue(L"greeting", L"Gr\u00fc\u00dfe \u2603 \U0001F600");
-}
-
-TEST_P(StoreContract, ReadsPeerToPeerCallingAsOffUnderFips) {
-    make({{L"Telephony_P2P_Enabled", L"true"}});
-    expectValue(L"telephony_p2p_enabled", L"true");
-    world_.setFips(true);
-    expectValue(L"telephony_p2p_enabled", L"false");
-}
-
-TEST_P(StoreContract, StaysWithAMissForPeerToPeerCallingUnderFips) {
-    make({});
-    world_.setFips(true);
-    std::wstring value;
-    EXPECT_FALSE(store_->getValue(L"telephony_p2p_enabled", value));
 }
 
 TEST_P(StoreContract, StoresANewValueIfItStoresAtAll) {
@@ -209,5 +217,3 @@ TEST_P(StoreContract, LetsSeveralThreadsReadAndWriteAtOnce) {
     }
     expectValue(L"shared", L"yes");
 }
-
-}  // namespace fakes

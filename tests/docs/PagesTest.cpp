@@ -1,0 +1,211 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "ConfigStoreConstants.h"
+#include "ConsoleBlock.h"
+#include "ServerPolicy.h"
+#include "chain/ConfigKeyAliasesMapper.h"
+#include "fakes/TemporaryDirectory.h"
+#include "quill/StringUtils.h"
+#include "support/ChildProcess.h"
+
+using docs::Command;
+using QuillCoreUtils::toString;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+namespace {
+
+const std::filesystem::path SOURCES = CORVID_SOURCE_DIRECTORY;
+
+std::string readFile(const std::filesystem::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// A user's home with the sample profile as the configuration, and a server's file in the working directory.
+class AnnasHome {
+public:
+    AnnasHome() {
+        std::filesystem::create_directories(directory_.path(".config"));
+        std::filesystem::copy(SOURCES / "share/corvid/sample", directory_.path(".config/corvid"),
+                              std::filesystem::copy_options::recursive);
+        std::filesystem::copy(SOURCES / "share/corvid/sample-server/corvid-config.xml", directory_.path());
+    }
+
+    /// What the command prints on both streams. The installed data files are those of the sources.
+    std::string outputOf(std::string command) const {
+        const std::string installed = "/usr/share/corvid";
+        if (const std::size_t place = command.find(installed); place != std::string::npos) {
+            command.replace(place, installed.size(), (SOURCES / "share/corvid").string());
+        }
+        const std::string script = "cd \"$HOME\" && exec 2>&1 && " + command;
+        const std::string path = std::string(CORVIDCTL_DIRECTORY) + ":" + getenv("PATH");
+        const support::ChildProcess::Options options = {
+            .environment = {{"HOME", directory_.path()}, {"XDG_CONFIG_HOME", ""}, {"PATH", path}, {"COLUMNS", "120"}}};
+        return support::runProgram({"/bin/sh", "-c", script}, options).out;
+    }
+
+private:
+    fakes::TemporaryDirectory directory_;
+};
+
+class PageOfCommands : public testing::TestWithParam<const char*> {};
+
+TEST_P(PageOfCommands, PrintsWhatItSays) {
+    const std::vector<Command> commands = docs::commandsOf(GetParam(), readFile(SOURCES / "docs" / GetParam()));
+    EXPECT_FALSE(commands.empty());
+    const AnnasHome home;
+    for (const Command& command : commands) {
+        const std::string output = home.outputOf(command.text);
+        EXPECT_TRUE(docs::isAsExpected(output, command.expected))
+            << command.page << ":" << command.line << ": " << command.text << "\nprints\n"
+            << output << "and the page says\n"
+            << command.expected;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Docs, PageOfCommands, testing::Values("cookbook.md", "files.md"),
+                         [](const auto& page) { return std::string(page.param, std::strcspn(page.param, ".")); });
+
+TEST(PageOfKeys, HasEveryOldNameWithTheCurrentOne) {
+    ConfigMap currentNames;
+    ConfigMap oldNames;
+    ConfigKeyAliasesMapper::GetConfigKeyAliases(currentNames, oldNames);
+    const std::string page = readFile(SOURCES / "docs/keys.md");
+    for (const auto& [oldName, currentName] : currentNames) {
+        EXPECT_THAT(page, HasSubstr("| `" + toString(oldName) + "` | `" + toString(currentName) + "`"));
+    }
+}
+
+TEST(PageOfKeys, HasEveryPolicyWithWhatItErases) {
+    const std::string page = readFile(SOURCES / "docs/keys.md");
+    for (const ServerPolicy& policy : serverPolicies()) {
+        const std::size_t begin = page.find("| `" + toString(policy.policyKey) + "` |");
+        ASSERT_NE(begin, std::string::npos) << toString(policy.policyKey);
+        const std::string row = page.substr(begin, page.find('\n', begin) - begin);
+        for (const std::wstring& key : policy.erasedKeys) {
+            EXPECT_THAT(row, HasSubstr("`" + toString(key) + "`"));
+        }
+    }
+}
+
+TEST(PageOfKeys, HasEveryKeyOfALink) {
+    const std::string page = readFile(SOURCES / "docs/keys.md");
+    for (const std::wstring& key : ConfigStoreConstants::URL_PROVISIONING_CONFIG_KEY_ARRAY) {
+        EXPECT_THAT(page, HasSubstr("`" + toString(key) + "`"));
+    }
+}
+
+TEST(PageOfKeys, HasEveryKeyThatTheModuleReads) {
+    using namespace ConfigStoreConstants;
+    const std::string page = QuillCoreUtils::toLowercase(readFile(SOURCES / "docs/keys.md"));
+    for (const std::wstring& key : {HOME_UDS_VERSION,
+                                    TFTP_SERVER_1_KEY,
+                                    TFTP_SERVER_2_KEY,
+                                    TFTP_SERVER_3_KEY,
+                                    CONFIGURATION_FILE_KEY,
+                                    VOICEMAIL_SERVER_1_KEY,
+                                    HUBCIP_SERVER_1_KEY,
+                                    HUBCIP_SERVER_2_KEY,
+                                    HUBCIP_SERVER_3_KEY,
+                                    CTI_SERVER_1_KEY,
+                                    PRIMARY_CONFIG_STORES_KEY,
+                                    AD_PASSWORD_KEY,
+                                    AD_USERNAME_KEY,
+                                    BDI_CONNECTION_PASSWORD_STRING,
+                                    BDI_CONNECTION_USERNAME_STRING,
+                                    BDI_CONNECTION_USERDN_STRING,
+                                    ALLOW_URL_PROVISIONING_KEY,
+                                    ADDTIONAL_INFO,
+                                    certificateValidationEnabled,
+                                    PRODUCT_MODE_KEY}) {
+        EXPECT_THAT(page, HasSubstr("`" + QuillCoreUtils::toLowercase(toString(key)) + "`"));
+    }
+}
+
+TEST(PageOfFiles, NamesEveryFile) {
+    using namespace ConfigStoreConstants;
+    const std::string page = readFile(SOURCES / "docs/files.md");
+    for (const std::string& file : {LOCAL_FILE_CONFIG_STORE_FILE_NAME, DEFAULT_CONFIG_STORE_FILE_NAME,
+                                    TFTP_OVERRIDE_FILE_NAME, toString(DEFAULT_TFTP_CONFIGURATION_FILE_NAME)}) {
+        EXPECT_THAT(page, HasSubstr(file));
+    }
+}
+
+/// Where the links and pictures of a page lead that are no addresses of the web.
+std::vector<std::string> targetsOf(const std::string& page) {
+    std::vector<std::string> targets;
+    for (std::size_t begin = page.find("]("); begin != std::string::npos; begin = page.find("](", begin + 2)) {
+        const std::string target = page.substr(begin + 2, page.find_first_of("#)", begin + 2) - begin - 2);
+        if (!target.empty() && !target.starts_with("http")) {
+            targets.push_back(target);
+        }
+    }
+    return targets;
+}
+
+TEST(Pages, LeadToFilesThatAreThere) {
+    std::vector<std::filesystem::path> pages = {SOURCES / "README.md", SOURCES / "CONTRIBUTING.md",
+                                                SOURCES / "CHANGELOG.md"};
+    for (const auto& entry : std::filesystem::directory_iterator(SOURCES / "docs")) {
+        if (entry.path().extension() == ".md") {
+            pages.push_back(entry.path());
+        }
+    }
+    for (const std::filesystem::path& page : pages) {
+        for (const std::string& target : targetsOf(readFile(page))) {
+            EXPECT_TRUE(std::filesystem::exists(page.parent_path() / target)) << page << " leads to " << target;
+        }
+    }
+}
+
+TEST(Contributing, ShowsCodeAsItStandsInTheTree) {
+    const std::string page = readFile(SOURCES / "CONTRIBUTING.md");
+    const std::string fence = "```cpp\n";
+    const std::size_t begin = page.find(fence) + fence.size();
+    EXPECT_THAT(readFile(SOURCES / "platform/api/tessel/Event.h"),
+                HasSubstr(page.substr(begin, page.find("```", begin) - begin)));
+}
+
+TEST(ConsoleBlock, TakesDotsForAnyLines) {
+    EXPECT_TRUE(docs::isAsExpected("a\nb\nc\n", "a\n...\nc\n"));
+    EXPECT_TRUE(docs::isAsExpected("a\nc\n", "a\n...\nc\n"));
+    EXPECT_FALSE(docs::isAsExpected("a\nb\nd\n", "a\n...\nc\n"));
+    EXPECT_FALSE(docs::isAsExpected("a\nb\n", "a\n"));
+    EXPECT_FALSE(docs::isAsExpected("", "a\n"));
+}
+
+TEST(ConsoleBlock, FindsCommandsWithTheirOutput) {
+    const auto commands =
+        docs::commandsOf("page.md", "text\n```console\n$ one\nits output\n$ two\n```\n```\n$ three\n```\n");
+    ASSERT_EQ(commands.size(), 2U);
+    EXPECT_EQ(commands[0].text, "one");
+    EXPECT_EQ(commands[0].line, 3);
+    EXPECT_EQ(commands[0].expected, "its output\n");
+    EXPECT_EQ(commands[1].text, "two");
+}
+
+TEST(Site, IsMadeWithoutAWarning) {
+    if (std::system("command -v doxygen >/dev/null") != 0) {
+        GTEST_SKIP() << "doxygen is not installed: scripts/install-deps docs";
+    }
+    const fakes::TemporaryDirectory directory;
+    // Pictures of classes take most of the time, and have no warnings of their own.
+    directory.write("Doxyfile", readFile(SOURCES / "docs/Doxyfile") + "\nHAVE_DOT = NO\nOUTPUT_DIRECTORY = " +
+                                    directory.path() + "\nWARN_LOGFILE = " + directory.path("warnings.txt") + "\n");
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c", "cd '" + SOURCES.string() + "' && doxygen '" + directory.path("Doxyfile") + "' 2>&1"},
+        {.environment = {{"CORVID_VERSION", "tested"}}});
+    EXPECT_THAT(directory.read("warnings.txt"), IsEmpty());
+    EXPECT_EQ(ended.status, 0) << ended.out;
+    EXPECT_TRUE(directory.exists("html/index.html"));
+}
+
+}  // namespace
