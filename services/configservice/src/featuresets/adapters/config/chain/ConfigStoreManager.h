@@ -217,7 +217,8 @@ public:
 private:
     /// Over the chain as it stands, for the life of the lock.
     KeyResolver resolver(const StoreChain::Lock& lock) { return KeyResolver(chain_.searchList(lock), renamedKeys_); }
-    void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, bool skipLocal);
+    void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, const std::wstring& storeName,
+                   bool skipLocal);
 
     /// Observers may come and go from inside a report: each step goes to the next greater address.
     template <typename Report>

@@ -6,14 +6,18 @@ void ConfigStoreManager::updateKey(std::wstring key, bool silent) {
     const FoldedKey folded(key);
     const StoreChain::Lock lock(chain_);
     const KeyResolver chain = resolver(lock);
-    KeyResolver::Lookup lookup;
-    chain.lookUp(folded, false, lookup);
-    logLookup(key, lookup, false);
-    if (auto report = chain.report(folded, std::move(lookup))) {
-        NotifyConfigAddedOrUpdated(std::move(report->key), std::move(report->value), std::move(report->originalValue),
-                                   report->isOverridden, report->isDefined, std::move(report->valueStoreName),
-                                   std::move(report->originalValueStoreName), silent);
+    KeyResolver::Report report;
+    chain.lookUp(folded, false, report.lookup);
+    logLookup(key, report.lookup, report.lookup.storeName.text(), false);
+    chain.complete(folded, report);
+    if (report.name == nullptr) {
+        return;
     }
+    forEachObserver([&](ConfigStoreManager_Observer& observer) {
+        observer.onConfigAddedOrUpdated(*report.name, report.value(), report.originalValue(), report.isOverridden(),
+                                        report.isDefined(), report.valueStoreName(), report.originalValueStoreName(),
+                                        silent);
+    });
 }
 
 void ConfigStoreManager::notifyObservers(const std::shared_ptr<ConfigStore>& store) {
