@@ -16,7 +16,7 @@ public:
     explicit SearchedStore(const std::shared_ptr<ConfigStore>& store);
 
     bool lookUp(const FoldedKey& key, std::wstring& value) const {
-        if (filter_ != nullptr && !filter_->mayHold(key.hash())) {
+        if (filter_ != nullptr && !filter_->mayHold(key.mark())) {
             value.clear();
             return false;
         }
