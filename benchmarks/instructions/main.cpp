@@ -3,6 +3,11 @@
 //
 //   corvid_instructions              lists the operations
 //   corvid_instructions OPERATION    prints how often it ran it
+//   corvid_instructions --made-of    prints what the counts depend on besides the module: the compiler, the libraries
+//                                    that were found and the processor
+#include <gnu/libc-version.h>
+#include <libxml/xmlversion.h>
+
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -95,6 +100,19 @@ const std::vector<Operation>& operations() {
     return all;
 }
 
+bool hasWideVectors() {
+#if defined(__x86_64__)
+    return __builtin_cpu_supports("avx2") != 0;
+#else
+    return false;
+#endif
+}
+
+void printWhatItIsMadeOf() {
+    std::printf("compiler %s, libstdc++ %d, C library %s, libxml2 %s, %s\n", __VERSION__, __GLIBCXX__,
+                gnu_get_libc_version(), LIBXML_DOTTED_VERSION, hasWideVectors() ? "AVX2" : "no AVX2");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -102,6 +120,10 @@ int main(int argc, char** argv) {
         for (const Operation& operation : operations()) {
             std::puts(operation.name);
         }
+        return 0;
+    }
+    if (std::strcmp(argv[1], "--made-of") == 0) {
+        printWhatItIsMadeOf();
         return 0;
     }
     tessel::LogControl::setLevel(3);

@@ -43,23 +43,22 @@ ValueView ChainReader::describe(const std::wstring& key) const { return describe
 
 ValueView ChainReader::describe(const std::wstring& key, const SearchList& stores) const {
     const std::wstring current = currentName(key);
-    const KeyResolver::Resolution resolution = KeyResolver(stores, names_.table()).resolve(current);
-    const KeyResolver::ChangeReport& report = resolution.report.value();  // a current name always has one
+    const KeyResolver::Report report = KeyResolver(stores, names_.table()).resolve(FoldedKey(current));
 
     ValueView view;
     view.key = toString(current);
-    view.isDefined = report.isDefined;
-    view.isOverridden = report.isOverridden;
+    view.isDefined = report.isDefined();
+    view.isOverridden = report.isOverridden();
     view.isSensitive = isSensitive(current);
     // For a key that no store holds only the FIPS rule may answer; a store may leave anything in a miss.
-    const bool hasValue = report.isDefined || isFipsRule(current);
-    const bool hasOriginal = !report.originalValueStoreName.empty();
-    view.value = hasValue ? shown(report.value, view.isSensitive) : std::string();
-    view.originalValue = hasOriginal ? shown(report.originalValue, view.isSensitive) : std::string();
-    view.valueStoreName = report.isDefined ? toString(report.valueStoreName) : std::string();
-    view.originalValueStoreName = toString(report.originalValueStoreName);
-    if (report.isDefined && resolution.lookup.usedOtherKeyName()) {
-        view.foundUnder = toString(resolution.lookup.otherName);
+    const bool hasValue = report.isDefined() || isFipsRule(current);
+    const bool hasOriginal = !report.originalValueStoreName().empty();
+    view.value = hasValue ? shown(report.value(), view.isSensitive) : std::string();
+    view.originalValue = hasOriginal ? shown(report.originalValue(), view.isSensitive) : std::string();
+    view.valueStoreName = report.isDefined() ? toString(report.valueStoreName()) : std::string();
+    view.originalValueStoreName = toString(report.originalValueStoreName());
+    if (report.isDefined() && report.lookup.usedOtherKeyName()) {
+        view.foundUnder = toString(report.lookup.otherName);
     }
     if (!view.isOverridden) {
         const std::vector<std::string> holders = writableHolders(current);

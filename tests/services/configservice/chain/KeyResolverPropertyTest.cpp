@@ -181,21 +181,20 @@ class KeyResolverProperty : public testing::Test {
 protected:
     void check(const Table& table, const std::wstring& asked, const std::wstring& current, const std::wstring& old) {
         const SearchList stores = storesOf(table);
-        const KeyResolver::Resolution resolution = KeyResolver(stores, names).resolve(asked);
+        const KeyResolver::Report report = KeyResolver(stores, names).resolve(FoldedKey(asked));
         const Expected expected = expectedState(table, asked, current, old);
-        ASSERT_EQ(resolution.report.has_value(), expected.reported);
-        ASSERT_EQ(resolution.lookup.found, expected.isDefined);
+        ASSERT_EQ(report.name != nullptr, expected.reported);
+        ASSERT_EQ(report.lookup.found, expected.isDefined);
         if (!expected.reported) {
             return;
         }
-        const KeyResolver::ChangeReport& report = *resolution.report;
-        EXPECT_EQ(report.key, expected.key);
-        EXPECT_EQ(report.value, expected.value);
-        EXPECT_EQ(report.originalValue, expected.originalValue);
-        EXPECT_EQ(report.isOverridden, expected.isOverridden);
-        EXPECT_EQ(report.isDefined, expected.isDefined);
-        EXPECT_EQ(report.valueStoreName, expected.valueStoreName);
-        EXPECT_EQ(report.originalValueStoreName, expected.originalValueStoreName);
+        EXPECT_EQ(*report.name, expected.key);
+        EXPECT_EQ(report.value(), expected.value);
+        EXPECT_EQ(report.originalValue(), expected.originalValue);
+        EXPECT_EQ(report.isOverridden(), expected.isOverridden);
+        EXPECT_EQ(report.isDefined(), expected.isDefined);
+        EXPECT_EQ(report.valueStoreName(), expected.valueStoreName);
+        EXPECT_EQ(report.originalValueStoreName(), expected.originalValueStoreName);
     }
 
     const fakes::ScopedWorld world;
@@ -221,9 +220,11 @@ TEST_F(KeyResolverProperty, GivesTheSameAnswerForAKeyInAnyCase) {
         SCOPED_TRACE("seed " + std::to_string(seed) + ", round " + std::to_string(round) + "\n" + describe(table));
         const SearchList stores = storesOf(table);
         const KeyResolver resolver(stores, names);
-        const auto small = resolver.resolve(L"tftpserver1");
-        const auto large = resolver.resolve(L"TFTPSERVER1");
-        ASSERT_EQ(small.report.has_value(), large.report.has_value());
+        const std::wstring inSmall = L"tftpserver1";
+        const std::wstring inLarge = L"TFTPSERVER1";
+        const KeyResolver::Report small = resolver.resolve(FoldedKey(inSmall));
+        const KeyResolver::Report large = resolver.resolve(FoldedKey(inLarge));
+        ASSERT_EQ(small.name != nullptr, large.name != nullptr);
         EXPECT_EQ(small.lookup.found, large.lookup.found);
         EXPECT_EQ(small.lookup.value, large.lookup.value);
         EXPECT_EQ(small.lookup.usedOtherKeyName(), large.lookup.usedOtherKeyName());

@@ -41,7 +41,7 @@ struct Keyed {
 void expectSame(const Keyed& keyed, const PlainMap& plain, const std::wstring& key) {
     const auto expected = plain.find(lowerOf(key));
     ASSERT_EQ(keyed.valueOf(key), expected != plain.end() ? expected->second : L"(none)");
-    ASSERT_TRUE(expected == plain.end() || keyed.filter.mayHold(FoldedKey(key).hash()));
+    ASSERT_TRUE(expected == plain.end() || keyed.filter.mayHold(FoldedKey(key).mark()));
 }
 
 /// One change of both. @return false for an answer that differs.
@@ -183,7 +183,7 @@ TEST(KeyFilter, RulesKeysOutAgainThatWereExchangedForOthers) {
     int wrong = 0;
     for (int index = 0; index < 1000; ++index) {
         const std::wstring key = L"old" + std::to_wstring(index);
-        wrong += keyed.filter.mayHold(FoldedKey(key).hash()) ? 1 : 0;
+        wrong += keyed.filter.mayHold(FoldedKey(key).mark()) ? 1 : 0;
     }
     EXPECT_LT(wrong, 60);
 }
@@ -197,7 +197,7 @@ TEST(KeyFilter, RulesMostForeignKeysOut) {
     int wrong = 0;
     for (int index = 0; index < 10000; ++index) {
         const std::wstring key = L"foreign" + std::to_wstring(index);
-        wrong += keyed.filter.mayHold(FoldedKey(key).hash()) ? 1 : 0;
+        wrong += keyed.filter.mayHold(FoldedKey(key).mark()) ? 1 : 0;
     }
     EXPECT_LT(wrong, 600);
 }
@@ -211,7 +211,7 @@ TEST(KeyFilter, NeverRulesOutAHeldKeyWhileOthersAreAdded) {
     std::atomic<int> misses = 0;
     std::thread reader([&] {
         while (!done) {
-            misses += keyed.filter.mayHold(key.hash()) ? 0 : 1;
+            misses += keyed.filter.mayHold(key.mark()) ? 0 : 1;
         }
     });
     for (int index = 0; index < 3000; ++index) {
@@ -237,7 +237,7 @@ TEST(KeyFilter, NeverRulesOutAHeldKeyWhileItIsRenewed) {
     std::thread reader([&] {
         while (!done) {
             for (const std::uint64_t hash : held) {
-                misses += filter.mayHold(hash) ? 0 : 1;
+                misses += filter.mayHold(KeyMark(hash)) ? 0 : 1;
             }
             ++asked;
         }

@@ -43,6 +43,16 @@ TEST_F(LookupLog, TellsAMissAndSkipLocalAsANumber) {
                 ElementsAre("key : [missing] skipLocal : [1]  value: [] success: [false] configStoreName: []"));
 }
 
+TEST_F(LookupLog, LeavesTheNameThatTheCallerHasInAMiss) {
+    std::wstring value;
+    std::wstring storeName = L"Former";
+    bool usedOtherKeyName = false;
+    manager.getValue(L"missing", value, storeName, usedOtherKeyName, false);
+    EXPECT_THAT(log->texts(5),
+                ElementsAre("key : [missing] skipLocal : [0]  value: [] success: [false] configStoreName: [Former]"));
+    EXPECT_EQ(storeName, L"Former");
+}
+
 TEST_F(LookupLog, TellsThatTheKeyHasBeenRenamed) {
     EXPECT_THAT(textOf(L"CtiServer1"),
                 ElementsAre("key : [CtiServer1] is an alias. Key has been renamed. Actual lookup done on key name: "

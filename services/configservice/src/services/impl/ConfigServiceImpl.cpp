@@ -220,7 +220,7 @@ bool ConfigServiceImpl::isKeyAlias(const std::wstring& key, std::wstring& target
 }
 
 const std::wstring* ConfigServiceImpl::aliasTarget(const FoldedKey& key) const {
-    return keyAliasFilter_.mayHold(key.hash()) ? keyAliases_.find(key) : nullptr;
+    return keyAliasFilter_.mayHold(key.mark()) ? keyAliases_.find(key) : nullptr;
 }
 
 std::wstring ConfigServiceImpl::buildMasterReport() const {

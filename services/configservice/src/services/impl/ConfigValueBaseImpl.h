@@ -64,10 +64,12 @@ protected:
     /// The log of this layer.
     static TesselLogger* logger();
 
-    // The stored texts, to be looked at without a copy and without a check of the thread. Good until the next setter.
+    // What is stored, to be looked at without a copy and without a check of the thread. Good until the next setter.
     const std::wstring& storedKey() const { return key_; }
     const std::wstring& storedValue() const { return value_; }
     const std::wstring& storedOriginalValue() const { return originalValue_; }
+    bool storedIsOverridden() const { return isOverridden_; }
+    bool storedIsDefined() const { return isDefined_; }
     const std::wstring& storedValueStoreName() const { return valueStoreName_.text(); }
     const std::wstring& storedOriginalValueStoreName() const { return originalValueStoreName_.text(); }
 

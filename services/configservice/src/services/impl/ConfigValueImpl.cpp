@@ -83,11 +83,11 @@ void ConfigValueImpl::update(std::wstring value, std::wstring originalValue, boo
         setOriginalValue(std::move(originalValue));
         fireOriginalValue();
     }
-    if (state == newestState_ && isOverridden != getisOverridden()) {
+    if (state == newestState_ && isOverridden != storedIsOverridden()) {
         setisOverridden(isOverridden);
         fireisOverridden();
     }
-    if (state == newestState_ && isDefined != getisDefined()) {
+    if (state == newestState_ && isDefined != storedIsDefined()) {
         setisDefined(isDefined);
         fireisDefined();
     }
@@ -113,12 +113,12 @@ void ConfigValueImpl::silentUpdate(std::wstring value, std::wstring originalValu
         setOriginalValue(std::move(originalValue));
         pendingOriginalValueFire_ = true;
     }
-    if (isOverridden != getisOverridden()) {
+    if (isOverridden != storedIsOverridden()) {
         setisOverridden(isOverridden);
         pendingisOverriddenFire_ = true;
     }
     // Unlike update(): a batch can define a key but never undefine it, and a key that stays undefined is told anew.
-    if (!getisDefined()) {
+    if (!storedIsDefined()) {
         setisDefined(isDefined);
         pendingisDefinedFire_ = true;
     }

@@ -13,7 +13,14 @@ TesselLogger* logger() {
     return instance;
 }
 
-bool giveName(const std::wstring* name, std::wstring& otherName) {
+/// The text stays as it is if no store has answered.
+void giveName(const StoreName& name, std::wstring& text) {
+    if (name.isGiven()) {
+        text = name.text();
+    }
+}
+
+bool giveOtherName(const std::wstring* name, std::wstring& otherName) {
     otherName = name != nullptr ? *name : std::wstring();
     return name != nullptr;
 }
@@ -44,7 +51,7 @@ bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, 
     // The name of the store is for the log alone.
     lookup.namesStore = TesselLog_isDebugEnabled(logger());
     resolver(lock).lookUp(folded, skipLocal, lookup);
-    logLookup(key, lookup, skipLocal);
+    logLookup(key, lookup, lookup.storeName.text(), skipLocal);
     value = std::move(lookup.value);
     return lookup.found;
 }
@@ -55,11 +62,10 @@ bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, 
     const StoreChain::Lock lock(chain_);
     KeyResolver::Lookup lookup;
     lookup.value = std::move(value);
-    lookup.storeName = std::move(configStoreName);
     resolver(lock).lookUp(folded, skipLocal, lookup);
-    logLookup(key, lookup, skipLocal);
+    giveName(lookup.storeName, configStoreName);
+    logLookup(key, lookup, configStoreName, skipLocal);
     value = std::move(lookup.value);
-    configStoreName = std::move(lookup.storeName);
     usedOtherKeyName = usedOtherKeyName || lookup.usedOtherKeyName();
     return lookup.found;
 }
@@ -68,10 +74,11 @@ bool ConfigStoreManager::getValueFromStores(const std::wstring& key, std::wstrin
                                             bool skipLocal) {
     const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
-    KeyResolver::Answer answer{false, std::move(value), std::move(configStoreName), true};
+    KeyResolver::Answer answer;
+    answer.value = std::move(value);
     resolver(lock).lookUpExactly(folded, skipLocal, answer);
     value = std::move(answer.value);
-    configStoreName = std::move(answer.storeName);
+    giveName(answer.storeName, configStoreName);
     return answer.found;
 }
 
@@ -80,10 +87,9 @@ bool ConfigStoreManager::getOriginalValue(const std::wstring& key, std::wstring&
     const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
     KeyResolver::Original original;
-    original.storeName = std::move(originalStoreName);
     resolver(lock).lookUpOriginal(folded, original);
     originalValue = std::move(original.value);
-    originalStoreName = std::move(original.storeName);
+    giveName(original.storeName, originalStoreName);
     usedOtherKeyName = original.usedOtherKeyName;
     return original.isOverridden;
 }
@@ -93,20 +99,19 @@ bool ConfigStoreManager::getOriginalValueFromStores(const std::wstring& key, std
     const FoldedKey folded(key);  // before the lock, which others wait for
     const StoreChain::Lock lock(chain_);
     KeyResolver::Original original;
-    original.storeName = std::move(originalStoreName);
     resolver(lock).lookUpOriginalExactly(folded, original);
     originalValue = std::move(original.value);
-    originalStoreName = std::move(original.storeName);
+    giveName(original.storeName, originalStoreName);
     originalFound = original.found;
     return original.isOverridden;
 }
 
 bool ConfigStoreManager::isKeyAlias(const std::wstring& key, std::wstring& currentKey) const {
-    return giveName(renamedKeys_.currentNameOf(FoldedKey(key)), currentKey);
+    return giveOtherName(renamedKeys_.currentNameOf(FoldedKey(key)), currentKey);
 }
 
 bool ConfigStoreManager::hasKeyAlias(const std::wstring& key, std::wstring& oldKey) const {
-    return giveName(renamedKeys_.oldNameOf(FoldedKey(key)), oldKey);
+    return giveOtherName(renamedKeys_.oldNameOf(FoldedKey(key)), oldKey);
 }
 
 bool ConfigStoreManager::isKeySensitive(const std::wstring& key) {
@@ -121,7 +126,8 @@ bool ConfigStoreManager::ConfigStorePriorityComparer(const std::shared_ptr<Confi
 
 std::vector<std::shared_ptr<ConfigStore>> ConfigStoreManager::getStores() { return *chain_.stores(); }
 
-void ConfigStoreManager::logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, bool skipLocal) {
+void ConfigStoreManager::logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup,
+                                   const std::wstring& storeName, bool skipLocal) {
     if (!TesselLog_isDebugEnabled(logger())) {
         return;
     }
@@ -129,5 +135,5 @@ void ConfigStoreManager::logLookup(const std::wstring& key, const KeyResolver::L
     TesselLog(logger(), 5, __FILE__, __LINE__, "getValue",
               L"key : [" + key + L"] " + describeRoad(lookup) + L"skipLocal : [" + (skipLocal ? L"1" : L"0") +
                   L"]  value: [" + shown + L"] success: [" + QuillCoreUtils::toWideString(lookup.found) +
-                  L"] configStoreName: [" + lookup.storeName + L"]");
+                  L"] configStoreName: [" + storeName + L"]");
 }

@@ -215,9 +215,13 @@ public:
     static bool parseUrlProvisioningData(const std::wstring& url, ConfigMap& values);
 
 private:
+    /// updateKey() without a copy of the key, which must stay as it is whatever the observers do.
+    void report(const std::wstring& key, bool silent);
+
     /// Over the chain as it stands, for the life of the lock.
     KeyResolver resolver(const StoreChain::Lock& lock) { return KeyResolver(chain_.searchList(lock), renamedKeys_); }
-    void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, bool skipLocal);
+    void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, const std::wstring& storeName,
+                   bool skipLocal);
 
     /// Observers may come and go from inside a report: each step goes to the next greater address.
     template <typename Report>

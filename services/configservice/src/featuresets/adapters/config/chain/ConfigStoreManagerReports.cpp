@@ -2,18 +2,24 @@
 
 #include <utility>
 
-void ConfigStoreManager::updateKey(std::wstring key, bool silent) {
+void ConfigStoreManager::updateKey(std::wstring key, bool silent) { report(key, silent); }
+
+void ConfigStoreManager::report(const std::wstring& key, bool silent) {
     const FoldedKey folded(key);
     const StoreChain::Lock lock(chain_);
     const KeyResolver chain = resolver(lock);
-    KeyResolver::Lookup lookup;
-    chain.lookUp(folded, false, lookup);
-    logLookup(key, lookup, false);
-    if (auto report = chain.report(folded, std::move(lookup))) {
-        NotifyConfigAddedOrUpdated(std::move(report->key), std::move(report->value), std::move(report->originalValue),
-                                   report->isOverridden, report->isDefined, std::move(report->valueStoreName),
-                                   std::move(report->originalValueStoreName), silent);
+    KeyResolver::Report state;
+    chain.lookUp(folded, false, state.lookup);
+    logLookup(key, state.lookup, state.lookup.storeName.text(), false);
+    chain.complete(folded, state);
+    if (state.name == nullptr) {
+        return;
     }
+    forEachObserver([&](ConfigStoreManager_Observer& observer) {
+        observer.onConfigAddedOrUpdated(*state.name, state.value(), state.originalValue(), state.isOverridden(),
+                                        state.isDefined(), state.valueStoreName(), state.originalValueStoreName(),
+                                        silent);
+    });
 }
 
 void ConfigStoreManager::notifyObservers(const std::shared_ptr<ConfigStore>& store) {
@@ -26,7 +32,7 @@ void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) 
     // An observer may read in its turn: with the chain lock taken first, the two locks are always taken in one order.
     const StoreChain::Lock lock(chain_);
     for (const std::wstring& key : keys) {
-        updateKey(key, true);
+        report(key, true);
     }
     for (const std::wstring& key : keys) {
         if (const std::wstring* const name = resolver(lock).reportedName(FoldedKey(key))) {

@@ -52,7 +52,7 @@ bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring&
         }
         stored = store->storeValue(key, value);
         enqueuePersist(store);
-        updateKey(key, false);
+        report(key, false);
         return false;
     });
     return stored;
@@ -65,7 +65,7 @@ bool ConfigStoreManager::storeValue(const std::map<std::wstring, std::wstring>& 
             storeAll(*store, values);
             enqueuePersist(store);
             for (const auto& entry : values) {
-                updateKey(entry.first, false);
+                report(entry.first, false);
             }
             reachedOne = true;
         }
@@ -81,7 +81,7 @@ bool ConfigStoreManager::storeInMemoryValue(const std::wstring& key, const std::
         return false;
     }
     const bool stored = store->storeValue(key, value);
-    updateKey(key, false);
+    report(key, false);
     return stored;
 }
 
@@ -109,7 +109,7 @@ bool ConfigStoreManager::eraseKey(const std::wstring& key) {
         return true;
     });
     if (removed) {
-        updateKey(key, false);
+        report(key, false);
     }
     return removed;
 }

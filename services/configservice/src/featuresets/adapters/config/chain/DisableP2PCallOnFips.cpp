@@ -1,7 +1,7 @@
 #include "chain/DisableP2PCallOnFips.h"
 
 #include "ConfigValueImpl.h"
-#include "quill/StringUtils.h"
+#include "chain/FoldedKey.h"
 #include "tessel/FipsUtils.h"
 
 const std::wstring& DisableP2PCallOnFips::offValue() {
@@ -10,7 +10,7 @@ const std::wstring& DisableP2PCallOnFips::offValue() {
 }
 
 bool DisableP2PCallOnFips::isRuledOutByLetters(std::wstring_view text) {
-    return QuillCoreUtils::caseInsensitiveStringEquals(text, KEY) && tessel::common::FipsUtils::isFipsEnabled();
+    return KeyUnits::equal(text, KEY) && tessel::common::FipsUtils::isFipsEnabled();
 }
 
 void DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(const std::shared_ptr<ConfigValueImpl>& object) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "chain/KeyFilter.h"
 #include "quill/StringUtils.h"
 
 /// Two units of a key side by side, which is how keys are walked: they are ASCII nearly always, and two letters fold
@@ -86,6 +87,9 @@ inline bool equal(std::wstring_view a, std::wstring_view b) {
     if (a.size() != b.size()) {
         return false;
     }
+    if (a == b) {
+        return true;  // most keys are asked for as they were written
+    }
     for (std::size_t place = 0; place < a.size(); place += 2) {
         const std::uint64_t fromA = pairAt(a, place);
         const std::uint64_t fromB = pairAt(b, place);
@@ -108,14 +112,17 @@ inline bool equal(std::wstring_view a, std::wstring_view b) {
 /// outlive it.
 class FoldedKey {
 public:
-    explicit FoldedKey(const std::wstring& text) : text_(text), hash_(hashOf(text)) {}
+    explicit FoldedKey(const std::wstring& text) : text_(text), mark_(hashOf(text)) {}
     explicit FoldedKey(std::wstring&&) = delete;
 
     /// As it was asked for.
     const std::wstring& text() const { return text_; }
 
     /// Equal for keys that differ only in case.
-    std::uint64_t hash() const { return hash_; }
+    std::uint64_t hash() const { return mark_.hash; }
+
+    /// The same for filters.
+    const KeyMark& mark() const { return mark_; }
 
     bool equals(std::wstring_view key) const { return KeyUnits::equal(text_, key); }
 
@@ -153,5 +160,5 @@ private:
     }
 
     const std::wstring& text_;
-    const std::uint64_t hash_;
+    const KeyMark mark_;
 };

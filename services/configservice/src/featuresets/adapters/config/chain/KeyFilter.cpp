@@ -14,11 +14,11 @@ KeyFilter::KeyFilter() {
     words_.store(all_.back().get(), std::memory_order_release);
 }
 
-void KeyFilter::add(std::uint64_t hash) {
+void KeyFilter::add(const KeyMark& key) {
     Words& words = *all_.back();
-    std::atomic<std::uint64_t>& word = words[hash & (words.size() - 1)];
+    std::atomic<std::uint64_t>& word = words[key.hash & (words.size() - 1)];
     const std::uint64_t before = word.load(std::memory_order_relaxed);
-    const std::uint64_t after = before | bitsOf(hash);
+    const std::uint64_t after = before | key.bits;
     if (after != before) {
         word.store(after, std::memory_order_relaxed);
         ++added_;
@@ -52,7 +52,7 @@ void KeyFilter::fill(Words& words, const std::vector<std::uint64_t>& hashes) {
     for (const std::uint64_t hash : hashes) {
         std::uint64_t& word = filled[hash & (filled.size() - 1)];
         const std::uint64_t before = word;
-        word |= bitsOf(hash);
+        word |= KeyMark(hash).bits;
         added_ += word != before ? 1 : 0;
     }
     for (std::size_t place = 0; place < filled.size(); ++place) {

@@ -5,6 +5,18 @@
 #include <memory>
 #include <vector>
 
+/// What filters look for, worked out once for a key, however many of them are asked.
+struct KeyMark {
+    std::uint64_t hash;
+    std::uint64_t bits;  ///< do not depend on those bits of the hash that choose a word
+
+    /// @param of the hash of a FoldedKey.
+    constexpr explicit KeyMark(std::uint64_t of)
+        : hash(of),
+          bits(std::uint64_t{1} << (of >> 58U) | std::uint64_t{1} << (of >> 52U & 63U) |
+               std::uint64_t{1} << (of >> 46U & 63U)) {}
+};
+
 /// Answers without a lock whether a set of keys may hold a key: most stores of a chain do not hold the key that is
 /// looked up, and so need not be locked. Three bits for each key in one word that its hash chooses (a blocked Bloom
 /// filter); what was taken out goes on being possible.
@@ -18,14 +30,14 @@ public:
     KeyFilter(const KeyFilter&) = delete;
     KeyFilter& operator=(const KeyFilter&) = delete;
 
-    /// @param hash of a FoldedKey. False: the key is not there.
-    bool mayHold(std::uint64_t hash) const {
+    /// False: the key is not there.
+    bool mayHold(const KeyMark& key) const {
         const Words* const words = words_.load(std::memory_order_acquire);
-        const std::uint64_t bits = bitsOf(hash);
-        return ((*words)[hash & (words->size() - 1)].load(std::memory_order_relaxed) & bits) == bits;
+        const std::uint64_t word = (*words)[key.hash & (words->size() - 1)].load(std::memory_order_relaxed);
+        return (word & key.bits) == key.bits;
     }
 
-    void add(std::uint64_t hash);
+    void add(const KeyMark& key);
 
     /// True if so many keys were added that the answers have become vague; renew() then.
     bool isFull() const { return added_ > KEYS_OF_A_WORD * all_.back()->size(); }
@@ -41,12 +53,6 @@ private:
     using Words = std::vector<std::atomic<std::uint64_t>>;
 
     static constexpr std::size_t KEYS_OF_A_WORD = 6;
-
-    /// Bits that do not depend on those that choose the word.
-    static constexpr std::uint64_t bitsOf(std::uint64_t hash) {
-        return std::uint64_t{1} << (hash >> 58U) | std::uint64_t{1} << (hash >> 52U & 63U) |
-               std::uint64_t{1} << (hash >> 46U & 63U);
-    }
 
     void fill(Words& words, const std::vector<std::uint64_t>& hashes);
 

@@ -116,33 +116,16 @@ const std::wstring* KeyResolver::reportedName(const FoldedKey& key) const {
     return current.found ? nullptr : currentKey;
 }
 
-std::optional<KeyResolver::ChangeReport> KeyResolver::report(const FoldedKey& key, Lookup lookup) const {
-    Original original;
-    lookUpOriginal(key, original, &lookup);
-    const std::wstring* const name = reportedName(key);
-    if (name == nullptr) {
-        return std::nullopt;
-    }
-    // A read-only value under the key's own name beats what a writable store holds under the other name.
-    const bool ownNameWins = lookup.usedOtherKeyName() && !original.usedOtherKeyName && original.isOverridden;
-    if (ownNameWins) {
-        lookup.value = original.value;
-    }
-    return ChangeReport{
-        *name,
-        std::move(lookup.value),
-        std::move(original.value),
-        !ownNameWins && lookup.found && original.isOverridden,
-        lookup.found,
-        std::move(lookup.storeName),
-        std::move(original.storeName),
-    };
+void KeyResolver::complete(const FoldedKey& key, Report& report) const {
+    lookUpOriginal(key, report.original, &report.lookup);
+    report.name = reportedName(key);
+    report.ownNameWins =
+        report.lookup.usedOtherKeyName() && !report.original.usedOtherKeyName && report.original.isOverridden;
 }
 
-KeyResolver::Resolution KeyResolver::resolve(const std::wstring& text) const {
-    const FoldedKey key(text);
-    Resolution resolution;
-    lookUp(key, false, resolution.lookup);
-    resolution.report = report(key, resolution.lookup);
-    return resolution;
+KeyResolver::Report KeyResolver::resolve(const FoldedKey& key) const {
+    Report report;
+    lookUp(key, false, report.lookup);
+    complete(key, report);
+    return report;
 }

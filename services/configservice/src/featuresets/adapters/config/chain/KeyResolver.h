@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 #include "chain/FoldedKey.h"
@@ -16,11 +15,11 @@ class KeyResolver {
 public:
     /// What the chain answered. A lookup goes on from what it is given here: on a miss the value is what the last store
     /// that was asked has left in it, and with no store to ask it stays as it was; the store's name changes on a hit
-    /// only.
+    /// only. The name refers to the search list.
     struct Answer {
         bool found = false;
         std::wstring value;
-        std::wstring storeName;
+        StoreName storeName;
         /// False: nobody wants the name, which stays as it is.
         bool namesStore = true;
         /// The store that has the key; null if none has.
@@ -47,30 +46,31 @@ public:
     /// What the read-only stores answer: the value that the user's own settings may hide.
     struct Original {
         std::wstring value;
-        /// Kept from the lookup before if this one finds nothing.
-        std::wstring storeName;
+        /// Kept from the lookup before if this one finds nothing. Refers to the search list.
+        StoreName storeName;
         bool found = false;
         /// A writable store with the key stands ahead of the read-only ones, or there are none that have it.
         bool isOverridden = false;
         bool usedOtherKeyName = false;
     };
 
-    /// The state of a key as observers are told it; onConfigAddedOrUpdated() says what each value means.
-    struct ChangeReport {
-        std::wstring key;
-        std::wstring value;
-        std::wstring originalValue;
-        bool isOverridden = false;
-        bool isDefined = false;
-        std::wstring valueStoreName;
-        std::wstring originalValueStoreName;
-    };
-
-    struct Resolution {
-        /// The lookup behind the report.
+    /// The state of a key as observers are told it; onConfigAddedOrUpdated() says what each value means. The texts are
+    /// those of the two lookups behind it, of the search list, of the tables, or of the key that was asked for.
+    struct Report {
         Lookup lookup;
-        /// Nothing if the key is an old name and the current one has a value of its own, which alone counts.
-        std::optional<ChangeReport> report;
+        Original original;
+        /// Null, and then nothing is reported, if the key is an old name and the current one has a value of its own,
+        /// which alone counts.
+        const std::wstring* name = nullptr;
+        /// A read-only value under the key's own name beats what a writable store holds under the other name.
+        bool ownNameWins = false;
+
+        const std::wstring& value() const { return ownNameWins ? original.value : lookup.value; }
+        const std::wstring& originalValue() const { return original.value; }
+        bool isOverridden() const { return !ownNameWins && lookup.found && original.isOverridden; }
+        bool isDefined() const { return lookup.found; }
+        const std::wstring& valueStoreName() const { return lookup.storeName.text(); }
+        const std::wstring& originalValueStoreName() const { return original.storeName.text(); }
     };
 
     KeyResolver(const SearchList& stores, const RenamedKeys& names) : stores_(stores), names_(names) {}
@@ -95,12 +95,12 @@ public:
     /// name whose current one has a value.
     const std::wstring* reportedName(const FoldedKey& key) const;
 
-    /// The state of a key over the chain. @param lookup what lookUp() has just found for it among all stores.
-    /// @return nothing if there is nothing to report, see Resolution.
-    std::optional<ChangeReport> report(const FoldedKey& key, Lookup lookup) const;
+    /// The state of a key over the chain. @param report whose lookup is what lookUp() has just found for it among all
+    /// stores; receives the rest.
+    void complete(const FoldedKey& key, Report& report) const;
 
     /// Both steps in one.
-    Resolution resolve(const std::wstring& key) const;
+    Report resolve(const FoldedKey& key) const;
 
 private:
     const SearchList& stores_;

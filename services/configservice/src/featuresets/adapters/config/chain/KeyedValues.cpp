@@ -17,7 +17,7 @@ const std::wstring* KeyedValues::find(const FoldedKey& key) const {
 bool KeyedValues::set(const FoldedKey& key, const std::wstring& value) {
     Entry* const* const found = table_.find(key);
     if (found == nullptr) {
-        filter_.add(key.hash());
+        filter_.add(key.mark());
         insert(key.hash(), *map_.emplace(key.text(), value).first);
         return true;
     }
@@ -30,9 +30,9 @@ bool KeyedValues::set(const FoldedKey& key, const std::wstring& value) {
 void KeyedValues::add(std::wstring key, std::wstring value) {
     const auto [entry, isNew] = map_.try_emplace(std::move(key), std::move(value));
     if (isNew) {
-        const std::uint64_t hash = FoldedKey(entry->first).hash();
-        filter_.add(hash);
-        insert(hash, *entry);
+        const FoldedKey folded(entry->first);
+        filter_.add(folded.mark());
+        insert(folded.hash(), *entry);
     }
 }
 

@@ -30,12 +30,12 @@ public:
 
     /// The current name of an old one; null for any other key.
     const std::wstring* currentNameOf(const FoldedKey& key) const {
-        return currentFilter_.mayHold(key.hash()) ? current_.find(key) : nullptr;
+        return currentFilter_.mayHold(key.mark()) ? current_.find(key) : nullptr;
     }
 
     /// The old name of a current one; null for any other key.
     const std::wstring* oldNameOf(const FoldedKey& key) const {
-        return oldFilter_.mayHold(key.hash()) ? old_.find(key) : nullptr;
+        return oldFilter_.mayHold(key.mark()) ? old_.find(key) : nullptr;
     }
 
 private:

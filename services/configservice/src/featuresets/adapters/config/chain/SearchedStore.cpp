@@ -11,10 +11,10 @@ SearchedStore::SearchedStore(const std::shared_ptr<ConfigStore>& store)
     }
 }
 
-void SearchedStore::giveName(std::wstring& text) const {
+void SearchedStore::giveName(StoreName& name) const {
     if (inside_ != nullptr) {
-        text = name_;
+        name.refer(name_);
     } else {
-        text = QuillCoreUtils::toWideString(store_->getName());
+        name.keep(QuillCoreUtils::toWideString(store_->getName()));
     }
 }

@@ -6,6 +6,7 @@
 
 #include "ConfigStore.h"
 #include "chain/FoldedLookup.h"
+#include "chain/StoreName.h"
 
 /// A store with what a search wants to know of it. Of the module's own stores that stays the same for their lives, and
 /// is asked once; a store from outside is asked each time.
@@ -15,7 +16,7 @@ public:
     explicit SearchedStore(const std::shared_ptr<ConfigStore>& store);
 
     bool lookUp(const FoldedKey& key, std::wstring& value) const {
-        if (filter_ != nullptr && !filter_->mayHold(key.hash())) {
+        if (filter_ != nullptr && !filter_->mayHold(key.mark())) {
             value.clear();
             return false;
         }
@@ -24,8 +25,8 @@ public:
 
     bool isReadOnly() const { return inside_ != nullptr ? readOnly_ : store_->isReadOnly(); }
 
-    /// Puts the store's name into the text.
-    void giveName(std::wstring& text) const;
+    /// Makes the name that of this store. It refers to this object for a store of the module's own.
+    void giveName(StoreName& name) const;
 
     /// True if what a lookup answered a moment ago is as good as another one: a store from outside may count them.
     bool answersQuietly() const { return filter_ != nullptr; }

@@ -57,7 +57,7 @@ bool TftpConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
                   "TftpConfigStore::getValue() currentQueryState is not FINISHED - Current State: " +
                       std::to_string(state));
     }
-    if (!filter_.mayHold(key.hash()) || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
+    if (!filter_.mayHold(key.mark()) || key.equals(ConfigStoreConstants::certificateValidationEnabled)) {
         return answer(nullptr, key, value);
     }
     const tessel::ScopedLock lock(valuesMutex_);

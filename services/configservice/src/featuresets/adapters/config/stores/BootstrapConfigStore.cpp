@@ -119,7 +119,7 @@ bool BootstrapConfigStore::isLineComment(std::string line) { return line.starts_
 bool BootstrapConfigStore::isValidConfigValue(const std::vector<std::string>& parts) { return !parts.empty(); }
 
 bool BootstrapConfigStore::getValueFromMap(const KeyedValues& map, const FoldedKey& key, std::wstring& value) {
-    const std::wstring* const found = filter_.mayHold(key.hash()) ? map.find(key) : nullptr;
+    const std::wstring* const found = filter_.mayHold(key.mark()) ? map.find(key) : nullptr;
     if (found == nullptr) {
         value.clear();
         return false;
