@@ -85,6 +85,12 @@ bool isTextOrCdata(const xmlNode* node) { return node->type == XML_TEXT_NODE || 
 
 bool hasText(const xmlNode* node) { return isTextOrCdata(node) && node->content != nullptr; }
 
+/// The text of an element that has one text or CDATA section and nothing else; null for any other element.
+xmlNode* onlyText(const xmlNode* element) {
+    xmlNode* const child = element->children;
+    return child != nullptr && child->next == nullptr && hasText(child) ? child : nullptr;
+}
+
 std::size_t lengthOfText(const xmlNode* element) {
     std::size_t length = 0;
     for (const xmlNode* child = element->children; child != nullptr; child = child->next) {
@@ -245,10 +251,17 @@ bool XmlConfigParser::isMarkup(const xmlNode* entry) {
 }
 
 std::wstring XmlConfigParser::extractValue(xmlNode* entry, const std::wstring& key) {
-    std::string copy =
-        isMarkup(entry) ? extractXmlStringFromXmlNode(documentOf(*entry), entry) : extractStringFromXmlNode(entry);
-    std::wstring value = QuillCoreUtils::toWideString(copy);
-    tessel::SecureStringUtils::TesselZeroString(copy);
+    std::wstring value;
+    if (xmlNode* const text = onlyText(entry)) {
+        // Straight from the tree: there is no copy to wipe.
+        value = QuillCoreUtils::toWideString(QuillCoreUtils::trimmed(view(text->content)));
+        memzeroSensitiveNodeValue(text, key, nullptr);
+    } else {
+        std::string copy =
+            isMarkup(entry) ? extractXmlStringFromXmlNode(documentOf(*entry), entry) : extractStringFromXmlNode(entry);
+        value = QuillCoreUtils::toWideString(copy);
+        tessel::SecureStringUtils::TesselZeroString(copy);
+    }
     DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
     return value;
 }

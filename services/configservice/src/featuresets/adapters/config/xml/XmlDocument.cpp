@@ -217,10 +217,12 @@ using Opener = std::function<Source()>;
 
 std::shared_ptr<xmlDoc> read(const Opener& open, const std::string& baseName, std::uintmax_t size,
                              Receivers receivers) {
-    std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, 0, receivers);
+    // Of no effect but that short texts lie in their nodes, where a secret among them can be wiped.
+    constexpr int shortTextsInNodes = XML_PARSE_COMPACT;
+    std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, shortTextsInNodes, receivers);
     if (document == nullptr && size > longestText) {
         constexpr int longTexts = XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-        document = readOnce(open(), baseName, longTexts, {nullptr, receivers.entries});
+        document = readOnce(open(), baseName, shortTextsInNodes | longTexts, {nullptr, receivers.entries});
         if (document != nullptr && receivers.problems != nullptr) {
             receivers.problems->clear();
         }
