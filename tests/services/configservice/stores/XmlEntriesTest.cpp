@@ -82,7 +82,7 @@ TEST_F(XmlEntries, AreNotWhatEntitiesHold) {
 
 TEST_F(XmlEntries, AreNotInTheDocumentThatIsLeft) {
     Noting noting;
-    const std::string text = "<r>text<G> <a>1</a>&amp;<!-- c --><b/></G></r>";
+    const std::string text = "<r>text<G> <a>1</a>&amp;<!-- c --><b/><![CDATA[d]]><b/><![CDATA[long text]]></G></r>";
     const auto document = readXmlMemory(text.data(), text.size(), "name", noting);
     ASSERT_NE(document, nullptr);
     const xmlNode* const group = xmlDocGetRootElement(document.get())->children;

@@ -147,9 +147,22 @@ void handEntryOver(void* context, const xmlChar* name, const xmlChar* prefix, co
     }
 }
 
+bool isInEntry(const void* context) {
+    return depthOf(*static_cast<const xmlParserCtxt*>(context)) > elementsAroundAnEntry;
+}
+
+// Text between entries must go too, not only for its size: two texts between which an entry has been taken out would
+// stand side by side, and libxml2 would append the second one to the first without making room.
+
 void keepTextOfEntries(void* context, const xmlChar* text, int length) {
-    if (depthOf(*static_cast<xmlParserCtxt*>(context)) > elementsAroundAnEntry) {
+    if (isInEntry(context)) {
         xmlSAX2Characters(context, text, length);
+    }
+}
+
+void keepCdataOfEntries(void* context, const xmlChar* text, int length) {
+    if (isInEntry(context)) {
+        xmlSAX2CDataBlock(context, text, length);
     }
 }
 
@@ -159,6 +172,7 @@ void handEntriesOver(xmlParserCtxt& parser, XmlEntryReceiver& receiver) {
     // The same for both, or libxml2 would tell the one from the other by guessing.
     parser.sax->characters = keepTextOfEntries;
     parser.sax->ignorableWhitespace = keepTextOfEntries;
+    parser.sax->cdataBlock = keepCdataOfEntries;
 }
 
 /// What is wrong with the start tag that is being read; null if nothing is. The parser's list of attributes has five
