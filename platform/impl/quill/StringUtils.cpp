@@ -138,7 +138,13 @@ std::string inOneLine(std::string_view text) {
     return line;
 }
 
-std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b) { return compareFolded(a, b); }
+std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b) {
+    // What two texts begin with alike folds alike.
+    const auto alike = std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin();
+    a.remove_prefix(static_cast<std::size_t>(alike));
+    b.remove_prefix(static_cast<std::size_t>(alike));
+    return compareFolded(a, b);
+}
 
 std::int32_t caseInsensitiveStringCompare(std::string_view a, std::string_view b) { return compareFolded(a, b); }
 
