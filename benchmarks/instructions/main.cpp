@@ -20,6 +20,7 @@
 #include "stores/LocalFileConfigStore.h"
 #include "support/Documents.h"
 #include "support/ModuleChain.h"
+#include "support/ModuleHost.h"
 #include "support/WholeModule.h"
 #include "tessel/LogSink.h"
 #include "xml/XmlConfigParser.h"
@@ -88,6 +89,17 @@ Work prepareSave() {
     };
 }
 
+/// The module put in, started and asked for a first value, and taken out again.
+Work prepareStart() {
+    const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
+    const auto profile = std::make_shared<bench::Profile>(layers);
+    profile->enter();
+    return [profile, key = bench::widen(layers[bench::USER_LAYER].entries.front().first)](std::size_t) {
+        const bench::ModuleHost host(std::make_shared<bench::NoTaskDispatcher>());
+        host.service()->getConfig(key);
+    };
+}
+
 const std::vector<Operation>& operations() {
     static const std::vector<Operation> all = {
         {"lookup-layer-8", 1000, [] { return prepareLookup(bench::Place::Eighth); }},
@@ -96,6 +108,7 @@ const std::vector<Operation>& operations() {
         {"set-and-observer", 1000, prepareSet},
         {"load", 1, prepareLoad},
         {"save", 1, prepareSave},
+        {"start", 1, prepareStart},
     };
     return all;
 }

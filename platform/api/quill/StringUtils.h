@@ -37,6 +37,9 @@ std::string trimleft(std::string_view text);
 /// The same for wide text.
 std::wstring trimleft(std::wstring_view text);
 
+/// What trim() gives, as a part of the text itself: no copy is made.
+std::string_view trimmed(std::string_view text);
+
 /// The text with its line feeds written as "\x0a": a file's name, say, must not begin a line of its own in a log.
 std::string inOneLine(std::string_view text);
 
@@ -63,6 +66,8 @@ std::size_t caseInsensitiveFind(std::wstring_view text, std::wstring_view part);
 std::wstring toLowercase(std::wstring_view text);
 /// The same for narrow text.
 std::string toLowercase(std::string_view text);
+/// The same in place.
+void lowercase(std::wstring& text);
 
 /// True for "true", "1", "yes" and "on" in any case after trim(); anything else is false.
 bool toBool(std::string_view text);

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <type_traits>
+#include <cstring>
 
 #include "impl/quill/CaseFolding.h"
 #include "impl/quill/Utf8.h"
@@ -46,10 +46,30 @@ View withoutSpace(View text, View space) {
     return withoutSpaceAtStart(text.substr(0, text.find_last_not_of(space) + 1), space);
 }
 
-template <typename Unit>
-bool isAscii(Unit unit) {
-    return static_cast<std::make_unsigned_t<Unit>>(unit) < 0x80;
+// The units are looked at without a branch for each, so that many can be taken at a time.
+
+bool isAscii(std::string_view text) {
+    std::uint64_t all = 0;
+    for (; text.size() >= sizeof(all); text.remove_prefix(sizeof(all))) {
+        std::uint64_t eight = 0;
+        std::memcpy(&eight, text.data(), sizeof(eight));
+        all |= eight;
+    }
+    for (const char character : text) {
+        all |= static_cast<unsigned char>(character);
+    }
+    return (all & 0x80808080'80808080U) == 0;
 }
+
+bool isAscii(std::wstring_view text) {
+    std::uint32_t all = 0;
+    for (const wchar_t unit : text) {
+        all |= static_cast<std::uint32_t>(unit);
+    }
+    return all < 0x80;
+}
+
+wchar_t foldAscii(wchar_t unit) { return unit + (unit >= L'A' && unit <= L'Z' ? L'a' - L'A' : 0); }
 
 constexpr std::string_view narrowSpace = " \t\r\n\v\f";
 constexpr std::wstring_view wideSpace = L" \t\r\n\v\f";
@@ -57,13 +77,11 @@ constexpr std::wstring_view wideSpace = L" \t\r\n\v\f";
 }  // namespace
 
 std::wstring toWideString(std::string_view text) {
+    if (isAscii(text)) {
+        return {text.begin(), text.end()};
+    }
     std::wstring wide;
     wide.reserve(text.size());
-    // Most texts are ASCII, and go over in one piece.
-    const auto ascii = std::find_if_not(text.begin(), text.end(), isAscii<char>);
-    wide.resize(static_cast<std::size_t>(ascii - text.begin()));
-    std::copy(text.begin(), ascii, wide.begin());
-    text.remove_prefix(wide.size());
     while (!text.empty()) {
         wide.push_back(static_cast<wchar_t>(takeCodePoint(text)));
     }
@@ -76,7 +94,7 @@ std::wstring toWideString(int value) { return std::to_wstring(value); }
 
 std::string toString(std::wstring_view text) {
     std::string narrow;
-    if (std::all_of(text.begin(), text.end(), isAscii<wchar_t>)) {
+    if (isAscii(text)) {
         narrow.resize(text.size());
         std::transform(text.begin(), text.end(), narrow.begin(), [](wchar_t unit) { return static_cast<char>(unit); });
         return narrow;
@@ -99,6 +117,8 @@ void split(std::wstring_view text, std::vector<std::wstring>& parts, std::wstrin
 
 std::string trim(std::string_view text) { return std::string(withoutSpace(text, narrowSpace)); }
 
+std::string_view trimmed(std::string_view text) { return withoutSpace(text, narrowSpace); }
+
 std::wstring trim(std::wstring_view text) { return std::wstring(withoutSpace(text, wideSpace)); }
 
 std::string trimleft(std::string_view text) { return std::string(withoutSpaceAtStart(text, narrowSpace)); }
@@ -118,7 +138,13 @@ std::string inOneLine(std::string_view text) {
     return line;
 }
 
-std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b) { return compareFolded(a, b); }
+std::int32_t caseInsensitiveStringCompare(std::wstring_view a, std::wstring_view b) {
+    // What two texts begin with alike folds alike.
+    const auto alike = std::mismatch(a.begin(), a.end(), b.begin(), b.end()).first - a.begin();
+    a.remove_prefix(static_cast<std::size_t>(alike));
+    b.remove_prefix(static_cast<std::size_t>(alike));
+    return compareFolded(a, b);
+}
 
 std::int32_t caseInsensitiveStringCompare(std::string_view a, std::string_view b) { return compareFolded(a, b); }
 
@@ -137,10 +163,18 @@ std::size_t caseInsensitiveFind(std::wstring_view text, std::wstring_view part) 
 
 std::wstring toLowercase(std::wstring_view text) {
     std::wstring lower(text);
-    for (wchar_t& unit : lower) {
+    lowercase(lower);
+    return lower;
+}
+
+void lowercase(std::wstring& text) {
+    if (isAscii(text)) {
+        std::transform(text.begin(), text.end(), text.begin(), foldAscii);
+        return;
+    }
+    for (wchar_t& unit : text) {
         unit = static_cast<wchar_t>(fold(scalarValue(unit)));
     }
-    return lower;
 }
 
 std::string toLowercase(std::string_view text) {

@@ -60,6 +60,14 @@ TEST(Trim, TakesTheSixAsciiSpacesOffBothEnds) {
     EXPECT_EQ(trim(L" \t\r\n\v\fa b\f\v\n\r\t "), L"a b");
 }
 
+TEST(Trim, GivesAPartOfTheTextWithoutACopyWhenAsked) {
+    const std::string text = " a b\n";
+    const std::string_view part = trimmed(text);
+    EXPECT_EQ(part, "a b");
+    EXPECT_EQ(part.data(), text.data() + 1);
+    EXPECT_EQ(trimmed(" \n"), "");
+}
+
 TEST(Trim, LeavesNothingOfSpacesAlone) {
     EXPECT_EQ(trim(" \t\r\n"), "");
     EXPECT_EQ(trim(""), "");

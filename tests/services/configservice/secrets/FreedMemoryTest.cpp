@@ -33,6 +33,25 @@ TEST(FreedMemory, HoldsNoSecretThatWasReadFromADocument) {
     EXPECT_EQ(values[L"ConnectionPassword"].find(wideSecret), 0U);
 }
 
+TEST(FreedMemory, HoldsNoSecretOfADocumentThatTurnsOutBroken) {
+    const std::string secret = QuillCoreUtils::toString(wideSecret);
+    const std::string document = "<r><G><ConnectionPassword>" + secret + "</ConnectionPassword><a>" + secret +
+                                 "</a><b> " + secret + "<![CDATA[x]]></b></G></q>";
+    ConfigMap values;
+    SensitiveKeySet sensitiveKeys;
+    EXPECT_EQ(blocksLeftBy([&] { XmlConfigParser::readFromMemory(document, values, sensitiveKeys); }), 0);
+    EXPECT_TRUE(values.empty());
+}
+
+TEST(FreedMemory, HoldsNoSecretOfAnEntryThatIsPassedOver) {
+    const std::string secret = QuillCoreUtils::toString(wideSecret);
+    const std::string document = serverDocument("<a>1</a><A>" + secret + "</A>");
+    ConfigMap values;
+    SensitiveKeySet sensitiveKeys;
+    EXPECT_EQ(blocksLeftBy([&] { XmlConfigParser::readFromMemory(document, values, sensitiveKeys); }), 0);
+    EXPECT_EQ(values.size(), 1U);
+}
+
 TEST(FreedMemory, HoldsNoSecretThatALinkBrought) {
     const std::wstring secret(wideSecret);
     const std::wstring link = L"corvid://setup?Other=" + secret + L"&ServicesDomain=" + secret + L"&ServicesDomain=" +

@@ -49,7 +49,7 @@ void ConfigAdapter::addLocalFileStore() {
             replaced->destroy();
         }
         localFileStore_ = std::make_shared<LocalFileConfigStore>(ConfigStoreConstants::LOCAL_FILE_STORE_NAME,
-                                                                 LOCAL_FILE_PRIORITY, false);
+                                                                 LOCAL_FILE_PRIORITY, false, replaced.get());
         if (replaced != nullptr && replaced->hasUnpersistedValues()) {
             localFileStore_->takeOverValues(*replaced);
             configStoreManager_->enqueuePersist(localFileStore_);
@@ -65,10 +65,13 @@ void ConfigAdapter::persistLocalFileStore() {
 }
 
 void ConfigAdapter::addOverrideStore() {
+    // The start follows the constructor at once as a rule, and finds the file as that has read it.
+    const auto replaced = std::dynamic_pointer_cast<XmlConfigStore>(
+        configStoreManager_->findStore(ConfigStoreConstants::TFTP_OVERRIDE_CONFIG_STORE_NAME));
     configStoreManager_->addStore(std::make_shared<XmlConfigStore>(
         ConfigStoreConstants::TFTP_OVERRIDE_CONFIG_STORE_NAME, OVERRIDE_PRIORITY, false,
         FileUtils::getConfigDirectory() + FileUtils::FileSeparator() + ConfigStoreConstants::TFTP_OVERRIDE_FILE_NAME,
-        true));
+        true, replaced.get()));
 }
 
 void ConfigAdapter::removeCustomServerValuesIfPolicySet() {

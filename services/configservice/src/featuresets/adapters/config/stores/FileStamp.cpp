@@ -2,11 +2,36 @@
 
 #include <sys/stat.h>
 
+#include <chrono>
+
+namespace {
+
+// The time of the last change of the inode: a program can set the time of modification back, but not this one.
+FileStamp stampOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino, status.st_size, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
+}
+
+/// How long ago it was; negative for what is still to come.
+std::chrono::nanoseconds ageOf(const timespec& time) {
+    const auto sinceEpoch = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+    return std::chrono::system_clock::now().time_since_epoch() - sinceEpoch;
+}
+
+// The times of files go by a clock that ticks every 10 ms, or more often.
+constexpr std::chrono::milliseconds twoTicks(20);
+
+}  // namespace
+
+FileStamp FileStamp::beforeReading(const std::string& path) {
+    struct stat status {};
+    const bool isFile = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    return isFile && ageOf(status.st_ctim) >= twoTicks ? stampOf(status) : FileStamp();
+}
+
 FileStamp FileStamp::of(const std::string& path) {
     struct stat status {};
     if (::stat(path.c_str(), &status) != 0) {
         return {};
     }
-    // The time of the last change of the inode: a program can set the time of modification back, but not this one.
-    return {status.st_dev, status.st_ino, status.st_size, status.st_ctim.tv_sec, status.st_ctim.tv_nsec};
+    return stampOf(status);
 }

@@ -20,4 +20,9 @@ struct FileStamp {
 
     /// The stamp of what is there now; one for which exists() is false if nothing is.
     static FileStamp of(const std::string& path);
+
+    /// The same for a file that is about to be read: as long as of() equals it, the file holds what was read. One for
+    /// which exists() is false if that could not be told: for all but regular files, and for a file that has just been
+    /// changed, since another change may bear the same time.
+    static FileStamp beforeReading(const std::string& path);
 };

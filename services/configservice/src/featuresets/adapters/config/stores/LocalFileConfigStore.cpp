@@ -59,19 +59,23 @@ bool composeEntry(XmlComposer& composer, const std::wstring& key, const std::wst
 
 }  // namespace
 
-LocalFileConfigStore::LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal)
+LocalFileConfigStore::LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal,
+                                           LocalFileConfigStore* former)
     : LocalFileConfigStore(std::move(name), priority, FileUtils::getConfigDirectory(),
-                           ConfigStoreConstants::LOCAL_FILE_CONFIG_STORE_FILE_NAME, isLocal, false) {}
+                           ConfigStoreConstants::LOCAL_FILE_CONFIG_STORE_FILE_NAME, isLocal, false, former) {}
 
 LocalFileConfigStore::LocalFileConfigStore(std::string name, std::int32_t priority, std::string directory,
-                                           std::string fileName, bool isLocal, bool readOnly)
+                                           std::string fileName, bool isLocal, bool readOnly,
+                                           LocalFileConfigStore* former)
     : name_(std::move(name)),
       priority_(priority),
       isLocal_(isLocal),
       readOnly_(readOnly),
       directory_(withSeparator(directory)),
       fileName_(std::move(fileName)) {
-    readFromFile();
+    if (former == nullptr || !takeOverReading(*former)) {
+        readFromFile();
+    }
 }
 
 bool LocalFileConfigStore::getValue(const std::wstring& key, std::wstring& value) {
@@ -158,6 +162,18 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
     ++change_;
 }
 
+bool LocalFileConfigStore::takeOverReading(LocalFileConfigStore& former) {
+    Values read = former.copyValues();
+    const bool isCurrent = read.readFile.exists() && read.readFile == FileStamp::of(filePath());
+    if (read.change != 0 || !isCurrent || former.filePath() != filePath()) {
+        return false;
+    }
+    tessel::ScopedLock lock(mutex_);
+    values_.exchange(std::move(read.map));
+    readFile_ = read.readFile;
+    return true;
+}
+
 bool LocalFileConfigStore::readFromFile() {
     tessel::ScopedLock fileLock(fileMutex_);
     tessel::ScopedLock lock(mutex_);
@@ -166,7 +182,9 @@ bool LocalFileConfigStore::readFromFile() {
                   L"Read config FAILED, config file doesn't exist: " + QuillCoreUtils::toWideString(filePath()));
         return false;
     }
+    const FileStamp stamp = values_.map().empty() ? FileStamp::beforeReading(filePath()) : FileStamp();
     const std::shared_ptr<xmlDoc> document = readXmlFile(filePath());
+    readFile_ = document != nullptr ? stamp : FileStamp();
     if (document != nullptr) {
         processXml(xmlDocGetRootElement(document.get()));
     } else {
@@ -219,7 +237,7 @@ void LocalFileConfigStore::createConfigDirectory() {
 
 LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
     tessel::ScopedLock lock(mutex_);
-    return {values_.map(), change_};
+    return {values_.map(), change_, readFile_};
 }
 
 bool LocalFileConfigStore::isInFile() {

@@ -26,11 +26,13 @@
 class LocalFileConfigStore : public ConfigStore, public FoldedLookup {
 public:
     /// The user's file, "corvidLocalConfig.xml" in the configuration directory; writable.
-    LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal);
+    /// @param former a store of the same name or null. What it has read need not be read again, if the file is still
+    ///        the same and the store has not been changed since.
+    LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal, LocalFileConfigStore* former = nullptr);
 
     /// @param directory used unchanged with a separator appended, unless empty. @param fileName the file in it.
     LocalFileConfigStore(std::string name, std::int32_t priority, std::string directory, std::string fileName,
-                         bool isLocal, bool readOnly);
+                         bool isLocal, bool readOnly, LocalFileConfigStore* former = nullptr);
 
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
@@ -77,6 +79,7 @@ private:
     struct Values {
         ConfigMap map;
         std::uint64_t change;
+        FileStamp readFile;
     };
 
     /// The values at one moment as the file is to have them: in memory, so that no reader waits for a disk.
@@ -92,6 +95,7 @@ private:
     void createConfigDirectory();
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
+    bool takeOverReading(LocalFileConfigStore& former);
     bool isInFile() TESSEL_REQUIRES(fileMutex_);
     Document composeDocument();
     bool writeFile(Document document) TESSEL_REQUIRES(fileMutex_);
@@ -117,4 +121,5 @@ private:
     /// Each change of the values has a number of its own, counted from 1; 0 is what the constructor read.
     std::uint64_t change_ TESSEL_GUARDED_BY(mutex_) = 0;
     std::uint64_t persistedChange_ TESSEL_GUARDED_BY(mutex_) = 0;
+    FileStamp readFile_ TESSEL_GUARDED_BY(mutex_);  ///< the file that gave change 0; nothing if that cannot be told
 };

@@ -6,14 +6,38 @@
 #include "xml/XmlConfigParser.h"
 
 XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath,
-                               bool readFromFile)
+                               bool readFromFile, XmlConfigStore* former)
     : filePath_(std::move(filePath)), isLocal_(isLocal), priority_(priority), name_(std::move(name)) {
-    if (readFromFile) {
-        ConfigMap values;
-        SensitiveKeySet unusedMarks;
-        XmlConfigParser::readFromFile(filePath_, values, unusedMarks);
-        setValues(std::move(values));
+    if (readFromFile && (former == nullptr || !takeOverReading(*former))) {
+        read();
     }
+}
+
+bool XmlConfigStore::takeOverReading(const XmlConfigStore& former) {
+    FileStamp file;
+    ConfigMap values;
+    {
+        const tessel::ScopedLock lock(former.valuesMutex_);
+        file = former.readFile_;
+        values = former.values_.map();
+    }
+    if (!file.exists() || file != FileStamp::of(filePath_)) {
+        return false;
+    }
+    setValues(std::move(values));
+    const tessel::ScopedLock lock(valuesMutex_);
+    readFile_ = file;
+    return true;
+}
+
+void XmlConfigStore::read() {
+    ConfigMap values;
+    SensitiveKeySet unusedMarks;
+    const FileStamp file = FileStamp::beforeReading(filePath_);
+    const bool isRead = XmlConfigParser::readFromFile(filePath_, values, unusedMarks);
+    setValues(std::move(values));
+    const tessel::ScopedLock lock(valuesMutex_);
+    readFile_ = isRead ? file : FileStamp();
 }
 
 bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) { return lookUp(FoldedKey(key), value); }
@@ -31,6 +55,7 @@ bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& val
     const tessel::ScopedWriteLock lock(lock_);
     const tessel::ScopedLock valuesLock(valuesMutex_);
     values_.set(FoldedKey(key), value);
+    readFile_ = FileStamp();
     return true;
 }
 
@@ -43,6 +68,7 @@ std::vector<std::wstring> XmlConfigStore::getKeys() {
 bool XmlConfigStore::removeValue(const std::wstring& key) {
     const tessel::ScopedReadLock lock(lock_);
     const tessel::ScopedLock valuesLock(valuesMutex_);
+    readFile_ = FileStamp();
     return values_.erase(FoldedKey(key));
 }
 

@@ -7,6 +7,7 @@
 #include "LockRanks.h"
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
+#include "stores/FileStamp.h"
 #include "tessel/Mutex.h"
 #include "tessel/RWLock.h"
 
@@ -18,7 +19,10 @@
 class XmlConfigStore : public ConfigStore, public FoldedLookup {
 public:
     /// @param name, filePath UTF-8. @param readFromFile false: the store starts empty and the file is not touched.
-    XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath, bool readFromFile);
+    /// @param former null, or a store whose reading of the file need not be done again, if the file is still the same
+    ///        and the store has not been changed since.
+    XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath, bool readFromFile,
+                   XmlConfigStore* former = nullptr);
 
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
@@ -55,12 +59,17 @@ protected:
     void setValues(ConfigMap values);
 
 private:
+    bool takeOverReading(const XmlConfigStore& former);
+    void read();
+
     const std::string filePath_;
     mutable tessel::RWLock lock_{LockRanks::STORE_READERS};
     /// Of its own: removeValue() changes the values with the read lock alone.
     mutable tessel::Mutex valuesMutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;
     KeyedValues values_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
+    /// The file that holds just these values; nothing if that cannot be told.
+    FileStamp readFile_ TESSEL_GUARDED_BY(valuesMutex_);
     const bool isLocal_;
     const std::int32_t priority_;
     const std::string name_;

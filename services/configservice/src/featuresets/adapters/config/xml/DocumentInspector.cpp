@@ -170,7 +170,7 @@ private:
             warn(Kind::NeverAnswered, node, "key is never answered from a configuration document: " + nameOf(node),
                  key);
         }
-        std::wstring value = XmlConfigParser::extractValue(document_, node, key);
+        std::wstring value = XmlConfigParser::extractValue(node, key);
         const bool sensitive = XmlConfigParser::parseSensitiveAttribute(node);
         std::wstring name = QuillCoreUtils::toWideString(nameOf(node));
         report_.entries.push_back(

@@ -1,19 +1,32 @@
 #include "xml/LocalFileFormat.h"
 
+#include <string_view>
+
 #include "ConfigStoreConstants.h"
 #include "quill/StringUtils.h"
 #include "xml/XmlDocument.h"
 
 namespace {
 
-std::string lowercaseName(const xmlChar* name) {
-    return QuillCoreUtils::toLowercase(reinterpret_cast<const char*>(name));
+std::string_view view(const xmlChar* text) { return reinterpret_cast<const char*>(text); }
+
+/// True for the name in any case; nearly always it is spelt as this system writes it.
+bool isNamed(const xmlChar* name, std::string_view known) {
+    return view(name) == known || QuillCoreUtils::caseInsensitiveStringEquals(view(name), known);
+}
+
+/// The text of an attribute; one that is all in one piece, as nearly every one is, is not copied first.
+std::wstring wideTextOf(const xmlAttr* attribute) {
+    const xmlNode* const child = attribute->children;
+    const bool isOnePiece = child != nullptr && child->next == nullptr && child->type == XML_TEXT_NODE;
+    return isOnePiece && child->content != nullptr ? QuillCoreUtils::toWideString(view(child->content))
+                                                   : QuillCoreUtils::toWideString(xmlAttributeText(attribute));
 }
 
 }  // namespace
 
 bool LocalFileFormat::isEntry(const xmlNode* node) {
-    return node->type == XML_ELEMENT_NODE && lowercaseName(node->name) == "userconfig";
+    return node->type == XML_ELEMENT_NODE && isNamed(node->name, "userConfig");
 }
 
 bool LocalFileFormat::movesVoicemailKey(const std::string& storeName) {
@@ -31,13 +44,12 @@ const std::wstring& LocalFileFormat::currentKey(const std::wstring& key) {
 std::optional<LocalFileEntry> LocalFileFormat::readEntry(const xmlNode* node, bool movesVoicemailKey) {
     LocalFileEntry entry;
     for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
-        const std::string name = lowercaseName(attribute->name);
-        if (name == "name") {
-            entry.name = QuillCoreUtils::toWideString(xmlAttributeText(attribute));
+        if (isNamed(attribute->name, "name")) {
+            entry.name = wideTextOf(attribute);
             entry.key = QuillCoreUtils::toLowercase(entry.name);
             entry.key = movesVoicemailKey ? currentKey(entry.key) : entry.key;
-        } else if (name == "value") {
-            entry.value = QuillCoreUtils::toWideString(xmlAttributeText(attribute));
+        } else if (isNamed(attribute->name, "value")) {
+            entry.value = wideTextOf(attribute);
         }
     }
     return entry.key.empty() ? std::nullopt : std::optional(std::move(entry));

@@ -3,6 +3,7 @@
 #include <libxml/parser.h>
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "chain/DisableP2PCallOnFips.h"
@@ -12,6 +13,7 @@
 #include "quill/XmlUtils.h"
 #include "tessel/SecureStringUtils.h"
 #include "tessel/TesselLogger.h"
+#include "xml/EntryList.h"
 #include "xml/SiblingLock.h"
 #include "xml/XmlCharacters.h"
 #include "xml/XmlDocument.h"
@@ -24,7 +26,9 @@ TesselLogger* logger() {
     return instance;
 }
 
-std::string narrow(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
+std::string_view view(const xmlChar* text) { return text != nullptr ? reinterpret_cast<const char*>(text) : ""; }
+
+std::string narrow(const xmlChar* text) { return std::string(view(text)); }
 
 // A name that does not end in ".xml", so that no reader of the folder takes an unfinished file for a store.
 std::string siblingOf(const std::string& path) { return path + ".temp"; }
@@ -71,9 +75,21 @@ void logMissingRoot(const char* function) {
     TesselLog(logger(), 3, __FILE__, __LINE__, function, std::string("XML document root element not available."));
 }
 
+void logInvalidSyntax() {
+    TesselLog(logger(), 2, __FILE__, __LINE__, "parseXmlConfig",
+              std::string("\n************\nError Invalid XML syntax detected - Unable to read xml "
+                          "configuration.\n************"));
+}
+
 bool isTextOrCdata(const xmlNode* node) { return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE; }
 
 bool hasText(const xmlNode* node) { return isTextOrCdata(node) && node->content != nullptr; }
+
+/// The text of an element that has one text or CDATA section and nothing else; null for any other element.
+xmlNode* onlyText(const xmlNode* element) {
+    xmlNode* const child = element->children;
+    return child != nullptr && child->next == nullptr && hasText(child) ? child : nullptr;
+}
 
 std::size_t lengthOfText(const xmlNode* element) {
     std::size_t length = 0;
@@ -93,6 +109,33 @@ bool isWellKnownSecret(const std::wstring& name) {
 bool isSharedContent(const xmlNode* node) {
     return node->doc != nullptr && node->doc->dict != nullptr && xmlDictOwns(node->doc->dict, node->content) == 1;
 }
+
+/// Not kept: whoever has a node keeps its document.
+std::shared_ptr<xmlDoc> documentOf(const xmlNode& node) { return {std::shared_ptr<xmlDoc>(), node.doc}; }
+
+void gather(xmlNode* entry, EntryList& entries) {
+    std::wstring key = XmlConfigParser::extractKey(entry);
+    const bool isSensitive = XmlConfigParser::parseSensitiveAttribute(entry);
+    std::wstring value = XmlConfigParser::extractValue(entry, key);
+    entries.add(std::move(key), std::move(value), isSensitive);
+}
+
+void gatherGroup(const xmlNode* group, EntryList& entries) {
+    for (xmlNode* entry = group->children; entry != nullptr; entry = entry->next) {
+        if (entry->type == XML_ELEMENT_NODE) {
+            gather(entry, entries);
+        }
+    }
+}
+
+/// Gathers the entries of a document as it is read.
+class Gathering : public XmlEntryReceiver {
+public:
+    void begin() override { entries.clear(); }
+    void take(xmlNode* entry) override { gather(entry, entries); }
+
+    EntryList entries;
+};
 
 }  // namespace
 
@@ -140,13 +183,14 @@ bool XmlConfigParser::readFromFile(const std::string& path, ConfigMap& values, S
     if (!QuillCoreUtils::FileUtils::fileExists(path)) {
         return false;
     }
-    const std::shared_ptr<xmlDoc> document = readXmlFile(path);
-    if (document == nullptr) {
+    Gathering gathering;
+    if (readXmlFile(path, gathering) == nullptr) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
                   L"XML in file did not exist or is an invalid XML document: " + QuillCoreUtils::toWideString(path));
         return false;
     }
-    return parseXmlConfig(document, values, sensitiveKeys);
+    gathering.entries.moveTo(values, sensitiveKeys);
+    return true;
 }
 
 bool XmlConfigParser::readFromMemory(const std::string& text, ConfigMap& values, SensitiveKeySet& sensitiveKeys) {
@@ -154,15 +198,19 @@ bool XmlConfigParser::readFromMemory(const std::string& text, ConfigMap& values,
     if (text.empty()) {
         return false;
     }
-    return parseXmlConfig(readXmlMemory(text.data(), text.length(), "xmlDocument"), values, sensitiveKeys);
+    Gathering gathering;
+    if (readXmlMemory(text.data(), text.length(), "xmlDocument", gathering) == nullptr) {
+        logInvalidSyntax();
+        return false;
+    }
+    gathering.entries.moveTo(values, sensitiveKeys);
+    return true;
 }
 
 bool XmlConfigParser::parseXmlConfig(const std::shared_ptr<xmlDoc>& document, ConfigMap& values,
                                      SensitiveKeySet& sensitiveKeys) {
     if (document == nullptr) {
-        TesselLog(logger(), 2, __FILE__, __LINE__, "parseXmlConfig",
-                  std::string("\n************\nError Invalid XML syntax detected - Unable to read xml "
-                              "configuration.\n************"));
+        logInvalidSyntax();
         return false;
     }
     const xmlNode* const root = xmlDocGetRootElement(document.get());
@@ -170,37 +218,27 @@ bool XmlConfigParser::parseXmlConfig(const std::shared_ptr<xmlDoc>& document, Co
         logMissingRoot("parseXmlConfig");
         return false;
     }
-    for (xmlNode* group = root->children; group != nullptr; group = group->next) {
+    EntryList entries;
+    for (const xmlNode* group = root->children; group != nullptr; group = group->next) {
         if (group->type == XML_ELEMENT_NODE) {
-            parseXmlGroup(document, group, values, sensitiveKeys);
+            gatherGroup(group, entries);
         }
     }
+    entries.moveTo(values, sensitiveKeys);
     return true;
 }
 
-void XmlConfigParser::parseXmlGroup(const std::shared_ptr<xmlDoc>& document, xmlNode* group, ConfigMap& values,
+void XmlConfigParser::parseXmlGroup(const std::shared_ptr<xmlDoc>& /*document*/, xmlNode* group, ConfigMap& values,
                                     SensitiveKeySet& sensitiveKeys) {
-    for (xmlNode* entry = group->children; entry != nullptr; entry = entry->next) {
-        if (entry->type != XML_ELEMENT_NODE) {
-            continue;
-        }
-        // Documents that this system has written are in order: the place behind the last key is tried first.
-        const std::size_t before = values.size();
-        const auto place = values.try_emplace(values.end(), extractKey(entry));
-        if (values.size() == before) {
-            continue;
-        }
-        if (parseSensitiveAttribute(entry)) {
-            sensitiveKeys.insert(place->first);
-        }
-        std::wstring value = extractValue(document, entry, place->first);
-        place->second = value;
-        tessel::SecureStringUtils::TesselZeroWstring(value);
-    }
+    EntryList entries;
+    gatherGroup(group, entries);
+    entries.moveTo(values, sensitiveKeys);
 }
 
 std::wstring XmlConfigParser::extractKey(const xmlNode* entry) {
-    return QuillCoreUtils::toLowercase(QuillCoreUtils::toWideString(narrow(entry->name)));
+    std::wstring key = QuillCoreUtils::toWideString(view(entry->name));
+    QuillCoreUtils::lowercase(key);
+    return key;
 }
 
 bool XmlConfigParser::isMarkup(const xmlNode* entry) {
@@ -212,11 +250,18 @@ bool XmlConfigParser::isMarkup(const xmlNode* entry) {
     return false;
 }
 
-std::wstring XmlConfigParser::extractValue(const std::shared_ptr<xmlDoc>& document, xmlNode* entry,
-                                           const std::wstring& key) {
-    std::string text = isMarkup(entry) ? extractXmlStringFromXmlNode(document, entry) : extractStringFromXmlNode(entry);
-    std::wstring value = QuillCoreUtils::toWideString(text);
-    tessel::SecureStringUtils::TesselZeroString(text);
+std::wstring XmlConfigParser::extractValue(xmlNode* entry, const std::wstring& key) {
+    std::wstring value;
+    if (xmlNode* const text = onlyText(entry)) {
+        // Straight from the tree: there is no copy to wipe.
+        value = QuillCoreUtils::toWideString(QuillCoreUtils::trimmed(view(text->content)));
+        memzeroSensitiveNodeValue(text, key, nullptr);
+    } else {
+        std::string copy =
+            isMarkup(entry) ? extractXmlStringFromXmlNode(documentOf(*entry), entry) : extractStringFromXmlNode(entry);
+        value = QuillCoreUtils::toWideString(copy);
+        tessel::SecureStringUtils::TesselZeroString(copy);
+    }
     DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(key, value);
     return value;
 }

@@ -66,7 +66,7 @@ public:
 
     /// The value of an entry as a store holds it, the rule for FIPS mode applied. Wipes the tree's copy of a well-known
     /// secret, so an entry gives its value once. @param key as extractKey() gave it.
-    static std::wstring extractValue(const std::shared_ptr<xmlDoc>& document, xmlNode* entry, const std::wstring& key);
+    static std::wstring extractValue(xmlNode* entry, const std::wstring& key);
 
     /// Reads which store must wait for which: every element "ConfigStore" of the file with both the attributes "name"
     /// and "chainedTo", names compared without regard to case.

@@ -20,6 +20,8 @@ namespace {
 constexpr std::uintmax_t longestText = 10'000'000;
 constexpr int deepestElement = 256;
 
+constexpr int elementsAroundAnEntry = 2;
+
 // Limits of our own: libxml2 compares each attribute of an element, those that a declaration adds included, with all
 // others of it, each declaration with all others, and looks each prefix up among all namespaces in scope.
 constexpr int mostAttributes = 1'000;
@@ -35,30 +37,38 @@ using Parser = std::unique_ptr<xmlParserCtxt, ParserFreer>;
 /// What is read from: gives the next bytes, at most as many as asked for; 0 at the end, negative for a failure.
 using Source = std::function<int(char* bytes, int most)>;
 
+/// Who is told what a reading finds.
+struct Receivers {
+    std::vector<XmlProblem>* problems = nullptr;  ///< null: libxml2 tells of them in its own way
+    XmlEntryReceiver* entries = nullptr;          ///< null: they stay in the document
+};
+
 /// One reading of a document; the parser's _private.
 struct Reading {
     const Source& source;
-    std::vector<XmlProblem>* problems;  ///< null: libxml2 tells of them in its own way
+    Receivers receivers;
     xmlParserCtxt* parser = nullptr;
     bool tellsOfLimits = true;
     int attributeDeclarations = 0;
     std::uint64_t comparisons = 0;
 };
 
-Reading& readingOf(void* parser) { return *static_cast<Reading*>(static_cast<xmlParserCtxt*>(parser)->_private); }
+Reading& readingOf(const void* parser) {
+    return *static_cast<Reading*>(static_cast<const xmlParserCtxt*>(parser)->_private);
+}
 
 void collectProblem(void* context, xmlError* error) {
     std::string text = error->message != nullptr ? error->message : "";
     while (!text.empty() && text.back() == '\n') {
         text.pop_back();
     }
-    readingOf(context).problems->push_back(
+    readingOf(context).receivers.problems->push_back(
         {error->level != XML_ERR_WARNING, error->line, error->int2, std::move(text)});
 }
 
 void tellOfLimit(Reading& reading, const char* limit) {
-    if (reading.problems != nullptr) {
-        reading.problems->push_back({true, xmlSAX2GetLineNumber(reading.parser), 0, limit});
+    if (reading.receivers.problems != nullptr) {
+        reading.receivers.problems->push_back({true, xmlSAX2GetLineNumber(reading.parser), 0, limit});
     }
 }
 
@@ -112,6 +122,59 @@ void startElement(void* context, const xmlChar* name, const xmlChar* prefix, con
     }
 }
 
+/// How many elements around the place where the document is read; the contents of entities have parsers of their own,
+/// where nothing is an entry, and count as deep inside.
+int depthOf(const xmlParserCtxt& parser) {
+    return &parser == readingOf(&parser).parser ? parser.nodeNr : deepestElement;
+}
+
+/// Does early what libxml2 does at the end of a document: mark-up is written as befits the document's encoding.
+void noteEncoding(const xmlParserCtxt& parser) {
+    if (parser.myDoc->encoding == nullptr) {
+        parser.myDoc->encoding = xmlStrdup(parser.inputTab[0]->encoding);
+    }
+}
+
+void handEntryOver(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) {
+    auto* parser = static_cast<xmlParserCtxt*>(context);
+    xmlNode* const element = parser->node;
+    xmlSAX2EndElementNs(context, name, prefix, uri);
+    if (depthOf(*parser) == elementsAroundAnEntry) {
+        noteEncoding(*parser);
+        readingOf(context).receivers.entries->take(element);
+        xmlUnlinkNode(element);
+        xmlFreeNode(element);
+    }
+}
+
+bool isInEntry(const void* context) {
+    return depthOf(*static_cast<const xmlParserCtxt*>(context)) > elementsAroundAnEntry;
+}
+
+// Text between entries must go too, not only for its size: two texts between which an entry has been taken out would
+// stand side by side, and libxml2 would append the second one to the first without making room.
+
+void keepTextOfEntries(void* context, const xmlChar* text, int length) {
+    if (isInEntry(context)) {
+        xmlSAX2Characters(context, text, length);
+    }
+}
+
+void keepCdataOfEntries(void* context, const xmlChar* text, int length) {
+    if (isInEntry(context)) {
+        xmlSAX2CDataBlock(context, text, length);
+    }
+}
+
+void handEntriesOver(xmlParserCtxt& parser, XmlEntryReceiver& receiver) {
+    receiver.begin();
+    parser.sax->endElementNs = handEntryOver;
+    // The same for both, or libxml2 would tell the one from the other by guessing.
+    parser.sax->characters = keepTextOfEntries;
+    parser.sax->ignorableWhitespace = keepTextOfEntries;
+    parser.sax->cdataBlock = keepCdataOfEntries;
+}
+
 /// What is wrong with the start tag that is being read; null if nothing is. The parser's list of attributes has five
 /// places for each, is made twice as long as it must be, and never gets shorter; that of namespaces has two for each.
 const char* excessOf(const xmlParserCtxt& parser) {
@@ -137,20 +200,22 @@ int giveBytes(void* context, char* bytes, int most) {
 }
 
 /// @param options of libxml2, or 0.
-std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseName, int options,
-                                 std::vector<XmlProblem>* problems) {
+std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseName, int options, Receivers receivers) {
     QuillCoreUtils::XmlUtils::initialiseLibrary();
     const Parser parser(xmlNewParserCtxt());
     if (parser == nullptr) {
         return nullptr;
     }
-    Reading reading{source, problems, parser.get()};
+    Reading reading{source, receivers, parser.get()};
     parser->_private = &reading;
     parser->sax->startElementNs = startElement;
     parser->sax->attributeDecl = declareAttribute;
     parser->sax->getParameterEntity = refuseParameterEntity;
-    if (problems != nullptr) {
+    if (receivers.problems != nullptr) {
         parser->sax->serror = collectProblem;
+    }
+    if (receivers.entries != nullptr) {
+        handEntriesOver(*parser, *receivers.entries);
     }
     if ((options & XML_PARSE_HUGE) != 0) {
         parser->sax->internalSubset = refuseDocumentType;
@@ -165,13 +230,15 @@ std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseNa
 using Opener = std::function<Source()>;
 
 std::shared_ptr<xmlDoc> read(const Opener& open, const std::string& baseName, std::uintmax_t size,
-                             std::vector<XmlProblem>* problems) {
-    std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, 0, problems);
+                             Receivers receivers) {
+    // Of no effect but that short texts lie in their nodes, where a secret among them can be wiped.
+    constexpr int shortTextsInNodes = XML_PARSE_COMPACT;
+    std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, shortTextsInNodes, receivers);
     if (document == nullptr && size > longestText) {
         constexpr int longTexts = XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-        document = readOnce(open(), baseName, longTexts, nullptr);
-        if (document != nullptr && problems != nullptr) {
-            problems->clear();
+        document = readOnce(open(), baseName, shortTextsInNodes | longTexts, {nullptr, receivers.entries});
+        if (document != nullptr && receivers.problems != nullptr) {
+            receivers.problems->clear();
         }
     }
     return document;
@@ -197,25 +264,38 @@ Source openText(std::string_view text) {
     };
 }
 
-std::shared_ptr<xmlDoc> readFile(const std::string& path, std::vector<XmlProblem>* problems) {
-    return read([&path] { return openFile(path); }, path, sizeOf(path), problems);
+std::shared_ptr<xmlDoc> readFile(const std::string& path, Receivers receivers) {
+    return read([&path] { return openFile(path); }, path, sizeOf(path), receivers);
+}
+
+std::shared_ptr<xmlDoc> readMemory(std::string_view text, const std::string& baseName, Receivers receivers) {
+    if (text.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        return nullptr;
+    }
+    return read([text] { return openText(text); }, baseName, text.size(), receivers);
 }
 
 }  // namespace
 
 void XmlDocFreer::operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 
-std::shared_ptr<xmlDoc> readXmlFile(const std::string& path) { return readFile(path, nullptr); }
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path) { return readFile(path, {}); }
 
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems) {
-    return readFile(path, &problems);
+    return readFile(path, {&problems, nullptr});
+}
+
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries) {
+    return readFile(path, {nullptr, &entries});
 }
 
 std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName) {
-    if (length > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-        return nullptr;
-    }
-    return read([=] { return openText({text, length}); }, baseName, length, nullptr);
+    return readMemory({text, length}, baseName, {});
+}
+
+std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName,
+                                      XmlEntryReceiver& entries) {
+    return readMemory({text, length}, baseName, {nullptr, &entries});
 }
 
 xmlNode* nextXmlNode(const xmlNode* node, const xmlNode* top) {

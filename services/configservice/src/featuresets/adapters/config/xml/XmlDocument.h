@@ -19,6 +19,18 @@ struct XmlProblem {
     std::string text;  ///< without a line feed at its end
 };
 
+/// Takes the entries of a document while it is being read: the elements that are children of the root's own children.
+class XmlEntryReceiver {
+public:
+    virtual ~XmlEntryReceiver() = default;
+
+    /// A reading begins. There may be a second one; what was taken before is void then.
+    virtual void begin() = 0;
+
+    /// The next entry in document order, with all that stands in it. It ends when this returns.
+    virtual void take(xmlNode* entry) = 0;
+};
+
 /// Reads a file as a document, with no parser options: no external entity is loaded, no network is touched, entities
 /// that grow out of proportion and elements nested deeper than 256 make the file unreadable.
 ///
@@ -39,10 +51,17 @@ std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 /// @param problems receives what the deciding reading found, in order.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems);
 
+/// The same for a document of many entries, which never stands in memory as a whole.
+/// @param entries receives them before it is known whether the document is well-formed.
+/// @return the document without its entries and without the text between them.
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries);
+
 /// Reads a text as a document in the same way.
 /// @param baseName the name under which the document knows itself.
 /// @return null if there is no well-formed document, or if the text is longer than 2,147,483,647 bytes.
 std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName);
+std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName,
+                                      XmlEntryReceiver& entries);
 
 /// The node that follows in document order within the tree of top and top's following siblings; null after the last.
 /// Entity references are not entered: what stands below them is the declaration, whose neighbours are other
