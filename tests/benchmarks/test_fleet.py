@@ -67,6 +67,11 @@ class AClient(unittest.TestCase):
         self.assertEqual(asked, [version(0), version(1), version(2)])
         self.assertIs(end, End.STALLED)
 
+    def test_asks_nobody_for_a_version_twice(self):
+        asked, end = follow(Client(Setup((1, 0, 1))), lambda _: False)
+        self.assertEqual(asked, [version(1), version(0)])
+        self.assertIs(end, End.STALLED)
+
     def test_asks_the_servers_for_the_version_first_and_three_in_all(self):
         asked, end = follow(Client(Setup((0, 1, 2), (3, 4))), lambda _: False)
         self.assertEqual(asked, [version(3), version(4), version(0)])
@@ -176,6 +181,8 @@ class AStart(unittest.TestCase):
 
     def test_stands_for_more_clients_than_are_simulated(self):
         fleet = simulation.Fleet(clients=2000, within=3, cores=0.5, places=50)
+        smaller = simulation.Simulation(dataclasses.replace(fleet, one_for=5), COSTS).servers[0]
+        self.assertEqual((smaller.cores, smaller.places), (0.1, 10))
         whole, part = (report.answer(simulation.simulate(dataclasses.replace(fleet, one_for=n), COSTS), n) for n in (1, 5))
         self.assertEqual(part["served"] + part["everyServerFailed"] + part["noVersion"], 2000)
         for figure in ("versionQueries", "bytesDown", "served"):
