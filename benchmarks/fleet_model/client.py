@@ -1,7 +1,7 @@
 """What one client asks of its servers at a start, in the module's own order.
 
-This is the behaviour of TftpConfigStore and UdsVersionQuery, by themselves: no clock, no network. A course is a generator
-that yields a Request and is sent whether it was answered in time.
+This is the behaviour of TftpConfigStore and UdsVersionQuery, by themselves: no clock, no network. A course is a
+generator that yields a Request and is sent whether it was answered in time.
 """
 
 import dataclasses

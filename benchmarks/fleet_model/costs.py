@@ -34,7 +34,7 @@ class Costs:
         return {VERSION: self.version, SECURE_FILE: self.secure_file, PLAIN_FILE: self.plain_file}[kind]
 
     def with_file_of(self, size, measured_size):
-        """The same for a file of another size. Only its bytes are added: encrypting them is little beside a handshake."""
+        """The same for a file of another size. Only its bytes count: encrypting them is little beside a handshake."""
         def grown(cost):
             return dataclasses.replace(cost, down=cost.down + size - measured_size)
 

@@ -1,10 +1,10 @@
 """Measures on this machine what one client asks, and what one nginx spends on it.
 
-A client is `corvidctl fetch` on a directory of its own, which reaches nginx by way of a proxy that counts connections and
-bytes; the requests are those of nginx's log. What a request costs nginx is the processor time of its one process, from
-/proc, over many requests of many clients at once, each with a connection and a full TLS handshake of its own: it is right
-on a busy machine too, where the time that passes is not. The clients of this script are slower than nginx, and limit how
-many requests are answered in a second; so capacity is derived from the processor time.
+A client is `corvidctl fetch` on a directory of its own, which reaches nginx by way of a proxy that counts connections
+and bytes; the requests are those of nginx's log. What a request costs nginx is the processor time of its one process,
+from /proc, over many requests of several clients at once, each with a connection and a full TLS handshake of its own:
+it is right on a busy machine too, where the time that passes is not. The clients of this script spend more on a request
+than nginx does, and so limit how many are answered in a second; what nginx could answer is derived from its time.
 """
 
 import asyncio
@@ -65,9 +65,10 @@ def run(*arguments, **options):
 def certify(folder, key, name, subject, extensions, issuer=None):
     """Makes NAME.key and NAME.pem, signed by an issuer of the same folder or by itself."""
     (folder / f"{name}.ext").write_text(extensions, encoding="utf-8")
-    run("openssl", "req", *KEYS[key], "-nodes", "-keyout", f"{name}.key", "-out", f"{name}.csr", "-subj", f"/CN={subject}",
-        cwd=folder)
-    signer = ["-CA", f"{issuer}.pem", "-CAkey", f"{issuer}.key", "-CAcreateserial"] if issuer else ["-signkey", f"{name}.key"]
+    run("openssl", "req", *KEYS[key], "-nodes", "-keyout", f"{name}.key", "-out", f"{name}.csr",
+        "-subj", f"/CN={subject}", cwd=folder)
+    itself = ["-signkey", f"{name}.key"]
+    signer = ["-CA", f"{issuer}.pem", "-CAkey", f"{issuer}.key", "-CAcreateserial"] if issuer else itself
     run("openssl", "x509", "-req", "-in", f"{name}.csr", "-days", "2", "-extfile", f"{name}.ext", "-out", f"{name}.pem",
         *signer, cwd=folder)
 
@@ -149,7 +150,8 @@ class CountingProxy:
             count = self.counts[port]
             count["connections"] += 1
             far_reader, far_writer = await asyncio.open_connection(SERVED, port)
-            await asyncio.gather(self._pump(reader, far_writer, count, "up"), self._pump(far_reader, writer, count, "down"))
+            await asyncio.gather(self._pump(reader, far_writer, count, "up"),
+                                 self._pump(far_reader, writer, count, "down"))
 
         return relay
 
@@ -171,14 +173,15 @@ def fetch(tool, folder, proxy, nginx):
         count.update(connections=0, up=0, down=0)
     nginx.requests()
     with tempfile.TemporaryDirectory() as profile:
-        ours = [str(tool), "--config-dir", profile, "--log-file", f"{profile}/log", "--ca-file", str(folder / "root.pem")]
+        ours = [str(tool), "--config-dir", profile, "--log-file", f"{profile}/log",
+                "--ca-file", str(folder / "root.pem")]
         run(*ours, "set", "TFTPPrimaryServer", COUNTED)
         run(*ours, "fetch")
     return nginx.requests(), {port: dict(count) for port, count in proxy.counts.items()}
 
 
 def bytes_of_one_client(tool, folder, nginx):
-    """Bytes in both directions for each kind of request, of one client of a server of version 12 and one of version 10."""
+    """Bytes in both directions for each kind of request: of a client of version 12's server, and of version 10's."""
     found = {}
     with CountingProxy() as proxy:
         for version, kind in (("12.5", costs.SECURE_FILE), ("10.5", costs.PLAIN_FILE)):
@@ -209,15 +212,19 @@ def ask(kind, context):
 
 
 def seconds_of_one_request(kind, nginx, folder, requests):
-    """Processor seconds of nginx for one request: the median of repetitions, and their range."""
+    """Processor seconds of nginx for one request: the median of repetitions and their range. Then the clients' seconds,
+    and the share of one core that nginx was busy for."""
     context = ssl.create_default_context(cafile=folder / "root.pem")
     figures = []
+    begin, own, spent = time.monotonic(), time.process_time(), nginx.processor_seconds()
     with concurrent.futures.ThreadPoolExecutor(CLIENTS) as clients:
         for _ in range(REPETITIONS):
             before = nginx.processor_seconds()
             list(clients.map(lambda _: ask(kind, context), range(requests)))
             figures.append((nginx.processor_seconds() - before) / requests)
-    return statistics.median(figures), min(figures), max(figures)
+    busy = (nginx.processor_seconds() - spent) / (time.monotonic() - begin)
+    clients_seconds = (time.process_time() - own) / (requests * REPETITIONS)
+    return statistics.median(figures), min(figures), max(figures), clients_seconds, busy
 
 
 def measure_certificate(tool, key, document):
@@ -227,11 +234,11 @@ def measure_certificate(tool, key, document):
             sizes = bytes_of_one_client(tool, folder, nginx)
             kinds = {}
             for kind in costs.KINDS:
-                middle, least, most = seconds_of_one_request(kind, nginx, folder,
-                                                             8000 if kind == costs.PLAIN_FILE else 2000)
+                requests = 8000 if kind == costs.PLAIN_FILE else 2000
+                middle, least, most, clients, busy = seconds_of_one_request(kind, nginx, folder, requests)
                 print(f"{key:9} {kind:16} {middle * 1e6:6.0f} us of nginx ({least * 1e6:.0f} to {most * 1e6:.0f}), "
-                      f"{1 / middle:6.0f} a second and core; {sizes[kind]['up']} bytes up, {sizes[kind]['down']} down",
-                      flush=True)
+                      f"{1 / middle:6.0f} a second and core; {sizes[kind]['up']} bytes up, {sizes[kind]['down']} down; "
+                      f"clients spent {clients * 1e6:.0f} us, nginx was busy {100 * busy:.0f} %", flush=True)
                 kinds[kind] = {**sizes[kind], "seconds": round(middle, 7)}
     return kinds
 

@@ -57,7 +57,7 @@ def counts(outcome):
 
 
 def answer(outcome, one_for=1):
-    """The figures of an outcome in which one client stands for many: counts, and what does not grow with the clients."""
+    """The figures of an outcome in which one client stands for many: counts, and what does not grow with clients."""
     return {
         **{name: number * one_for for name, number in counts(outcome).items()},
         "busiestSecond": round(max(server.busiest() for server in outcome.servers), 3),

@@ -20,7 +20,7 @@ class Fleet:
     within: how long it takes until all clients have started, evenly at random.
     version_servers: how many servers beyond the three tell the version (HubcipServer1 and on), 0 to 3.
     in_turn: each third of the clients has another first server.
-    edge: the share of clients whose telephony connects 5 to 30 seconds after the start, which has the file fetched again.
+    edge: the share of clients whose telephony connects 5 to 30 seconds after the start, and who then fetch again.
     one_for: of how many clients one is simulated, on servers as many times smaller.
     first: the state of the first server; delay: how long it takes for each request if it is slow.
     """
@@ -46,9 +46,9 @@ class Fleet:
 class Outcome:
     """What has come of it.
 
-    asked, answered, late, lost and refused count requests; a late one was answered after its client had gone, a lost one
-    was never taken on. ends has for each client how its last course ended. waits has the seconds from a client's start to
-    its first file, last the moment at which the last client has it.
+    asked, answered, late, lost and refused count requests; a late one was answered after its client had gone, a lost
+    one was never taken on. ends has for each client how its last course ended. waits has the seconds from a client's
+    start to its first file, last the moment at which the last client has it.
     """
 
     servers: list
@@ -76,7 +76,8 @@ class Simulation:
         self.random = random.Random(fleet.seed)
 
     def run(self):
-        starts = sorted(self.random.uniform(0, self.fleet.within) for _ in range(self.fleet.clients // self.fleet.one_for))
+        clients = self.fleet.clients // self.fleet.one_for
+        starts = sorted(self.random.uniform(0, self.fleet.within) for _ in range(clients))
         for number, start in enumerate(starts):
             self._pass_until(start)
             Start(self, Client(self.setups[number % len(self.setups)]), start)

@@ -1,4 +1,6 @@
-"""The model of a fleet: a client asks as the module does, a server never does more than it can, and nobody is forgotten."""
+"""
+The model of a fleet: a client asks as the module does, a server never does more than it can, and nobody is forgotten.
+"""
 
 import dataclasses
 import json
@@ -183,7 +185,8 @@ class AStart(unittest.TestCase):
         fleet = simulation.Fleet(clients=2000, within=3, cores=0.5, places=50)
         smaller = simulation.Simulation(dataclasses.replace(fleet, one_for=5), COSTS).servers[0]
         self.assertEqual((smaller.cores, smaller.places), (0.1, 10))
-        whole, part = (report.answer(simulation.simulate(dataclasses.replace(fleet, one_for=n), COSTS), n) for n in (1, 5))
+        whole, part = (report.answer(simulation.simulate(dataclasses.replace(fleet, one_for=number), COSTS), number)
+                       for number in (1, 5))
         self.assertEqual(part["served"] + part["everyServerFailed"] + part["noVersion"], 2000)
         for figure in ("versionQueries", "bytesDown", "served"):
             self.assertLess(abs(part[figure] / whole[figure] - 1), 0.1, figure)
@@ -259,6 +262,29 @@ class TheScript(unittest.TestCase):
             answer = self.run_with(f"--clients={wrong}")
             self.assertEqual(answer.returncode, 2)
             self.assertIn(f"'{wrong}': expected a whole number above 0", answer.stderr)
+
+class ThePage(unittest.TestCase):
+    page = (BENCHMARKS.parent / "docs/fleet.md").read_text(encoding="utf-8")
+
+    def test_shows_what_the_script_prints(self):
+        scenarios = ("all well", "first server silent, in turn")
+        arguments = [word for name in scenarios for word in ("--scenario", name)]
+        lines = TheScript.run_with("--clients", "10000", *arguments).stdout.splitlines()[2:]
+        self.assertEqual(len(lines), 4)
+        for line in lines:
+            self.assertIn(line, self.page)
+
+    def test_has_every_scenario_for_both_fleets(self):
+        for name in report.SCENARIOS:
+            self.assertEqual(self.page.count(f"\n| {name} |"), 2, name)
+
+    def test_has_the_measured_costs(self):
+        for row, kind in (("| version, over", costs.VERSION), ("| file, over HTTPS", costs.SECURE_FILE),
+                          ("| file, over HTTP (", costs.PLAIN_FILE)):
+            cells = next(line for line in self.page.splitlines() if line.startswith(row)).split(" | ")
+            rsa, ecdsa = (costs.read(costs.MEASURED, key)[0].of(kind) for key in ("rsa2048", "ecdsa256"))
+            self.assertEqual(cells[3:7], [f"{rsa.up:,}", f"{rsa.down:,}", f"{1000 * rsa.seconds + 1e-9:.2f} ms",
+                                          f"{1000 * ecdsa.seconds + 1e-9:.2f} ms"])
 
 
 if __name__ == "__main__":
