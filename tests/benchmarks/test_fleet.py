@@ -2,11 +2,16 @@
 The model of a fleet: a client asks as the module does, a server never does more than it can, and nobody is forgotten.
 """
 
+import contextlib
 import dataclasses
+import importlib.machinery
+import importlib.util
+import io
 import json
 import pathlib
 import subprocess
 import sys
+import types
 import unittest
 
 sys.dont_write_bytecode = True
@@ -236,11 +241,33 @@ class AStart(unittest.TestCase):
         self.assertEqual(outcome.servers[3].taken, {costs.VERSION: 300})
 
 
+def load_script():
+    """The script as a module, which spares each test the start of a process."""
+    loader = importlib.machinery.SourceFileLoader("fleet", str(BENCHMARKS / "fleet"))
+    module = importlib.util.module_from_spec(importlib.util.spec_from_loader("fleet", loader))
+    loader.exec_module(module)
+    return module
+
+
+SCRIPT = load_script()
+
+
 class TheScript(unittest.TestCase):
     @staticmethod
     def run_with(*arguments):
-        return subprocess.run([sys.executable, str(BENCHMARKS / "fleet"), *arguments], capture_output=True, text=True,
-                              check=False)
+        """What the script prints on standard output and error, and its exit status."""
+        output, errors, status = io.StringIO(), io.StringIO(), 0
+        with contextlib.redirect_stdout(output), contextlib.redirect_stderr(errors):
+            try:
+                SCRIPT.main(arguments)
+            except SystemExit as end:
+                status = end.code
+        return types.SimpleNamespace(stdout=output.getvalue(), stderr=errors.getvalue(), returncode=status)
+
+    def test_runs_by_itself(self):
+        run = subprocess.run([BENCHMARKS / "fleet", "--clients", "10", "--scenario", "all well"], capture_output=True,
+                             text=True, check=True)
+        self.assertIn("\n| all well | 10 | 10 | 20 |", run.stdout)
 
     def test_gives_the_same_answer_to_the_same_seed_and_prints_it(self):
         arguments = ("--clients", "500", "--scenario", "servers in turn", "--within", "2", "--cores", "0.1", "--seed")
@@ -258,10 +285,19 @@ class TheScript(unittest.TestCase):
             measured.version.up + measured.version.down + measured.secure_file.up + measured.secure_file.down))
 
     def test_refuses_a_number_that_is_none_in_one_line(self):
-        for wrong in ("0", "-1", "many"):
+        for wrong in ("0", "many"):
             answer = self.run_with(f"--clients={wrong}")
             self.assertEqual(answer.returncode, 2)
             self.assertIn(f"'{wrong}': expected a whole number above 0", answer.stderr)
+
+    def test_refuses_what_it_cannot_do(self):
+        for arguments, reason in ((("--within", "inf"), "'inf': expected a number above 0"),
+                                  (("--within", "long"), "'long': expected a number above 0"),
+                                  (("--one-for", "3"), "expected a number that divides 10000 clients"),
+                                  (("--measure", "--tool", "nowhere"), "there is no tool at nowhere; build it first")):
+            answer = self.run_with(*arguments)
+            self.assertEqual((answer.returncode, answer.stdout), (2, ""))
+            self.assertIn(reason, answer.stderr)
 
 class ThePage(unittest.TestCase):
     page = (BENCHMARKS.parent / "docs/fleet.md").read_text(encoding="utf-8")
