@@ -228,7 +228,7 @@ std::vector<std::string> StoreSources::keptCopies() const {
 
 StoreSource& StoreSources::add(const std::string& store, const std::string& file) {
     Reading& reading = sources_[store];
-    reading = {std::make_shared<StoreSource>(), FileStamp(file), FileStamp(noteBeside(file))};
+    reading = {std::make_shared<StoreSource>(), FileState(file), FileState(noteBeside(file))};
     StoreSource& source = *reading.source;
     source.origin.file = file;
     source.origin.shownFile = shown(file);
@@ -271,9 +271,9 @@ bool StoreSources::holdsWhatIsIn(const std::string& store, const std::string& fi
         return false;
     }
     const Reading& reading = found->second;
-    const FileStamp note(noteBeside(file));
+    const FileState note(noteBeside(file));
     const bool isNoteSame = (reading.note.isMissing() && note.isMissing()) || reading.note.isStill(note);
-    return isNoteSame && reading.file.isStill(FileStamp(file));
+    return isNoteSame && reading.file.isStill(FileState(file));
 }
 
 StoreSource& StoreSources::toChange(const std::string& store) {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "chain/ConfigMap.h"
-#include "reading/FileStamp.h"
+#include "reading/FileState.h"
 #include "remote/DownloadJournal.h"
 
 namespace corvidctl {
@@ -114,8 +114,8 @@ private:
     /// only by what has just made it.
     struct Reading {
         std::shared_ptr<StoreSource> source;
-        FileStamp file;
-        FileStamp note;  ///< beside a kept copy
+        FileState file;
+        FileState note;  ///< beside a kept copy
     };
 
     StoreSource& add(const std::string& store, const std::string& file);

@@ -8,16 +8,16 @@
 namespace corvidctl {
 
 /// What a file looks like from outside: enough to tell that it has not been written since. Any thread.
-class FileStamp {
+class FileState {
 public:
-    FileStamp() = default;
+    FileState() = default;
 
     /// Of a file as it is, or of what a link leads to. To be taken before the file is read.
-    explicit FileStamp(const std::string& file);
+    explicit FileState(const std::string& file);
 
     /// True if both are of the same contents for sure. Never of files that are missing, which cost nothing to read; nor
-    /// if the file had just been written when this stamp was taken: file times are too coarse to show another writing.
-    bool isStill(const FileStamp& now) const;
+    /// if the file had just been written when this state was noted: file times are too coarse to show another writing.
+    bool isStill(const FileState& now) const;
 
     bool isMissing() const { return !status_; }
 

@@ -1,4 +1,4 @@
-#include "reading/FileStamp.h"
+#include "reading/FileState.h"
 
 #include <chrono>
 
@@ -20,7 +20,7 @@ bool wasJustWritten(const struct stat& status) {
 
 }  // namespace
 
-FileStamp::FileStamp(const std::string& file) {
+FileState::FileState(const std::string& file) {
     struct stat status {};
     if (::stat(file.c_str(), &status) == 0) {
         status_ = status;
@@ -28,7 +28,7 @@ FileStamp::FileStamp(const std::string& file) {
     }
 }
 
-bool FileStamp::isStill(const FileStamp& now) const {
+bool FileState::isStill(const FileState& now) const {
     if (!status_ || !now.status_ || isFresh_) {
         return false;
     }

@@ -1,4 +1,4 @@
-#include "reading/FileStamp.h"
+#include "reading/FileState.h"
 
 #include <gtest/gtest.h>
 
@@ -7,11 +7,11 @@
 
 #include "fakes/TemporaryDirectory.h"
 
-using corvidctl::FileStamp;
+using corvidctl::FileState;
 
 namespace {
 
-class FileStamps : public testing::Test {
+class FileStates : public testing::Test {
 protected:
     std::string write(const std::string& text, std::chrono::seconds ago) const {
         const std::string file = directory_.write("file", text);
@@ -24,32 +24,32 @@ protected:
 
 }  // namespace
 
-TEST_F(FileStamps, AreStillTheSameWhileNobodyWrites) {
+TEST_F(FileStates, AreStillTheSameWhileNobodyWrites) {
     const std::string file = write("one", std::chrono::seconds(10));
-    EXPECT_TRUE(FileStamp(file).isStill(FileStamp(file)));
+    EXPECT_TRUE(FileState(file).isStill(FileState(file)));
 }
 
-TEST_F(FileStamps, ShowAnotherWritingOfTheSameSize) {
-    const FileStamp before(write("one", std::chrono::seconds(20)));
-    EXPECT_FALSE(before.isStill(FileStamp(write("two", std::chrono::seconds(10)))));
+TEST_F(FileStates, ShowAnotherWritingOfTheSameSize) {
+    const FileState before(write("one", std::chrono::seconds(20)));
+    EXPECT_FALSE(before.isStill(FileState(write("two", std::chrono::seconds(10)))));
 }
 
-TEST_F(FileStamps, ShowAnotherFileInThePlaceOfOne) {
+TEST_F(FileStates, ShowAnotherFileInThePlaceOfOne) {
     const std::string file = write("one", std::chrono::seconds(10));
     const auto time = std::filesystem::last_write_time(file);
-    const FileStamp before(file);
+    const FileState before(file);
     std::filesystem::rename(directory_.write("other", "two"), file);
     std::filesystem::last_write_time(file, time);
-    EXPECT_FALSE(before.isStill(FileStamp(file)));
+    EXPECT_FALSE(before.isStill(FileState(file)));
 }
 
-TEST_F(FileStamps, TrustNoFileThatHasJustBeenWritten) {
+TEST_F(FileStates, TrustNoFileThatHasJustBeenWritten) {
     const std::string file = write("one", std::chrono::seconds(-10));
-    EXPECT_FALSE(FileStamp(file).isStill(FileStamp(file)));
+    EXPECT_FALSE(FileState(file).isStill(FileState(file)));
 }
 
-TEST_F(FileStamps, TrustNoFileThatIsMissing) {
-    const FileStamp missing(directory_.path("nothing"));
+TEST_F(FileStates, TrustNoFileThatIsMissing) {
+    const FileState missing(directory_.path("nothing"));
     EXPECT_TRUE(missing.isMissing());
     EXPECT_FALSE(missing.isStill(missing));
 }
