@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 
 namespace QuillCoreUtils {
 
@@ -9,8 +10,8 @@ char32_t foldBeyondAscii(char32_t codePoint);
 
 inline constexpr std::array<unsigned char, 128> asciiFolding = [] {
     std::array<unsigned char, 128> table{};
-    for (unsigned char c = 0; c < table.size(); ++c) {
-        table[c] = c >= 'A' && c <= 'Z' ? static_cast<unsigned char>(c - 'A' + 'a') : c;
+    for (std::size_t c = 0; c < table.size(); ++c) {
+        table[c] = static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     }
     return table;
 }();
