@@ -5,7 +5,7 @@
 
 namespace QuillCoreUtils {
 
-/// File helpers. Paths are UTF-8 bytes as the file system has them. Nothing throws; failures are told by the result and
+/// File operations. Paths are UTF-8 bytes as the file system has them. Nothing throws; failures are told by the result and
 /// logged once at level 3 by the logger "FileUtils", with the path and the system's reason. What is merely absent is no
 /// failure of fileExists() and getFilesFromDirectory(). All of them use the disk: hold no lock that others wait for.
 /// Any thread.
@@ -63,8 +63,7 @@ public:
     /// Renames a finished sibling over its destination with the promise of copyFile: syncs it, renames it, syncs the
     /// folder. On failure the sibling is removed and the destination stays as it was.
     /// @param finishedSibling a regular file, closed by its writer, on the destination's file system (on another one it
-    /// is
-    ///        copied). It gets the permissions of an existing destination, 0600 for a new one.
+    ///        is copied). It gets the permissions of an existing destination, 0600 for a new one.
     static bool replaceFileDurably(const std::string& finishedSibling, const std::string& destination);
 
     /// Removes the siblings of a destination that processes left which died in the midst of one of these operations.

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-/// Text helpers. Narrow text is UTF-8; wide text has 32-bit units, one for each code point. All of them may be called
+/// Text operations. Narrow text is UTF-8; wide text has 32-bit units, one for each code point. All of them may be called
 /// on any thread, none of them throws on ill-formed input.
 namespace QuillCoreUtils {
 

@@ -56,13 +56,13 @@ TEST_F(SlowVersion, LeavesLookupsAndWritesAlone) {
 }
 
 TEST_F(SlowVersion, KeepsALifecycleOperationOfTheDispatcherThreadWaitingAndNoLonger) {
-    std::thread helper([this] {
+    std::thread other([this] {
         // The answer comes while the dispatcher thread is on its way into the refresh, or waits there.
         answered.count_down();
     });
     adapter()->refreshConfigFeatureSet();
     starter.join();
-    helper.join();
+    other.join();
     EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
     ASSERT_TRUE(deliver({{"key", "value"}}));
     EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
