@@ -205,6 +205,12 @@ void addSizes(Attacks& all) {
                    times(10'000, "<x" + numbered(200, " a", "=''") + "/>"),
                    "yes",
                    {}});
+    all.push_back({"identifiers with an entity of many parts",
+                   documentType(entity("a", "0123456789abcdef") + entity("e", times(60'000, "&a;")) +
+                                "<!ATTLIST x i ID #IMPLIED>"),
+                   "</Hostile>" + numbered(500, "<x i='&e;", "'/>") + "<Hostile>",
+                   "yes",
+                   {}});
     all.push_back({"a hundred thousand equal attributes", "", "<x" + times(100'000, " a=''") + "/>", "yes", {}});
     all.push_back(
         {"a hundred thousand namespaces", "", "<x" + numbered(100'000, " xmlns:a", "='u'") + "/>", "yes", {}});

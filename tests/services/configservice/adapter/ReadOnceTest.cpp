@@ -100,6 +100,17 @@ TEST_F(ReadOnce, AFileThatIsChangedTwiceAtOneTimeIsReadAgain) {
     EXPECT_EQ(get(L"ovr"), L"2");
 }
 
+TEST_F(ReadOnce, WhatFipsModeMakesOfAFileDoesNotOutliveIt) {
+    writeOverride({{"telephony_p2p_enabled", "true"}});
+    waitUntilSettled();
+    world.setFips(true);
+    inject();
+    EXPECT_EQ(get(L"telephony_p2p_enabled"), L"false");
+    world.setFips(false);
+    start();
+    EXPECT_EQ(get(L"telephony_p2p_enabled"), L"true");
+}
+
 TEST_F(ReadOnce, AFileThatIsRemovedBetweenInjectionAndStartIsGone) {
     waitUntilSettled();
     inject();

@@ -3,6 +3,9 @@
 
 #include <array>
 #include <functional>
+#include <initializer_list>
+#include <memory>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -40,6 +43,28 @@ TEST_F(Reentrance, ObserverMayReadFromInsideAReport) {
     onFirstReport([&] { seen = valueOf(L"a"); });
     manager.storeValue(L"a", L"1");
     EXPECT_EQ(seen, L"1");
+}
+
+TEST_F(Reentrance, ObserverMayTakeAwayTheKeyThatItsCallerStillHolds) {
+    addQuietly({user});
+    std::array<fakes::RecordingManagerObserver, 2> others;
+    const std::wstring name = L"a key that does not fit into the text object itself";
+    for (const auto& write : std::initializer_list<std::function<void(const std::wstring&)>>{
+             [this](const std::wstring& key) { manager.storeValue(key, L"1"); },
+             [this](const std::wstring& key) { manager.eraseKey(key); }}) {
+        auto key = std::make_unique<std::wstring>(name);
+        for (auto& other : others) {
+            other.clear();
+            other.onReport([&key](const fakes::ManagerReport&) { key.reset(); });
+            manager.AddObserver(&other);
+        }
+        write(*key);
+        for (auto& other : others) {
+            manager.RemoveObserver(&other);
+            ASSERT_EQ(other.changes().size(), 1U);
+            EXPECT_EQ(other.changes()[0].key, name);
+        }
+    }
 }
 
 TEST_F(Reentrance, ObserverMayWriteFromInsideAReport) {

@@ -17,15 +17,21 @@ std::chrono::nanoseconds ageOf(const timespec& time) {
     return std::chrono::system_clock::now().time_since_epoch() - sinceEpoch;
 }
 
-// The times of files go by a clock that ticks every 10 ms, or more often.
+// The times of files go by a clock that ticks every 10 ms, or more often. Some file systems keep no more than seconds,
+// or every other one.
 constexpr std::chrono::milliseconds twoTicks(20);
+constexpr std::chrono::seconds longestTick(2);
+
+bool isOld(const timespec& time) {
+    return ageOf(time) >= (time.tv_nsec == 0 ? std::chrono::nanoseconds(longestTick) : twoTicks);
+}
 
 }  // namespace
 
 FileStamp FileStamp::beforeReading(const std::string& path) {
     struct stat status {};
     const bool isFile = ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-    return isFile && ageOf(status.st_ctim) >= twoTicks ? stampOf(status) : FileStamp();
+    return isFile && isOld(status.st_ctim) ? stampOf(status) : FileStamp();
 }
 
 FileStamp FileStamp::of(const std::string& path) {

@@ -163,15 +163,23 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
 }
 
 bool LocalFileConfigStore::takeOverReading(LocalFileConfigStore& former) {
-    Values read = former.copyValues();
-    const bool isCurrent = read.readFile.exists() && read.readFile == FileStamp::of(filePath());
-    if (read.change != 0 || !isCurrent || former.filePath() != filePath()) {
+    const FileStamp file = former.unchangedFile();
+    if (!file.exists() || file != FileStamp::of(filePath()) || former.filePath() != filePath()) {
         return false;
+    }
+    Values read = former.copyValues();
+    if (read.change != 0) {
+        return false;  // changed meanwhile
     }
     tessel::ScopedLock lock(mutex_);
     values_.exchange(std::move(read.map));
-    readFile_ = read.readFile;
+    readFile_ = file;
     return true;
+}
+
+FileStamp LocalFileConfigStore::unchangedFile() {
+    tessel::ScopedLock lock(mutex_);
+    return change_ == 0 ? readFile_ : FileStamp();
 }
 
 bool LocalFileConfigStore::readFromFile() {
@@ -237,7 +245,7 @@ void LocalFileConfigStore::createConfigDirectory() {
 
 LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
     tessel::ScopedLock lock(mutex_);
-    return {values_.map(), change_, readFile_};
+    return {values_.map(), change_};
 }
 
 bool LocalFileConfigStore::isInFile() {

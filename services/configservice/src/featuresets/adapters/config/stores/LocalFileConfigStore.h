@@ -79,7 +79,6 @@ private:
     struct Values {
         ConfigMap map;
         std::uint64_t change;
-        FileStamp readFile;
     };
 
     /// The values at one moment as the file is to have them: in memory, so that no reader waits for a disk.
@@ -96,6 +95,8 @@ private:
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
     bool takeOverReading(LocalFileConfigStore& former);
+    /// The file whose values these are; one that does not exist if they have been changed, or if that cannot be told.
+    FileStamp unchangedFile();
     bool isInFile() TESSEL_REQUIRES(fileMutex_);
     Document composeDocument();
     bool writeFile(Document document) TESSEL_REQUIRES(fileMutex_);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "ConfigStoreConstants.h"
+#include "tessel/FipsUtils.h"
 #include "xml/XmlConfigParser.h"
 
 XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath,
@@ -14,20 +15,21 @@ XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isL
 }
 
 bool XmlConfigStore::takeOverReading(const XmlConfigStore& former) {
-    FileStamp file;
-    ConfigMap values;
-    {
-        const tessel::ScopedLock lock(former.valuesMutex_);
-        file = former.readFile_;
-        values = former.values_.map();
-    }
+    const FileStamp file = former.readFile();
     if (!file.exists() || file != FileStamp::of(filePath_)) {
         return false;
     }
-    setValues(std::move(values));
-    const tessel::ScopedLock lock(valuesMutex_);
-    readFile_ = file;
+    ConfigMap values = former.copyValues();
+    if (former.readFile() != file) {
+        return false;  // changed meanwhile
+    }
+    exchange(std::move(values), file);
     return true;
+}
+
+FileStamp XmlConfigStore::readFile() const {
+    const tessel::ScopedLock lock(valuesMutex_);
+    return readFile_;
 }
 
 void XmlConfigStore::read() {
@@ -35,9 +37,9 @@ void XmlConfigStore::read() {
     SensitiveKeySet unusedMarks;
     const FileStamp file = FileStamp::beforeReading(filePath_);
     const bool isRead = XmlConfigParser::readFromFile(filePath_, values, unusedMarks);
-    setValues(std::move(values));
-    const tessel::ScopedLock lock(valuesMutex_);
-    readFile_ = isRead ? file : FileStamp();
+    // What FIPS mode has made of the values does not outlive it.
+    const bool isAsInFile = isRead && !tessel::common::FipsUtils::isFipsEnabled();
+    exchange(std::move(values), isAsInFile ? file : FileStamp());
 }
 
 bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) { return lookUp(FoldedKey(key), value); }
@@ -95,7 +97,10 @@ ConfigMap XmlConfigStore::copyValues() const {
     return values_.map();
 }
 
-void XmlConfigStore::setValues(ConfigMap values) {
+void XmlConfigStore::setValues(ConfigMap values) { exchange(std::move(values), FileStamp()); }
+
+void XmlConfigStore::exchange(ConfigMap values, const FileStamp& file) {
     const tessel::ScopedLock lock(valuesMutex_);
     values_.exchange(std::move(values));
+    readFile_ = file;
 }

@@ -60,7 +60,9 @@ protected:
 
 private:
     bool takeOverReading(const XmlConfigStore& former);
+    FileStamp readFile() const;
     void read();
+    void exchange(ConfigMap values, const FileStamp& file);
 
     const std::string filePath_;
     mutable tessel::RWLock lock_{LockRanks::STORE_READERS};

@@ -2,6 +2,7 @@
 
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
+#include <libxml/valid.h>
 
 #include <cstdint>
 #include <filesystem>
@@ -135,6 +136,19 @@ void noteEncoding(const xmlParserCtxt& parser) {
     }
 }
 
+/// Nobody looks identifiers up here, and to take an attribute out of their table libxml2 writes out its value, which
+/// with an entity of many parts takes seconds for each.
+void forgetIdentifiers(xmlDoc& document) {
+    if (document.ids != nullptr) {
+        xmlFreeIDTable(static_cast<xmlIDTable*>(document.ids));
+        document.ids = nullptr;
+    }
+    if (document.refs != nullptr) {
+        xmlFreeRefTable(static_cast<xmlRefTable*>(document.refs));
+        document.refs = nullptr;
+    }
+}
+
 void handEntryOver(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri) {
     auto* parser = static_cast<xmlParserCtxt*>(context);
     xmlNode* const element = parser->node;
@@ -142,6 +156,7 @@ void handEntryOver(void* context, const xmlChar* name, const xmlChar* prefix, co
     if (depthOf(*parser) == elementsAroundAnEntry) {
         noteEncoding(*parser);
         readingOf(context).receivers.entries->take(element);
+        forgetIdentifiers(*parser->myDoc);
         xmlUnlinkNode(element);
         xmlFreeNode(element);
     }
