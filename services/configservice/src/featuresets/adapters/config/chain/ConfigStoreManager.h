@@ -215,7 +215,7 @@ public:
     static bool parseUrlProvisioningData(const std::wstring& url, ConfigMap& values);
 
 private:
-    /// updateKey() for a key that need not outlive the first observer's call.
+    /// updateKey() without a copy of the key, which must stay as it is whatever the observers do.
     void report(const std::wstring& key, bool silent);
 
     /// Over the chain as it stands, for the life of the lock.

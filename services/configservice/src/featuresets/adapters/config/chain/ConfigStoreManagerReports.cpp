@@ -15,10 +15,8 @@ void ConfigStoreManager::report(const std::wstring& key, bool silent) {
     if (state.name == nullptr) {
         return;
     }
-    // The name may be the caller's key, which the first observer may take away from the next one.
-    const std::wstring name = *state.name;
     forEachObserver([&](ConfigStoreManager_Observer& observer) {
-        observer.onConfigAddedOrUpdated(name, state.value(), state.originalValue(), state.isOverridden(),
+        observer.onConfigAddedOrUpdated(*state.name, state.value(), state.originalValue(), state.isOverridden(),
                                         state.isDefined(), state.valueStoreName(), state.originalValueStoreName(),
                                         silent);
     });

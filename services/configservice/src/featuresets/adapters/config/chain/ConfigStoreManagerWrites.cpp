@@ -52,7 +52,7 @@ bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring&
         }
         stored = store->storeValue(key, value);
         enqueuePersist(store);
-        report(key, false);
+        updateKey(key, false);  // by a copy: an observer may take the caller's away
         return false;
     });
     return stored;
@@ -81,7 +81,7 @@ bool ConfigStoreManager::storeInMemoryValue(const std::wstring& key, const std::
         return false;
     }
     const bool stored = store->storeValue(key, value);
-    report(key, false);
+    updateKey(key, false);
     return stored;
 }
 
@@ -109,7 +109,7 @@ bool ConfigStoreManager::eraseKey(const std::wstring& key) {
         return true;
     });
     if (removed) {
-        report(key, false);
+        updateKey(key, false);
     }
     return removed;
 }
