@@ -5,10 +5,10 @@
 
 namespace QuillCoreUtils {
 
-/// File operations. Paths are UTF-8 bytes as the file system has them. Nothing throws; failures are told by the result and
-/// logged once at level 3 by the logger "FileUtils", with the path and the system's reason. What is merely absent is no
-/// failure of fileExists() and getFilesFromDirectory(). All of them use the disk: hold no lock that others wait for.
-/// Any thread.
+/// File operations. Paths are UTF-8 bytes as the file system has them. Nothing throws; failures are told by the result
+/// and logged once at level 3 by the logger "FileUtils", with the path and the system's reason. What is merely absent
+/// is no failure of fileExists() and getFilesFromDirectory(). All of them use the disk: hold no lock that others wait
+/// for. Any thread.
 class FileUtils {
 public:
     /// The user's configuration directory, without a trailing separator, as the host's World says.

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-/// Text operations. Narrow text is UTF-8; wide text has 32-bit units, one for each code point. All of them may be called
-/// on any thread, none of them throws on ill-formed input.
+/// Text operations. Narrow text is UTF-8; wide text has 32-bit units, one for each code point. All of them may be
+/// called on any thread, none of them throws on ill-formed input.
 namespace QuillCoreUtils {
 
 /// UTF-8 to wide. Of ill-formed input each maximal subpart (the longest start of a well-formed sequence, at least one

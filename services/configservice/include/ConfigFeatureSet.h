@@ -50,7 +50,8 @@ public:
     /// @return true if a store took it. Whether the value wins is another question: ask getConfig().
     virtual bool setConfig(const std::wstring& key, const std::wstring& value) = 0;
 
-    /// Stores several user values, in every writable store but the in-memory one. @return true if there is such a store.
+    /// Stores several user values, in every writable store but the in-memory one. @return true if there is such a
+    /// store.
     virtual bool setConfig(std::map<std::wstring, std::wstring> values) = 0;
 
     /// Stores a value in memory only, ahead of nothing but the installation's defaults.
