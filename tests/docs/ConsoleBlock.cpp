@@ -1,19 +1,11 @@
 #include "ConsoleBlock.h"
-
-#include <sstream>
+#include "support/Lines.h"
 
 namespace docs {
 
 namespace {
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
+using support::linesOf;
 
 bool matches(const std::vector<std::string>& output, std::size_t at, const std::vector<std::string>& expected,
              std::size_t next) {

@@ -14,6 +14,7 @@
 
 #include "fakes/TemporaryDirectory.h"
 #include "impl/tessel/PrintableText.h"
+#include "support/Lines.h"
 
 using namespace std::string_literals;
 using testing::HasSubstr;
@@ -27,14 +28,7 @@ void write(SpdlogSink& sink, int level, const std::string& text) {
     sink.write({level, logger, "Store.cpp", 1, "getValue", text});
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
+using support::linesOf;
 
 class FileSink : public testing::Test {
 protected:

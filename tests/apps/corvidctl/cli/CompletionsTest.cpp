@@ -1,9 +1,8 @@
 #include "cli/completions/Completions.h"
 
-#include <sstream>
-
 #include "Tool.h"
 #include "cli/Definitions.h"
+#include "support/Lines.h"
 #include "support/Terminal.h"
 
 using namespace corvidctl;
@@ -29,14 +28,7 @@ std::vector<Shell> shells() {
             {"fish", FISH_PROGRAM, fishCompletions()}};
 }
 
-std::vector<std::string> linesOf(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
+using support::linesOf;
 
 /// The shells with the tool's scripts, in a folder with some files.
 class Completions : public Tool {
