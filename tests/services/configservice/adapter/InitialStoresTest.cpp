@@ -207,6 +207,20 @@ TEST_F(InitialStores, ApplyAPolicyThatArrivesWithAnAddedStore) {
     EXPECT_EQ(get(L"CtiServer1"), L"<none>");
 }
 
+TEST_F(InitialStores, KeepTheUsersServerIfTheUsersOwnFileOverrulesThePolicy) {
+    writeBootstrap("Customize_Phone_Server:false\n");
+    writeLocal({{"Customize_Phone_Server", "true"}, {"CtiServer1", "user's"}});
+    inject();
+    EXPECT_EQ(get(L"CtiServer1"), L"user's");
+}
+
+TEST_F(InitialStores, EraseServersByAPolicyInTheOverrideFileWhateverTheUserSays) {
+    writeOverride({{"Customize_Phone_Server", "false"}});
+    writeLocal({{"Customize_Phone_Server", "true"}, {"CtiServer1", "user's"}});
+    inject();
+    EXPECT_EQ(get(L"CtiServer1"), L"<none>");
+}
+
 TEST_F(InitialStores, EraseServersByAPolicyInTheUsersOwnFile) {
     writeLocal({{"Customize_Phone_Server", "False"}, {"CtiServer1", "user's"}});
     inject();
