@@ -1,9 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <atomic>
+#include <fstream>
 #include <functional>
+#include <future>
 #include <latch>
 #include <limits>
 #include <optional>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -99,6 +105,31 @@ TEST(Mutex, KeepsThreadsApart) {
         thread.join();
     }
     EXPECT_EQ(count, 4000);
+}
+
+TEST(Mutex, WakesAThreadThatFellAsleepOverIt) {
+    Mutex mutex;
+    ASSERT_TRUE(enter(mutex));
+    std::promise<pid_t> number;
+    std::atomic<bool> entered{false};
+    std::thread waiter([&] {
+        number.set_value(gettid());
+        const ScopedLock lock(mutex);
+        entered = true;
+    });
+    const std::string status = "/proc/self/task/" + std::to_string(number.get_future().get()) + "/stat";
+    const auto sleeps = [&] {
+        std::ifstream file(status);
+        std::string text;
+        return std::getline(file, text) && text.find(") S ") != std::string::npos;
+    };
+    while (!sleeps()) {
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(entered);
+    leave(mutex);
+    waiter.join();
+    EXPECT_TRUE(entered);
 }
 
 TEST(RWLock, LetsReadersInTogether) {
