@@ -1,6 +1,7 @@
 #include "xml/XmlFileWriter.h"
 
 #include <fcntl.h>
+#include <libxml/parser.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -66,6 +67,22 @@ TEST_F(XmlFileWriting, MakesAFileForTheUserAloneUnderAnyMask) {
     struct stat status {};
     ::stat(file_.c_str(), &status);
     EXPECT_EQ(status.st_mode & 07777U, mode_t{0600});
+}
+
+TEST_F(XmlFileWriting, SavesADocumentUnderItsVeryName) {
+    const std::shared_ptr<xmlDoc> document(xmlReadDoc(BAD_CAST "<r/>", "", nullptr, 0), xmlFreeDoc);
+    for (const char* const name : {"%41.xml", "100%.xml", "a b&c.xml", "plain.xml"}) {
+        EXPECT_TRUE(XmlFileWriter::saveDocument(path(name), *document)) << name;
+        EXPECT_THAT(read(name), testing::HasSubstr("<r/>")) << name;
+    }
+    EXPECT_FALSE(std::filesystem::exists(path("A.xml")));
+}
+
+TEST_F(XmlFileWriting, SaysSoWhenADocumentIsNotSaved) {
+    const std::shared_ptr<xmlDoc> document(xmlReadDoc(BAD_CAST "<r/>", "", nullptr, 0), xmlFreeDoc);
+    std::filesystem::create_directories(file_);
+    EXPECT_FALSE(XmlFileWriter::saveDocument(file_, *document));
+    EXPECT_FALSE(XmlFileWriter::saveDocument(path("missing/document.xml"), *document));
 }
 
 TEST_F(XmlFileWriting, IsNotOpenInThePlaceOfAFolder) {
