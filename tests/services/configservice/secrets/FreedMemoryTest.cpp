@@ -78,5 +78,19 @@ TEST(FreedMemory, HoldsNoSecretOfADocumentThatWasWrittenOrGivenUp) {
     }
 }
 
+TEST(FreedMemory, HoldsNoSecretOfADocumentThatIsLongerThanWhatWaitsToBeWritten) {
+    const fakes::TemporaryDirectory folder;
+    EXPECT_EQ(blocksLeftBy([&] {
+                  XmlFileWriter writer(folder.path("document.xml"));
+                  writer.startElement("r");
+                  for (const std::size_t length : {100U, 40000U, 100U, 200000U}) {
+                      writer.writeElement("a", wideSecret);
+                      writer.writeElement("b", std::wstring(length, L'x'));
+                  }
+                  EXPECT_TRUE(writer.finish());
+              }),
+              0);
+}
+
 }  // namespace
 }  // namespace storetests
