@@ -37,6 +37,7 @@ FileEntries asFileEntries(const ModelStore& store) {
 }
 
 const char* const ScheduleModel::linkFile = "cachedUrlProvisioningConfigStore.xml";
+const char* const ScheduleModel::serverStore = "TFTPConfigStore";
 
 ScheduleModel::ScheduleModel()
     : user(storeNamed("LocalFileConfigStore")),

@@ -54,6 +54,10 @@ struct ScheduleModel {
     bool linkUnwritten = false;                 ///< the store of the links holds what its file does not
 
     static const char* const linkFile;
+    static const char* const serverStore;  ///< its name in the chain
+
+    /// The name of the file that holds the copy of a store.
+    static std::string copyOf(const std::string& storeName) { return "cached" + storeName + ".xml"; }
 
 private:
     void readLinkFile();

@@ -64,7 +64,6 @@ private:
     void addStore(const ModelStore& description);
     void removeStore(const std::string& name);
     void removeCopies();
-    void applyPolicies();
     void start();
     void destroy();
     void powerDown();
@@ -77,6 +76,7 @@ private:
 
     void onInjected();
     void onCall(const ChainCall& call);
+    void hearDownloadsOf(const std::shared_ptr<TftpConfigStore>& store);
     void onDownload(const std::shared_ptr<TftpConfigStore>& store, bool isFirst);
     void onHeard(int watcher, Property property, const ConfigValue& value);
 
@@ -86,6 +86,7 @@ private:
     ModelStore picture(ConfigStore& store) const;
     void takeOver(ModelStore& store, const std::vector<std::wstring>& keys);
     void takeOverWhatTheModuleWrites();
+    void applyPolicies();
     void noteSilentWrite(const std::wstring& key);
     void noteSilence(const std::wstring& key);
     void noteSilentChanges();

@@ -3,6 +3,8 @@
 #include "../stores/StoreTestSupport.h"
 #include "chain/ConfigStoreManager.h"
 #include "chain/SensitiveKeySecuringUtility.h"
+#include "fakes/TemporaryDirectory.h"
+#include "xml/XmlFileWriter.h"
 
 using support::blocksLeftBy;
 
@@ -61,6 +63,33 @@ TEST(FreedMemory, HoldsNoSecretThatALinkBrought) {
     EXPECT_EQ(blocksLeftBy([&] { manager.parseUrlProvisioningData(link, values); }), 0);
     EXPECT_EQ(values.size(), 1U);
     EXPECT_EQ(values[L"ServicesDomain"], secret);
+}
+
+TEST(FreedMemory, HoldsNoSecretOfADocumentThatWasWrittenOrGivenUp) {
+    const fakes::TemporaryDirectory folder;
+    for (const bool isFinished : {true, false}) {
+        EXPECT_EQ(blocksLeftBy([&] {
+                      XmlFileWriter writer(folder.path("document.xml"));
+                      writer.startElement("r");
+                      writer.writeElement("a", wideSecret);
+                      EXPECT_EQ(isFinished && writer.finish(), isFinished);
+                  }),
+                  0);
+    }
+}
+
+TEST(FreedMemory, HoldsNoSecretOfADocumentThatIsLongerThanWhatWaitsToBeWritten) {
+    const fakes::TemporaryDirectory folder;
+    EXPECT_EQ(blocksLeftBy([&] {
+                  XmlFileWriter writer(folder.path("document.xml"));
+                  writer.startElement("r");
+                  for (const std::size_t length : {100U, 40000U, 100U, 200000U}) {
+                      writer.writeElement("a", wideSecret);
+                      writer.writeElement("b", std::wstring(length, L'x'));
+                  }
+                  EXPECT_TRUE(writer.finish());
+              }),
+              0);
 }
 
 }  // namespace

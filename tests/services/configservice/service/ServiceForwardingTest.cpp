@@ -133,6 +133,7 @@ TEST_F(ServiceForwarding, ChecksTheThreadBeforeAnythingIsTouched) {
     EXPECT_THROW(service->reset(), std::logic_error);
     EXPECT_THROW(service->refreshConfigFeatureSet(), std::logic_error);
     EXPECT_THROW(service->logConfig(), std::logic_error);
+    EXPECT_THROW(service->buildMasterReport(), std::logic_error);
     dispatcher->setUpdateAccess(true);
     EXPECT_THAT(featureSet->calls(), IsEmpty());
     EXPECT_THAT(*service->getAllConfig(), IsEmpty());
