@@ -4,18 +4,21 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "ConfigStoreConstants.h"
 #include "ConsoleBlock.h"
+#include "Home.h"
+#include "Pages.h"
 #include "ServerPolicy.h"
 #include "chain/ConfigKeyAliasesMapper.h"
 #include "fakes/TemporaryDirectory.h"
 #include "quill/StringUtils.h"
 #include "support/ChildProcess.h"
+#include "xml/XmlConfigParser.h"
 
 using docs::Command;
+using docs::Home;
+using docs::readPage;
 using QuillCoreUtils::toString;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -24,44 +27,14 @@ namespace {
 
 const std::filesystem::path SOURCES = CORVID_SOURCE_DIRECTORY;
 
-std::string readFile(const std::filesystem::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-/// A user's home with the sample profile as the configuration, and a server's file in the working directory.
-class AnnasHome {
-public:
-    AnnasHome() {
-        std::filesystem::create_directories(directory_.path(".config"));
-        std::filesystem::copy(SOURCES / "share/corvid/sample", directory_.path(".config/corvid"),
-                              std::filesystem::copy_options::recursive);
-        std::filesystem::copy(SOURCES / "share/corvid/sample-server/corvid-config.xml", directory_.path());
-    }
-
-    /// What the command prints on both streams. The installed data files are those of the sources.
-    std::string outputOf(std::string command) const {
-        const std::string installed = "/usr/share/corvid";
-        if (const std::size_t place = command.find(installed); place != std::string::npos) {
-            command.replace(place, installed.size(), (SOURCES / "share/corvid").string());
-        }
-        const std::string script = "cd \"$HOME\" && exec 2>&1 && " + command;
-        const std::string path = std::string(CORVIDCTL_DIRECTORY) + ":" + getenv("PATH");
-        const support::ChildProcess::Options options = {
-            .environment = {{"HOME", directory_.path()}, {"XDG_CONFIG_HOME", ""}, {"PATH", path}, {"COLUMNS", "120"}}};
-        return support::runProgram({"/bin/sh", "-c", script}, options).out;
-    }
-
-private:
-    fakes::TemporaryDirectory directory_;
-};
-
 class PageOfCommands : public testing::TestWithParam<const char*> {};
 
 TEST_P(PageOfCommands, PrintsWhatItSays) {
-    const std::vector<Command> commands = docs::commandsOf(GetParam(), readFile(SOURCES / "docs" / GetParam()));
+    const std::string page = readPage(std::string("docs/").append(GetParam()));
+    const std::vector<Command> commands = docs::commandsOf(GetParam(), page);
     EXPECT_FALSE(commands.empty());
-    const AnnasHome home;
+    const Home home(Home::Profile::Sample);
+    home.write("changes.jsonl", docs::blockOf(page, "jsonl"));
     for (const Command& command : commands) {
         const std::string output = home.outputOf(command.text);
         EXPECT_TRUE(docs::isAsExpected(output, command.expected))
@@ -78,14 +51,14 @@ TEST(PageOfKeys, HasEveryOldNameWithTheCurrentOne) {
     ConfigMap currentNames;
     ConfigMap oldNames;
     ConfigKeyAliasesMapper::GetConfigKeyAliases(currentNames, oldNames);
-    const std::string page = readFile(SOURCES / "docs/keys.md");
+    const std::string page = readPage("docs/keys.md");
     for (const auto& [oldName, currentName] : currentNames) {
         EXPECT_THAT(page, HasSubstr("| `" + toString(oldName) + "` | `" + toString(currentName) + "`"));
     }
 }
 
 TEST(PageOfKeys, HasEveryPolicyWithWhatItErases) {
-    const std::string page = readFile(SOURCES / "docs/keys.md");
+    const std::string page = readPage("docs/keys.md");
     for (const ServerPolicy& policy : serverPolicies()) {
         const std::size_t begin = page.find("| `" + toString(policy.policyKey) + "` |");
         ASSERT_NE(begin, std::string::npos) << toString(policy.policyKey);
@@ -97,7 +70,7 @@ TEST(PageOfKeys, HasEveryPolicyWithWhatItErases) {
 }
 
 TEST(PageOfKeys, HasEveryKeyOfALink) {
-    const std::string page = readFile(SOURCES / "docs/keys.md");
+    const std::string page = readPage("docs/keys.md");
     for (const std::wstring& key : ConfigStoreConstants::URL_PROVISIONING_CONFIG_KEY_ARRAY) {
         EXPECT_THAT(page, HasSubstr("`" + toString(key) + "`"));
     }
@@ -105,7 +78,7 @@ TEST(PageOfKeys, HasEveryKeyOfALink) {
 
 TEST(PageOfKeys, HasEveryKeyThatTheModuleReads) {
     using namespace ConfigStoreConstants;
-    const std::string page = QuillCoreUtils::toLowercase(readFile(SOURCES / "docs/keys.md"));
+    const std::string page = QuillCoreUtils::toLowercase(readPage("docs/keys.md"));
     for (const std::wstring& key : {HOME_UDS_VERSION,
                                     TFTP_SERVER_1_KEY,
                                     TFTP_SERVER_2_KEY,
@@ -132,11 +105,24 @@ TEST(PageOfKeys, HasEveryKeyThatTheModuleReads) {
 
 TEST(PageOfFiles, NamesEveryFile) {
     using namespace ConfigStoreConstants;
-    const std::string page = readFile(SOURCES / "docs/files.md");
+    const std::string page = readPage("docs/files.md");
     for (const std::string& file : {LOCAL_FILE_CONFIG_STORE_FILE_NAME, DEFAULT_CONFIG_STORE_FILE_NAME,
                                     TFTP_OVERRIDE_FILE_NAME, toString(DEFAULT_TFTP_CONFIGURATION_FILE_NAME)}) {
         EXPECT_THAT(page, HasSubstr(file));
     }
+}
+
+TEST(PageOfFiles, ShowsAJournalAsTheToolWritesIt) {
+    const std::string journal = docs::blockOf(readPage("docs/files.md"), "jsonl");
+    const Home home(Home::Profile::None);
+    home.write("changes.jsonl", journal);
+    const std::string start = journal.substr(0, journal.find('\n') + 1);
+    EXPECT_EQ(start + home.outputOf("corvidctl -o jsonl history --batch --journal changes.jsonl"), journal);
+}
+
+TEST(PageOfFiles, ShowsAVersionThatIsRead) {
+    const std::string document = docs::blockOf(readPage("docs/files.md"), "xml");
+    EXPECT_EQ(XmlConfigParser::parseUdsVersionFromXmlResponse(document), "12.5");
 }
 
 /// Where the links and pictures of a page lead that are no addresses of the web.
@@ -160,18 +146,16 @@ TEST(Pages, LeadToFilesThatAreThere) {
         }
     }
     for (const std::filesystem::path& page : pages) {
-        for (const std::string& target : targetsOf(readFile(page))) {
+        for (const std::string& target : targetsOf(readPage(std::filesystem::relative(page, SOURCES)))) {
             EXPECT_TRUE(std::filesystem::exists(page.parent_path() / target)) << page << " leads to " << target;
         }
     }
 }
 
 TEST(Contributing, ShowsCodeAsItStandsInTheTree) {
-    const std::string page = readFile(SOURCES / "CONTRIBUTING.md");
-    const std::string fence = "```cpp\n";
-    const std::size_t begin = page.find(fence) + fence.size();
-    EXPECT_THAT(readFile(SOURCES / "platform/api/tessel/Event.h"),
-                HasSubstr(page.substr(begin, page.find("```", begin) - begin)));
+    const std::string code = docs::blockOf(readPage("CONTRIBUTING.md"), "cpp");
+    ASSERT_NE(code, "");
+    EXPECT_THAT(readPage("platform/api/tessel/Event.h"), HasSubstr(code));
 }
 
 TEST(ConsoleBlock, TakesDotsForAnyLines) {
@@ -198,8 +182,8 @@ TEST(Site, IsMadeWithoutAWarning) {
     }
     const fakes::TemporaryDirectory directory;
     // Pictures of classes take most of the time, and have no warnings of their own.
-    directory.write("Doxyfile", readFile(SOURCES / "docs/Doxyfile") + "\nHAVE_DOT = NO\nOUTPUT_DIRECTORY = " +
-                                    directory.path() + "\nWARN_LOGFILE = " + directory.path("warnings.txt") + "\n");
+    directory.write("Doxyfile", readPage("docs/Doxyfile") + "\nHAVE_DOT = NO\nOUTPUT_DIRECTORY = " + directory.path() +
+                                    "\nWARN_LOGFILE = " + directory.path("warnings.txt") + "\n");
     const support::Ended ended = support::runProgram(
         {"/bin/sh", "-c", "cd '" + SOURCES.string() + "' && doxygen '" + directory.path("Doxyfile") + "' 2>&1"},
         {.environment = {{"CORVID_VERSION", "tested"}}});
