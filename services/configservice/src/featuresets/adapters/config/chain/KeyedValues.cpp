@@ -31,9 +31,7 @@ const std::vector<const KeyedValues::Entry*>& KeyedValues::inOrder() {
 std::vector<std::wstring> KeyedValues::keys() {
     std::vector<std::wstring> keys;
     keys.reserve(size());
-    for (const Entry* const entry : inOrder()) {
-        keys.push_back(entry->key);
-    }
+    visitInOrder([&](const Entry& entry) { keys.push_back(entry.key); });
     return keys;
 }
 

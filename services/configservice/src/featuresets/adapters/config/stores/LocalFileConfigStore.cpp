@@ -275,11 +275,11 @@ LocalFileConfigStore::Document LocalFileConfigStore::composeDocument() {
     Document document;
     tessel::ScopedLock lock(mutex_);
     composer.startElement("Corvid");
-    for (const KeyedValues::Entry* const entry : values_.inOrder()) {
-        if (!composeEntry(composer, entry->key, entry->value)) {
-            document.altered.push_back(toXmlText(entry->key).text);
+    values_.visitInOrder([&](const KeyedValues::Entry& entry) {
+        if (!composeEntry(composer, entry.key, entry.value)) {
+            document.altered.push_back(toXmlText(entry.key).text);
         }
-    }
+    });
     composer.endElement();
     document.text = std::move(composer.text());
     document.change = change_;
