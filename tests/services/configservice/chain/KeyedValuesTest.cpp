@@ -8,7 +8,7 @@
 
 #include "support/Seed.h"
 
-// The hash table beside the ordered map, held to what a plain map of folded texts answers.
+// Entries side by side with a hash table and an order made on demand, held to what a plain map of folded texts answers.
 
 namespace {
 
@@ -44,6 +44,21 @@ void expectSame(const Keyed& keyed, const PlainMap& plain, const std::wstring& k
     ASSERT_TRUE(expected == plain.end() || keyed.filter.mayHold(FoldedKey(key).mark()));
 }
 
+/// All of both, walked in order and copied. Not after each step, so that several wait to be put in order.
+void expectSameInOrder(Keyed& keyed, const PlainMap& plain) {
+    const std::vector<const KeyedValues::Entry*> ordered = keyed.values.inOrder();
+    ASSERT_EQ(ordered.size(), plain.size());
+    const ConfigMap copy = keyed.values.map();
+    ASSERT_EQ(copy.size(), plain.size());
+    auto copied = copy.begin();
+    for (const KeyedValues::Entry* const entry : ordered) {
+        ASSERT_EQ(plain.at(lowerOf(entry->key)), entry->value);
+        ASSERT_EQ(copied->first, entry->key);
+        ASSERT_EQ(copied->second, entry->value);
+        ++copied;
+    }
+}
+
 /// One change of both. @return false for an answer that differs.
 bool changeBoth(Keyed& keyed, PlainMap& plain, std::mt19937& random, int step) {
     const std::wstring key = randomKey(random);
@@ -57,7 +72,7 @@ bool changeBoth(Keyed& keyed, PlainMap& plain, std::mt19937& random, int step) {
         plain.clear();
         return true;
     case 1: {
-        const ConfigMap taken = keyed.values.exchange({{key, value}});
+        const KeyedValues::Entries taken = keyed.values.exchange(ConfigMap{{key, value}});
         const bool same = taken.size() == plain.size();
         plain = {{lowerOf(key), value}};
         return same;
@@ -90,7 +105,10 @@ TEST(KeyedValues, AnswersAsAPlainMapOfFoldedTexts) {
     for (int step = 0; step < 20000 && !testing::Test::HasFailure(); ++step) {
         ASSERT_TRUE(changeBoth(keyed, plain, random, step)) << "step " << step;
         expectSame(keyed, plain, randomKey(random));
-        ASSERT_EQ(keyed.values.map().size(), plain.size());
+        ASSERT_EQ(keyed.values.size(), plain.size());
+        if (step % 11 == 0) {
+            expectSameInOrder(keyed, plain);
+        }
     }
 }
 
@@ -106,6 +124,60 @@ TEST(KeyedValues, FindsEachOfManyKeysAndKeepsThemInOrder) {
     const std::vector<std::wstring> keys = keyed.values.keys();
     EXPECT_EQ(keys.size(), 5000U);
     EXPECT_TRUE(std::is_sorted(keys.begin(), keys.end(), caseInsensitiveMapComparator()));
+}
+
+TEST(KeyedValues, MakesAnOrderThatIsThereAlreadyForSeveralThreadsAtOnce) {
+    Keyed keyed;
+    for (int index = 0; index < 100; ++index) {
+        keyed.values.add(L"Key" + std::to_wstring(index * 37 % 100), L"value");
+    }
+    const std::vector<std::wstring> keys = keyed.values.keys();
+    std::vector<std::thread> readers;
+    for (int thread = 0; thread < 2; ++thread) {
+        readers.emplace_back([&] {
+            for (int round = 0; round < 100; ++round) {
+                EXPECT_EQ(keyed.values.keys(), keys);
+            }
+        });
+    }
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+}
+
+TEST(KeyedValues, KeepsTheOthersAndTheirOrderWhereverOneIsErased) {
+    for (int erased = 0; erased < 10; ++erased) {
+        Keyed keyed;
+        PlainMap plain;
+        for (int index = 0; index < 10; ++index) {
+            const std::wstring key = L"Key" + std::to_wstring(index * 7 % 10);
+            keyed.values.add(key, std::to_wstring(index));
+            plain[lowerOf(key)] = std::to_wstring(index);
+        }
+        expectSameInOrder(keyed, plain);
+        const std::wstring key = L"key" + std::to_wstring(erased);
+        ASSERT_TRUE(keyed.values.erase(FoldedKey(key)));
+        plain.erase(key);
+        expectSameInOrder(keyed, plain);
+        keyed.values.add(L"KEY5b", L"late");
+        plain[L"key5b"] = L"late";
+        expectSameInOrder(keyed, plain);
+        for (const auto& [other, value] : plain) {
+            EXPECT_EQ(keyed.valueOf(other), value);
+        }
+        EXPECT_EQ(keyed.valueOf(key), L"(none)");
+    }
+}
+
+TEST(KeyedValues, LeavesItsValuesWhereTheyAreWhileOthersCome) {
+    Keyed keyed;
+    const std::wstring first = L"first";
+    keyed.values.set(FoldedKey(first), L"value");
+    const std::wstring* const found = std::as_const(keyed.values).find(FoldedKey(first));
+    for (int index = 0; index < 1000; ++index) {
+        keyed.values.add(L"other" + std::to_wstring(index), L"value");
+    }
+    EXPECT_EQ(keyed.values.find(FoldedKey(first)), found);
 }
 
 TEST(KeyedValues, KeepsTheSpellingOfTheFirstInsertion) {
@@ -126,7 +198,7 @@ TEST(KeyedValues, StaysSmallUnderKeysThatComeAndGo) {
         keyed.values.set(FoldedKey(key), L"value");
         ASSERT_TRUE(keyed.values.erase(FoldedKey(key)));
     }
-    EXPECT_TRUE(keyed.values.map().empty());
+    EXPECT_EQ(keyed.values.size(), 0U);
     EXPECT_EQ(keyed.valueOf(L"key99999"), L"(none)");
 }
 
@@ -174,6 +246,18 @@ TEST(KeyFilter, TakesNoMoreMemoryForValuesThatAreExchangedOverAndOver) {
     }
     EXPECT_EQ(keyed.filter.bytes(), bytes);
     EXPECT_EQ(keyed.valueOf(L"round999key99"), L"value");
+}
+
+TEST(KeyedValues, TakeEntriesInAnyOrderAndHandBackTheirOwn) {
+    Keyed keyed;
+    keyed.values.add(L"Theme", L"dark");
+    const KeyedValues::Entries own =
+        keyed.values.exchange(KeyedValues::Entries{{L"b", L"2"}, {L"C", L"3"}, {L"a", L"1"}});
+    ASSERT_EQ(own.size(), 1U);
+    EXPECT_EQ(own.front().key + L"=" + own.front().value, L"Theme=dark");
+    EXPECT_EQ(keyed.values.keys(), (std::vector<std::wstring>{L"a", L"b", L"C"}));
+    EXPECT_EQ(keyed.valueOf(L"c"), L"3");
+    EXPECT_EQ(keyed.valueOf(L"theme"), L"(none)");
 }
 
 TEST(KeyFilter, RulesKeysOutAgainThatWereExchangedForOthers) {

@@ -27,6 +27,16 @@ TEST_F(Writes, GoToTheFirstWritableStoreThatIsNotInMemory) {
     EXPECT_THAT(late->calls(), IsEmpty());
 }
 
+TEST_F(Writes, PassTheRealStoreForThisRunByAndLeaveItAsItIs) {
+    const auto real = std::make_shared<InMemoryConfigStore>();
+    manager.addStore(real);
+    manager.addStore(makeStore("Behind", 700));
+    EXPECT_TRUE(manager.storeValue(L"domain", L"text"));
+    EXPECT_TRUE(manager.storeValue({{L"other", L"text"}}));
+    EXPECT_THAT(real->getKeys(), IsEmpty());
+    EXPECT_THAT(manager.findStore("Behind")->getKeys(), ElementsAre(L"domain", L"other"));
+}
+
 TEST_F(Writes, QueueThePersistingOfTheStoreUnderItsName) {
     addQuietly({user});
     manager.storeValue(L"domain", L"text");

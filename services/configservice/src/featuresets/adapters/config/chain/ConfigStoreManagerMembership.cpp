@@ -135,8 +135,8 @@ void ConfigStoreManager::removeAllCachedConfigStores() {
 }
 
 void ConfigStoreManager::destroy() {
-    chain_.walk([](const std::shared_ptr<ConfigStore>& store) {
-        store->destroy();
+    chain_.walk([](const SearchedStore& store) {
+        store.store()->destroy();
         return true;
     });
 }
@@ -144,26 +144,26 @@ void ConfigStoreManager::destroy() {
 void ConfigStoreManager::reset() { clearConfigStores(); }
 
 void ConfigStoreManager::clearConfigStores() {
-    chain_.walkBackwards([this](const std::shared_ptr<ConfigStore>& store) {
-        if (!store->isLocal()) {
-            chain_.erase(store);
-            notifyObservers(store);
+    chain_.walkBackwards([this](const SearchedStore& store) {
+        if (!store.store()->isLocal()) {
+            chain_.erase(store.store());
+            notifyObservers(store.store());
         }
     });
 }
 
 void ConfigStoreManager::resetConfigData() {
-    chain_.walkBackwards([this](const std::shared_ptr<ConfigStore>& store) {
-        if (!survivesDataReset(store->getName())) {
-            removeStoreWithSameName(store->getName());
+    chain_.walkBackwards([this](const SearchedStore& store) {
+        if (!survivesDataReset(store.store()->getName())) {
+            removeStoreWithSameName(store.store()->getName());
         }
     });
 }
 
 bool ConfigStoreManager::waitForStoresReady() {
     bool ready = true;
-    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
-        ready = store->waitForStoreReady();
+    chain_.walk([&](const SearchedStore& store) {
+        ready = store.store()->waitForStoreReady();
         return ready;
     });
     return ready;

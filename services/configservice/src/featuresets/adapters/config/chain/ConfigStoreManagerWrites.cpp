@@ -29,9 +29,7 @@ private:
     const std::shared_ptr<ConfigStore> store_;
 };
 
-bool takesUserValues(ConfigStore& store) {
-    return !store.isReadOnly() && !ConfigStoreManager::isInMemoryConfigStore(store.getName());
-}
+bool takesUserValues(const SearchedStore& store) { return !store.isReadOnly() && !store.isInMemory(); }
 
 void storeAll(ConfigStore& store, const std::map<std::wstring, std::wstring>& values) {
     for (const auto& [key, value] : values) {
@@ -46,12 +44,12 @@ void storeAll(ConfigStore& store, const std::map<std::wstring, std::wstring>& va
 
 bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring& value) {
     bool stored = false;
-    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
-        if (!takesUserValues(*store)) {
+    chain_.walk([&](const SearchedStore& store) {
+        if (!takesUserValues(store)) {
             return true;
         }
-        stored = store->storeValue(key, value);
-        enqueuePersist(store);
+        stored = store.store()->storeValue(key, value);
+        enqueuePersist(store.store());
         updateKey(key, false);  // by a copy: an observer may take the caller's away
         return false;
     });
@@ -60,10 +58,10 @@ bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring&
 
 bool ConfigStoreManager::storeValue(const std::map<std::wstring, std::wstring>& values) {
     bool reachedOne = false;
-    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
-        if (takesUserValues(*store)) {
-            storeAll(*store, values);
-            enqueuePersist(store);
+    chain_.walk([&](const SearchedStore& store) {
+        if (takesUserValues(store)) {
+            storeAll(*store.store(), values);
+            enqueuePersist(store.store());
             for (const auto& entry : values) {
                 report(entry.first, false);
             }
@@ -96,13 +94,13 @@ bool ConfigStoreManager::eraseKey(const std::wstring& key) {
         names.push_back(otherName);
     }
     bool removed = false;
-    chain_.walk([&](const std::shared_ptr<ConfigStore>& store) {
-        if (store->isReadOnly()) {
+    chain_.walk([&](const SearchedStore& store) {
+        if (store.isReadOnly()) {
             return true;
         }
         for (const std::wstring& name : names) {
-            if (store->removeValue(name)) {
-                enqueuePersist(store);
+            if (store.store()->removeValue(name)) {
+                enqueuePersist(store.store());
                 removed = true;
             }
         }

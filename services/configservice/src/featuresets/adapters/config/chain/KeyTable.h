@@ -27,6 +27,12 @@ public:
         return slot != NOWHERE ? &items_[slot] : nullptr;
     }
 
+    /// The same, to be replaced by an item of the same key.
+    Item* find(const FoldedKey& key) {
+        const std::size_t slot = slotOf(key);
+        return slot != NOWHERE ? &items_[slot] : nullptr;
+    }
+
     /// Puts an item whose key is not there. @param hash of its FoldedKey.
     void insert(std::uint64_t hash, Item item) {
         if (4 * (used_ + 1) > 3 * tags_.size()) {

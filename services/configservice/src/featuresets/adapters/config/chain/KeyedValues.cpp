@@ -1,62 +1,106 @@
 #include "chain/KeyedValues.h"
 
-std::vector<std::wstring> KeyedValues::keys() const {
-    std::vector<std::wstring> keys;
-    keys.reserve(map_.size());
-    for (const Entry& entry : map_) {
-        keys.push_back(entry.first);
+#include <algorithm>
+
+ConfigMap KeyedValues::map() const {
+    ConfigMap map;
+    for (const Entry& entry : entries_) {
+        map.emplace_hint(map.end(), entry.key, entry.value);  // nearly always they have come in order
     }
+    return map;
+}
+
+const std::vector<const KeyedValues::Entry*>& KeyedValues::inOrder() {
+    const auto known = static_cast<std::ptrdiff_t>(order_.size());
+    if (order_.size() == entries_.size()) {
+        return order_;
+    }
+    order_.reserve(entries_.size());
+    for (auto entry = entries_.begin() + known; entry != entries_.end(); ++entry) {
+        order_.push_back(&*entry);
+    }
+    const auto precedes = [](const Entry* a, const Entry* b) { return KeyUnits::compare(a->key, b->key) < 0; };
+    const auto fresh = order_.begin() + known;
+    if (!std::is_sorted(fresh, order_.end(), precedes)) {
+        std::sort(fresh, order_.end(), precedes);
+    }
+    std::inplace_merge(order_.begin(), fresh, order_.end(), precedes);
+    return order_;
+}
+
+std::vector<std::wstring> KeyedValues::keys() {
+    std::vector<std::wstring> keys;
+    keys.reserve(size());
+    visitInOrder([&](const Entry& entry) { keys.push_back(entry.key); });
     return keys;
 }
 
 const std::wstring* KeyedValues::find(const FoldedKey& key) const {
     Entry* const* const found = table_.find(key);
-    return found != nullptr ? &(*found)->second : nullptr;
+    return found != nullptr ? &(*found)->value : nullptr;
 }
 
 bool KeyedValues::set(const FoldedKey& key, const std::wstring& value) {
     Entry* const* const found = table_.find(key);
     if (found == nullptr) {
-        filter_.add(key.mark());
-        insert(key.hash(), *map_.emplace(key.text(), value).first);
+        insert(key.mark(), key.text(), value);
         return true;
     }
-    std::wstring& text = (*found)->second;
+    std::wstring& text = (*found)->value;
     const bool changed = text != value;
     text = value;
     return changed;
 }
 
 void KeyedValues::add(std::wstring key, std::wstring value) {
-    const auto [entry, isNew] = map_.try_emplace(std::move(key), std::move(value));
-    if (isNew) {
-        const FoldedKey folded(entry->first);
-        filter_.add(folded.mark());
-        insert(folded.hash(), *entry);
+    const FoldedKey folded(key);
+    if (table_.find(folded) == nullptr) {
+        insert(folded.mark(), std::move(key), std::move(value));
     }
 }
 
 bool KeyedValues::erase(const FoldedKey& key) {
-    if (table_.erase(key) == nullptr) {
+    Entry* const gone = table_.erase(key);
+    if (gone == nullptr) {
         return false;
     }
-    map_.erase(key.text());
+    order_.clear();
+    Entry& last = entries_.back();
+    if (gone != &last) {
+        // The last one comes into its place, so that the entries stay side by side.
+        *table_.find(FoldedKey(last.key)) = gone;
+        *gone = std::move(last);
+    }
+    entries_.pop_back();
     return true;
 }
 
 void KeyedValues::clear() {
-    map_.clear();
+    order_.clear();
     table_.reset(0);
+    entries_.clear();
 }
 
-ConfigMap KeyedValues::exchange(ConfigMap map) {
-    map_.swap(map);
+KeyedValues::Entries KeyedValues::exchange(ConfigMap map) {
+    Entries entries;
+    while (!map.empty()) {
+        auto node = map.extract(map.begin());
+        entries.push_back({std::move(node.key()), std::move(node.mapped())});
+    }
+    return exchange(std::move(entries));
+}
+
+KeyedValues::Entries KeyedValues::exchange(Entries entries) {
+    order_.clear();
+    entries_.swap(entries);
     index();
-    return map;
+    return entries;
 }
 
-void KeyedValues::insert(std::uint64_t hash, Entry& entry) {
-    table_.insert(hash, &entry);
+void KeyedValues::insert(const KeyMark& mark, std::wstring key, std::wstring value) {
+    filter_.add(mark);
+    entries_.push_back({std::move(key), std::move(value)});
+    table_.insert(mark.hash, &entries_.back());
     if (filter_.isFull()) {
         filter_.renew(hashes());
     }
@@ -66,18 +110,18 @@ void KeyedValues::insert(std::uint64_t hash, Entry& entry) {
 void KeyedValues::index() {
     const std::vector<std::uint64_t> all = hashes();
     filter_.renew(all);
-    table_.reset(map_.size());
+    table_.reset(entries_.size());
     auto hash = all.begin();
-    for (Entry& entry : map_) {
+    for (Entry& entry : entries_) {
         table_.insert(*hash++, &entry);
     }
 }
 
 std::vector<std::uint64_t> KeyedValues::hashes() const {
     std::vector<std::uint64_t> hashes;
-    hashes.reserve(map_.size());
-    for (const Entry& entry : map_) {
-        hashes.push_back(FoldedKey(entry.first).hash());
+    hashes.reserve(entries_.size());
+    for (const Entry& entry : entries_) {
+        hashes.push_back(FoldedKey(entry.key).hash());
     }
     return hashes;
 }

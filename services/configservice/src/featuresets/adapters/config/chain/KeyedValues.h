@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,11 +12,18 @@
 #include "chain/KeyFilter.h"
 #include "chain/KeyTable.h"
 
-/// A ConfigMap with a hash table beside it: in order for whoever walks it, and found in one step by whoever looks up.
-/// Has no lock, but for what it tells its filter.
+/// What a ConfigMap holds, in less memory: the entries lie side by side as they came, a hash table finds each in one
+/// step, and they are put in order only when somebody wants to walk them so. Keys that differ only in case are one key,
+/// which keeps the spelling of its first insertion.
+///
+/// Has no lock, but for what it tells its filter. The const operations may run on several threads at once.
 class KeyedValues {
 public:
-    using Entry = ConfigMap::value_type;
+    struct Entry {
+        std::wstring key;
+        std::wstring value;
+    };
+    using Entries = std::deque<Entry>;
 
     /// @param filter knows every key before it can be found here; must outlive this.
     explicit KeyedValues(KeyFilter& filter) : filter_(filter) {}
@@ -22,10 +31,35 @@ public:
     KeyedValues(const KeyedValues&) = delete;
     KeyedValues& operator=(const KeyedValues&) = delete;
 
-    const ConfigMap& map() const { return map_; }
+    std::size_t size() const { return entries_.size(); }
 
-    /// The keys in order.
-    std::vector<std::wstring> keys() const;
+    /// All, in the order in which they lie here, which means nothing.
+    const Entries& entries() const { return entries_; }
+
+    /// A copy of all.
+    ConfigMap map() const;
+
+    /// All in the order of a ConfigMap; good until the next change. Sorts what has come since it was last asked, and
+    /// changes nothing, so that it may run on several threads at once, if nothing has.
+    const std::vector<const Entry*>& inOrder();
+
+    /// Calls visit(entry) for all in that order. The entries lie where they came, and the next one would be waited for
+    /// each time: the processor hears of those that follow while one is being visited.
+    template <typename Visit>
+    void visitInOrder(const Visit& visit) {
+        const std::vector<const Entry*>& all = inOrder();
+        for (std::size_t place = 0; place < all.size(); ++place) {
+            if (place + 2 * AHEAD < all.size()) {
+                __builtin_prefetch(all[place + 2 * AHEAD]);
+                __builtin_prefetch(all[place + AHEAD]->key.data());
+                __builtin_prefetch(all[place + AHEAD]->value.data());
+            }
+            visit(*all[place]);
+        }
+    }
+
+    /// The keys in that order; the same holds.
+    std::vector<std::wstring> keys();
 
     /// The value; null if there is none. Good until the next change.
     const std::wstring* find(const FoldedKey& key) const;
@@ -40,19 +74,23 @@ public:
     bool erase(const FoldedKey& key);
     void clear();
 
-    /// Takes these values in place of its own. @return its own.
-    ConfigMap exchange(ConfigMap map);
+    /// Takes these values, each of a key of its own, in place of its own. @return its own.
+    Entries exchange(Entries entries);
+    Entries exchange(ConfigMap map);
 
 private:
+    static constexpr std::size_t AHEAD = 4;
+
     struct KeyOfEntry {
-        const std::wstring& operator()(const Entry* entry) const { return entry->first; }
+        const std::wstring& operator()(const Entry* entry) const { return entry->key; }
     };
 
-    void insert(std::uint64_t hash, Entry& entry);
+    void insert(const KeyMark& mark, std::wstring key, std::wstring value);
     void index();
     std::vector<std::uint64_t> hashes() const;
 
     KeyFilter& filter_;
-    ConfigMap map_;
+    Entries entries_;  ///< an entry stays where it is while others come
     KeyTable<Entry*, KeyOfEntry> table_;
+    std::vector<const Entry*> order_;  ///< the first of the entries, as many as it is long, in order
 };

@@ -9,9 +9,10 @@
 class RenamedKeys {
 public:
     /// @param aliasMap old name to current name. @param legacyMap current name to old name.
-    RenamedKeys(ConfigMap aliasMap, ConfigMap legacyMap) {
-        current_.exchange(std::move(aliasMap));
-        old_.exchange(std::move(legacyMap));
+    RenamedKeys(ConfigMap aliasMap, ConfigMap legacyMap)
+        : currentNames_(std::move(aliasMap)), oldNames_(std::move(legacyMap)) {
+        current_.exchange(currentNames_);
+        old_.exchange(oldNames_);
     }
 
     /// Those of the one table there is, ConfigKeyAliasesMapper's.
@@ -23,10 +24,10 @@ public:
     }
 
     /// Old name to current name.
-    const ConfigMap& currentNames() const { return current_.map(); }
+    const ConfigMap& currentNames() const { return currentNames_; }
 
     /// Current name to old name.
-    const ConfigMap& oldNames() const { return old_.map(); }
+    const ConfigMap& oldNames() const { return oldNames_; }
 
     /// The current name of an old one; null for any other key.
     const std::wstring* currentNameOf(const FoldedKey& key) const {
@@ -39,6 +40,8 @@ public:
     }
 
 private:
+    const ConfigMap currentNames_;
+    const ConfigMap oldNames_;
     KeyFilter currentFilter_;
     KeyFilter oldFilter_;
     KeyedValues current_{currentFilter_};

@@ -23,7 +23,12 @@ public:
         return inside_ != nullptr ? inside_->lookUp(key, value) : store_->getValue(key.text(), value);
     }
 
+    const std::shared_ptr<ConfigStore>& store() const { return store_; }
+
     bool isReadOnly() const { return inside_ != nullptr ? readOnly_ : store_->isReadOnly(); }
+
+    /// True if it has the name of the store for values that live for this run only, without regard to case.
+    bool isInMemory() const;
 
     /// Makes the name that of this store. It refers to this object for a store of the module's own.
     void giveName(StoreName& name) const;
@@ -36,6 +41,7 @@ private:
     FoldedLookup* inside_;               ///< null for a store from outside
     const KeyFilter* filter_ = nullptr;  ///< this and the following: of a store of the module's own
     bool readOnly_ = false;
+    bool inMemory_ = false;
     std::wstring name_;
 };
 

@@ -58,14 +58,14 @@ public:
     /// Takes this very store out, if it is in the chain.
     void erase(const std::shared_ptr<ConfigStore>& store);
 
-    /// Calls visit(store) for the stores of this moment, first to last, until it returns false. A store that has left
-    /// the chain before its turn is passed over, one that joins meanwhile is not visited.
+    /// Calls visit(store), with a SearchedStore, for the stores of this moment, first to last, until it returns false.
+    /// A store that has left the chain before its turn is passed over, one that joins meanwhile is not visited.
     template <typename Visit>
     void walk(const Visit& visit) {
         const Lock lock(*this);
-        const std::shared_ptr<const StoreList> list = stores();
-        for (const auto& store : *list) {
-            if (stillHas(list, *store) && !visit(store)) {
+        const SearchList& list = searchList(lock);
+        for (const SearchedStore& store : list) {
+            if (stillHas(list, *store.store()) && !visit(store)) {
                 return;
             }
         }
@@ -75,9 +75,9 @@ public:
     template <typename Visit>
     void walkBackwards(const Visit& visit) {
         const Lock lock(*this);
-        const std::shared_ptr<const StoreList> list = stores();
-        for (auto store = list->rbegin(); store != list->rend(); ++store) {
-            if (stillHas(list, **store)) {
+        const SearchList& list = searchList(lock);
+        for (auto store = list.rbegin(); store != list.rend(); ++store) {
+            if (stillHas(list, *store->store())) {
                 visit(*store);
             }
         }
@@ -90,8 +90,8 @@ private:
     };
 
     /// contains() for a store of an earlier list, which nearly always is the list of this moment.
-    bool stillHas(const std::shared_ptr<const StoreList>& earlier, const ConfigStore& store) TESSEL_REQUIRES(mutex_) {
-        return earlier.get() == &content_->stores || contains(store);
+    bool stillHas(const SearchList& earlier, const ConfigStore& store) TESSEL_REQUIRES(mutex_) {
+        return &earlier == &content_->search || contains(store);
     }
 
     void replace(StoreList stores) TESSEL_REQUIRES(mutex_);

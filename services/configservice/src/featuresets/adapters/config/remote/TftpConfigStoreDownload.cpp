@@ -402,11 +402,12 @@ std::vector<std::wstring> TftpConfigStore::takeValues(std::string& body) {
     // and a secret must not get there because its key is not marked yet.
     setSensitiveKeys(sensitiveKeys);
     std::vector<std::wstring> previousKeys;
+    KeyedValues::Entries previous;  // end without the lock
     const std::size_t count = values.size();
     {
         const tessel::ScopedLock lock(valuesMutex_);
         previousKeys = getKeys();
-        values = configValues_.exchange(std::move(values));
+        previous = configValues_.exchange(std::move(values));
     }
     logConfigMap(sensitiveKeys);
     setState(FINISHED);

@@ -37,6 +37,7 @@ BootstrapConfigStore::BootstrapConfigStore(const std::string& name, const std::s
     }
     std::istringstream file(*std::move(contents));
     readConfigFromFile(file);
+    values_.inOrder();  // so that getKeys() changes nothing
 }
 
 bool BootstrapConfigStore::getValue(const std::wstring& key, std::wstring& value) {

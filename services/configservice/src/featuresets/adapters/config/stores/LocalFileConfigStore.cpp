@@ -111,7 +111,7 @@ bool LocalFileConfigStore::removeValue(const std::wstring& key) {
 
 void LocalFileConfigStore::removeAllValues() {
     tessel::ScopedLock lock(mutex_);
-    if (!values_.map().empty()) {
+    if (values_.size() != 0) {
         values_.clear();
         ++change_;
     }
@@ -158,7 +158,7 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
     }
     Values taken = replaced.copyValues();
     tessel::ScopedLock lock(mutex_);
-    values_.exchange(std::move(taken.map));
+    values_.exchange(std::move(taken.entries));
     ++change_;
 }
 
@@ -172,7 +172,7 @@ bool LocalFileConfigStore::takeOverReading(LocalFileConfigStore& former) {
         return false;  // changed meanwhile
     }
     tessel::ScopedLock lock(mutex_);
-    values_.exchange(std::move(read.map));
+    values_.exchange(std::move(read.entries));
     readFile_ = file;
     return true;
 }
@@ -190,7 +190,7 @@ bool LocalFileConfigStore::readFromFile() {
                   L"Read config FAILED, config file doesn't exist: " + QuillCoreUtils::toWideString(filePath()));
         return false;
     }
-    const FileStamp stamp = values_.map().empty() ? FileStamp::beforeReading(filePath()) : FileStamp();
+    const FileStamp stamp = values_.size() == 0 ? FileStamp::beforeReading(filePath()) : FileStamp();
     const std::shared_ptr<xmlDoc> document = readXmlFile(filePath());
     readFile_ = document != nullptr ? stamp : FileStamp();
     if (document != nullptr) {
@@ -245,7 +245,7 @@ void LocalFileConfigStore::createConfigDirectory() {
 
 LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
     tessel::ScopedLock lock(mutex_);
-    return {values_.map(), change_};
+    return {values_.entries(), change_};
 }
 
 bool LocalFileConfigStore::isInFile() {
@@ -275,11 +275,11 @@ LocalFileConfigStore::Document LocalFileConfigStore::composeDocument() {
     Document document;
     tessel::ScopedLock lock(mutex_);
     composer.startElement("Corvid");
-    for (const auto& [key, value] : values_.map()) {
-        if (!composeEntry(composer, key, value)) {
-            document.altered.push_back(toXmlText(key).text);
+    values_.visitInOrder([&](const KeyedValues::Entry& entry) {
+        if (!composeEntry(composer, entry.key, entry.value)) {
+            document.altered.push_back(toXmlText(entry.key).text);
         }
-    }
+    });
     composer.endElement();
     document.text = std::move(composer.text());
     document.change = change_;

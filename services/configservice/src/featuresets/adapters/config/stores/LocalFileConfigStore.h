@@ -77,7 +77,7 @@ public:
 private:
     /// The values at one moment.
     struct Values {
-        ConfigMap map;
+        KeyedValues::Entries entries;
         std::uint64_t change;
     };
 

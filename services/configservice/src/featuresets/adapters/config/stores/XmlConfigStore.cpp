@@ -19,7 +19,7 @@ bool XmlConfigStore::takeOverReading(const XmlConfigStore& former) {
     if (!file.exists() || file != FileStamp::of(filePath_)) {
         return false;
     }
-    ConfigMap values = former.copyValues();
+    KeyedValues::Entries values = former.copyEntries();
     if (former.readFile() != file) {
         return false;  // changed meanwhile
     }
@@ -30,6 +30,11 @@ bool XmlConfigStore::takeOverReading(const XmlConfigStore& former) {
 FileStamp XmlConfigStore::readFile() const {
     const tessel::ScopedLock lock(valuesMutex_);
     return readFile_;
+}
+
+KeyedValues::Entries XmlConfigStore::copyEntries() const {
+    const tessel::ScopedLock lock(valuesMutex_);
+    return values_.entries();
 }
 
 void XmlConfigStore::read() {
@@ -99,7 +104,9 @@ ConfigMap XmlConfigStore::copyValues() const {
 
 void XmlConfigStore::setValues(ConfigMap values) { exchange(std::move(values), FileStamp()); }
 
-void XmlConfigStore::exchange(ConfigMap values, const FileStamp& file) {
+/// @tparam Values what KeyedValues takes.
+template <typename Values>
+void XmlConfigStore::exchange(Values values, const FileStamp& file) {
     const tessel::ScopedLock lock(valuesMutex_);
     values_.exchange(std::move(values));
     readFile_ = file;

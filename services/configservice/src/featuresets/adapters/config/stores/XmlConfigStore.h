@@ -61,8 +61,10 @@ protected:
 private:
     bool takeOverReading(const XmlConfigStore& former);
     FileStamp readFile() const;
+    KeyedValues::Entries copyEntries() const;
     void read();
-    void exchange(ConfigMap values, const FileStamp& file);
+    template <typename Values>
+    void exchange(Values values, const FileStamp& file);
 
     const std::string filePath_;
     mutable tessel::RWLock lock_{LockRanks::STORE_READERS};
