@@ -29,6 +29,10 @@ public:
     /// True in a long run: what a quick run samples is then done in full.
     static bool isLong();
 
+    /// How long something may take before it counts as lost. @param promised what a long run holds it to; a quick one,
+    /// which shares the machine with others, only takes a hang of more than ten seconds for one.
+    static std::chrono::nanoseconds longest(std::chrono::nanoseconds promised);
+
     /// Begins a round, unless there have been enough, or something was lost: the files are kept as they are then.
     bool nextRound();
 

@@ -1,11 +1,14 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdlib>
 #include <string>
 
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
 #include "simulation/Sanitized.h"
+#include "support/ForkedChild.h"
 
 namespace torture {
 namespace {
@@ -35,6 +38,20 @@ TEST(Trial, PicksAboutAsManyAsAreWantedAndATenthWithASanitizer) {
     EXPECT_NEAR(picksOf(50, 100), 500 * tenths, 400);
     EXPECT_NEAR(picksOf(1, 1), 1000 * tenths, 400);
     EXPECT_NEAR(picksOf(1, 0), 1000 * tenths, 400) << "of none all there are";
+}
+
+TEST(Trial, HoldsALongRunToWhatIsPromisedAndAQuickOneToNoHang) {
+    using std::chrono::milliseconds;
+    EXPECT_EQ(support::runForked([] {
+                  unsetenv("CORVID_TORTURE_TABLE");
+                  return Trial::longest(milliseconds(200)) == milliseconds(10000) ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(support::runForked([] {
+                  setenv("CORVID_TORTURE_TABLE", "/dev/null", 1);
+                  return Trial::longest(milliseconds(200)) == milliseconds(200) ? 0 : 1;
+              }),
+              0);
 }
 
 }  // namespace
