@@ -104,6 +104,15 @@ int moveAcross(const std::string& from, const std::string& to, bool failIfExists
     return errorOf(::unlink(from.c_str()));
 }
 
+/// A file that is moved on top of the name that another has just left would be all that a power cut leaves of the two.
+/// Where the folder cannot be synced the file has been moved all the same.
+void makeNamesDurable(const std::string& from, const std::string& to) {
+    syncDirectoryOf(to);
+    if (FileUtils::getParentDirectory(from) != FileUtils::getParentDirectory(to)) {
+        syncDirectoryOf(from);
+    }
+}
+
 /// Gives a finished sibling the destination's permissions and makes its contents durable.
 int finishSibling(const std::string& sibling, const Existing& existing) {
     const FileDescriptor file(
@@ -213,6 +222,9 @@ int moveOver(const std::string& from, const std::string& to, bool failIfExists) 
         return EISDIR;
     }
     const int error = renameFile(from, to, failIfExists);
+    if (error == 0) {
+        makeNamesDurable(from, to);
+    }
     return error == EXDEV ? moveAcross(from, to, failIfExists) : error;
 }
 
