@@ -152,6 +152,9 @@ protected:
         return took <= Trial::longest(PROMPT);
     }
 
+    /// Where the files are of what has ended.
+    std::string folderOf(End end) const { return end == End::EndOfHost ? home_->path() : directory_.path(); }
+
     /// For the table.
     std::string summary() const {
         const auto tenths = std::chrono::duration_cast<microseconds>(longest_).count() / 100;
@@ -222,7 +225,8 @@ private:
     }
 
     Clock::duration endHost(bool asksForTheVersion) {
-        const fakes::TemporaryDirectory home;
+        home_ = std::make_unique<fakes::TemporaryDirectory>();
+        const fakes::TemporaryDirectory& home = *home_;
         host::ReferenceHost::Options options;
         options.configDirectory = home.path("config");
         options.installationDirectory = home.path("install");
@@ -254,6 +258,7 @@ private:
         }
     }
 
+    std::unique_ptr<fakes::TemporaryDirectory> home_;  ///< of the last host
     Clock::duration longest_{};
     std::string longestWas_;
     std::uint64_t slow_ = 0;
@@ -270,7 +275,7 @@ TEST_F(CancelledDownloads, EndWithoutWaitingForAServer) {
         const Clock::duration took = endAfterAWhile(end, waited.url(), overTls);
         trial_.tried();
         if (!measure(end, wait, took)) {
-            trial_.lost(summary(), directory_.path());
+            trial_.lost(summary(), folderOf(end));
         }
     }
     std::cout << "cancel: " << summary() << "\n";

@@ -7,6 +7,9 @@
 
 namespace torture {
 
+/// Copies what is below a folder, links as links. What cannot be copied, a pipe say, is left out, and the rest goes on.
+void keepFiles(const std::string& folder, const std::string& target);
+
 /// One row of the table: how often something was tried, and how often something was lost by it. One thread.
 ///
 /// A test takes the number of rounds that suits a quick run; ./torture sets the environment for a long one:

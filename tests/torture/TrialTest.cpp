@@ -1,8 +1,12 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "Trial.h"
@@ -38,6 +42,22 @@ TEST(Trial, PicksAboutAsManyAsAreWantedAndATenthWithASanitizer) {
     EXPECT_NEAR(picksOf(50, 100), 500 * tenths, 400);
     EXPECT_NEAR(picksOf(1, 1), 1000 * tenths, 400);
     EXPECT_NEAR(picksOf(1, 0), 1000 * tenths, 400) << "of none all there are";
+}
+
+TEST(Trial, KeepsEveryFileOfWhatWasLostThatCanBeCopied) {
+    const fakes::TemporaryDirectory directory;
+    directory.write("lost/in/a", "a");
+    directory.write("lost/z", "z");
+    for (const char* const name : {"lost/b", "lost/in/b", "lost/y"}) {
+        ASSERT_EQ(mkfifo(directory.path(name).c_str(), 0600), 0);
+    }
+    ASSERT_EQ(symlink("nowhere", directory.path("lost/link").c_str()), 0);
+    keepFiles(directory.path("lost"), directory.path("kept/files"));
+    EXPECT_EQ(directory.read("kept/files/in/a"), "a");
+    EXPECT_EQ(directory.read("kept/files/z"), "z");
+    EXPECT_EQ(std::filesystem::read_symlink(directory.path("kept/files/link")), "nowhere");
+    keepFiles("", directory.path("nothing"));
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path("nothing")));
 }
 
 TEST(Trial, HoldsALongRunToWhatIsPromisedAndAQuickOneToNoHang) {
