@@ -39,8 +39,6 @@ constexpr const char* HOST = "server.example";
 constexpr const char* CONFIG_FILE = "<config><group><origin>server</origin></group></config>";
 constexpr long LONGER_THAN_ANY_TEST = 24 * 3600;  // seconds
 
-/// Nothing but a hang takes so long.
-constexpr auto HANG = std::chrono::seconds(10);
 constexpr auto PROMPT = std::chrono::milliseconds(200);
 
 /// Where the server leaves its client waiting.
@@ -143,14 +141,19 @@ protected:
         return endHost(overTls);
     }
 
-    void measure(End end, Wait wait, Clock::duration took) {
+    /// @return false if it took too long.
+    bool measure(End end, Wait wait, Clock::duration took) {
         slow_ += took > PROMPT ? 1 : 0;
         if (took > longest_) {
             longest_ = took;
             longestWas_ =
                 std::string(ENDS.at(static_cast<std::size_t>(end))) + " at " + WAITS.at(static_cast<std::size_t>(wait));
         }
+        return took <= Trial::longest(PROMPT);
     }
+
+    /// Where the files are of what has ended.
+    std::string folderOf(End end) const { return end == End::EndOfHost ? home_->path() : directory_.path(); }
 
     /// For the table.
     std::string summary() const {
@@ -222,7 +225,8 @@ private:
     }
 
     Clock::duration endHost(bool asksForTheVersion) {
-        const fakes::TemporaryDirectory home;
+        home_ = std::make_unique<fakes::TemporaryDirectory>();
+        const fakes::TemporaryDirectory& home = *home_;
         host::ReferenceHost::Options options;
         options.configDirectory = home.path("config");
         options.installationDirectory = home.path("install");
@@ -254,6 +258,7 @@ private:
         }
     }
 
+    std::unique_ptr<fakes::TemporaryDirectory> home_;  ///< of the last host
     Clock::duration longest_{};
     std::string longestWas_;
     std::uint64_t slow_ = 0;
@@ -269,9 +274,8 @@ TEST_F(CancelledDownloads, EndWithoutWaitingForAServer) {
         const Waited waited(wait, overTls, address_, credentials_);
         const Clock::duration took = endAfterAWhile(end, waited.url(), overTls);
         trial_.tried();
-        measure(end, wait, took);
-        if (took > HANG) {
-            trial_.lost(summary(), directory_.path());
+        if (!measure(end, wait, took)) {
+            trial_.lost(summary(), folderOf(end));
         }
     }
     std::cout << "cancel: " << summary() << "\n";

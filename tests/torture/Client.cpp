@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <map>
 #include <utility>
 
@@ -113,6 +114,17 @@ std::vector<std::string> Scene::backups() const {
     std::vector<std::string> paths = filesBelow(config());
     std::erase_if(paths, [](const std::string& path) { return path.find("-backup") == std::string::npos; });
     return paths;
+}
+
+bool Scene::keeps(const std::string& bytes) const {
+    std::vector<std::string> files = backups();
+    files.push_back(localFile());
+    return std::any_of(files.begin(), files.end(), [&](const std::string& file) { return bytesOf(file) == bytes; });
+}
+
+void Scene::damage() const {
+    std::ofstream(localFile(), std::ios::trunc) << damaged;
+    std::ofstream(config() + "/corvidLocalConfig-backup.xml", std::ios::trunc) << damagedEarlier;
 }
 
 States States::of(const Scene& scene) {

@@ -40,6 +40,14 @@ public:
     /// Paths of the files that were set aside.
     std::vector<std::string> backups() const;
 
+    /// Whether the bytes are those of the user's file or of one that was set aside.
+    bool keeps(const std::string& bytes) const;
+
+    /// Puts a user's file that is not well-formed beside a backup of an earlier one.
+    void damage() const;
+    static constexpr const char* damaged = "<Corvid><userConfig name=\"a\" value=\"damaged\"";
+    static constexpr const char* damagedEarlier = "damaged earlier";
+
 private:
     const std::string folder_;
 };

@@ -9,6 +9,7 @@
 #include "Tracer.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
+#include "simulation/QuietXml.h"
 
 namespace torture {
 namespace {
@@ -24,9 +25,9 @@ const char* nameOfVerdict(int verdict) {
     case untold:
         return "the file is the old one, and no line of the log says so";
     case forgotten:
-        return "the value is not in memory";
+        return "memory does not hold what the deed has made of it";
     case unwritten:
-        return "the next persist has not written the value";
+        return "the next one has not written it either";
     case tornFile:
         return "a file is neither the old one nor the new one";
     case elsewhere:
@@ -61,9 +62,24 @@ std::vector<Failure> allFailures() {
     return failures;
 }
 
+/// The state of the files that the deed is about. A reset leaves those that it has removed and those that it has not.
 int writtenBy(Deed deed, const States& states) {
-    return deed == Deed::SetUser ? states.user : deed == Deed::JoinServer ? states.server : states.link;
+    switch (deed) {
+    case Deed::SetUser:
+        return states.user;
+    case Deed::JoinServer:
+        return states.server;
+    case Deed::TakeLink:
+        return states.link;
+    case Deed::ResetData:
+        break;
+    }
+    const bool isTorn = states.user == States::torn || states.server == States::torn;
+    return isTorn ? States::torn : std::max(states.user, states.server);
 }
+
+/// What writtenBy() gives once the deed is done.
+int stateWanted(Deed deed) { return deed == Deed::ResetData ? States::none : stateAfter; }
 
 /// Writes what the deed has left in memory, as the next one does that comes to a disk in order.
 void writeAgain(Client& client, Deed deed) {
@@ -87,14 +103,16 @@ Verdict tryDeed(const Scene& scene, Deed deed, bool mayBeSilent) {
     if (!neitherOldNorNew(found, before, after(before, deed, stateAfter)).empty()) {
         return writtenBy(deed, found) == States::torn ? tornFile : elsewhere;
     }
-    if (writtenBy(deed, found) != stateAfter && complaints == 0 && !mayBeSilent) {
+    if (writtenBy(deed, found) != stateWanted(deed) && complaints == 0 && !mayBeSilent) {
         return untold;
     }
-    if (writtenBy(deed, client.answers()) != stateAfter) {
+    const int answered = writtenBy(deed, client.answers());
+    // What a reset could not remove is read again.
+    if (answered != stateWanted(deed) && (deed != Deed::ResetData || answered != writtenBy(deed, found))) {
         return forgotten;
     }
     writeAgain(client, deed);
-    return writtenBy(deed, States::of(scene)) == stateAfter ? fine : unwritten;
+    return writtenBy(deed, States::of(scene)) == stateWanted(deed) ? fine : unwritten;
 }
 
 /// A temporary file that cannot be opened is passed over in silence: the store's contract.
@@ -133,7 +151,7 @@ private:
         }
         const Traced traced = runTraced(
             scene_.folder(), [&] { return tryDeed(scene_, deed_, mayBeSilent); }, failure.fault);
-        trial_.tried();
+        trial_.tried(traced.faultCame ? 1 : 0);
         if (traced.status != fine) {
             trial_.lost(std::string(nameOf(deed_)) + ", " + failure.name + " at call " + std::to_string(call) + ", " +
                             calls[call].name + " " + calls[call].path + ": " +
@@ -154,51 +172,73 @@ TEST(FailingCalls, LeaveTheFileOldOrNewAndTheValueInMemoryForTheNextPersist) {
     if (!tracingIsAllowed(trial)) {
         GTEST_SKIP() << tracingIsNotAllowed;
     }
-    for (const Deed deed : {Deed::SetUser, Deed::JoinServer, Deed::TakeLink}) {
+    for (const Deed deed : allDeeds) {
         DeedOnABadDisk(trial, deed).tryAllFailures(25);
     }
 }
 
-/// True if the bytes are those of the user's file or of one that was set aside.
-bool isKept(const Scene& scene, const std::string& bytes) {
-    std::vector<std::string> files = scene.backups();
-    files.push_back(scene.localFile());
-    return std::any_of(files.begin(), files.end(), [&](const std::string& file) { return bytesOf(file) == bytes; });
-}
+/// Starts on old files, again and again, with another call that fails.
+class StartOnABadDisk {
+public:
+    explicit StartOnABadDisk(Trial& trial) : trial_(trial) {}
+
+    const Scene& old() const { return old_; }
+
+    /// @param kept what must be in the user's file, or in one that was set aside, after each of them.
+    void tryAllFailures(const std::vector<std::string>& kept) {
+        scene_.copyFrom(old_);
+        const std::vector<Call> calls = runTraced(scene_.folder(), [this] { return start(); }, {}).calls;
+        for (std::size_t call = 0; call < calls.size(); ++call) {
+            for (const Failure& failure : allFailures()) {
+                if (failure.fault.kind == Fault::Kind::Fail && trial_.picks(60, calls.size() * 14)) {
+                    tryFailure(failure, calls, call, kept);
+                }
+            }
+        }
+    }
+
+private:
+    int start() const {
+        markBegin();
+        const Client client(scene_);
+        markEnd();
+        return 0;
+    }
+
+    void tryFailure(Failure failure, const std::vector<Call>& calls, std::size_t call,
+                    const std::vector<std::string>& kept) {
+        scene_.copyFrom(old_);
+        failure.fault.at = call;
+        const Traced traced = runTraced(
+            scene_.folder(), [this] { return start(); }, failure.fault);
+        trial_.tried(traced.faultCame ? 1 : 0);
+        const bool isLost = std::any_of(kept.begin(), kept.end(), [&](auto& bytes) { return !scene_.keeps(bytes); });
+        if (traced.status != 0 || isLost) {
+            trial_.lost(failure.name + " at call " + std::to_string(call) + " of a start, " + calls[call].name + " " +
+                            calls[call].path,
+                        scene_.folder());
+        }
+    }
+
+    Trial& trial_;
+    const fakes::TemporaryDirectory directory_;
+    const Scene old_{directory_.path("old")};
+    const Scene scene_{directory_.path("scene")};
+};
 
 TEST(FailingCalls, OfAStartLoseNoByteOfTheUsersFile) {
     Trial trial("fail-at-start", "calls");
     if (!tracingIsAllowed(trial)) {
         GTEST_SKIP() << tracingIsNotAllowed;
     }
-    const fakes::TemporaryDirectory directory;
-    const Scene old(directory.path("old"));
-    const Scene scene(directory.path("scene"));
-    Client(old).setUser(stateBefore);
-    const std::string bytes = bytesOf(old.localFile());
-    const auto start = [&] {
-        markBegin();
-        const Client client(scene);
-        markEnd();
-        return 0;
-    };
-    scene.copyFrom(old);
-    const std::vector<Call> calls = runTraced(scene.folder(), start, {}).calls;
-    for (std::size_t call = 0; call < calls.size(); ++call) {
-        for (Failure failure : allFailures()) {
-            if (failure.fault.kind == Fault::Kind::Fail && trial.picks(60, calls.size() * 14)) {
-                scene.copyFrom(old);
-                failure.fault.at = call;
-                const Traced traced = runTraced(scene.folder(), start, failure.fault);
-                trial.tried();
-                if (traced.status != 0 || !isKept(scene, bytes)) {
-                    trial.lost(failure.name + " at call " + std::to_string(call) + " of a start, " + calls[call].name +
-                                   " " + calls[call].path,
-                               scene.folder());
-                }
-            }
-        }
-    }
+    StartOnABadDisk whole(trial);
+    Client(whole.old()).setUser(stateBefore);
+    whole.tryAllFailures({bytesOf(whole.old().localFile())});
+
+    const simulation::QuietXml quiet;
+    StartOnABadDisk settingAside(trial);
+    settingAside.old().damage();
+    settingAside.tryAllFailures({Scene::damaged, Scene::damagedEarlier});
 }
 
 }  // namespace

@@ -103,13 +103,19 @@ protected:
     /// @return false if this system does not let a test mount anything.
     bool tryDisk(const std::string& what, const std::function<int(SmallDisk&)>& client) {
         SmallDisk disk(directory_.path());
-        const int found = support::runForked([&] { return client(disk); });
+        const int found = support::runForked([&] {
+            const int verdict = client(disk);
+            if (verdict != allIsWell && verdict != verdictNotAllowed) {
+                keepFiles(directory_.path(), kept_.path());  // no other process sees the disk
+            }
+            return verdict;
+        });
         if (found == verdictNotAllowed) {
             return false;
         }
         trial_.tried();
         if (found != allIsWell) {
-            trial_.lost(what + ": " + nameOfFound(found), directory_.path());
+            trial_.lost(what + ": " + nameOfFound(found), kept_.path());
         }
         return true;
     }
@@ -147,6 +153,7 @@ protected:
     static constexpr std::uintmax_t page = 4096;
     const std::uintmax_t longFile_ = bytesOfTheLongFile();
     const fakes::TemporaryDirectory directory_;
+    const fakes::TemporaryDirectory kept_;  ///< what was on a disk that something was lost on
     Trial trial_{"disk", "disks"};
 };
 

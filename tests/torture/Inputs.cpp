@@ -62,6 +62,9 @@ void InputFiles::write(const Input& other, const std::string& contents) const {
             directory_.write(input.path, input.name == other.name ? contents : wholeOne(input, other));
         }
     }
+    if (other.path.empty()) {
+        directory_.write("downloaded.xml", contents);
+    }
 }
 
 std::string whatIsUnanswered(Client& client, const Input& other, const std::string& contents) {

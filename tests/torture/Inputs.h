@@ -30,7 +30,7 @@ public:
     const Scene& scene() const { return scene_; }
 
     /// Writes all files anew, without what an earlier start has set aside. @param other the one with the given
-    /// contents; nothing is written for the downloaded one.
+    /// contents; the downloaded one is written where nobody reads it, to be kept if something is lost by it.
     void write(const Input& other, const std::string& contents) const;
 
 private:

@@ -7,6 +7,7 @@
 #include "Tracer.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
+#include "simulation/QuietXml.h"
 
 namespace torture {
 namespace {
@@ -40,7 +41,7 @@ public:
             cameTo = runTraced(
                          scene_.folder(), [&] { return startAndPerform(scene_, deed, newState); }, killAt(call))
                          .faultCame;
-            trial_.tried();
+            trial_.tried(cameTo ? 1 : 0);
             const States found = States::of(scene_);
             const std::string wrong = neitherOldNorNew(found, allOld, after(allOld, deed, newState));
             if (!wrong.empty()) {
@@ -48,6 +49,25 @@ public:
                             scene_.folder());
             } else if (seen_.insert(scene_.fingerprint()).second) {
                 killDuringRecovery(found);
+            }
+        }
+    }
+
+    /// A start that finds a damaged user's file and an earlier backup.
+    void killWhileSettingAside() {
+        const Scene damaged(directory_.path("damaged"));
+        damaged.damage();
+        bool cameTo = true;
+        for (std::size_t call = 0; cameTo && !trial_.hasLost(); ++call) {
+            scene_.copyFrom(damaged);
+            cameTo = runTraced(
+                         scene_.folder(), [&] { return recover(scene_); }, killAt(call))
+                         .faultCame;
+            trial_.tried(cameTo ? 1 : 0);
+            { const Client next(scene_); }
+            if (!scene_.keeps(Scene::damaged) || !scene_.keeps(Scene::damagedEarlier)) {
+                trial_.lost("killed at call " + std::to_string(call) + " of a start that sets a file aside",
+                            scene_.folder());
             }
         }
     }
@@ -64,9 +84,10 @@ private:
                 continue;
             }
             scene_.copyFrom(killed_);
-            runTraced(
-                scene_.folder(), [&] { return recover(scene_); }, killAt(call));
-            trial_.tried();
+            const bool cameTo = runTraced(
+                                    scene_.folder(), [&] { return recover(scene_); }, killAt(call))
+                                    .faultCame;
+            trial_.tried(cameTo ? 1 : 0);
             expectRecovered(found, "recovery killed at call " + std::to_string(call));
         }
         scene_.copyFrom(killed_);
@@ -101,6 +122,8 @@ TEST(KillsAtCalls, LeaveEachFileAsItWasOrAsItWasToBeAndSoDoKillsOfTheRecovery) {
     for (const Deed deed : allDeeds) {
         calls.killDuring(deed);
     }
+    const simulation::QuietXml quiet;
+    calls.killWhileSettingAside();
 }
 
 }  // namespace

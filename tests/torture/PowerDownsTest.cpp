@@ -24,6 +24,7 @@ using torture::Trial;
 namespace {
 
 constexpr const wchar_t* COUNT_KEY = L"Count";
+constexpr auto PROMPT = std::chrono::seconds(1);
 
 host::ReferenceHost::Options hostOn(const fakes::TemporaryDirectory& directory, const support::PrivateBus& bus) {
     host::ReferenceHost::Options options;
@@ -103,7 +104,11 @@ protected:
         const auto announced = std::chrono::steady_clock::now();
         logind_.emit({"PrepareForShutdown"});
         delay.waitForItsEnd();
-        longest_ = std::max(longest_, std::chrono::steady_clock::now() - announced);
+        const auto took = std::chrono::steady_clock::now() - announced;
+        longest_ = std::max(longest_, took);
+        if (took > Trial::longest(PROMPT)) {
+            trial_.lost("the machine was held up for longer than a second", directory.path("config"));
+        }
         const std::int64_t onDisk = countOnDisk(directory);
         if (onDisk != client->acknowledgedBeforeTheEnd()) {
             trial_.lost("on disk " + std::to_string(onDisk) + ", acknowledged before the end of the stores " +

@@ -1,5 +1,6 @@
 #include "Tracer.h"
 
+#include <fcntl.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -15,11 +16,17 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "support/ForkedChild.h"
 
 namespace torture {
+
+bool isWithin(const std::string& folder, const std::string& path) {
+    return path.starts_with(folder) &&
+           (folder.ends_with('/') || path.size() == folder.size() || path[folder.size()] == '/');
+}
 
 #if defined(__x86_64__)
 
@@ -69,6 +76,7 @@ const std::map<long, FileCall>& fileCalls() {
         {SYS_readlink, {"readlink", Names::Path}},
         {SYS_readlinkat, {"readlinkat", Names::PathAt}},
         {SYS_chmod, {"chmod", Names::Path}},
+        {SYS_fchmodat, {"fchmodat", Names::PathAt}},
         {SYS_mkdir, {"mkdir", Names::Path}},
         {SYS_mkdirat, {"mkdirat", Names::PathAt}},
         {SYS_rmdir, {"rmdir", Names::Path}},
@@ -78,6 +86,7 @@ const std::map<long, FileCall>& fileCalls() {
         {SYS_renameat, {"renameat", Names::TwoPathsAt}},
         {SYS_renameat2, {"renameat2", Names::TwoPathsAt}},
         {SYS_link, {"link", Names::TwoPaths}},
+        {SYS_linkat, {"linkat", Names::TwoPathsAt}},
         {SYS_symlink, {"symlink", Names::TwoPaths}},
     };
     return calls;
@@ -152,36 +161,57 @@ public:
         }
     }
 
+    /// @param descriptor AT_FDCWD stands for the folder that the process works in.
     std::string pathOf(unsigned long long descriptor) const {
+        const int number = static_cast<int>(descriptor);
+        return linkOf(number == AT_FDCWD ? "cwd" : "fd/" + std::to_string(number));
+    }
+
+    /// The whole path of what a call names by a text and a folder's descriptor.
+    std::string pathAt(unsigned long long descriptor, unsigned long long address) const {
+        const std::string text = textAt(address);
+        if (text.starts_with(ownDescriptors)) {
+            return linkOf("fd/" + text.substr(ownDescriptors.size()));
+        }
+        const std::string folder = text.starts_with("/") ? "" : pathOf(descriptor);
+        if (text.empty()) {
+            return folder;
+        }
+        const std::string path = (std::filesystem::path(folder) / text).lexically_normal();
+        return path.size() > 1 && path.ends_with('/') ? path.substr(0, path.size() - 1) : path;
+    }
+
+private:
+    // The C library changes the mode of what may be a link by way of these.
+    static constexpr std::string_view ownDescriptors = "/proc/self/fd/";
+
+    std::string linkOf(const std::string& name) const {
         std::array<char, PATH_MAX> path{};
-        const std::string link = "/proc/" + std::to_string(process_) + "/fd/" + std::to_string(descriptor);
+        const std::string link = "/proc/" + std::to_string(process_) + "/" + name;
         const ssize_t length = ::readlink(link.c_str(), path.data(), path.size() - 1);
         return length > 0 ? std::string(path.data(), static_cast<std::size_t>(length)) : "";
     }
 
-private:
     const pid_t process_;
     user_regs_struct registers_{};
     int status_ = -1;
 };
 
 Call described(const Tracee& tracee, const FileCall& call, const user_regs_struct& registers) {
+    constexpr auto here = static_cast<unsigned long long>(AT_FDCWD);
     switch (call.names) {
     case Names::Path:
-        return {call.name, tracee.textAt(registers.rdi), ""};
+        return {call.name, tracee.pathAt(here, registers.rdi), ""};
     case Names::Descriptor:
         return {call.name, tracee.pathOf(registers.rdi), ""};
-    case Names::PathAt: {
-        const std::string path = tracee.textAt(registers.rsi);
-        const bool isWhole = path.starts_with("/") || static_cast<int>(registers.rdi) < 0;
-        return {call.name, isWhole ? path : tracee.pathOf(registers.rdi) + (path.empty() ? "" : "/" + path), ""};
-    }
+    case Names::PathAt:
+        return {call.name, tracee.pathAt(registers.rdi, registers.rsi), ""};
     case Names::TwoPaths:
-        return {call.name, tracee.textAt(registers.rdi), tracee.textAt(registers.rsi)};
+        return {call.name, tracee.pathAt(here, registers.rdi), tracee.pathAt(here, registers.rsi)};
     case Names::TwoPathsAt:
         break;
     }
-    return {call.name, tracee.textAt(registers.rsi), tracee.textAt(registers.r10)};
+    return {call.name, tracee.pathAt(registers.rdi, registers.rsi), tracee.pathAt(registers.rdx, registers.r10)};
 }
 
 /// Follows a process from call to call and does to it what the fault says.
@@ -220,7 +250,7 @@ private:
             return;
         }
         Call made = described(tracee_, call->second, tracee_.registers());
-        if (!made.path.starts_with(folder_) && !made.path.starts_with(resolvedFolder_)) {
+        if (!isWatched(made.path) && !isWatched(made.target)) {
             return;
         }
         const std::size_t index = traced_.calls.size();
@@ -233,6 +263,8 @@ private:
             inflict(number);
         }
     }
+
+    bool isWatched(const std::string& path) const { return isWithin(folder_, path) || isWithin(resolvedFolder_, path); }
 
     void inflict(long number) {
         if (fault_.kind == Fault::Kind::Kill) {

@@ -11,9 +11,12 @@ namespace torture {
 /// One system call on files, as it was about to be made.
 struct Call {
     std::string name;
-    std::string path;    ///< the first, or that of the descriptor
-    std::string target;  ///< of a rename
+    std::string path;    ///< the first, or that of the descriptor: whole, and without "." and ".."
+    std::string target;  ///< of a rename, likewise
 };
+
+/// Whether a whole path is that of the folder or of something below it.
+bool isWithin(const std::string& folder, const std::string& path);
 
 /// What is done to the calls on the watched files between markBegin() and markEnd(), which count from 0.
 struct Fault {

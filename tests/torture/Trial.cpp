@@ -21,6 +21,23 @@ std::string setting(const char* name) {
 
 }  // namespace
 
+void keepFiles(const std::string& folder, const std::string& target) {
+    namespace fs = std::filesystem;
+    std::error_code failure;
+    fs::create_directories(target, failure);
+    for (fs::recursive_directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        const fs::path copy = fs::path(target) / entry->path().lexically_relative(folder);
+        const fs::file_type type = entry->symlink_status().type();
+        std::error_code ofThisOne;
+        if (type == fs::file_type::directory) {
+            fs::create_directory(copy, ofThisOne);
+        } else if (type == fs::file_type::regular || type == fs::file_type::symlink) {
+            fs::copy(entry->path(), copy, fs::copy_options::copy_symlinks, ofThisOne);
+        }
+    }
+}
+
 Trial::Trial(std::string name, std::string unit, std::uint64_t shortRounds, std::uint64_t longRounds)
     : name_(std::move(name)),
       unit_(std::move(unit)),
@@ -45,6 +62,10 @@ Trial::~Trial() {
 }
 
 bool Trial::isLong() { return !setting("CORVID_TORTURE_TABLE").empty(); }
+
+std::chrono::nanoseconds Trial::longest(std::chrono::nanoseconds promised) {
+    return isLong() ? promised : std::chrono::seconds(10);
+}
 
 bool Trial::timeIsLeft() const {
     return std::chrono::steady_clock::now() - begun_ < std::chrono::duration<double, std::ratio<60>>(minutes_);
@@ -71,11 +92,7 @@ void Trial::lost(const std::string& what, const std::string& folder, unsigned se
     const std::string keep = setting("CORVID_TORTURE_KEEP");
     if (!keep.empty()) {
         const std::string target = keep + "/" + name_ + "-" + std::to_string(seed) + "-" + std::to_string(tried_);
-        std::error_code failure;
-        std::filesystem::create_directories(target, failure);
-        std::filesystem::copy(folder, target + "/files",
-                              std::filesystem::copy_options::recursive | std::filesystem::copy_options::copy_symlinks,
-                              failure);
+        keepFiles(folder, target + "/files");
         std::ofstream(target + "/what.txt") << what << "\n";
     }
 }

@@ -7,6 +7,9 @@
 
 namespace torture {
 
+/// Copies what is below a folder, links as links. What cannot be copied, a pipe say, is left out, and the rest goes on.
+void keepFiles(const std::string& folder, const std::string& target);
+
 /// One row of the table: how often something was tried, and how often something was lost by it. One thread.
 ///
 /// A test takes the number of rounds that suits a quick run; ./torture sets the environment for a long one:
@@ -28,6 +31,10 @@ public:
 
     /// True in a long run: what a quick run samples is then done in full.
     static bool isLong();
+
+    /// How long something may take before it counts as lost. @param promised what a long run holds it to; a quick one,
+    /// which shares the machine with others, only takes a hang of more than ten seconds for one.
+    static std::chrono::nanoseconds longest(std::chrono::nanoseconds promised);
 
     /// Begins a round, unless there have been enough, or something was lost: the files are kept as they are then.
     bool nextRound();

@@ -1,11 +1,18 @@
 #include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
 #include "simulation/Sanitized.h"
+#include "support/ForkedChild.h"
 
 namespace torture {
 namespace {
@@ -35,6 +42,36 @@ TEST(Trial, PicksAboutAsManyAsAreWantedAndATenthWithASanitizer) {
     EXPECT_NEAR(picksOf(50, 100), 500 * tenths, 400);
     EXPECT_NEAR(picksOf(1, 1), 1000 * tenths, 400);
     EXPECT_NEAR(picksOf(1, 0), 1000 * tenths, 400) << "of none all there are";
+}
+
+TEST(Trial, KeepsEveryFileOfWhatWasLostThatCanBeCopied) {
+    const fakes::TemporaryDirectory directory;
+    directory.write("lost/in/a", "a");
+    directory.write("lost/z", "z");
+    for (const char* const name : {"lost/b", "lost/in/b", "lost/y"}) {
+        ASSERT_EQ(mkfifo(directory.path(name).c_str(), 0600), 0);
+    }
+    ASSERT_EQ(symlink("nowhere", directory.path("lost/link").c_str()), 0);
+    keepFiles(directory.path("lost"), directory.path("kept/files"));
+    EXPECT_EQ(directory.read("kept/files/in/a"), "a");
+    EXPECT_EQ(directory.read("kept/files/z"), "z");
+    EXPECT_EQ(std::filesystem::read_symlink(directory.path("kept/files/link")), "nowhere");
+    keepFiles("", directory.path("nothing"));
+    EXPECT_TRUE(std::filesystem::is_empty(directory.path("nothing")));
+}
+
+TEST(Trial, HoldsALongRunToWhatIsPromisedAndAQuickOneToNoHang) {
+    using std::chrono::milliseconds;
+    EXPECT_EQ(support::runForked([] {
+                  unsetenv("CORVID_TORTURE_TABLE");
+                  return Trial::longest(milliseconds(200)) == milliseconds(10000) ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(support::runForked([] {
+                  setenv("CORVID_TORTURE_TABLE", "/dev/null", 1);
+                  return Trial::longest(milliseconds(200)) == milliseconds(200) ? 0 : 1;
+              }),
+              0);
 }
 
 }  // namespace

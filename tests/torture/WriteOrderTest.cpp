@@ -1,14 +1,18 @@
 #include <algorithm>
 #include <functional>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Client.h"
 #include "TracedDeeds.h"
 #include "Tracer.h"
 #include "Trial.h"
+#include "fakes/ScriptedHttpTransport.h"
 #include "fakes/TemporaryDirectory.h"
 #include "quill/FileUtils.h"
+#include "simulation/QuietXml.h"
 #include "xml/XmlConfigParser.h"
 
 namespace torture {
@@ -45,7 +49,22 @@ std::string disorder(const std::vector<Call>& calls, const std::string& file) {
     return std::any_of(calls.begin(), calls.end(), writesInPlace) ? "the file itself was written" : "";
 }
 
-/// Every file that a deed renames into place, except those set aside.
+/// What is wrong with the order of the calls that give a file another name; empty if nothing is.
+std::string disorderOfMove(const std::vector<Call>& calls, const std::string& from, const std::string& to) {
+    const auto isRename = [](const Call& call) { return call.name.starts_with("rename"); };
+    const auto move = std::find_if(calls.begin(), calls.end(), [&](const Call& call) {
+        return isRename(call) && call.path == from && call.target == to;
+    });
+    if (move == calls.end()) {
+        return "it was not renamed";
+    }
+    const auto next = std::find_if(move + 1, calls.end(), isRename);
+    const std::string folder = FileUtils::getParentDirectory(to);
+    const bool isSynced = std::any_of(move, next, [&](const Call& call) { return isSync(call, folder); });
+    return isSynced ? "" : "the folder was not synced before the next rename";
+}
+
+/// Every file that a deed renames into place, and those that a start sets aside.
 class WriteOrder : public testing::Test {
 protected:
     void expectOrder(const std::string& what, const std::string& file, const std::function<int()>& body) {
@@ -64,6 +83,41 @@ protected:
         expectOrder(nameOf(deed), file, [&] { return startAndPerform(scene_, deed, 1); });
     }
 
+    /// In the traced process: has a client download a file. @param number other contents for each.
+    int download(int number) const {
+        directory_.write("install/bootstrap.properties", "TFTPPrimaryServer: one\nHomeUdsVersion: 10\n");
+        Client client(scene_);
+        const auto transport = std::make_shared<fakes::ScriptedHttpTransport>();
+        client.useTransport(transport);
+        markBegin();
+        client.featureSet().startTftpConfigSource();
+        const bool isAskedFor = transport->deliver("<r><G><A>" + std::to_string(number) + "</A></G></r>");
+        client.settle();
+        markEnd();
+        return isAskedFor ? 0 : 1;
+    }
+
+    void expectOrderWhereAFileIsSetAside() {
+        scene_.damage();
+        const auto start = [this] {
+            const simulation::QuietXml quiet;
+            markBegin();
+            const Client client(scene_);
+            markEnd();
+            return 0;
+        };
+        const Traced traced = runTraced(scene_.folder(), start, {});
+        ASSERT_EQ(traced.status, 0);
+        const std::string backup = scene_.config() + "/corvidLocalConfig-backup.xml";
+        const std::string earlier = scene_.config() + "/corvidLocalConfig-backup-1.xml";
+        for (const auto& [from, to] : {std::pair(backup, earlier), std::pair(scene_.localFile(), backup)}) {
+            trial_.tried();
+            if (const std::string wrong = disorderOfMove(traced.calls, from, to); !wrong.empty()) {
+                trial_.lost(from + " is set aside: " + wrong, scene_.folder());
+            }
+        }
+    }
+
     const fakes::TemporaryDirectory directory_;
     const Scene scene_{directory_.path()};
     Trial trial_{"order", "writes"};
@@ -79,7 +133,9 @@ TEST_F(WriteOrder, IsSyncRenameSyncOnEveryWayToTheDisk) {
         expectOrder(Deed::JoinServer, scene_.localFile());
         expectOrder(Deed::TakeLink, scene_.linkFile());
         expectOrder(Deed::TakeLink, scene_.localFile());
-        expectOrder("a downloaded document", scene_.serverFile(), [&] {
+        expectOrder("a downloaded file", scene_.config() + "/Cache/cachedTFTPConfigStore.xml",
+                    [&] { return download(write); });
+        expectOrder("a document's text", scene_.serverFile(), [&] {
             markBegin();
             const bool written = XmlConfigParser::writeToFile(scene_.serverFile(), "<r><G><A>1</A></G></r>");
             markEnd();
@@ -91,6 +147,18 @@ TEST_F(WriteOrder, IsSyncRenameSyncOnEveryWayToTheDisk) {
             markEnd();
             return written ? 0 : 1;
         });
+    }
+    expectOrderWhereAFileIsSetAside();
+}
+
+TEST_F(WriteOrder, OfAMoveIsFoundWrongWhereItIs) {
+    const Call move{"renameat2", "/d/a", "/d/b"};
+    const Call other{"rename", "/d/c", "/d/a"};
+    const Call syncFolder{"fsync", "/d", ""};
+    EXPECT_EQ(disorderOfMove({move, syncFolder, other}, "/d/a", "/d/b"), "");
+    EXPECT_EQ(disorderOfMove({other, syncFolder}, "/d/a", "/d/b"), "it was not renamed");
+    for (const auto& calls : {std::vector{move}, std::vector{move, other, syncFolder}}) {
+        EXPECT_EQ(disorderOfMove(calls, "/d/a", "/d/b"), "the folder was not synced before the next rename");
     }
 }
 

@@ -14,6 +14,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "impl/quill/FileReplacement.h"
 #include "journal/JournalText.h"
 
 namespace corvidctl {
@@ -53,7 +54,7 @@ JournalFile::JournalFile(std::string path, std::size_t limit) : path_(std::move(
         // A watch that fills the file meanwhile gives it another name.
         do {
             close();
-            open(O_CREAT);
+            open(0);
             lock();
         } while (!isStillCalled(descriptor_, path_));
         endTornLine();
@@ -81,15 +82,8 @@ void JournalFile::append(const JournalBatch& batch, const std::function<JournalB
 }
 
 void JournalFile::open(int flags) {
-    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
-    const int allFlags = O_RDWR | O_APPEND | O_NONBLOCK | O_CLOEXEC | O_NOCTTY | flags;
-    descriptor_ = ::open(path_.c_str(), allFlags | O_EXCL, ownerOnly);
-    const bool isNew = descriptor_ >= 0;
-    if (!isNew && errno == EEXIST && (flags & O_EXCL) == 0) {
-        descriptor_ = ::open(path_.c_str(), allFlags, ownerOnly);
-    }
-    // Some umasks take the owner's rights too.
-    if (descriptor_ < 0 || (isNew && fchmod(descriptor_, ownerOnly) != 0)) {
+    if (const int error = QuillCoreUtils::openForAppending(path_, O_RDWR | flags, descriptor_)) {
+        errno = error;
         fail("could not be opened");
     }
     struct stat status {};
@@ -140,7 +134,7 @@ void JournalFile::beginNewFile() {
         fail("is full and could not be renamed to " + oldName(path_));
     }
     close();
-    open(O_CREAT | O_EXCL);
+    open(O_EXCL);
     lock();
     size_ = 0;
 }

@@ -22,7 +22,8 @@ public:
     /// The name that a full file gets.
     static std::string oldName(const std::string& path) { return path + ".1"; }
 
-    /// Opens the file, which nobody else may write meanwhile. The first batch that is appended should be one of
+    /// Opens the file, which nobody else may write meanwhile. A link that a stranger has made, and a file that has
+    /// another name as well, are not written to. The first batch that is appended should be one of
     /// Cause::Start. @param limit in bytes. Fails if another process writes it.
     explicit JournalFile(std::string path, std::size_t limit = LIMIT);
     ~JournalFile();

@@ -51,7 +51,8 @@ public:
     ///         the folder could not be synced: the destination is the new one then, and whole.
     static bool copyFile(const std::string& from, const std::string& to, bool failIfExists);
 
-    /// Renames a file, or a link itself; never a folder (EISDIR). Its permissions stay. Across file systems it is
+    /// Renames a file, or a link itself; never a folder (EISDIR). Its permissions stay. The disk has its new name when
+    /// this returns, if it can sync folders. Across file systems it is
     /// copied as copyFile says, a link as the file that it leads to, and removed.
     /// @param failIfExists as in copyFile.
     /// @return 0 on success, else the system's error number (errno).

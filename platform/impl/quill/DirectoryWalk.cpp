@@ -79,9 +79,15 @@ private:
 
     /// An entry that vanished meanwhile is no entry.
     void take(int directory, const std::string& inside, const char* name) {
-        struct stat status {};
         const std::string_view text(name);
-        if (text == "." || text == ".." || fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (text == "." || text == "..") {
+            return;
+        }
+        struct stat status {};
+        if (fstatat(directory, name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+            if (errno != ENOENT) {
+                onUnreadable_(before_ + inside + name, errno);
+            }
             return;
         }
         if (S_ISDIR(status.st_mode)) {

@@ -6,7 +6,8 @@
 
 namespace QuillCoreUtils {
 
-/// What to do with a folder that cannot be read: gets its path and an errno. The walk goes on with the next.
+/// What to do with a folder that cannot be read, or an entry that cannot be looked at: gets its path and an errno. The
+/// walk goes on with the next.
 using UnreadableFolder = std::function<void(const std::string& path, int error)>;
 
 /// What a walk lists. Folders are walked and never listed, links are listed and never followed.

@@ -31,6 +31,15 @@ int refuseIrregular(mode_t mode) {
     return S_ISDIR(mode) ? EISDIR : EINVAL;
 }
 
+/// A hard link may be somebody else's way to have a file of this user's written to.
+int refuseSharedFile(int file) {
+    struct stat status {};
+    if (fstat(file, &status) != 0) {
+        return errno;
+    }
+    return S_ISREG(status.st_mode) && status.st_nlink > 1 ? EMLINK : 0;
+}
+
 /// What stands at the destination. Nothing, a file or a link are fine; the rest is refused: to put a file in the place
 /// of a device would do harm far beyond this process.
 int examineDestination(const std::string& path, Existing& existing) {
@@ -104,6 +113,15 @@ int moveAcross(const std::string& from, const std::string& to, bool failIfExists
     return errorOf(::unlink(from.c_str()));
 }
 
+/// A file that is moved on top of the name that another has just left would be all that a power cut leaves of the two.
+/// Where the folder cannot be synced the file has been moved all the same.
+void makeNamesDurable(const std::string& from, const std::string& to) {
+    syncDirectoryOf(to);
+    if (FileUtils::getParentDirectory(from) != FileUtils::getParentDirectory(to)) {
+        syncDirectoryOf(from);
+    }
+}
+
 /// Gives a finished sibling the destination's permissions and makes its contents durable.
 int finishSibling(const std::string& sibling, const Existing& existing) {
     const FileDescriptor file(
@@ -171,6 +189,32 @@ int resolveLinks(const std::string& path, std::string& resolved) {
     return ELOOP;
 }
 
+int openForAppending(const std::string& path, int access, int& descriptor) {
+    descriptor = -1;
+    std::string resolved;
+    if (const int error = resolveLinks(path, resolved)) {
+        return error;
+    }
+    const int flags = access | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    int file = uninterrupted([&] { return ::open(path.c_str(), flags | O_EXCL, ownerOnly); });
+    const bool isNew = file >= 0;
+    if (!isNew && errno == EEXIST && (access & O_EXCL) == 0) {
+        // By its own name: what a descriptor's name in /proc leads to need not have another.
+        file = uninterrupted([&] { return ::open(path.c_str(), flags, ownerOnly); });
+    }
+    if (file < 0) {
+        return errno;
+    }
+    // Some umasks take the owner's rights too.
+    const int error = isNew ? errorOf(fchmod(file, ownerOnly)) : refuseSharedFile(file);
+    if (error != 0) {
+        ::close(file);
+        return error;
+    }
+    descriptor = file;
+    return 0;
+}
+
 int copyOver(const std::string& from, const std::string& to, bool failIfExists) {
     int descriptor = -1;
     if (const int error = openRegularFile(from, descriptor)) {
@@ -213,6 +257,9 @@ int moveOver(const std::string& from, const std::string& to, bool failIfExists) 
         return EISDIR;
     }
     const int error = renameFile(from, to, failIfExists);
+    if (error == 0) {
+        makeNamesDurable(from, to);
+    }
     return error == EXDEV ? moveAcross(from, to, failIfExists) : error;
 }
 

@@ -16,6 +16,13 @@ int openRegularFile(const std::string& path, int& descriptor);
 /// @param resolved receives it.
 int resolveLinks(const std::string& path, std::string& resolved);
 
+/// Opens a file that grows at its end. One that is not there is made with mode 0600, under every umask. A link is
+/// followed as resolveLinks() says. A regular file that has another name as well is refused (EMLINK), since whoever
+/// made that name chooses what is written to; so is a pipe that nobody reads (ENXIO).
+/// @param access O_WRONLY or O_RDWR; with O_EXCL a file that is there is refused (EEXIST). @param descriptor receives
+/// it, for the caller to close; -1 on failure.
+int openForAppending(const std::string& path, int access, int& descriptor);
+
 /// Copies a regular file over a destination, as FileUtils::copyFile says.
 int copyOver(const std::string& from, const std::string& to, bool failIfExists);
 

@@ -6,12 +6,12 @@
 #include <spdlog/sinks/ansicolor_sink.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
-#include <sys/stat.h>
 
 #include <mutex>
 #include <utility>
 
 #include "impl/quill/FileDescriptor.h"
+#include "impl/quill/FileReplacement.h"
 #include "impl/tessel/CountingSink.h"
 #include "impl/tessel/PrintableText.h"
 #include "tessel/TesselLogger.h"
@@ -41,18 +41,13 @@ spdlog::level::level_enum spdlogLevel(int level) {
     }
 }
 
-/// Opens a file so that it is there with mode 0600 before spdlog opens it with a wider one. A pipe that nobody reads
-/// cannot be opened. @return 0 or an errno.
+/// Opens a file once before spdlog does, which would make it with a wider mode and follow any link.
+/// @return 0 or an errno.
 int prepareFile(const std::string& path) {
-    using namespace QuillCoreUtils;
-    constexpr int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
-    const FileDescriptor made(uninterrupted([&] { return ::open(path.c_str(), flags | O_EXCL, ownerOnly); }));
-    if (made.isOpen()) {
-        return errorOf(fchmod(made.get(), ownerOnly));  // some umasks take the owner's rights too
-    }
-    const FileDescriptor file(uninterrupted([&] { return ::open(path.c_str(), flags, ownerOnly); }));
-    return file.isOpen() ? 0 : errno;
+    int descriptor = -1;
+    const int error = QuillCoreUtils::openForAppending(path, O_WRONLY, descriptor);
+    const QuillCoreUtils::FileDescriptor file(descriptor);
+    return error;
 }
 
 }  // namespace

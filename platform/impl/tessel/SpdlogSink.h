@@ -26,6 +26,7 @@ public:
     static std::shared_ptr<SpdlogSink> toStandardError(bool colours, bool clearing = false);
 
     /// Appends to a file, which is made with mode 0600 if it is not there; its folder must be.
+    /// A link that a stranger has made, and a file that has another name as well, are not written to.
     /// @return null if it cannot be opened.
     static std::shared_ptr<SpdlogSink> toFile(const std::string& path);
 

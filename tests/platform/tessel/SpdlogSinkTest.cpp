@@ -135,6 +135,27 @@ TEST_F(FileSink, IsNoneIfTheFileCannotBeOpened) {
     EXPECT_EQ(SpdlogSink::toFile(directory_.path("unread")), nullptr);
 }
 
+TEST_F(FileSink, IsNoneWhereALinkOfAStrangersOrAHardLinkLeadsElsewhere) {
+    const std::string elsewhere = directory_.write("elsewhere", "as it was");
+    ASSERT_EQ(link(elsewhere.c_str(), directory_.path("hard").c_str()), 0);
+    EXPECT_EQ(SpdlogSink::toFile(directory_.path("hard")), nullptr);
+    ASSERT_EQ(symlink(elsewhere.c_str(), directory_.path("soft").c_str()), 0);
+    if (lchown(directory_.path("soft").c_str(), 65534, 65534) == 0) {
+        unlink(directory_.path("hard").c_str());
+        EXPECT_EQ(SpdlogSink::toFile(directory_.path("soft")), nullptr);
+    }
+    EXPECT_EQ(directory_.read("elsewhere"), "as it was");
+}
+
+TEST_F(FileSink, FollowsALinkOfTheUsersOwn) {
+    ASSERT_EQ(symlink(directory_.write("elsewhere", "").c_str(), directory_.path("own").c_str()), 0);
+    sink_ = SpdlogSink::toFile(directory_.path("own"));
+    ASSERT_NE(sink_, nullptr);
+    write(*sink_, 4, "text");
+    sink_->flush();
+    EXPECT_THAT(directory_.read("elsewhere"), MatchesRegex(".*text\n"));
+}
+
 TEST_F(FileSink, DropsRecordsWhenNobodyTakesThemAndTellsHowMany) {
     // A pipe holds 64 KiB; nobody reads before all has been written, so a sink that waited would wait for ever.
     const std::string pipe = directory_.path("pipe");

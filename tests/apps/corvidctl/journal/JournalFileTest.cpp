@@ -1,6 +1,7 @@
 #include "journal/JournalFile.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <random>
 
@@ -187,6 +188,26 @@ TEST_F(JournalOnDisk, MayNotBeginInAnythingElse) {
     EXPECT_FALSE(JournalFile::isJournal(directory_.write("letter", "Dear Sirs")));
     EXPECT_FALSE(JournalFile::isJournal(directory_.path()));
     EXPECT_FALSE(JournalFile::isJournal("/dev/null"));
+}
+
+TEST_F(JournalOnDisk, IsNotWrittenThroughAHardLinkOrALinkOfAStrangers) {
+    const std::string elsewhere = directory_.write("elsewhere", lines({START_BATCH}));
+    ASSERT_EQ(link(elsewhere.c_str(), path().c_str()), 0);
+    EXPECT_EQ(problemOf([&] { write({SECOND}); }), "the journal " + path() + " could not be opened: Too many links");
+    unlink(path().c_str());
+    ASSERT_EQ(symlink(elsewhere.c_str(), path().c_str()), 0);
+    if (lchown(path().c_str(), 65534, 65534) == 0) {
+        EXPECT_EQ(problemOf([&] { write({SECOND}); }),
+                  "the journal " + path() + " could not be opened: Operation not permitted");
+    }
+    EXPECT_EQ(directory_.read("elsewhere"), lines({START_BATCH}));
+}
+
+TEST_F(JournalOnDisk, FollowsALinkOfTheUsersOwn) {
+    const std::string elsewhere = directory_.write("elsewhere", lines({START_BATCH}));
+    ASSERT_EQ(symlink(elsewhere.c_str(), path().c_str()), 0);
+    write({SECOND});
+    EXPECT_EQ(directory_.read("elsewhere"), lines({START_BATCH, SECOND}));
 }
 
 TEST_F(JournalOnDisk, IsReadWithTheOldOneFirst) {

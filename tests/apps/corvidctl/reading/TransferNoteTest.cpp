@@ -1,6 +1,7 @@
 #include "reading/TransferNote.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "fakes/TemporaryDirectory.h"
 
@@ -47,6 +48,20 @@ TEST_F(TransferNotes, AreForTheirOwnerAlone) {
     struct stat status {};
     ASSERT_EQ(stat(noteBeside(copy_).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600U);
+}
+
+TEST_F(TransferNotes, AreNotWrittenThroughAHardLinkOrALinkOfAStrangers) {
+    const std::string elsewhere = directory_.write("elsewhere", "as it was");
+    ASSERT_EQ(link(elsewhere.c_str(), noteBeside(copy_).c_str()), 0);
+    EXPECT_TRUE(leave());
+    EXPECT_TRUE(noteOn(copy_));
+    EXPECT_EQ(directory_.read("elsewhere"), "as it was");
+    unlink(noteBeside(copy_).c_str());
+    ASSERT_EQ(symlink(elsewhere.c_str(), noteBeside(copy_).c_str()), 0);
+    if (lchown(noteBeside(copy_).c_str(), 65534, 65534) == 0) {
+        EXPECT_FALSE(leave());
+        EXPECT_EQ(directory_.read("elsewhere"), "as it was");
+    }
 }
 
 TEST_F(TransferNotes, CountOnlyForTheCopyThatTheyWereLeftOn) {

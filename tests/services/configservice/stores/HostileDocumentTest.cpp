@@ -10,6 +10,7 @@
 #include "quill/XmlUtils.h"
 #include "stores/LocalFileConfigStore.h"
 #include "stores/XmlConfigStore.h"
+#include "support/HeldPipe.h"
 #include "xml/XmlDocument.h"
 
 namespace storetests {
@@ -323,6 +324,14 @@ TEST_F(HostileDocuments, MayBePipesAndAreNotWaitedFor) {
     local.storeValue(L"a", L"1");
     local.persistValues();
     EXPECT_TRUE(std::filesystem::is_regular_file(path("folder/local.xml")));
+}
+
+TEST_F(HostileDocuments, MayBePipesThatSomebodyHoldsAndAreNotRead) {
+    const support::HeldPipe held(path("server.xml"));
+    held.write("<c><g><a>1</a></g></c>");
+    XmlConfigStore server("X", 10, false, path("server.xml"), true);
+    EXPECT_TRUE(server.getKeys().empty());
+    EXPECT_EQ(log_->count(3, "XML in file did not exist or is an invalid XML document: " + path("server.xml")), 1u);
 }
 
 TEST_F(HostileDocuments, MayBeDevicesThatNeverEnd) {

@@ -11,10 +11,13 @@
 namespace {
 
 /// The opening of a pipe does not wait for its other end.
-int openUnlessEndless(const std::string& path) {
+int openUnlessEndless(const std::string& path, InputFile::Pipes pipes) {
     struct stat status {};
-    if (::stat(path.c_str(), &status) != 0 ||
-        !(S_ISREG(status.st_mode) || S_ISFIFO(status.st_mode) || S_ISDIR(status.st_mode))) {
+    if (::stat(path.c_str(), &status) != 0) {
+        return -1;
+    }
+    const bool isPipeToRead = S_ISFIFO(status.st_mode) && pipes == InputFile::Pipes::Read;
+    if (!isPipeToRead && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) {
         return -1;
     }
     return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
@@ -27,7 +30,7 @@ void waitForBytes(int descriptor) {
 
 }  // namespace
 
-InputFile::InputFile(const std::string& path) : descriptor_(openUnlessEndless(path)) {}
+InputFile::InputFile(const std::string& path, Pipes pipes) : descriptor_(openUnlessEndless(path, pipes)) {}
 
 InputFile::~InputFile() {
     if (descriptor_ >= 0) {

@@ -5,10 +5,14 @@
 /// A file as bytes, read without a buffer of the C library's: nobody would overwrite what is secret in there. One
 /// thread.
 ///
-/// A pipe is read as well, as long as somebody has its other end. A device or a socket is not opened: it need not end.
+/// A device or a socket is not opened: it need not end.
 class InputFile {
 public:
-    explicit InputFile(const std::string& path);
+    /// A pipe is read as long as somebody has its other end. That suits a file that whoever starts the program has
+    /// named, and none that the program finds in its folders: anybody who holds the pipe would hold the program up.
+    enum class Pipes { Refuse, Read };
+
+    explicit InputFile(const std::string& path, Pipes pipes = Pipes::Refuse);
     ~InputFile();
 
     InputFile(const InputFile&) = delete;

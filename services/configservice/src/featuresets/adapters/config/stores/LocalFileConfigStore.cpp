@@ -229,7 +229,8 @@ void LocalFileConfigStore::setInvalidFileAside() {
     TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
               "contents of invalid xml with string length: " + std::to_string(contents.length()) + "\n" + contents);
     const std::string backupPath = directory_ + backupName;
-    if (!keepEarlierBackup(backupPath) || FileUtils::moveFile(filePath(), backupPath, false) != 0) {
+    // An earlier backup that the disk would not let be looked at is there all the same.
+    if (!keepEarlierBackup(backupPath) || FileUtils::moveFile(filePath(), backupPath, true) != 0) {
         TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
                   L"error creating backup file: " + QuillCoreUtils::toWideString(backupPath));
     }

@@ -267,8 +267,10 @@ std::uintmax_t sizeOf(const std::string& path) {
 
 /// The bytes of a file as they are: left to open a file by itself, libxml2 would unpack a compressed one, without a
 /// limit to what comes out of it.
-Source openFile(const std::string& path) {
-    return [file = std::make_shared<const InputFile>(path)](char* bytes, int most) { return file->read(bytes, most); };
+Source openFile(const std::string& path, InputFile::Pipes pipes) {
+    return [file = std::make_shared<const InputFile>(path, pipes)](char* bytes, int most) {
+        return file->read(bytes, most);
+    };
 }
 
 Source openText(std::string_view text) {
@@ -279,8 +281,9 @@ Source openText(std::string_view text) {
     };
 }
 
-std::shared_ptr<xmlDoc> readFile(const std::string& path, Receivers receivers) {
-    return read([&path] { return openFile(path); }, path, sizeOf(path), receivers);
+std::shared_ptr<xmlDoc> readFile(const std::string& path, Receivers receivers,
+                                 InputFile::Pipes pipes = InputFile::Pipes::Refuse) {
+    return read([&] { return openFile(path, pipes); }, path, sizeOf(path), receivers);
 }
 
 std::shared_ptr<xmlDoc> readMemory(std::string_view text, const std::string& baseName, Receivers receivers) {
@@ -297,7 +300,7 @@ void XmlDocFreer::operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path) { return readFile(path, {}); }
 
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems) {
-    return readFile(path, {&problems, nullptr});
+    return readFile(path, {&problems, nullptr}, InputFile::Pipes::Read);
 }
 
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries) {

@@ -42,12 +42,13 @@ public:
 /// Beyond libxml2's own limits a document is refused of which an element has more than 1,000 attributes or 256
 /// namespaces in scope, that declares more than 1,000 attributes, or of which many elements have hundreds of them:
 /// libxml2 compares each with all others, which may take it hours. So is one that refers to a parameter entity, of
-/// which a few lines may keep it busy for ever. A compressed file is no document, and neither is a socket or
-/// a device. Any thread.
+/// which a few lines may keep it busy for ever. A compressed file is no document, and neither is a pipe, a
+/// socket or a device. Any thread.
 /// @return null if there is no well-formed document.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 
-/// The same, with libxml2's diagnostics in a list instead of on the standard error stream.
+/// The same for a file that a user has named, which may be a pipe, with libxml2's diagnostics in a list instead of on
+/// the standard error stream.
 /// @param problems receives what the deciding reading found, in order.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems);
 
