@@ -245,11 +245,12 @@ private:
 const char* nameOfBuild() {
 #if defined(__SANITIZE_THREAD__)
     return "g++, ThreadSanitizer";
-#elif defined(TESSEL_THREAD_SANITIZER)
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
     return "clang, ThreadSanitizer";
-#else
-    return "";
 #endif
+#endif
+    return "";
 }
 
 TEST(Stress, OfEightThreadsEndsInOrderAndLeavesNothingBehind) {

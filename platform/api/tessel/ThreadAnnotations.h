@@ -22,19 +22,3 @@
 #define TESSEL_RELEASE_GENERIC(...) TESSEL_THREAD_ATTRIBUTE(release_generic_capability(__VA_ARGS__))
 #define TESSEL_TRY_ACQUIRE(...) TESSEL_THREAD_ATTRIBUTE(try_acquire_capability(__VA_ARGS__))
 #define TESSEL_NO_THREAD_SAFETY_ANALYSIS TESSEL_THREAD_ATTRIBUTE(no_thread_safety_analysis)
-
-/// Tells the thread sanitizer that a lock has ended. The standard library's locks have trivial destructors here, so the
-/// sanitizer would take the next lock at the same address for the old one, and report an order that never was.
-#if defined(__SANITIZE_THREAD__)
-#define TESSEL_THREAD_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define TESSEL_THREAD_SANITIZER 1
-#endif
-#endif
-#ifdef TESSEL_THREAD_SANITIZER
-extern "C" void __tsan_mutex_destroy(void* address, unsigned flags);
-#define TESSEL_LOCK_HAS_ENDED(lock) __tsan_mutex_destroy((lock).native_handle(), 0U)
-#else
-#define TESSEL_LOCK_HAS_ENDED(lock) static_cast<void>(lock)
-#endif
