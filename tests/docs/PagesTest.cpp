@@ -137,7 +137,7 @@ std::vector<std::string> targetsOf(const std::string& page) {
     return targets;
 }
 
-TEST(Pages, LeadToFilesThatAreThere) {
+std::vector<std::filesystem::path> allPages() {
     std::vector<std::filesystem::path> pages = {SOURCES / "README.md", SOURCES / "CONTRIBUTING.md",
                                                 SOURCES / "CHANGELOG.md"};
     for (const auto& entry : std::filesystem::directory_iterator(SOURCES / "docs")) {
@@ -145,7 +145,21 @@ TEST(Pages, LeadToFilesThatAreThere) {
             pages.push_back(entry.path());
         }
     }
-    for (const std::filesystem::path& page : pages) {
+    return pages;
+}
+
+TEST(Pages, HaveNoCommandsThatNoTestRuns) {
+    std::vector<std::string> withCommands;
+    for (const std::filesystem::path& page : allPages()) {
+        if (readPage(std::filesystem::relative(page, SOURCES)).find("```console") != std::string::npos) {
+            withCommands.push_back(page.filename());
+        }
+    }
+    EXPECT_THAT(withCommands, testing::UnorderedElementsAre("cookbook.md", "files.md", "tool.md"));
+}
+
+TEST(Pages, LeadToFilesThatAreThere) {
+    for (const std::filesystem::path& page : allPages()) {
         for (const std::string& target : targetsOf(readPage(std::filesystem::relative(page, SOURCES)))) {
             EXPECT_TRUE(std::filesystem::exists(page.parent_path() / target)) << page << " leads to " << target;
         }

@@ -17,6 +17,7 @@ namespace platform {
 template <typename Callback>
 class ConnectionList : public std::enable_shared_from_this<ConnectionList<Callback>> {
 public:
+    /// Appends a callback, which is called until its connection is disconnected.
     std::weak_ptr<PropertyNotifierConnection> connect(const Callback& callback) {
         const auto connection = std::make_shared<Connection>(callback, this->weak_from_this());
         const tessel::ScopedLock lock(mutex_);

@@ -20,6 +20,7 @@ public:
     std::shared_ptr<SystemServiceNotifiers> getSystemServiceNotifiers() override;
     std::shared_ptr<ResetDataProvider> getResetDataProvider() override;
 
+    /// Whether the client reaches its servers from outside their network. Nobody is told.
     void setEdgeMode(bool edgeMode) { edgeMode_ = edgeMode; }
 
     /// Replaces the list, then fires once for the entries that are gone and once for those that are new, each time with
