@@ -39,6 +39,21 @@ TEST_F(XmlConfigParserReading, KeepsTheFirstOfAKeyThatStandsInTwoGroups) {
     EXPECT_TRUE(sensitiveKeys_.empty()) << "the mark of an element that is passed over";
 }
 
+TEST_F(XmlConfigParserReading, AddsTheEntriesOfOneGroupToThoseThatAreThere) {
+    const std::shared_ptr<xmlDoc> document(
+        xmlReadDoc(BAD_CAST "<G><A>new</A><B sensitive='true'>2</B></G>", "", nullptr, 0), xmlFreeDoc);
+    values_ = {{L"a", L"former"}};
+    XmlConfigParser::parseXmlGroup(document, xmlDocGetRootElement(document.get()), values_, sensitiveKeys_);
+    EXPECT_EQ(plain(values_), (Map{{L"a", L"former"}, {L"b", L"2"}}));
+    EXPECT_EQ(sensitiveKeys_.count(L"b"), 1u);
+}
+
+TEST_F(XmlConfigParserReading, ReadsEntriesThatReferToOneAnotherByIdentifiers) {
+    EXPECT_EQ(parse("<!DOCTYPE r [<!ATTLIST A id ID #IMPLIED><!ATTLIST B of IDREF #IMPLIED>]>"
+                    "<r><G><A id='one'>1</A><B of='one'>2</B><B of='none'>3</B></G></r>"),
+              (Map{{L"a", L"1"}, {L"b", L"2"}}));
+}
+
 TEST_F(XmlConfigParserReading, TrimsAValueOfText) {
     EXPECT_EQ(parse(serverDocument("<K> \t\r\n value with blanks \n</K>")), (Map{{L"k", L"value with blanks"}}));
 }
