@@ -47,6 +47,15 @@ TEST_F(FeatureSetOperations, GetConfigPassesSkipLocalOn) {
     EXPECT_EQ(value, L"user's");
 }
 
+TEST_F(FeatureSetOperations, GetConfigKnowsAKeyOfAnyScriptInEitherCase) {
+    injectAndStart();
+    adapter()->setConfig(L"\u00c4rgernis", L"value");
+    std::wstring value;
+    EXPECT_TRUE(adapter()->getConfig(L"\u00e4RGERNIS", value, false));
+    EXPECT_EQ(value, L"value");
+    EXPECT_FALSE(adapter()->getConfig(L"\u00f6rgernis", value, false));
+}
+
 TEST_F(FeatureSetOperations, GetConfigTellsThatTheOtherNameAnswered) {
     injectAndStart();
     adapter()->setConfig(L"TftpServer1", L"host");
