@@ -22,7 +22,7 @@ public:
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 
-    /// Waits until no other thread holds it: at first, for some microseconds, without sleeping.
+    /// Waits until no other thread holds it: at first, for some tens of microseconds, without sleeping.
     void lock() TESSEL_ACQUIRE() {
         checkOrder();
         if (!mutex_.try_lock()) {

@@ -4,7 +4,7 @@ namespace tessel {
 namespace {
 
 constexpr int shortestPause = 64;   // in turns of relax()
-constexpr int longestPause = 1024;  // the pauses double, and come to some microseconds in all
+constexpr int longestPause = 1024;  // the pauses double, and come to some tens of microseconds
 
 /// Tells the processor that this thread only waits.
 void relax() {

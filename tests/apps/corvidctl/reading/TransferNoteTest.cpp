@@ -3,6 +3,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
+#include <iterator>
+
 #include "fakes/TemporaryDirectory.h"
 
 using namespace corvidctl;
@@ -41,6 +44,20 @@ TEST_F(TransferNotes, AreSmallFilesBesideTheCopy) {
         "{\n  \"url\": \"https://192.0.2.1:6972/f.xml\",\n  \"server\": \"192.0.2.1\",\n  \"version\": \"12.5\",\n"
         "  \"time\": \"2026-11-22T09:30:00.000Z\",\n"
         "  \"sha256\": \"5382511e672645156e2889ebc21c72a0e59377fcbe774abaa703e0a42b3d2006\"\n}\n");
+}
+
+TEST_F(TransferNotes, StandInThePageOnFilesAsTheyAreLeft) {
+    std::ifstream file(CORVID_DATA_DIRECTORY "/../../docs/files.md");
+    const std::string page{std::istreambuf_iterator<char>(file), {}};
+    const std::string fence = "```json\n";
+    const std::size_t place = page.find(fence);
+    ASSERT_NE(place, std::string::npos);
+    const std::size_t begin = place + fence.size();
+
+    directory_.write("cachedX.xml", "foo\n");
+    const std::chrono::system_clock::time_point time{1793607301480ms};
+    ASSERT_TRUE(leaveNote(copy_, {"https://127.0.0.42:6972/corvid-config.xml", "127.0.0.42", "12.5", time}));
+    EXPECT_EQ(directory_.read("cachedX.download.json"), page.substr(begin, page.find("```", begin) - begin));
 }
 
 TEST_F(TransferNotes, AreForTheirOwnerAlone) {
