@@ -74,6 +74,21 @@ TEST_F(StoresDuringAWrite, AnswerAndTakeValuesInALocalFile) {
     EXPECT_EQ(contentsOf(written), (Map{{L"a", L"1"}})) << "the values as the write began";
 }
 
+TEST_F(StoresDuringAWrite, HaveWhatIsAskedForMeanwhileStillToDo) {
+    LocalFileConfigStore store("L", 20, path("folder"), "local.xml", false, false);
+    store.storeValue(L"a", L"1");
+    const std::uint64_t before = store.requestPersist();
+    std::uint64_t meanwhile = 0;
+    duringAWriteOf(store, [&] {
+        store.storeValue(L"b", L"2");
+        meanwhile = store.requestPersist();
+    });
+    store.persistRequested(before);
+    EXPECT_TRUE(store.hasUnpersistedValues());
+    store.persistRequested(meanwhile);
+    EXPECT_FALSE(store.hasUnpersistedValues());
+}
+
 TEST_F(StoresDuringAWrite, AnswerAndTakeValuesInACache) {
     CacheConfigStore store("cachedX.xml", 240, path("Cache/cachedX.xml"));
     store.storeValue(L"a", L"1");

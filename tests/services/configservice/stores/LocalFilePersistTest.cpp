@@ -162,6 +162,47 @@ TEST_F(LocalFilePersisting, SkipsAWriteThatWouldChangeNothing) {
     EXPECT_EQ(before.st_ino, after.st_ino) << "a write would have put a new file there";
 }
 
+TEST_F(LocalFilePersisting, DoesAllRequestsThatCameBeforeAWriteWithIt) {
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    const std::uint64_t first = store.requestPersist();
+    store.storeValue(L"b", L"2");
+    const std::uint64_t second = store.requestPersist();
+    store.persistRequested(first);
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}, {L"b", L"2"}}));
+    std::filesystem::remove(path("folder/local.xml"));
+    store.persistRequested(second);
+    EXPECT_FALSE(world_.directory().exists("folder/local.xml")) << "a look at the file for nothing";
+    store.persistRequested(store.requestPersist());
+    EXPECT_TRUE(world_.directory().exists("folder/local.xml"));
+}
+
+TEST_F(LocalFilePersisting, DoesRequestsWithALookAtAFileThatHasItAll) {
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    store.storeValue(L"A", L"1");
+    const std::uint64_t first = store.requestPersist();
+    const std::uint64_t second = store.requestPersist();
+    store.persistRequested(first);
+    std::filesystem::remove(path("folder/local.xml"));
+    store.persistRequested(second);
+    EXPECT_FALSE(world_.directory().exists("folder/local.xml")) << "a second look for nothing";
+}
+
+TEST_F(LocalFilePersisting, HasARequestStillToDoWhoseWriteFailed) {
+    std::filesystem::create_directories(path("folder/.local.xml.temp"));
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    const std::uint64_t first = store.requestPersist();
+    const std::uint64_t second = store.requestPersist();
+    store.persistRequested(first);
+    EXPECT_FALSE(world_.directory().exists("folder/local.xml"));
+    std::filesystem::remove(path("folder/.local.xml.temp"));
+    store.persistRequested(second);
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+}
+
 TEST_F(LocalFilePersisting, WritesOverWhatItHasReadEvenIfNothingChanged) {
     write("folder/local.xml", "<r><x><userConfig name='a' value='1'/></x></r>");
     open().persistValues();

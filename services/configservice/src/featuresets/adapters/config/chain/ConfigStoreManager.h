@@ -215,6 +215,7 @@ public:
     static bool parseUrlProvisioningData(const std::wstring& url, ConfigMap& values);
 
 private:
+    void enqueuePersist(const SearchedStore& store);
     /// updateKey() without a copy of the key, which must stay as it is whatever the observers do.
     void report(const std::wstring& key, bool silent);
 

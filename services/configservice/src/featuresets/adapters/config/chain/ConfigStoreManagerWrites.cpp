@@ -16,9 +16,18 @@ TesselLogger* logger() {
 
 class PersistTask : public tessel::Task {
 public:
-    explicit PersistTask(std::shared_ptr<ConfigStore> store) : store_(std::move(store)) {}
+    explicit PersistTask(const SearchedStore& store)
+        : store_(store.store()),
+          requests_(store.persistRequests()),
+          request_(requests_ != nullptr ? requests_->requestPersist() : 0) {}
 
-    void run() override { store_->persistValues(); }
+    void run() override {
+        if (requests_ != nullptr) {
+            requests_->persistRequested(request_);
+        } else {
+            store_->persistValues();
+        }
+    }
 
     const std::string& getName() const override {
         static const std::string name = "ConfigStore::persistValues";
@@ -27,6 +36,8 @@ public:
 
 private:
     const std::shared_ptr<ConfigStore> store_;
+    PersistRequests* const requests_;
+    const std::uint64_t request_;
 };
 
 bool takesUserValues(const SearchedStore& store) { return !store.isReadOnly() && !store.isInMemory(); }
@@ -49,7 +60,7 @@ bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring&
             return true;
         }
         stored = store.store()->storeValue(key, value);
-        enqueuePersist(store.store());
+        enqueuePersist(store);
         updateKey(key, false);  // by a copy: an observer may take the caller's away
         return false;
     });
@@ -61,7 +72,7 @@ bool ConfigStoreManager::storeValue(const std::map<std::wstring, std::wstring>& 
     chain_.walk([&](const SearchedStore& store) {
         if (takesUserValues(store)) {
             storeAll(*store.store(), values);
-            enqueuePersist(store.store());
+            enqueuePersist(store);
             for (const auto& entry : values) {
                 report(entry.first, false);
             }
@@ -100,7 +111,7 @@ bool ConfigStoreManager::eraseKey(const std::wstring& key) {
         }
         for (const std::wstring& name : names) {
             if (store.store()->removeValue(name)) {
-                enqueuePersist(store.store());
+                enqueuePersist(store);
                 removed = true;
             }
         }
@@ -121,11 +132,15 @@ void ConfigStoreManager::setKeySensitive(const std::wstring& key) {
 }
 
 void ConfigStoreManager::enqueuePersist(const std::shared_ptr<ConfigStore>& store) {
+    enqueuePersist(SearchedStore(store));
+}
+
+void ConfigStoreManager::enqueuePersist(const SearchedStore& store) {
     const std::shared_ptr<Processing::TaskDispatcher> dispatcher =
         factory_ != nullptr ? factory_->getTaskDispatcher() : nullptr;
     if (dispatcher == nullptr) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "enqueuePersist",
-                  "No task dispatcher, the values are not persisted of store: " + store->getName());
+                  "No task dispatcher, the values are not persisted of store: " + store.store()->getName());
         return;
     }
     dispatcher->enqueue(std::make_shared<PersistTask>(store));

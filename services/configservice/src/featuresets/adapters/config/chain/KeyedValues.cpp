@@ -19,12 +19,8 @@ const std::vector<const KeyedValues::Entry*>& KeyedValues::inOrder() {
     for (auto entry = entries_.begin() + known; entry != entries_.end(); ++entry) {
         order_.push_back(&*entry);
     }
-    const auto precedes = [](const Entry* a, const Entry* b) { return KeyUnits::compare(a->key, b->key) < 0; };
-    const auto fresh = order_.begin() + known;
-    if (!std::is_sorted(fresh, order_.end(), precedes)) {
-        std::sort(fresh, order_.end(), precedes);
-    }
-    std::inplace_merge(order_.begin(), fresh, order_.end(), precedes);
+    KeyOrder<const Entry>::sort(order_, static_cast<std::size_t>(known));
+    std::inplace_merge(order_.begin(), order_.begin() + known, order_.end(), KeyOrder<const Entry>::precedes);
     return order_;
 }
 

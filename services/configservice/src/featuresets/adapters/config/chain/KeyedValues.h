@@ -10,6 +10,7 @@
 #include "chain/ConfigMap.h"
 #include "chain/FoldedKey.h"
 #include "chain/KeyFilter.h"
+#include "chain/KeyOrder.h"
 #include "chain/KeyTable.h"
 
 /// What a ConfigMap holds, in less memory: the entries lie side by side as they came, a hash table finds each in one
@@ -43,19 +44,10 @@ public:
     /// changes nothing, so that it may run on several threads at once, if nothing has.
     const std::vector<const Entry*>& inOrder();
 
-    /// Calls visit(entry) for all in that order. The entries lie where they came, and the next one would be waited for
-    /// each time: the processor hears of those that follow while one is being visited.
+    /// Calls visit(entry) for all in that order.
     template <typename Visit>
     void visitInOrder(const Visit& visit) {
-        const std::vector<const Entry*>& all = inOrder();
-        for (std::size_t place = 0; place < all.size(); ++place) {
-            if (place + 2 * AHEAD < all.size()) {
-                __builtin_prefetch(all[place + 2 * AHEAD]);
-                __builtin_prefetch(all[place + AHEAD]->key.data());
-                __builtin_prefetch(all[place + AHEAD]->value.data());
-            }
-            visit(*all[place]);
-        }
+        KeyOrder<const Entry>::visit(inOrder(), visit);
     }
 
     /// The keys in that order; the same holds.
@@ -79,8 +71,6 @@ public:
     Entries exchange(ConfigMap map);
 
 private:
-    static constexpr std::size_t AHEAD = 4;
-
     struct KeyOfEntry {
         const std::wstring& operator()(const Entry* entry) const { return entry->key; }
     };

@@ -13,7 +13,9 @@ bool hasNameOfInMemory(ConfigStore& store) {
 }  // namespace
 
 SearchedStore::SearchedStore(const std::shared_ptr<ConfigStore>& store)
-    : store_(store), inside_(dynamic_cast<FoldedLookup*>(store.get())) {
+    : store_(store),
+      inside_(dynamic_cast<FoldedLookup*>(store.get())),
+      persistRequests_(dynamic_cast<PersistRequests*>(store.get())) {
     if (inside_ != nullptr) {
         filter_ = inside_->filter();
         readOnly_ = store->isReadOnly();

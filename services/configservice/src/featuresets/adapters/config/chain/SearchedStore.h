@@ -6,6 +6,7 @@
 
 #include "ConfigStore.h"
 #include "chain/FoldedLookup.h"
+#include "chain/PersistRequests.h"
 #include "chain/StoreName.h"
 
 /// A store with what a search wants to know of it. Of the module's own stores that stays the same for their lives, and
@@ -25,6 +26,9 @@ public:
 
     const std::shared_ptr<ConfigStore>& store() const { return store_; }
 
+    /// Null if each request to persist its values is a call of its own.
+    PersistRequests* persistRequests() const { return persistRequests_; }
+
     bool isReadOnly() const { return inside_ != nullptr ? readOnly_ : store_->isReadOnly(); }
 
     /// True if it has the name of the store for values that live for this run only, without regard to case.
@@ -38,7 +42,8 @@ public:
 
 private:
     std::shared_ptr<ConfigStore> store_;
-    FoldedLookup* inside_;               ///< null for a store from outside
+    FoldedLookup* inside_;  ///< null for a store from outside
+    PersistRequests* persistRequests_;
     const KeyFilter* filter_ = nullptr;  ///< this and the following: of a store of the module's own
     bool readOnly_ = false;
     bool inMemory_ = false;

@@ -125,14 +125,26 @@ std::int32_t LocalFileConfigStore::getPriority() { return priority_; }
 
 void LocalFileConfigStore::persistValues() {
     tessel::ScopedLock fileLock(fileMutex_);
-    if (readOnly_ || destroyed_ || isInFile()) {
+    // Those that come from here on may be for values that this write does not find.
+    const std::uint64_t requests = requests_;
+    if (readOnly_ || destroyed_) {
         return;
     }
-    Document document = composeDocument();
-    const std::uint64_t change = document.change;
-    createConfigDirectory();
-    if (writeFile(std::move(document))) {
+    if (!isInFile()) {
+        Document document = composeDocument();
+        const std::uint64_t change = document.change;
+        createConfigDirectory();
+        if (!writeFile(std::move(document))) {
+            return;
+        }
         notePersisted(change);
+    }
+    doneRequests_ = requests;
+}
+
+void LocalFileConfigStore::persistRequested(std::uint64_t request) {
+    if (request > doneRequests_) {
+        persistValues();
     }
 }
 
@@ -250,7 +262,6 @@ LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
 }
 
 bool LocalFileConfigStore::isInFile() {
-    // A burst of changes leaves a task for each; all but the first few find nothing to do, and cost next to nothing.
     return !hasUnpersistedValues() && writtenFile_.exists() && FileStamp::of(filePath()) == writtenFile_;
 }
 

@@ -2,6 +2,7 @@
 
 #include <libxml/tree.h>
 
+#include <atomic>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,6 +12,7 @@
 #include "LockRanks.h"
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
+#include "chain/PersistRequests.h"
 #include "stores/FileStamp.h"
 #include "tessel/Mutex.h"
 #include "xml/XmlFileWriter.h"
@@ -23,7 +25,7 @@
 /// A key comes back from the file in lower case, which a lookup does not notice. A character that XML cannot hold comes
 /// back as U+FFFD. An entry with the empty key stays in memory. "VVM_Mailstore_Server_0" is stored under its current
 /// name, "VoicemailPrimaryServer", by every store of this class, and read under it by all but the defaults store.
-class LocalFileConfigStore : public ConfigStore, public FoldedLookup {
+class LocalFileConfigStore : public ConfigStore, public FoldedLookup, public PersistRequests {
 public:
     /// The user's file, "corvidLocalConfig.xml" in the configuration directory; writable.
     /// @param former a store of the same name or null. What it has read need not be read again, if the file is still
@@ -52,6 +54,10 @@ public:
     /// temporary file that cannot be opened is not) and leaves the old file whole; the values stay in memory and the
     /// next call that can writes them. Skipped when the file already holds these very values by this store's own hand.
     void persistValues() override;
+
+    /// A write that failed has done no request.
+    std::uint64_t requestPersist() override { return ++requests_; }
+    void persistRequested(std::uint64_t request) override;
 
     /// Waits for a write that is under way; the file is not written again.
     void destroy() override;
@@ -110,6 +116,9 @@ private:
     const bool readOnly_;
     const std::string directory_;
     const std::string fileName_;
+
+    std::atomic<std::uint64_t> requests_ = 0;
+    std::atomic<std::uint64_t> doneRequests_ = 0;  ///< this one and all before it
 
     // Held for a whole write.
     tessel::Mutex fileMutex_{LockRanks::STORE_FILE};

@@ -5,28 +5,21 @@
 #include <utility>
 #include <vector>
 
+#include "chain/KeyOrder.h"
 #include "tessel/SecureStringUtils.h"
 
 namespace {
 
 /// Wipes all of the memory that a text has: one that was moved away leaves its first letters behind.
 void wipe(std::wstring& text) {
+    static const std::size_t shortest = std::wstring().capacity();
+    if (text.capacity() == shortest) {
+        // Nearly always: what lay elsewhere went away with its memory. Volatile, or nobody would see the need.
+        std::fill_n(static_cast<volatile wchar_t*>(text.data()), shortest, L'\0');
+        return;
+    }
     text.resize(text.capacity());
     tessel::SecureStringUtils::TesselZeroWstring(text);
-}
-
-/// Pointers to the items in the order of their keys, those of one key as they came. Documents that this system has
-/// written are in order already.
-template <typename Items>
-auto inOrder(Items& items) {
-    std::vector<typename Items::pointer> sorted;
-    sorted.reserve(items.size());
-    std::transform(items.begin(), items.end(), std::back_inserter(sorted), [](auto& item) { return &item; });
-    const auto precedes = [](const auto* a, const auto* b) { return a->key < b->key; };
-    if (!std::is_sorted(sorted.begin(), sorted.end(), precedes)) {
-        std::stable_sort(sorted.begin(), sorted.end(), precedes);
-    }
-    return sorted;
 }
 
 }  // namespace
@@ -47,12 +40,16 @@ void EntryList::clear() {
 }
 
 void EntryList::moveTo(ConfigMap& values, SensitiveKeySet& sensitiveKeys) {
-    for (Entry* const entry : inOrder(entries_)) {
+    std::vector<Entry*> ordered;
+    ordered.reserve(entries_.size());
+    std::transform(entries_.begin(), entries_.end(), std::back_inserter(ordered), [](Entry& entry) { return &entry; });
+    KeyOrder<Entry>::sort(ordered, 0);
+    KeyOrder<Entry>::visit(ordered, [&](Entry& entry) {
         const std::size_t before = values.size();
-        const auto place = values.try_emplace(values.end(), std::move(entry->key), std::move(entry->value));
-        if (values.size() > before && entry->isSensitive) {
+        const auto place = values.try_emplace(values.end(), std::move(entry.key), std::move(entry.value));
+        if (values.size() > before && entry.isSensitive) {
             sensitiveKeys.insert(place->first);
         }
-    }
+    });
     clear();
 }
