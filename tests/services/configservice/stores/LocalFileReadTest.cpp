@@ -186,14 +186,25 @@ TEST_F(LocalFileReading, LogsABackupThatCannotBeMade) {
                                        "error creating backup file: " + path("local-backup.xml")}));
 }
 
-TEST_F(LocalFileReading, OverwritesAnInvalidFileThatCouldNotBeSetAside) {
+TEST_F(LocalFileReading, KeepsAnInvalidFileThatCouldNotBeSetAsideUnderAnotherNameBeforeItWritesOverIt) {
     std::filesystem::create_directories(path("local-backup.xml/full"));
+    write("local-backup-1.xml", "an earlier one");
     write("local.xml", "not xml");
     LocalFileConfigStore store = open();
+    EXPECT_EQ(read("local.xml"), "not xml") << "until there is something to be written";
+    log_->clear();
     store.storeValue(L"a", L"1");
     store.persistValues();
+    EXPECT_THAT(linesOf(log_, logger),
+                testing::ElementsAre(
+                    Line{3, logger, "persistValues", "invalid file is kept as: " + path("local-backup-2.xml")}));
+    EXPECT_EQ(read("local-backup-1.xml"), "an earlier one");
+    EXPECT_EQ(read("local-backup-2.xml"), "not xml");
     LocalFileConfigStore restarted = open();
     EXPECT_EQ(contentsOf(restarted), (Map{{L"a", L"1"}}));
+    store.storeValue(L"a", L"2");
+    store.persistValues();
+    EXPECT_FALSE(world_.directory().exists("local-backup-3.xml")) << "a file that is well-formed by now";
 }
 
 TEST_F(LocalFileReading, ReadsPeerToPeerCallingAsOffUnderFips) {

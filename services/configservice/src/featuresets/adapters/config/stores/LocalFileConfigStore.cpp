@@ -30,13 +30,10 @@ std::string backupNameOf(const std::string& fileName) {
     return fileName.substr(0, fileName.rfind('.')) + "-backup.xml";
 }
 
-/// Gives a backup that is there the first free name "-backup-1.xml", "-backup-2.xml" and so on.
-/// @return false if it would be lost.
-bool keepEarlierBackup(const std::string& path) {
-    if (!FileUtils::fileExists(path)) {
-        return true;
-    }
-    const std::string stem = path.substr(0, path.rfind('.'));
+/// Moves a file to the first free name of "-backup-1.xml", "-backup-2.xml" and so on. @param backup "-backup.xml".
+/// @return false if it is where it was.
+bool moveToFreeName(const std::string& path, const std::string& backup, const char* function, const char* file) {
+    const std::string stem = backup.substr(0, backup.rfind('.'));
     std::string kept;
     for (int number = 1; kept.empty() || FileUtils::fileExists(kept); ++number) {
         kept = stem + "-" + std::to_string(number) + ".xml";
@@ -44,8 +41,13 @@ bool keepEarlierBackup(const std::string& path) {
     if (FileUtils::moveFile(path, kept, true) != 0) {
         return false;
     }
-    TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile", "earlier backup file is kept as: " + kept);
+    TesselLog(logger(), 3, __FILE__, __LINE__, function, std::string(file) + " is kept as: " + kept);
     return true;
+}
+
+/// @return false if a backup that is there would be lost.
+bool keepEarlierBackup(const std::string& path) {
+    return !FileUtils::fileExists(path) || moveToFreeName(path, path, "readFromFile", "earlier backup file");
 }
 
 /// @return false if characters were replaced.
@@ -134,6 +136,7 @@ void LocalFileConfigStore::persistValues() {
         Document document = composeDocument();
         const std::uint64_t change = document.change;
         createConfigDirectory();
+        keepInvalidFile();
         if (!writeFile(std::move(document))) {
             return;
         }
@@ -245,7 +248,15 @@ void LocalFileConfigStore::setInvalidFileAside() {
     if (!keepEarlierBackup(backupPath) || FileUtils::moveFile(filePath(), backupPath, true) != 0) {
         TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
                   L"error creating backup file: " + QuillCoreUtils::toWideString(backupPath));
+        invalidFileIsInPlace_ = true;
     }
+}
+
+void LocalFileConfigStore::keepInvalidFile() {
+    if (invalidFileIsInPlace_ && FileUtils::fileExists(filePath())) {
+        moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
+    }
+    invalidFileIsInPlace_ = false;
 }
 
 void LocalFileConfigStore::createConfigDirectory() {
