@@ -355,6 +355,20 @@ std::string Attack::asLocalFile(const std::string& key) const {
     return pack ? pack(text) : text;
 }
 
+std::string Attack::asVersionAnswer() const {
+    std::string text = prolog;
+    text.append("<Corvid><version a=\"").append(attribute).append("\">12").append(inside);
+    text.append("</version></Corvid>");
+    return pack ? pack(text) : text;
+}
+
+std::string Attack::asChainFile() const {
+    std::string text = prolog;
+    text.append("<Corvid><ConfigStore name=\"Late\" chainedTo=\"").append(attribute).append("\"/>");
+    text.append(inside).append("</Corvid>");
+    return pack ? pack(text) : text;
+}
+
 std::vector<Attack> attacks(const std::string& outside, int port) {
     Attacks all;
     addEntities(all);

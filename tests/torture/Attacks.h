@@ -9,7 +9,7 @@ namespace torture {
 /// What no value may hold: the replacement of every entity of an attack, and what stands in the files that it names.
 constexpr const char* forbiddenText = "EXPANDED";
 
-/// A document that means harm: put in parts into a server's document or a local file, and then made into bytes.
+/// A document that means harm: put in parts into a document of some form, and then made into bytes.
 struct Attack {
     using Pack = std::function<std::string(const std::string& document)>;
 
@@ -22,6 +22,11 @@ struct Attack {
     /// The whole document with a harmless entry of that key and the value "yes" before the harm.
     std::string asServerFile(const std::string& key) const;
     std::string asLocalFile(const std::string& key) const;
+
+    /// A server's answer on its version, and the file that says which store waits for which, with the harm in what is
+    /// read of them.
+    std::string asVersionAnswer() const;
+    std::string asChainFile() const;
 };
 
 /// All of them.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <csignal>
 #include <fstream>
+#include <initializer_list>
 #include <map>
 #include <set>
 #include <sstream>
@@ -18,8 +19,10 @@
 #include "Tracer.h"
 #include "Trial.h"
 #include "quill/StringUtils.h"
+#include "remote/DownloadJournal.h"
 #include "simulation/QuietXml.h"
 #include "simulation/Sanitized.h"
+#include "xml/XmlConfigParser.h"
 
 namespace torture {
 namespace {
@@ -57,7 +60,39 @@ long processorTime() {
            (used.ru_utime.tv_usec + used.ru_stime.tv_usec) / 1000;
 }
 
-std::string whatIsExpanded(Client& client) {
+std::string chainOf(const ChainedStoreMap& stores) {
+    std::string text;
+    for (const auto& [name, others] : stores) {
+        for (const std::string& other : others) {
+            text.append(name).append(" waits for ").append(other).append("; ");
+        }
+    }
+    return text;
+}
+
+std::string versionOf(Client& client) {
+    const auto snapshot = dynamic_cast<ConfigAdapter&>(client.featureSet()).getDownloadJournal()->snapshot();
+    for (const auto& cycle : snapshot.cycles) {
+        if (!cycle.versionQueries.empty()) {
+            return cycle.versionQueries.back().version;
+        }
+    }
+    return {};
+}
+
+/// What the module makes of an input whose contents go into no store.
+std::string readingOf(Client& client, const Scene& scene, const Input& input) {
+    ChainedStoreMap stores;
+    if (input.form == Input::Form::Chain) {
+        XmlConfigParser::readChainedConfigFile(scene.folder() + "/" + input.path, stores);
+    }
+    return chainOf(stores) + versionOf(client);
+}
+
+std::string whatIsExpanded(Client& client, const std::string& reading) {
+    if (reading.find(forbiddenText) != std::string::npos) {
+        return "something was expanded in what was read";
+    }
     const std::wstring forbidden = QuillCoreUtils::toWideString(forbiddenText);
     auto& adapter = dynamic_cast<ConfigAdapter&>(client.featureSet());
     for (const auto& store : adapter.getConfigStoreManager()->getStores()) {
@@ -85,10 +120,14 @@ int start(const Scene& scene, const Input& input, const std::string& document) {
         markBegin();
         Client client(scene);
         outcome.wrong = whatIsUnanswered(client, input, document);
+        const std::string reading = readingOf(client, scene, input);
         markEnd();
         outcome.time = processorTime() - begun;
         outcome.peak = memory("VmHWM:") - before;
-        outcome.wrong = outcome.wrong.empty() ? whatIsExpanded(client) : outcome.wrong;
+        if (outcome.wrong.empty()) {
+            const bool isUnread = input.key.empty() && document == input.contents && reading.empty();
+            outcome.wrong = isUnread ? "nothing was read of the whole one" : whatIsExpanded(client, reading);
+        }
     }
     std::ofstream(scene.folder() + "/outcome") << outcome.peak << ' ' << outcome.time << ' ' << outcome.wrong << '\n';
     return 0;
@@ -134,7 +173,7 @@ public:
         const Traced traced = trace(input, document);
         const std::string wrong = whatIsWrong(traced, known_[input.name], document.size());
         if (!wrong.empty()) {
-            trial_.lost("in the " + input.name + " file, " + attack + ": " + wrong, scene().folder());
+            trial_.lost("in the " + input.name + " document, " + attack + ": " + wrong, scene().folder());
         }
     }
 
@@ -190,12 +229,12 @@ private:
     long longest_ = 0;
 };
 
-/// The inputs that are documents: those in the form of a server's file first.
-std::vector<const Input*> documents() {
+/// The inputs that are documents of a form.
+std::vector<const Input*> documents(std::initializer_list<Input::Form> forms) {
     std::vector<const Input*> all;
-    for (const Input::Form form : {Input::Form::Server, Input::Form::Local}) {
-        for (const Input& input : inputs()) {
-            if (input.form == form) {
+    for (const auto* const some : {&inputs(), &furtherInputs()}) {
+        for (const Input& input : *some) {
+            if (std::find(forms.begin(), forms.end(), input.form) != forms.end()) {
                 all.push_back(&input);
             }
         }
@@ -203,21 +242,41 @@ std::vector<const Input*> documents() {
     return all;
 }
 
-/// A long run takes all inputs; a quick one a random input of each form, and of the largest attacks, which take a
-/// second each, only some.
+std::vector<const Input*> allDocuments() {
+    using Form = Input::Form;
+    return documents({Form::Server, Form::Local, Form::Version, Form::Chain});
+}
+
+/// A long run takes all inputs; a quick one a random server's document, a random local file and one of the two others,
+/// and of the largest attacks, which take a second each, only some.
 std::vector<const Input*> placesFor(const Attack& attack, Trial& trial) {
-    const std::vector<const Input*> all = documents();
+    using Form = Input::Form;
     if (Trial::isLong()) {
-        return all;
+        return allDocuments();
     }
     const bool isLarge = attack.prolog.size() + attack.inside.size() + attack.attribute.size() > largest;
     if (isLarge && !trial.picks(1, 6)) {
         return {};
     }
-    const auto locals =
-        std::find_if(all.begin(), all.end(), [](const Input* input) { return input->form == Input::Form::Local; });
-    const auto servers = static_cast<std::uint64_t>(locals - all.begin());
-    return {all[trial.below(servers)], all[servers + trial.below(all.size() - servers)]};
+    const auto oneOf = [&](std::initializer_list<Form> forms) {
+        const std::vector<const Input*> all = documents(forms);
+        return all[trial.below(all.size())];
+    };
+    return {oneOf({Form::Server}), oneOf({Form::Local}), oneOf({Form::Version, Form::Chain})};
+}
+
+std::string documentFor(const Input& input, const Attack& attack) {
+    const std::string key = QuillCoreUtils::toString(input.key);
+    switch (input.form) {
+    case Input::Form::Version:
+        return attack.asVersionAnswer();
+    case Input::Form::Chain:
+        return attack.asChainFile();
+    case Input::Form::Local:
+        return attack.asLocalFile(key);
+    default:
+        return attack.asServerFile(key);
+    }
 }
 
 TEST(HostileDocuments, AreBoundedReachNothingOutsideAndLeaveAllOtherStoresTheirAnswers) {
@@ -230,15 +289,13 @@ TEST(HostileDocuments, AreBoundedReachNothingOutsideAndLeaveAllOtherStoresTheirA
     directory.write("outside/secret.dtd", "<!ENTITY e '" + std::string(forbiddenText) + "'>");
     const std::vector<Attack> all = attacks(directory.path("outside"), 9);
     Tester tester(trial);
-    for (const Input* const input : documents()) {
+    for (const Input* const input : allDocuments()) {
         ASSERT_TRUE(tester.learn(*input)) << input->name;
     }
     for (const Attack& attack : all) {
         for (const Input* const input : placesFor(attack, trial)) {
             if (!trial.hasLost()) {
-                const std::string key = QuillCoreUtils::toString(input->key);
-                const bool isServers = input->form == Input::Form::Server;
-                tester.tryWith(*input, attack.name, isServers ? attack.asServerFile(key) : attack.asLocalFile(key));
+                tester.tryWith(*input, attack.name, documentFor(*input, attack));
             }
         }
     }

@@ -22,6 +22,12 @@ std::string asServerFile(const std::string& entries) {
 /// Whom to ask for the downloaded file stands in a file of its own: none of the six.
 const char* const provisioned = "config/Cache/cachedUrlProvisioningConfigStore.xml";
 
+/// @param other where it is the version, the server is to be asked for it.
+std::string provision(const Input& other) {
+    const std::string version = other.form == Input::Form::Version ? "" : "<HomeUdsVersion>12</HomeUdsVersion>\n";
+    return asServerFile("<TFTPPrimaryServer>one</TFTPPrimaryServer>\n" + version);
+}
+
 /// One of the whole files says which cache files are in the chain.
 std::string wholeOne(const Input& input, const Input& other) {
     if (input.name == "override" && other.name != "override") {
@@ -49,9 +55,14 @@ const std::vector<Input>& inputs() {
     return all;
 }
 
-InputFiles::InputFiles() {
-    directory_.write(provisioned,
-                     asServerFile("<TFTPPrimaryServer>one</TFTPPrimaryServer>\n<HomeUdsVersion>12</HomeUdsVersion>\n"));
+const std::vector<Input>& furtherInputs() {
+    using Form = Input::Form;
+    static const std::vector<Input> all = {
+        {"version", Form::Version, "", "<versionResponse><version>12</version></versionResponse>\n", L""},
+        {"chain", Form::Chain, "config/chainedConfigStores.xml",
+         "<Chain><ConfigStore name=\"Late\" chainedTo=\"Early\"/></Chain>\n", L""},
+    };
+    return all;
 }
 
 void InputFiles::write(const Input& other, const std::string& contents) const {
@@ -59,26 +70,36 @@ void InputFiles::write(const Input& other, const std::string& contents) const {
     std::filesystem::remove(scene_.install() + "/corvid-config-defaults-backup.xml");
     for (const Input& input : inputs()) {
         if (!input.path.empty()) {
-            directory_.write(input.path, input.name == other.name ? contents : wholeOne(input, other));
+            directory_.write(input.path, wholeOne(input, other));
         }
     }
-    if (other.path.empty()) {
-        directory_.write("downloaded.xml", contents);
-    }
+    directory_.write(provisioned, provision(other));
+    directory_.write(other.path.empty() ? other.name + ".xml" : other.path, contents);
 }
 
 std::string whatIsUnanswered(Client& client, const Input& other, const std::string& contents) {
     const auto transport = std::make_shared<fakes::ScriptedHttpTransport>();
     client.useTransport(transport);
+    const Input& downloaded = inputs().back();
+    const bool isVersion = other.form == Input::Form::Version;
+    if (isVersion) {
+        transport->setAnswer([contents](const std::string&) { return contents; });
+    }
     client.featureSet().startTftpConfigSource();
-    if (!transport->deliver(other.path.empty() ? contents : inputs().back().contents)) {
+    if (isVersion && transport->sentUrls().empty()) {
+        return "no version was asked for";
+    }
+    const bool arrives = transport->deliver(other.name == downloaded.name ? contents : downloaded.contents);
+    // Without a version there is no download.
+    if (!arrives && !isVersion) {
         return "no file was asked for";
     }
     client.settle();
     for (const Input& input : inputs()) {
         std::wstring value;
         const bool answers = client.featureSet().getConfig(input.key, value, false) && value == L"yes";
-        if (!answers && input.name != other.name) {
+        const bool isWhole = input.name != other.name && (arrives || input.name != downloaded.name);
+        if (!answers && isWhole) {
             return "nothing comes from the " + input.name + " file";
         }
     }
