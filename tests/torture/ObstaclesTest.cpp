@@ -10,14 +10,23 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
+#include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "Client.h"
 #include "Trial.h"
+#include "callcontrol/CertificateAuthority.h"
+#include "fakes/PlainNetwork.h"
+#include "fakes/ScriptedHttpTransport.h"
+#include "fakes/ScriptedServer.h"
 #include "fakes/TemporaryDirectory.h"
 #include "host/XmlDiagnostics.h"
+#include "http/Request.h"
+#include "http/Response.h"
+#include "impl/http/CurlTransport.h"
 #include "support/ForkedChild.h"
 #include "support/HeldPipe.h"
 
@@ -90,6 +99,9 @@ const std::vector<Obstacle>& obstacles() {
 /// Whoever starts the host names it. A pipe in its place is read to its end.
 constexpr const char* INSTALLERS = "install/bootstrap.properties";
 
+/// Further authorities of a host's.
+constexpr const char* AUTHORITIES = "install/ca.pem";
+
 /// Every file that is read, written or removed, below the scene's folder. Numbers of processes are those of the child.
 const std::vector<std::string>& places() {
     static const std::vector<std::string> all = {
@@ -103,10 +115,15 @@ const std::vector<std::string>& places() {
         "config/Cache",
         "config/Cache/cachedServer.xml",
         "config/Cache/cachedServer.xml.temp",
+        "config/Cache/cachedTFTPConfigStore.xml",
+        "config/Cache/cachedTFTPConfigStore.xml.temp",
         "config/Cache/cachedUrlProvisioningConfigStore.xml",
         "config/Cache/cachedUrlProvisioningConfigStore.xml.temp",
         "install/corvid-config-defaults.xml",
+        "install/corvid-config-defaults-backup.xml",
+        "install/corvid-config-defaults-backup-1.xml",
         INSTALLERS,
+        AUTHORITIES,
     };
     return all;
 }
@@ -114,6 +131,7 @@ const std::vector<std::string>& places() {
 /// The file is one that this system writes, and so through a link that its user has made.
 bool isWrittenThroughLinks(const std::string& place) {
     return place == "config/corvidLocalConfig.xml" || place == "config/Cache/cachedServer.xml" ||
+           place == "config/Cache/cachedTFTPConfigStore.xml" ||
            place == "config/Cache/cachedUrlProvisioningConfigStore.xml";
 }
 
@@ -138,24 +156,86 @@ std::string description(const std::string& folder, const std::vector<std::string
     return text;
 }
 
+/// Puts a damaged file where the next start sets it aside, and the backup of an earlier one if the place is that one's
+/// second name. @return what they hold.
+std::vector<std::string> damageWhatIsBackedUpAt(const std::string& place, const fakes::TemporaryDirectory& directory) {
+    const std::size_t end = place.find("-backup");
+    if (end == std::string::npos) {
+        return {};
+    }
+    const std::string stem = place.substr(0, end);
+    directory.write(stem + ".xml", "damaged");
+    if (place == stem + "-backup.xml") {
+        return {"damaged"};
+    }
+    directory.write(stem + "-backup.xml", "damaged earlier");
+    return {"damaged", "damaged earlier"};
+}
+
+/// Has the client fetch the server's file. @return false if its value is not answered then.
+bool fetch(Client& client) {
+    const auto transport = std::make_shared<fakes::ScriptedHttpTransport>();
+    client.useTransport(transport);
+    client.featureSet().setInMemoryConfig(L"HomeUdsVersion", L"12");
+    client.featureSet().setInMemoryConfig(L"TFTPPrimaryServer", L"one");
+    client.featureSet().startTftpConfigSource();
+    transport->deliver("<Corvid><group><OfServer>yes</OfServer></group></Corvid>");
+    client.settle();
+    std::wstring value;
+    return client.featureSet().getConfig(L"OfServer", value, false) && value == L"yes";
+}
+
+/// Exit statuses of a client's process.
+enum ClientsEnd : int { IN_ORDER, UNANSWERED, LOST };
+
+/// Asks a server that is vouched for by no authority of the file's.
+int askOverTls(const std::string& authorities) {
+    alarm(60);
+    const fakes::PlainNetwork network;
+    const callcontrol::Credentials credentials = callcontrol::CertificateAuthority().issue({{"127.0.0.1"}});
+    const fakes::ScriptedServer server([](fakes::ScriptedConnection& connection) { connection.respond(200, "yes"); },
+                                       {.certificate = credentials.certificate, .privateKey = credentials.privateKey});
+    platform::CurlTransport transport(authorities);
+    tessel::http::Response response;
+    const auto result = transport.send(tessel::http::Request(server.url()), response);
+    return result == HttpDownloader::HttpDownloadResultEnum::CertificateRejected ? IN_ORDER : UNANSWERED;
+}
+
+/// Whether each of them is what a regular file of the folder holds.
+bool areKept(const std::vector<std::string>& contents, const std::string& folder) {
+    return std::all_of(contents.begin(), contents.end(), [&](const std::string& bytes) {
+        return std::any_of(begin(fs::directory_iterator(folder)), fs::directory_iterator(), [&](const auto& entry) {
+            std::error_code unseen;
+            return entry.is_regular_file(unseen) && torture::bytesOf(entry.path()) == bytes;
+        });
+    });
+}
+
 /// Everything that a client does to its files, and a second start.
-int workOn(const Scene& scene) {
+/// @param keeps whether nothing is lost; asked before the client removes all files itself.
+int workOn(const Scene& scene, const std::function<bool()>& keeps) {
     alarm(60);  // a hang ends the process, and so the test
     const host::XmlDiagnostics quiet(host::XmlDiagnostics::Way::Discard);
+    bool isFetched = false;
     {
         Client client(scene);
+        isFetched = fetch(client);
         client.setUser(1);
         client.joinServer(1);
         client.takeLink(1);
     }
     Client client(scene);
+    isFetched = fetch(client) && isFetched;
     client.setUser(2);
     client.joinServer(2);
     client.takeLink(2);
+    if (!keeps()) {
+        return LOST;
+    }
     client.resetData();
     client.setUser(3);
     client.joinServer(3);
-    return client.answers().user == 3 && client.answers().server == 3 ? 0 : 1;
+    return isFetched && client.answers().user == 3 && client.answers().server == 3 ? IN_ORDER : UNANSWERED;
 }
 
 class Obstacles : public testing::Test {
@@ -172,6 +252,7 @@ protected:
         if (place != "config/Cache") {
             fs::create_directory(scene.config() + "/Cache");
         }
+        const std::vector<std::string> damaged = damageWhatIsBackedUpAt(place, directory);
         if (!obstacle.make(directory.path(place), outside)) {
             return false;
         }
@@ -184,14 +265,21 @@ protected:
             written = {"file.xml", "new.xml"};
         }
         if (place == "config/Cache") {
-            written = {"folder/cachedServer.xml", "folder/cachedUrlProvisioningConfigStore.xml"};
+            written = {"folder/cachedServer.xml", "folder/cachedTFTPConfigStore.xml",
+                       "folder/cachedUrlProvisioningConfigStore.xml"};
         }
         const std::string before = description(outside.path(), written);
-        const int status = support::runForked([&] { return workOn(scene); });
+        const std::string path = directory.path(place);
+        const auto keeps = [&] { return areKept(damaged, fs::path(path).parent_path()); };
+        const int status =
+            support::runForked([&] { return place == AUTHORITIES ? askOverTls(path) : workOn(scene, keeps); });
         const std::string what = std::string(obstacle.name) + " in the place of " + place;
         trial_.tried();
-        if (status != 0) {
-            trial_.lost(what + ": the client ended with " + std::to_string(status), directory.path());
+        if (status != IN_ORDER) {
+            trial_.lost(
+                what + ": " +
+                    (status == LOST ? "what was set aside is gone" : "the client ended with " + std::to_string(status)),
+                directory.path());
         }
         if (const std::string after = description(outside.path(), written); after != before) {
             trial_.lost(what + ": outside there was\n" + before + "and now there is\n" + after, outside.path());

@@ -1,5 +1,7 @@
 #include "impl/http/CertificateTrust.h"
 
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include <openssl/err.h>
@@ -57,7 +59,10 @@ CURLcode CertificateTrust::prepare(CURL*, void* context, void* peer) {
 
 void CertificateTrust::addAuthorities(SSL_CTX* context) {
     SSL_CTX_set_default_verify_paths(context);
-    const bool complete = caFile_.empty() || SSL_CTX_load_verify_file(context, caFile_.c_str()) == 1;
+    // A pipe would be waited for, once and for ever, by everybody's transfers, and a device need not end.
+    std::error_code unseen;
+    const bool complete = caFile_.empty() || (std::filesystem::is_regular_file(caFile_, unseen) &&
+                                              SSL_CTX_load_verify_file(context, caFile_.c_str()) == 1);
     ERR_clear_error();  // what is left there would count as a failure of the connection
     if (!complete && !warned_.exchange(true)) {
         TesselLog(logger(), 3, __FILE__, __LINE__, __func__, "No certificates can be read from: " + caFile_);

@@ -19,8 +19,8 @@ struct TlsPeer {
 /// Which certificates are trusted: those of the system's authorities, and a file of further ones. Any thread.
 class CertificateTrust {
 public:
-    /// @param caFile PEM; empty: none. Read anew at each connection. If it cannot be read, a level 3 line says so,
-    /// once.
+    /// @param caFile PEM; empty: none. Read anew at each connection. If it cannot be read, or is no regular file, a
+    /// level 3 line says so, once.
     explicit CertificateTrust(std::string caFile);
 
     CertificateTrust(const CertificateTrust&) = delete;

@@ -1,4 +1,5 @@
 #include <openssl/tls1.h>
+#include <sys/stat.h>
 
 #include <functional>
 #include <string>
@@ -117,6 +118,15 @@ TEST_F(TransferTls, WarnsOfAnExtraFileWithoutCertificates) {
     platform::CurlTransport transport(empty);
     EXPECT_EQ(download(transport, server.url()).result, CertificateRejected);
     EXPECT_EQ(log->count(3, "No certificates can be read from: " + empty), 1U);
+}
+
+TEST_F(TransferTls, WarnsOfAnExtraFileThatIsAPipeAndDoesNotWaitForIt) {
+    ScriptedServer server(answer, tls(authority.issue({{"127.0.0.1"}})));
+    const std::string pipe = directory.path("pipe.pem");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    platform::CurlTransport transport(pipe);
+    EXPECT_EQ(download(transport, server.url()).result, CertificateRejected);
+    EXPECT_EQ(log->count(3, "No certificates can be read from: " + pipe), 1U);
 }
 
 TEST_F(TransferTls, WarnsOfNothingWithoutAnExtraFile) {

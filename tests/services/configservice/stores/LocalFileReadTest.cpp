@@ -154,6 +154,16 @@ TEST_F(LocalFileReading, KeepsEachEarlierBackupUnderANumber) {
                                        "earlier backup file is kept as: " + path("local-backup-2.xml")}));
 }
 
+TEST_F(LocalFileReading, KeepsAnEarlierBackupUnderANumberThatNoLinkHas) {
+    std::filesystem::create_symlink(path("nothing"), path("local-backup-1.xml"));
+    write("local-backup.xml", "an earlier one");
+    write("local.xml", "not xml");
+    open();
+    EXPECT_EQ(read("local-backup-2.xml"), "an earlier one");
+    EXPECT_EQ(read("local-backup.xml"), "not xml");
+    EXPECT_FALSE(world_.directory().exists("nothing"));
+}
+
 TEST_F(LocalFileReading, LeavesAnInvalidFileWhereItIsIfAnEarlierBackupCannotBeKept) {
     std::filesystem::create_directory(path("local-backup.xml"));
     EXPECT_EQ(contents("not xml"), Map{});

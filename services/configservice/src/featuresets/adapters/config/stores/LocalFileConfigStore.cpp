@@ -1,5 +1,6 @@
 #include "stores/LocalFileConfigStore.h"
 
+#include <cerrno>
 #include <memory>
 #include <utility>
 
@@ -35,10 +36,13 @@ std::string backupNameOf(const std::string& fileName) {
 bool moveToFreeName(const std::string& path, const std::string& backup, const char* function, const char* file) {
     const std::string stem = backup.substr(0, backup.rfind('.'));
     std::string kept;
-    for (int number = 1; kept.empty() || FileUtils::fileExists(kept); ++number) {
+    // A link that leads nowhere does not exist for whoever looks, but its name is not free.
+    int error = EEXIST;
+    for (int number = 1; error == EEXIST; ++number) {
         kept = stem + "-" + std::to_string(number) + ".xml";
+        error = FileUtils::fileExists(kept) ? EEXIST : FileUtils::moveFile(path, kept, true);
     }
-    if (FileUtils::moveFile(path, kept, true) != 0) {
+    if (error != 0) {
         return false;
     }
     TesselLog(logger(), 3, __FILE__, __LINE__, function, std::string(file) + " is kept as: " + kept);
