@@ -89,7 +89,10 @@ std::string whatIsUnanswered(Client& client, const Input& other, const std::stri
     if (isVersion && transport->sentUrls().empty()) {
         return "no version was asked for";
     }
-    const bool arrives = transport->deliver(other.name == downloaded.name ? contents : downloaded.contents);
+    const std::string& sent = other.name == downloaded.name ? contents : downloaded.contents;
+    // The transport itself takes an answer without a body for a failure.
+    const bool arrives =
+        sent.empty() ? transport->fail(HttpDownloader::HttpDownloadResultEnum::BodyEmpty) : transport->deliver(sent);
     // Without a version there is no download.
     if (!arrives && !isVersion) {
         return "no file was asked for";
