@@ -184,10 +184,11 @@ public:
 
     const Scene& old() const { return old_; }
 
-    /// @param kept what must be in the user's file, or in one that was set aside, after each of them.
+    /// @param kept what must be in the user's file, or in one that was set aside, after each of them, and after the
+    /// write that follows: there, the values of a whole file will do.
     void tryAllFailures(const std::vector<std::string>& kept) {
         scene_.copyFrom(old_);
-        const std::vector<Call> calls = runTraced(scene_.folder(), [this] { return start(); }, {}).calls;
+        const std::vector<Call> calls = runTraced(scene_.folder(), [&] { return start(kept); }, {}).calls;
         for (std::size_t call = 0; call < calls.size(); ++call) {
             for (const Failure& failure : allFailures()) {
                 if (failure.fault.kind == Fault::Kind::Fail && trial_.picks(60, calls.size() * 14)) {
@@ -198,11 +199,30 @@ public:
     }
 
 private:
-    int start() const {
+    static constexpr int lostByTheStart = 10;
+    static constexpr int lostByTheWrite = 11;
+
+    /// In the traced process: a start under the fault, and a write to a disk that is in order again.
+    int start(const std::vector<std::string>& kept) const {
         markBegin();
-        const Client client(scene_);
+        Client client(scene_);
         markEnd();
-        return 0;
+        if (!keepsAll(kept)) {
+            return lostByTheStart;
+        }
+        client.touchUser();
+        return keepsAll(kept) || States::of(scene_).user == stateBefore ? 0 : lostByTheWrite;
+    }
+
+    bool keepsAll(const std::vector<std::string>& kept) const {
+        return std::all_of(kept.begin(), kept.end(), [&](auto& bytes) { return scene_.keeps(bytes); });
+    }
+
+    static const char* nameOfEnd(int status) {
+        return status == lostByTheStart ? "the user's file is gone"
+               : status == lostByTheWrite
+                   ? "the next write has replaced the user's file, and nothing holds what it held"
+                   : "the process has died";
     }
 
     void tryFailure(Failure failure, const std::vector<Call>& calls, std::size_t call,
@@ -210,12 +230,11 @@ private:
         scene_.copyFrom(old_);
         failure.fault.at = call;
         const Traced traced = runTraced(
-            scene_.folder(), [this] { return start(); }, failure.fault);
+            scene_.folder(), [&] { return start(kept); }, failure.fault);
         trial_.tried(traced.faultCame ? 1 : 0);
-        const bool isLost = std::any_of(kept.begin(), kept.end(), [&](auto& bytes) { return !scene_.keeps(bytes); });
-        if (traced.status != 0 || isLost) {
+        if (traced.status != 0) {
             trial_.lost(failure.name + " at call " + std::to_string(call) + " of a start, " + calls[call].name + " " +
-                            calls[call].path,
+                            calls[call].path + ": " + nameOfEnd(traced.status),
                         scene_.folder());
         }
     }

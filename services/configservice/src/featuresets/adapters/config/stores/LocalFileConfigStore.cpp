@@ -1,7 +1,9 @@
 #include "stores/LocalFileConfigStore.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 #include "ConfigStoreConstants.h"
@@ -52,6 +54,12 @@ bool moveToFreeName(const std::string& path, const std::string& backup, const ch
 /// @return false if a backup that is there would be lost.
 bool keepEarlierBackup(const std::string& path) {
     return !FileUtils::fileExists(path) || moveToFreeName(path, path, "readFromFile", "earlier backup file");
+}
+
+/// False only if the disk says that there is no such file, rather than not letting it be looked at.
+bool mayBeThere(const std::string& path) {
+    std::error_code unseen;
+    return std::filesystem::status(path, unseen).type() != std::filesystem::file_type::not_found;
 }
 
 /// @return false if characters were replaced.
@@ -140,7 +148,7 @@ void LocalFileConfigStore::persistValues() {
         Document document = composeDocument();
         const std::uint64_t change = document.change;
         createConfigDirectory();
-        keepInvalidFile();
+        keepUnreadFile();
         if (!writeFile(std::move(document))) {
             return;
         }
@@ -207,6 +215,7 @@ bool LocalFileConfigStore::readFromFile() {
     if (!FileUtils::fileExists(filePath())) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
                   L"Read config FAILED, config file doesn't exist: " + QuillCoreUtils::toWideString(filePath()));
+        unreadFileIsInPlace_ = mayBeThere(filePath());
         return false;
     }
     const FileStamp stamp = values_.size() == 0 ? FileStamp::beforeReading(filePath()) : FileStamp();
@@ -252,15 +261,15 @@ void LocalFileConfigStore::setInvalidFileAside() {
     if (!keepEarlierBackup(backupPath) || FileUtils::moveFile(filePath(), backupPath, true) != 0) {
         TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
                   L"error creating backup file: " + QuillCoreUtils::toWideString(backupPath));
-        invalidFileIsInPlace_ = true;
+        unreadFileIsInPlace_ = true;
     }
 }
 
-void LocalFileConfigStore::keepInvalidFile() {
-    if (invalidFileIsInPlace_ && FileUtils::fileExists(filePath())) {
+void LocalFileConfigStore::keepUnreadFile() {
+    if (unreadFileIsInPlace_ && FileUtils::fileExists(filePath())) {
         moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
     }
-    invalidFileIsInPlace_ = false;
+    unreadFileIsInPlace_ = false;
 }
 
 void LocalFileConfigStore::createConfigDirectory() {

@@ -76,7 +76,7 @@ public:
     /// Adds the file's entries to the values that are there; the first entry of a key stays. A file that is no
     /// well-formed document is moved aside: its name's last extension becomes "-backup.xml". A backup of that name that
     /// is there already becomes "-backup-1.xml", or the first higher number that is free. If the file cannot be moved,
-    /// the next write moves it to such a number before it writes over it.
+    /// or the disk does not let it be looked at, the next write moves it to such a number before it writes over it.
     /// @return false if there is no file.
     bool readFromFile();
 
@@ -98,7 +98,7 @@ private:
     void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void setInvalidFileAside() TESSEL_REQUIRES(fileMutex_);
     /// Tries once more what has failed, under another name, before the file is written over.
-    void keepInvalidFile() TESSEL_REQUIRES(fileMutex_);
+    void keepUnreadFile() TESSEL_REQUIRES(fileMutex_);
     void createConfigDirectory();
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
@@ -126,7 +126,7 @@ private:
     tessel::Mutex fileMutex_{LockRanks::STORE_FILE};
     bool destroyed_ TESSEL_GUARDED_BY(fileMutex_) = false;
     FileStamp writtenFile_ TESSEL_GUARDED_BY(fileMutex_);
-    bool invalidFileIsInPlace_ TESSEL_GUARDED_BY(fileMutex_) = false;
+    bool unreadFileIsInPlace_ TESSEL_GUARDED_BY(fileMutex_) = false;
 
     tessel::Mutex mutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;
