@@ -26,16 +26,29 @@ const std::vector<std::wstring>& Deeds::keys() {
     return keys;
 }
 
-const std::vector<Deeds::Share>& Deeds::shares() {
-    static const std::vector<Share> shares = {
-        {30, &Deeds::readValue},         {4, &Deeds::readStores},      {16, &Deeds::writeUserValue},
-        {3, &Deeds::writeUserValues},    {6, &Deeds::writeInMemory},   {4, &Deeds::resetValue},
-        {2, &Deeds::markSensitive},      {8, &Deeds::addStore},        {5, &Deeds::removeStore},
-        {1, &Deeds::removeCachedStores}, {3, &Deeds::startOrStop},     {3, &Deeds::startOrStopDownloads},
-        {4, &Deeds::changeServer},       {3, &Deeds::forceDownload},   {2, &Deeds::refresh},
-        {2, &Deeds::provision},          {2, &Deeds::changeTelephony}, {1, &Deeds::changeProfile},
-        {1, &Deeds::resetData},          {1, &Deeds::powerDown},
-    };
+const Deeds::Shares& Deeds::shares() {
+    static const Shares shares = {{
+        {30, &Deeds::readValue, "readValue"},
+        {4, &Deeds::readStores, "readStores"},
+        {16, &Deeds::writeUserValue, "writeUserValue"},
+        {3, &Deeds::writeUserValues, "writeUserValues"},
+        {6, &Deeds::writeInMemory, "writeInMemory"},
+        {4, &Deeds::resetValue, "resetValue"},
+        {2, &Deeds::markSensitive, "markSensitive"},
+        {8, &Deeds::addStore, "addStore"},
+        {5, &Deeds::removeStore, "removeStore"},
+        {1, &Deeds::removeCachedStores, "removeCachedStores"},
+        {3, &Deeds::startOrStop, "startOrStop"},
+        {3, &Deeds::startOrStopDownloads, "startOrStopDownloads"},
+        {4, &Deeds::changeServer, "changeServer"},
+        {3, &Deeds::forceDownload, "forceDownload"},
+        {2, &Deeds::refresh, "refresh"},
+        {2, &Deeds::provision, "provision"},
+        {2, &Deeds::changeTelephony, "changeTelephony"},
+        {1, &Deeds::changeProfile, "changeProfile"},
+        {1, &Deeds::resetData, "resetData"},
+        {1, &Deeds::powerDown, "powerDown"},
+    }};
     return shares;
 }
 
@@ -47,11 +60,21 @@ void Deeds::doOne() {
     std::uint64_t choice = below(all);
     for (const Share& share : shares()) {
         if (choice < share.of) {
+            share.done.fetch_add(1, std::memory_order_relaxed);
             (this->*share.deed)();
             return;
         }
         choice -= share.of;
     }
+}
+
+std::uint64_t Deeds::done(const std::string& name) {
+    for (const Share& share : shares()) {
+        if (share.name == name) {
+            return share.done;
+        }
+    }
+    return 0;
 }
 
 const std::wstring& Deeds::key() { return keys()[below(keys().size())]; }

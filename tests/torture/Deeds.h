@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -20,6 +22,9 @@ public:
     /// One of them: reads, writes, adds, removes, starts, stops, refreshes, downloads, provisions, resets.
     void doOne();
 
+    /// How often this process has begun one, on any thread. @param name of the function; 0 for one that there is not.
+    static std::uint64_t done(const std::string& name);
+
     std::uint64_t below(std::uint64_t limit) {
         return std::uniform_int_distribution<std::uint64_t>(0, limit - 1)(random_);
     }
@@ -31,8 +36,11 @@ private:
     struct Share {
         std::uint64_t of;  ///< all deeds together
         Deed deed;
+        std::string name;
+        mutable std::atomic<std::uint64_t> done = 0;
     };
-    static const std::vector<Share>& shares();
+    using Shares = std::array<Share, 20>;
+    static const Shares& shares();
 
     void readValue();
     void readStores();

@@ -1,8 +1,13 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -88,6 +93,21 @@ std::int64_t countOnDisk(const fakes::TemporaryDirectory& directory) {
     return store.getValue(COUNT_KEY, value) ? QuillCoreUtils::toInt(value, -1) : 0;
 }
 
+/// Lets no file of a folder be replaced while it lives.
+class HeldFolder {
+public:
+    explicit HeldFolder(const std::string& path) : descriptor_(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        EXPECT_EQ(flock(descriptor_, LOCK_EX), 0) << path;
+    }
+    ~HeldFolder() { close(descriptor_); }
+
+    HeldFolder(const HeldFolder&) = delete;
+    HeldFolder& operator=(const HeldFolder&) = delete;
+
+private:
+    const int descriptor_;
+};
+
 class PowerDowns : public testing::Test {
 protected:
     PowerDowns() { logind_.own(support::BusClient::LOGIND); }
@@ -118,6 +138,28 @@ protected:
         acknowledged_ += onDisk;
     }
 
+    /// What is on disk a moment after the machine goes on may have got there too late: nothing may be let go of while
+    /// nothing can get there.
+    void powerDownWhileNothingCanBeWritten() {
+        const fakes::TemporaryDirectory directory;
+        host::ReferenceHost host(hostOn(directory, bus_));
+        ASSERT_TRUE(host.start()) << host.failure();
+        const support::LentDelay delay = logind_.lendDelay();
+        std::filesystem::create_directories(directory.path("config"));
+        {
+            const HeldFolder held(directory.path("config"));
+            host.runOnDispatcher([&] { host.service()->setConfig(COUNT_KEY, L"1"); });
+            logind_.emit({"PrepareForShutdown"});
+            // By then it has heard of it, as a rule, and waits for the folder.
+            trial_.passUpTo(std::chrono::milliseconds(20));
+            if (!delay.isHeld()) {
+                trial_.lost("the machine went on before the value could be written", directory.path("config"));
+            }
+        }
+        delay.waitForItsEnd();
+        EXPECT_EQ(countOnDisk(directory), 1);
+    }
+
     void tellTheLongest() {
         using Milliseconds = std::chrono::duration<double, std::milli>;
         const std::string text = "the longest held the machine up for " +
@@ -139,6 +181,7 @@ TEST_F(PowerDowns, WaitUntilWhatWasAcknowledgedIsOnDisk) {
     while (trial_.nextRound()) {
         trial_.tried();
         ASSERT_NO_FATAL_FAILURE(powerDownWhileValuesAreSet());
+        ASSERT_NO_FATAL_FAILURE(powerDownWhileNothingCanBeWritten());
     }
     tellTheLongest();
     EXPECT_GT(acknowledged_, 0);

@@ -253,6 +253,17 @@ const char* nameOfBuild() {
     return "";
 }
 
+/// A deed that is never done would be missed by nobody.
+void expectEveryDeed() {
+    for (const char* const name :
+         {"readValue",   "readStores",           "writeUserValue", "writeUserValues", "writeInMemory",
+          "resetValue",  "markSensitive",        "addStore",       "removeStore",     "removeCachedStores",
+          "startOrStop", "startOrStopDownloads", "changeServer",   "forceDownload",   "refresh",
+          "provision",   "changeTelephony",      "changeProfile",  "resetData",       "powerDown"}) {
+        EXPECT_GT(Deeds::done(name), 0U) << name;
+    }
+}
+
 TEST(Stress, OfEightThreadsEndsInOrderAndLeavesNothingBehind) {
     // Half a minute where somebody looks on who knows data races. What takes a tenth of the rounds with a sanitizer is
     // not meant here.
@@ -275,6 +286,7 @@ TEST(Stress, OfEightThreadsEndsInOrderAndLeavesNothingBehind) {
         }
     }
     harvest.expectSome();
+    expectEveryDeed();
 }
 
 class WatchdogDeathTest : public testing::Test {};
