@@ -148,6 +148,31 @@ std::vector<std::filesystem::path> allPages() {
     return pages;
 }
 
+/// A line "PLACE NAME" for each lock of a text in which all are told by a place, a text and a name, and then another.
+std::string locksOf(const std::string& text, const std::string& before, const std::string& between,
+                    const std::string& behind) {
+    std::string locks;
+    for (std::size_t begin = text.find(before); begin != std::string::npos; begin = text.find(before, begin + 1)) {
+        const std::size_t place = text.find_first_of("0123456789", begin);
+        const std::size_t name = text.find(between, place);
+        const std::size_t end = text.find(behind, name + between.size());
+        locks +=
+            text.substr(place, name - place) + " " + text.substr(name + between.size(), end - name - between.size());
+        locks += "\n";
+    }
+    return locks;
+}
+
+TEST(PageOfArchitecture, HasEveryLockInItsPlace) {
+    const std::string page = readPage("docs/architecture.md");
+    const std::size_t begin = page.find("|---|", page.find("\n## Locks, in their order\n"));
+    const std::string table = page.substr(begin, page.find("\n\n", begin) - begin);
+    const std::string ranks = readPage("services/configservice/src/featuresets/adapters/config/LockRanks.h");
+    const std::string locks = locksOf(ranks, "constexpr LockRank ", ", \"", "\"};");
+    EXPECT_THAT(locks, testing::StartsWith("10 the feature set's lifecycle\n"));
+    EXPECT_EQ(locksOf(table, "\n| ", " | ", " |"), locks);
+}
+
 TEST(Pages, HaveNoCommandsThatNoTestRuns) {
     std::vector<std::string> withCommands;
     for (const std::filesystem::path& page : allPages()) {

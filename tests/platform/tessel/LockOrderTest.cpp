@@ -8,6 +8,11 @@
 #include "tessel/Mutex.h"
 #include "tessel/RWLock.h"
 
+// Otherwise the tests of the order would vanish together with what they test.
+#if defined(NDEBUG) == defined(TESSEL_CHECKS_LOCK_ORDER)
+#error "builds for development check the order of locks, and no others"
+#endif
+
 namespace tessel {
 namespace {
 
