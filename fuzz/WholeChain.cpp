@@ -1,9 +1,9 @@
 // Any bytes as the documents of a client and as what is done with it: the module starts over the documents, takes the
 // steps, and after each of them answers and tells what the model of the chain says.
 //
-// An input is in six parts, with the byte 0x1F between them, which no document may hold: the steps, the override file,
-// the user's file, what a provisioning link has left, the installer's properties, the defaults. A part that is empty or
-// left out is a missing file. Each byte of the steps is one choice.
+// An input is in seven parts, with the byte 0x1F between them, which no document may hold: the steps, the override
+// file, the user's file, what a provisioning link has left, the installer's properties, the defaults, the copy of a
+// server's file. A part that is empty or left out is a missing file. Each byte of the steps is one choice.
 
 #include <algorithm>
 #include <cstddef>
@@ -22,9 +22,12 @@ namespace {
 
 constexpr char separator = 0x1F;
 constexpr std::size_t mostSteps = 30;
-constexpr const char* files[] = {"config/corvid-config-user.xml", "config/corvidLocalConfig.xml",
-                                 "config/Cache/cachedUrlProvisioningConfigStore.xml", "install/bootstrap.properties",
-                                 "install/corvid-config-defaults.xml"};
+constexpr const char* files[] = {"config/corvid-config-user.xml",
+                                 "config/corvidLocalConfig.xml",
+                                 "config/Cache/cachedUrlProvisioningConfigStore.xml",
+                                 "install/bootstrap.properties",
+                                 "install/corvid-config-defaults.xml",
+                                 "config/Cache/cachedTFTPConfigStore.xml"};
 
 /// Takes the text up to the next separator off the rest.
 std::string_view takePart(std::string_view& rest) {
