@@ -5,7 +5,7 @@
 namespace simulation {
 
 std::vector<std::uint64_t> campaignSeeds(std::uint64_t first, std::size_t count) {
-    if (const char* const seed = std::getenv("CORVID_SEED")) {
+    if (const char* const seed = std::getenv("CORVID_TEST_SEED")) {
         return {std::strtoull(seed, nullptr, 10)};
     }
     std::vector<std::uint64_t> seeds(count);

@@ -8,7 +8,7 @@
 
 namespace simulation {
 
-/// The seeds of a campaign: CORVID_SEED alone if it is set, and otherwise count seeds from the first one on.
+/// The seeds of a campaign: CORVID_TEST_SEED alone if it is set, and otherwise count seeds from the first one on.
 std::vector<std::uint64_t> campaignSeeds(std::uint64_t first, std::size_t count);
 
 /// Where a sequence went wrong.
@@ -57,7 +57,7 @@ std::string reportOfFailure(const std::vector<Step>& steps, const FirstDifferenc
 template <typename Step, typename FirstDifference>
 std::string reportOfFailure(std::uint64_t seed, const std::vector<Step>& steps,
                             const FirstDifference& firstDifference) {
-    return "CORVID_SEED=" + std::to_string(seed) + " " + reportOfFailure(steps, firstDifference);
+    return "CORVID_TEST_SEED=" + std::to_string(seed) + " " + reportOfFailure(steps, firstDifference);
 }
 
 }  // namespace simulation

@@ -301,7 +301,7 @@ void expectWholeFiles(DownloadRound& round) {
 TEST(TheRemoteStore, ComesToRestOnceAllThreadsAreQuiet) {
     Harvest harvest;
     for (const std::uint64_t seed : campaignSeeds(600001, sequences(100))) {
-        SCOPED_TRACE("CORVID_SEED=" + std::to_string(seed));
+        SCOPED_TRACE("CORVID_TEST_SEED=" + std::to_string(seed));
         DownloadRound round(seed, {});
         expectWholeFiles(round);
         harvest.add(round);
@@ -315,7 +315,7 @@ TEST(TheRemoteStore, ComesToRestOnceAllThreadsAreQuiet) {
 TEST(TheRemoteStore, ComesToRestOrStallsWhileTheVersionComesAndGoes) {
     Harvest harvest;
     for (const std::uint64_t seed : campaignSeeds(700001, sequences(100))) {
-        SCOPED_TRACE("CORVID_SEED=" + std::to_string(seed));
+        SCOPED_TRACE("CORVID_TEST_SEED=" + std::to_string(seed));
         DownloadRound round(seed, {.versionsComeAndGo = true});
         expectWholeFiles(round);
         harvest.add(round);
@@ -327,7 +327,7 @@ TEST(TheRemoteStore, ComesToRestOrStallsWhileTheVersionComesAndGoes) {
 TEST(TheRemoteStore, ComesToTheNewestDetailsInWhateverOrderThePoolWorks) {
     Harvest harvest;
     for (const std::uint64_t seed : campaignSeeds(800001, sequences(100))) {
-        SCOPED_TRACE("CORVID_SEED=" + std::to_string(seed));
+        SCOPED_TRACE("CORVID_TEST_SEED=" + std::to_string(seed));
         DownloadRound round(seed, {.forces = false});
         expectWholeFiles(round);
         harvest.add(round);

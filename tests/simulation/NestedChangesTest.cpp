@@ -16,7 +16,7 @@ namespace {
 const std::vector<std::wstring> plainKeys = {L"Theme", L"THEME", L"language", L"Beta_Feature", L"configurationfile"};
 
 std::string printableSteps(std::uint64_t seed, const std::vector<Step>& steps, std::size_t count) {
-    std::string text = "CORVID_SEED=" + std::to_string(seed) + "\n";
+    std::string text = "CORVID_TEST_SEED=" + std::to_string(seed) + "\n";
     for (std::size_t index = 0; index < count; ++index) {
         text += "    " + describe(steps[index]) + "\n";
     }

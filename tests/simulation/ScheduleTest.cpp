@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <utility>
@@ -9,6 +11,8 @@
 #include "Campaign.h"
 #include "ScheduleGenerator.h"
 #include "ScheduledWorld.h"
+#include "fakes/TemporaryDirectory.h"
+#include "support/ForkedChild.h"
 
 namespace simulation {
 namespace {
@@ -66,23 +70,79 @@ const std::vector<std::string> LANDMARKS = {
     "processes that went on with another's files",
 };
 
+/// Tries schedules until the trial is over, or one of them fails. The first one is that of the run's seed: a seed that
+/// was printed for a failure, or was left by a process that died, replays its schedule at once.
+/// @param firstDifference gives an optional Difference for a schedule, none if it passes.
+/// @return the schedule that failed, no step if none did; and its seed.
+template <typename FirstDifference>
+std::pair<std::vector<ScheduleStep>, unsigned> firstFailure(torture::Trial& trial,
+                                                            const FirstDifference& firstDifference) {
+    for (unsigned seed = trial.seed(); trial.nextRound(); ++seed) {
+        trial.begin(seed);
+        trial.tried();
+        std::vector<ScheduleStep> steps =
+            ScheduleGenerator(seed).schedule(FEWEST_STEPS + seed % (MOST_STEPS - FEWEST_STEPS + 1));
+        if (firstDifference(steps)) {
+            return {std::move(steps), seed};
+        }
+    }
+    return {};
+}
+
 TEST(Schedules, LoseNothingAndTellAllInWhateverOrderTheThreadsTakeTheirSteps) {
     torture::Trial trial("schedules", "schedules", SCHEDULES_IN_CHECK, SCHEDULES);
     ScheduleTally tally;
-    // The first schedule is that of the run's seed: a seed that is printed for a failure replays it at once.
-    for (unsigned seed = trial.seed(); trial.nextRound(); ++seed) {
-        trial.tried();
-        const std::vector<ScheduleStep> steps =
-            ScheduleGenerator(seed).schedule(FEWEST_STEPS + seed % (MOST_STEPS - FEWEST_STEPS + 1));
-        if (firstDifferenceOf(steps, tally)) {
-            trial.lost(reportOfSchedule(steps), "", seed);
-            return;
-        }
+    const auto [steps, seed] =
+        firstFailure(trial, [&](const std::vector<ScheduleStep>& some) { return firstDifferenceOf(some, tally); });
+    if (!steps.empty()) {
+        trial.lost(reportOfSchedule(steps), "", seed);
+        return;
     }
     for (const std::string& landmark : LANDMARKS) {
         EXPECT_GT(tally[landmark], 0U) << landmark;
         RecordProperty(landmark, std::to_string(tally[landmark]));
     }
+}
+
+std::string described(const std::vector<ScheduleStep>& steps) {
+    std::string text;
+    for (const ScheduleStep& step : steps) {
+        text += describe(step) + "\n";
+    }
+    return text;
+}
+
+/// Tries schedules in a process of its own, which writes each of them into a file and dies in the middle of one.
+/// @param number which of them it is. @param seed the run's, as CORVID_TEST_SEED has it; a random one if it is empty.
+void dieInASchedule(const fakes::TemporaryDirectory& directory, int number, const std::string& seed = "") {
+    const int status = support::runForked([&] {
+        if (!seed.empty()) {
+            setenv("CORVID_TEST_SEED", seed.c_str(), 1);
+        }
+        setenv("CORVID_TORTURE_KEEP", directory.path().c_str(), 1);
+        torture::Trial trial("dying", "schedules", 100, 100);
+        firstFailure(trial, [&](const std::vector<ScheduleStep>& steps) {
+            directory.write("schedule", described(steps));
+            if (--number == 0) {
+                raise(SIGKILL);
+            }
+            return std::optional<Difference>();
+        });
+        return 0;
+    });
+    EXPECT_EQ(status, 128 + SIGKILL);
+}
+
+TEST(CampaignOfSchedules, LeavesTheSeedOfTheScheduleInWhichTheProcessDied) {
+    const fakes::TemporaryDirectory directory;
+    dieInASchedule(directory, 3);
+    const std::string schedule = directory.read("schedule");
+    const std::string left = directory.read("dying-under-way");
+    ASSERT_TRUE(left.starts_with("CORVID_TEST_SEED=")) << left;
+
+    dieInASchedule(directory, 1, left.substr(left.find('=') + 1));
+    EXPECT_EQ(directory.read("schedule"), schedule);
+    EXPECT_EQ(directory.read("dying-under-way"), left);
 }
 
 }  // namespace

@@ -158,7 +158,7 @@ TEST(TheModule, TellsClientsInTheOrderOfTheChainWhateverThreadsChangeIt) {
     for (const std::uint64_t seed : campaignSeeds(300001, sequences(60))) {
         Round round(seed);
         const auto difference = round.difference();
-        ASSERT_FALSE(difference) << "CORVID_SEED=" << seed << "\n" << *difference;
+        ASSERT_FALSE(difference) << "CORVID_TEST_SEED=" << seed << "\n" << *difference;
     }
 }
 
@@ -166,7 +166,7 @@ TEST(TheModule, HoldsTheChainsAnswersOnceAllThreadsAreQuiet) {
     for (const std::uint64_t seed : campaignSeeds(400001, sequences(60))) {
         Round round(seed);
         const auto difference = round.differenceFromChain();
-        ASSERT_FALSE(difference) << "CORVID_SEED=" << seed << "\n" << *difference;
+        ASSERT_FALSE(difference) << "CORVID_TEST_SEED=" << seed << "\n" << *difference;
     }
 }
 

@@ -11,7 +11,7 @@ inline unsigned seedOfThisRun() {
     const char* const given = std::getenv("CORVID_TEST_SEED");
     const unsigned seed =
         given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
-    std::cout << "CORVID_TEST_SEED=" << seed << "\n";
+    std::cout << "CORVID_TEST_SEED=" << seed << std::endl;
     return seed;
 }
 

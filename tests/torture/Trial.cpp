@@ -1,6 +1,8 @@
 #include "Trial.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -51,9 +53,17 @@ Trial::Trial(std::string name, std::string unit, std::uint64_t shortRounds, std:
     if (const std::string minutes = setting("CORVID_TORTURE_MINUTES"); !minutes.empty()) {
         minutes_ = std::stod(minutes);
     }
+    if (const std::string file = fileWhileUnderWay(); !file.empty()) {
+        underWay_ = open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        begin(seed_);
+    }
 }
 
 Trial::~Trial() {
+    if (underWay_ >= 0) {
+        close(underWay_);
+        unlink(fileWhileUnderWay().c_str());
+    }
     const std::string table = setting("CORVID_TORTURE_TABLE");
     if (!table.empty()) {
         std::ofstream(table, std::ios::app)
@@ -65,6 +75,23 @@ bool Trial::isLong() { return !setting("CORVID_TORTURE_TABLE").empty(); }
 
 std::chrono::nanoseconds Trial::longest(std::chrono::nanoseconds promised) {
     return isLong() ? promised : std::chrono::seconds(10);
+}
+
+std::string Trial::fileWhileUnderWay() const {
+    const std::string keep = setting("CORVID_TORTURE_KEEP");
+    return keep.empty() ? "" : keep + "/" + name_ + "-under-way";
+}
+
+void Trial::begin(unsigned seed) {
+    if (underWay_ < 0) {
+        return;
+    }
+    const std::string text = "CORVID_TEST_SEED=" + std::to_string(seed) + "\n";
+    // One write for each try, and none that a disk is asked to take at once: the file is shortened afterwards only.
+    if (pwrite(underWay_, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size()) ||
+        ftruncate(underWay_, static_cast<off_t>(text.size())) != 0) {
+        ADD_FAILURE() << fileWhileUnderWay() << " cannot be written";
+    }
 }
 
 bool Trial::timeIsLeft() const {

@@ -16,14 +16,16 @@ void keepFiles(const std::string& folder, const std::string& target);
 ///   CORVID_TORTURE_ROUNDS   rounds instead of the short number
 ///   CORVID_TORTURE_MINUTES  rounds until that time has passed
 ///   CORVID_TORTURE_TABLE    file to which the row is added: "name<TAB>unit<TAB>tried<TAB>lost<TAB>seed<TAB>remark"
-///   CORVID_TORTURE_KEEP     folder in which the files of what was lost are kept
+///   CORVID_TORTURE_KEEP     folder in which the files of what was lost are kept; while a trial is under way
+///   NAME-under-way
+///                           in it has the seed of its try, and stays there if the process dies
 class Trial {
 public:
     /// @param name of the row. @param unit what is counted. @param shortRounds for a quick run, a tenth of them where a
     /// sanitizer makes each one dear. @param longRounds for a long one of which nothing else is said.
     Trial(std::string name, std::string unit, std::uint64_t shortRounds = 1, std::uint64_t longRounds = 1);
 
-    /// Writes the row, if there is a table.
+    /// Writes the row, if there is a table, and removes the file that says that it is under way.
     ~Trial();
 
     Trial(const Trial&) = delete;
@@ -38,6 +40,10 @@ public:
 
     /// Begins a round, unless there have been enough, or something was lost: the files are kept as they are then.
     bool nextRound();
+
+    /// Begins a try that has a seed of its own, for a process that dies in it to leave that one behind.
+    /// @param seed with which a run begins with this very try.
+    void begin(unsigned seed);
 
     /// Counts tries.
     void tried(std::uint64_t count = 1) { tried_ += count; }
@@ -70,6 +76,7 @@ public:
 
 private:
     bool timeIsLeft() const;
+    std::string fileWhileUnderWay() const;
 
     const std::string name_;
     const std::string unit_;
@@ -82,6 +89,7 @@ private:
     std::uint64_t tried_ = 0;
     std::uint64_t lost_ = 0;
     std::string remark_;
+    int underWay_ = -1;  ///< the file that says so, open: a campaign begins thousands of tries in a second
 };
 
 }  // namespace torture

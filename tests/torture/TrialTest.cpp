@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -13,6 +15,7 @@
 #include "fakes/TemporaryDirectory.h"
 #include "simulation/Sanitized.h"
 #include "support/ForkedChild.h"
+#include "support/Seed.h"
 
 namespace torture {
 namespace {
@@ -58,6 +61,38 @@ TEST(Trial, KeepsEveryFileOfWhatWasLostThatCanBeCopied) {
     EXPECT_EQ(std::filesystem::read_symlink(directory.path("kept/files/link")), "nowhere");
     keepFiles("", directory.path("nothing"));
     EXPECT_TRUE(std::filesystem::is_empty(directory.path("nothing")));
+}
+
+TEST(Trial, LeavesTheSeedOfItsTryOnlyIfTheProcessDies) {
+    const fakes::TemporaryDirectory directory;
+    const auto tryOnce = [&directory](bool dies) {
+        return support::runForked([&directory, dies] {
+            setenv("CORVID_TORTURE_KEEP", directory.path().c_str(), 1);
+            Trial trial("trial", "tries");
+            trial.begin(4000000000);
+            trial.begin(4711);
+            return dies ? raise(SIGKILL) : 0;
+        });
+    };
+    EXPECT_EQ(tryOnce(true), 128 + SIGKILL);
+    EXPECT_EQ(directory.read("trial-under-way"), "CORVID_TEST_SEED=4711\n");
+    EXPECT_EQ(tryOnce(false), 0);
+    EXPECT_FALSE(directory.exists("trial-under-way"));
+}
+
+TEST(Seed, IsInALogThatTheDyingProcessNeverCloses) {
+    const fakes::TemporaryDirectory directory;
+    const int status = support::runForked([&directory] {
+        std::fflush(nullptr);
+        if (std::freopen(directory.path("log").c_str(), "w", stdout) == nullptr) {
+            return 1;
+        }
+        setenv("CORVID_TEST_SEED", "4711", 1);
+        support::seedOfThisRun();
+        return raise(SIGKILL);
+    });
+    EXPECT_EQ(status, 128 + SIGKILL);
+    EXPECT_EQ(directory.read("log"), "CORVID_TEST_SEED=4711\n");
 }
 
 TEST(Trial, HoldsALongRunToWhatIsPromisedAndAQuickOneToNoHang) {

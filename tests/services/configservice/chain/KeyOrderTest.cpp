@@ -71,6 +71,8 @@ void expectTheOrderOfWholeKeys(const std::wstring& letters) {
 
 TEST(KeyOrder, IsThatOfWholeKeysInAscii) { expectTheOrderOfWholeKeys(L"aAbBmMzZ_@[`{019~ "); }
 
+TEST(KeyOrder, IsThatOfWholeKeysWithZeros) { expectTheOrderOfWholeKeys(std::wstring(L"aAmM_") + L'\0'); }
+
 TEST(KeyOrder, IsThatOfWholeKeysInAnyScript) {
     expectTheOrderOfWholeKeys(std::wstring(L"aAmMkKsS_\u00e9\u00c9\u212a\u017f\u0130\U0001F600") + L'\0');
 }
@@ -81,7 +83,7 @@ TEST(KeyOrder, LeavesKeysThatDifferOnlyInCaseAsTheyStand) {
 }
 
 TEST(KeyOrder, LeavesAloneWhatIsBeforeTheFirst) {
-    std::vector<Ordered> items{{L"z", L"1"}, {L"y", L"2"}, {L"c", L"3"}, {L"b", L"4"}, {L"a", L"5"}};
+    std::vector<Ordered> items{{L"b", L"1"}, {L"a", L"2"}, {L"e", L"3"}, {L"d", L"4"}, {L"c", L"5"}};
     EXPECT_EQ(sorted(items, 2), (std::vector<std::wstring>{L"1", L"2", L"5", L"4", L"3"}));
 }
 
@@ -92,7 +94,7 @@ TEST(KeyOrder, OfNothingIsNothing) {
 
 // A key is as long as a document says: what begins alike is not gone through in ever deeper steps.
 TEST(KeyOrder, TakesKeysOfAnyLength) {
-    const std::wstring most(1'000'000, L'm');
+    const std::wstring most(4'000'000, L'm');
     std::vector<Ordered> items{{most + L"b", L"1"}, {most + L"a", L"2"}, {most, L"3"}};
     EXPECT_EQ(sorted(items), (std::vector<std::wstring>{L"3", L"2", L"1"}));
 }

@@ -48,7 +48,7 @@ public:
 private:
     static constexpr std::ptrdiff_t AHEAD = 4;
     /// Where keys are still alike here, they are compared as they are.
-    static constexpr std::size_t FAR = 64;
+    static constexpr std::size_t DEEPEST = 64;
 
     /// Sixteen letters of a key, in lower case; zeros behind its end.
     struct Letters {
@@ -74,7 +74,7 @@ private:
 
     /// Keys that are alike up to the offset.
     static void sort(Range range, std::size_t offset) {
-        if (offset == FAR || !takeLetters(range, offset)) {
+        if (offset == DEEPEST || !takeLetters(range, offset)) {
             std::stable_sort(range.begin, range.end,
                              [](const Place& a, const Place& b) { return precedes(a.item, b.item); });
             return;

@@ -1,0 +1,186 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "fakes/TemporaryDirectory.h"
+#include "support/ChildProcess.h"
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A tree with ./torture and its parts, in which each program that it runs is a script of the test's own.
+class Torture : public testing::Test {
+protected:
+    Torture() {
+        const fs::path sources = CORVID_SOURCE_DIRECTORY;
+        fs::create_directories(directory_.path("scripts"));
+        fs::copy(sources / "torture", directory_.path("torture"));
+        fs::copy(sources / "scripts/torture", directory_.path("scripts/torture"));
+        script("scripts/install-deps", "");
+        script("bin/cmake", "");
+    }
+
+    void script(const std::string& name, const std::string& text) const {
+        fs::permissions(directory_.write(name, "#!/bin/bash\n" + text + "\n"), fs::perms::owner_all);
+    }
+
+    /// What the programs of the trials "kill" and "order" do.
+    void testsDo(const std::string& text) const { script("build/release/tests/torture_tests", text); }
+
+    support::Ended torture(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), directory_.path("torture"));
+        return support::runProgram(arguments, {.environment = {{"PATH", directory_.path("bin") + ":/usr/bin:/bin"},
+                                                               {"CORVID_TORTURE_MINUTES", ""},
+                                                               {"CORVID_TORTURE_ROUNDS", ""},
+                                                               {"CORVID_TEST_SEED", ""}}});
+    }
+
+    /// What stands in the table behind its head.
+    static std::string rowsOf(const support::Ended& ended) {
+        const std::string head =
+            "| trial | what is tried | tried | lost | seed | remark |\n|---|---|--:|--:|--:|---|\n";
+        EXPECT_TRUE(ended.out.starts_with(head)) << ended.out << ended.error;
+        return ended.out.substr(std::min(head.size(), ended.out.size()));
+    }
+
+    const fakes::TemporaryDirectory directory_;
+};
+
+constexpr const char* ORDER = "| `order` | temporary synced before the rename, folder synced after it | ";
+constexpr const char* ADD_A_ROW = R"(printf 'order\twrites\t18\t0\t7\tof all\n' >>"$CORVID_TORTURE_TABLE")";
+
+TEST_F(Torture, ShowsWhatATrialTellsOfItself) {
+    testsDo(ADD_A_ROW);
+    const support::Ended ended = torture({"order"});
+    EXPECT_EQ(rowsOf(ended), std::string(ORDER) + "18 writes | 0 | 7 | of all |\n");
+    EXPECT_EQ(directory_.read("build/torture/table.md"), ended.out);
+    EXPECT_EQ(ended.status, 0);
+}
+
+TEST_F(Torture, HasARowForATrialThatDies) {
+    testsDo("echo CORVID_TEST_SEED=11; exit 66");
+    const support::Ended ended = torture({"order"});
+    EXPECT_EQ(rowsOf(ended), std::string(ORDER) + "? | 1 or more | 11 | ended early: see build/torture/order.log |\n");
+    EXPECT_THAT(ended.error, HasSubstr("torture: order failed: see build/torture/order.log and build/torture/lost\n"));
+    EXPECT_EQ(ended.status, 1);
+}
+
+TEST_F(Torture, TellsTheSeedOfTheVeryTryInWhichATrialDied) {
+    testsDo(std::string(ADD_A_ROW) +
+            "\necho CORVID_TEST_SEED=11; echo CORVID_TEST_SEED=4711 >$CORVID_TORTURE_KEEP/order-under-way; kill -9 $$");
+    EXPECT_EQ(rowsOf(torture({"order"})), std::string(ORDER) + "18 writes | 0 | 7 | of all |\n" + ORDER +
+                                              "? | 1 or more | 4711 | ended early: see build/torture/order.log |\n");
+    EXPECT_THAT(directory_.read("build/torture/lost/order-4711/log.txt"), HasSubstr("CORVID_TEST_SEED=11\n"));
+    EXPECT_FALSE(directory_.exists("build/torture/lost/order-under-way"));
+
+    testsDo("echo CORVID_TEST_SEED=12; exit 66");
+    EXPECT_THAT(rowsOf(torture({"order"})), HasSubstr("| 12 | ended early")) << "of this run, not of the one before";
+}
+
+TEST_F(Torture, HasARowForATrialThatFailsWithoutACountOfWhatItLost) {
+    testsDo(std::string(ADD_A_ROW) + "; exit 1");
+    EXPECT_THAT(rowsOf(torture({"order"})),
+                testing::EndsWith("| ? | 1 or more | - | failed: see build/torture/order.log |\n"));
+    testsDo(R"(printf 'order\twrites\t18\t1\t7\t\n' >>"$CORVID_TORTURE_TABLE"; exit 1)");
+    EXPECT_EQ(rowsOf(torture({"order"})), std::string(ORDER) + "18 writes | 1 | 7 |  |\n");
+}
+
+TEST_F(Torture, CountsTheTestsOfProgramsThatCountNothing) {
+    script("build/release/tests/integration_tests", R"(
+case "$2" in --gtest_output=xml:*) ;; *) exit 3 ;; esac
+cat >"${2#--gtest_output=xml:}" <<END
+<testsuites tests="17" failures="2" disabled="0" errors="0">
+<testcase name="A" result="skipped">
+END
+exit 1)");
+    const support::Ended ended = torture({"network"});
+    EXPECT_THAT(rowsOf(ended), HasSubstr("| 16 tests | 2 | - | 1 more were skipped |\n"));
+    EXPECT_THAT(rowsOf(ended), Not(HasSubstr("?")));
+    EXPECT_EQ(ended.status, 1);
+}
+
+TEST_F(Torture, HasARowForEachFuzzTarget) {
+    script("scripts/fuzz", R"(
+echo "fuzz $*" >&2
+echo '| target | executions | each second | memory | found |'
+echo '|---|--:|--:|--:|---|'
+echo '| `local-file` | 1200 | 6300 | 82 MiB | nothing |'
+echo '| `chain-file` | 7 | 3 | 81 MiB | see build/found/chain-file.log |'
+exit 1)");
+    const support::Ended ended = torture({"--minutes", "3", "fuzz"});
+    const std::string row = "| `fuzz` | inputs that lead further and further, made for each way in | ";
+    EXPECT_EQ(rowsOf(ended),
+              row + "1200 executions | 0 | - | local-file: 6300 each second, 82 MiB, found nothing |\n" + row +
+                  "7 executions | 1 | - | chain-file: 3 each second, 81 MiB, see build/found/chain-file.log |\n");
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(directory_.read("build/torture/fuzz.log"), HasSubstr("fuzz --minutes 3\n"));
+    torture({"--rounds", "500", "fuzz"});
+    EXPECT_THAT(directory_.read("build/torture/fuzz.log"), HasSubstr("fuzz --runs 500\n"));
+    torture({"fuzz"});
+    EXPECT_THAT(directory_.read("build/torture/fuzz.log"), HasSubstr("fuzz \n"));
+}
+
+TEST_F(Torture, HasARowForLinesAndOneForBranches) {
+    script("scripts/coverage", R"(
+[ -z "${CORVID_TORTURE_TABLE-}${CORVID_TORTURE_MINUTES-}" ] || exit 3
+echo 'services/a.cpp:1: not reached (listed): a'
+echo 'services/a.cpp:7: not reached (not listed): b'
+echo 'lines: 5425 of 5454, 99.47 %'
+echo 'branches: 1881 of 1942, 96.86 %'
+exit 1)");
+    const support::Ended ended = torture({"--minutes", "3", "coverage"});
+    const std::string row = "| `coverage` | lines and branches of the module that its tests do not reach | ";
+    EXPECT_EQ(rowsOf(ended), row + "5454 lines | 1 | - | 99.47 % reached; 28 of the others have a reason |\n" + row +
+                                 "1942 branches | 61 | - | 96.86 % taken |\n");
+    EXPECT_EQ(ended.status, 1);
+}
+
+TEST_F(Torture, HasARowForPlantedMistakes) {
+    script("scripts/mutate", R"(
+echo "mutate $*" >&2
+echo 'seed 5'
+echo '| all | 96 | 92, 95.8 % |')");
+    const support::Ended ended = torture({"--rounds", "15", "mutants"});
+    EXPECT_EQ(rowsOf(ended), "| `mutants` | mistakes planted in the code that decides, which no test finds | "
+                             "96 mistakes | 4 | 5 | 95.8 % found |\n");
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(directory_.read("build/torture/mutants.log"), HasSubstr("mutate --count 15\n"));
+}
+
+TEST_F(Torture, TriesTheStressTenMinutesInEachOfItsBuildsIfNothingElseIsSaid) {
+    const std::string tell = "echo \"${CORVID_TORTURE_MINUTES-no} minutes, ${CORVID_TORTURE_ROUNDS-no} rounds\"";
+    script("build/tsan/tests/torture_tests", tell);
+    script("build/tsan-gcc/tests/torture_tests", tell);
+    torture({"stress"});
+    EXPECT_EQ(directory_.read("build/torture/stress.log"), "10 minutes, no rounds\n10 minutes, no rounds\n");
+    torture({"--rounds", "3", "stress"});
+    EXPECT_EQ(directory_.read("build/torture/stress.log"), "no minutes, 3 rounds\nno minutes, 3 rounds\n");
+}
+
+TEST_F(Torture, TellsOfEveryTrialInItsHelpAndOnThePage) {
+    const std::string refusal = torture({"x"}).error;
+    const std::string begin = "torture: unknown trial 'x', expected one of: ";
+    ASSERT_TRUE(refusal.starts_with(begin)) << refusal;
+    const support::Ended help = torture({"--help"});
+    EXPECT_EQ(help.status, 0);
+    const fakes::TemporaryDirectory copy;
+    fs::copy(fs::path(CORVID_SOURCE_DIRECTORY) / "docs/reliability.md", copy.path("page"));
+    const std::string page = copy.read("page");
+    std::istringstream names(refusal.substr(begin.size()));
+    int count = 0;
+    for (std::string name; names >> name; ++count) {
+        EXPECT_TRUE(help.out.find(" " + name + ",") != std::string::npos ||
+                    help.out.find(" " + name + "\n") != std::string::npos)
+            << name;
+        EXPECT_NE(page.find("| `" + name + "` |"), std::string::npos) << name;
+    }
+    EXPECT_EQ(count, 21);
+}
+
+}  // namespace
