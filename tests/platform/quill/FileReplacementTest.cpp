@@ -57,6 +57,17 @@ protected:
     const fakes::ScopedRecordingLog log_;
 };
 
+TEST_F(FileReplacement, KeepsNoDescriptorOfWhatItRefuses) {
+    const auto descriptors = [] {
+        const fs::directory_iterator all("/proc/self/fd");
+        return std::distance(begin(all), end(all));
+    };
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    const auto before = descriptors();
+    EXPECT_FALSE(copy("pipe", "to"));
+    EXPECT_EQ(descriptors(), before);
+}
+
 TEST_F(FileReplacement, CopiesIntoANewFileForTheOwnerOnly) {
     directory_.write("from", "contents");
     fs::permissions(path("from"), fs::perms(0666));

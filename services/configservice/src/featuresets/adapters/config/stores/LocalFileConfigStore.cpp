@@ -266,7 +266,7 @@ void LocalFileConfigStore::setInvalidFileAside() {
 }
 
 void LocalFileConfigStore::keepUnreadFile() {
-    if (unreadFileIsInPlace_ && FileUtils::fileExists(filePath())) {
+    if (unreadFileIsInPlace_ && mayBeThere(filePath())) {
         moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
     }
     unreadFileIsInPlace_ = false;
