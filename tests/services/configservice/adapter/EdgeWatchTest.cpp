@@ -67,6 +67,11 @@ TEST_F(EdgeWatchState, EndsAConnectionThatComesTooLate) {
     EXPECT_THAT(*course, ElementsAre("disconnect second", "disconnect softphone", "disconnect list"));
 }
 
+TEST_F(EdgeWatchState, EndsAConnectionOfNoWaitWhileNoneIsUnderWay) {
+    keepAll(EdgeWatch::NO_WAIT);
+    EXPECT_THAT(*course, ElementsAre("disconnect second", "disconnect softphone", "disconnect list"));
+}
+
 TEST_F(EdgeWatchState, EndsAConnectionOfAnEarlierWaitDuringALaterOne) {
     const EdgeWatch::Wait former = watch.begin();
     keepAll(watch.begin());

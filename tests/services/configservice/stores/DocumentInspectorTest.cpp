@@ -206,6 +206,13 @@ TEST_F(Inspector, CallsAComplaintAboutAReadableDocumentAWarning) {
     EXPECT_THAT(told(report.warnings), testing::ElementsAre("1: Namespace prefix x on A is not defined"));
 }
 
+TEST_F(Inspector, TellsTheErrorsOfAnUnreadableDocumentFromItsWarnings) {
+    const auto report = inspect("<r xmlns='relative'><a></r>");
+    EXPECT_FALSE(report.valid);
+    EXPECT_THAT(told(report.warnings), testing::ElementsAre("1: xmlns: URI relative is not absolute"));
+    EXPECT_THAT(told(report.errors), testing::Contains("1: Opening and ending tag mismatch: a line 1 and r"));
+}
+
 TEST_F(Inspector, NeverMovesOrChangesAFile) {
     for (const char* const document : {"<r><userConfig name='a' value='1'/>", "<r><userConfig name='a'/></r>"}) {
         inspect(document, "corvidLocalConfig.xml");

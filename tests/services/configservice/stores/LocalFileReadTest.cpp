@@ -217,6 +217,11 @@ TEST_F(LocalFileReading, KeepsAnInvalidFileThatCouldNotBeSetAsideUnderAnotherNam
     EXPECT_FALSE(world_.directory().exists("local-backup-3.xml")) << "a file that is well-formed by now";
 }
 
+TEST_F(LocalFileReading, LeavesAReferenceThatIsAllOfAValueAsItIsWritten) {
+    EXPECT_EQ(contents("<!DOCTYPE r [<!ENTITY f 'x'>]><r><userConfig name='a' value='&f;'/></r>"),
+              (Map{{L"a", L"&f;"}}));
+}
+
 TEST_F(LocalFileReading, ReadsPeerToPeerCallingAsOffUnderFips) {
     write("local.xml", "<r><userConfig name='Telephony_P2P_Enabled' value='true'/></r>");
     LocalFileConfigStore store = open();

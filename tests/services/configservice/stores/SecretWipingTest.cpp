@@ -66,6 +66,26 @@ TEST_F(SecretWiping, LeavesABufferOfAnotherKey) {
     EXPECT_STREQ(reinterpret_cast<const char*>(buffer->content), "text");
 }
 
+TEST_F(SecretWiping, WipesATextThatNoDictionaryCanHold) {
+    const auto wiped = [](xmlNode* node) {
+        memzeroSensitiveNodeValue(node, L"ConnectionPassword", nullptr);
+        return textOf(node).empty();
+    };
+    const std::shared_ptr<xmlNode> alone(xmlNewText(BAD_CAST "hunter22"), xmlFreeNode);
+    EXPECT_TRUE(wiped(alone.get())) << "of no document";
+    const std::shared_ptr<xmlDoc> document(xmlNewDoc(BAD_CAST "1.0"), xmlFreeDoc);
+    const std::shared_ptr<xmlNode> text(xmlNewDocText(document.get(), BAD_CAST "hunter22"), xmlFreeNode);
+    EXPECT_TRUE(wiped(text.get())) << "of a document without a dictionary";
+}
+
+TEST_F(SecretWiping, TakesABufferWithoutContents) {
+    load("<ConnectionPassword>hunter22</ConnectionPassword>");
+    const auto buffer = bufferOf("text");
+    xmlFree(xmlBufferDetach(buffer.get()));
+    memzeroSensitiveNodeValue(firstEntry()->children, L"ConnectionPassword", buffer);
+    EXPECT_EQ(textOf(firstEntry()->children), "");
+}
+
 TEST_F(SecretWiping, TakesANullNode) {
     const auto buffer = bufferOf("text");
     memzeroSensitiveNodeValue(nullptr, L"ConnectionPassword", buffer);

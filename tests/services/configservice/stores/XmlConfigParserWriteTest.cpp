@@ -34,6 +34,14 @@ TEST_F(XmlConfigParserWriting, WritesTheCachedFormWithOneElementOnALine) {
               "<Corvid>\n <CachedConfig>\n  <A>1</A>\n  <b>2 &lt; 3</b>\n </CachedConfig>\n</Corvid>\n");
 }
 
+TEST_F(XmlConfigParserWriting, WritesIntoTheCurrentFolderWithoutMakingOne) {
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(world_.directory().path());
+    EXPECT_TRUE(XmlConfigParser::writeToFile("c.xml", ConfigMap{{L"a", L"1"}}));
+    std::filesystem::current_path(before);
+    EXPECT_THAT(read("c.xml"), testing::HasSubstr("<a>1</a>"));
+}
+
 TEST_F(XmlConfigParserWriting, TellsWhereItHasWritten) {
     XmlConfigParser::writeToFile(file_, ConfigMap{});
     EXPECT_THAT(linesOf(log_, "XmlConfigParser"),
