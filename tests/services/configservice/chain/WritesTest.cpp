@@ -1,8 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "ChainFixture.h"
+#include "fakes/TemporaryDirectory.h"
 #include "stores/InMemoryConfigStore.h"
+#include "stores/LocalFileConfigStore.h"
 
 namespace {
 
@@ -44,6 +48,22 @@ TEST_F(Writes, QueueThePersistingOfTheStoreUnderItsName) {
     EXPECT_EQ(user->count("persist"), 0u);
     tasks->runAll();
     EXPECT_EQ(user->count("persist"), 1u);
+}
+
+TEST_F(Writes, OfABurstArePersistedByItsFirstTaskAndThoseBehindItByTheNext) {
+    const fakes::TemporaryDirectory directory;
+    manager.addStore(std::make_shared<LocalFileConfigStore>("LocalFileConfigStore", 20, directory.path(), "local.xml",
+                                                            false, false));
+    manager.storeValue(L"a", L"1");
+    manager.storeValue(L"b", L"2");
+    EXPECT_TRUE(tasks->runOne());
+    EXPECT_THAT(directory.read("local.xml"), testing::HasSubstr("name=\"b\""));
+    std::filesystem::remove(directory.path("local.xml"));
+    EXPECT_TRUE(tasks->runOne());
+    EXPECT_FALSE(directory.exists("local.xml")) << "a look at the file for nothing";
+    manager.storeValue(L"b", L"2");
+    EXPECT_TRUE(tasks->runOne());
+    EXPECT_TRUE(directory.exists("local.xml"));
 }
 
 TEST_F(Writes, PersistTaskKeepsTheStoreAlive) {

@@ -216,6 +216,7 @@ public:
 
 private:
     void enqueuePersist(const SearchedStore& store);
+
     /// updateKey() without a copy of the key, which must stay as it is whatever the observers do.
     void report(const std::wstring& key, bool silent);
 
