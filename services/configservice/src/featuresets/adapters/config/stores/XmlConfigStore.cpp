@@ -83,7 +83,8 @@ std::vector<std::wstring> XmlConfigStore::getKeys() {
     const tessel::ScopedReadLock lock(lock_);
     const tessel::ScopedLock changesLock(changesMutex_);
     std::vector<std::wstring> keys = values_.keys();
-    std::erase_if(keys, [&removed = removed_](const std::wstring& key) { return removed.count(key) > 0; });
+    const auto& removed = removed_;
+    std::erase_if(keys, [&removed](const std::wstring& key) { return removed.count(key) > 0; });
     return keys;
 }
 
