@@ -1,5 +1,7 @@
 #include "stores/XmlConfigStore.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "ConfigStoreConstants.h"
@@ -82,10 +84,11 @@ bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& val
 std::vector<std::wstring> XmlConfigStore::getKeys() {
     const tessel::ScopedReadLock lock(lock_);
     const tessel::ScopedLock changesLock(changesMutex_);
-    std::vector<std::wstring> keys = values_.keys();
-    const auto& removed = removed_;
-    std::erase_if(keys, [&removed](const std::wstring& key) { return removed.count(key) > 0; });
-    return keys;
+    const std::vector<std::wstring> keys = values_.keys();
+    std::vector<std::wstring> present;
+    std::set_difference(keys.begin(), keys.end(), removed_.begin(), removed_.end(), std::back_inserter(present),
+                        caseInsensitiveMapComparator());
+    return present;
 }
 
 bool XmlConfigStore::removeValue(const std::wstring& key) {
