@@ -84,7 +84,10 @@ bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& val
 std::vector<std::wstring> XmlConfigStore::getKeys() {
     const tessel::ScopedReadLock lock(lock_);
     const tessel::ScopedLock changesLock(changesMutex_);
-    const std::vector<std::wstring> keys = values_.keys();
+    std::vector<std::wstring> keys = values_.keys();
+    if (removed_.empty()) {
+        return keys;
+    }
     std::vector<std::wstring> present;
     std::set_difference(keys.begin(), keys.end(), removed_.begin(), removed_.end(), std::back_inserter(present),
                         caseInsensitiveMapComparator());
