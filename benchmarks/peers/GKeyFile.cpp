@@ -59,7 +59,7 @@ public:
             }
             if (layer.readOnly) {
                 originalStore_ = layer.name;
-                original_ = Text(g_strdup(found.get()));
+                original_ = hit ? std::move(found) : Text(g_strdup(found.get()));
             }
             if (!hit) {
                 hit = true;
@@ -74,8 +74,8 @@ public:
     }
 
     void set(const Key& key, bool second) {
-        g_key_file_set_value(layers_[USER_LAYER].file.get(), "g", key.c_str(),
-                             second ? "value-second" : "value--first");
+        g_key_file_set_string(layers_[USER_LAYER].file.get(), "g", key.c_str(),
+                              second ? "value-second" : "value--first");
         lookUp(key);
         ++told_;
     }
@@ -90,7 +90,7 @@ private:
     };
 
     static Text find(const One& layer, const Key& key) {
-        return Text(g_key_file_get_value(layer.file.get(), "g", key.c_str(), nullptr));
+        return Text(g_key_file_get_string(layer.file.get(), "g", key.c_str(), nullptr));
     }
 
     std::vector<One> layers_;

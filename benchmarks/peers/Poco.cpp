@@ -38,11 +38,8 @@ public:
     static Key keyOf(const std::string& key) { return key; }
 
     bool lookUp(const Key& key) {
-        if (!chain_->has(key)) {
-            return false;
-        }
-        value_ = chain_->getString(key);
-        return true;
+        value_ = chain_->getString(key, missing_);
+        return value_ != missing_;
     }
 
     void set(const Key& key, bool second) {
@@ -56,6 +53,7 @@ private:
     void onChanged(const AbstractConfiguration::KeyValue&) { ++told_; }
 
     Poco::AutoPtr<Poco::Util::LayeredConfiguration> chain_{new Poco::Util::LayeredConfiguration};
+    const std::string missing_ = "none";  ///< what no key has
     std::string value_;
     std::size_t told_ = 0;
 };
