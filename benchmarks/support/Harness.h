@@ -64,7 +64,7 @@ void askInTurn(benchmark::State& state, const Keys& keys, const Ask& ask) {
 template <typename Subject>
 void addLookups(const Scale& scale, const std::string& subject) {
     for (const std::size_t keys : scale.lookupKeys) {
-        for (const Place place : {Place::First, Place::Fourth, Place::Eighth, Place::Miss}) {
+        for (const Place place : EVERY_PLACE) {
             add("lookup, " + std::to_string(keys) + " keys a layer, " + nameOf(place), subject,
                 [keys, place](benchmark::State& state) {
                     auto& chain = kept<Subject>(keys);

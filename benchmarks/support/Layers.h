@@ -24,10 +24,13 @@ inline constexpr std::size_t USER_LAYER = 1;
 inline constexpr std::size_t ADMINISTRATOR_LAYER = 4;
 inline constexpr std::size_t RUN_LAYER = 6;
 
-/// Where a lookup ends.
-enum class Place { First, Fourth, Eighth, Miss };
+/// Where a lookup ends: in one of the layers, or nowhere.
+enum class Place { First, Second, Third, Fourth, Fifth, Sixth, Seventh, Eighth, Miss };
 
-/// "layer 1" and so on.
+inline constexpr Place EVERY_PLACE[] = {Place::First, Place::Second,  Place::Third,  Place::Fourth, Place::Fifth,
+                                        Place::Sixth, Place::Seventh, Place::Eighth, Place::Miss};
+
+/// "layer 1" and so on, or "miss".
 std::string nameOf(Place place);
 
 /// Keys as configurations have them: some words, then a number; 15 to 30 ASCII letters, no two equal without case.
@@ -40,10 +43,10 @@ Entries makeEntries(std::size_t family, std::size_t count);
 /// @param keys in each layer.
 Layers makeLayers(std::size_t keys);
 
-/// Up to 1,000 keys of that layer, or of none, in no order.
+/// Up to 1,000 keys that no layer before that one holds, or none at all, in no order.
 std::vector<std::string> sampleKeys(const Layers& layers, Place place);
 
-/// Keys that the second layer and the fifth both hold.
+/// Up to 1,000 keys that the second layer and the fifth both hold.
 std::vector<std::string> sharedKeys(const Layers& layers);
 
 /// An INI file with one group, "g".

@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "remote/TftpConfigStore.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/FileStamp.h"
 #include "system/World.h"
@@ -108,7 +109,8 @@ std::shared_ptr<ConfigAdapter> ModuleHost::adapter() const {
 
 void ModuleHost::addFurtherStores(const Layers& layers) const {
     adapter()->addConfigStore(makeReadOnlyStore("Third", 30, layers[2].entries));
-    adapter()->addConfigStore(makeReadOnlyStore("Fourth", 40, layers[3].entries));
+    // Beside the adapter, which would write a copy of it.
+    manager().addStore(makeServerStore("Fourth", 40, layers[3].entries));
     adapter()->addConfigStore(makeReadOnlyStore("Fifth", 240, layers[ADMINISTRATOR_LAYER].entries));
     for (const auto& [key, value] : layers[RUN_LAYER].entries) {
         adapter()->setInMemoryConfig(widen(key), widen(value));
@@ -122,6 +124,16 @@ std::shared_ptr<ConfigStore> makeReadOnlyStore(const std::string& name, std::int
         values[widen(key)] = widen(value);
     }
     return std::make_shared<CacheConfigStore>(name, priority, directory.path(name + ".xml"), values);
+}
+
+std::shared_ptr<ConfigStore> makeServerStore(const std::string& name, std::int32_t priority, const Entries& entries) {
+    const auto dispatcher = std::make_shared<ServicesDispatcherImpl>();
+    dispatcher->adoptCurrentThread([] {});
+    const auto factory = std::make_shared<UnifiedFactory>(dispatcher, nullptr);
+    auto store = std::make_shared<TftpConfigStore>(factory, name, priority, L"server", L"", L"", L"file.xml");
+    std::string file = xmlDocument(entries);
+    store->onDownloadComplete(file, HttpDownloader::HttpDownloadResultEnum::Success, "server", store);
+    return store;
 }
 
 }  // namespace bench

@@ -68,7 +68,10 @@ private:
     const std::shared_ptr<UnifiedFactory> factory_;
 };
 
-/// A read-only store of the module's with these values.
+/// A read-only store of the module's with these values, as the copy of another one has them.
 std::shared_ptr<ConfigStore> makeReadOnlyStore(const std::string& name, std::int32_t priority, const Entries& entries);
+
+/// The store of a server's file, which has been downloaded and holds these values.
+std::shared_ptr<ConfigStore> makeServerStore(const std::string& name, std::int32_t priority, const Entries& entries);
 
 }  // namespace bench
