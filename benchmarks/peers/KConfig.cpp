@@ -4,10 +4,24 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/Documents.h"
 #include "support/Harness.h"
+#include "support/Memory.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
+
+/// A KConfig over a file of its own, and nothing else.
+class ConfigOfFile {
+public:
+    explicit ConfigOfFile(const Entries& entries)
+        : config_(QString::fromStdString(directory_.write("file.ini", iniDocument(entries))), KConfig::SimpleConfig) {}
+
+    KConfig& config() { return config_; }
+
+private:
+    const fakes::TemporaryDirectory directory_;
+    KConfig config_;
+};
 
 /// KConfig merges its sources as it reads them, so that a lookup knows no layers.
 class KConfigChain {
@@ -68,9 +82,8 @@ void addLoad(std::size_t count) {
 
 void addSave(std::size_t count) {
     add(saveRow(count), "KConfig (INI)", [count](benchmark::State& state) {
-        const fakes::TemporaryDirectory directory;
-        const std::string path = directory.write("file.ini", iniDocument(makeEntries(50, count)));
-        KConfig config(QString::fromStdString(path), KConfig::SimpleConfig);
+        ConfigOfFile file(makeEntries(50, count));
+        KConfig& config = file.config();
         KConfigGroup group(&config, "g");
         int version = 0;
         for (auto _ : state) {
@@ -88,6 +101,7 @@ void addKConfig(const Scale& scale) {
     addLoad(scale.small);
     addLoad(scale.large);
     addSave(scale.small);
+    addKeyMemory(scale, "KConfig", [](const Entries& entries) { return std::make_unique<ConfigOfFile>(entries); });
 }
 
 }  // namespace bench

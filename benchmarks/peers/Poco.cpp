@@ -8,12 +8,22 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/Documents.h"
 #include "support/Harness.h"
+#include "support/Memory.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
 
 using Poco::Util::AbstractConfiguration;
+using Map = Poco::AutoPtr<Poco::Util::MapConfiguration>;
+
+Map makeMap(const Entries& entries) {
+    Map map(new Poco::Util::MapConfiguration);
+    for (const auto& [key, value] : entries) {
+        map->setString(key, value);
+    }
+    return map;
+}
 
 /// LayeredConfiguration over maps; it finds one value, and tells of changes itself.
 class PocoChain {
@@ -23,11 +33,7 @@ public:
     explicit PocoChain(const Layers& layers) {
         int priority = 0;
         for (const Layer& layer : layers) {
-            Poco::AutoPtr<Poco::Util::MapConfiguration> map(new Poco::Util::MapConfiguration);
-            for (const auto& [key, value] : layer.entries) {
-                map->setString(key, value);
-            }
-            chain_->add(map, priority, priority == static_cast<int>(USER_LAYER));
+            chain_->add(makeMap(layer.entries), priority, priority == static_cast<int>(USER_LAYER));
             ++priority;
         }
         chain_->propertyChanged += Poco::delegate(this, &PocoChain::onChanged);
@@ -94,6 +100,7 @@ void addPoco(const Scale& scale) {
     addLoad(scale.small);
     addLoad(scale.large);
     addSave(scale.small);
+    addKeyMemory(scale, "POCO", makeMap);
 }
 
 }  // namespace bench

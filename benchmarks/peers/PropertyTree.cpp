@@ -4,12 +4,21 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/Documents.h"
 #include "support/Harness.h"
+#include "support/Memory.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
 
 using boost::property_tree::ptree;
+
+ptree makeTree(const Entries& entries) {
+    ptree tree;
+    for (const auto& [key, value] : entries) {
+        tree.put(key, value);
+    }
+    return tree;
+}
 
 /// A property tree for each layer, asked in turn by hand, for a child of that name: get() would first take the key
 /// apart as a path of names.
@@ -19,10 +28,7 @@ public:
 
     explicit PropertyTreeChain(const Layers& layers) {
         for (const Layer& layer : layers) {
-            layers_.emplace_back();
-            for (const auto& [key, value] : layer.entries) {
-                layers_.back().put(key, value);
-            }
+            layers_.push_back(makeTree(layer.entries));
         }
     }
 
@@ -86,6 +92,7 @@ void addPropertyTree(const Scale& scale) {
     addLoad(scale.small);
     addLoad(scale.large);
     addSave(scale.small);
+    addKeyMemory(scale, "PropertyTree", makeTree);
 }
 
 }  // namespace bench

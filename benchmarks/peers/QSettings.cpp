@@ -5,10 +5,26 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/Documents.h"
 #include "support/Harness.h"
+#include "support/Memory.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
+
+/// A QSettings over an INI file of its own.
+class SettingsOfFile {
+public:
+    explicit SettingsOfFile(const Entries& entries)
+        : settings_(QString::fromStdString(directory_.write("file.ini", iniDocument(entries))), QSettings::IniFormat) {
+        settings_.value(QStringLiteral("g/none"));  // reads all of the group
+    }
+
+    QSettings& settings() { return settings_; }
+
+private:
+    const fakes::TemporaryDirectory directory_;
+    QSettings settings_;
+};
 
 /// A QSettings over an INI file for each layer, asked in turn by hand.
 class QSettingsChain {
@@ -17,10 +33,8 @@ public:
 
     explicit QSettingsChain(const Layers& layers) {
         for (const Layer& layer : layers) {
-            const std::string path =
-                directory_.write(std::to_string(layers_.size()) + ".ini", iniDocument(layer.entries));
-            layers_.push_back({std::make_unique<QSettings>(QString::fromStdString(path), QSettings::IniFormat),
-                               QString::number(layers_.size()), layer.readOnly});
+            layers_.push_back(
+                {std::make_unique<SettingsOfFile>(layer.entries), QString::number(layers_.size()), layer.readOnly});
         }
     }
 
@@ -28,7 +42,7 @@ public:
 
     bool lookUp(const Key& key) {
         for (const One& layer : layers_) {
-            const QVariant found = layer.settings->value(key);
+            const QVariant found = layer.value(key);
             if (found.isValid()) {
                 value_ = found.toString();
                 return true;
@@ -43,7 +57,7 @@ public:
             if (found && !layer.readOnly) {
                 continue;
             }
-            const QVariant value = layer.settings->value(key);
+            const QVariant value = layer.value(key);
             if (!value.isValid()) {
                 continue;
             }
@@ -62,8 +76,8 @@ public:
     }
 
     void set(const Key& key, bool second) {
-        layers_[USER_LAYER].settings->setValue(key, second ? QStringLiteral("value-second")
-                                                           : QStringLiteral("value--first"));
+        layers_[USER_LAYER].file->settings().setValue(key, second ? QStringLiteral("value-second")
+                                                                  : QStringLiteral("value--first"));
         lookUp(key);
         ++told_;
     }
@@ -72,12 +86,13 @@ public:
 
 private:
     struct One {
-        std::unique_ptr<QSettings> settings;
+        std::unique_ptr<SettingsOfFile> file;
         QString name;
         bool readOnly;
+
+        QVariant value(const Key& key) const { return file->settings().value(key); }
     };
 
-    const fakes::TemporaryDirectory directory_;
     std::vector<One> layers_;
     QString value_;
     QString original_;
@@ -104,9 +119,8 @@ void addLoad(std::size_t count) {
 
 void addSave(std::size_t count) {
     add(saveRow(count), "QSettings (INI)", [count](benchmark::State& state) {
-        const fakes::TemporaryDirectory directory;
-        const std::string path = directory.write("file.ini", iniDocument(makeEntries(50, count)));
-        QSettings settings(QString::fromStdString(path), QSettings::IniFormat);
+        SettingsOfFile file(makeEntries(50, count));
+        QSettings& settings = file.settings();
         int version = 0;
         for (auto _ : state) {
             settings.setValue(QStringLiteral("g/version"), ++version);
@@ -124,6 +138,7 @@ void addQSettings(const Scale& scale) {
     addLoad(scale.small);
     addLoad(scale.large);
     addSave(scale.small);
+    addKeyMemory(scale, "QSettings", [](const Entries& entries) { return std::make_unique<SettingsOfFile>(entries); });
 }
 
 }  // namespace bench
