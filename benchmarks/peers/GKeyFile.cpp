@@ -4,6 +4,7 @@
 #include "support/Documents.h"
 #include "support/Harness.h"
 #include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
@@ -11,6 +12,7 @@ namespace {
 
 struct Free {
     void operator()(char* text) const { g_free(text); }
+    void operator()(char** texts) const { g_strfreev(texts); }
     void operator()(GKeyFile* file) const { g_key_file_free(file); }
 };
 using Text = std::unique_ptr<char, Free>;
@@ -106,6 +108,49 @@ private:
     std::size_t told_ = 0;
 };
 
+/// A layer whose other version is there, both of them read.
+class TwoFiles {
+public:
+    explicit TwoFiles(std::size_t count)
+        : first_(makeFile(makeEntries(50, count))), second_(makeFile(otherVersion(makeEntries(50, count)))) {}
+
+    std::size_t take(bool second) {
+        GKeyFile* const before = second ? first_.get() : second_.get();
+        GKeyFile* const after = second ? second_.get() : first_.get();
+        return countGone(before, after) + countNew(before, after);
+    }
+
+private:
+    using Texts = std::unique_ptr<char*, Free>;
+
+    static Texts keysOf(GKeyFile* file) { return Texts(g_key_file_get_keys(file, "g", nullptr, nullptr)); }
+
+    static Text valueOf(GKeyFile* file, const char* key) {
+        return Text(g_key_file_get_string(file, "g", key, nullptr));
+    }
+
+    static std::size_t countGone(GKeyFile* before, GKeyFile* after) {
+        const Texts keys = keysOf(before);
+        std::size_t gone = 0;
+        for (char** key = keys.get(); *key != nullptr; ++key) {
+            gone += g_key_file_has_key(after, "g", *key, nullptr) == FALSE ? 1U : 0U;
+        }
+        return gone;
+    }
+
+    static std::size_t countNew(GKeyFile* before, GKeyFile* after) {
+        const Texts keys = keysOf(after);
+        std::size_t found = 0;
+        for (char** key = keys.get(); *key != nullptr; ++key) {
+            found += g_strcmp0(valueOf(before, *key).get(), valueOf(after, *key).get()) != 0 ? 1U : 0U;
+        }
+        return found;
+    }
+
+    const File first_;
+    const File second_;
+};
+
 void addLoad(std::size_t count) {
     add(loadRow(count), "GKeyFile (INI)", [count](benchmark::State& state) {
         const std::string& path = iniFile(count);
@@ -137,6 +182,8 @@ void addGKeyFile(const Scale& scale) {
     addSave(scale.small);
     // Never freed: GLib would keep the small pieces for the next one, which would then seem to need less.
     addKeyMemory(scale, "GKeyFile", [](const Entries& entries) { return makeFile(entries).release(); });
+    addReplacement<TwoFiles>(scale.small, "GKeyFile (in memory)");
+    addReplacement<TwoFiles>(scale.large, "GKeyFile (in memory)");
 }
 
 }  // namespace bench

@@ -5,6 +5,7 @@
 #include "support/Documents.h"
 #include "support/Harness.h"
 #include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
@@ -17,6 +18,9 @@ public:
         : config_(QString::fromStdString(directory_.write("file.ini", iniDocument(entries))), KConfig::SimpleConfig) {}
 
     KConfig& config() { return config_; }
+
+    /// Behind the back of the configuration.
+    void write(const Entries& entries) const { directory_.write("file.ini", iniDocument(entries)); }
 
 private:
     const fakes::TemporaryDirectory directory_;
@@ -70,6 +74,32 @@ private:
     std::size_t told_ = 0;
 };
 
+/// A layer that is read anew from its file, and compared with what it was.
+class RereadConfig {
+public:
+    explicit RereadConfig(std::size_t count)
+        : entries_(makeEntries(50, count)), other_(otherVersion(entries_)), file_(entries_) {}
+
+    void write(bool second) { file_.write(second ? other_ : entries_); }
+
+    std::size_t take(bool) {
+        file_.config().reparseConfiguration();
+        QMap<QString, QString> values = file_.config().entryMap(QStringLiteral("g"));
+        const std::size_t changes = countChanges(
+            values_.cbegin(), values_.cend(), values.cbegin(), values.cend(),
+            [](auto left, auto right) { return left.key().compare(right.key()); },
+            [](auto left, auto right) { return left.value() == right.value(); });
+        values_ = std::move(values);
+        return changes;
+    }
+
+private:
+    const Entries entries_;
+    const Entries other_;
+    ConfigOfFile file_;
+    QMap<QString, QString> values_;
+};
+
 void addLoad(std::size_t count) {
     add(loadRow(count), "KConfig (INI)", [count](benchmark::State& state) {
         const QString path = QString::fromStdString(iniFile(count));
@@ -102,6 +132,8 @@ void addKConfig(const Scale& scale) {
     addLoad(scale.large);
     addSave(scale.small);
     addKeyMemory(scale, "KConfig", [](const Entries& entries) { return std::make_unique<ConfigOfFile>(entries); });
+    addReplacement<RereadConfig>(scale.small, "KConfig (from its file)");
+    addReplacement<RereadConfig>(scale.large, "KConfig (from its file)");
 }
 
 }  // namespace bench

@@ -9,16 +9,23 @@
 #include "support/Documents.h"
 #include "support/Harness.h"
 #include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
 
 using Poco::Util::AbstractConfiguration;
-using Map = Poco::AutoPtr<Poco::Util::MapConfiguration>;
+/// One that lets its entries be walked along, which is for those that derive from it.
+class OpenMap : public Poco::Util::MapConfiguration {
+public:
+    using MapConfiguration::begin;
+    using MapConfiguration::end;
+};
+using Map = Poco::AutoPtr<OpenMap>;
 
 Map makeMap(const Entries& entries) {
-    Map map(new Poco::Util::MapConfiguration);
+    Map map(new OpenMap);
     for (const auto& [key, value] : entries) {
         map->setString(key, value);
     }
@@ -64,6 +71,32 @@ private:
     std::size_t told_ = 0;
 };
 
+/// A layer whose other version is there, both of them as maps.
+class TwoMaps {
+public:
+    explicit TwoMaps(std::size_t count)
+        : first_(makeMap(makeEntries(50, count))), second_(makeMap(otherVersion(makeEntries(50, count)))) {
+        chain_->add(current_, 0);
+    }
+
+    std::size_t take(bool second) {
+        const Map before = current_;
+        current_ = second ? second_ : first_;
+        chain_->removeConfiguration(before);
+        chain_->add(current_, 0);
+        return countChanges(
+            before->begin(), before->end(), current_->begin(), current_->end(),
+            [](auto left, auto right) { return left->first.compare(right->first); },
+            [](auto left, auto right) { return left->second == right->second; });
+    }
+
+private:
+    const Map first_;
+    const Map second_;
+    Map current_ = first_;
+    Poco::AutoPtr<Poco::Util::LayeredConfiguration> chain_{new Poco::Util::LayeredConfiguration};
+};
+
 using Document = Poco::AutoPtr<Poco::Util::XMLConfiguration>;
 
 /// Its own pool of names would be full after 509 of them.
@@ -101,6 +134,8 @@ void addPoco(const Scale& scale) {
     addLoad(scale.large);
     addSave(scale.small);
     addKeyMemory(scale, "POCO", makeMap);
+    addReplacement<TwoMaps>(scale.small, "POCO (in memory)");
+    addReplacement<TwoMaps>(scale.large, "POCO (in memory)");
 }
 
 }  // namespace bench

@@ -5,6 +5,7 @@
 #include "support/Documents.h"
 #include "support/Harness.h"
 #include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
@@ -59,6 +60,26 @@ private:
     std::size_t told_ = 0;
 };
 
+/// A layer whose other version is there, both of them as trees.
+class TwoTrees {
+public:
+    explicit TwoTrees(std::size_t count)
+        : first_(makeTree(makeEntries(50, count))), second_(makeTree(otherVersion(makeEntries(50, count)))) {}
+
+    std::size_t take(bool second) {
+        const ptree& before = second ? first_ : second_;
+        const ptree& after = second ? second_ : first_;
+        return countChanges(
+            before.ordered_begin(), before.not_found(), after.ordered_begin(), after.not_found(),
+            [](auto left, auto right) { return left->first.compare(right->first); },
+            [](auto left, auto right) { return left->second.data() == right->second.data(); });
+    }
+
+private:
+    const ptree first_;
+    const ptree second_;
+};
+
 /// Without the white space between the elements, which would be kept as texts of theirs.
 ptree readDocument(std::size_t count) {
     ptree tree;
@@ -93,6 +114,8 @@ void addPropertyTree(const Scale& scale) {
     addLoad(scale.large);
     addSave(scale.small);
     addKeyMemory(scale, "PropertyTree", makeTree);
+    addReplacement<TwoTrees>(scale.small, "PropertyTree (in memory)");
+    addReplacement<TwoTrees>(scale.large, "PropertyTree (in memory)");
 }
 
 }  // namespace bench

@@ -6,6 +6,7 @@
 #include "support/Documents.h"
 #include "support/Harness.h"
 #include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
@@ -20,6 +21,9 @@ public:
     }
 
     QSettings& settings() { return settings_; }
+
+    /// Behind the back of the settings.
+    void write(const Entries& entries) const { directory_.write("file.ini", iniDocument(entries)); }
 
 private:
     const fakes::TemporaryDirectory directory_;
@@ -101,6 +105,45 @@ private:
     std::size_t told_ = 0;
 };
 
+/// A layer that is read anew from its file, and compared with what it was.
+class RereadSettings {
+public:
+    explicit RereadSettings(std::size_t count)
+        : entries_(makeEntries(50, count)), other_(otherVersion(entries_)), file_(entries_) {}
+
+    void write(bool second) { file_.write(second ? other_ : entries_); }
+
+    std::size_t take(bool) {
+        file_.settings().sync();
+        Values values = readAll();
+        const std::size_t changes = countChanges(
+            values_.cbegin(), values_.cend(), values.cbegin(), values.cend(),
+            [](auto left, auto right) { return left->first.compare(right->first); },
+            [](auto left, auto right) { return left->second == right->second; });
+        values_ = std::move(values);
+        return changes;
+    }
+
+private:
+    using Values = std::vector<std::pair<QString, QString>>;
+
+    /// In the order of the keys, which is that of allKeys().
+    Values readAll() {
+        const QStringList keys = file_.settings().allKeys();
+        Values values;
+        values.reserve(static_cast<std::size_t>(keys.size()));
+        for (const QString& key : keys) {
+            values.emplace_back(key, file_.settings().value(key).toString());
+        }
+        return values;
+    }
+
+    const Entries entries_;
+    const Entries other_;
+    SettingsOfFile file_;
+    Values values_;
+};
+
 void addLoad(std::size_t count) {
     add(loadRow(count), "QSettings (INI)", [count](benchmark::State& state) {
         // QSettings keeps what it has read of a file as long as the file stays as it was: each round has a new one.
@@ -139,6 +182,8 @@ void addQSettings(const Scale& scale) {
     addLoad(scale.large);
     addSave(scale.small);
     addKeyMemory(scale, "QSettings", [](const Entries& entries) { return std::make_unique<SettingsOfFile>(entries); });
+    addReplacement<RereadSettings>(scale.small, "QSettings (from its file)");
+    addReplacement<RereadSettings>(scale.large, "QSettings (from its file)");
 }
 
 }  // namespace bench

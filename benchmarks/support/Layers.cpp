@@ -50,6 +50,20 @@ Entries makeEntries(std::size_t family, std::size_t count) {
     return entries;
 }
 
+Entries otherVersion(const Entries& entries) {
+    Entries result;
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        if (index % 200 == 0) {
+            result.emplace_back(entries[index].first, "another value");
+        } else if (index % 200 != 100) {
+            result.push_back(entries[index]);
+        }
+    }
+    return result;
+}
+
+std::size_t changedCount(std::size_t keys) { return (keys + 99) / 100; }
+
 Layers makeLayers(std::size_t keys) {
     Layers layers;
     for (std::size_t place = 0; place < LAYER_COUNT; ++place) {

@@ -40,6 +40,12 @@ std::string makeKey(std::size_t family, std::size_t index);
 /// Entries of one family with values of 12 letters.
 Entries makeEntries(std::size_t family, std::size_t count);
 
+/// The next version of a layer: of a hundred entries one has another value, or every other time is not there.
+Entries otherVersion(const Entries& entries);
+
+/// How many of so many keys the two versions hold differently.
+std::size_t changedCount(std::size_t keys);
+
 /// @param keys in each layer.
 Layers makeLayers(std::size_t keys);
 
