@@ -29,25 +29,48 @@ public:
 
     explicit PropertyTreeChain(const Layers& layers) {
         for (const Layer& layer : layers) {
-            layers_.push_back(makeTree(layer.entries));
+            layers_.push_back({makeTree(layer.entries), std::to_string(layers_.size()), layer.readOnly});
         }
     }
 
     static Key keyOf(const std::string& key) { return key; }
 
     bool lookUp(const Key& key) {
-        for (const ptree& layer : layers_) {
-            const auto found = layer.find(key);
-            if (found != layer.not_found()) {
-                value_ = found->second.data();
+        for (const One& layer : layers_) {
+            if (const std::string* found = find(layer, key)) {
+                value_ = *found;
                 return true;
             }
         }
         return false;
     }
 
+    bool answer(const Key& key) {
+        bool hit = false;
+        for (const One& layer : layers_) {
+            if (hit && !layer.readOnly) {
+                continue;
+            }
+            const std::string* found = find(layer, key);
+            if (found == nullptr) {
+                continue;
+            }
+            if (!hit) {
+                hit = true;
+                store_ = layer.name;
+                value_ = *found;
+            }
+            if (layer.readOnly) {
+                originalStore_ = layer.name;
+                original_ = *found;
+                break;
+            }
+        }
+        return hit;
+    }
+
     void set(const Key& key, bool second) {
-        layers_[USER_LAYER].find(key)->second.data() = second ? "value-second" : "value--first";
+        layers_[USER_LAYER].tree.find(key)->second.data() = second ? "value-second" : "value--first";
         lookUp(key);
         ++told_;
     }
@@ -55,8 +78,23 @@ public:
     std::size_t told() const { return told_; }
 
 private:
-    std::vector<ptree> layers_;
+    struct One {
+        ptree tree;
+        std::string name;
+        bool readOnly;
+    };
+
+    /// Null for none.
+    static const std::string* find(const One& layer, const Key& key) {
+        const auto found = layer.tree.find(key);
+        return found == layer.tree.not_found() ? nullptr : &found->second.data();
+    }
+
+    std::vector<One> layers_;
     std::string value_;
+    std::string original_;
+    std::string store_;
+    std::string originalStore_;
     std::size_t told_ = 0;
 };
 
@@ -109,6 +147,7 @@ void addSave(std::size_t count) {
 
 void addPropertyTree(const Scale& scale) {
     addLookups<PropertyTreeChain>(scale, "PropertyTree");
+    addAnswer<PropertyTreeChain>(scale, "PropertyTree");
     addSet<PropertyTreeChain>(scale, "PropertyTree (no event)");
     addLoad(scale.small);
     addLoad(scale.large);
