@@ -96,7 +96,11 @@ private:
         bool readOnly;
     };
 
+    /// Asks first whether there is one: the getter words an error for each miss, wanted or not.
     static Text find(const One& layer, const Key& key) {
+        if (g_key_file_has_key(layer.file.get(), "g", key.c_str(), nullptr) == FALSE) {
+            return nullptr;
+        }
         return Text(g_key_file_get_string(layer.file.get(), "g", key.c_str(), nullptr));
     }
 
