@@ -71,6 +71,11 @@ public:
     /// The next operation on the destination would do so too. A failure is not told.
     static void removeStaleSiblings(const std::string& destination);
 
+    /// True if a path is a link that copyFile() would not write through, or a chain of links with such a one in it: for
+    /// whoever is about to write or remove something in the folder that it leads to. What is no link, or not there, is
+    /// none. A failure to look is not told and gives false: the next step will meet it too.
+    static bool isStrangersLink(const std::string& path);
+
     /// Reads a whole regular file as bytes. False if it cannot be read or is no regular file; contents is empty then.
     static bool readFile(const std::string& path, std::string& contents);
 

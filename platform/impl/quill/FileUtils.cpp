@@ -144,6 +144,11 @@ bool FileUtils::replaceFileDurably(const std::string& finishedSibling, const std
 
 void FileUtils::removeStaleSiblings(const std::string& destination) { removeSiblingsLeftBeside(destination); }
 
+bool FileUtils::isStrangersLink(const std::string& path) {
+    std::string resolved;
+    return resolveLinks(path, resolved) == EPERM;
+}
+
 bool FileUtils::readFile(const std::string& path, std::string& contents) {
     contents.clear();
     const bool done = succeeded(readRegularFile(path, contents), "readFile", "read " + quoted(path));
