@@ -26,7 +26,8 @@ public:
     /// True if something (a file, a folder, a link with an existing target) is there.
     static bool fileExists(const std::string& path);
 
-    /// Creates a folder with its parents, mode 0700. True if it is there afterwards.
+    /// Creates a folder with its parents, mode 0700. True if it is there afterwards. The disk has it when this returns,
+    /// if it can sync folders; that it could not is logged.
     static bool createDirectory(const std::string& path);
 
     /// Removes a file, or a link itself; never a folder. True if it was there and is gone; false, and logged, if there
