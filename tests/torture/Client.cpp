@@ -87,8 +87,10 @@ Scene::Scene(std::string folder) : folder_(std::move(folder)) {
 }
 
 void Scene::copyFrom(const Scene& other) const {
-    fs::remove_all(config());
-    fs::copy(other.config(), config(), fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    for (const auto& [from, to] : {std::pair(other.config(), config()), std::pair(other.install(), install())}) {
+        fs::remove_all(to);
+        fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    }
 }
 
 std::string Scene::fingerprint() const {
@@ -234,7 +236,24 @@ States Client::answers() {
     return states;
 }
 
-std::size_t Client::complaints() { return log().texts(2).size() + log().texts(3).size(); }
+std::vector<std::string> Client::complaints() {
+    std::vector<std::string> texts = log().texts(2);
+    const std::vector<std::string> warnings = log().texts(3);
+    texts.insert(texts.end(), warnings.begin(), warnings.end());
+    return texts;
+}
+
+bool tellsOf(const std::vector<std::string>& complaints, const std::string& path) {
+    const std::string folder = QuillCoreUtils::FileUtils::getParentDirectory(path);
+    const std::string folderAbove = QuillCoreUtils::FileUtils::getParentDirectory(folder);
+    return std::any_of(complaints.begin(), complaints.end(), [&](const std::string& text) {
+        const bool isNamed = text.find(path) != std::string::npos ||
+                             text.find("[" + folder + "]") != std::string::npos ||
+                             text.find("[" + folderAbove + "]") != std::string::npos;
+        // Each start without a file says so, and a reset ends with one.
+        return isNamed && !text.starts_with("Read config FAILED, config file doesn't exist");
+    });
+}
 
 const char* nameOf(Deed deed) {
     switch (deed) {

@@ -90,9 +90,10 @@ public:
     /// What the module answers; States::none if nothing.
     States answers();
 
-    /// Lines of level 2 and 3 since the last clear().
     fakes::RecordingLogSink& log() { return *log_.operator->(); }
-    std::size_t complaints();
+
+    /// Lines of level 2 and 3 since the last clear().
+    std::vector<std::string> complaints();
 
     ConfigFeatureSet& featureSet() { return *featureSet_; }
 
@@ -118,6 +119,10 @@ private:
     const std::shared_ptr<UnifiedFactory> factory_;
     std::shared_ptr<ConfigFeatureSet> featureSet_;
 };
+
+/// Whether one of a client's complaints names a file, or a folder that it stands in, other than by saying that there is
+/// no such file.
+bool tellsOf(const std::vector<std::string>& complaints, const std::string& path);
 
 /// Something that a client does to its files.
 enum class Deed { SetUser, JoinServer, TakeLink, ResetData };

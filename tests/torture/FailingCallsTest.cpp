@@ -1,7 +1,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <fstream>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Client.h"
@@ -23,7 +26,7 @@ enum Verdict : int { fine = 0, untold = 10, forgotten, unwritten, tornFile, else
 const char* nameOfVerdict(int verdict) {
     switch (verdict) {
     case untold:
-        return "the file is the old one, and no line of the log says so";
+        return "a file is the old one, and no line of the log names it";
     case forgotten:
         return "memory does not hold what the deed has made of it";
     case unwritten:
@@ -81,6 +84,30 @@ int writtenBy(Deed deed, const States& states) {
 /// What writtenBy() gives once the deed is done.
 int stateWanted(Deed deed) { return deed == Deed::ResetData ? States::none : stateAfter; }
 
+/// The files that a deed has left as they were.
+std::vector<std::string> leftBehindBy(Deed deed, const States& found, const Scene& scene) {
+    const std::pair<int, std::string> user{found.user, scene.localFile()};
+    const std::pair<int, std::string> server{found.server, scene.serverFile()};
+    const std::pair<int, std::string> link{found.link, scene.linkFile()};
+    std::vector<std::pair<int, std::string>> about;
+    if (deed == Deed::SetUser || deed == Deed::ResetData) {
+        about.push_back(user);
+    }
+    if (deed == Deed::JoinServer || deed == Deed::ResetData) {
+        about.push_back(server);
+    }
+    if (deed == Deed::TakeLink) {
+        about.push_back(link);
+    }
+    std::vector<std::string> files;
+    for (const auto& [state, file] : about) {
+        if (state != stateWanted(deed)) {
+            files.push_back(file);
+        }
+    }
+    return files;
+}
+
 /// Writes what the deed has left in memory, as the next one does that comes to a disk in order.
 void writeAgain(Client& client, Deed deed) {
     if (deed == Deed::SetUser) {
@@ -98,12 +125,15 @@ Verdict tryDeed(const Scene& scene, Deed deed, bool mayBeSilent) {
     markBegin();
     perform(client, deed, stateAfter);
     markEnd();
-    const std::size_t complaints = client.complaints();
+    const std::vector<std::string> complaints = client.complaints();
     const States found = States::of(scene);
+    const std::vector<std::string> leftBehind = leftBehindBy(deed, found, scene);
+    const bool isTold = std::all_of(leftBehind.begin(), leftBehind.end(),
+                                    [&](const std::string& file) { return tellsOf(complaints, file); });
     if (!neitherOldNorNew(found, before, after(before, deed, stateAfter)).empty()) {
         return writtenBy(deed, found) == States::torn ? tornFile : elsewhere;
     }
-    if (writtenBy(deed, found) != stateWanted(deed) && complaints == 0 && !mayBeSilent) {
+    if (!isTold && !mayBeSilent) {
         return untold;
     }
     const int answered = writtenBy(deed, client.answers());
@@ -187,23 +217,60 @@ public:
     /// @param kept what must be in the user's file, or in one that was set aside, after each of them, and after the
     /// write that follows: there, the values of a whole file will do.
     void tryAllFailures(const std::vector<std::string>& kept) {
+        tryAll([&] { return startAndWrite(kept); }, false);
+    }
+
+    /// What each file of writeEachFile() gives must be answered after each of them that fails once, or after the next
+    /// start; and the file must be in its place, or told of.
+    void tryEachFailureOnce() {
+        tryAll([&] { return startTwice(); }, true);
+    }
+
+    /// Makes every file that a start reads.
+    void writeEachFile() const {
+        writeFiles(old_, stateBefore);
+        std::ofstream(defaultsOf(old_)) << "<Corvid><userConfig name=\"OfDefaults\" value=\"1\"/></Corvid>";
+        std::ofstream(overrideOf(old_)) << "<Corvid><group><OfOverride>1</OfOverride></group></Corvid>";
+    }
+
+private:
+    /// Ends of a process; those about one file count on from theirs, in the order of filesOf().
+    enum End : int { inOrder = 0, lostByTheStart = 10, lostByTheWrite = 11, unanswered = 20, gone = 30 };
+
+    static std::string defaultsOf(const Scene& scene) { return scene.install() + "/corvid-config-defaults.xml"; }
+    static std::string overrideOf(const Scene& scene) { return scene.config() + "/corvid-config-user.xml"; }
+
+    static std::vector<std::string> filesOf(const Scene& scene) {
+        return {scene.localFile(), scene.serverFile(), scene.linkFile(), defaultsOf(scene), overrideOf(scene)};
+    }
+
+    /// Whether a client answers what each of the files gives.
+    static std::vector<bool> answeredBy(Client& client) {
+        const auto holds = [&](const std::wstring& key) {
+            std::wstring value;
+            return client.featureSet().getConfig(key, value, false) && value == L"1";
+        };
+        const States states = client.answers();
+        return {states.user == stateBefore, states.server == stateBefore, states.link == stateBefore,
+                holds(L"OfDefaults"), holds(L"OfOverride")};
+    }
+
+    /// @param start in the traced process. @param once only failures of one call.
+    void tryAll(const std::function<int()>& start, bool once) {
         scene_.copyFrom(old_);
-        const std::vector<Call> calls = runTraced(scene_.folder(), [&] { return start(kept); }, {}).calls;
+        const std::vector<Call> calls = runTraced(scene_.folder(), start, {}).calls;
         for (std::size_t call = 0; call < calls.size(); ++call) {
             for (const Failure& failure : allFailures()) {
-                if (failure.fault.kind == Fault::Kind::Fail && trial_.picks(60, calls.size() * 14)) {
-                    tryFailure(failure, calls, call, kept);
+                const bool isMeant = failure.fault.kind == Fault::Kind::Fail && (!once || failure.fault.times == 1);
+                if (isMeant && trial_.picks(60, calls.size() * (once ? 7 : 14))) {
+                    tryFailure(failure, calls, call, start);
                 }
             }
         }
     }
 
-private:
-    static constexpr int lostByTheStart = 10;
-    static constexpr int lostByTheWrite = 11;
-
-    /// In the traced process: a start under the fault, and a write to a disk that is in order again.
-    int start(const std::vector<std::string>& kept) const {
+    /// A start under the fault, and a write to a disk that is in order again.
+    int startAndWrite(const std::vector<std::string>& kept) const {
         markBegin();
         Client client(scene_);
         markEnd();
@@ -211,14 +278,54 @@ private:
             return lostByTheStart;
         }
         client.touchUser();
-        return keepsAll(kept) || States::of(scene_).user == stateBefore ? 0 : lostByTheWrite;
+        return keepsAll(kept) || States::of(scene_).user == stateBefore ? inOrder : lostByTheWrite;
+    }
+
+    /// A start under the fault, and one on a disk that is in order again.
+    int startTwice() const {
+        std::vector<std::string> complaints;
+        std::vector<bool> first;
+        {
+            markBegin();
+            Client client(scene_);
+            markEnd();
+            complaints = client.complaints();
+            first = answeredBy(client);
+        }
+        const std::vector<std::string> files = filesOf(scene_);
+        const std::vector<std::string> oldFiles = filesOf(old_);
+        for (std::size_t file = 0; file < files.size(); ++file) {
+            if (bytesOf(files[file]) != bytesOf(oldFiles[file]) && !tellsOf(complaints, files[file])) {
+                return gone + static_cast<int>(file);
+            }
+        }
+        Client client(scene_);
+        const std::vector<bool> second = answeredBy(client);
+        for (std::size_t file = 0; file < files.size(); ++file) {
+            if (!first[file] && !second[file]) {
+                return unanswered + static_cast<int>(file);
+            }
+        }
+        return inOrder;
     }
 
     bool keepsAll(const std::vector<std::string>& kept) const {
         return std::all_of(kept.begin(), kept.end(), [&](auto& bytes) { return scene_.keeps(bytes); });
     }
 
-    static const char* nameOfEnd(int status) {
+    std::string nameOfEnd(int status) const {
+        const std::vector<std::string> files = filesOf(scene_);
+        const auto isAbout = [&](int first) {
+            return status >= first && status < first + static_cast<int>(files.size());
+        };
+        if (isAbout(unanswered)) {
+            return "neither this start nor the next one answers what stands in " +
+                   files[static_cast<std::size_t>(status - unanswered)];
+        }
+        if (isAbout(gone)) {
+            return "no line of the log tells that it is not in its place: " +
+                   files[static_cast<std::size_t>(status - gone)];
+        }
         return status == lostByTheStart ? "the user's file is gone"
                : status == lostByTheWrite
                    ? "the next write has replaced the user's file, and nothing holds what it held"
@@ -226,13 +333,12 @@ private:
     }
 
     void tryFailure(Failure failure, const std::vector<Call>& calls, std::size_t call,
-                    const std::vector<std::string>& kept) {
+                    const std::function<int()>& start) {
         scene_.copyFrom(old_);
         failure.fault.at = call;
-        const Traced traced = runTraced(
-            scene_.folder(), [&] { return start(kept); }, failure.fault);
+        const Traced traced = runTraced(scene_.folder(), start, failure.fault);
         trial_.tried(traced.faultCame ? 1 : 0);
-        if (traced.status != 0) {
+        if (traced.status != inOrder) {
             trial_.lost(failure.name + " at call " + std::to_string(call) + " of a start, " + calls[call].name + " " +
                             calls[call].path + ": " + nameOfEnd(traced.status),
                         scene_.folder());
@@ -245,7 +351,7 @@ private:
     const Scene scene_{directory_.path("scene")};
 };
 
-TEST(FailingCalls, OfAStartLoseNoByteOfTheUsersFile) {
+TEST(FailingCalls, OfAStartLoseNoByteOfAnyFile) {
     Trial trial("fail-at-start", "calls");
     if (!tracingIsAllowed(trial)) {
         GTEST_SKIP() << tracingIsNotAllowed;
@@ -258,6 +364,10 @@ TEST(FailingCalls, OfAStartLoseNoByteOfTheUsersFile) {
     StartOnABadDisk settingAside(trial);
     settingAside.old().damage();
     settingAside.tryAllFailures({Scene::damaged, Scene::damagedEarlier});
+
+    StartOnABadDisk reading(trial);
+    reading.writeEachFile();
+    reading.tryEachFailureOnce();
 }
 
 }  // namespace

@@ -60,7 +60,7 @@ enum Found : int { allIsWell, fileIsTorn, nothingIsSaid, valueIsForgotten, value
 const char* nameOfFound(int found) {
     constexpr const char* names[] = {"all is well",
                                      "the file is neither the old one nor the new one",
-                                     "the file is the old one, and no line of the log says so",
+                                     "the file is the old one, and no line of the log names it",
                                      "the value is not in memory",
                                      "the value is not written once there is room",
                                      "the disk could not be changed"};
@@ -73,11 +73,12 @@ Found setOnABadDisk(const Scene& scene, Client& client, int before, bool isToldO
                     const std::function<bool()>& putInOrder) {
     client.log().clear();
     client.setUser(stateThatIsLong);
+    const bool isTold = tellsOf(client.complaints(), scene.localFile());
     const int user = States::of(scene).user;
     if (user != before && user != stateThatIsLong) {
         return fileIsTorn;
     }
-    if (user == before && client.complaints() == 0 && isToldOf) {
+    if (user == before && !isTold && isToldOf) {
         return nothingIsSaid;
     }
     if (client.answers().user != stateThatIsLong) {

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -27,8 +28,10 @@
 #include "http/Request.h"
 #include "http/Response.h"
 #include "impl/http/CurlTransport.h"
+#include "quill/FileUtils.h"
 #include "support/ForkedChild.h"
 #include "support/HeldPipe.h"
+#include "support/StrangersLink.h"
 
 using torture::Client;
 using torture::Scene;
@@ -38,9 +41,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uid_t STRANGER = 65534;
 constexpr const char* DOCUMENT =
     "<Corvid><userConfig name=\"outside\" value=\"1\"/><group><outside>1</outside></group></Corvid>\n";
+
+constexpr std::string_view STRANGERS_LINK_TO_A_FOLDER = "a stranger's link to a folder";
 
 /// What stands in the place of a file. Each makes it at a path; false if this system does not let it be made.
 struct Obstacle {
@@ -78,9 +82,9 @@ const std::vector<Obstacle>& obstacles() {
         {"a link to a pipe", [](auto& path, const Outside& out) { return linkTo(out.path("pipe"), path); }},
         {"a link to itself", [](auto& path, const Outside&) { return linkTo(path, path); }},
         {"a stranger's link",
-         [](auto& path, const Outside& out) {
-             return linkTo(out.path("file.xml"), path) && lchown(path.c_str(), STRANGER, STRANGER) == 0;
-         }},
+         [](auto& path, const Outside& out) { return support::makeStrangersLink(out.path("file.xml"), path); }},
+        {STRANGERS_LINK_TO_A_FOLDER.data(),
+         [](auto& path, const Outside& out) { return support::makeStrangersLink(out.path("folder"), path); }},
         {"a hard link",
          [](auto& path, const Outside& out) { return link(out.path("file.xml").c_str(), path.c_str()) == 0; }},
         {"a pipe", [](auto& path, const Outside&) { return mkfifo(path.c_str(), 0600) == 0; }},
@@ -102,6 +106,8 @@ constexpr const char* INSTALLERS = "install/bootstrap.properties";
 /// Further authorities of a host's.
 constexpr const char* AUTHORITIES = "install/ca.pem";
 
+constexpr const char* CACHE = "config/Cache";
+
 /// Every file that is read, written or removed, below the scene's folder. Numbers of processes are those of the child.
 const std::vector<std::string>& places() {
     static const std::vector<std::string> all = {
@@ -112,7 +118,7 @@ const std::vector<std::string>& places() {
         "config/corvidLocalConfig-backup-1.xml",
         "config/corvid-config-user.xml",
         "config/corvid-config.xml",
-        "config/Cache",
+        CACHE,
         "config/Cache/cachedServer.xml",
         "config/Cache/cachedServer.xml.temp",
         "config/Cache/cachedTFTPConfigStore.xml",
@@ -232,6 +238,9 @@ int workOn(const Scene& scene, const std::function<bool()>& keeps) {
     if (!keeps()) {
         return LOST;
     }
+    if (QuillCoreUtils::FileUtils::isStrangersLink(scene.config() + "/Cache")) {
+        client.featureSet().removeAllCachedConfigStores();
+    }
     client.resetData();
     client.setUser(3);
     client.joinServer(3);
@@ -244,12 +253,15 @@ protected:
     bool tryAt(const std::string& place, const Obstacle& obstacle) {
         const fakes::TemporaryDirectory outside;
         outside.write("file.xml", DOCUMENT);
-        outside.write("folder/file.xml", DOCUMENT);
+        for (const char* name : {"report.xml", "report.xml.temp", "cachedServer.xml.temp", "in/report.xml",
+                                 "in/report.xml.temp", "in/cachedServer.xml.temp"}) {
+            outside.write(std::string("folder/") + name, DOCUMENT);
+        }
         mkfifo(outside.path("pipe").c_str(), 0600);
         chmod(outside.path("file.xml").c_str(), 0644);
         const fakes::TemporaryDirectory directory;
         const Scene scene(directory.path());
-        if (place != "config/Cache") {
+        if (place != CACHE) {
             fs::create_directory(scene.config() + "/Cache");
         }
         const std::vector<std::string> damaged = damageWhatIsBackedUpAt(place, directory);
@@ -264,8 +276,8 @@ protected:
         if (isWrittenThroughLinks(place) && obstacle.leadsToAFile) {
             written = {"file.xml", "new.xml"};
         }
-        if (place == "config/Cache") {
-            written = {"folder/cachedServer.xml", "folder/cachedTFTPConfigStore.xml",
+        if (place == CACHE && obstacle.name != STRANGERS_LINK_TO_A_FOLDER) {
+            written = {"folder/cachedServer.xml", "folder/cachedServer.xml.temp", "folder/cachedTFTPConfigStore.xml",
                        "folder/cachedUrlProvisioningConfigStore.xml"};
         }
         const std::string before = description(outside.path(), written);
@@ -299,7 +311,9 @@ TEST_F(Obstacles, HangNothingAndLeadNothingOutside) {
         bool isMade = true;
         for (const std::string& place : places()) {
             const bool isWaitedFor = obstacle.isHeld && place == INSTALLERS;
-            isMade = isMade && (isWaitedFor || !trial_.picks(50, all) || tryAt(place, obstacle));
+            const bool isAlwaysTried = place == CACHE && obstacle.name == STRANGERS_LINK_TO_A_FOLDER;
+            const bool isTried = !isWaitedFor && (isAlwaysTried || trial_.picks(50, all));
+            isMade = isMade && (!isTried || tryAt(place, obstacle));
         }
         if (!isMade) {
             missing.emplace_back(obstacle.name);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -49,6 +50,17 @@ std::string disorder(const std::vector<Call>& calls, const std::string& file) {
     return std::any_of(calls.begin(), calls.end(), writesInPlace) ? "the file itself was written" : "";
 }
 
+/// What is wrong with the order of the calls that make a folder and then put a file in it; empty if nothing is.
+std::string disorderOfFolder(const std::vector<Call>& calls, const std::string& folder) {
+    const auto isMaking = [&](const Call& call) { return call.name.starts_with("mkdir") && call.path == folder; };
+    const auto making = std::find_if(calls.begin(), calls.end(), isMaking);
+    const auto rename =
+        std::find_if(making, calls.end(), [](const Call& call) { return call.name.starts_with("rename"); });
+    const std::string above = FileUtils::getParentDirectory(folder);
+    const bool isSynced = std::any_of(making, rename, [&](const Call& call) { return isSync(call, above); });
+    return isSynced ? "" : "the folder above was not synced before a file came into " + folder;
+}
+
 /// What is wrong with the order of the calls that give a file another name; empty if nothing is.
 std::string disorderOfMove(const std::vector<Call>& calls, const std::string& from, const std::string& to) {
     const auto isRename = [](const Call& call) { return call.name.starts_with("rename"); };
@@ -71,12 +83,32 @@ protected:
         if (trial_.hasLost()) {
             return;
         }
+        const std::vector<std::string> missing = missingFolders();
         const Traced traced = runTraced(scene_.folder(), body, {});
         ASSERT_EQ(traced.status, 0);
         trial_.tried();
         if (const std::string wrong = disorder(traced.calls, file); !wrong.empty()) {
             trial_.lost(what + ": " + wrong, scene_.folder());
         }
+        for (const std::string& folder : missing) {
+            if (std::filesystem::exists(folder)) {
+                expectOrderOfFolder(what, traced.calls, folder);
+            }
+        }
+    }
+
+    void expectOrderOfFolder(const std::string& what, const std::vector<Call>& calls, const std::string& folder) {
+        ++foldersMade_;
+        if (const std::string wrong = disorderOfFolder(calls, folder); !wrong.empty()) {
+            trial_.lost(what + ": " + wrong, scene_.folder());
+        }
+    }
+
+    /// The folders of the scene that are yet to be made.
+    std::vector<std::string> missingFolders() const {
+        std::vector<std::string> folders{scene_.config(), scene_.config() + "/Cache"};
+        std::erase_if(folders, [](const std::string& folder) { return std::filesystem::exists(folder); });
+        return folders;
     }
 
     void expectOrder(Deed deed, const std::string& file) {
@@ -121,12 +153,14 @@ protected:
     const fakes::TemporaryDirectory directory_;
     const Scene scene_{directory_.path()};
     Trial trial_{"order", "writes"};
+    int foldersMade_ = 0;
 };
 
 TEST_F(WriteOrder, IsSyncRenameSyncOnEveryWayToTheDisk) {
     if (!tracingIsAllowed(trial_)) {
         GTEST_SKIP() << tracingIsNotAllowed;
     }
+    std::filesystem::remove_all(scene_.config());
     for (int write = 0; write < 2; ++write) {
         expectOrder(Deed::SetUser, scene_.localFile());
         expectOrder(Deed::JoinServer, scene_.serverFile());
@@ -148,7 +182,20 @@ TEST_F(WriteOrder, IsSyncRenameSyncOnEveryWayToTheDisk) {
             return written ? 0 : 1;
         });
     }
+    EXPECT_EQ(foldersMade_, 2) << "the configuration folder and the cache";
     expectOrderWhereAFileIsSetAside();
+}
+
+TEST_F(WriteOrder, OfAFolderIsFoundWrongWhereItIs) {
+    const Call make{"mkdir", "/d/a", ""};
+    const Call syncAbove{"fsync", "/d", ""};
+    const Call syncItself{"fsync", "/d/a", ""};
+    const Call rename{"rename", "/d/a/new", "/d/a/file"};
+    EXPECT_EQ(disorderOfFolder({make, syncAbove, rename}, "/d/a"), "");
+    for (const auto& calls : {std::vector{rename}, std::vector{make, rename}, std::vector{make, rename, syncAbove},
+                              std::vector{syncAbove, make, rename}, std::vector{make, syncItself, rename}}) {
+        EXPECT_EQ(disorderOfFolder(calls, "/d/a"), "the folder above was not synced before a file came into /d/a");
+    }
 }
 
 TEST_F(WriteOrder, OfAMoveIsFoundWrongWhereItIs) {

@@ -26,7 +26,8 @@ public:
     /// True if something (a file, a folder, a link with an existing target) is there.
     static bool fileExists(const std::string& path);
 
-    /// Creates a folder with its parents, mode 0700. True if it is there afterwards.
+    /// Creates a folder with its parents, mode 0700. True if it is there afterwards. The disk has it when this returns,
+    /// if it can sync folders; that it could not is logged.
     static bool createDirectory(const std::string& path);
 
     /// Removes a file, or a link itself; never a folder. True if it was there and is gone; false, and logged, if there
@@ -70,6 +71,11 @@ public:
     /// Removes the siblings of a destination that processes left which died in the midst of one of these operations.
     /// The next operation on the destination would do so too. A failure is not told.
     static void removeStaleSiblings(const std::string& destination);
+
+    /// True if a path is a link that copyFile() would not write through, or a chain of links with such a one in it: for
+    /// whoever is about to write or remove something in the folder that it leads to. What is no link, or not there, is
+    /// none. A failure to look is not told and gives false: the next step will meet it too.
+    static bool isStrangersLink(const std::string& path);
 
     /// Reads a whole regular file as bytes. False if it cannot be read or is no regular file; contents is empty then.
     static bool readFile(const std::string& path, std::string& contents);

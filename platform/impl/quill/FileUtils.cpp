@@ -10,6 +10,7 @@
 #include "impl/quill/DirectoryWalk.h"
 #include "impl/quill/FileDescriptor.h"
 #include "impl/quill/FileReplacement.h"
+#include "impl/quill/SiblingFile.h"
 #include "quill/StringUtils.h"
 #include "system/World.h"
 #include "tessel/SecureStringUtils.h"
@@ -43,7 +44,11 @@ std::string quotedPair(const std::string& from, const std::string& to) { return 
 int makeOneDirectory(const std::string& path) {
     if (::mkdir(path.c_str(), S_IRWXU) == 0) {
         // Some umasks take the owner's rights too.
-        return errorOf(fchmodat(AT_FDCWD, path.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW));
+        const int error = errorOf(fchmodat(AT_FDCWD, path.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW));
+        // A power cut would take the folder, and every file in it, however durable those are. Where the folder above
+        // cannot be synced this one is there all the same.
+        succeeded(syncDirectoryOf(path), "createDirectory", "sync the folder that holds " + quoted(path));
+        return error;
     }
     const int error = errno;
     struct stat status {};
@@ -143,6 +148,11 @@ bool FileUtils::replaceFileDurably(const std::string& finishedSibling, const std
 }
 
 void FileUtils::removeStaleSiblings(const std::string& destination) { removeSiblingsLeftBeside(destination); }
+
+bool FileUtils::isStrangersLink(const std::string& path) {
+    std::string resolved;
+    return resolveLinks(path, resolved) == EPERM;
+}
 
 bool FileUtils::readFile(const std::string& path, std::string& contents) {
     contents.clear();

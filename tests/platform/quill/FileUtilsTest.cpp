@@ -15,6 +15,7 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/DeepTree.h"
 #include "support/OrdinaryUser.h"
+#include "support/StrangersLink.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -96,6 +97,22 @@ TEST_F(Files, AreContentWithAFolderThatIsThere) {
     EXPECT_TRUE(FileUtils::createDirectory(path("link/below")));
     EXPECT_TRUE(FileUtils::createDirectory("/"));
     EXPECT_TRUE(directory_.exists("below"));
+}
+
+TEST_F(Files, TellALinkOfAStrangersFromAllOthers) {
+    fs::create_directory(path("folder"));
+    fs::create_symlink("folder", path("own"));
+    EXPECT_FALSE(FileUtils::isStrangersLink(path("folder")));
+    EXPECT_FALSE(FileUtils::isStrangersLink(path("own")));
+    EXPECT_FALSE(FileUtils::isStrangersLink(path("missing")));
+    EXPECT_FALSE(FileUtils::isStrangersLink(""));
+    if (!support::makeStrangersLink("folder", path("link"))) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    fs::create_symlink("link", path("own link to it"));
+    EXPECT_TRUE(FileUtils::isStrangersLink(path("link")));
+    EXPECT_TRUE(FileUtils::isStrangersLink(path("own link to it")));
+    EXPECT_THAT(log_->lines(), IsEmpty());
 }
 
 TEST_F(Files, CreateNoFolderWhereAFileStands) {

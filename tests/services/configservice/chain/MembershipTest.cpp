@@ -1,9 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "ChainFixture.h"
 #include "ConfigStoreConstants.h"
+#include "chain/CacheFiles.h"
 #include "stores/InMemoryConfigStore.h"
+#include "support/StrangersLink.h"
 
 namespace {
 
@@ -96,6 +100,29 @@ TEST_F(Membership, RemovalOfAllCopiesTakesStoresAndFiles) {
     EXPECT_FALSE(cacheFileExists("cachedA.xml"));
     EXPECT_FALSE(cacheFileExists("cachedB.XML"));
     EXPECT_TRUE(cacheFileExists("notes.txt"));
+}
+
+TEST_F(Membership, RemovalOfCopiesLeavesFilesBehindAStrangersLink) {
+    for (const char* file : {"cachedA.xml", "cachedServer.xml", "report.xml"}) {
+        world.directory().write(std::string("elsewhere/") + file, "text");
+    }
+    std::filesystem::create_directories(world.configDirectory());
+    if (!support::makeStrangersLink(world.directory().path("elsewhere"), CacheFiles::directory())) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    const fakes::ScopedRecordingLog log;
+    const auto server = makeReadOnly("Server", 200);
+    server->cached();
+    addQuietly({makeReadOnly("cachedA.xml", 400), server});
+    EXPECT_TRUE(manager.removeStoreWithSameName("Server"));
+    manager.removeAllCachedConfigStores();
+    EXPECT_THAT(chainNames(), ElementsAre());
+    for (const char* file : {"cachedA.xml", "cachedServer.xml", "report.xml"}) {
+        EXPECT_TRUE(cacheFileExists(file)) << file;
+    }
+    const std::string text = "NOT removed, since somebody else has put a link in the place of the cache folder: ";
+    EXPECT_THAT(log->texts(3),
+                ElementsAre(text + CacheFiles::path("cachedServer.xml"), text + CacheFiles::directory()));
 }
 
 TEST_F(Membership, RemovalOfAllCopiesWithoutACacheFolderDoesNothing) {

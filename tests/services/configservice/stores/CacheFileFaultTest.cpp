@@ -1,8 +1,13 @@
+#include <fcntl.h>
+#include <sys/file.h>
+
 #include <filesystem>
 #include <random>
 
 #include "FaultSupport.h"
 #include "stores/CacheConfigStore.h"
+#include "support/StrangersLink.h"
+#include "xml/SiblingLock.h"
 
 namespace storetests {
 namespace {
@@ -78,6 +83,64 @@ TEST_F(CacheFileFaults, DenyADocumentThatDoesNotFitOnTheDisk) {
     }
     EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
     EXPECT_THAT(filesInFolder(), testing::ElementsAre("cachedX.xml"));
+}
+
+/// Somebody else has put a link in the place of the cache folder.
+class CacheFolderOfAStranger : public CacheFileFaults {
+protected:
+    void SetUp() override {
+        write("elsewhere/cachedX.xml", "theirs");
+        write("elsewhere/cachedX.xml.temp", "theirs too");
+        if (!support::makeStrangersLink(path("elsewhere"), path("Cache"))) {
+            GTEST_SKIP() << "only root can make somebody else's link";
+        }
+    }
+
+    void expectNothingWritten() const {
+        EXPECT_EQ(read("elsewhere/cachedX.xml"), "theirs");
+        EXPECT_EQ(read("elsewhere/cachedX.xml.temp"), "theirs too");
+        EXPECT_THAT(log_->lines(),
+                    testing::ElementsAre(Line{2, "XmlConfigParser", "writeToFile",
+                                              "data NOT written to file, since somebody else has put a link in the "
+                                              "place of its folder: " +
+                                                  file_}));
+    }
+};
+
+TEST_F(CacheFolderOfAStranger, IsWrittenToByNoStore) {
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    expectNothingWritten();
+    EXPECT_EQ(contentsOf(store), (Map{{L"a", L"1"}}));
+    EXPECT_TRUE(store.hasUnwrittenValues());
+    std::filesystem::remove(path("Cache"));
+    store.persistValues();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(CacheFolderOfAStranger, GetsNoDocument) {
+    EXPECT_FALSE(XmlConfigParser::writeToFile(file_, "<r><G><A>1</A></G></r>"));
+    expectNothingWritten();
+}
+
+TEST_F(CacheFolderOfAStranger, IsNotMadeWhereTheLinkLeadsNowhere) {
+    std::filesystem::remove_all(path("elsewhere"));
+    EXPECT_FALSE(XmlConfigParser::writeToFile(file_, ConfigMap{{L"a", L"1"}}));
+    EXPECT_FALSE(std::filesystem::exists(path("elsewhere")));
+}
+
+TEST_F(CacheFolderOfAStranger, HoldsNobodyUpByItsLock) {
+    const int theirs = ::open(path("elsewhere").c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    ASSERT_EQ(::flock(theirs, LOCK_EX), 0);
+    { const SiblingLock lock(path("Cache")); }
+    ::close(theirs);
+}
+
+TEST_F(CacheFileFaults, AreNoneWhereTheUsersOwnLinkLeadsToTheFolder) {
+    std::filesystem::create_directory(path("elsewhere"));
+    std::filesystem::create_directory_symlink(path("elsewhere"), path("Cache"));
+    const CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+    EXPECT_TRUE(world_.directory().exists("elsewhere/cachedX.xml"));
 }
 
 }  // namespace

@@ -1,7 +1,13 @@
+#include <libxml/xmlerror.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <filesystem>
 
 #include "StoreTestSupport.h"
 #include "stores/LocalFileConfigStore.h"
+#include "xml/XmlDocument.h"
 
 namespace storetests {
 namespace {
@@ -215,6 +221,86 @@ TEST_F(LocalFileReading, KeepsAnInvalidFileThatCouldNotBeSetAsideUnderAnotherNam
     store.storeValue(L"a", L"2");
     store.persistValues();
     EXPECT_FALSE(world_.directory().exists("local-backup-3.xml")) << "a file that is well-formed by now";
+}
+
+/// Lets this process open no file, until the XML library has told of what came of that if so wished.
+class NoMoreDescriptors {
+public:
+    enum class Until { ItIsTold, TheEnd };
+
+    explicit NoMoreDescriptors(Until until) {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const rlimit none{0, before_.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+        xmlSetGenericErrorFunc(this, until == Until::ItIsTold ? end : ignore);
+    }
+    ~NoMoreDescriptors() {
+        setrlimit(RLIMIT_NOFILE, &before_);
+        xmlSetGenericErrorFunc(nullptr, nullptr);
+    }
+
+    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
+    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
+
+private:
+    static void ignore(void*, const char*, ...) {}
+    static void end(void* self, const char*, ...) {
+        setrlimit(RLIMIT_NOFILE, &static_cast<NoMoreDescriptors*>(self)->before_);
+    }
+
+    rlimit before_{};
+};
+
+TEST_F(LocalFileReading, TakesAFileThatCanBeReadAtTheSecondTryOnly) {
+    const std::string text = "<Corvid><userConfig name='a' value='1'/></Corvid>";
+    write("local.xml", text);
+    {
+        const NoMoreDescriptors forTheFirstTry(NoMoreDescriptors::Until::ItIsTold);
+        LocalFileConfigStore store = open();
+        EXPECT_EQ(contentsOf(store), (Map{{L"a", L"1"}}));
+    }
+    EXPECT_EQ(read("local.xml"), text);
+    EXPECT_FALSE(world_.directory().exists("local-backup.xml"));
+    EXPECT_THAT(log_->lines(), testing::ElementsAre(Line{3, LOCAL_FILE_STORE, "readFromFile",
+                                                         "config file was read at the second try only: " +
+                                                             path("local.xml") + ": Too many open files"}));
+}
+
+TEST_F(LocalFileReading, SetsAnInvalidFileAsideThatCanBeReadAtTheSecondTryOnly) {
+    write("local.xml", "not xml");
+    {
+        const NoMoreDescriptors forTheFirstTry(NoMoreDescriptors::Until::ItIsTold);
+        LocalFileConfigStore store = open();
+        EXPECT_EQ(contentsOf(store), Map{});
+    }
+    EXPECT_EQ(read("local-backup.xml"), "not xml");
+    EXPECT_EQ(log_->count(2, "contents of invalid xml with string length: 7\nnot xml"), 1u);
+}
+
+TEST_F(LocalFileReading, SetsAFileAsideThatCannotBeReadTheSecondTimeEither) {
+    const std::string text = "<Corvid><userConfig name='a' value='1'/></Corvid>";
+    write("local.xml", text);
+    {
+        const NoMoreDescriptors atAll(NoMoreDescriptors::Until::TheEnd);
+        LocalFileConfigStore store = open();
+        EXPECT_EQ(contentsOf(store), Map{});
+    }
+    EXPECT_EQ(read("local-backup.xml"), text);
+    EXPECT_EQ(log_->count(3, "cannot read [" + path("local.xml") + "]: Too many open files"), 1u);
+    EXPECT_EQ(log_->count(2, "contents of invalid xml with string length: 0\n"), 1u);
+}
+
+TEST_F(LocalFileReading, KnowsWhatTheDiskRefusesFromWhatIsNotWellFormed) {
+    const auto errorOf = [](const std::string& file) {
+        int error = -1;
+        EXPECT_EQ(readXmlFile(file, error), nullptr) << file;
+        return error;
+    };
+    EXPECT_EQ(errorOf(write("local.xml", "not xml")), 0);
+    EXPECT_EQ(errorOf(path("missing.xml")), ENOENT);
+    EXPECT_EQ(errorOf(world_.directory().path()), EISDIR);
+    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    EXPECT_EQ(errorOf(path("pipe")), EINVAL);
 }
 
 TEST_F(LocalFileReading, LeavesAReferenceThatIsAllOfAValueAsItIsWritten) {

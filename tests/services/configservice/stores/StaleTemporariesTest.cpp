@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "StoreTestSupport.h"
+#include "support/StrangersLink.h"
 
 namespace storetests {
 namespace {
@@ -24,9 +25,17 @@ TEST_F(StaleTemporariesOfTheDead, AreRemovedBesideTheUsersFileAndInTheCache) {
 }
 
 TEST_F(StaleTemporariesOfTheDead, AreTheModulesOwnOnly) {
-    const std::vector<std::string> others = {
-        "config/corvidLocalConfig.xml", "config/Cache/cachedServer.xml", "config/notes.temp",
-        "config/Cache/notes.temp",      "config/.other.xml.4711.3.new",  "config/.corvidLocalConfig.xml.mine.new"};
+    const std::vector<std::string> others = {"config/corvidLocalConfig.xml",
+                                             "config/Cache/cachedServer.xml",
+                                             "config/notes.temp",
+                                             "config/Cache/notes.temp",
+                                             "config/.other.xml.4711.3.new",
+                                             "config/.corvidLocalConfig.xml.mine.new",
+                                             "config/Cache/report.xml.temp",
+                                             "config/Cache/mycachedServer.xml.temp",
+                                             "config/Cache/cachedServer.xml.TEMP",
+                                             "config/Cache/cachedServer.temp",
+                                             "config/Cache/folder/cachedServer.xml.temp"};
     for (const std::string& file : others) {
         write(file, "text");
     }
@@ -40,6 +49,26 @@ TEST_F(StaleTemporariesOfTheDead, AreNotLookedForBehindALinkInTheCache) {
     write("elsewhere/cachedServer.xml.temp", "text");
     std::filesystem::create_directories(path("config/Cache"));
     std::filesystem::create_directory_symlink(path("elsewhere"), path("config/Cache/folder"));
+    StaleTemporaries::remove();
+    EXPECT_EQ(read("elsewhere/cachedServer.xml.temp"), "text");
+}
+
+TEST_F(StaleTemporariesOfTheDead, AreRemovedBehindTheUsersOwnLinkToACacheFolder) {
+    write("elsewhere/cachedServer.xml.temp", "half a docum");
+    write("elsewhere/report.xml.temp", "text");
+    std::filesystem::create_directories(path("config"));
+    std::filesystem::create_directory_symlink(path("elsewhere"), path("config/Cache"));
+    StaleTemporaries::remove();
+    EXPECT_FALSE(world_.directory().exists("elsewhere/cachedServer.xml.temp"));
+    EXPECT_EQ(read("elsewhere/report.xml.temp"), "text");
+}
+
+TEST_F(StaleTemporariesOfTheDead, AreNotLookedForBehindAStrangersLink) {
+    write("elsewhere/cachedServer.xml.temp", "text");
+    std::filesystem::create_directories(path("config"));
+    if (!support::makeStrangersLink(path("elsewhere"), path("config/Cache"))) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
     StaleTemporaries::remove();
     EXPECT_EQ(read("elsewhere/cachedServer.xml.temp"), "text");
 }

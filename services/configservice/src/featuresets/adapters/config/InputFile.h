@@ -20,8 +20,12 @@ public:
 
     /// Waits for the next bytes, at most so many. @return how many came; 0 at the end, and of a pipe that nobody writes
     /// to; -1 if the file could not be opened, or is a folder.
-    int read(char* bytes, int most) const;
+    int read(char* bytes, int most);
+
+    /// Why it could not be opened, or what the last reading that failed met: an errno; 0 if neither did.
+    int error() const { return error_; }
 
 private:
+    int error_ = 0;
     const int descriptor_;
 };

@@ -5,12 +5,23 @@
 
 using QuillCoreUtils::FileUtils;
 
+namespace {
+
+constexpr const char* beginning = "cached";
+constexpr const char* ending = ".xml";
+
+}  // namespace
+
 std::string CacheFiles::directory() {
     return FileUtils::getConfigDirectory() + FileUtils::FileSeparator() +
            ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
 }
 
-std::string CacheFiles::nameFor(const std::string& storeName) { return "cached" + storeName + ".xml"; }
+bool CacheFiles::areStrangers() { return FileUtils::isStrangersLink(directory()); }
+
+std::string CacheFiles::nameFor(const std::string& storeName) { return beginning + storeName + ending; }
+
+bool CacheFiles::isName(std::string_view name) { return name.starts_with(beginning) && name.ends_with(ending); }
 
 std::string CacheFiles::path(const std::string& fileName) {
     return directory() + FileUtils::FileSeparator() + fileName;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 /// Where the cached copies of stores lie and what they are called. Any thread.
 class CacheFiles {
@@ -12,8 +13,15 @@ public:
     /// The cache directory, without a trailing separator.
     static std::string directory();
 
+    /// True if the cache directory is a link that somebody else has made, as FileUtils::isStrangersLink() says: nothing
+    /// is written or removed there then.
+    static bool areStrangers();
+
     /// The name of a store's cached copy: of its file, and of the store that reads it back into the chain.
     static std::string nameFor(const std::string& storeName);
+
+    /// Whether there may be a store for which nameFor() gives this name.
+    static bool isName(std::string_view name);
 
     /// Full path of a file in the cache directory.
     static std::string path(const std::string& fileName);

@@ -7,6 +7,7 @@
 #include "chain/ConfigMap.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
+#include "tessel/TesselLogger.h"
 
 namespace {
 
@@ -16,6 +17,16 @@ bool sameName(const std::string& a, const std::string& b) { return QuillCoreUtil
 bool hasCacheFile(ConfigStore& store) {
     return store.shouldCacheConfigStore() ||
            sameName(store.getName(), ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME);
+}
+
+/// Whether files of the cache folder may be removed. @param kept for the log if not: what stays.
+bool isCacheOwn(const char* function, const std::string& kept) {
+    if (!CacheFiles::areStrangers()) {
+        return true;
+    }
+    TesselLog(TesselLogger_getLogger("ConfigStoreManager"), 3, __FILE__, __LINE__, function,
+              "NOT removed, since somebody else has put a link in the place of the cache folder: " + kept);
+    return false;
 }
 
 /// The stores of the installation. The defaults go by the name of their file.
@@ -150,7 +161,7 @@ bool ConfigStoreManager::removeCacheFile(const std::string& fileName) {
     const StoreChain::Lock lock(chain_);
     const std::string path = CacheFiles::path(fileName);
     const bool exists = QuillCoreUtils::FileUtils::fileExists(path);
-    if (exists) {
+    if (exists && isCacheOwn("removeCacheFile", path)) {
         QuillCoreUtils::FileUtils::removeFile(path);
     }
     return exists;
@@ -159,10 +170,13 @@ bool ConfigStoreManager::removeCacheFile(const std::string& fileName) {
 void ConfigStoreManager::removeAllCachedConfigStores() {
     std::vector<std::string> files;
     QuillCoreUtils::FileUtils::getFilesFromDirectory(CacheFiles::directory(), "xml", files);
+    const bool filesToo = isCacheOwn("removeAllCachedConfigStores", CacheFiles::directory());
     for (const std::string& file : files) {
         const std::string fileName = QuillCoreUtils::FileUtils::getFileName(file);
         removeStoreWithSameName(fileName);
-        removeCacheFile(fileName);
+        if (filesToo) {
+            removeCacheFile(fileName);
+        }
     }
 }
 

@@ -14,7 +14,7 @@ namespace {
 
 /// @return nothing if the file cannot be read; a folder opens like a file and fails at the first read only.
 std::optional<std::string> contentsOf(const std::string& path) {
-    const InputFile file(path, InputFile::Pipes::Read);
+    InputFile file(path, InputFile::Pipes::Read);
     std::string text;
     std::array<char, 4096> piece{};
     int count = file.read(piece.data(), static_cast<int>(piece.size()));

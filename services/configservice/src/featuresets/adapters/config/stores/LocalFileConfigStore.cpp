@@ -9,6 +9,7 @@
 #include "ConfigStoreConstants.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
+#include "tessel/SecureStringUtils.h"
 #include "tessel/TesselLogger.h"
 #include "xml/LocalFileFormat.h"
 #include "xml/SiblingLock.h"
@@ -60,6 +61,24 @@ bool keepEarlierBackup(const std::string& path) {
 bool mayBeThere(const std::string& path) {
     std::error_code unseen;
     return std::filesystem::status(path, unseen).type() != std::filesystem::file_type::not_found;
+}
+
+/// Reads a file for the second time, after one that has not been read to its end. A well-formed document is logged with
+/// a line about the first time, and nothing of it stays in the text: there may be secrets in it.
+/// @param error what the disk said the first time. @param contents what it gives now; empty if it gives nothing.
+/// @return null if there is no well-formed document.
+std::shared_ptr<xmlDoc> readOnceMore(const std::string& path, int error, std::string& contents) {
+    if (!FileUtils::readFile(path, contents)) {
+        return nullptr;
+    }
+    std::shared_ptr<xmlDoc> document = readXmlMemory(contents.data(), contents.length(), path);
+    if (document != nullptr) {
+        tessel::SecureStringUtils::TesselZeroString(contents);
+        TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
+                  "config file was read at the second try only: " + path + ": " +
+                      std::generic_category().message(error));
+    }
+    return document;
 }
 
 /// @return false if characters were replaced.
@@ -219,12 +238,19 @@ bool LocalFileConfigStore::readFromFile() {
         return false;
     }
     const FileStamp stamp = values_.size() == 0 ? FileStamp::beforeReading(filePath()) : FileStamp();
-    const std::shared_ptr<xmlDoc> document = readXmlFile(filePath());
+    int error = 0;
+    std::string contents;
+    std::shared_ptr<xmlDoc> document = readXmlFile(filePath(), error);
+    if (document == nullptr && error != 0) {
+        document = readOnceMore(filePath(), error, contents);
+    } else if (document == nullptr) {
+        FileUtils::readFile(filePath(), contents);
+    }
     readFile_ = document != nullptr ? stamp : FileStamp();
     if (document != nullptr) {
         processXml(xmlDocGetRootElement(document.get()));
     } else {
-        setInvalidFileAside();
+        setInvalidFileAside(contents);
     }
     return true;
 }
@@ -246,14 +272,12 @@ void LocalFileConfigStore::processUserConfigXml(xmlNode* node) {
     }
 }
 
-void LocalFileConfigStore::setInvalidFileAside() {
+void LocalFileConfigStore::setInvalidFileAside(const std::string& contents) {
     const std::string backupName = backupNameOf(fileName_);
     TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
               "Error Invalid XML syntax detected - Unable to read localFileConfigStore configuration\n"
               "renaming invalid file to: " +
                   backupName + " and creating new blank XML document");
-    std::string contents;
-    FileUtils::readFile(filePath(), contents);
     TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
               "contents of invalid xml with string length: " + std::to_string(contents.length()) + "\n" + contents);
     const std::string backupPath = directory_ + backupName;

@@ -77,6 +77,7 @@ public:
     /// well-formed document is moved aside: its name's last extension becomes "-backup.xml". A backup of that name that
     /// is there already becomes "-backup-1.xml", or the first higher number that is free. If the file cannot be moved,
     /// or the disk does not let it be looked at, the next write moves it to such a number before it writes over it.
+    /// A file that the disk does not give at once is asked for a second time before it counts as such.
     /// @return false if there is no file.
     bool readFromFile();
 
@@ -96,7 +97,8 @@ private:
 
     void processXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
-    void setInvalidFileAside() TESSEL_REQUIRES(fileMutex_);
+    /// @param contents for the log.
+    void setInvalidFileAside(const std::string& contents) TESSEL_REQUIRES(fileMutex_);
     /// Tries once more what has failed, under another name, before the file is written over.
     void keepUnreadFile() TESSEL_REQUIRES(fileMutex_);
     void createConfigDirectory();

@@ -1,6 +1,7 @@
 #include "stores/StaleTemporaries.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "ConfigStoreConstants.h"
@@ -8,6 +9,7 @@
 #include "quill/FileRemover.h"
 #include "quill/FileUtils.h"
 #include "xml/SiblingLock.h"
+#include "xml/XmlConfigParser.h"
 
 using QuillCoreUtils::FileRemover;
 using QuillCoreUtils::FileUtils;
@@ -27,6 +29,23 @@ void removeBetweenWrites(const std::string& directory, const std::vector<std::st
     }
 }
 
+bool isTemporaryOfCacheFile(const std::string& path) {
+    std::string_view name = path;
+    constexpr std::string_view ending = XmlConfigParser::TEMPORARY_ENDING;
+    if (FileUtils::getParentDirectory(path) != CacheFiles::directory() || !name.ends_with(ending)) {
+        return false;
+    }
+    name.remove_suffix(ending.size());
+    return CacheFiles::isName(name.substr(CacheFiles::directory().size() + 1));
+}
+
+std::vector<std::string> temporariesOfCacheFiles() {
+    std::vector<std::string> files;
+    FileUtils::getFilesFromDirectory(CacheFiles::directory(), XmlConfigParser::TEMPORARY_ENDING, files);
+    std::erase_if(files, [](const std::string& file) { return !isTemporaryOfCacheFile(file); });
+    return files;
+}
+
 }  // namespace
 
 void StaleTemporaries::remove() {
@@ -37,9 +56,10 @@ void StaleTemporaries::remove() {
         removeBetweenWrites(directory, {ofUserFile});
     }
     FileUtils::removeStaleSiblings(directory + FileUtils::FileSeparator() + userFile);
-    std::vector<std::string> ofCacheFiles;
-    FileUtils::getFilesFromDirectory(CacheFiles::directory(), ".xml.temp", ofCacheFiles);
-    if (!ofCacheFiles.empty()) {
+    if (CacheFiles::areStrangers()) {
+        return;
+    }
+    if (const std::vector<std::string> ofCacheFiles = temporariesOfCacheFiles(); !ofCacheFiles.empty()) {
         removeBetweenWrites(CacheFiles::directory(), ofCacheFiles);
     }
 }

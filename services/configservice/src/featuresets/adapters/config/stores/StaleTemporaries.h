@@ -4,7 +4,9 @@
 /// files.
 class StaleTemporaries {
 public:
-    /// Removes them. A sibling that another process is just writing is left to it: its end is waited for. A failure is
-    /// logged, as FileUtils::removeFile does. Any thread; hold no lock.
+    /// Removes them: those that stand beside the user's file and in the cache folder itself, under the very names that
+    /// writers give them. What a stranger's link in the place of the cache folder leads to is left alone. A sibling
+    /// that another process is just writing is left to it: its end is waited for. A failure is logged, as
+    /// FileUtils::removeFile does. Any thread; hold no lock.
     static void remove();
 };

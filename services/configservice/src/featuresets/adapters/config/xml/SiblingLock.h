@@ -11,7 +11,8 @@
 /// Two stores of one file use the same sibling, in one process or in two (a client that runs, and the tool beside it):
 /// without this, one could put what the other has half written in the place of the real file. Within the process a
 /// mutex keeps them apart, between processes an advisory lock (flock) on the directory. A file system without such
-/// locks keeps no other process out.
+/// locks keeps no other process out, and a directory that is a link of somebody else's, where no store writes, is not
+/// locked.
 class TESSEL_SCOPED_CAPABILITY SiblingLock {
 public:
     /// Waits until the right is free. @param directory of the sibling; empty for the working directory.

@@ -30,14 +30,20 @@ std::string_view view(const xmlChar* text) { return text != nullptr ? reinterpre
 
 std::string narrow(const xmlChar* text) { return std::string(view(text)); }
 
-// A name that does not end in ".xml", so that no reader of the folder takes an unfinished file for a store.
-std::string siblingOf(const std::string& path) { return path + ".temp"; }
+std::string siblingOf(const std::string& path) { return path + XmlConfigParser::TEMPORARY_ENDING; }
 
-void createParentDirectory(const std::string& path) {
+/// Makes the folder of a file if it is missing. @return false, and logged, if it is not one to write to.
+bool prepareParentDirectory(const std::string& path) {
     const std::string directory = QuillCoreUtils::FileUtils::getParentDirectory(path);
+    if (QuillCoreUtils::FileUtils::isStrangersLink(directory)) {
+        TesselLog(logger(), 2, __FILE__, __LINE__, "writeToFile",
+                  "data NOT written to file, since somebody else has put a link in the place of its folder: " + path);
+        return false;
+    }
     if (!directory.empty() && !QuillCoreUtils::FileUtils::fileExists(directory)) {
         QuillCoreUtils::FileUtils::createDirectory(directory);
     }
+    return true;
 }
 
 void writeEntry(XmlFileWriter& writer, const std::wstring& key, const std::wstring& value) {
@@ -144,7 +150,9 @@ bool XmlConfigParser::writeToFile(const std::string& path, const ConfigMap& valu
 }
 
 XmlConfigParser::Outcome XmlConfigParser::write(const std::string& path, const ConfigMap& values, Existing existing) {
-    createParentDirectory(path);
+    if (!prepareParentDirectory(path)) {
+        return Outcome::NotOpened;
+    }
     const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
     if (existing == Existing::LeaveAlone && QuillCoreUtils::FileUtils::fileExists(path)) {
         return Outcome::LeftAlone;
@@ -169,7 +177,9 @@ XmlConfigParser::Outcome XmlConfigParser::write(const std::string& path, const C
 bool XmlConfigParser::writeToFile(const std::string& path, const std::string& text) {
     // The terminating zero byte is handed over too: it is where libxml2 looks for the end of the document.
     const std::shared_ptr<xmlDoc> document = readXmlMemory(text.c_str(), text.length() + 1, path);
-    createParentDirectory(path);
+    if (!prepareParentDirectory(path)) {
+        return false;
+    }
     const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
     const std::string sibling = siblingOf(path);
     if (document == nullptr || !XmlFileWriter::saveDocument(sibling, *document)) {

@@ -259,17 +259,26 @@ std::shared_ptr<xmlDoc> read(const Opener& open, const std::string& baseName, st
     return document;
 }
 
-std::uintmax_t sizeOf(const std::string& path) {
+/// @param failure receives an errno, if the disk gives one.
+std::uintmax_t sizeOf(const std::string& path, int& failure) {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(path, error);
-    return error ? 0 : size;
+    if (error) {
+        failure = error.value();
+        return 0;
+    }
+    return size;
 }
 
 /// The bytes of a file as they are: left to open a file by itself, libxml2 would unpack a compressed one, without a
-/// limit to what comes out of it.
-Source openFile(const std::string& path, InputFile::Pipes pipes) {
-    return [file = std::make_shared<const InputFile>(path, pipes)](char* bytes, int most) {
-        return file->read(bytes, most);
+/// limit to what comes out of it. @param failure as of sizeOf(); outlives the source.
+Source openFile(const std::string& path, InputFile::Pipes pipes, int& failure) {
+    return [file = std::make_shared<InputFile>(path, pipes), &failure](char* bytes, int most) {
+        const int count = file->read(bytes, most);
+        if (count < 0) {
+            failure = file->error();
+        }
+        return count;
     };
 }
 
@@ -281,9 +290,11 @@ Source openText(std::string_view text) {
     };
 }
 
-std::shared_ptr<xmlDoc> readFile(const std::string& path, Receivers receivers,
+std::shared_ptr<xmlDoc> readFile(const std::string& path, Receivers receivers, int& failure,
                                  InputFile::Pipes pipes = InputFile::Pipes::Refuse) {
-    return read([&] { return openFile(path, pipes); }, path, sizeOf(path), receivers);
+    failure = 0;
+    const std::uintmax_t size = sizeOf(path, failure);
+    return read([&] { return openFile(path, pipes, failure); }, path, size, receivers);
 }
 
 std::shared_ptr<xmlDoc> readMemory(std::string_view text, const std::string& baseName, Receivers receivers) {
@@ -297,14 +308,21 @@ std::shared_ptr<xmlDoc> readMemory(std::string_view text, const std::string& bas
 
 void XmlDocFreer::operator()(xmlDoc* document) const { xmlFreeDoc(document); }
 
-std::shared_ptr<xmlDoc> readXmlFile(const std::string& path) { return readFile(path, {}); }
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, int& error) { return readFile(path, {}, error); }
+
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path) {
+    int ignored = 0;
+    return readXmlFile(path, ignored);
+}
 
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems) {
-    return readFile(path, {&problems, nullptr}, InputFile::Pipes::Read);
+    int ignored = 0;
+    return readFile(path, {&problems, nullptr}, ignored, InputFile::Pipes::Read);
 }
 
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries) {
-    return readFile(path, {nullptr, &entries});
+    int ignored = 0;
+    return readFile(path, {nullptr, &entries}, ignored);
 }
 
 std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName) {

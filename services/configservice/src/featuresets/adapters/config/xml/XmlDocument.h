@@ -45,6 +45,9 @@ public:
 /// which a few lines may keep it busy for ever. A compressed file is no document, and neither is a pipe, a
 /// socket or a device. Any thread.
 /// @return null if there is no well-formed document.
+/// @param error receives what the disk said when the file could not be read to its end, an errno; 0 if it could, and is
+///        just no well-formed document.
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, int& error);
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 
 /// The same for a file that a user has named, which may be a pipe, with libxml2's diagnostics in a list instead of on
