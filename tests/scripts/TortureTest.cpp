@@ -164,6 +164,8 @@ echo '| all | 96 | 92, 95.8 % |')");
                              "96 mistakes | 4 | 5 | 95.8 % found |\n");
     EXPECT_EQ(ended.status, 0);
     EXPECT_THAT(directory_.read("build/torture/mutants.log"), HasSubstr("mutate --count 15\n"));
+    torture({"--minutes", "3", "mutants"});
+    EXPECT_THAT(directory_.read("build/torture/mutants.log"), HasSubstr("mutate --minutes 3\n"));
 }
 
 TEST_F(Torture, TriesTheStressTenMinutesInEachOfItsBuildsIfNothingElseIsSaid) {
