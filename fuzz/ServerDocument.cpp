@@ -1,5 +1,5 @@
-// Any bytes as a server's file: keys come out folded, once each and never empty, and what is read of the cached form of
-// the values is read again in the same way.
+// Any bytes as a server's file: keys come out folded, once each and never empty, and a second reading of the same bytes
+// comes to the same values.
 
 #include <cstddef>
 #include <cstdint>

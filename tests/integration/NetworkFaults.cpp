@@ -41,9 +41,17 @@ Arrangement sends(const std::string& bytes) {
     return answersBy([bytes](ScriptedConnection& connection) { connection.send(bytes); });
 }
 
-/// With the file as its body, whatever it says.
-Arrangement answersWith(int status, const std::string& fields = "") {
-    return answersBy([=](ScriptedConnection& connection) { connection.respond(status, faultyFile(), fields); });
+/// Sends this, and cuts the connection off.
+Arrangement resetsAfter(const std::string& bytes) {
+    return answersBy([bytes](ScriptedConnection& connection) {
+        connection.send(bytes);
+        connection.reset();
+    });
+}
+
+/// With this body, whatever it says.
+Arrangement answersWith(int status, const std::string& body, const std::string& fields = "") {
+    return answersBy([=](ScriptedConnection& connection) { connection.respond(status, body, fields); });
 }
 
 Arrangement redirectsTo(const std::function<std::string(const FaultPlace&)>& location) {
@@ -57,20 +65,20 @@ Arrangement redirectsTo(const std::function<std::string(const FaultPlace&)>& loc
 /// Goes wrong before a request is read, and where TLS should begin.
 Arrangement meetsClientsBy(const Doing& doing) {
     return [doing](const FaultPlace& place) {
-        const ScriptedServer::Options options{.address = place.address, .port = place.port(), .onConnect = doing};
+        const ScriptedServer::Options options{.address = place.address, .port = place.port, .onConnect = doing};
         return std::make_shared<ScriptedServer>([](ScriptedConnection&) {}, options);
     };
 }
 
-/// A server with the file and with this certificate.
-Arrangement shows(const std::function<Credentials(const FaultPlace&)>& credentials) {
-    return [credentials](const FaultPlace& place) {
+/// A server with this body and with this certificate.
+Arrangement shows(const std::string& body, const std::function<Credentials(const FaultPlace&)>& credentials) {
+    return [body, credentials](const FaultPlace& place) {
         ScriptedServer::Options options = place.options();
         const Credentials shown = credentials(place);
         options.certificate = shown.certificate;
         options.privateKey = shown.privateKey;
         return std::make_shared<ScriptedServer>(
-            [](ScriptedConnection& connection) { connection.respond(200, faultyFile()); }, options);
+            [body](ScriptedConnection& connection) { connection.respond(200, body); }, options);
     };
 }
 
@@ -83,7 +91,7 @@ Arrangement hasName(void (fakes::ScriptedNames::*of)(const std::string&)) {
 }
 
 std::shared_ptr<void> admitsNobody(const FaultPlace& place) {
-    return std::make_shared<fakes::FullBacklog>(place.address, place.port());
+    return std::make_shared<fakes::FullBacklog>(place.address, place.port);
 }
 
 void sendWithoutEnd(ScriptedConnection& connection, const std::string& begin, const std::string& piece) {
@@ -128,14 +136,11 @@ void addHeads(std::vector<NetworkFault>& faults) {
         {
             {"reset as soon as connected", meetsClientsBy([](auto& connection) { connection.reset(); })},
             {"closed instead of an answer", sends("")},
-            {"reset instead of an answer", answersBy([](auto& connection) { connection.reset(); })},
+            {"reset instead of an answer", resetsAfter("")},
             {"no answer at all", answersBy(leaveWaiting), true},
             {"closed in the first line", sends("HTTP/1.1 2")},
             {"closed in the head", sends("HTTP/1.1 200 OK\r\nContent-Type: application/x")},
-            {"reset in the head", answersBy([](auto& connection) {
-                 connection.send("HTTP/1.1 200 OK\r\nContent-Type: application/x");
-                 connection.reset();
-             })},
+            {"reset in the head", resetsAfter("HTTP/1.1 200 OK\r\nContent-Type: application/x")},
             {"another protocol answers", sends("SSH-2.0-server\r\n")},
             {"the file without a head", sends(faultyFile())},
             {"a head without end", answersBy([](auto& connection) {
@@ -151,7 +156,7 @@ void addHeads(std::vector<NetworkFault>& faults) {
 
 void addStatuses(std::vector<NetworkFault>& faults) {
     for (const int status : {206, 300, 304, 400, 401, 403, 404, 410, 429, 500, 503, 999}) {
-        add(faults, {{"status " + std::to_string(status), answersWith(status)}});
+        add(faults, {{"status " + std::to_string(status), answersWith(status, faultyFile())}});
     }
     add(faults,
         {
@@ -172,8 +177,8 @@ void addBodies(std::vector<NetworkFault>& faults) {
     add(faults,
         {
             {"status 204", sends("HTTP/1.1 204 No Content\r\n\r\n")},
-            {"an empty file", sends(headOf(lengthOf(0)))},
-            {"an empty file in chunks", sends(headOf(CHUNKED_FIELD) + "0\r\n\r\n")},
+            {"an empty body", sends(headOf(lengthOf(0)))},
+            {"an empty body in chunks", sends(headOf(CHUNKED_FIELD) + "0\r\n\r\n")},
             {"a body shorter than its length", sends(headOf(lengthOf(file.size() + 1)) + file)},
             {"a body longer than its length", sends(headOf(lengthOf(file.size() - 1)) + file)},
             {"a body without a length, cut", sends(headOf("") + half)},
@@ -193,7 +198,7 @@ void addBodies(std::vector<NetworkFault>& faults) {
             {"chunks without end", answersBy([](auto& connection) {
                  sendWithoutEnd(connection, headOf(CHUNKED_FIELD), "10000\r\n" + std::string(65536, '.') + "\r\n");
              })},
-            {"compressed, which nobody asked for", answersWith(200, "Content-Encoding: gzip\r\n")},
+            {"compressed, which nobody asked for", answersWith(200, file, "Content-Encoding: gzip\r\n")},
             {"compressed for the way, which nobody asked for",
              sends(headOf("Transfer-Encoding: gzip, chunked\r\n") + "8\r\n<config>\r\n0\r\n\r\n")},
         });
@@ -207,50 +212,75 @@ Arrangement breaksOffAfter(const std::string& bytes) {
     });
 }
 
-void addHandshakes(std::vector<NetworkFault>& faults) {
-    const auto issued = [](int from, int to) {
-        return shows([=](const FaultPlace& place) { return place.trusted.issue({{place.host}, from, to}); });
+void addHandshakes(std::vector<NetworkFault>& faults, const std::string& body) {
+    const auto issued = [&body](int from, int to) {
+        return shows(body, [=](const FaultPlace& place) { return place.trusted.issue({{place.host}, from, to}); });
     };
+    add(faults,
+        {
+            {"no word of the handshake", meetsClientsBy([](auto& connection) {
+                 connection.waitUntilClientLeaves();
+                 connection.close();
+             }),
+             true},
+            {"reset at the first word of the handshake", meetsClientsBy([](auto& connection) {
+                 connection.waitUntilClientSpeaks();
+                 connection.reset();
+             })},
+            {"HTTP on the port of HTTPS", meetsClientsBy([](auto& connection) {
+                 connection.send("HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n");
+                 connection.close();
+             })},
+            {"handshake cut after its first bytes", meetsClientsBy([](auto& connection) {
+                 connection.send(std::string("\x16\x03\x03\x00\x7a\x02\x00", 7));
+                 connection.close();
+             })},
+            {"TLS 1.1",
+             [](const FaultPlace& place) -> std::shared_ptr<void> {
+                 ScriptedServer::Options options = place.options();
+                 options.newestTls = TLS1_1_VERSION;
+                 return std::make_shared<ScriptedServer>([](ScriptedConnection&) {}, options);
+             }},
+            {"a certificate that has expired", issued(-10, -1)},
+            {"a certificate that is not valid yet", issued(1, 10)},
+            {"a certificate for another name",
+             shows(body, [](const FaultPlace& place) { return place.trusted.issue({{"elsewhere.example"}}); })},
+            {"a certificate of an authority that nobody trusts",
+             shows(body, [](const FaultPlace& place) { return CertificateAuthority().issue({{place.host}}); })},
+            {"a certificate that nobody has signed",
+             shows(body, [](const FaultPlace& place) { return CertificateAuthority::selfSigned({{place.host}}); })},
+        });
+}
+
+std::vector<NetworkFault> faultsOverTls(const std::string& body) {
+    std::vector<NetworkFault> faults = {
+        {"connection refused", {}},
+        {"closed as soon as connected", meetsClientsBy([](auto& connection) { connection.close(); })},
+    };
+    addHandshakes(faults, body);
     add(faults, {
-                    {"no word of the handshake", meetsClientsBy([](auto& connection) {
-                         connection.waitUntilClientLeaves();
-                         connection.close();
-                     }),
-                     true},
-                    {"reset at the first word of the handshake", meetsClientsBy([](auto& connection) {
-                         connection.waitUntilClientSpeaks();
-                         connection.reset();
-                     })},
-                    {"HTTP on the port of HTTPS", meetsClientsBy([](auto& connection) {
-                         connection.send("HTTP/1.1 400 Bad Request\r\nContent-Length: 0\r\n\r\n");
-                         connection.close();
-                     })},
-                    {"handshake cut after its first bytes", meetsClientsBy([](auto& connection) {
-                         connection.send(std::string("\x16\x03\x03\x00\x7a\x02\x00", 7));
-                         connection.close();
-                     })},
-                    {"TLS 1.1",
-                     [](const FaultPlace& place) -> std::shared_ptr<void> {
-                         ScriptedServer::Options options = place.options();
-                         options.newestTls = TLS1_1_VERSION;
-                         return std::make_shared<ScriptedServer>([](ScriptedConnection&) {}, options);
-                     }},
-                    {"a certificate that has expired", issued(-10, -1)},
-                    {"a certificate that is not valid yet", issued(1, 10)},
-                    {"a certificate for another name",
-                     shows([](const FaultPlace& place) { return place.trusted.issue({{"elsewhere.example"}}); })},
-                    {"a certificate of an authority that nobody trusts",
-                     shows([](const FaultPlace& place) { return CertificateAuthority().issue({{place.host}}); })},
-                    {"a certificate that nobody has signed",
-                     shows([](const FaultPlace& place) { return CertificateAuthority::selfSigned({{place.host}}); })},
+                    {"TLS ends properly instead of an answer", sends("")},
+                    {"TLS cut instead of an answer", breaksOffAfter("")},
+                    {"no answer at all", answersBy(leaveWaiting), true},
+                    {"TLS cut in the head", breaksOffAfter("HTTP/1.1 200 OK\r\nContent-Ty")},
+                    {"TLS cut in a body with a length", breaksOffAfter(headOf(lengthOf(body.size() + 1)) + body)},
+                    {"TLS cut at the end of a body without a length", breaksOffAfter(headOf("") + body)},
+                    {"TLS ends properly in a body with a length", sends(headOf(lengthOf(body.size() + 1)) + body)},
+                    {"status 204", sends("HTTP/1.1 204 No Content\r\n\r\n")},
+                    {"an empty body", sends(headOf(lengthOf(0)))},
+                    {"a body longer than its length", sends(headOf(lengthOf(body.size() - 1)) + body)},
+                    {"compressed, which nobody asked for", answersWith(200, body, "Content-Encoding: gzip\r\n")},
+                    {"a redirect from HTTPS to HTTP",
+                     redirectsTo([](const auto& place) { return "http://" + place.host + ":6970/corvid-config.xml"; })},
                 });
+    return faults;
 }
 
 }  // namespace
 
 ScriptedServer::Options FaultPlace::options() const {
-    ScriptedServer::Options options{.address = address, .port = port()};
-    if (overTls) {
+    ScriptedServer::Options options{.address = address, .port = port};
+    if (port != 6970) {
         const Credentials credentials = trusted.issue({{host}});
         options.certificate = credentials.certificate;
         options.privateKey = credentials.privateKey;
@@ -268,28 +298,38 @@ std::vector<NetworkFault> faultsOverHttp() {
 }
 
 std::vector<NetworkFault> faultsOverHttps() {
-    const std::string file = faultyFile();
-    std::vector<NetworkFault> faults = {
-        {"connection refused", {}},
-        {"closed as soon as connected", meetsClientsBy([](auto& connection) { connection.close(); })},
-    };
-    addHandshakes(faults);
+    std::vector<NetworkFault> faults = faultsOverTls(faultyFile());
+    for (const int status : {404, 500}) {
+        add(faults, {{"status " + std::to_string(status), answersWith(status, faultyFile())}});
+    }
+    return faults;
+}
+
+std::vector<NetworkFault> faultsOfVersions() {
+    const std::string answer = "<versionInformation><version>10.5</version></versionInformation>";
+    std::vector<NetworkFault> faults;
+    addNamesAndConnections(faults);
+    for (NetworkFault& fault : faultsOverTls(answer)) {
+        // The first two are among those of names and connections.
+        if (fault.name != "connection refused" && fault.name != "closed as soon as connected") {
+            faults.push_back(std::move(fault));
+        }
+    }
     add(faults, {
-                    {"TLS ends properly instead of an answer", sends("")},
-                    {"TLS cut instead of an answer", breaksOffAfter("")},
-                    {"no answer at all", answersBy(leaveWaiting), true},
-                    {"TLS cut in the head", breaksOffAfter("HTTP/1.1 200 OK\r\nContent-Ty")},
-                    {"TLS cut in a body with a length", breaksOffAfter(headOf(lengthOf(file.size() + 1)) + file)},
-                    {"TLS cut at the end of a body without a length", breaksOffAfter(headOf("") + file)},
-                    {"TLS ends properly in a body with a length", sends(headOf(lengthOf(file.size() + 1)) + file)},
-                    {"status 204", sends("HTTP/1.1 204 No Content\r\n\r\n")},
-                    {"status 404", answersWith(404)},
-                    {"status 500", answersWith(500)},
-                    {"an empty file", sends(headOf(lengthOf(0)))},
-                    {"a body longer than its length", sends(headOf(lengthOf(file.size() - 1)) + file)},
-                    {"compressed, which nobody asked for", answersWith(200, "Content-Encoding: gzip\r\n")},
-                    {"a redirect from HTTPS to HTTP",
-                     redirectsTo([](const auto& place) { return "http://" + place.host + ":6970/corvid-config.xml"; })},
+                    {"reset instead of an answer", resetsAfter("")},
+                    {"reset in the head", resetsAfter("HTTP/1.1 200 OK\r\nContent-Type: application/x")},
+                    {"reset in the body", answersBy(resetInTheBody)},
+                    {"the last chunk is missing", sends(headOf(CHUNKED_FIELD) + "8\r\n<version\r\n")},
+                    {"a body that drips",
+                     answersBy([](auto& connection) { drip(connection, headOf(lengthOf(9000)), "<"); }), true},
+                    {"a body without end", answersBy([](auto& connection) {
+                         sendWithoutEnd(connection, headOf(""), std::string(std::size_t{64} * 1024, '.'));
+                     })},
+                    {"a redirect to another server",
+                     redirectsTo([](const auto&) { return "https://elsewhere.example:8443/hubm-uds/version"; })},
+                    {"no XML", answersWith(200, "version 10.5")},
+                    {"no version", answersWith(200, "<versionInformation></versionInformation>")},
+                    {"a page about an error", answersWith(503, "<html><h1>503 Service Unavailable</h1></html>")},
                 });
     return faults;
 }

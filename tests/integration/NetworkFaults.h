@@ -16,12 +16,9 @@ namespace integration {
 struct FaultPlace {
     std::string host;     ///< its name, which "names" answers with its address
     std::string address;  ///< IPv4
-    bool overTls;
+    std::uint16_t port;   ///< 6970 for the file over HTTP, 6972 for the file and 8443 for the version over HTTPS
     const callcontrol::CertificateAuthority& trusted;  ///< by the client
     fakes::ScriptedNames& names;
-
-    /// 6970 for HTTP, 6972 for HTTPS.
-    std::uint16_t port() const { return overTls ? 6972 : 6970; }
 
     /// For a server of this place, with a certificate that is right if it is to have one.
     fakes::ScriptedServer::Options options() const;
@@ -42,5 +39,9 @@ std::vector<NetworkFault> faultsOverHttp();
 
 /// What TLS adds, and some of the others once more.
 std::vector<NetworkFault> faultsOverHttps();
+
+/// The same, and some more, where a server is asked for its version, which travels over HTTPS. An error status is none
+/// of them: a version that comes with it counts.
+std::vector<NetworkFault> faultsOfVersions();
 
 }  // namespace integration

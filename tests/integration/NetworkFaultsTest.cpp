@@ -1,21 +1,13 @@
 // Every kind of fault of the network, at each of three servers, and what it comes to: docs/network-faults.md, letter by
 // letter. CORVID_WRITE_TABLES=1 writes its tables anew.
 
-#include <algorithm>
 #include <array>
-#include <cstdlib>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <set>
-#include <stdexcept>
 
 #include "Expectations.h"
-#include "NetworkFaults.h"
+#include "FaultTables.h"
+#include "PatientTransport.h"
 #include "Servers.h"
 #include "fakes/PlainNetwork.h"
-#include "http/HttpTransport.h"
-#include "impl/http/CurlTransport.h"
 #include "system/World.h"
 
 using callcontrol::CallControlServer;
@@ -25,83 +17,6 @@ using fakes::ScriptedServer;
 using namespace integration;
 
 namespace {
-
-const std::array<std::string, 3> HOSTS = {"first.example", "second.example", "third.example"};
-
-/// A network of its own for each fault, since one remembers the names that it has looked up. Nothing that is to end by
-/// itself is hurried; what would not is ended after a second.
-class PatientTransport : public platform::HttpTransport {
-public:
-    /// @param endless the host whose transfers do not end by themselves; empty: none.
-    PatientTransport(std::string caFile, std::string endless)
-        : network_(std::move(caFile)), endless_(std::move(endless)) {}
-
-    bool start(Transfer transfer) override {
-        const bool ends = endless_.empty() || transfer.url.find(endless_) == std::string::npos;
-        transfer.timeoutSeconds = ends ? 600 : 1;
-        return network_.start(std::move(transfer));
-    }
-    void cancel(std::uint64_t downloader) override { network_.cancel(downloader); }
-    Result send(const tessel::http::Request& request, tessel::http::Response& response) override {
-        return network_.send(request, response);
-    }
-
-private:
-    platform::CurlTransport network_;
-    const std::string endless_;
-};
-
-/// What a fault at one server has come to.
-struct Outcome {
-    std::string result;              ///< as the downloader calls it
-    std::vector<std::string> lines;  ///< of the log
-    std::string nextAsked;           ///< the server, or "nobody"
-    std::string state;
-    std::string cache;
-};
-
-using Outcomes = std::vector<Outcome>;  ///< at each of the servers
-
-const std::string TABLE_HEAD = "| fault | the downloader calls it | log, at level 3 | at the first: next asked, state "
-                               "| at the second | at the third "
-                               "| cache file |\n|---|---|---|---|---|---|---|\n";
-
-/// The one text of all, or all of them.
-std::string agreed(const Outcomes& outcomes, const std::function<std::string(std::size_t)>& textAt) {
-    std::string all = textAt(0);
-    bool same = true;
-    for (std::size_t server = 1; server < outcomes.size(); ++server) {
-        same = same && textAt(server) == textAt(0);
-        all.append(" / ").append(textAt(server));
-    }
-    return same ? textAt(0) : all;
-}
-
-/// The line that tells of the fault itself.
-std::string firstLine(const Outcome& outcome, const std::string& host) {
-    std::string line = outcome.lines.empty() ? "nothing" : outcome.lines.front();
-    const std::size_t place = line.find(host);
-    return place == std::string::npos ? line : line.replace(place, host.size(), "SERVER");
-}
-
-std::string whatFollowed(const Outcome& outcome) {
-    std::string text = outcome.nextAsked + "; " + outcome.state;
-    for (std::size_t number = 1; number < outcome.lines.size(); ++number) {
-        text.append("; \"").append(outcome.lines[number]).append("\"");
-    }
-    return text;
-}
-
-std::string rowOf(const std::string& fault, const Outcomes& all) {
-    std::string row = "| " + fault;
-    for (const std::string& cell : {agreed(all, [&](std::size_t at) { return all[at].result; }),
-                                    agreed(all, [&](std::size_t at) { return firstLine(all[at], HOSTS.at(at)); }),
-                                    whatFollowed(all.at(0)), whatFollowed(all.at(1)), whatFollowed(all.at(2)),
-                                    agreed(all, [&](std::size_t at) { return all[at].cache; })}) {
-        row.append(" | ").append(cell);
-    }
-    return row + " |\n";
-}
 
 /// A client of three servers, which has their file of an earlier download.
 class FaultyNetwork {
@@ -126,18 +41,12 @@ public:
         }
         cacheWhenAsked_.clear();
         const Cycle cycle = fetchAgain();
-        Outcome outcome{.result = "",
-                        .lines = linesSince(oldLines, faulty),
-                        .nextAsked = askedOf(well, faulty),
-                        .state = state(),
-                        .cache = ""};
-        if (cycle.attempts.size() > faulty) {
-            outcome.result = describe(cycle.attempts[faulty].result);
-        }
+        const std::string asked = askedOf(well, faulty);
         // Those who were asked write it; when they were, it was nobody's but the fault's.
-        const std::string& left = outcome.nextAsked == "nobody" ? client_.cacheFile() : cacheWhenAsked_;
-        outcome.cache = left == cache ? "as it was" : "CHANGED";
-        return outcome;
+        const std::string& left = asked == "nobody" ? client_.cacheFile() : cacheWhenAsked_;
+        EXPECT_EQ(asked, faulty + 1 < HOSTS.size() ? HOSTS.at(faulty + 1) : "nobody");
+        EXPECT_EQ(left, cache);
+        return outcomeOf(cycle, linesSince(oldLines, faulty), asked, left == cache ? "as it was" : "CHANGED", faulty);
     }
 
 private:
@@ -148,7 +57,8 @@ private:
     }
 
     FaultPlace placeOf(std::size_t server) {
-        return {HOSTS.at(server), addresses_.at(server), overTls_, authority_, names_};
+        const std::uint16_t port = overTls_ ? 6972 : 6970;
+        return {HOSTS.at(server), addresses_.at(server), port, authority_, names_};
     }
 
     std::unique_ptr<ScriptedServer> wellServer(std::size_t server, const std::string& origin) {
@@ -157,6 +67,24 @@ private:
             connection.respond(200, document({{"origin", origin}}));
         };
         return std::make_unique<ScriptedServer>(answer, placeOf(server).options());
+    }
+
+    Outcome outcomeOf(const Cycle& cycle, std::vector<std::string> lines, const std::string& asked,
+                      const std::string& cache, std::size_t faulty) const {
+        Outcome outcome;
+        if (cycle.attempts.size() > faulty) {
+            outcome.told = describe(cycle.attempts[faulty].result);
+        }
+        EXPECT_NE(outcome.told, "done");
+        // The first line tells of the fault itself.
+        const std::string line = lines.empty() ? "nothing" : lines.front();
+        lines.erase(lines.begin(), lines.begin() + (lines.empty() ? 0 : 1));
+        outcome.followed = {{"log, at level 3", quoted({withoutName(line, HOSTS.at(faulty))})},
+                            {"next asked", asked},
+                            {"state", state()},
+                            {"log afterwards, at level 3", quoted(lines)},
+                            {"cache file", cache}};
+        return outcome;
     }
 
     /// Nothing is remembered, and every name has its address.
@@ -232,61 +160,18 @@ private:
     Client client_;
 };
 
-std::string textOf(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// The table below a heading of the document, and the text around it.
-struct Section {
-    std::string before;
-    std::string table;
-    std::string behind;
-
-    explicit Section(const std::string& heading) {
-        const std::string text = textOf(NETWORK_FAULTS_DOCUMENT);
-        const std::size_t begin = text.find("## " + heading + "\n\n");
-        if (begin == std::string::npos) {
-            throw std::runtime_error("docs/network-faults.md has no heading: " + heading);
-        }
-        const std::size_t first = begin + heading.size() + 5;
-        const std::size_t end = std::min(text.find("\n## ", first), text.size());
-        before = text.substr(0, first);
-        table = text.substr(first, end - first);
-        behind = text.substr(end);
-    }
-};
-
-void expectAsWritten(const std::string& heading, bool overTls, const std::vector<NetworkFault>& faults) {
-    std::string table = TABLE_HEAD;
-    std::set<std::string> names;
+void expectOutcomesAsWritten(const std::string& heading, bool overTls, const std::vector<NetworkFault>& faults) {
     FaultyNetwork network(overTls);
-    for (const NetworkFault& fault : faults) {
-        EXPECT_TRUE(names.insert(fault.name).second) << fault.name;
-        Outcomes outcomes;
-        for (std::size_t server = 0; server < HOSTS.size(); ++server) {
-            SCOPED_TRACE(fault.name + " at " + HOSTS.at(server));
-            outcomes.push_back(network.tryOut(fault, server));
-            EXPECT_NE(outcomes.back().result, "done");
-            EXPECT_EQ(outcomes.back().cache, "as it was");
-            EXPECT_EQ(outcomes.back().nextAsked, server + 1 < HOSTS.size() ? HOSTS.at(server + 1) : "nobody");
-        }
-        table += rowOf(fault.name, outcomes);
-    }
-    const Section section(heading);
-    if (std::getenv("CORVID_WRITE_TABLES") != nullptr) {
-        std::ofstream(NETWORK_FAULTS_DOCUMENT) << section.before << table << section.behind;
-        FAIL() << "wrote " << NETWORK_FAULTS_DOCUMENT << ": look at it, and run again without CORVID_WRITE_TABLES";
-    }
-    EXPECT_EQ(section.table, table);
+    expectAsWritten(heading, "the downloader calls it", faults,
+                    [&network](const NetworkFault& fault, std::size_t at) { return network.tryOut(fault, at); });
 }
 
 }  // namespace
 
 TEST(NetworkFaults, OverHttpComeToWhatTheTableSays) {
-    expectAsWritten("Over HTTP, to servers below version 11", false, faultsOverHttp());
+    expectOutcomesAsWritten("Over HTTP, to servers below version 11", false, faultsOverHttp());
 }
 
 TEST(NetworkFaults, OverHttpsComeToWhatTheTableSays) {
-    expectAsWritten("Over HTTPS, to servers from version 11 on", true, faultsOverHttps());
+    expectOutcomesAsWritten("Over HTTPS, to servers from version 11 on", true, faultsOverHttps());
 }

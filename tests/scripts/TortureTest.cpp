@@ -108,6 +108,12 @@ exit 1)");
 TEST_F(Torture, HasARowForEachFuzzTarget) {
     script("scripts/fuzz", R"(
 echo "fuzz $*" >&2
+mkdir -p build/found
+echo of an earlier run >build/found/chain-file-crash-1
+touch -d '1 hour ago' build/found/chain-file-crash-1
+echo an input >build/found/chain-file-crash-2
+echo log >build/found/chain-file.log
+echo seed 5
 echo '| target | executions | each second | memory | found |'
 echo '|---|--:|--:|--:|---|'
 echo '| `local-file` | 1200 | 6300 | 82 MiB | nothing |'
@@ -116,10 +122,14 @@ exit 1)");
     const support::Ended ended = torture({"--minutes", "3", "fuzz"});
     const std::string row = "| `fuzz` | inputs that lead further and further, made for each way in | ";
     EXPECT_EQ(rowsOf(ended),
-              row + "1200 executions | 0 | - | local-file: 6300 each second, 82 MiB, found nothing |\n" + row +
-                  "7 executions | 1 | - | chain-file: 3 each second, 81 MiB, see build/found/chain-file.log |\n");
+              row + "1200 executions | 0 | 5 | local-file: 6300 each second, 82 MiB, found nothing |\n" + row +
+                  "7 executions | 1 | 5 | chain-file: 3 each second, 81 MiB, see build/found/chain-file.log |\n");
     EXPECT_EQ(ended.status, 1);
     EXPECT_THAT(directory_.read("build/torture/fuzz.log"), HasSubstr("fuzz --minutes 3\n"));
+    EXPECT_EQ(directory_.read("build/torture/lost/fuzz-5-chain-file/files/chain-file-crash-2"), "an input\n");
+    EXPECT_FALSE(directory_.exists("build/torture/lost/fuzz-5-chain-file/files/chain-file-crash-1"));
+    EXPECT_EQ(directory_.read("build/torture/lost/fuzz-5-chain-file/log.txt"), "log\n");
+    EXPECT_FALSE(directory_.exists("build/torture/lost/fuzz-5-local-file"));
     torture({"--rounds", "500", "fuzz"});
     EXPECT_THAT(directory_.read("build/torture/fuzz.log"), HasSubstr("fuzz --runs 500\n"));
     torture({"fuzz"});
@@ -154,6 +164,8 @@ echo '| all | 96 | 92, 95.8 % |')");
                              "96 mistakes | 4 | 5 | 95.8 % found |\n");
     EXPECT_EQ(ended.status, 0);
     EXPECT_THAT(directory_.read("build/torture/mutants.log"), HasSubstr("mutate --count 15\n"));
+    torture({"--minutes", "3", "mutants"});
+    EXPECT_THAT(directory_.read("build/torture/mutants.log"), HasSubstr("mutate --minutes 3\n"));
 }
 
 TEST_F(Torture, TriesTheStressTenMinutesInEachOfItsBuildsIfNothingElseIsSaid) {

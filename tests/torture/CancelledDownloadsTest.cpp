@@ -1,18 +1,18 @@
 // Downloads that are ended at any moment, from the outside: by a cancellation, an interruption, the end of the network,
-// the end of the host. None of them waits for a server.
+// of the host or of the source, another server. None of them waits for a server, and none leaves half a copy.
 
 #include <array>
 #include <chrono>
 #include <cstdint>
 #include <future>
 #include <iostream>
+#include <map>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
-#include "ConfigFeatureSet.h"
+#include "DownloadingHost.h"
 #include "Trial.h"
 #include "callcontrol/CallControlServer.h"
 #include "callcontrol/CertificateAuthority.h"
@@ -21,10 +21,10 @@
 #include "fakes/ScriptedNames.h"
 #include "fakes/ScriptedServer.h"
 #include "fakes/TemporaryDirectory.h"
-#include "host/ReferenceHost.h"
 #include "http/Request.h"
 #include "http/Response.h"
 #include "impl/http/CurlTransport.h"
+#include "quill/StringUtils.h"
 
 namespace torture {
 namespace {
@@ -36,7 +36,7 @@ using Clock = std::chrono::steady_clock;
 using Result = HttpDownloader::HttpDownloadResultEnum::HttpDownloadResult;
 
 constexpr const char* HOST = "server.example";
-constexpr const char* CONFIG_FILE = "<config><group><origin>server</origin></group></config>";
+constexpr const char* OTHER_HOST = "other.example";
 constexpr long LONGER_THAN_ANY_TEST = 24 * 3600;  // seconds
 
 constexpr auto PROMPT = std::chrono::milliseconds(200);
@@ -51,45 +51,67 @@ constexpr std::array<const char*, 6> WAITS = {"a name server that never answers"
                                               "a server that answers"};
 
 /// What ends the download.
-enum class End { Cancellation, Interruption, EndOfNetwork, EndOfHost };
-constexpr std::array<const char*, 4> ENDS = {"cancellation", "interruption of a request", "end of the network",
-                                             "end of the host"};
+enum class End { Cancellation, Interruption, EndOfNetwork, EndOfHost, EndOfSource, OtherServer };
+constexpr std::array<const char*, 6> ENDS = {"cancellation",    "interruption of a request", "end of the network",
+                                             "end of the host", "end of the source",         "change of servers"};
 
-/// Who is waited for, at HOST: with the file over HTTP, or with the version over HTTPS.
+/// What the server is asked for: the file over HTTP, the version, the file over HTTPS.
+enum class Request { File, Version, SecureFile };
+constexpr std::array<std::uint16_t, 3> PORTS = {6970, 8443, 6972};
+
+std::uint16_t portOf(Request request) { return PORTS.at(static_cast<std::size_t>(request)); }
+
+/// The file of a server; what it tells is long enough to be cut.
+std::string fileFrom(const std::string& server) {
+    return "<config><group><origin>" + server + "</origin><text>" + std::string(2000, server.front()) +
+           "</text></group></config>";
+}
+
+/// Who is waited for, at HOST, and who is well, at OTHER_HOST.
 class Waited {
 public:
-    Waited(Wait wait, bool overTls, const std::string& address, const callcontrol::Credentials& credentials)
-        : overTls_(overTls) {
-        wait == Wait::Name ? names_.keepSilent(HOST) : names_.answer(HOST, address);
+    /// @param text of the file at HOST, if it can be had.
+    Waited(Wait wait, Request request, const std::array<std::string, 2>& addresses,
+           const callcontrol::Credentials& credentials, const std::string& text = fileFrom("server"))
+        : request_(request) {
+        names_.answer(OTHER_HOST, addresses[1]);
+        wait == Wait::Name ? names_.keepSilent(HOST) : names_.answer(HOST, addresses[0]);
         if (wait == Wait::Connection) {
-            backlog_ = std::make_unique<fakes::FullBacklog>(address, port());
+            backlog_ = std::make_unique<fakes::FullBacklog>(addresses[0], portOf(request));
         } else if (wait != Wait::Name) {
-            server_ = std::make_unique<ScriptedServer>(scriptOf(wait, overTls), optionsOf(wait, address, credentials));
+            server_ = std::make_unique<ScriptedServer>(scriptOf(wait, textOf(text)),
+                                                       optionsOf(wait, addresses[0], credentials));
         }
+        other_ = std::make_unique<ScriptedServer>(scriptOf(Wait::Nowhere, textOf(fileFrom("other"))),
+                                                  optionsOf(Wait::Nowhere, addresses[1], credentials));
     }
 
-    std::uint16_t port() const { return overTls_ ? 8443 : 6970; }
     std::string url() const {
-        return (overTls_ ? "https://" : "http://") + std::string(HOST) + ":" + std::to_string(port()) + "/";
+        return (request_ == Request::File ? "http://" : "https://") + std::string(HOST) + ":" +
+               std::to_string(portOf(request_)) + "/";
     }
 
 private:
+    std::string textOf(const std::string& file) const {
+        return request_ == Request::Version ? "<v><version>10.0</version></v>" : file;
+    }
+
     ScriptedServer::Options optionsOf(Wait wait, const std::string& address,
                                       const callcontrol::Credentials& credentials) const {
-        ScriptedServer::Options options{.address = address, .port = port()};
+        ScriptedServer::Options options{.address = address, .port = portOf(request_)};
         if (wait == Wait::Handshake) {
             options.onConnect = [](ScriptedConnection& connection) {
                 connection.waitUntilClientLeaves();
                 connection.close();
             };
-        } else if (overTls_) {
+        } else if (request_ != Request::File) {
             options.certificate = credentials.certificate;
             options.privateKey = credentials.privateKey;
         }
         return options;
     }
 
-    static ScriptedServer::Script scriptOf(Wait wait, bool overTls) {
+    static ScriptedServer::Script scriptOf(Wait wait, const std::string& text) {
         if (wait == Wait::Answer) {
             return [](ScriptedConnection& connection) { connection.waitUntilClientLeaves(); };
         }
@@ -99,15 +121,14 @@ private:
                 connection.sendSlowly(std::string(100000, ' '), std::chrono::milliseconds(1));
             };
         }
-        return [overTls](ScriptedConnection& connection) {
-            connection.respond(200, overTls ? "<v><version>10.0</version></v>" : CONFIG_FILE);
-        };
+        return [text](ScriptedConnection& connection) { connection.respond(200, text); };
     }
 
-    const bool overTls_;
+    const Request request_;
     fakes::ScriptedNames names_;
     std::unique_ptr<fakes::FullBacklog> backlog_;
     std::unique_ptr<ScriptedServer> server_;
+    std::unique_ptr<ScriptedServer> other_;
 };
 
 /// The end of a transfer.
@@ -126,8 +147,29 @@ private:
 
 class CancelledDownloads : public testing::Test {
 protected:
+    CancelledDownloads() {
+        copies_["earlier"] = fetched("earlier");
+        earlier_ = std::move(host_);
+        copies_["server"] = fetched("server");
+        copies_["other"] = fetched("other");
+    }
+
+    /// What may be asked for: a handshake is one of HTTPS, and of new servers the store hears when it knows the
+    /// version.
+    Request anyRequest(End end, Wait wait) {
+        const bool first = trial_.below(2) == 0;
+        if (end == End::OtherServer) {
+            return wait == Wait::Handshake || first ? Request::SecureFile : Request::File;
+        }
+        if (wait == Wait::Handshake) {
+            return first ? Request::SecureFile : Request::Version;
+        }
+        return static_cast<Request>(trial_.below(PORTS.size()));
+    }
+
     /// Has a download under way ended after a random time. @return how long that took.
-    Clock::duration endAfterAWhile(End end, const std::string& url, bool overTls) {
+    Clock::duration endAfterAWhile(End end, const std::string& url, Request request) {
+        host_.reset();
         switch (end) {
         case End::Cancellation:
             return cancel(url);
@@ -136,9 +178,25 @@ protected:
         case End::EndOfNetwork:
             return endNetwork(url);
         case End::EndOfHost:
+            return endHost(request);
+        case End::EndOfSource:
+            return endSource(request);
+        case End::OtherServer:
             break;
         }
-        return endHost(overTls);
+        return changeServer(request);
+    }
+
+    /// Whether the copy on disk is the one of before or one that came whole, byte for byte.
+    bool hasWholeCopy(End end, Wait wait) const {
+        if (host_ == nullptr) {
+            return true;
+        }
+        const std::string copy = host_->cache();
+        if (end == End::OtherServer) {
+            return copy == copies_.at("other");
+        }
+        return copy == copies_.at("earlier") || (wait == Wait::Nowhere && copy == copies_.at("server"));
     }
 
     /// @return false if it took too long.
@@ -146,14 +204,17 @@ protected:
         slow_ += took > PROMPT ? 1 : 0;
         if (took > longest_) {
             longest_ = took;
-            longestWas_ =
-                std::string(ENDS.at(static_cast<std::size_t>(end))) + " at " + WAITS.at(static_cast<std::size_t>(wait));
+            longestWas_ = nameOf(end, wait);
         }
         return took <= Trial::longest(PROMPT);
     }
 
+    static std::string nameOf(End end, Wait wait) {
+        return std::string(ENDS.at(static_cast<std::size_t>(end))) + " at " + WAITS.at(static_cast<std::size_t>(wait));
+    }
+
     /// Where the files are of what has ended.
-    std::string folderOf(End end) const { return end == End::EndOfHost ? home_->path() : directory_.path(); }
+    std::string folder() const { return host_ != nullptr ? host_->folder() : directory_.path(); }
 
     /// For the table.
     std::string summary() const {
@@ -165,8 +226,9 @@ protected:
     const fakes::PlainNetwork environment_;
     Trial trial_{"cancel", "ends", 50, 1000};
     const callcontrol::CertificateAuthority authority_;
-    const callcontrol::Credentials credentials_ = authority_.issue({.names = {HOST}});
-    const std::string address_ = callcontrol::CallControlServer::freeLoopbackAddress();
+    const callcontrol::Credentials credentials_ = authority_.issue({.names = {HOST, OTHER_HOST}});
+    const std::array<std::string, 2> addresses_ = {callcontrol::CallControlServer::freeLoopbackAddress(),
+                                                   callcontrol::CallControlServer::freeLoopbackAddress()};
     fakes::TemporaryDirectory directory_;
 
 private:
@@ -224,41 +286,60 @@ private:
         });
     }
 
-    Clock::duration endHost(bool asksForTheVersion) {
-        home_ = std::make_unique<fakes::TemporaryDirectory>();
-        const fakes::TemporaryDirectory& home = *home_;
-        host::ReferenceHost::Options options;
-        options.configDirectory = home.path("config");
-        options.installationDirectory = home.path("install");
-        options.bootstrapFilePath =
-            home.write("install/bootstrap.properties", "TFTPPrimaryServer: " + std::string(HOST) +
-                                                           (asksForTheVersion ? "\n" : "\nHomeUdsVersion: 10\n"));
-        options.fips = host::ReferenceHost::Options::Fips::Off;
-        options.caFile = caFile();
-        options.logFile = home.path("host.log");
-        options.powerEvents = false;
-        host::ReferenceHost host(options);
-        if (!host.start()) {
-            throw std::runtime_error(host.failure());
-        }
-        std::thread fetching([featureSet = host.featureSet()] { featureSet->startTftpConfigSource(); });
+    /// A client that has the earlier copy, if there is one yet.
+    void startHost(Request request) {
+        static constexpr std::array<const char*, 3> VERSIONS = {"10", "", "12"};
+        host_ = std::make_unique<DownloadingHost>(
+            DownloadingHost::Options{.server = HOST,
+                                     .version = VERSIONS.at(static_cast<std::size_t>(request)),
+                                     .caFile = caFile(),
+                                     .filesAtHand = earlier_ == nullptr ? "" : earlier_->folder()});
+        host_->beginFetching();
+    }
+
+    /// @return the copy that a client has of a server's file that has come whole.
+    std::string fetched(const std::string& server) {
+        const Waited waited(Wait::Nowhere, Request::File, addresses_, credentials_, fileFrom(server));
+        startHost(Request::File);
+        host_->waitUntilFetching();
+        host_->waitUntilSettled();
+        host_->stop();
+        const std::string copy = host_->cache();
+        EXPECT_NE(copy.find("<origin>" + server + "</origin>"), std::string::npos) << copy;
+        return copy;
+    }
+
+    Clock::duration endHost(Request request) {
+        startHost(request);
         trial_.passUpTo(microseconds(20000));
-        const Clock::duration took = timeOf([&] {
-            host.stop();
-            fetching.join();
-        });
-        expectWholeOrNone(home);
+        return timeOf([this] { host_->stop(); });
+    }
+
+    Clock::duration endSource(Request request) {
+        startHost(request);
+        trial_.passUpTo(microseconds(20000));
+        const Clock::duration took = timeOf([this] { host_->endSource(); });
+        // Until then what is on its way goes on, and brings nothing.
+        host_->stop();
         return took;
     }
 
-    void expectWholeOrNone(const fakes::TemporaryDirectory& home) {
-        const std::string cache = home.read("config/Cache/cachedTFTPConfigStore.xml");
-        if (!cache.empty() && cache.find("<origin>server</origin>") == std::string::npos) {
-            trial_.lost("the cache file holds: " + cache, home.path());
-        }
+    /// Ends with the file of the other server.
+    Clock::duration changeServer(Request request) {
+        startHost(request);
+        host_->waitUntilFetching();
+        trial_.passUpTo(microseconds(20000));
+        const Clock::duration took = timeOf([this] {
+            host_->changeServer(QuillCoreUtils::toWideString(OTHER_HOST));
+            host_->waitUntilSettled();
+        });
+        host_->stop();
+        return took;
     }
 
-    std::unique_ptr<fakes::TemporaryDirectory> home_;  ///< of the last host
+    std::map<std::string, std::string> copies_;  ///< of the file of each server, whole
+    std::unique_ptr<DownloadingHost> earlier_;   ///< has the copy that all later ones begin with
+    std::unique_ptr<DownloadingHost> host_;      ///< the last one, if that is what has ended
     Clock::duration longest_{};
     std::string longestWas_;
     std::uint64_t slow_ = 0;
@@ -266,16 +347,18 @@ private:
 
 }  // namespace
 
-TEST_F(CancelledDownloads, EndWithoutWaitingForAServer) {
+TEST_F(CancelledDownloads, EndWithoutWaitingForAServerAndLeaveAWholeCopy) {
     while (trial_.nextRound()) {
         const auto end = static_cast<End>(trial_.below(ENDS.size()));
         const auto wait = static_cast<Wait>(trial_.below(WAITS.size()));
-        const bool overTls = wait == Wait::Handshake || trial_.below(2) == 0;
-        const Waited waited(wait, overTls, address_, credentials_);
-        const Clock::duration took = endAfterAWhile(end, waited.url(), overTls);
+        const Request request = anyRequest(end, wait);
+        const Waited waited(wait, request, addresses_, credentials_);
+        const Clock::duration took = endAfterAWhile(end, waited.url(), request);
         trial_.tried();
         if (!measure(end, wait, took)) {
-            trial_.lost(summary(), folderOf(end));
+            trial_.lost(summary(), folder());
+        } else if (!hasWholeCopy(end, wait)) {
+            trial_.lost("the copy of the server's file is not whole after the " + nameOf(end, wait), folder());
         }
     }
     std::cout << "cancel: " << summary() << "\n";
