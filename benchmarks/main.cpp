@@ -21,20 +21,12 @@ void addAll(const bench::Scale& scale) {
     bench::addBareParse(scale);
     bench::addMergeWalk(scale);
     bench::addSingleBuffer(scale);
-#ifdef BENCH_POCO
+#ifdef BENCH_PEERS
     bench::addPoco(scale);
-#endif
-#ifdef BENCH_QSETTINGS
     bench::addQSettings(scale);
-#endif
-#ifdef BENCH_KCONFIG
     bench::addKConfig(scale);
-#endif
-#ifdef BENCH_GLIB
     bench::addGKeyFile(scale);
     bench::addGSettings(scale);
-#endif
-#ifdef BENCH_PROPERTYTREE
     bench::addPropertyTree(scale);
 #endif
 }

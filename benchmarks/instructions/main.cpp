@@ -169,10 +169,9 @@ Work prepareReplacement() {
 
 /// The module put in, started and asked for a first value, and taken out again.
 Work prepareStart() {
-    const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
-    const auto profile = std::make_shared<bench::Profile>(layers);
+    const auto profile = std::make_shared<bench::WholeProfile>(KEYS_OF_A_LAYER);
     profile->enter();
-    return [profile, key = bench::widen(layers[bench::USER_LAYER].entries.front().first)](std::size_t) {
+    return [profile, key = bench::WholeProfile::keyOfEachFile().front()](std::size_t) {
         const bench::ModuleHost host(std::make_shared<bench::NoTaskDispatcher>());
         host.service()->getConfig(key);
     };

@@ -3,6 +3,8 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/Documents.h"
 #include "support/Harness.h"
+#include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
@@ -10,6 +12,7 @@ namespace {
 
 struct Free {
     void operator()(char* text) const { g_free(text); }
+    void operator()(char** texts) const { g_strfreev(texts); }
     void operator()(GKeyFile* file) const { g_key_file_free(file); }
 };
 using Text = std::unique_ptr<char, Free>;
@@ -21,6 +24,13 @@ File load(const std::string& path) {
     return file;
 }
 
+File makeFile(const Entries& entries) {
+    File file(g_key_file_new());
+    const std::string text = iniDocument(entries);
+    g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr);
+    return file;
+}
+
 /// A GKeyFile for each layer, asked in turn by hand.
 class GKeyFileChain {
 public:
@@ -28,10 +38,7 @@ public:
 
     explicit GKeyFileChain(const Layers& layers) {
         for (const Layer& layer : layers) {
-            File file(g_key_file_new());
-            const std::string text = iniDocument(layer.entries);
-            g_key_file_load_from_data(file.get(), text.data(), text.size(), G_KEY_FILE_NONE, nullptr);
-            layers_.push_back({std::move(file), std::to_string(layers_.size()), layer.readOnly});
+            layers_.push_back({makeFile(layer.entries), std::to_string(layers_.size()), layer.readOnly});
         }
     }
 
@@ -59,7 +66,7 @@ public:
             }
             if (layer.readOnly) {
                 originalStore_ = layer.name;
-                original_ = Text(g_strdup(found.get()));
+                original_ = hit ? std::move(found) : Text(g_strdup(found.get()));
             }
             if (!hit) {
                 hit = true;
@@ -74,8 +81,8 @@ public:
     }
 
     void set(const Key& key, bool second) {
-        g_key_file_set_value(layers_[USER_LAYER].file.get(), "g", key.c_str(),
-                             second ? "value-second" : "value--first");
+        g_key_file_set_string(layers_[USER_LAYER].file.get(), "g", key.c_str(),
+                              second ? "value-second" : "value--first");
         lookUp(key);
         ++told_;
     }
@@ -89,8 +96,12 @@ private:
         bool readOnly;
     };
 
+    /// Asks first whether there is one: the getter words an error for each miss, wanted or not.
     static Text find(const One& layer, const Key& key) {
-        return Text(g_key_file_get_value(layer.file.get(), "g", key.c_str(), nullptr));
+        if (g_key_file_has_key(layer.file.get(), "g", key.c_str(), nullptr) == FALSE) {
+            return nullptr;
+        }
+        return Text(g_key_file_get_string(layer.file.get(), "g", key.c_str(), nullptr));
     }
 
     std::vector<One> layers_;
@@ -99,6 +110,49 @@ private:
     std::string store_;
     std::string originalStore_;
     std::size_t told_ = 0;
+};
+
+/// A layer whose other version is there, both of them read.
+class TwoFiles {
+public:
+    explicit TwoFiles(std::size_t count)
+        : first_(makeFile(makeEntries(50, count))), second_(makeFile(otherVersion(makeEntries(50, count)))) {}
+
+    std::size_t take(bool second) {
+        GKeyFile* const before = second ? first_.get() : second_.get();
+        GKeyFile* const after = second ? second_.get() : first_.get();
+        return countGone(before, after) + countNew(before, after);
+    }
+
+private:
+    using Texts = std::unique_ptr<char*, Free>;
+
+    static Texts keysOf(GKeyFile* file) { return Texts(g_key_file_get_keys(file, "g", nullptr, nullptr)); }
+
+    static Text valueOf(GKeyFile* file, const char* key) {
+        return Text(g_key_file_get_string(file, "g", key, nullptr));
+    }
+
+    static std::size_t countGone(GKeyFile* before, GKeyFile* after) {
+        const Texts keys = keysOf(before);
+        std::size_t gone = 0;
+        for (char** key = keys.get(); *key != nullptr; ++key) {
+            gone += g_key_file_has_key(after, "g", *key, nullptr) == FALSE ? 1U : 0U;
+        }
+        return gone;
+    }
+
+    static std::size_t countNew(GKeyFile* before, GKeyFile* after) {
+        const Texts keys = keysOf(after);
+        std::size_t found = 0;
+        for (char** key = keys.get(); *key != nullptr; ++key) {
+            found += g_strcmp0(valueOf(before, *key).get(), valueOf(after, *key).get()) != 0 ? 1U : 0U;
+        }
+        return found;
+    }
+
+    const File first_;
+    const File second_;
 };
 
 void addLoad(std::size_t count) {
@@ -130,6 +184,10 @@ void addGKeyFile(const Scale& scale) {
     addLoad(scale.small);
     addLoad(scale.large);
     addSave(scale.small);
+    // Never freed: GLib would keep the small pieces for the next one, which would then seem to need less.
+    addKeyMemory(scale, "GKeyFile", [](const Entries& entries) { return makeFile(entries).release(); });
+    addReplacement<TwoFiles>(scale.small, "GKeyFile (in memory)");
+    addReplacement<TwoFiles>(scale.large, "GKeyFile (in memory)");
 }
 
 }  // namespace bench

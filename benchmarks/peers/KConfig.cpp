@@ -4,10 +4,28 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/Documents.h"
 #include "support/Harness.h"
+#include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
+
+/// A KConfig over a file of its own, and nothing else.
+class ConfigOfFile {
+public:
+    explicit ConfigOfFile(const Entries& entries)
+        : config_(QString::fromStdString(directory_.write("file.ini", iniDocument(entries))), KConfig::SimpleConfig) {}
+
+    KConfig& config() { return config_; }
+
+    /// Behind the back of the configuration.
+    void write(const Entries& entries) const { directory_.write("file.ini", iniDocument(entries)); }
+
+private:
+    const fakes::TemporaryDirectory directory_;
+    KConfig config_;
+};
 
 /// KConfig merges its sources as it reads them, so that a lookup knows no layers.
 class KConfigChain {
@@ -56,6 +74,32 @@ private:
     std::size_t told_ = 0;
 };
 
+/// A layer that is read anew from its file, and compared with what it was.
+class RereadConfig {
+public:
+    explicit RereadConfig(std::size_t count)
+        : entries_(makeEntries(50, count)), other_(otherVersion(entries_)), file_(entries_) {}
+
+    void write(bool second) { file_.write(second ? other_ : entries_); }
+
+    std::size_t take(bool) {
+        file_.config().reparseConfiguration();
+        QMap<QString, QString> values = file_.config().entryMap(QStringLiteral("g"));
+        const std::size_t changes = countChanges(
+            values_.cbegin(), values_.cend(), values.cbegin(), values.cend(),
+            [](auto left, auto right) { return left.key().compare(right.key()); },
+            [](auto left, auto right) { return left.value() == right.value(); });
+        values_ = std::move(values);
+        return changes;
+    }
+
+private:
+    const Entries entries_;
+    const Entries other_;
+    ConfigOfFile file_;
+    QMap<QString, QString> values_;
+};
+
 void addLoad(std::size_t count) {
     add(loadRow(count), "KConfig (INI)", [count](benchmark::State& state) {
         const QString path = QString::fromStdString(iniFile(count));
@@ -68,9 +112,8 @@ void addLoad(std::size_t count) {
 
 void addSave(std::size_t count) {
     add(saveRow(count), "KConfig (INI)", [count](benchmark::State& state) {
-        const fakes::TemporaryDirectory directory;
-        const std::string path = directory.write("file.ini", iniDocument(makeEntries(50, count)));
-        KConfig config(QString::fromStdString(path), KConfig::SimpleConfig);
+        ConfigOfFile file(makeEntries(50, count));
+        KConfig& config = file.config();
         KConfigGroup group(&config, "g");
         int version = 0;
         for (auto _ : state) {
@@ -88,6 +131,9 @@ void addKConfig(const Scale& scale) {
     addLoad(scale.small);
     addLoad(scale.large);
     addSave(scale.small);
+    addKeyMemory(scale, "KConfig", [](const Entries& entries) { return std::make_unique<ConfigOfFile>(entries); });
+    addReplacement<RereadConfig>(scale.small, "KConfig (from its file)");
+    addReplacement<RereadConfig>(scale.large, "KConfig (from its file)");
 }
 
 }  // namespace bench

@@ -5,10 +5,30 @@
 #include "fakes/TemporaryDirectory.h"
 #include "support/Documents.h"
 #include "support/Harness.h"
+#include "support/Memory.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
+
+/// A QSettings over an INI file of its own.
+class SettingsOfFile {
+public:
+    explicit SettingsOfFile(const Entries& entries)
+        : settings_(QString::fromStdString(directory_.write("file.ini", iniDocument(entries))), QSettings::IniFormat) {
+        settings_.value(QStringLiteral("g/none"));  // reads all of the group
+    }
+
+    QSettings& settings() { return settings_; }
+
+    /// Behind the back of the settings.
+    void write(const Entries& entries) const { directory_.write("file.ini", iniDocument(entries)); }
+
+private:
+    const fakes::TemporaryDirectory directory_;
+    QSettings settings_;
+};
 
 /// A QSettings over an INI file for each layer, asked in turn by hand.
 class QSettingsChain {
@@ -17,10 +37,8 @@ public:
 
     explicit QSettingsChain(const Layers& layers) {
         for (const Layer& layer : layers) {
-            const std::string path =
-                directory_.write(std::to_string(layers_.size()) + ".ini", iniDocument(layer.entries));
-            layers_.push_back({std::make_unique<QSettings>(QString::fromStdString(path), QSettings::IniFormat),
-                               QString::number(layers_.size()), layer.readOnly});
+            layers_.push_back(
+                {std::make_unique<SettingsOfFile>(layer.entries), QString::number(layers_.size()), layer.readOnly});
         }
     }
 
@@ -28,7 +46,7 @@ public:
 
     bool lookUp(const Key& key) {
         for (const One& layer : layers_) {
-            const QVariant found = layer.settings->value(key);
+            const QVariant found = layer.value(key);
             if (found.isValid()) {
                 value_ = found.toString();
                 return true;
@@ -43,7 +61,7 @@ public:
             if (found && !layer.readOnly) {
                 continue;
             }
-            const QVariant value = layer.settings->value(key);
+            const QVariant value = layer.value(key);
             if (!value.isValid()) {
                 continue;
             }
@@ -62,8 +80,8 @@ public:
     }
 
     void set(const Key& key, bool second) {
-        layers_[USER_LAYER].settings->setValue(key, second ? QStringLiteral("value-second")
-                                                           : QStringLiteral("value--first"));
+        layers_[USER_LAYER].file->settings().setValue(key, second ? QStringLiteral("value-second")
+                                                                  : QStringLiteral("value--first"));
         lookUp(key);
         ++told_;
     }
@@ -72,18 +90,58 @@ public:
 
 private:
     struct One {
-        std::unique_ptr<QSettings> settings;
+        std::unique_ptr<SettingsOfFile> file;
         QString name;
         bool readOnly;
+
+        QVariant value(const Key& key) const { return file->settings().value(key); }
     };
 
-    const fakes::TemporaryDirectory directory_;
     std::vector<One> layers_;
     QString value_;
     QString original_;
     QString store_;
     QString originalStore_;
     std::size_t told_ = 0;
+};
+
+/// A layer that is read anew from its file, and compared with what it was.
+class RereadSettings {
+public:
+    explicit RereadSettings(std::size_t count)
+        : entries_(makeEntries(50, count)), other_(otherVersion(entries_)), file_(entries_) {}
+
+    void write(bool second) { file_.write(second ? other_ : entries_); }
+
+    std::size_t take(bool) {
+        file_.settings().sync();
+        Values values = readAll();
+        const std::size_t changes = countChanges(
+            values_.cbegin(), values_.cend(), values.cbegin(), values.cend(),
+            [](auto left, auto right) { return left->first.compare(right->first); },
+            [](auto left, auto right) { return left->second == right->second; });
+        values_ = std::move(values);
+        return changes;
+    }
+
+private:
+    using Values = std::vector<std::pair<QString, QString>>;
+
+    /// In the order of the keys, which is that of allKeys().
+    Values readAll() {
+        const QStringList keys = file_.settings().allKeys();
+        Values values;
+        values.reserve(static_cast<std::size_t>(keys.size()));
+        for (const QString& key : keys) {
+            values.emplace_back(key, file_.settings().value(key).toString());
+        }
+        return values;
+    }
+
+    const Entries entries_;
+    const Entries other_;
+    SettingsOfFile file_;
+    Values values_;
 };
 
 void addLoad(std::size_t count) {
@@ -104,9 +162,8 @@ void addLoad(std::size_t count) {
 
 void addSave(std::size_t count) {
     add(saveRow(count), "QSettings (INI)", [count](benchmark::State& state) {
-        const fakes::TemporaryDirectory directory;
-        const std::string path = directory.write("file.ini", iniDocument(makeEntries(50, count)));
-        QSettings settings(QString::fromStdString(path), QSettings::IniFormat);
+        SettingsOfFile file(makeEntries(50, count));
+        QSettings& settings = file.settings();
         int version = 0;
         for (auto _ : state) {
             settings.setValue(QStringLiteral("g/version"), ++version);
@@ -124,6 +181,9 @@ void addQSettings(const Scale& scale) {
     addLoad(scale.small);
     addLoad(scale.large);
     addSave(scale.small);
+    addKeyMemory(scale, "QSettings", [](const Entries& entries) { return std::make_unique<SettingsOfFile>(entries); });
+    addReplacement<RereadSettings>(scale.small, "QSettings (from its file)");
+    addReplacement<RereadSettings>(scale.large, "QSettings (from its file)");
 }
 
 }  // namespace bench

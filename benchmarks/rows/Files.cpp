@@ -1,4 +1,6 @@
-#include <atomic>
+#include <algorithm>
+#include <string>
+#include <vector>
 
 #include "fakes/TemporaryDirectory.h"
 #include "impl/unified/TaskDispatcherImpl.h"
@@ -64,17 +66,25 @@ void addBurst(std::size_t entries, std::size_t changes) {
         ->UseRealTime();
 }
 
-void addStart(std::size_t keys) {
-    add("put in, start, first value, " + std::to_string(keys) + " keys in each file", "corvid",
-        [keys](benchmark::State& state) {
-            const Layers layers = makeLayers(keys);
-            const Profile profile(layers);
+bool hasAll(const ModuleHost& host, const std::vector<std::wstring>& keys) {
+    std::wstring value;
+    return std::all_of(keys.begin(), keys.end(),
+                       [&](const std::wstring& key) { return host.manager().getValue(key, value, false); });
+}
+
+void addStart(std::size_t count) {
+    add("put in, start, first value, " + std::to_string(count) + " keys in each file", "corvid",
+        [count](benchmark::State& state) {
+            const WholeProfile profile(count);
             profile.enter();
-            const auto key = widen(layers[USER_LAYER].entries.front().first);
+            const auto keys = WholeProfile::keyOfEachFile();
             for (auto _ : state) {
                 auto host = std::make_unique<ModuleHost>(std::make_shared<NoTaskDispatcher>());
-                benchmark::DoNotOptimize(host->service()->getConfig(key)->getValue());
+                benchmark::DoNotOptimize(host->service()->getConfig(keys.front())->getValue());
                 state.PauseTiming();
+                if (!hasAll(*host, keys)) {
+                    state.SkipWithError("not all files were read");
+                }
                 host.reset();
                 state.ResumeTiming();
             }

@@ -57,6 +57,7 @@ void addThreads(std::size_t keys, int threads) {
 
 void addModuleLive(const Scale& scale) {
     addSet<WholeModule>(scale, "corvid");
+    addSet<WritingModule>(scale, "corvid", "set, one observer told, with the host's queue");
     addLiveReads(scale.keys);
     addLiveReads(scale.large);
     addThreads(scale.keys, 1);

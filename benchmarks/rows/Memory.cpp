@@ -1,33 +1,12 @@
-#include <malloc.h>
-
 #include <map>
 
 #include "stores/InMemoryConfigStore.h"
-#include "support/Harness.h"
+#include "support/Memory.h"
 #include "support/ModuleHost.h"
 #include "support/Subjects.h"
 
 namespace bench {
 namespace {
-
-std::size_t bytesInUse() {
-    const auto info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
-
-/// Adds a benchmark that reports the memory for each of so many things which make() brings into being and gives back.
-template <typename Make>
-void addMemory(const std::string& row, const std::string& subject, std::size_t count, const Make& make) {
-    add(row, subject, [count, make](benchmark::State& state) {
-        std::size_t bytes = 0;
-        for (auto _ : state) {
-            const std::size_t before = bytesInUse();
-            const auto made = make();
-            bytes = bytesInUse() - before;
-        }
-        state.counters["bytes"] = static_cast<double>(bytes) / static_cast<double>(count);
-    })->Iterations(1);
-}
 
 std::shared_ptr<std::map<std::wstring, std::wstring>> makeMap(const Entries& entries) {
     auto map = std::make_shared<std::map<std::wstring, std::wstring>>();
@@ -58,13 +37,11 @@ std::shared_ptr<ConfigServiceImpl> makeLiveValues(const std::shared_ptr<UnifiedF
 }  // namespace
 
 void addModuleMemory(const Scale& scale) {
-    const std::size_t count = scale.small;
-    const auto entries = std::make_shared<const Entries>(makeEntries(50, count));
-    addMemory("memory of a key in a store", "corvid", count, [entries] { return makeStore(*entries); });
-    addMemory("memory of a key in a store", "limit: ordered map", count, [entries] { return makeMap(*entries); });
+    addKeyMemory(scale, "corvid", makeStore);
+    addKeyMemory(scale, "limit: ordered map", makeMap);
     const auto factory = std::make_shared<UnifiedFactory>(nullptr, nullptr);
-    addMemory("memory of a live value", "corvid", count,
-              [factory, entries] { return makeLiveValues(factory, *entries); });
+    addMemory("memory of a live value", "corvid", scale.small,
+              [factory](const Entries& entries) { return makeLiveValues(factory, entries); });
 }
 
 }  // namespace bench

@@ -1,5 +1,6 @@
 #include "support/Harness.h"
 #include "support/ModuleHost.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
@@ -13,7 +14,7 @@ public:
     explicit ComingAndGoing(std::size_t count)
         : profile_(makeLayers(10)),
           store_(makeReadOnlyStore("Many", PLACE, makeEntries(PLACE, count))),
-          other_(makeReadOnlyStore("Many", PLACE, changed(makeEntries(PLACE, count)))) {
+          other_(makeReadOnlyStore("Many", PLACE, otherVersion(makeEntries(PLACE, count)))) {
         profile_.enter();
         host_ = std::make_unique<ModuleHost>(std::make_shared<NoTaskDispatcher>());
         for (std::size_t index = 0; index < count; ++index) {
@@ -27,21 +28,6 @@ public:
     std::size_t told() const { return told_; }
 
 private:
-    /// Of a hundred entries one has another value, or every other time is not there.
-    static Entries changed(Entries entries) {
-        Entries result;
-        for (std::size_t index = 0; index < entries.size(); ++index) {
-            if (index % 200 == 100) {
-                continue;
-            }
-            if (index % 200 == 0) {
-                entries[index].second = "another value";
-            }
-            result.push_back(entries[index]);
-        }
-        return result;
-    }
-
     const Profile profile_;
     const std::shared_ptr<ConfigStore> store_;
     const std::shared_ptr<ConfigStore> other_;
@@ -68,18 +54,16 @@ void addJoin(std::size_t count) {
         ->Unit(benchmark::kMillisecond);
 }
 
-void addReplacement(std::size_t count) {
-    add("a store of " + std::to_string(count) + " keys is replaced, 1 % changed", "corvid",
-        [count](benchmark::State& state) {
-            auto& module = kept<ComingAndGoing>(count);
-            module.manager().addStore(module.version(false));
-            bool second = false;
-            for (auto _ : state) {
-                second = !second;
-                module.manager().updateStoreValues(module.version(second));
-            }
-        })
-        ->Unit(benchmark::kMillisecond);
+void addModuleReplacement(std::size_t count) {
+    add(replacementRow(count), "corvid", [count](benchmark::State& state) {
+        auto& module = kept<ComingAndGoing>(count);
+        module.manager().addStore(module.version(false));
+        bool second = false;
+        for (auto _ : state) {
+            second = !second;
+            module.manager().updateStoreValues(module.version(second));
+        }
+    })->Unit(benchmark::kMillisecond);
 }
 
 }  // namespace
@@ -87,7 +71,8 @@ void addReplacement(std::size_t count) {
 void addModuleStores(const Scale& scale) {
     addJoin(scale.small);
     addJoin(scale.large);
-    addReplacement(scale.large);
+    addModuleReplacement(scale.small);
+    addModuleReplacement(scale.large);
 }
 
 }  // namespace bench

@@ -23,20 +23,12 @@ std::uint64_t scramble(std::uint64_t number) {
     return number;
 }
 
+std::size_t sharedCount(const Layers& layers) { return layers[USER_LAYER].entries.size() / 10; }
+
 }  // namespace
 
 std::string nameOf(Place place) {
-    switch (place) {
-    case Place::First:
-        return "layer 1";
-    case Place::Fourth:
-        return "layer 4";
-    case Place::Eighth:
-        return "layer 8";
-    case Place::Miss:
-        break;
-    }
-    return "miss";
+    return place == Place::Miss ? "miss" : "layer " + std::to_string(static_cast<std::size_t>(place) + 1);
 }
 
 std::string makeKey(std::size_t family, std::size_t index) {
@@ -58,6 +50,20 @@ Entries makeEntries(std::size_t family, std::size_t count) {
     return entries;
 }
 
+Entries otherVersion(const Entries& entries) {
+    Entries result;
+    for (std::size_t index = 0; index < entries.size(); ++index) {
+        if (index % 200 == 0) {
+            result.emplace_back(entries[index].first, "another value");
+        } else if (index % 200 != 100) {
+            result.push_back(entries[index]);
+        }
+    }
+    return result;
+}
+
+std::size_t changedCount(std::size_t keys) { return (keys + 99) / 100; }
+
 Layers makeLayers(std::size_t keys) {
     Layers layers;
     for (std::size_t place = 0; place < LAYER_COUNT; ++place) {
@@ -72,19 +78,20 @@ Layers makeLayers(std::size_t keys) {
 }
 
 std::vector<std::string> sampleKeys(const Layers& layers, Place place) {
-    const std::size_t layer = place == Place::First ? 0 : place == Place::Fourth ? 3 : LAYER_COUNT - 1;
-    const Entries& entries = layers[layer].entries;
-    const std::size_t step = std::max<std::size_t>(1, entries.size() / 1000);
+    const bool miss = place == Place::Miss;
+    const std::size_t layer = miss ? 0 : static_cast<std::size_t>(place);
+    const std::size_t count = layers[layer].entries.size() - (layer == ADMINISTRATOR_LAYER ? sharedCount(layers) : 0);
+    const std::size_t step = std::max<std::size_t>(1, count / 1000);
     std::vector<std::string> keys;
-    for (std::size_t index = 0; index < entries.size() && keys.size() < 1000; index += step) {
-        keys.push_back(place == Place::Miss ? makeKey(MISSING_FAMILY, index) : entries[index].first);
+    for (std::size_t index = 0; index < count && keys.size() < 1000; index += step) {
+        keys.push_back(miss ? makeKey(MISSING_FAMILY, index) : layers[layer].entries[index].first);
     }
     std::shuffle(keys.begin(), keys.end(), std::mt19937(1));
     return keys;
 }
 
 std::vector<std::string> sharedKeys(const Layers& layers) {
-    const std::size_t count = layers[USER_LAYER].entries.size() / 10;
+    const std::size_t count = sharedCount(layers);
     std::vector<std::string> keys;
     for (std::size_t index = 0; index < std::min<std::size_t>(count, 1000); ++index) {
         keys.push_back(makeKey(SHARED_FAMILY, index));

@@ -24,10 +24,13 @@ inline constexpr std::size_t USER_LAYER = 1;
 inline constexpr std::size_t ADMINISTRATOR_LAYER = 4;
 inline constexpr std::size_t RUN_LAYER = 6;
 
-/// Where a lookup ends.
-enum class Place { First, Fourth, Eighth, Miss };
+/// Where a lookup ends: in one of the layers, or nowhere.
+enum class Place { First, Second, Third, Fourth, Fifth, Sixth, Seventh, Eighth, Miss };
 
-/// "layer 1" and so on.
+inline constexpr Place EVERY_PLACE[] = {Place::First, Place::Second,  Place::Third,  Place::Fourth, Place::Fifth,
+                                        Place::Sixth, Place::Seventh, Place::Eighth, Place::Miss};
+
+/// "layer 1" and so on, or "miss".
 std::string nameOf(Place place);
 
 /// Keys as configurations have them: some words, then a number; 15 to 30 ASCII letters, no two equal without case.
@@ -37,13 +40,19 @@ std::string makeKey(std::size_t family, std::size_t index);
 /// Entries of one family with values of 12 letters.
 Entries makeEntries(std::size_t family, std::size_t count);
 
+/// The next version of a layer: of a hundred entries one has another value, or every other time is not there.
+Entries otherVersion(const Entries& entries);
+
+/// How many of so many keys the two versions hold differently.
+std::size_t changedCount(std::size_t keys);
+
 /// @param keys in each layer.
 Layers makeLayers(std::size_t keys);
 
-/// Up to 1,000 keys of that layer, or of none, in no order.
+/// Up to 1,000 keys that no layer before that one holds, or none at all, in no order.
 std::vector<std::string> sampleKeys(const Layers& layers, Place place);
 
-/// Keys that the second layer and the fifth both hold.
+/// Up to 1,000 keys that the second layer and the fifth both hold.
 std::vector<std::string> sharedKeys(const Layers& layers);
 
 /// An INI file with one group, "g".

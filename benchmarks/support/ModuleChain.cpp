@@ -20,7 +20,7 @@ ModuleChain::ModuleChain(const Layers& layers) {
     manager_.addStore(makeReadOnlyStore("First", 10, layers[0].entries));
     manager_.addStore(makeFileStore("LocalFileConfigStore", 20, false, layers[1].entries));
     manager_.addStore(makeReadOnlyStore("Third", 30, layers[2].entries));
-    manager_.addStore(makeReadOnlyStore("Fourth", 40, layers[3].entries));
+    manager_.addStore(makeServerStore("Fourth", 40, layers[3].entries));
     manager_.addStore(makeReadOnlyStore("Fifth", 240, layers[4].entries));
     manager_.addStore(makeBootstrap(layers[5].entries));
     const auto memory = std::make_shared<InMemoryConfigStore>();

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ConfigAdapter.h"
 #include "ConfigServiceImpl.h"
@@ -34,6 +35,18 @@ private:
     fakes::TemporaryDirectory directory_;
 };
 
+/// A profile with each file that a start reads: those of the layers, a copy of the server's file, a copy of another
+/// server's values, and what a provisioning link has set. The user's file lists the stores of which there are copies.
+class WholeProfile : public Profile {
+public:
+    /// Waits until the files count as old, as those of a former run do.
+    /// @param keys in each file.
+    explicit WholeProfile(std::size_t keys);
+
+    /// A key of each file, that of the user's first.
+    static std::vector<std::wstring> keyOfEachFile();
+};
+
 /// The module in a host whose dispatcher thread is the thread that makes it.
 class ModuleHost {
 public:
@@ -55,7 +68,10 @@ private:
     const std::shared_ptr<UnifiedFactory> factory_;
 };
 
-/// A read-only store of the module's with these values.
+/// A read-only store of the module's with these values, as the copy of another one has them.
 std::shared_ptr<ConfigStore> makeReadOnlyStore(const std::string& name, std::int32_t priority, const Entries& entries);
+
+/// The store of a server's file, which has been downloaded and holds these values.
+std::shared_ptr<ConfigStore> makeServerStore(const std::string& name, std::int32_t priority, const Entries& entries);
 
 }  // namespace bench

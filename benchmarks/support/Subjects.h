@@ -21,7 +21,7 @@ void addBareParse(const Scale& scale);
 void addMergeWalk(const Scale& scale);
 void addSingleBuffer(const Scale& scale);
 
-// What a C++ developer would otherwise pick; those whose packages are there.
+// What a C++ developer would otherwise pick; in programs that are built with the peers.
 void addPoco(const Scale& scale);
 void addQSettings(const Scale& scale);
 void addKConfig(const Scale& scale);

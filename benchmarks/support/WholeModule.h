@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "impl/unified/TaskDispatcherImpl.h"
 #include "support/ModuleHost.h"
 
 namespace bench {
@@ -13,9 +14,12 @@ class WholeModule {
 public:
     using Key = std::wstring;
 
-    explicit WholeModule(const Layers& layers) : profile_(layers) {
+    explicit WholeModule(const Layers& layers) : WholeModule(layers, std::make_shared<NoTaskDispatcher>()) {}
+
+    /// @param tasks the queue for what writes to the disk.
+    WholeModule(const Layers& layers, const std::shared_ptr<Processing::TaskDispatcher>& tasks) : profile_(layers) {
         profile_.enter();
-        host_ = std::make_unique<ModuleHost>(std::make_shared<NoTaskDispatcher>());
+        host_ = std::make_unique<ModuleHost>(tasks);
         host_->addFurtherStores(layers);
         service_ = host_->service();
         featureSet_ = host_->adapter();
@@ -44,6 +48,21 @@ private:
     std::shared_ptr<ConfigFeatureSet> featureSet_;
     std::shared_ptr<ConfigValue> observed_;
     std::size_t told_ = 0;
+};
+
+/// The same with the host's queue, whose thread writes the user's file.
+class WritingModule : public WholeModule {
+public:
+    explicit WritingModule(const Layers& layers) : WritingModule(layers, std::make_shared<TaskDispatcherImpl>()) {}
+
+    /// Waits until everything is on the disk.
+    void settle() { tasks_->drain(); }
+
+private:
+    WritingModule(const Layers& layers, const std::shared_ptr<TaskDispatcherImpl>& tasks)
+        : WholeModule(layers, tasks), tasks_(tasks) {}
+
+    const std::shared_ptr<TaskDispatcherImpl> tasks_;
 };
 
 }  // namespace bench

@@ -101,6 +101,13 @@ TEST_F(Replacement, ReportsLostKeysInTheOrderThatItIsGivenAndAsOftenAsGiven) {
     EXPECT_THAT(observer.course(), ElementsAre("z-", "a-", "z-"));
 }
 
+TEST_F(Replacement, KnowsAKeyInEverySpellingAndInWhateverOrderTheKeysCome) {
+    addQuietly({old});
+    manager.updateStoreValues(withKeys(makeReadOnly("Server", 100), {L"d", L"b"}, L"new"),
+                              {L"z", L"B", L"c", L"b", L"D", L"a"});
+    EXPECT_THAT(observer.course(), ElementsAre("z-", "c-", "a-", "~b=new", "~d=new", "b!", "d!"));
+}
+
 TEST_F(Replacement, OfACachedStoreTakesItsCopyOutOfTheChainAndLeavesTheFile) {
     const std::string file = world.directory().write("config/Cache/cachedServer.xml", "<config/>");
     old->cached();

@@ -68,6 +68,22 @@ TEST_F(XmlStore, StoresAndRemovesInMemoryOnly) {
     EXPECT_EQ(read("c.xml"), document);
 }
 
+TEST_F(XmlStore, ForgetsWhatWasRemovedUntilItIsStoredAnew) {
+    XmlConfigStore store("X", 10, false, write("c.xml", serverDocument("<A>1</A><B>2</B><C>3</C>")), true);
+    EXPECT_TRUE(store.removeValue(L"a"));
+    EXPECT_TRUE(store.removeValue(L"B"));
+    EXPECT_FALSE(store.removeValue(L"A"));
+    EXPECT_FALSE(store.removeValue(L"d"));
+    EXPECT_EQ(contentsOf(store), (Map{{L"c", L"3"}}));
+    std::wstring value = L"as it was";
+    EXPECT_FALSE(store.getValue(L"b", value));
+    EXPECT_EQ(value, L"");
+    EXPECT_TRUE(store.storeValue(L"b", L"4"));
+    EXPECT_EQ(contentsOf(store), (Map{{L"b", L"4"}, {L"c", L"3"}}));
+    EXPECT_TRUE(store.removeValue(L"b"));
+    EXPECT_EQ(contentsOf(store), (Map{{L"c", L"3"}}));
+}
+
 TEST_F(XmlStore, DoesNotNoticeALaterChangeOfItsFile) {
     XmlConfigStore store("X", 10, false, write("c.xml", serverDocument("<A>1</A>")), true);
     write("c.xml", serverDocument("<A>2</A>"));

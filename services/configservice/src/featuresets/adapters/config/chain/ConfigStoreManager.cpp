@@ -51,7 +51,9 @@ bool ConfigStoreManager::getValue(const std::wstring& key, std::wstring& value, 
     // The name of the store is for the log alone.
     lookup.namesStore = TesselLog_isDebugEnabled(logger());
     resolver(lock).lookUp(folded, skipLocal, lookup);
-    logLookup(key, lookup, lookup.storeName.text(), skipLocal);
+    if (lookup.namesStore) {
+        logLookup(key, lookup, lookup.storeName.text(), skipLocal);
+    }
     value = std::move(lookup.value);
     return lookup.found;
 }

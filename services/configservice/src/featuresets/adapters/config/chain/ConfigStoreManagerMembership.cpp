@@ -1,7 +1,10 @@
 #include "chain/ConfigStoreManager.h"
 
+#include <algorithm>
+
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
+#include "chain/ConfigMap.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 
@@ -21,6 +24,40 @@ bool survivesDataReset(const std::string& name) {
            name == ConfigStoreConstants::BOOTSTRAP_STORE_NAME ||
            name == ConfigStoreConstants::DEFAULT_CONFIG_STORE_FILE_NAME ||
            name == ConfigStoreConstants::TFTP_OVERRIDE_CONFIG_STORE_NAME;
+}
+
+using KeyList = std::vector<const std::wstring*>;
+
+bool precedes(const std::wstring* a, const std::wstring* b) { return caseInsensitiveMapComparator()(*a, *b); }
+
+KeyList inOrder(const std::vector<std::wstring>& keys) {
+    KeyList list;
+    list.reserve(keys.size());
+    for (const std::wstring& key : keys) {
+        list.push_back(&key);
+    }
+    // The module's own stores give their keys in order.
+    if (!std::is_sorted(list.begin(), list.end(), precedes)) {
+        std::sort(list.begin(), list.end(), precedes);
+    }
+    return list;
+}
+
+/// Those keys, in their order, that are not among the others: one walk along both lists, which may be long.
+KeyList missingFrom(const std::vector<std::wstring>& others, const std::vector<std::wstring>& keys) {
+    const KeyList present = inOrder(others);
+    auto next = present.begin();
+    KeyList missing;
+    for (const std::wstring* key : inOrder(keys)) {
+        while (next != present.end() && precedes(*next, key)) {
+            ++next;
+        }
+        if (next == present.end() || precedes(key, *next)) {
+            missing.push_back(key);
+        }
+    }
+    std::sort(missing.begin(), missing.end());  // they lie in memory as they came
+    return missing;
 }
 
 }  // namespace
@@ -68,13 +105,8 @@ void ConfigStoreManager::updateStoreValues(const std::shared_ptr<ConfigStore>& s
         return;
     }
     removeStoreOnDuplicateAdded(old->getName());
-    // A set, since both lists may be long.
-    const std::vector<std::wstring> keys = store->getKeys();
-    const SensitiveKeySet newKeys(keys.begin(), keys.end());
-    for (const std::wstring& oldKey : oldKeys) {
-        if (newKeys.count(oldKey) == 0) {
-            updateKey(oldKey, false);
-        }
+    for (const std::wstring* lostKey : missingFrom(store->getKeys(), oldKeys)) {
+        updateKey(*lostKey, false);
     }
     addStore(store);
 }

@@ -17,14 +17,15 @@ static_assert(sizeof(wchar_t) == 4);
 
 inline constexpr std::uint64_t BEYOND_ASCII = 0xFFFFFF80'FFFFFF80U;
 
+inline std::uint64_t pairOf(const wchar_t* units) {
+    std::uint64_t pair = 0;
+    std::memcpy(&pair, units, sizeof(pair));
+    return pair;
+}
+
 /// The two units at that place; the second is 0 behind the end.
 inline std::uint64_t pairAt(std::wstring_view text, std::size_t place) {
-    if (text.size() - place == 1) {
-        return static_cast<std::uint32_t>(text[place]);
-    }
-    std::uint64_t pair = 0;
-    std::memcpy(&pair, text.data() + place, sizeof(pair));
-    return pair;
+    return text.size() - place == 1 ? static_cast<std::uint32_t>(text[place]) : pairOf(text.data() + place);
 }
 
 /// ASCII letters in lower case. @param letters up to eight, in a byte each.
@@ -40,20 +41,28 @@ struct Word {
     std::uint64_t letters = 0;
     std::uint64_t beyondAscii = 0;  ///< not 0 if a unit is beyond ASCII
 
-    Word(std::wstring_view text, std::size_t place) {
-        if (text.size() - place >= 8) {
-            std::array<std::uint64_t, 4> pairs{};
-            std::memcpy(pairs.data(), text.data() + place, sizeof(pairs));
-            letters = pairs[0] ^ pairs[1] << 8U ^ pairs[2] << 16U ^ pairs[3] << 24U;
-            beyondAscii = (pairs[0] | pairs[1] | pairs[2] | pairs[3]) & BEYOND_ASCII;
-            return;
+    static constexpr std::size_t UNITS = 8;
+
+    /// @param text as many units as a word takes, or fewer.
+    explicit Word(std::wstring_view text) {
+        // A pair at a time: an array in between would go through memory.
+        for (std::size_t place = 0; place < text.size(); place += 2) {
+            add(pairAt(text, place), 4 * place);
         }
-        const std::size_t end = text.size();
-        for (unsigned shift = 0; place < end; place += 2, shift += 8) {
-            const std::uint64_t pair = pairAt(text, place);
-            beyondAscii |= pair & BEYOND_ASCII;
-            letters ^= pair << shift;
-        }
+    }
+
+    /// @param units eight of them.
+    explicit Word(const wchar_t* units) {
+        add(pairOf(units), 0);
+        add(pairOf(units + 2), 8);
+        add(pairOf(units + 4), 16);
+        add(pairOf(units + 6), 24);
+    }
+
+private:
+    void add(std::uint64_t pair, std::size_t shift) {
+        letters ^= pair << shift;
+        beyondAscii |= pair & BEYOND_ASCII;
     }
 };
 
@@ -128,24 +137,33 @@ public:
 
 private:
     static std::uint64_t hashOf(std::wstring_view text) {
-        std::uint64_t hash = text.size();
         std::uint64_t beyond = 0;
-        for (std::size_t place = 0; place < text.size(); place += 8) {
-            const KeyUnits::Word word(text, place);
+        const std::uint64_t hash = sumOf(text, [&](const KeyUnits::Word& word) {
             beyond |= word.beyondAscii;
-            hash = mix(hash, KeyUnits::fold(word.letters));
-        }
+            return KeyUnits::fold(word.letters);
+        });
         return beyond == 0 ? finish(hash) : hashBeyondAscii(text);
     }
 
     /// The same sum over the folded text: a letter beyond ASCII may stand for one of ASCII.
     static std::uint64_t hashBeyondAscii(std::wstring_view text) {
-        const std::wstring folded = QuillCoreUtils::toLowercase(text);
-        std::uint64_t hash = folded.size();
-        for (std::size_t place = 0; place < folded.size(); place += 8) {
-            hash = mix(hash, KeyUnits::Word(folded, place).letters);
+        return finish(
+            sumOf(QuillCoreUtils::toLowercase(text), [](const KeyUnits::Word& word) { return word.letters; }));
+    }
+
+    /// Word by word; the last one begins so far ahead that it is full, if the text is long enough.
+    template <typename LettersOf>
+    static std::uint64_t sumOf(std::wstring_view text, const LettersOf& lettersOf) {
+        using KeyUnits::Word;
+        std::uint64_t hash = text.size();
+        if (text.size() < Word::UNITS) {
+            return mix(hash, lettersOf(Word(text)));
         }
-        return finish(hash);
+        const wchar_t* const last = text.data() + (text.size() - Word::UNITS);
+        for (const wchar_t* units = text.data(); units < last; units += Word::UNITS) {
+            hash = mix(hash, lettersOf(Word(units)));
+        }
+        return mix(hash, lettersOf(Word(last)));
     }
 
     static constexpr std::uint64_t mix(std::uint64_t hash, std::uint64_t word) {

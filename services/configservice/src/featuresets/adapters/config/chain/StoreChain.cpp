@@ -5,18 +5,9 @@
 
 #include "quill/StringUtils.h"
 
-StoreChain::Lock::Lock(StoreChain& chain) : chain_(chain) {
-    chain_.mutex_.lock();
-    ++chain_.depth_;
-}
-
-StoreChain::Lock::~Lock() {
-    std::vector<std::shared_ptr<const Content>> departed;
-    if (--chain_.depth_ == 0 && !chain_.departed_.empty()) {
-        departed.swap(chain_.departed_);
-    }
-    chain_.mutex_.unlock();
-    // The departed stores end here, after the lock.
+void StoreChain::unlockAndLetGo() {
+    const auto departed = std::exchange(departed_, {});
+    mutex_.unlock();
 }
 
 bool StoreChain::precedes(const std::shared_ptr<ConfigStore>& a, const std::shared_ptr<ConfigStore>& b) {

@@ -24,8 +24,18 @@ public:
     /// Holds the chain for the length of a scope; may be nested on one thread.
     class TESSEL_SCOPED_CAPABILITY Lock {
     public:
-        explicit Lock(StoreChain& chain) TESSEL_ACQUIRE(chain.mutex_);
-        ~Lock() TESSEL_RELEASE();
+        explicit Lock(StoreChain& chain) TESSEL_ACQUIRE(chain.mutex_) : chain_(chain) {
+            chain_.mutex_.lock();
+            ++chain_.depth_;
+        }
+
+        ~Lock() TESSEL_RELEASE() {
+            if (--chain_.depth_ == 0 && !chain_.departed_.empty()) {
+                chain_.unlockAndLetGo();
+            } else {
+                chain_.mutex_.unlock();
+            }
+        }
 
         Lock(const Lock&) = delete;
         Lock& operator=(const Lock&) = delete;
@@ -95,6 +105,9 @@ private:
     }
 
     void replace(StoreList stores) TESSEL_REQUIRES(mutex_);
+
+    /// Ends the departed stores, after the lock.
+    void unlockAndLetGo() TESSEL_RELEASE(mutex_);
 
     tessel::Mutex mutex_{LockRanks::CHAIN};
     std::shared_ptr<const Content> content_ TESSEL_GUARDED_BY(mutex_) = std::make_shared<const Content>();

@@ -1,5 +1,7 @@
 #include "stores/XmlConfigStore.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "ConfigStoreConstants.h"
@@ -28,12 +30,12 @@ bool XmlConfigStore::takeOverReading(const XmlConfigStore& former) {
 }
 
 FileStamp XmlConfigStore::readFile() const {
-    const tessel::ScopedLock lock(valuesMutex_);
+    const tessel::ScopedLock lock(changesMutex_);
     return readFile_;
 }
 
 KeyedValues::Entries XmlConfigStore::copyEntries() const {
-    const tessel::ScopedLock lock(valuesMutex_);
+    const tessel::ScopedReadLock lock(lock_);
     return values_.entries();
 }
 
@@ -54,13 +56,26 @@ bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
         return answer(nullptr, key, value);
     }
     const tessel::ScopedReadLock lock(lock_);
-    const tessel::ScopedLock valuesLock(valuesMutex_);
-    return answer(values_.find(key), key, value);
+    const std::wstring* const found = values_.find(key);
+    return answer(found != nullptr && isRemoved(key) ? nullptr : found, key, value);
+}
+
+bool XmlConfigStore::isRemoved(const FoldedKey& key) const {
+    if (!hasRemoved_.load(std::memory_order_acquire)) {
+        return false;
+    }
+    const tessel::ScopedLock changesLock(changesMutex_);
+    return removed_.count(key.text()) > 0;
 }
 
 bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     const tessel::ScopedWriteLock lock(lock_);
-    const tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock changesLock(changesMutex_);
+    for (const std::wstring& removed : removed_) {
+        values_.erase(FoldedKey(removed));
+    }
+    removed_.clear();
+    hasRemoved_ = false;
     values_.set(FoldedKey(key), value);
     readFile_ = FileStamp();
     return true;
@@ -68,15 +83,26 @@ bool XmlConfigStore::storeValue(const std::wstring& key, const std::wstring& val
 
 std::vector<std::wstring> XmlConfigStore::getKeys() {
     const tessel::ScopedReadLock lock(lock_);
-    const tessel::ScopedLock valuesLock(valuesMutex_);
-    return values_.keys();
+    const tessel::ScopedLock changesLock(changesMutex_);
+    std::vector<std::wstring> keys = values_.keys();
+    if (removed_.empty()) {
+        return keys;
+    }
+    std::vector<std::wstring> present;
+    std::set_difference(keys.begin(), keys.end(), removed_.begin(), removed_.end(), std::back_inserter(present),
+                        caseInsensitiveMapComparator());
+    return present;
 }
 
 bool XmlConfigStore::removeValue(const std::wstring& key) {
     const tessel::ScopedReadLock lock(lock_);
-    const tessel::ScopedLock valuesLock(valuesMutex_);
+    const tessel::ScopedLock changesLock(changesMutex_);
     readFile_ = FileStamp();
-    return values_.erase(FoldedKey(key));
+    if (values_.find(FoldedKey(key)) == nullptr || !removed_.insert(key).second) {
+        return false;
+    }
+    hasRemoved_.store(true, std::memory_order_release);
+    return true;
 }
 
 void XmlConfigStore::removeAllValues() {}
@@ -98,8 +124,13 @@ bool XmlConfigStore::waitForStoreReady() { return true; }
 bool XmlConfigStore::shouldCacheConfigStore() { return false; }
 
 ConfigMap XmlConfigStore::copyValues() const {
-    const tessel::ScopedLock lock(valuesMutex_);
-    return values_.map();
+    const tessel::ScopedReadLock lock(lock_);
+    const tessel::ScopedLock changesLock(changesMutex_);
+    ConfigMap values = values_.map();
+    for (const std::wstring& removed : removed_) {
+        values.erase(removed);
+    }
+    return values;
 }
 
 void XmlConfigStore::setValues(ConfigMap values) { exchange(std::move(values), FileStamp()); }
@@ -107,7 +138,8 @@ void XmlConfigStore::setValues(ConfigMap values) { exchange(std::move(values), F
 /// @tparam Values what KeyedValues takes.
 template <typename Values>
 void XmlConfigStore::exchange(Values values, const FileStamp& file) {
-    const tessel::ScopedLock lock(valuesMutex_);
+    const tessel::ScopedWriteLock lock(lock_);
+    const tessel::ScopedLock changesLock(changesMutex_);
     values_.exchange(std::move(values));
     readFile_ = file;
 }

@@ -1,10 +1,13 @@
 #pragma once
 
+#include <atomic>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "ConfigStore.h"
 #include "LockRanks.h"
+#include "chain/ConfigMap.h"
 #include "chain/FoldedLookup.h"
 #include "chain/KeyedValues.h"
 #include "stores/FileStamp.h"
@@ -66,14 +69,19 @@ private:
     template <typename Values>
     void exchange(Values values, const FileStamp& file);
 
+    bool isRemoved(const FoldedKey& key) const TESSEL_REQUIRES_SHARED(lock_);
+
     const std::string filePath_;
     mutable tessel::RWLock lock_{LockRanks::STORE_READERS};
-    /// Of its own: removeValue() changes the values with the read lock alone.
-    mutable tessel::Mutex valuesMutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;
-    KeyedValues values_ TESSEL_GUARDED_BY(valuesMutex_){filter_};
+    KeyedValues values_ TESSEL_GUARDED_BY(lock_){filter_};
+    /// For what changes while others read: the order of the values, and the following.
+    mutable tessel::Mutex changesMutex_{LockRanks::STORE_VALUES};
+    /// Keys that removeValue() has taken out with the read lock alone: they leave the values with the next write.
+    std::set<std::wstring, caseInsensitiveMapComparator> removed_ TESSEL_GUARDED_BY(changesMutex_);
+    std::atomic<bool> hasRemoved_ = false;
     /// The file that holds just these values; nothing if that cannot be told.
-    FileStamp readFile_ TESSEL_GUARDED_BY(valuesMutex_);
+    FileStamp readFile_ TESSEL_GUARDED_BY(changesMutex_);
     const bool isLocal_;
     const std::int32_t priority_;
     const std::string name_;
