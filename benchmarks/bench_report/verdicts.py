@@ -118,8 +118,10 @@ def relations(rows):
     found = []
     if len(joins) == 2:
         found.append((Ratio("a store that joins: 100,000 keys to 10,000", joins[1], joins[0]), 12))
-    if len(joins) == 2 and replaced:
-        found.append((Ratio("a store that is replaced, to one that joins", replaced[0], joins[1]), 3))
+    if len(replaced) == 2:
+        found.append((Ratio("a store that is replaced: 100,000 keys to 10,000", replaced[1], replaced[0]), 12))
+    if len(joins) == 2 and len(replaced) == 2:
+        found.append((Ratio("a store that is replaced, to one that joins: 100,000 keys", replaced[1], joins[1]), 3))
     if len(threads) == 2:
         found.append((Ratio("a read of two threads to one of one", threads[1], threads[0]), 1))
     if bursts and saves:

@@ -26,7 +26,6 @@
 #include "support/Documents.h"
 #include "support/ModuleChain.h"
 #include "support/ModuleHost.h"
-#include "support/Versions.h"
 #include "support/WholeModule.h"
 #include "tessel/LogSink.h"
 #include "xml/XmlConfigParser.h"
@@ -161,7 +160,7 @@ Work prepareReplacement() {
     const auto module = std::make_shared<ObservedModule>(std::vector{FAMILY});
     const bench::Entries entries = bench::makeEntries(FAMILY, ENTRIES);
     const std::vector<std::shared_ptr<ConfigStore>> versions = {makeStore(FAMILY, entries),
-                                                                makeStore(FAMILY, bench::nextVersion(entries))};
+                                                                makeStore(FAMILY, bench::otherVersion(entries))};
     module->manager().addStore(versions.front());
     return
         [module, versions](std::size_t turn) { module->manager().updateStoreValues(versions[turn % versions.size()]); };
