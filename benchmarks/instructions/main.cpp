@@ -1,22 +1,27 @@
-// Runs one operation of the module a fixed number of times, inside a function that callgrind finds by its name, and so
-// makes instructions countable: they stay the same however busy the machine is.
+// Runs one operation of the module, or of the limit written by hand, a fixed number of times, inside a function that
+// callgrind finds by its name, and so makes instructions countable: they stay the same however busy the machine is.
 //
 //   corvid_instructions              lists the operations
 //   corvid_instructions OPERATION    prints how often it ran it
 //   corvid_instructions --made-of    prints what the counts depend on besides the module: the compiler, the libraries
 //                                    that were found and the processor
 #include <gnu/libc-version.h>
+#include <libxml/parser.h>
 #include <libxml/xmlversion.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "fakes/TemporaryDirectory.h"
+#include "limits/HashChain.h"
+#include "limits/SingleBuffer.h"
 #include "stores/LocalFileConfigStore.h"
 #include "support/Documents.h"
 #include "support/ModuleChain.h"
@@ -47,26 +52,37 @@ struct Operation {
     std::function<Work()> prepare;
 };
 
+/// @tparam Chain the module's or the limit's.
+template <typename Chain>
 Work prepareLookup(bench::Place place) {
     const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
-    const auto chain = std::make_shared<bench::ModuleChain>(layers);
+    const auto chain = std::make_shared<Chain>(layers);
     return [chain, keys = bench::convertAll<std::wstring>(bench::sampleKeys(layers, place), bench::widen)](
                std::size_t turn) { chain->lookUp(keys[turn % keys.size()]); };
 }
 
+template <typename Chain>
 Work prepareAnswer() {
     const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
-    const auto chain = std::make_shared<bench::ModuleChain>(layers);
+    const auto chain = std::make_shared<Chain>(layers);
     return [chain, keys = bench::convertAll<std::wstring>(bench::sharedKeys(layers), bench::widen)](std::size_t turn) {
         chain->answer(keys[turn % keys.size()]);
     };
 }
 
+template <typename Chain>
 Work prepareSet() {
     const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
-    const auto module = std::make_shared<bench::WholeModule>(layers);
+    const auto chain = std::make_shared<Chain>(layers);
     const std::wstring key = bench::widen(layers[bench::USER_LAYER].entries.front().first);
-    return [module, key](std::size_t turn) { module->set(key, turn % 2 == 0); };
+    return [chain, key](std::size_t turn) { chain->set(key, turn % 2 == 0); };
+}
+
+Work prepareLiveRead() {
+    const bench::Layers layers = bench::makeLayers(KEYS_OF_A_LAYER);
+    const auto module = std::make_shared<bench::WholeModule>(layers);
+    const auto value = module->service().getConfig(bench::widen(layers[0].entries.front().first));
+    return [module, value](std::size_t) { value->getValue(); };
 }
 
 Work prepareLoad() {
@@ -75,6 +91,10 @@ Work prepareLoad() {
         SensitiveKeySet marks;
         XmlConfigParser::readFromFile(path, values, marks);
     };
+}
+
+Work prepareBareParse() {
+    return [path = bench::xmlFile(ENTRIES)](std::size_t) { xmlFreeDoc(xmlReadFile(path.c_str(), nullptr, 0)); };
 }
 
 Work prepareSave() {
@@ -89,6 +109,63 @@ Work prepareSave() {
     };
 }
 
+Work prepareSaveByHand() {
+    const auto directory = std::make_shared<fakes::TemporaryDirectory>();
+    std::map<std::wstring, std::wstring> values;
+    for (const auto& [key, value] : bench::makeEntries(50, ENTRIES)) {
+        values.emplace(bench::widen(key), bench::widen(value));
+    }
+    return [directory, values](std::size_t) { bench::saveByHand(directory->path("file.xml"), values); };
+}
+
+/// A module with a live value, and an observer of it, for each key of these families.
+class ObservedModule {
+public:
+    explicit ObservedModule(const std::vector<std::int32_t>& families) : module_(bench::makeLayers(10)) {
+        for (const std::int32_t family : families) {
+            for (std::size_t index = 0; index < ENTRIES; ++index) {
+                const auto value =
+                    module_.service().getConfig(bench::widen(bench::makeKey(static_cast<std::size_t>(family), index)));
+                value->getConfigValueNotifiers()->getValueNotifier()->addConnection([this] { ++told_; });
+            }
+        }
+    }
+
+    ConfigStoreManager& manager() { return module_.host().manager(); }
+
+private:
+    bench::WholeModule module_;
+    std::size_t told_ = 0;
+};
+
+/// The keys of a family, in a store at the place of its number.
+std::shared_ptr<ConfigStore> makeStore(std::int32_t family, const bench::Entries& entries) {
+    return bench::makeReadOnlyStore("Many" + std::to_string(family), family, entries);
+}
+
+/// A store joins, each of its keys observed; at every turn another one.
+Work prepareJoin() {
+    const std::vector<std::int32_t> families = {50, 51};
+    const auto module = std::make_shared<ObservedModule>(families);
+    std::vector<std::shared_ptr<ConfigStore>> stores;
+    for (const std::int32_t family : families) {
+        stores.push_back(makeStore(family, bench::makeEntries(static_cast<std::size_t>(family), ENTRIES)));
+    }
+    return [module, stores](std::size_t turn) { module->manager().addStore(stores[turn % stores.size()]); };
+}
+
+/// A store gives place to its next version, and that to the first one again.
+Work prepareReplacement() {
+    constexpr std::int32_t FAMILY = 50;
+    const auto module = std::make_shared<ObservedModule>(std::vector{FAMILY});
+    const bench::Entries entries = bench::makeEntries(FAMILY, ENTRIES);
+    const std::vector<std::shared_ptr<ConfigStore>> versions = {makeStore(FAMILY, entries),
+                                                                makeStore(FAMILY, bench::otherVersion(entries))};
+    module->manager().addStore(versions.front());
+    return
+        [module, versions](std::size_t turn) { module->manager().updateStoreValues(versions[turn % versions.size()]); };
+}
+
 /// The module put in, started and asked for a first value, and taken out again.
 Work prepareStart() {
     const auto profile = std::make_shared<bench::WholeProfile>(KEYS_OF_A_LAYER);
@@ -101,13 +178,24 @@ Work prepareStart() {
 
 const std::vector<Operation>& operations() {
     static const std::vector<Operation> all = {
-        {"lookup-layer-8", 1000, [] { return prepareLookup(bench::Place::Eighth); }},
-        {"lookup-miss", 1000, [] { return prepareLookup(bench::Place::Miss); }},
-        {"whole-answer", 1000, prepareAnswer},
-        {"set-and-observer", 1000, prepareSet},
+        {"lookup-layer-1", 1000, [] { return prepareLookup<bench::ModuleChain>(bench::Place::First); }},
+        {"lookup-layer-8", 1000, [] { return prepareLookup<bench::ModuleChain>(bench::Place::Eighth); }},
+        {"lookup-miss", 1000, [] { return prepareLookup<bench::ModuleChain>(bench::Place::Miss); }},
+        {"whole-answer", 1000, prepareAnswer<bench::ModuleChain>},
+        {"set-and-observer", 1000, prepareSet<bench::WholeModule>},
+        {"live-read", 1000, prepareLiveRead},
         {"load", 1, prepareLoad},
         {"save", 1, prepareSave},
         {"start", 1, prepareStart},
+        {"join", 1, prepareJoin},
+        {"replace", 1, prepareReplacement},
+        {"limit-lookup-layer-1", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::First); }},
+        {"limit-lookup-layer-8", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::Eighth); }},
+        {"limit-lookup-miss", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::Miss); }},
+        {"limit-answer", 1000, prepareAnswer<bench::HashChain>},
+        {"limit-set", 1000, prepareSet<bench::HashChain>},
+        {"limit-load", 1, prepareBareParse},
+        {"limit-save", 1, prepareSaveByHand},
     };
     return all;
 }

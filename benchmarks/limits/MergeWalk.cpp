@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <utility>
+#include <vector>
 
-#include "support/Harness.h"
+#include "support/Replacement.h"
 #include "support/Subjects.h"
 
 namespace bench {
@@ -10,44 +12,39 @@ using Sorted = std::vector<std::pair<std::wstring, std::wstring>>;
 
 Sorted sorted(const Entries& entries) {
     Sorted result;
-    for (std::size_t index = 0; index < entries.size(); ++index) {
-        if (index % 200 != 100) {
-            result.emplace_back(widen(entries[index].first), index % 200 == 0 ? L"another value" : L"a value");
-        }
+    for (const auto& [key, value] : entries) {
+        result.emplace_back(widen(key), widen(value));
     }
     std::sort(result.begin(), result.end());
     return result;
 }
 
-/// How many keys two versions hold differently, by one walk along both.
-std::size_t countChanges(const Sorted& before, const Sorted& after) {
-    std::size_t changes = 0;
-    auto left = before.begin();
-    auto right = after.begin();
-    while (left != before.end() || right != after.end()) {
-        const int order = left == before.end() ? 1 : right == after.end() ? -1 : left->first.compare(right->first);
-        changes += order != 0 || left->second != right->second ? 1U : 0U;
-        left += order <= 0 ? 1 : 0;
-        right += order >= 0 ? 1 : 0;
+/// The limit of a replacement: a walk along two versions that are sorted already.
+class MergeWalk {
+public:
+    explicit MergeWalk(std::size_t count)
+        : first_(sorted(makeEntries(50, count))), second_(sorted(otherVersion(makeEntries(50, count)))) {}
+
+    std::size_t take(bool second) const {
+        const Sorted& before = second ? first_ : second_;
+        const Sorted& after = second ? second_ : first_;
+        return countChanges(
+            before.begin(), before.end(), after.begin(), after.end(),
+            [](auto left, auto right) { return left->first.compare(right->first); },
+            [](auto left, auto right) { return left->second == right->second; });
     }
-    return changes;
-}
+
+private:
+    const Sorted first_;
+    const Sorted second_;
+};
 
 }  // namespace
 
 void addMergeWalk(const Scale& scale) {
-    const std::size_t count = scale.large;
-    add("a store of " + std::to_string(count) + " keys is replaced, 1 % changed", "limit: merge walk",
-        [count](benchmark::State& state) {
-            Entries entries = makeEntries(50, count);
-            const Sorted before = sorted(entries);
-            entries.erase(entries.begin());
-            const Sorted after = sorted(entries);
-            for (auto _ : state) {
-                benchmark::DoNotOptimize(countChanges(before, after));
-            }
-        })
-        ->Unit(benchmark::kMillisecond);
+    for (const std::size_t count : {scale.small, scale.large}) {
+        addReplacement<MergeWalk>(count, "limit: merge walk");
+    }
 }
 
 }  // namespace bench

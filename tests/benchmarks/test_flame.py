@@ -2,8 +2,10 @@
 The tree of calls: what callgrind has recorded becomes lines that say where an operation's instructions go.
 """
 
+import contextlib
 import importlib.machinery
 import importlib.util
+import io
 import pathlib
 import re
 import subprocess
@@ -149,9 +151,33 @@ class APage(unittest.TestCase):
             self.assertLess(abs(shown / counted - 1), 0.03, f"{operation}: write docs/flames.md anew")
 
 
+class ATreeOfAPage(unittest.TestCase):
+    PAGE = f"<!-- flame get -->\n\n```text\n{TREE}\n 12.0  12.0        malloc\n```\n"
+
+    def compare(self, now):
+        output = io.StringIO()
+        with contextlib.redirect_stdout(output):
+            well = FLAME.compare(self.PAGE, lambda operation: now)
+        return well, output.getvalue()
+
+    def test_is_well_while_its_first_functions_are_the_same(self):
+        alike = (True, "get: begins as the page shows it\n")
+        self.assertEqual(self.compare(TREE), alike)
+        self.assertEqual(self.compare(TREE.replace("200", "300")), alike)
+        self.assertEqual(self.compare(TREE.replace("37.5", "34.6")), alike)
+        self.assertEqual(self.compare(TREE + "\n 40.0   1.0    other"), alike)
+
+    def test_is_stale_when_one_of_them_has_another_name_place_or_share(self):
+        for change in (("operator new", "malloc"), ("    Store", "      Store"), ("37.5", "34.4"), ("37.5", "40.6")):
+            now = TREE.replace(*change)
+            self.assertEqual(self.compare(now), (False, "get: begins otherwise, write the page anew:\n" + now + "\n"))
+        self.assertFalse(self.compare("\n".join(TREE.splitlines()[:4]))[0])
+
+
 class TheScript(unittest.TestCase):
     def test_says_how_it_is_used(self):
-        for arguments in ((), ("program",), ("program", "--write"), ("program", "load", "save")):
+        for arguments in ((), ("program",), ("program", "--write"), ("program", "load", "save"),
+                          ("program", "--compare"), ("program", "--compare", "page", "more")):
             run = subprocess.run([BENCHMARKS / "flame", *arguments], capture_output=True, text=True, check=False)
             self.assertEqual((run.returncode, run.stdout), (2, ""))
             self.assertIn("flame PROGRAM --write PAGE", run.stderr)

@@ -299,16 +299,25 @@ class TheScript(unittest.TestCase):
             self.assertEqual((answer.returncode, answer.stdout), (2, ""))
             self.assertIn(reason, answer.stderr)
 
+
 class ThePage(unittest.TestCase):
     page = (BENCHMARKS.parent / "docs/fleet.md").read_text(encoding="utf-8")
 
-    def test_shows_what_the_script_prints(self):
-        scenarios = ("all well", "first server silent, in turn")
-        arguments = [word for name in scenarios for word in ("--scenario", name)]
-        lines = TheScript.run_with("--clients", "10000", *arguments).stdout.splitlines()[2:]
-        self.assertEqual(len(lines), 4)
+    def expect_on_page(self, count, *arguments):
+        """Each line of the table that the script prints stands on the page."""
+        lines = TheScript.run_with(*arguments).stdout.splitlines()[2:]
+        self.assertEqual(len(lines), 2 + count)
         for line in lines:
-            self.assertIn(line, self.page)
+            self.assertIn(line + "\n", self.page)
+
+    def test_shows_what_the_script_prints_of_ten_thousand(self):
+        self.expect_on_page(len(report.SCENARIOS), "--clients", "10000")
+
+    def test_shows_what_the_script_prints_of_a_million(self):
+        """Two of its lines: they take a second, and the others, with crowded servers, more than a minute."""
+        self.expect_on_page(2, "--clients", "1000000", "--one-for", "10",
+                            "--scenario", "HTTP (version below 11), HomeUdsVersion set",
+                            "--scenario", "in turn, HomeUdsVersion set")
 
     def test_has_every_scenario_for_both_fleets(self):
         for name in report.SCENARIOS:

@@ -1,0 +1,1 @@
+"""What the report of a benchmark run is made of."""
