@@ -128,8 +128,11 @@ private:
     std::size_t told_ = 0;
 };
 
-/// The limit.
-using HashChain = HashChainBy<EightLetters>;
+/// The limit, as one writes it.
+using HashChain = HashChainBy<LetterByLetter>;
+
+/// With the module's own way to hash, for one who has time to write that for himself.
+using QuickHashChain = HashChainBy<EightLetters>;
 
 /// The same, as far as peers go that know one value of a key.
 class HashChainOfValues : public HashChain {
