@@ -49,11 +49,11 @@ std::string externalEntity(const std::string& name, const std::string& place) {
     return text.append(name).append(" SYSTEM \"").append(place).append("\">");
 }
 
-/// Entities of which each is ten times the one before.
-std::string laughs(int levels) {
-    std::string all = entity("l0", forbiddenText);
+/// Entities of which each is so many times the one before.
+std::string laughs(int levels, std::size_t factor = 10, const std::string& first = forbiddenText) {
+    std::string all = entity("l0", first);
     for (int level = 1; level < levels; ++level) {
-        all += entity("l" + std::to_string(level), times(10, "&l" + std::to_string(level - 1) + ";"));
+        all += entity("l" + std::to_string(level), times(factor, "&l" + std::to_string(level - 1) + ";"));
     }
     return all;
 }
@@ -97,6 +97,12 @@ void addEntities(Attacks& all) {
     all.push_back(
         {"a parameter entity that is itself", documentType(entity("% p", "&#37;p;") + "%p;"), "yes", "yes", {}});
     all.push_back({"many references to nothing", documentType(""), times(100'000, "&x;"), "yes", {}});
+    all.push_back({"references to nothing that grow", documentType(laughs(4, 1000, "&x;")), "&l3;", "&l3;", {}});
+    all.push_back({"references to nothing that grow in an attribute",
+                   documentType(laughs(4, 1000, "&x;")),
+                   "<x a='&l3;'/>",
+                   "&l3;",
+                   {}});
     all.push_back({"ten thousand defaults of an attribute",
                    documentType("<!ATTLIST OfServer" + numbered(10'000, " a", " CDATA 'x'") + ">"),
                    times(1000, "<OfServer/>"),

@@ -2,6 +2,7 @@
 
 #include <libxml/parser.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -148,6 +149,48 @@ TEST_F(HostileDocuments, KeepAnExternalReferenceInAValueAsMarkup) {
 TEST_F(HostileDocuments, RefuseABillionLaughsInText) {
     EXPECT_EQ(readServerForm(laughs() + "<r><G><K>&l9;</K></G></r>"), Map{});
     EXPECT_EQ(readLocalForm(laughs() + "<r>&l9;<userConfig name='a' value='1'/></r>"), Map{});
+}
+
+/// Entities of which each is a thousand times the one before; the first refers to one that is not declared.
+std::string laughsAboutNothing() {
+    std::string documentType = "<!DOCTYPE r [<!ENTITY l0 '&nothing;'>";
+    for (int level = 1; level < 4; ++level) {
+        documentType += "<!ENTITY l" + std::to_string(level) + " '";
+        for (int copy = 0; copy < 1000; ++copy) {
+            documentType += "&l" + std::to_string(level - 1) + ";";
+        }
+        documentType += "'>";
+    }
+    return documentType + "]>";
+}
+
+TEST_F(HostileDocuments, RefuseReferencesToNothingThatEntitiesRepeat) {
+    for (const std::string body : {"<r a='&l3;'/>", "<r><x a='&l3;'/><x a='&l3;'/></r>", "<r>&l3;</r>"}) {
+        const std::string document = laughsAboutNothing() + body;
+        std::vector<XmlProblem> problems;
+        EXPECT_EQ(readXmlFile(write("laughs.xml", document), problems), nullptr);
+        // Each reference is told of twice or three times, and a text of that size has room for so many.
+        EXPECT_LT(problems.size(), 3 * (1000 + document.size() / 3)) << body;
+    }
+}
+
+TEST_F(HostileDocuments, TellThatEntitiesRepeatReferencesToNothing) {
+    std::vector<XmlProblem> problems;
+    readXmlFile(write("laughs.xml", laughsAboutNothing() + "<r a='&l3;'/>"), problems);
+    EXPECT_EQ(std::count_if(problems.begin(), problems.end(),
+                            [](const XmlProblem& problem) {
+                                return problem.text == "entities repeat references to one that is not declared";
+                            }),
+              1);
+}
+
+TEST_F(HostileDocuments, KeepReferencesToNothingForWhichTheyHaveRoom) {
+    std::string value;
+    for (int copy = 0; copy < 5000; ++copy) {
+        value += "&nbsp;";
+    }
+    // A document type elsewhere may declare what is not declared here.
+    EXPECT_NE(readServerForm("<!DOCTYPE r SYSTEM 'x.dtd'><r><G><K>" + value + "</K></G></r>"), Map{});
 }
 
 TEST_F(HostileDocuments, InMemoryLoadNothingAtAll) {

@@ -29,6 +29,10 @@ constexpr int mostAttributes = 1'000;
 constexpr int mostNamespaces = 256;
 constexpr std::uint64_t mostComparisons = 200'000'000;
 
+/// As many references as a document has room for, and a few more for those that it looks for twice.
+constexpr std::uintmax_t shortestReference = 3;  // &a;
+constexpr std::uintmax_t fewReferences = 1000;
+
 struct ParserFreer {
     void operator()(xmlParserCtxt* parser) const { xmlFreeParserCtxt(parser); }
 };
@@ -52,6 +56,8 @@ struct Reading {
     bool tellsOfLimits = true;
     int attributeDeclarations = 0;
     std::uint64_t comparisons = 0;
+    std::uintmax_t undeclaredReferences = 0;
+    std::uintmax_t mostUndeclaredReferences = 0;
 };
 
 Reading& readingOf(const void* parser) {
@@ -67,8 +73,9 @@ void collectProblem(void* context, xmlError* error) {
         {error->level != XML_ERR_WARNING, error->line, error->int2, std::move(text)});
 }
 
+/// @param limit null: it has been told.
 void tellOfLimit(Reading& reading, const char* limit) {
-    if (reading.receivers.problems != nullptr) {
+    if (reading.receivers.problems != nullptr && limit != nullptr) {
         reading.receivers.problems->push_back({true, xmlSAX2GetLineNumber(reading.parser), 0, limit});
     }
 }
@@ -101,6 +108,21 @@ void declareAttribute(void* context, const xmlChar* element, const xmlChar* name
 xmlEntity* refuseParameterEntity(void* context, const xmlChar*) {
     refuse(context, "a reference to a parameter entity");
     return nullptr;
+}
+
+// libxml2 bounds what entities grow to, and not how often they repeat a reference to one that is not declared: a few
+// lines may have it complain for hours.
+xmlEntity* findEntity(void* context, const xmlChar* name) {
+    xmlEntity* const entity = xmlSAX2GetEntity(context, name);
+    Reading& reading = readingOf(context);
+    if (entity == nullptr && ++reading.undeclaredReferences > reading.mostUndeclaredReferences) {
+        refuse(context, std::exchange(reading.tellsOfLimits, false)
+                            ? "entities repeat references to one that is not declared"
+                            : nullptr);
+        // Around the contents of an entity, which have a parser of their own.
+        reading.parser->wellFormed = 0;
+    }
+    return entity;
 }
 
 void startElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaceCount,
@@ -214,18 +236,21 @@ int giveBytes(void* context, char* bytes, int most) {
     return 0;
 }
 
-/// @param options of libxml2, or 0.
-std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseName, int options, Receivers receivers) {
+/// @param size of the document in bytes. @param options of libxml2, or 0.
+std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseName, std::uintmax_t size, int options,
+                                 Receivers receivers) {
     QuillCoreUtils::XmlUtils::initialiseLibrary();
     const Parser parser(xmlNewParserCtxt());
     if (parser == nullptr) {
         return nullptr;
     }
     Reading reading{source, receivers, parser.get()};
+    reading.mostUndeclaredReferences = fewReferences + size / shortestReference;
     parser->_private = &reading;
     parser->sax->startElementNs = startElement;
     parser->sax->attributeDecl = declareAttribute;
     parser->sax->getParameterEntity = refuseParameterEntity;
+    parser->sax->getEntity = findEntity;
     if (receivers.problems != nullptr) {
         parser->sax->serror = collectProblem;
     }
@@ -248,10 +273,10 @@ std::shared_ptr<xmlDoc> read(const Opener& open, const std::string& baseName, st
                              Receivers receivers) {
     // Of no effect but that short texts lie in their nodes, where a secret among them can be wiped.
     constexpr int shortTextsInNodes = XML_PARSE_COMPACT;
-    std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, shortTextsInNodes, receivers);
+    std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, size, shortTextsInNodes, receivers);
     if (document == nullptr && size > longestText) {
         constexpr int longTexts = XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
-        document = readOnce(open(), baseName, shortTextsInNodes | longTexts, {nullptr, receivers.entries});
+        document = readOnce(open(), baseName, size, shortTextsInNodes | longTexts, {nullptr, receivers.entries});
         if (document != nullptr && receivers.problems != nullptr) {
             receivers.problems->clear();
         }

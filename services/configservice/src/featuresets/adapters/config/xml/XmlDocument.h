@@ -42,8 +42,9 @@ public:
 /// Beyond libxml2's own limits a document is refused of which an element has more than 1,000 attributes or 256
 /// namespaces in scope, that declares more than 1,000 attributes, or of which many elements have hundreds of them:
 /// libxml2 compares each with all others, which may take it hours. So is one that refers to a parameter entity, of
-/// which a few lines may keep it busy for ever. A compressed file is no document, and neither is a pipe, a
-/// socket or a device. Any thread.
+/// which a few lines may keep it busy for ever, and one whose entities repeat references to some that are not declared
+/// more often than a document of that size has room for, of which libxml2 would complain for hours. A compressed file
+/// is no document, and neither is a pipe, a socket or a device. Any thread.
 /// @return null if there is no well-formed document.
 /// @param error receives what the disk said when the file could not be read to its end, an errno; 0 if it could, and is
 ///        just no well-formed document.
