@@ -95,7 +95,7 @@ TEST(LocksOfTheModule, AreMadeWithTheirPlacesInTheOrder) {
                     "ConfigAdapter.h cacheFileMutex_: CACHE_FILES", "LocalFileConfigStore.h fileMutex_: STORE_FILE",
                     "CacheConfigStore.h fileMutex_: STORE_FILE", "XmlFileWriter.cpp mutex: TEMPORARY_FILES",
                     "XmlConfigStore.h lock_: STORE_READERS", "LocalFileConfigStore.h mutex_: STORE_VALUES",
-                    "XmlConfigStore.h valuesMutex_: STORE_VALUES", "InMemoryConfigStore.h mutex_: STORE_VALUES",
+                    "XmlConfigStore.h changesMutex_: STORE_VALUES", "InMemoryConfigStore.h mutex_: STORE_VALUES",
                     "TftpConfigStore.h valuesMutex_: STORE_VALUES", "TftpConfigStore.h queueMutex_: SERVER_QUEUE",
                     // Held for a copy, and across no call.
                     "SharedText.cpp mutex_: a leaf", "ReportGate.h mutex_: a leaf", "GuardedValue.h mutex_: a leaf",
