@@ -107,12 +107,12 @@ std::string nested(std::size_t depth, const std::string& innermost) {
     return document;
 }
 
-/// Ten entities, each ten times the one before.
-std::string laughs() {
-    std::string documentType = "<!DOCTYPE r [<!ENTITY l0 'lollollollol'>";
-    for (int level = 1; level < 10; ++level) {
+/// Entities, each so many times the one before.
+std::string laughs(int levels = 10, int factor = 10, const std::string& first = "lollollollol") {
+    std::string documentType = "<!DOCTYPE r [<!ENTITY l0 '" + first + "'>";
+    for (int level = 1; level < levels; ++level) {
         documentType += "<!ENTITY l" + std::to_string(level) + " '";
-        for (int copy = 0; copy < 10; ++copy) {
+        for (int copy = 0; copy < factor; ++copy) {
             documentType += "&l" + std::to_string(level - 1) + ";";
         }
         documentType += "'>";
@@ -151,18 +151,8 @@ TEST_F(HostileDocuments, RefuseABillionLaughsInText) {
     EXPECT_EQ(readLocalForm(laughs() + "<r>&l9;<userConfig name='a' value='1'/></r>"), Map{});
 }
 
-/// Entities of which each is a thousand times the one before; the first refers to one that is not declared.
-std::string laughsAboutNothing() {
-    std::string documentType = "<!DOCTYPE r [<!ENTITY l0 '&nothing;'>";
-    for (int level = 1; level < 4; ++level) {
-        documentType += "<!ENTITY l" + std::to_string(level) + " '";
-        for (int copy = 0; copy < 1000; ++copy) {
-            documentType += "&l" + std::to_string(level - 1) + ";";
-        }
-        documentType += "'>";
-    }
-    return documentType + "]>";
-}
+/// They come to a thousand million references to an entity that is not declared.
+std::string laughsAboutNothing() { return laughs(4, 1000, "&nothing;"); }
 
 TEST_F(HostileDocuments, RefuseReferencesToNothingThatEntitiesRepeat) {
     for (const std::string body : {"<r a='&l3;'/>", "<r><x a='&l3;'/><x a='&l3;'/></r>", "<r>&l3;</r>"}) {
