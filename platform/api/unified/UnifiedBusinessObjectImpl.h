@@ -39,6 +39,9 @@ protected:
     /// The observers that are alive, in the order of their registration. The references keep them so for the fire.
     std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> lockObservers();
 
+    /// True if there is one observer, and it is part of the object behind that reference. Takes no reference itself.
+    bool isObservedOnlyBy(const std::shared_ptr<const void>& observer);
+
     /// Checks that the calling thread may read and change business objects. Off the dispatcher thread it logs at
     /// level 2 with the class name and throws an exception derived from std::logic_error, before anything was touched.
     /// @param required false: the thread is not checked. A factory without a dispatcher passes every thread.

@@ -75,8 +75,8 @@ public:
     /// The queue of the dispatcher thread; null if the host has none. The same for the factory's life.
     const std::shared_ptr<ServicesDispatcher>& getServicesDispatcher() const { return servicesDispatcher_; }
 
-    /// The queue for work that waits for a disk; null if the host has none.
-    std::shared_ptr<Processing::TaskDispatcher> getTaskDispatcher() const;
+    /// The queue for work that waits for a disk; null if the host has none. The same for the factory's life.
+    const std::shared_ptr<Processing::TaskDispatcher>& getTaskDispatcher() const { return taskDispatcher_; }
 
     /// Drops everything that is registered: adapters and feature sets first, then services. The queues stay.
     void clear();

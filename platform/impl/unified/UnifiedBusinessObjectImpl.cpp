@@ -58,6 +58,12 @@ std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> UnifiedBusinessObjec
     return platform::lockAlive(observers_);
 }
 
+bool UnifiedBusinessObjectImpl::isObservedOnlyBy(const std::shared_ptr<const void>& observer) {
+    const tessel::ScopedLock lock(mutex_);
+    return observers_.size() == 1 && !observers_.front().owner_before(observer) &&
+           !observer.owner_before(observers_.front());
+}
+
 void UnifiedBusinessObjectImpl::EnsureUpdateAccess(bool required) const {
     if (!required || !checksAccess_ || factory_ == nullptr) {
         return;

@@ -22,8 +22,6 @@ std::shared_ptr<FeatureSetAdapter> UnifiedFactory::getFeatureSetAdapter(unsigned
     return found == adapters_.end() ? nullptr : found->second;
 }
 
-std::shared_ptr<Processing::TaskDispatcher> UnifiedFactory::getTaskDispatcher() const { return taskDispatcher_; }
-
 void UnifiedFactory::clear() {
     {
         std::map<unsigned, std::shared_ptr<FeatureSetAdapter>> adapters;

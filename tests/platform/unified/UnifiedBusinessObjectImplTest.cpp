@@ -20,6 +20,7 @@ public:
 
     using UnifiedBusinessObjectImpl::EnsureUpdateAccess;
     using UnifiedBusinessObjectImpl::getFactory;
+    using UnifiedBusinessObjectImpl::isObservedOnlyBy;
     using UnifiedBusinessObjectImpl::lockObservers;
     using UnifiedBusinessObjectImpl::notifiers_;
 };
@@ -86,6 +87,25 @@ TEST(UnifiedBusinessObjectImpl, KeepsObserversAliveForAFire) {
     const std::weak_ptr<Nobody> watch = observer;
     observer.reset();
     EXPECT_FALSE(watch.expired());
+}
+
+TEST(UnifiedBusinessObjectImpl, KnowsWhetherNobodyElseObservesIt) {
+    Object object(nullptr, "Object");
+    const auto own = std::make_shared<Nobody>();
+    auto other = std::make_shared<Nobody>();
+    EXPECT_FALSE(object.isObservedOnlyBy(own));
+    object.addObserver(own);
+    EXPECT_TRUE(object.isObservedOnlyBy(own));
+    EXPECT_FALSE(object.isObservedOnlyBy(other));
+    EXPECT_FALSE(object.isObservedOnlyBy(nullptr));
+    object.addObserver(other);
+    EXPECT_FALSE(object.isObservedOnlyBy(own));
+    object.removeObserver(other);
+    EXPECT_TRUE(object.isObservedOnlyBy(own));
+    object.removeObserver(own);
+    object.addObserver(other);
+    EXPECT_FALSE(object.isObservedOnlyBy(own));
+    EXPECT_EQ(own.use_count(), 1);
 }
 
 TEST(UnifiedBusinessObjectImpl, TakesObserversFromManyThreads) {

@@ -19,8 +19,13 @@ protected:
         return [this, what] { delivered_.push_back(what); };
     }
 
+    void pass(const ReportGate::Delivery& delivery, const std::string& taskName = "task") {
+        gate_->pass(
+            delivery, [&] { return delivery; }, taskName);
+    }
+
     void passOnForeignThread(const std::string& what, const std::string& taskName = "foreign") {
-        std::thread([&] { gate_->pass(note(what), taskName); }).join();
+        std::thread([&] { pass(note(what), taskName); }).join();
     }
 
     std::shared_ptr<fakes::HandSteppedDispatcher> dispatcher_ = std::make_shared<fakes::HandSteppedDispatcher>();
@@ -31,7 +36,7 @@ protected:
 }  // namespace
 
 TEST_F(ReportGateTest, DeliversAtOnceOnTheDispatcherThread) {
-    gate_->pass(note("a"), "task");
+    pass(note("a"));
     EXPECT_THAT(delivered_, ElementsAre("a"));
     EXPECT_THAT(dispatcher_->allNames(), IsEmpty());
 }
@@ -44,16 +49,32 @@ TEST_F(ReportGateTest, QueuesATaskOfThatNameFromAnotherThread) {
     EXPECT_THAT(delivered_, ElementsAre("a"));
 }
 
+TEST_F(ReportGateTest, GathersWhatADeliveryNeedsOnlyIfItHasToWait) {
+    std::size_t gathered = 0;
+    const auto gather = [&] {
+        ++gathered;
+        return note("later");
+    };
+    const auto deliver = [&] { delivered_.push_back("at once"); };
+    gate_->pass(deliver, gather, "task");
+    EXPECT_EQ(gathered, 0U);
+    std::thread([&] { gate_->pass(deliver, gather, "task"); }).join();
+    EXPECT_EQ(gathered, 1U);
+    gate_->pass(deliver, gather, "task");
+    EXPECT_EQ(gathered, 2U);
+    EXPECT_THAT(delivered_, ElementsAre("at once", "later", "later"));
+}
+
 TEST_F(ReportGateTest, DeliversWhatWaitsBeforeTheDirectReport) {
     passOnForeignThread("older 1");
     passOnForeignThread("older 2");
-    gate_->pass(note("newer"), "task");
+    pass(note("newer"));
     EXPECT_THAT(delivered_, ElementsAre("older 1", "older 2", "newer"));
 }
 
 TEST_F(ReportGateTest, ATaskWhoseReportIsGoneFindsNone) {
     passOnForeignThread("older");
-    gate_->pass(note("newer"), "task");
+    pass(note("newer"));
     EXPECT_EQ(dispatcher_->runAll(), 1U);
     EXPECT_THAT(delivered_, ElementsAre("older", "newer"));
 }
@@ -69,41 +90,37 @@ TEST_F(ReportGateTest, EachTaskDeliversOneReport) {
 
 TEST_F(ReportGateTest, KeepsTheOrderWhenAnObserverWritesDuringTheDeliveryOfAnOlderReport) {
     std::thread([&] {
-        gate_->pass(
-            [&] {
-                delivered_.push_back("older");
-                gate_->pass(note("written by the observer"), "task");
-            },
-            "task");
-        gate_->pass(note("also older"), "task");
+        pass([&] {
+            delivered_.push_back("older");
+            pass(note("written by the observer"));
+        });
+        pass(note("also older"));
     }).join();
-    gate_->pass(note("direct"), "task");
+    pass(note("direct"));
     EXPECT_THAT(delivered_, ElementsAre("older", "also older", "direct", "written by the observer"));
 }
 
 TEST_F(ReportGateTest, AnObserverThatWritesFindsItsOwnReportDelivered) {
-    gate_->pass(
-        [&] {
-            gate_->pass(note("inner"), "task");
-            delivered_.push_back("after inner");
-        },
-        "task");
+    pass([&] {
+        pass(note("inner"));
+        delivered_.push_back("after inner");
+    });
     EXPECT_THAT(delivered_, ElementsAre("inner", "after inner"));
 }
 
 TEST_F(ReportGateTest, GoesOnAfterADeliveryThatThrows) {
-    EXPECT_THROW(gate_->pass([] { throw std::runtime_error("observer"); }, "task"), std::runtime_error);
+    EXPECT_THROW(pass([] { throw std::runtime_error("observer"); }), std::runtime_error);
     EXPECT_FALSE(gate_->isInsideNotification());
-    gate_->pass(note("next"), "task");
+    pass(note("next"));
     EXPECT_THAT(delivered_, ElementsAre("next"));
 }
 
 TEST_F(ReportGateTest, DeliversTheCallersOwnReportBehindAnOlderOneThatThrows) {
     std::thread([&] {
-        gate_->pass([] { throw std::runtime_error("older"); }, "task");
-        gate_->pass(note("older"), "task");
+        pass([] { throw std::runtime_error("older"); });
+        pass(note("older"));
     }).join();
-    EXPECT_THROW(gate_->pass(note("own"), "task"), std::runtime_error);
+    EXPECT_THROW(pass(note("own")), std::runtime_error);
     EXPECT_THAT(delivered_, ElementsAre("older", "own"));
     EXPECT_EQ(dispatcher_->runAll(), 2U);
     EXPECT_THAT(delivered_, ElementsAre("older", "own"));
@@ -112,12 +129,12 @@ TEST_F(ReportGateTest, DeliversTheCallersOwnReportBehindAnOlderOneThatThrows) {
 TEST_F(ReportGateTest, ThrowsTheFirstOfSeveralExceptionsAndLogsTheOthers) {
     const fakes::ScopedRecordingLog log;
     std::thread([&] {
-        gate_->pass([] { throw std::runtime_error("first"); }, "task");
-        gate_->pass([] { throw std::logic_error("second"); }, "task");
-        gate_->pass([] { throw 3; }, "task");
+        pass([] { throw std::runtime_error("first"); });
+        pass([] { throw std::logic_error("second"); });
+        pass([] { throw 3; });
     }).join();
     try {
-        gate_->pass(note("own"), "task");
+        pass(note("own"));
         FAIL() << "nothing was thrown";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "first");
@@ -130,12 +147,10 @@ TEST_F(ReportGateTest, ThrowsTheFirstOfSeveralExceptionsAndLogsTheOthers) {
 TEST_F(ReportGateTest, KnowsThatItIsInsideANotification) {
     bool inside = false;
     bool elsewhere = true;
-    gate_->pass(
-        [&] {
-            inside = gate_->isInsideNotification();
-            std::thread([&] { elsewhere = gate_->isInsideNotification(); }).join();
-        },
-        "task");
+    pass([&] {
+        inside = gate_->isInsideNotification();
+        std::thread([&] { elsewhere = gate_->isInsideNotification(); }).join();
+    });
     EXPECT_TRUE(inside);
     EXPECT_FALSE(elsewhere);
     EXPECT_FALSE(gate_->isInsideNotification());
@@ -143,7 +158,7 @@ TEST_F(ReportGateTest, KnowsThatItIsInsideANotification) {
 
 TEST_F(ReportGateTest, ADeliveryByTaskIsNoNotificationUnderTheChainsLocks) {
     bool inside = true;
-    std::thread([&] { gate_->pass([&] { inside = gate_->isInsideNotification(); }, "task"); }).join();
+    std::thread([&] { pass([&] { inside = gate_->isInsideNotification(); }); }).join();
     dispatcher_->runAll();
     EXPECT_FALSE(inside);
 }
@@ -166,9 +181,9 @@ TEST_F(ReportGateTest, PassesBesideTheBox) {
 }
 
 TEST_F(ReportGateTest, WithoutADispatcherDeliversNothing) {
-    const auto gate = std::make_shared<ReportGate>(nullptr);
-    gate->pass(note("a"), "task");
-    gate->passBeside(note("b"), "task");
+    gate_ = std::make_shared<ReportGate>(nullptr);
+    pass(note("a"));
+    gate_->passBeside(note("b"), "task");
     EXPECT_THAT(delivered_, IsEmpty());
-    EXPECT_FALSE(gate->isInsideNotification());
+    EXPECT_FALSE(gate_->isInsideNotification());
 }

@@ -10,6 +10,20 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+/// An observer of the module's own, which writes down what it is told by reference.
+class Receiver final : public fakes::RecordingManagerObserver, public KeyReportReceiver {
+public:
+    void takeReport(const KeyReport& report) override {
+        taken.push_back({fakes::ManagerReport::Kind::Change, report.key.text(), report.value, report.originalValue,
+                         report.isOverridden, report.isDefined, report.valueStoreName, report.originalValueStoreName,
+                         report.silent});
+    }
+
+    void fireIfRequired(const FoldedKey& key) override { taken.push_back(fakes::ManagerReport::fire(key.text())); }
+
+    std::vector<fakes::ManagerReport> taken;
+};
+
 class Reports : public ChainFixture {
 protected:
     /// Works the key out and gives the one report that it makes.
@@ -123,6 +137,27 @@ TEST_F(Reports, ArriveInAscendingOrderOfTheObserversAddresses) {
     for (auto& added : observers) {
         manager.RemoveObserver(&added);
     }
+}
+
+TEST_F(Reports, AreTheSameForAReceiverAsForAnObserverAndReachItInThatOneWay) {
+    user->with(L"domain", L"written").with(L"TftpServer1", L"old");
+    server->with(L"domain", L"server").with(L"city", L"Rome");
+    Receiver receiver;
+    manager.AddObserver(&receiver);
+    manager.addStore(server);
+    manager.addStore(user);
+    manager.updateKey(L"DOMAIN", false);
+    manager.updateKey(L"missing", true);
+    manager.NotifyConfigAddedOrUpdated(L"key", L"value", L"original", true, false, L"store", L"other", true);
+    manager.NotifyFireIfRequired(L"key");
+    EXPECT_EQ(receiver.taken, observer.reports());
+    EXPECT_THAT(receiver.taken, testing::SizeIs(12));
+    EXPECT_THAT(receiver.reports(), IsEmpty());
+    manager.setKeySensitive(L"domain");
+    EXPECT_THAT(receiver.course(), ElementsAre("domain?"));
+    manager.RemoveObserver(&receiver);
+    manager.NotifyFireIfRequired(L"key");
+    EXPECT_THAT(receiver.taken, testing::SizeIs(12));
 }
 
 TEST_F(Reports, ReachAnObserverOnceHoweverOftenItWasAdded) {

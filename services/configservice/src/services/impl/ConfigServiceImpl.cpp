@@ -127,19 +127,26 @@ bool ConfigServiceImpl::resetAllowUriProvisioningData() {
 void ConfigServiceImpl::OnConfigChanged(std::wstring key, std::wstring value, std::wstring originalValue,
                                         bool isOverridden, bool isDefined, std::wstring valueStoreName,
                                         std::wstring originalValueStoreName, bool silent) {
+    const FoldedKey folded(key);
+    takeReport({folded, value, originalValue, isOverridden, isDefined, valueStoreName, originalValueStoreName, silent});
+}
+
+void ConfigServiceImpl::FireIfRequired(std::wstring key) { fireIfRequired(FoldedKey(key)); }
+
+void ConfigServiceImpl::takeReport(const KeyReport& report) {
     EnsureUpdateAccess(true);
     // This reference keeps the object alive: an observer may empty the cache and drop its own.
-    const std::shared_ptr<ConfigValueImpl> config = findConfig(key);
-    if (silent) {
-        config->silentUpdate(std::move(value), std::move(originalValue), isOverridden, isDefined,
-                             std::move(valueStoreName), std::move(originalValueStoreName));
+    const std::shared_ptr<ConfigValueImpl> config = findConfig(report.key);
+    if (report.silent) {
+        config->silentUpdate(report.value, report.originalValue, report.isOverridden, report.isDefined,
+                             report.valueStoreName, report.originalValueStoreName);
     } else {
-        config->update(std::move(value), std::move(originalValue), isOverridden, isDefined, std::move(valueStoreName),
-                       std::move(originalValueStoreName));
+        config->update(report.value, report.originalValue, report.isOverridden, report.isDefined, report.valueStoreName,
+                       report.originalValueStoreName);
     }
 }
 
-void ConfigServiceImpl::FireIfRequired(std::wstring key) {
+void ConfigServiceImpl::fireIfRequired(const FoldedKey& key) {
     const std::shared_ptr<ConfigValueImpl> config = findConfig(key);
     config->fireRequired();
 }
@@ -167,21 +174,24 @@ void ConfigServiceImpl::refreshConfigFeatureSet() {
 }
 
 std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfig(const std::wstring& key) {
-    const FoldedKey folded(key);
-    const std::wstring* const target = aliasTarget(folded);
+    return findConfig(FoldedKey(key));
+}
+
+std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfig(const FoldedKey& key) {
+    const std::wstring* const target = aliasTarget(key);
     if (target == nullptr) {
-        const std::shared_ptr<ConfigValueImpl> config = findLive(folded);
-        return config != nullptr ? config : createConfig(key);
+        const std::shared_ptr<ConfigValueImpl> config = findLive(key);
+        return config != nullptr ? config : createConfig(key.text());
     }
     if (const std::shared_ptr<ConfigValueImpl> config = findConfigFromKey(*target)) {
         TesselLog(serviceLogger(), 4, __FILE__, __LINE__, "findConfig",
-                  L"findConfig key : [" + key + L"] is an alias for key : [" + *target +
+                  L"findConfig key : [" + key.text() + L"] is an alias for key : [" + *target +
                       L"] actual lookup done on this key - value : [" +
-                      shownTexts(*config, isMarkedSensitive(key)).value + L"]");
+                      shownTexts(*config, isMarkedSensitive(key.text())).value + L"]");
         return config;
     }
     // The object may have been made under the old name before the table of renamed keys arrived.
-    const std::shared_ptr<ConfigValueImpl> config = findLive(folded);
+    const std::shared_ptr<ConfigValueImpl> config = findLive(key);
     return config != nullptr ? config : createConfig(*target);
 }
 

@@ -8,6 +8,7 @@
 #include "ConfigValueImpl.h"
 #include "LiveValues.h"
 #include "chain/ConfigMap.h"
+#include "chain/KeyReport.h"
 #include "chain/KeyedValues.h"
 
 /// The object that every client holds: the table of live values, and the way of a change from the chain to them.
@@ -43,6 +44,10 @@ public:
 
     /// Tells observers what silent reports have left pending. The thread is not checked here.
     void FireIfRequired(std::wstring key);
+
+    /// The same two without copies of the texts, which an observer must not be able to end or change.
+    void takeReport(const KeyReport& report);
+    void fireIfRequired(const FoldedKey& key);
 
     /// Marks a key as one whose value logs must not show.
     void updateSensitiveKeyList(std::wstring key);
@@ -84,6 +89,7 @@ public:
 private:
     bool isMarkedSensitive(const std::wstring& key) const;
 
+    std::shared_ptr<ConfigValueImpl> findConfig(const FoldedKey& key);
     std::shared_ptr<ConfigValueImpl> findLive(const FoldedKey& key);
     const std::wstring* aliasTarget(const FoldedKey& key) const;
 

@@ -1,7 +1,5 @@
 #include "ConfigValueBaseImpl.h"
 
-#include <utility>
-
 #include "ConfigValueNotifiersImpl.h"
 
 const char* const ConfigValueBaseImpl::className = "ConfigValueBaseImpl";
@@ -32,9 +30,9 @@ std::wstring ConfigValueBaseImpl::getKey() const {
     return key_;
 }
 
-void ConfigValueBaseImpl::setKey(std::wstring key) {
+void ConfigValueBaseImpl::setKey(const std::wstring& key) {
     EnsureUpdateAccess(true);
-    key_ = std::move(key);
+    key_ = key;
 }
 
 std::wstring ConfigValueBaseImpl::getValue() const {
@@ -42,9 +40,9 @@ std::wstring ConfigValueBaseImpl::getValue() const {
     return value_;
 }
 
-void ConfigValueBaseImpl::setValue(std::wstring value) {
+void ConfigValueBaseImpl::setValue(const std::wstring& value) {
     EnsureUpdateAccess(true);
-    value_ = std::move(value);
+    value_ = value;
 }
 
 std::wstring ConfigValueBaseImpl::getOriginalValue() const {
@@ -52,9 +50,9 @@ std::wstring ConfigValueBaseImpl::getOriginalValue() const {
     return originalValue_;
 }
 
-void ConfigValueBaseImpl::setOriginalValue(std::wstring originalValue) {
+void ConfigValueBaseImpl::setOriginalValue(const std::wstring& originalValue) {
     EnsureUpdateAccess(true);
-    originalValue_ = std::move(originalValue);
+    originalValue_ = originalValue;
 }
 
 bool ConfigValueBaseImpl::getisOverridden() const {
@@ -82,9 +80,9 @@ std::wstring ConfigValueBaseImpl::getValueStoreName() const {
     return valueStoreName_.text();
 }
 
-void ConfigValueBaseImpl::setValueStoreName(std::wstring valueStoreName) {
+void ConfigValueBaseImpl::setValueStoreName(const std::wstring& valueStoreName) {
     EnsureUpdateAccess(true);
-    valueStoreName_ = SharedText(std::move(valueStoreName));
+    valueStoreName_ = SharedText(valueStoreName);
 }
 
 std::wstring ConfigValueBaseImpl::getOriginalValueStoreName() const {
@@ -92,9 +90,9 @@ std::wstring ConfigValueBaseImpl::getOriginalValueStoreName() const {
     return originalValueStoreName_.text();
 }
 
-void ConfigValueBaseImpl::setOriginalValueStoreName(std::wstring originalValueStoreName) {
+void ConfigValueBaseImpl::setOriginalValueStoreName(const std::wstring& originalValueStoreName) {
     EnsureUpdateAccess(true);
-    originalValueStoreName_ = SharedText(std::move(originalValueStoreName));
+    originalValueStoreName_ = SharedText(originalValueStoreName);
 }
 
 void ConfigValueBaseImpl::addObserver(std::weak_ptr<ConfigValueObserver> observer) {
@@ -112,11 +110,13 @@ std::shared_ptr<ConfigValueNotifiers> ConfigValueBaseImpl::getConfigValueNotifie
 
 void ConfigValueBaseImpl::fire(void (ConfigValueObserver::*changed)()) {
     EnsureUpdateAccess(true);
+    // Most objects have no other observer, and those that a snapshot keeps alive this object does.
+    if (ownNotifiers_ != nullptr && isObservedOnlyBy(notifiers_)) {
+        (ownNotifiers_->*changed)();
+        return;
+    }
     for (const auto& observer : lockObservers()) {
-        // Most objects have no other observer, and the cast below costs as much as the rest of a fire.
-        if (ownNotifiers_ != nullptr && observer.get() == static_cast<UnifiedBusinessObjectObserver*>(ownNotifiers_)) {
-            (ownNotifiers_->*changed)();
-        } else if (auto* const valueObserver = dynamic_cast<ConfigValueObserver*>(observer.get())) {
+        if (auto* const valueObserver = dynamic_cast<ConfigValueObserver*>(observer.get())) {
             (valueObserver->*changed)();
         }
     }

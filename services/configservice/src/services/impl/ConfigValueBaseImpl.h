@@ -32,19 +32,19 @@ public:
     virtual void initNotifiers();
 
     std::wstring getKey() const override;
-    virtual void setKey(std::wstring key);
+    virtual void setKey(const std::wstring& key);
     std::wstring getValue() const override;
-    virtual void setValue(std::wstring value);
+    virtual void setValue(const std::wstring& value);
     std::wstring getOriginalValue() const override;
-    virtual void setOriginalValue(std::wstring originalValue);
+    virtual void setOriginalValue(const std::wstring& originalValue);
     bool getisOverridden() const override;
     virtual void setisOverridden(bool isOverridden);
     bool getisDefined() const override;
     virtual void setisDefined(bool isDefined);
     std::wstring getValueStoreName() const override;
-    virtual void setValueStoreName(std::wstring valueStoreName);
+    virtual void setValueStoreName(const std::wstring& valueStoreName);
     std::wstring getOriginalValueStoreName() const override;
-    virtual void setOriginalValueStoreName(std::wstring originalValueStoreName);
+    virtual void setOriginalValueStoreName(const std::wstring& originalValueStoreName);
 
     void addObserver(std::weak_ptr<ConfigValueObserver> observer) override;
     void removeObserver(std::weak_ptr<ConfigValueObserver> observer) override;

@@ -69,18 +69,19 @@ bool ConfigValueImpl::isValueLocal() {
     return storedOriginalValue() != currentValue() || storedOriginalValueStoreName() != storedValueStoreName();
 }
 
-void ConfigValueImpl::update(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
-                             std::wstring valueStoreName, std::wstring originalValueStoreName) {
+void ConfigValueImpl::update(const std::wstring& value, const std::wstring& originalValue, bool isOverridden,
+                             bool isDefined, const std::wstring& valueStoreName,
+                             const std::wstring& originalValueStoreName) {
     EnsureUpdateAccess(true);
     // An observer may change the key from inside its notification, and the newer state is then applied in full before
     // the fire returns. What is left of this older one must not land on top of it.
     const std::uint64_t state = ++newestState_;
     if (value != currentValue()) {
-        setValue(std::move(value));
+        setValue(value);
         fireValue();
     }
     if (state == newestState_ && originalValue != storedOriginalValue()) {
-        setOriginalValue(std::move(originalValue));
+        setOriginalValue(originalValue);
         fireOriginalValue();
     }
     if (state == newestState_ && isOverridden != storedIsOverridden()) {
@@ -92,25 +93,26 @@ void ConfigValueImpl::update(std::wstring value, std::wstring originalValue, boo
         fireisDefined();
     }
     if (state == newestState_ && valueStoreName != storedValueStoreName()) {
-        setValueStoreName(std::move(valueStoreName));
+        setValueStoreName(valueStoreName);
         fireValueStoreName();
     }
     if (state == newestState_ && originalValueStoreName != storedOriginalValueStoreName()) {
-        setOriginalValueStoreName(std::move(originalValueStoreName));
+        setOriginalValueStoreName(originalValueStoreName);
         fireOriginalValueStoreName();
     }
 }
 
-void ConfigValueImpl::silentUpdate(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
-                                   std::wstring valueStoreName, std::wstring originalValueStoreName) {
+void ConfigValueImpl::silentUpdate(const std::wstring& value, const std::wstring& originalValue, bool isOverridden,
+                                   bool isDefined, const std::wstring& valueStoreName,
+                                   const std::wstring& originalValueStoreName) {
     EnsureUpdateAccess(true);
     ++newestState_;
     if (value != currentValue()) {
-        setValue(std::move(value));
+        setValue(value);
         pendingValueFire_ = true;
     }
     if (originalValue != storedOriginalValue()) {
-        setOriginalValue(std::move(originalValue));
+        setOriginalValue(originalValue);
         pendingOriginalValueFire_ = true;
     }
     if (isOverridden != storedIsOverridden()) {
@@ -123,11 +125,11 @@ void ConfigValueImpl::silentUpdate(std::wstring value, std::wstring originalValu
         pendingisDefinedFire_ = true;
     }
     if (valueStoreName != storedValueStoreName()) {
-        setValueStoreName(std::move(valueStoreName));
+        setValueStoreName(valueStoreName);
         pendingValueStoreNameFire_ = true;
     }
     if (originalValueStoreName != storedOriginalValueStoreName()) {
-        setOriginalValueStoreName(std::move(originalValueStoreName));
+        setOriginalValueStoreName(originalValueStoreName);
         pendingOriginalValueStoreNameFire_ = true;
     }
 }

@@ -37,13 +37,13 @@ public:
     /// of the value still sees the former texts and flags beside it. If an observer causes a newer state to be taken in
     /// meanwhile, the rest of this one is dropped. The caller keeps a reference to this object, for an observer may
     /// drop all others. Neither reads nor clears what silentUpdate() left pending.
-    void update(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
-                std::wstring valueStoreName, std::wstring originalValueStoreName);
+    void update(const std::wstring& value, const std::wstring& originalValue, bool isOverridden, bool isDefined,
+                const std::wstring& valueStoreName, const std::wstring& originalValueStoreName);
 
     /// Takes in a new state and marks each property that differs, for fireRequired(). An undefined object takes
     /// isDefined over and marks it whether it differs or not; a defined one stays defined.
-    void silentUpdate(std::wstring value, std::wstring originalValue, bool isOverridden, bool isDefined,
-                      std::wstring valueStoreName, std::wstring originalValueStoreName);
+    void silentUpdate(const std::wstring& value, const std::wstring& originalValue, bool isOverridden, bool isDefined,
+                      const std::wstring& valueStoreName, const std::wstring& originalValueStoreName);
 
     /// Tells observers of what silentUpdate() has marked. A property that is marked again while its observers are being
     /// told loses that mark. The caller keeps a reference to this object.

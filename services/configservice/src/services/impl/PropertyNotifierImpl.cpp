@@ -13,12 +13,19 @@ std::weak_ptr<PropertyNotifierConnection> connectTo(const std::shared_ptr<typena
 template <typename List>
 void fireConnections(const List& connections) {
     // Copies of the list and of each callback: a callback may change the list, and end its own connection.
-    const List snapshot = connections;
-    for (const auto& connection : snapshot) {
+    const auto fireOne = [](const auto& connection) {
         if (connection->connected()) {
             const auto callback = connection->callback();
             callback();
         }
+    };
+    if (connections.size() == 1) {
+        fireOne(typename List::value_type(connections.front()));  // the same without memory for a list
+        return;
+    }
+    const List snapshot = connections;
+    for (const auto& connection : snapshot) {
+        fireOne(connection);
     }
 }
 

@@ -9,7 +9,7 @@ class SharedText {
 public:
     /// The empty text.
     SharedText() = default;
-    explicit SharedText(std::wstring text);
+    explicit SharedText(const std::wstring& text);
 
     const std::wstring& text() const;
 

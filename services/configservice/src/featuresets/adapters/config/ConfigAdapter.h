@@ -18,6 +18,7 @@
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager.h"
 #include "chain/ConfigStoreManager_Observer.h"
+#include "chain/KeyReport.h"
 #include "contracts/PropertyNotifier.h"
 #include "remote/TftpConfigStoreObserver.h"
 #include "system/ResetDataProvider.h"
@@ -48,6 +49,7 @@ class TftpConfigStore;
 class ConfigAdapter : public FeatureSetAdapter,
                       public ConfigFeatureSet,
                       public ConfigStoreManager_Observer,
+                      public KeyReportReceiver,
                       public TftpConfigStoreObserver,
                       public TesselSystemMonitor::PowerEventObserver,
                       public std::enable_shared_from_this<ConfigAdapter>,
@@ -105,6 +107,8 @@ public:
     void onConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue, bool isOverridden,
                                 bool isDefined, std::wstring valueStoreName, std::wstring originalValueStoreName,
                                 bool silent) override;
+    void takeReport(const KeyReport& report) override;
+    void fireIfRequired(const FoldedKey& key) override;
 
     // Other reports.
 
@@ -282,7 +286,7 @@ private:
     GuardedValue<std::shared_ptr<TftpConfigStore>> tftpConfigStore_;
     const std::shared_ptr<DownloadJournal> downloadJournal_;
     std::shared_ptr<ConfigStoreManager> configStoreManager_;
-    std::shared_ptr<ConfigServiceImpl> configService_;
+    const std::shared_ptr<ConfigServiceImpl> configService_;
     ChainedStoreMap chainedStores_;  // constant after construction
     EdgeWatch edgeWatch_;
 

@@ -3,44 +3,75 @@
 #include "ConfigAdapter.h"
 #include "ConfigServiceImpl.h"
 
-// The reports hold the service weakly: one that is still queued when the service has gone is told to nobody.
+// Reports that wait hold the service weakly: one that is still queued when the service has gone is told to nobody. What
+// is told at once is told inside a call of the chain, which this object and with it the service outlives.
+
+namespace {
+
+// Readers of the dispatcher's diagnostics know the tasks by these names.
+constexpr const char* CHANGE_TASK = "ConfigServiceImpl::OnConfigChanged";
+constexpr const char* FIRE_TASK = "ConfigServiceImpl::FireIfRequired";
+
+}  // namespace
 
 void ConfigAdapter::onConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue,
                                            bool isOverridden, bool isDefined, std::wstring valueStoreName,
                                            std::wstring originalValueStoreName, bool silent) {
-    reportGate_->pass(
-        [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = std::move(key), value = std::move(value),
-         originalValue = std::move(originalValue), isOverridden, isDefined, valueStoreName = std::move(valueStoreName),
-         originalValueStoreName = std::move(originalValueStoreName), silent]() mutable {
-            // A delivery runs once.
-            if (const auto service = weak.lock()) {
-                service->OnConfigChanged(std::move(key), std::move(value), std::move(originalValue), isOverridden,
-                                         isDefined, std::move(valueStoreName), std::move(originalValueStoreName),
-                                         silent);
-            }
-        },
-        "ConfigServiceImpl::OnConfigChanged");
+    const FoldedKey folded(key);
+    takeReport({folded, value, originalValue, isOverridden, isDefined, valueStoreName, originalValueStoreName, silent});
 }
 
-void ConfigAdapter::onFireIfRequired(std::wstring key) {
+void ConfigAdapter::onFireIfRequired(std::wstring key) { fireIfRequired(FoldedKey(key)); }
+
+void ConfigAdapter::takeReport(const KeyReport& report) {
     reportGate_->pass(
-        [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = std::move(key)]() mutable {
-            if (const auto service = weak.lock()) {
-                service->FireIfRequired(std::move(key));
+        [&] {
+            if (configService_ != nullptr) {
+                configService_->takeReport(report);
             }
         },
-        "ConfigServiceImpl::FireIfRequired");
+        [&]() -> ReportGate::Delivery {
+            return [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = report.key.text(),
+                    value = report.value, originalValue = report.originalValue, isOverridden = report.isOverridden,
+                    isDefined = report.isDefined, valueStoreName = report.valueStoreName,
+                    originalValueStoreName = report.originalValueStoreName, silent = report.silent]() mutable {
+                // A delivery runs once.
+                if (const auto service = weak.lock()) {
+                    service->OnConfigChanged(std::move(key), std::move(value), std::move(originalValue), isOverridden,
+                                             isDefined, std::move(valueStoreName), std::move(originalValueStoreName),
+                                             silent);
+                }
+            };
+        },
+        CHANGE_TASK);
+}
+
+void ConfigAdapter::fireIfRequired(const FoldedKey& key) {
+    reportGate_->pass(
+        [&] {
+            if (configService_ != nullptr) {
+                configService_->fireIfRequired(key);
+            }
+        },
+        [&]() -> ReportGate::Delivery {
+            return [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = key.text()]() mutable {
+                if (const auto service = weak.lock()) {
+                    service->FireIfRequired(std::move(key));
+                }
+            };
+        },
+        FIRE_TASK);
 }
 
 void ConfigAdapter::onSensitiveKeyAddedOrUpdated(std::wstring key) {
-    // The name is that of another operation; readers of the dispatcher's diagnostics know it so.
+    // The name is that of another operation.
     reportGate_->passBeside(
         [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = std::move(key)] {
             if (const auto service = weak.lock()) {
                 service->updateSensitiveKeyList(key);
             }
         },
-        "ConfigServiceImpl::OnConfigChanged");
+        CHANGE_TASK);
 }
 
 void ConfigAdapter::notifyConfigKeyAliases() {

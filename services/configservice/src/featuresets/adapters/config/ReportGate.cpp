@@ -32,11 +32,9 @@ void keepFirst(std::exception_ptr& first) {
 ReportGate::ReportGate(std::shared_ptr<ServicesDispatcher> dispatcher) : dispatcher_(std::move(dispatcher)) {}
 
 bool ReportGate::nothingIsAhead() {
-    if (dispatcher_ == nullptr || !dispatcher_->checkForUpdateAccess()) {
-        return false;
-    }
-    const tessel::ScopedLock lock(mutex_);
-    return box_.empty();
+    // Each report that this thread must not pass by was put in before: its own ones, and those of other threads that it
+    // knows of.
+    return dispatcher_ != nullptr && dispatcher_->checkForUpdateAccess() && waiting_.load() == 0;
 }
 
 void ReportGate::passThroughBox(Delivery delivery, std::string_view taskName) {
@@ -75,6 +73,7 @@ bool ReportGate::isInsideNotification() const {
 std::uint64_t ReportGate::put(Delivery delivery) {
     const tessel::ScopedLock lock(mutex_);
     box_.push_back({++lastTicket_, std::move(delivery)});
+    waiting_ = box_.size();
     return lastTicket_;
 }
 
@@ -85,6 +84,7 @@ bool ReportGate::take(std::uint64_t lastTicket, Delivery& delivery) {
     }
     delivery = std::move(box_.front().delivery);
     box_.pop_front();
+    waiting_ = box_.size();
     return true;
 }
 

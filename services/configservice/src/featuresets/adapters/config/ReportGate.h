@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -33,14 +34,15 @@ public:
     /// delivers whatever report is then the oldest, or finds none. The task is harmless once the gate is gone.
     /// On the dispatcher thread a delivery that throws does not keep the later ones back: the first exception leaves
     /// when all are made, and each further one is a level 2 line.
-    /// @param delivery becomes a Delivery if it cannot be made at once.
-    template <typename Deliver>
-    void pass(Deliver&& delivery, std::string_view taskName) {
+    /// @param deliver makes the delivery, if that can be done at once.
+    /// @param gather otherwise: returns a Delivery, with what it will need.
+    template <typename Deliver, typename Gather>
+    void pass(const Deliver& deliver, const Gather& gather, std::string_view taskName) {
         if (nothingIsAhead()) {
             const Depth depth(depth_);
-            std::forward<Deliver>(delivery)();
+            deliver();
         } else {
-            passThroughBox(std::forward<Deliver>(delivery), taskName);
+            passThroughBox(gather(), taskName);
         }
     }
 
@@ -52,15 +54,18 @@ public:
     bool isInsideNotification() const;
 
 private:
-    /// Counts a scope, also when an observer leaves it by an exception.
+    /// Counts a scope, also when an observer leaves it by an exception. Only the dispatcher thread changes the count,
+    /// so that no step of it can be lost between reading and writing.
     class Depth {
     public:
-        explicit Depth(std::atomic<int>& depth) : depth_(depth) { depth_.fetch_add(1, std::memory_order_relaxed); }
-        ~Depth() { depth_.fetch_sub(1, std::memory_order_relaxed); }
+        explicit Depth(std::atomic<int>& depth) : depth_(depth) { add(1); }
+        ~Depth() { add(-1); }
         Depth(const Depth&) = delete;
         Depth& operator=(const Depth&) = delete;
 
     private:
+        void add(int step) { depth_.store(depth_.load(std::memory_order_relaxed) + step, std::memory_order_relaxed); }
+
         std::atomic<int>& depth_;
     };
 
@@ -84,4 +89,5 @@ private:
     tessel::Mutex mutex_;
     std::deque<Report> box_ TESSEL_GUARDED_BY(mutex_);
     std::uint64_t lastTicket_ TESSEL_GUARDED_BY(mutex_) = 0;
+    std::atomic<std::size_t> waiting_ = 0;  ///< how many reports are in the box
 };

@@ -3,7 +3,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "LockRanks.h"
 #include "chain/ConfigMap.h"
 #include "chain/ConfigStoreManager_Observer.h"
+#include "chain/KeyReport.h"
 #include "chain/KeyResolver.h"
 #include "chain/StoreChain.h"
 #include "tessel/Mutex.h"
@@ -226,13 +226,20 @@ private:
     void logLookup(const std::wstring& key, const KeyResolver::Lookup& lookup, const std::wstring& storeName,
                    bool skipLocal);
 
-    /// Observers may come and go from inside a report: each step goes to the next greater address.
-    template <typename Report>
-    void forEachObserver(const Report& report) {
+    /// Hands a report over to every observer, as NotifyConfigAddedOrUpdated() does.
+    void tell(const KeyReport& report);
+
+    /// The same for NotifyFireIfRequired().
+    void fire(const FoldedKey& key);
+
+    /// Calls tell(observer, receiver); the receiver is null for an observer from outside. Observers may come and go
+    /// from inside a report: each step goes to the next greater address.
+    template <typename Tell>
+    void forEachObserver(const Tell& tell) {
         const tessel::ScopedLock lock(observersMutex_);
         for (auto next = observers_.begin(); next != observers_.end();) {
-            ConfigStoreManager_Observer* const observer = *next;
-            report(*observer);
+            const auto [observer, receiver] = *next;
+            tell(*observer, receiver);
             next = observers_.upper_bound(observer);
         }
     }
@@ -241,7 +248,7 @@ private:
     tessel::Mutex observersMutex_{LockRanks::CHAIN_OBSERVERS};
     StoreChain chain_;
     SensitiveKeySet sensitiveKeys_ TESSEL_GUARDED_BY(sensitiveKeysMutex_);
-    std::set<ConfigStoreManager_Observer*> observers_ TESSEL_GUARDED_BY(observersMutex_);
+    std::map<ConfigStoreManager_Observer*, KeyReportReceiver*> observers_ TESSEL_GUARDED_BY(observersMutex_);
     const std::shared_ptr<UnifiedFactory> factory_;
     const RenamedKeys renamedKeys_;
 };

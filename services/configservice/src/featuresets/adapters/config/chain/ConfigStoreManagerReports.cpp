@@ -15,10 +15,36 @@ void ConfigStoreManager::report(const std::wstring& key, bool silent) {
     if (state.name == nullptr) {
         return;
     }
-    forEachObserver([&](ConfigStoreManager_Observer& observer) {
-        observer.onConfigAddedOrUpdated(*state.name, state.value(), state.originalValue(), state.isOverridden(),
-                                        state.isDefined(), state.valueStoreName(), state.originalValueStoreName(),
-                                        silent);
+    const auto tellUnder = [&](const FoldedKey& name) {
+        tell({name, state.value(), state.originalValue(), state.isOverridden(), state.isDefined(),
+              state.valueStoreName(), state.originalValueStoreName(), silent});
+    };
+    if (state.name == &key) {
+        tellUnder(folded);
+    } else {
+        tellUnder(FoldedKey(*state.name));
+    }
+}
+
+void ConfigStoreManager::tell(const KeyReport& report) {
+    forEachObserver([&](ConfigStoreManager_Observer& observer, KeyReportReceiver* receiver) {
+        if (receiver != nullptr) {
+            receiver->takeReport(report);
+        } else {
+            observer.onConfigAddedOrUpdated(report.key.text(), report.value, report.originalValue, report.isOverridden,
+                                            report.isDefined, report.valueStoreName, report.originalValueStoreName,
+                                            report.silent);
+        }
+    });
+}
+
+void ConfigStoreManager::fire(const FoldedKey& key) {
+    forEachObserver([&](ConfigStoreManager_Observer& observer, KeyReportReceiver* receiver) {
+        if (receiver != nullptr) {
+            receiver->fireIfRequired(key);
+        } else {
+            observer.onFireIfRequired(key.text());
+        }
     });
 }
 
@@ -35,8 +61,12 @@ void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) 
         report(key, true);
     }
     for (const std::wstring& key : keys) {
-        if (const std::wstring* const name = resolver(lock).reportedName(FoldedKey(key))) {
-            NotifyFireIfRequired(*name);
+        const FoldedKey folded(key);
+        const std::wstring* const name = resolver(lock).reportedName(folded);
+        if (name == &key) {
+            fire(folded);
+        } else if (name != nullptr) {
+            fire(FoldedKey(*name));
         }
     }
 }
@@ -44,20 +74,16 @@ void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) 
 void ConfigStoreManager::NotifyConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue,
                                                     bool isOverridden, bool isDefined, std::wstring valueStoreName,
                                                     std::wstring originalValueStoreName, bool silent) {
-    forEachObserver([&](ConfigStoreManager_Observer& observer) {
-        observer.onConfigAddedOrUpdated(key, value, originalValue, isOverridden, isDefined, valueStoreName,
-                                        originalValueStoreName, silent);
-    });
+    const FoldedKey folded(key);
+    tell({folded, value, originalValue, isOverridden, isDefined, valueStoreName, originalValueStoreName, silent});
 }
 
-void ConfigStoreManager::NotifyFireIfRequired(std::wstring key) {
-    forEachObserver([&](ConfigStoreManager_Observer& observer) { observer.onFireIfRequired(key); });
-}
+void ConfigStoreManager::NotifyFireIfRequired(std::wstring key) { fire(FoldedKey(key)); }
 
 void ConfigStoreManager::AddObserver(ConfigStoreManager_Observer* observer) {
     if (observer != nullptr) {
         const tessel::ScopedLock lock(observersMutex_);
-        observers_.insert(observer);
+        observers_.emplace(observer, dynamic_cast<KeyReportReceiver*>(observer));
     }
 }
 

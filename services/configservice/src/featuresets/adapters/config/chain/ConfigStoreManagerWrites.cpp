@@ -128,7 +128,9 @@ void ConfigStoreManager::setKeySensitive(const std::wstring& key) {
         const tessel::ScopedLock lock(sensitiveKeysMutex_);
         sensitiveKeys_.insert(key);
     }
-    forEachObserver([&](ConfigStoreManager_Observer& observer) { observer.onSensitiveKeyAddedOrUpdated(key); });
+    forEachObserver([&](ConfigStoreManager_Observer& observer, KeyReportReceiver* /*receiver*/) {
+        observer.onSensitiveKeyAddedOrUpdated(key);
+    });
 }
 
 void ConfigStoreManager::enqueuePersist(const std::shared_ptr<ConfigStore>& store) {
@@ -136,8 +138,7 @@ void ConfigStoreManager::enqueuePersist(const std::shared_ptr<ConfigStore>& stor
 }
 
 void ConfigStoreManager::enqueuePersist(const SearchedStore& store) {
-    const std::shared_ptr<Processing::TaskDispatcher> dispatcher =
-        factory_ != nullptr ? factory_->getTaskDispatcher() : nullptr;
+    Processing::TaskDispatcher* const dispatcher = factory_ != nullptr ? factory_->getTaskDispatcher().get() : nullptr;
     if (dispatcher == nullptr) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "enqueuePersist",
                   "No task dispatcher, the values are not persisted of store: " + store.store()->getName());
