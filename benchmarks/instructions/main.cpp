@@ -42,6 +42,7 @@ namespace {
 
 constexpr std::size_t KEYS_OF_A_LAYER = 1000;
 constexpr std::size_t ENTRIES = 10000;
+constexpr std::size_t MANY_ENTRIES = 100000;
 
 /// One turn of the operation, by its number.
 using Work = std::function<void(std::size_t)>;
@@ -118,16 +119,16 @@ Work prepareSaveByHand() {
     return [directory, values](std::size_t) { bench::saveByHand(directory->path("file.xml"), values); };
 }
 
-/// A module with a live value, and an observer of it, for each key of these families.
+/// A family of keys, and the place of the store that has them.
+constexpr std::int32_t FAMILY = 50;
+
+/// A module with a live value, and an observer of it, for each key of the family.
 class ObservedModule {
 public:
-    explicit ObservedModule(const std::vector<std::int32_t>& families) : module_(bench::makeLayers(10)) {
-        for (const std::int32_t family : families) {
-            for (std::size_t index = 0; index < ENTRIES; ++index) {
-                const auto value =
-                    module_.service().getConfig(bench::widen(bench::makeKey(static_cast<std::size_t>(family), index)));
-                value->getConfigValueNotifiers()->getValueNotifier()->addConnection([this] { ++told_; });
-            }
+    explicit ObservedModule(std::size_t keys) : module_(bench::makeLayers(10)) {
+        for (std::size_t index = 0; index < keys; ++index) {
+            const auto value = module_.service().getConfig(bench::widen(bench::makeKey(FAMILY, index)));
+            value->getConfigValueNotifiers()->getValueNotifier()->addConnection([this] { ++told_; });
         }
     }
 
@@ -138,29 +139,24 @@ private:
     std::size_t told_ = 0;
 };
 
-/// The keys of a family, in a store at the place of its number.
-std::shared_ptr<ConfigStore> makeStore(std::int32_t family, const bench::Entries& entries) {
-    return bench::makeReadOnlyStore("Many" + std::to_string(family), family, entries);
+std::shared_ptr<ConfigStore> makeStore(const bench::Entries& entries) {
+    return bench::makeReadOnlyStore("Many", FAMILY, entries);
 }
 
-/// A store joins, each of its keys observed; at every turn another one.
-Work prepareJoin() {
-    const std::vector<std::int32_t> families = {50, 51};
-    const auto module = std::make_shared<ObservedModule>(families);
-    std::vector<std::shared_ptr<ConfigStore>> stores;
-    for (const std::int32_t family : families) {
-        stores.push_back(makeStore(family, bench::makeEntries(static_cast<std::size_t>(family), ENTRIES)));
-    }
-    return [module, stores](std::size_t turn) { module->manager().addStore(stores[turn % stores.size()]); };
+/// A store joins, each of its keys observed. For one turn.
+Work prepareJoin(std::size_t keys) {
+    const auto module = std::make_shared<ObservedModule>(keys);
+    return [module, store = makeStore(bench::makeEntries(FAMILY, keys))](std::size_t) {
+        module->manager().addStore(store);
+    };
 }
 
 /// A store gives place to its next version, and that to the first one again.
-Work prepareReplacement() {
-    constexpr std::int32_t FAMILY = 50;
-    const auto module = std::make_shared<ObservedModule>(std::vector{FAMILY});
-    const bench::Entries entries = bench::makeEntries(FAMILY, ENTRIES);
-    const std::vector<std::shared_ptr<ConfigStore>> versions = {makeStore(FAMILY, entries),
-                                                                makeStore(FAMILY, bench::otherVersion(entries))};
+Work prepareReplacement(std::size_t keys) {
+    const auto module = std::make_shared<ObservedModule>(keys);
+    const bench::Entries entries = bench::makeEntries(FAMILY, keys);
+    const std::vector<std::shared_ptr<ConfigStore>> versions = {makeStore(entries),
+                                                                makeStore(bench::otherVersion(entries))};
     module->manager().addStore(versions.front());
     return
         [module, versions](std::size_t turn) { module->manager().updateStoreValues(versions[turn % versions.size()]); };
@@ -187,8 +183,10 @@ const std::vector<Operation>& operations() {
         {"load", 1, prepareLoad},
         {"save", 1, prepareSave},
         {"start", 1, prepareStart},
-        {"join", 1, prepareJoin},
-        {"replace", 1, prepareReplacement},
+        {"join", 1, [] { return prepareJoin(ENTRIES); }},
+        {"join-100000", 1, [] { return prepareJoin(MANY_ENTRIES); }},
+        {"replace", 1, [] { return prepareReplacement(ENTRIES); }},
+        {"replace-100000", 1, [] { return prepareReplacement(MANY_ENTRIES); }},
         {"limit-lookup-layer-1", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::First); }},
         {"limit-lookup-layer-8", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::Eighth); }},
         {"limit-lookup-miss", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::Miss); }},
