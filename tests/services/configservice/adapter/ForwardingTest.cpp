@@ -40,6 +40,46 @@ TEST_F(Forwarding, ReachesTheLiveValueAtOnceOnTheDispatcherThread) {
     EXPECT_THAT(dispatcher->allNames(), IsEmpty());
 }
 
+TEST_F(Forwarding, TakesReportsByValueToo) {
+    inject();
+    const auto live = service()->getConfig(L"key");
+    std::vector<std::wstring> heard;
+    const auto listener = std::make_shared<ValueListener>([&] { heard.push_back(live->getValue()); });
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(listener));
+    adapter()->onConfigAddedOrUpdated(L"key", L"first", L"original", true, true, L"store", L"other", false);
+    EXPECT_THAT(heard, ElementsAre(L"first"));
+    EXPECT_EQ(live->getOriginalValue(), L"original");
+    EXPECT_TRUE(live->getisOverridden());
+    EXPECT_TRUE(live->getisDefined());
+    EXPECT_EQ(live->getValueStoreName(), L"store");
+    EXPECT_EQ(live->getOriginalValueStoreName(), L"other");
+    adapter()->onConfigAddedOrUpdated(L"key", L"second", L"original", true, true, L"store", L"other", true);
+    EXPECT_EQ(live->getValue(), L"second");
+    EXPECT_THAT(heard, ElementsAre(L"first"));
+    adapter()->onFireIfRequired(L"key");
+    EXPECT_THAT(heard, ElementsAre(L"first", L"second"));
+    elsewhere([this] {
+        adapter()->onConfigAddedOrUpdated(L"key", L"third", L"original", true, true, L"store", L"other", true);
+        adapter()->onFireIfRequired(L"key");
+    });
+    EXPECT_THAT(dispatcher->waitingNames(),
+                ElementsAre("ConfigServiceImpl::OnConfigChanged", "ConfigServiceImpl::FireIfRequired"));
+    EXPECT_EQ(live->getValue(), L"second");
+    dispatcher->runAll();
+    EXPECT_THAT(heard, ElementsAre(L"first", L"second", L"third"));
+}
+
+TEST_F(Forwarding, WithoutAServiceTellsNobody) {
+    const auto lonely = std::make_shared<UnifiedFactory>(dispatcher, tasks);
+    const auto adapterAlone = std::make_shared<ConfigAdapter>(lonely);
+    EXPECT_TRUE(adapterAlone->setConfig(L"key", L"value"));
+    std::wstring value;
+    EXPECT_TRUE(adapterAlone->getConfig(L"key", value, false));
+    EXPECT_EQ(value, L"value");
+    elsewhere([&] { adapterAlone->setConfig(L"key", L"other"); });
+    EXPECT_EQ(dispatcher->runAll(), 1U);
+}
+
 TEST_F(Forwarding, ReachesTheLiveValueByTaskFromAnotherThread) {
     inject();
     const auto live = service()->getConfig(L"key");
