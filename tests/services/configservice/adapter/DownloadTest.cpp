@@ -119,6 +119,30 @@ TEST_F(Download, KeepsSensitiveValuesOutOfTheCacheFile) {
     EXPECT_FALSE(log->mentions("known secret"));
 }
 
+TEST_F(Download, KeepsASensitiveValueUnderAnOldNameOutOfLogsAndTheCacheFile) {
+    for (const std::string name : {"VVM_Mailstore_Server_0", "VoicemailPrimaryServer"}) {
+        switchOn();
+        ASSERT_TRUE(transport->deliver("<Corvid><Any><key>plain</key><" + name + " sensitive=\"true\">marked secret</" +
+                                       name + "></Any></Corvid>"));
+        EXPECT_EQ(get(L"VoicemailPrimaryServer"), L"marked secret");
+        EXPECT_EQ(get(L"VVM_Mailstore_Server_0"), L"marked secret");
+        service()->logConfig();
+        EXPECT_THAT(cached(), HasSubstr("<key>plain</key>"));
+        EXPECT_THAT(cached(), Not(HasSubstr("secret"))) << name;
+        EXPECT_FALSE(log->mentions("marked secret")) << name;
+        adapter()->stopTftpConfigSource();
+    }
+}
+
+TEST_F(Download, KeepsAKeyThatIsMarkedUnderItsOtherNameOutOfTheCacheFile) {
+    switchOn();
+    adapter()->setKeySensitive(L"VoicemailPrimaryServer");
+    adapter()->setKeySensitive(L"TftpServer2");
+    ASSERT_TRUE(deliver({{"key", "plain"}, {"VVM_Mailstore_Server_0", "secret"}, {"TFTPBackupServer1", "secret too"}}));
+    EXPECT_THAT(cached(), HasSubstr("plain"));
+    EXPECT_THAT(cached(), Not(HasSubstr("secret")));
+}
+
 TEST_F(Download, KeepsAKeyThatIsMarkedLaterOutOfTheNextCacheFile) {
     switchOn();
     ASSERT_TRUE(deliver({{"key", "secret"}}));

@@ -242,6 +242,17 @@ TEST_F(RemoteStore, MarksSensitiveKeysInTheFeatureSet) {
     EXPECT_THAT(featureSet->calls(), ElementsAre(Call{"setKeySensitive", {L"A"}}, Call{"setKeySensitive", {L"b"}}));
 }
 
+TEST_F(RemoteStore, MarksARenamedKeyUnderBothOfItsNames) {
+    using Call = fakes::ScriptedFeatureSet::Call;
+    const auto store = make();
+    store->setSensitiveKeys({L"vvm_mailstore_server_0"});
+    store->setSensitiveKeys({L"VOICEMAILPRIMARYSERVER"});
+    EXPECT_THAT(featureSet->calls(), ElementsAre(Call{"setKeySensitive", {L"vvm_mailstore_server_0"}},
+                                                 Call{"setKeySensitive", {L"VoicemailPrimaryServer"}},
+                                                 Call{"setKeySensitive", {L"VOICEMAILPRIMARYSERVER"}},
+                                                 Call{"setKeySensitive", {L"VVM_Mailstore_Server_0"}}));
+}
+
 TEST_F(RemoteStore, LogsItsValuesWithTheSensitiveOnesMasked) {
     const auto store = make();
     store->storeValue(L"a", L"1");

@@ -257,6 +257,7 @@ private:
     void removeFromCachedStorePriorityMap(const std::wstring& storeName);
     void updateCacheStorePriority(const std::string& storeName, int priority);
     void copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values);
+    bool isSensitiveUnderAnyName(const std::wstring& key);
 
     /// Makes a change by which a store joins the chain. @return see CachingGate::noteJoin().
     unsigned join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change);

@@ -206,10 +206,17 @@ void ConfigAdapter::copyAllStoreValues(const std::shared_ptr<ConfigStore>& store
     for (const std::wstring& key : store->getKeys()) {
         std::wstring value;
         // A secret must not lie in a cache file; after a restart it is missing until the next download.
-        if (store->getValue(key, value) && !isKeySensitive(key)) {
+        if (store->getValue(key, value) && !isSensitiveUnderAnyName(key)) {
             values[key] = value;
         }
     }
+}
+
+bool ConfigAdapter::isSensitiveUnderAnyName(const std::wstring& key) {
+    std::wstring otherName;
+    return isKeySensitive(key) ||
+           ((configStoreManager_->isKeyAlias(key, otherName) || configStoreManager_->hasKeyAlias(key, otherName)) &&
+            isKeySensitive(otherName));
 }
 
 void ConfigAdapter::updateCacheStorePriority(const std::string& storeName, int priority) {

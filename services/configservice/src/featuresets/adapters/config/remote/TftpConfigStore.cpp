@@ -4,6 +4,7 @@
 
 #include "ConfigFeatureSet.h"
 #include "ConfigStoreConstants.h"
+#include "chain/RenamedKeys.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 
@@ -163,8 +164,16 @@ void TftpConfigStore::setSensitiveKeys(const SensitiveKeySet& keys) {
     if (featureSet == nullptr) {
         return;
     }
+    // Whatever name the document has it under: the value is one, and is reported under the other name.
+    const RenamedKeys names = RenamedKeys::read();
     for (const std::wstring& key : keys) {
         featureSet->setKeySensitive(key);
+        const FoldedKey folded(key);
+        const std::wstring* const currentName = names.currentNameOf(folded);
+        const std::wstring* const otherName = currentName != nullptr ? currentName : names.oldNameOf(folded);
+        if (otherName != nullptr) {
+            featureSet->setKeySensitive(*otherName);
+        }
     }
 }
 

@@ -147,7 +147,7 @@ public:
     /// Waits for a report that is under way on another thread. Null and an unknown observer are ignored.
     void removeObserver(TftpConfigStoreObserver* observer);
 
-    /// Marks keys as sensitive in the feature set.
+    /// Marks keys as sensitive in the feature set, renamed ones under both of their names.
     void setSensitiveKeys(const SensitiveKeySet& keys);
 
     /// Writes all values into one level 4 line, those of sensitive keys masked.
