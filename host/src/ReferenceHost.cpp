@@ -71,6 +71,7 @@ struct ReferenceHost::Parts {
     std::shared_ptr<SystemServiceImpl> systemService = std::make_shared<SystemServiceImpl>();
     std::shared_ptr<DlModuleLoader> moduleLoader = std::make_shared<DlModuleLoader>();
     std::shared_ptr<UnifiedFactory> factory = std::make_shared<UnifiedFactory>(dispatcher, persistQueue, moduleLoader);
+    bool startsWhenCalledOff = false;  ///< dispatcher thread: whether a power down has ended a feature set that ran
     std::unique_ptr<TesselSystemMonitor::LogindPowerSource> powerSource;  ///< last: it reports to others above
 };
 
@@ -188,10 +189,16 @@ void ReferenceHost::listenToPowerEvents() {
         return;
     }
     const auto report = [this](TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {
-        if (type == TesselSystemMonitor::PowerEventTypeEnum::PowerDown) {
+        switch (type) {
+        case TesselSystemMonitor::PowerEventTypeEnum::PowerDown:
             reportPowerDown();
-        } else {
+            break;
+        case TesselSystemMonitor::PowerEventTypeEnum::PowerDownCalledOff:
+            reportPowerDownCalledOff();
+            break;
+        default:
             parts_->systemMonitor->report(type);
+            break;
         }
     };
     parts_->powerSource = std::make_unique<TesselSystemMonitor::LogindPowerSource>(report, options_.powerBusAddress);
@@ -202,11 +209,23 @@ void ReferenceHost::reportPowerDown() {
     parts_->persistQueue->drainWhatIsQueued();
     // The stores' end waits for the lifecycle lock, under which a version may be asked for.
     interruptRequests();
-    // There nobody sets a value between the last write and the end of the stores, after which nothing is written any
-    // more, not even what is queued.
+    // Nothing else that runs there sets a value between the last write and the end of the stores, after which nothing
+    // is written, not even what is queued, unless the power down is called off.
     runOnDispatcher([this] {
+        parts_->startsWhenCalledOff =
+            parts_->factory->getFeatureSetAdapter(CONFIG_SERVICE_ID)->IsFeatureSetStarted(CONFIG_SERVICE_ID);
         parts_->persistQueue->drainWhatIsQueued();
         parts_->systemMonitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
+    });
+}
+
+void ReferenceHost::reportPowerDownCalledOff() {
+    parts_->httpTransport->allowRequests();
+    runOnDispatcher([this] {
+        if (std::exchange(parts_->startsWhenCalledOff, false)) {
+            startFeatureSet();
+        }
+        parts_->systemMonitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDownCalledOff);
     });
 }
 

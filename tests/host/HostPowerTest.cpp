@@ -1,7 +1,9 @@
+#include <condition_variable>
 #include <cstdlib>
-#include <future>
+#include <deque>
 #include <latch>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "ConfigFeatureSet.h"
@@ -9,6 +11,7 @@
 #include "HostOn.h"
 #include "InjectConfigService.h"
 #include "fakes/RecordingLogSink.h"
+#include "fakes/ScriptedServer.h"
 #include "http/HttpTransport.h"
 #include "http/Request.h"
 #include "http/Response.h"
@@ -38,11 +41,25 @@ constexpr const char* POWER_DOWN_OF_ADAPTER =
 /// Registered after the adapter, and so told when the adapter has done its part.
 class LastObserver final : public PowerEventObserver {
 public:
-    void onPowerEvent(PowerEventTypeEnum::PowerEventType type) override { told_.set_value(type); }
-    int wait() { return told_.get_future().get(); }
+    void onPowerEvent(PowerEventTypeEnum::PowerEventType type) override {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        told_.push_back(type);
+        changed_.notify_all();
+    }
+
+    /// @return the first event that has not been waited for.
+    int wait() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [this] { return !told_.empty(); });
+        const int type = told_.front();
+        told_.pop_front();
+        return type;
+    }
 
 private:
-    std::promise<int> told_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<int> told_;
 };
 
 /// A host on a bus of the test's own, with a login manager on it.
@@ -79,6 +96,16 @@ protected:
 
     static void set(ReferenceHost& host, const std::wstring& key, const std::wstring& value) {
         host.runOnDispatcher([&] { host.service()->setConfig(key, value); });
+    }
+
+    void shutDown() {
+        logind_.emit({"PrepareForShutdown"});
+        EXPECT_EQ(last_->wait(), 3);
+    }
+
+    void callOff() {
+        logind_.emit({"PrepareForShutdown", false});
+        EXPECT_EQ(last_->wait(), 4);
     }
 
     std::string localFile() const { return directory_.read("config/corvidLocalConfig.xml"); }
@@ -157,6 +184,98 @@ TEST_F(HostPower, GoesOnWhenTheMachineSleeps) {
     EXPECT_EQ(last_->wait(), 1);
     EXPECT_TRUE(isStarted(host));
     set(host, L"A", L"1");
+    host.stop();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST_F(HostPower, WritesAgainOnceAPowerDownIsCalledOff) {
+    ReferenceHost host(options());
+    startListening(host);
+    shutDown();
+    callOff();
+    EXPECT_TRUE(isStarted(host));
+    set(host, L"A", L"1");
+    host.persistAll();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+    set(host, L"B", L"2");
+    host.stop();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"B\" value=\"2\""));
+}
+
+TEST_F(HostPower, WritesWhatWasSetBeforeAPowerDownWasCalledOff) {
+    ReferenceHost host(options());
+    startListening(host);
+    set(host, L"A", L"1");
+    shutDown();
+    set(host, L"A", L"2");
+    EXPECT_TRUE(host.featureSet()->setConfig(L"B", L"3"));
+    callOff();
+    host.persistAll();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"2\""));
+    EXPECT_THAT(localFile(), HasSubstr("name=\"B\" value=\"3\""));
+    host.runOnDispatcher([&] { EXPECT_EQ(host.service()->getConfig(L"A")->getValue(), L"2"); });
+}
+
+TEST_F(HostPower, HasEverythingOnDiskBeforeAPowerDownThatFollowsOneThatWasCalledOff) {
+    ReferenceHost host(options());
+    startListening(host);
+    logind_.emit({"PrepareForShutdown"});
+    logind_.lendDelay().waitForItsEnd();
+    EXPECT_EQ(last_->wait(), 3);
+    callOff();
+    const support::LentDelay delay = logind_.lendDelay();
+    log_->waitFor("A shutdown waits until everything is on disk");
+    std::latch heard(1);
+    host.factory()->getTaskDispatcher()->enqueue(
+        std::make_shared<QuillCoreUtils::FunctionTask>([&heard] { heard.wait(); }, "holds the queue up"));
+    set(host, L"A", L"1");
+    logind_.emit({"PrepareForShutdown"});
+    EXPECT_TRUE(delay.isHeld());
+    heard.count_down();
+    delay.waitForItsEnd();
+    EXPECT_EQ(last_->wait(), 3);
+    EXPECT_FALSE(isStarted(host));
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST_F(HostPower, SendsRequestsAgainOnceAPowerDownIsCalledOff) {
+    fakes::ScriptedServer server([](fakes::ScriptedConnection& client) { client.respond(200, "<version/>"); });
+    ReferenceHost host(options());
+    startListening(host);
+    shutDown();
+    callOff();
+    tessel::http::Response response;
+    EXPECT_EQ(platform::getWorld()->httpTransport->send(tessel::http::Request(server.url()), response),
+              HttpDownloader::HttpDownloadResultEnum::Success);
+}
+
+TEST_F(HostPower, SendsNoRequestsThatItWasToldToEndWhenAPowerDownIsCalledOff) {
+    ReferenceHost host(options());
+    startListening(host);
+    shutDown();
+    host.interruptRequests();
+    callOff();
+    tessel::http::Response response;
+    EXPECT_EQ(platform::getWorld()->httpTransport->send(tessel::http::Request("http://127.0.0.1:9/"), response),
+              HttpDownloader::HttpDownloadResultEnum::Cancelled);
+}
+
+TEST_F(HostPower, StartsNoFeatureSetThatThePowerDownDidNotEnd) {
+    ReferenceHost host(options());
+    startListening(host);
+    host.factory()->getFeatureSetAdapter(CONFIG_SERVICE_ID)->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    shutDown();
+    callOff();
+    EXPECT_FALSE(isStarted(host));
+}
+
+TEST_F(HostPower, StopsWhileAPowerDownIsCalledOff) {
+    ReferenceHost host(options());
+    startListening(host);
+    set(host, L"A", L"1");
+    shutDown();
+    set(host, L"B", L"2");
+    logind_.emit({"PrepareForShutdown", false});
     host.stop();
     EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
 }

@@ -13,6 +13,7 @@
 #include <string>
 #include <thread>
 
+#include "ConfigFeatureSet.h"
 #include "ConfigService.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
@@ -29,6 +30,7 @@ using torture::Trial;
 namespace {
 
 constexpr const wchar_t* COUNT_KEY = L"Count";
+constexpr const wchar_t* OTHER_COUNT_KEY = L"OtherCount";
 constexpr auto PROMPT = std::chrono::seconds(1);
 
 host::ReferenceHost::Options hostOn(const fakes::TemporaryDirectory& directory, const support::PrivateBus& bus) {
@@ -87,10 +89,45 @@ private:
     std::thread thread_;
 };
 
-std::int64_t countOnDisk(const fakes::TemporaryDirectory& directory) {
+/// Sets one value after another on a thread of its own, for as long as it lives.
+class BusyThread {
+public:
+    explicit BusyThread(const host::ReferenceHost& host) : featureSet_(host.featureSet()) {
+        setNext();
+        thread_ = std::thread([this] {
+            while (!ended_) {
+                setNext();
+            }
+        });
+    }
+    ~BusyThread() {
+        ended_ = true;
+        thread_.join();
+    }
+
+    BusyThread(const BusyThread&) = delete;
+    BusyThread& operator=(const BusyThread&) = delete;
+
+    /// How many values were acknowledged.
+    std::int64_t acknowledged() const { return acknowledged_; }
+
+private:
+    void setNext() {
+        if (featureSet_->setConfig(OTHER_COUNT_KEY, std::to_wstring(acknowledged_ + 1))) {
+            ++acknowledged_;
+        }
+    }
+
+    const std::shared_ptr<ConfigFeatureSet> featureSet_;
+    std::atomic<bool> ended_ = false;
+    std::atomic<std::int64_t> acknowledged_ = 0;
+    std::thread thread_;
+};
+
+std::int64_t countOnDisk(const fakes::TemporaryDirectory& directory, const wchar_t* key) {
     LocalFileConfigStore store("file", 20, directory.path("config"), "corvidLocalConfig.xml", false, true);
     std::wstring value;
-    return store.getValue(COUNT_KEY, value) ? QuillCoreUtils::toInt(value, -1) : 0;
+    return store.getValue(key, value) ? QuillCoreUtils::toInt(value, -1) : 0;
 }
 
 /// Lets no file of a folder be replaced while it lives.
@@ -119,8 +156,10 @@ protected:
         const support::LentDelay delay = logind_.lendDelay();
         const auto client = std::make_shared<BusyClient>(host);
         platform::getWorld()->systemMonitor->addPowerEventObserver(client);
+        const BusyThread thread(host);
         trial_.passUpTo(std::chrono::milliseconds(3));
         ASSERT_TRUE(delay.isHeld());
+        const std::int64_t beforeItWasAnnounced = thread.acknowledged();
         const auto announced = std::chrono::steady_clock::now();
         logind_.emit({"PrepareForShutdown"});
         delay.waitForItsEnd();
@@ -129,13 +168,19 @@ protected:
         if (took > Trial::longest(PROMPT)) {
             trial_.lost("the machine was held up for longer than a second", directory.path("config"));
         }
-        const std::int64_t onDisk = countOnDisk(directory);
+        const std::int64_t onDisk = countOnDisk(directory, COUNT_KEY);
+        const std::int64_t othersOnDisk = countOnDisk(directory, OTHER_COUNT_KEY);
         if (onDisk != client->acknowledgedBeforeTheEnd()) {
             trial_.lost("on disk " + std::to_string(onDisk) + ", acknowledged before the end of the stores " +
                             std::to_string(client->acknowledgedBeforeTheEnd()),
                         directory.path("config"));
         }
-        acknowledged_ += onDisk;
+        if (othersOnDisk < beforeItWasAnnounced) {
+            trial_.lost("of another thread on disk " + std::to_string(othersOnDisk) +
+                            ", acknowledged before the announcement " + std::to_string(beforeItWasAnnounced),
+                        directory.path("config"));
+        }
+        acknowledged_ += onDisk + othersOnDisk;
     }
 
     /// What is on disk a moment after the machine goes on may have got there too late: nothing may be let go of while
@@ -157,7 +202,7 @@ protected:
             }
         }
         delay.waitForItsEnd();
-        EXPECT_EQ(countOnDisk(directory), 1);
+        EXPECT_EQ(countOnDisk(directory, COUNT_KEY), 1);
     }
 
     void tellTheLongest() {

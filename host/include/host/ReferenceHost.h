@@ -36,7 +36,9 @@ struct ReferenceHostOptions {
 
     /// Whether the machine's power events are heard. A power down then ends the stores, once everything is on disk, and
     /// the machine waits for that as long as it ever waits. What is set on the dispatcher thread before it is told of
-    /// the power down is written; what another thread sets while the stores end may be lost.
+    /// the power down is written; what another thread sets while the stores end may be lost. When the power down is
+    /// called off, the feature set that it has ended starts again: what was set meanwhile is written, and what was set
+    /// in memory only is gone, as at any start.
     bool powerEvents = true;
     std::string powerBusAddress;  ///< the bus to hear them on, as D-Bus writes addresses; empty: the system's own
 
@@ -84,8 +86,8 @@ public:
     /// Why start() answered false, in one line.
     const std::string& failure() const { return failure_; }
 
-    /// Ends the version requests that are under way, and fails all later ones, so that a stop need not wait for servers
-    /// that do not answer; stop() does so itself. Transfers go on. Any thread, while the host runs.
+    /// Ends the version requests that are under way, and fails all later ones for good, so that a stop need not wait
+    /// for servers that do not answer; stop() does so itself. Transfers go on. Any thread, while the host runs.
     void interruptRequests();
 
     /// Takes everything down: nothing runs any more, what was stored is on disk, every object of the module is gone
@@ -128,6 +130,7 @@ private:
     void startFeatureSet();
     void listenToPowerEvents();
     void reportPowerDown();
+    void reportPowerDownCalledOff();
     void stopFeatureSet();
 
     const Options options_;

@@ -8,13 +8,15 @@ namespace PowerEventTypeEnum {
 /// What the machine is about to do, or has done. A monitor may report numbers beyond these; they mean nothing here.
 enum PowerEventType : int {
     None = 0,
-    Sleep = 1,      ///< the machine is about to sleep
-    Resume = 2,     ///< the machine has woken up
-    PowerDown = 3,  ///< the machine is about to power down
+    Sleep = 1,               ///< the machine is about to sleep
+    Resume = 2,              ///< the machine has woken up
+    PowerDown = 3,           ///< the machine is about to power down
+    PowerDownCalledOff = 4,  ///< the machine goes on, although a power down was told
 };
 }  // namespace PowerEventTypeEnum
 
-/// Told of power events, on a thread of the host's: a power down of a reference host's on its dispatcher thread.
+/// Told of power events, on a thread of the host's: by a reference host of a power down, and of one that is called off,
+/// on its dispatcher thread.
 class PowerEventObserver {
 public:
     /// A machine that powers down may be waiting for the return of this call.

@@ -64,6 +64,8 @@ HttpDownloadResult CurlTransport::send(const tessel::http::Request& request, tes
 
 void CurlTransport::interruptRequests() { engine_->requests.interrupt(); }
 
+void CurlTransport::allowRequests() { engine_->requests.takeInterruptionBack(); }
+
 void CurlTransport::stop() {
     interruptRequests();
     const std::lock_guard<std::mutex> lock(engine_->stopMutex);

@@ -30,9 +30,13 @@ public:
     HttpDownloader::HttpDownloadResultEnum::HttpDownloadResult send(const tessel::http::Request& request,
                                                                     tessel::http::Response& response) override;
 
-    /// Ends the requests that are being sent, whatever they wait for, and fails all later ones with Cancelled.
-    /// Transfers go on. Any thread, any number of times.
+    /// Ends the requests that are being sent, whatever they wait for, and fails all later ones with Cancelled, until it
+    /// is taken back. Transfers go on. Any thread, any number of times.
     void interruptRequests();
+
+    /// Takes one call of interruptRequests() back: requests are sent again once all have been, and not after stop().
+    /// One that is being sent and has not noticed them goes on. Any thread.
+    void allowRequests();
 
     /// Ends all requests and transfers with Cancelled, runs the completions, those of transfers that they start
     /// included, and joins both threads. Any thread but those two that holds no lock which a completion wants, any

@@ -18,7 +18,7 @@ void RequestRunner::run(CurlExchange& exchange) {
         const std::lock_guard<std::mutex> lock(mutex_);
         waiting_.insert(multi.get());
     }
-    while (!interrupted_ && exchange.prepare()) {
+    while (!isInterrupted() && exchange.prepare()) {
         exchange.conclude(perform(multi.get(), exchange.handle()));
     }
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -26,17 +26,19 @@ void RequestRunner::run(CurlExchange& exchange) {
 }
 
 void RequestRunner::interrupt() {
-    interrupted_ = true;
+    ++interruptions_;
     const std::lock_guard<std::mutex> lock(mutex_);
     for (CURLM* const multi : waiting_) {
         curl_multi_wakeup(multi);
     }
 }
 
+void RequestRunner::takeInterruptionBack() { --interruptions_; }
+
 CURLcode RequestRunner::perform(CURLM* multi, CURL* handle) {
     CURLcode code = CURLE_ABORTED_BY_CALLBACK;
     curl_multi_add_handle(multi, handle);
-    while (!interrupted_) {
+    while (!isInterrupted()) {
         int left = 0;
         curl_multi_perform(multi, &left);
         if (const CURLMsg* const message = curl_multi_info_read(multi, &left)) {

@@ -10,7 +10,7 @@ namespace platform {
 
 class CurlExchange;
 
-/// Runs exchanges on the threads of those who wait for them, until it is interrupted. Any thread; must outlive what it
+/// Runs exchanges on the threads of those who wait for them, unless it is interrupted. Any thread; must outlive what it
 /// runs.
 class RequestRunner {
 public:
@@ -18,13 +18,18 @@ public:
     /// Cancelled then, even if nothing of it had begun.
     void run(CurlExchange& exchange);
 
-    /// Ends what runs, whatever it waits for, and everything that comes later. Returns at once.
+    /// Ends what runs, whatever it waits for, and everything that comes until it is taken back. Returns at once.
     void interrupt();
+
+    /// Takes one interruption back: what comes runs again once all have been. What has not noticed them goes on.
+    void takeInterruptionBack();
 
 private:
     CURLcode perform(CURLM* multi, CURL* handle);
 
-    std::atomic<bool> interrupted_ = false;
+    bool isInterrupted() const { return interruptions_ != 0; }
+
+    std::atomic<unsigned> interruptions_ = 0;  ///< that have not been taken back
     std::mutex mutex_;
     std::set<CURLM*> waiting_;  ///< all that run
 };

@@ -13,12 +13,14 @@ namespace TesselSystemMonitor {
 /// Hears on the system bus what the machine's login manager (logind) announces, on a thread of its own, from
 /// construction to stop().
 ///
-/// `PrepareForShutdown(true)` is a power down, `PrepareForSleep` a sleep (true) or a resume (false); a shutdown that is
-/// called off is nothing. Only what the owner of the name "org.freedesktop.login1" tells everybody counts.
+/// `PrepareForShutdown(true)` is a power down, and `false` after it one that is called off; `PrepareForSleep` is a
+/// sleep (true) or a resume (false). What is announced twice in a row counts once, and a `false` that follows
+/// no `true` is nothing. Only what the owner of the name "org.freedesktop.login1" tells everybody counts.
 ///
 /// From the start on a delay lock is held, so that a shutdown waits until the report of it has returned; logind's own
 /// limit (five seconds, usually) holds all the same. Where logind gives none, a level 4 line says why, and the reports
-/// come as ever. A sleep is not held up. After a shutdown that is called off no new lock is taken.
+/// come as ever. A sleep is not held up. When a shutdown is called off, a lock is asked for anew, before that is
+/// reported.
 ///
 /// A machine without a bus, or a bus that refuses, costs one level 3 line, and so does a bus that goes away later:
 /// nothing is reported from then on, and nothing is tried again.

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -195,12 +196,20 @@ int LogindWatch::onDelayAnswered(sd_bus_message* answer, void* watch, sd_bus_err
 
 int LogindWatch::onPrepareForShutdown(sd_bus_message* signal, void* watch, sd_bus_error* /*error*/) {
     LogindWatch& self = *static_cast<LogindWatch*>(watch);
-    if (announced(signal) == true) {
-        self.isPoweringDown_ = true;
+    const std::optional<bool> begins = announced(signal);
+    if (!begins || *begins == self.isPoweringDown_) {
+        return 0;
+    }
+    self.isPoweringDown_ = *begins;
+    if (*begins) {
         self.tell(PowerDown);
         self.letGoOfDelay();
+        return 0;
     }
-    return 0;
+    // First, since the next shutdown may follow at once, and whatever is reported takes its time.
+    const int asked = self.askForDelay();
+    self.tell(PowerDownCalledOff);
+    return std::min(asked, 0);
 }
 
 int LogindWatch::onPrepareForSleep(sd_bus_message* signal, void* watch, sd_bus_error* /*error*/) {

@@ -212,6 +212,27 @@ TEST_F(SentRequest, FailsAtOnceAfterAnInterruption) {
     EXPECT_EQ(server.connections(), 0U);
 }
 
+TEST_F(SentRequest, IsAnsweredOnceEveryInterruptionHasBeenTakenBack) {
+    ScriptedServer server([](ScriptedConnection& client) { client.respond(200, "<version/>"); });
+    transport.interruptRequests();
+    transport.interruptRequests();
+    transport.allowRequests();
+    EXPECT_EQ(sendTo(server.url()), Cancelled);
+    EXPECT_EQ(server.connections(), 0U);
+    transport.allowRequests();
+    EXPECT_EQ(sendTo(server.url()), Success);
+    EXPECT_EQ(response.getBody(), "<version/>");
+}
+
+TEST_F(SentRequest, FailsAfterTheStopAlthoughAnInterruptionIsTakenBack) {
+    ScriptedServer server(answerNever);
+    transport.interruptRequests();
+    transport.stop();
+    transport.allowRequests();
+    EXPECT_EQ(sendTo(server.url(), 3600000), Cancelled);
+    EXPECT_EQ(server.connections(), 0U);
+}
+
 TEST_F(SentRequest, IsInterruptedWithoutHarmToTransfers) {
     ScriptedServer server([](ScriptedConnection& client) { client.respond(200, "<Corvid/>"); });
     transport.interruptRequests();

@@ -66,7 +66,7 @@ TEST_F(LogindDelay, IsNotKeptIfItComesAfterTheShutdown) {
     EXPECT_FALSE(log->mentions(WAITS));
 }
 
-TEST_F(LogindDelay, IsKeptThroughSleepsAndShutdownsThatAreCalledOff) {
+TEST_F(LogindDelay, IsKeptThroughSleepsAndAnEndOfAShutdownThatNeverBegan) {
     listen();
     const support::LentDelay delay = logind.lendDelay();
     logind.emit({"PrepareForShutdown", false});
@@ -74,6 +74,56 @@ TEST_F(LogindDelay, IsKeptThroughSleepsAndShutdownsThatAreCalledOff) {
     logind.emit({"PrepareForSleep", false});
     events.waitFor(2);
     EXPECT_TRUE(delay.isHeld());
+}
+
+TEST_F(LogindDelay, IsAskedForAnewWhenAShutdownIsCalledOff) {
+    listen();
+    const support::LentDelay first = logind.lendDelay();
+    log->waitFor(WAITS);
+    logind.emit({"PrepareForShutdown"});
+    first.waitForItsEnd();
+    log->clear();
+    logind.emit({"PrepareForShutdown", false});
+    const support::LentDelay second = logind.lendDelay();
+    EXPECT_EQ(second.request(), first.request());
+    log->waitFor(WAITS);
+    EXPECT_TRUE(second.isHeld());
+}
+
+TEST_F(LogindDelay, IsAskedForAnewBeforeItIsReportedThatAShutdownIsCalledOff) {
+    std::promise<void> goOn;
+    listenWith([&](auto type) {
+        if (type == TesselSystemMonitor::PowerEventTypeEnum::PowerDownCalledOff) {
+            goOn.get_future().wait();
+        }
+    });
+    logind.lendDelay();
+    logind.emit({"PrepareForShutdown"});
+    logind.emit({"PrepareForShutdown", false});
+    const support::LentDelay second = logind.lendDelay();
+    goOn.set_value();
+    log->waitFor(WAITS);
+    EXPECT_TRUE(second.isHeld());
+}
+
+TEST_F(LogindDelay, IsHeldThroughTheReportOfAShutdownAfterOneThatWasCalledOff) {
+    std::promise<void> goOn;
+    listenWith([&](auto type) {
+        events.recorder()(type);
+        if (events.numbers().size() == 3) {
+            goOn.get_future().wait();
+        }
+    });
+    logind.emit({"PrepareForShutdown"});
+    logind.lendDelay().waitForItsEnd();
+    logind.emit({"PrepareForShutdown", false});
+    const support::LentDelay delay = logind.lendDelay();
+    log->waitFor(WAITS);
+    logind.emit({"PrepareForShutdown"});
+    EXPECT_THAT(events.waitFor(3), testing::ElementsAre(3, 4, 3));
+    EXPECT_TRUE(delay.isHeld());
+    goOn.set_value();
+    delay.waitForItsEnd();
 }
 
 TEST_F(LogindDelay, ThatIsRefusedIsSaidAndLeavesTheReports) {

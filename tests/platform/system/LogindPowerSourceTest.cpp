@@ -44,10 +44,27 @@ TEST_F(LogindPowerSource, ReportsAResumeAsEventTwo) {
     EXPECT_THAT(events.waitFor(1), ElementsAre(2));
 }
 
-TEST_F(LogindPowerSource, IgnoresAShutdownThatIsCalledOff) {
+TEST_F(LogindPowerSource, ReportsAShutdownThatIsCalledOffAsEventFour) {
+    listen();
+    logind.emit({"PrepareForShutdown"});
+    logind.emit({"PrepareForShutdown", false});
+    EXPECT_THAT(events.waitFor(2), ElementsAre(3, 4));
+}
+
+TEST_F(LogindPowerSource, IgnoresTheEndOfAShutdownThatNeverBegan) {
     listen();
     logind.emit({"PrepareForShutdown", false});
     EXPECT_THAT(eventsUpToASleep(), ElementsAre(1));
+}
+
+TEST_F(LogindPowerSource, ReportsOnceWhatIsAnnouncedTwice) {
+    listen();
+    logind.emit({"PrepareForShutdown"});
+    logind.emit({"PrepareForShutdown"});
+    logind.emit({"PrepareForShutdown", false});
+    logind.emit({"PrepareForShutdown", false});
+    logind.emit({"PrepareForShutdown"});
+    EXPECT_THAT(eventsUpToASleep(4), ElementsAre(3, 4, 3, 1));
 }
 
 TEST_F(LogindPowerSource, ReportsEventsInTheirOrder) {
