@@ -200,8 +200,12 @@ int renameFile(const std::string& from, const std::string& to, bool keepExisting
 }
 
 int syncDirectoryOf(const std::string& path) {
-    const FileDescriptor directory(
+    return syncDirectory(
         uninterrupted([&] { return ::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+}
+
+int syncDirectory(int descriptor) {
+    const FileDescriptor directory(descriptor);
     if (!directory.isOpen()) {
         return errno;
     }
