@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -76,6 +78,23 @@ std::string disorderOfMove(const std::vector<Call>& calls, const std::string& fr
     return isSynced ? "" : "the folder was not synced before the next rename";
 }
 
+/// What is wrong with the order of the calls that remove files; empty if nothing is.
+std::string disorderOfRemovals(const std::vector<Call>& calls, const std::vector<std::string>& files) {
+    for (const std::string& file : files) {
+        const auto removal = std::find_if(calls.begin(), calls.end(), [&](const Call& call) {
+            return call.name.starts_with("unlink") && call.path == file;
+        });
+        if (removal == calls.end()) {
+            return file + " was not removed";
+        }
+        const std::string folder = FileUtils::getParentDirectory(file);
+        if (std::none_of(removal, calls.end(), [&](const Call& call) { return isSync(call, folder); })) {
+            return "the folder was not synced after the removal of " + file;
+        }
+    }
+    return "";
+}
+
 /// Every file that a deed renames into place, and those that a start sets aside.
 class WriteOrder : public testing::Test {
 protected:
@@ -150,6 +169,20 @@ protected:
         }
     }
 
+    /// @param body in the traced process. @param files that it removes.
+    void expectOrderOfRemovals(const std::string& what, const std::function<int()>& body,
+                               const std::vector<std::string>& files) {
+        if (trial_.hasLost()) {
+            return;
+        }
+        const Traced traced = runTraced(scene_.folder(), body, {});
+        ASSERT_EQ(traced.status, 0);
+        trial_.tried();
+        if (const std::string wrong = disorderOfRemovals(traced.calls, files); !wrong.empty()) {
+            trial_.lost(what + ": " + wrong, scene_.folder());
+        }
+    }
+
     const fakes::TemporaryDirectory directory_;
     const Scene scene_{directory_.path()};
     Trial trial_{"order", "writes"};
@@ -184,6 +217,71 @@ TEST_F(WriteOrder, IsSyncRenameSyncOnEveryWayToTheDisk) {
     }
     EXPECT_EQ(foldersMade_, 2) << "the configuration folder and the cache";
     expectOrderWhereAFileIsSetAside();
+}
+
+TEST_F(WriteOrder, EndsWithASyncOfEachFolderThatFilesWereRemovedFrom) {
+    if (!tracingIsAllowed(trial_)) {
+        GTEST_SKIP() << tracingIsNotAllowed;
+    }
+    writeFiles(scene_, 1);
+    const auto removeServer = [this] {
+        Client client(scene_);
+        client.joinServer(1);
+        markBegin();
+        const bool isRemoved = client.featureSet().removeConfigStore("Server");
+        markEnd();
+        return isRemoved ? 0 : 1;
+    };
+    expectOrderOfRemovals("a store that is removed", removeServer, {scene_.serverFile()});
+    writeFiles(scene_, 2);
+    // One in a folder of its own, and one beside the files that the module knows.
+    const std::vector<std::string> others = {scene_.config() + "/Cache/a/b/report", scene_.config() + "/Cache/notes"};
+    directory_.write("config/Cache/a/b/report", "text");
+    directory_.write("config/Cache/notes", "text");
+    std::vector<std::string> files = others;
+    files.push_back(scene_.localFile());
+    files.push_back(scene_.serverFile());
+    expectOrderOfRemovals(
+        nameOf(Deed::ResetData), [this] { return startAndPerform(scene_, Deed::ResetData, 2); }, files);
+}
+
+TEST_F(WriteOrder, OfAResetIsToldOfWhereTheDiskDoesNotTakeIt) {
+    if (!tracingIsAllowed(trial_)) {
+        GTEST_SKIP() << tracingIsNotAllowed;
+    }
+    const auto isTold = [this] {
+        Client client(scene_);
+        client.log().clear();
+        markBegin();
+        client.resetData();
+        markEnd();
+        const std::vector<std::string> lines = client.complaints();
+        return std::any_of(lines.begin(), lines.end(),
+                           [](const std::string& line) { return line.starts_with("removed files may come back"); })
+                   ? 1
+                   : 0;
+    };
+    writeFiles(scene_, 1);
+    const Traced traced = runTraced(scene_.folder(), isTold, {});
+    EXPECT_EQ(traced.status, 0);
+    // The removed user's file lay in the configuration folder itself.
+    const auto sync = std::find_if(traced.calls.begin(), traced.calls.end(),
+                                   [&](const Call& call) { return isSync(call, scene_.config()); });
+    ASSERT_NE(sync, traced.calls.end());
+    writeFiles(scene_, 1);
+    const auto at = static_cast<std::size_t>(sync - traced.calls.begin());
+    EXPECT_EQ(runTraced(scene_.folder(), isTold, {Fault::Kind::Fail, at, 1, EIO}).status, 1);
+    trial_.tried(2);
+}
+
+TEST_F(WriteOrder, OfRemovalsIsFoundWrongWhereItIs) {
+    const Call one{"unlinkat", "/d/a", ""};
+    const Call other{"unlink", "/d/b", ""};
+    const Call sync{"fsync", "/d", ""};
+    EXPECT_EQ(disorderOfRemovals({one, other, sync}, {"/d/a", "/d/b"}), "");
+    EXPECT_EQ(disorderOfRemovals({one, sync}, {"/d/b"}), "/d/b was not removed");
+    EXPECT_EQ(disorderOfRemovals({one, sync, other}, {"/d/a", "/d/b"}),
+              "the folder was not synced after the removal of /d/b");
 }
 
 TEST_F(WriteOrder, OfAFolderIsFoundWrongWhereItIs) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 
 namespace QuillCoreUtils {
@@ -26,8 +27,16 @@ public:
     /// @return 0, else the system's error number (errno); EINVAL for a file that is not below the folder.
     int remove(const std::string& file);
 
+    /// After the last removal: syncs each folder that has lost a file since the last call, so that no power cut brings
+    /// one back. A folder that is gone, or that the file system cannot sync, is as durable as it gets.
+    ///
+    /// Waits for the disk, and logs nothing.
+    /// @return 0, else the error number of the first folder that failed; the others are synced all the same.
+    int syncFolders();
+
 private:
-    const std::string folder_;  ///< with a separator at its end
+    const std::string folder_;       ///< with a separator at its end
+    std::set<std::string> changed_;  ///< folders below it that are yet to be synced; empty for itself
     const std::unique_ptr<FolderCursor> cursor_;
 };
 

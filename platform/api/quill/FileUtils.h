@@ -34,6 +34,10 @@ public:
     /// was none.
     static bool removeFile(const std::string& path);
 
+    /// Makes it last that files have come to the folder of a file or have gone from it: waits until the disk has that.
+    /// True as well on a file system that cannot sync folders; false, and logged, if the disk failed.
+    static bool syncFolderOf(const std::string& path);
+
     /// Logs the failure of a removal that was made in silence, as removeFile() would have. A file that was not there
     /// any more is none. @param error what FileRemover::remove() gave.
     static void logRemoval(const std::string& path, int error);

@@ -23,14 +23,6 @@ using Existing = std::optional<struct stat>;
 /// Writes the new file, knowing what stood at the destination.
 using Fill = std::function<int(SiblingFile&, const Existing&)>;
 
-/// EISDIR for a folder, EINVAL for a device, a pipe and the like.
-int refuseIrregular(mode_t mode) {
-    if (S_ISREG(mode)) {
-        return 0;
-    }
-    return S_ISDIR(mode) ? EISDIR : EINVAL;
-}
-
 /// A hard link may be somebody else's way to have a file of this user's written to.
 int refuseSharedFile(int file) {
     struct stat status {};
@@ -124,15 +116,11 @@ void makeNamesDurable(const std::string& from, const std::string& to) {
 
 /// Gives a finished sibling the destination's permissions and makes its contents durable.
 int finishSibling(const std::string& sibling, const Existing& existing) {
-    const FileDescriptor file(
-        uninterrupted([&] { return ::open(sibling.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-    struct stat status {};
-    if (!file.isOpen() || fstat(file.get(), &status) != 0) {
-        return errno;
-    }
-    if (const int error = refuseIrregular(status.st_mode)) {
+    int descriptor = -1;
+    if (const int error = openRegularFile(sibling, descriptor, Links::Refuse)) {
         return error;
     }
+    const FileDescriptor file(descriptor);
     const int error = existing ? adoptPermissions(file.get(), *existing) : errorOf(fchmod(file.get(), ownerOnly));
     return error != 0 ? error : errorOf(uninterrupted([&] { return fsync(file.get()); }));
 }
@@ -154,21 +142,6 @@ int finishAndRename(const std::string& sibling, const std::string& to) {
 }
 
 }  // namespace
-
-int openRegularFile(const std::string& path, int& descriptor) {
-    // Without O_NONBLOCK the opening of a pipe would wait for its other end.
-    descriptor = uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); });
-    if (descriptor < 0) {
-        return errno;
-    }
-    struct stat status {};
-    const int error = fstat(descriptor, &status) != 0 ? errno : refuseIrregular(status.st_mode);
-    if (error != 0) {
-        ::close(descriptor);
-        descriptor = -1;
-    }
-    return error;
-}
 
 int resolveLinks(const std::string& path, std::string& resolved) {
     resolved = path;

@@ -6,10 +6,6 @@ namespace QuillCoreUtils {
 
 /// The steps behind FileUtils' durable operations. All give 0 or an errno; nothing is logged. Any thread.
 
-/// Opens what a path names for reading if it is a regular file. @param descriptor receives it, for the caller to close;
-/// -1 on failure.
-int openRegularFile(const std::string& path, int& descriptor);
-
 /// The path that remains when the last part of a path is followed as long as it is a link. What it names need not
 /// exist. A link that belongs neither to this process's user, nor to root, nor to the owner of its folder is not
 /// followed: EPERM.

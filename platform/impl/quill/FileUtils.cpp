@@ -122,6 +122,10 @@ bool FileUtils::removeFile(const std::string& path) {
     return succeeded(errorOf(::unlink(path.c_str())), "removeFile", "remove " + quoted(path));
 }
 
+bool FileUtils::syncFolderOf(const std::string& path) {
+    return succeeded(syncDirectoryOf(path), "syncFolderOf", "sync the folder that holds " + quoted(path));
+}
+
 void FileUtils::logRemoval(const std::string& path, int error) {
     if (error != ENOENT) {
         succeeded(error, "removeFile", "remove " + quoted(path));

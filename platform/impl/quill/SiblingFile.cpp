@@ -98,9 +98,12 @@ SiblingFile::~SiblingFile() {
 void SiblingFile::removeStaleSiblings() const {
     for (const std::string& name : siblingNames(directory_, prefix_)) {
         const std::string path = directory_ + "/" + name;
-        const FileDescriptor file(
-            uninterrupted([&] { return ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); }));
-        if (file.isOpen() && tryLock(file.get(), false)) {
+        int descriptor = -1;
+        if (openRegularFile(path, descriptor, Links::Refuse) != 0) {
+            continue;
+        }
+        const FileDescriptor file(descriptor);
+        if (tryLock(file.get(), false)) {
             ::unlink(path.c_str());
         }
     }
@@ -200,8 +203,12 @@ int renameFile(const std::string& from, const std::string& to, bool keepExisting
 }
 
 int syncDirectoryOf(const std::string& path) {
-    const FileDescriptor directory(
+    return syncDirectory(
         uninterrupted([&] { return ::open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+}
+
+int syncDirectory(int descriptor) {
+    const FileDescriptor directory(descriptor);
     if (!directory.isOpen()) {
         return errno;
     }

@@ -60,4 +60,7 @@ int renameFile(const std::string& from, const std::string& to, bool keepExisting
 /// Makes the entries of the folder around a file durable. @return 0 or an errno.
 int syncDirectoryOf(const std::string& path);
 
+/// The same for an open folder, which is closed. @param descriptor what open() gave; -1 gives errno.
+int syncDirectory(int descriptor);
+
 }  // namespace QuillCoreUtils

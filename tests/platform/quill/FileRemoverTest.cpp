@@ -1,5 +1,6 @@
 #include "quill/FileRemover.h"
 
+#include <cerrno>
 #include <climits>
 #include <filesystem>
 #include <string>
@@ -46,6 +47,31 @@ TEST_F(Removal, TakesWhatIsListed) {
     removeAll();
     EXPECT_THAT(listed(), IsEmpty());
     EXPECT_TRUE(fs::is_directory(path("top/a/c")));
+}
+
+TEST_F(Removal, IsMadeToLastInEachFolderThatIsStillThere) {
+    for (const std::string name : {"top/b", "top/a/b", "top/a/c/d"}) {
+        directory_.write(name, "");
+    }
+    FileRemover remover(path("top"));
+    EXPECT_EQ(remover.syncFolders(), 0) << "nothing was removed";
+    for (const std::string& file : listed()) {
+        EXPECT_EQ(remover.remove(file), 0) << file;
+    }
+    fs::remove_all(path("top/a/c"));
+    EXPECT_EQ(remover.syncFolders(), 0);
+}
+
+TEST_F(Removal, IsToldOfWhereItsFolderCannotBeReached) {
+    directory_.write("top/a/b", "");
+    FileRemover remover(path("top"));
+    EXPECT_EQ(remover.remove(path("top/a/b")), 0);
+    fs::remove(path("top/a"));
+    fs::create_directory_symlink(path("top"), path("top/a"));
+    directory_.write("top/c", "");
+    EXPECT_EQ(remover.remove(path("top/c")), 0);
+    EXPECT_EQ(remover.syncFolders(), ENOTDIR);
+    EXPECT_EQ(remover.syncFolders(), 0) << "once";
 }
 
 TEST_F(Removal, TakesALinkAndLeavesWhatItLeadsTo) {

@@ -15,6 +15,7 @@
 #include "fakes/TemporaryDirectory.h"
 #include "impl/quill/SiblingFile.h"
 #include "quill/FileUtils.h"
+#include "support/OpenedFiles.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -66,6 +67,24 @@ TEST_F(FileReplacement, KeepsNoDescriptorOfWhatItRefuses) {
     const auto before = descriptors();
     EXPECT_FALSE(copy("pipe", "to"));
     EXPECT_EQ(descriptors(), before);
+}
+
+// An open is more than a look: it winds a tape back, and starts a watchdog.
+TEST_F(FileReplacement, OpensNothingButRegularFiles) {
+    for (const char* const pipe : {"pipe", "sibling", ".to.4711.1.new"}) {
+        ASSERT_EQ(mkfifo(path(pipe).c_str(), 0600), 0);
+    }
+    directory_.write("file", "text");
+    ASSERT_EQ(symlink(path("pipe").c_str(), path("link").c_str()), 0);
+    support::OpenedFiles opened(directory_.path());
+    std::string contents;
+    EXPECT_FALSE(FileUtils::readFile(path("pipe"), contents));
+    EXPECT_FALSE(FileUtils::readFile(path("link"), contents));
+    EXPECT_FALSE(copy("pipe", "to"));
+    EXPECT_FALSE(FileUtils::replaceFileDurably(path("sibling"), path("to")));
+    FileUtils::removeStaleSiblings(path("to"));
+    EXPECT_TRUE(FileUtils::readFile(path("file"), contents));
+    EXPECT_THAT(opened.take(), ElementsAre(testing::Pair("file", 1)));
 }
 
 TEST_F(FileReplacement, CopiesIntoANewFileForTheOwnerOnly) {

@@ -1,8 +1,12 @@
+#include <fcntl.h>
+#include <stdlib.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <libxml/parser.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -11,6 +15,7 @@
 #include "quill/XmlUtils.h"
 #include "stores/LocalFileConfigStore.h"
 #include "stores/XmlConfigStore.h"
+#include "support/ForkedChild.h"
 #include "support/HeldPipe.h"
 #include "xml/XmlDocument.h"
 
@@ -379,6 +384,26 @@ TEST_F(HostileDocuments, MayBePipesThatSomebodyHoldsAndAreNotRead) {
 TEST_F(HostileDocuments, MayBeDevicesThatNeverEnd) {
     XmlConfigStore server("X", 10, false, "/dev/zero", true);
     EXPECT_TRUE(server.getKeys().empty());
+}
+
+// The first terminal that a process without one opens becomes its own: from there come its signals.
+TEST_F(HostileDocuments, MayBeTerminalsAndAreNotOpened) {
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    std::array<char, 64> name{};
+    if (terminal < 0 || unlockpt(terminal) != 0 || ptsname_r(terminal, name.data(), name.size()) != 0) {
+        GTEST_SKIP() << "no terminal can be had";
+    }
+    std::filesystem::create_symlink(name.data(), path("local.xml"));
+    std::filesystem::create_symlink(name.data(), path("server.xml"));
+    const auto controlledAfterReading = [this] {
+        setsid();
+        const XmlConfigStore server("X", 10, false, path("server.xml"), true);
+        const LocalFileConfigStore local("L", 20, world_.directory().path(), "local.xml", false, false);
+        return ::open("/dev/tty", O_RDONLY | O_CLOEXEC) >= 0 ? 1 : 0;
+    };
+    EXPECT_EQ(support::runForked(controlledAfterReading), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(path("local-backup.xml")));
+    ::close(terminal);
 }
 
 // A program that was killed leaves no links: whoever puts one there wants another file to be overwritten.

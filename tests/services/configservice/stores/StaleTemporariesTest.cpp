@@ -73,6 +73,39 @@ TEST_F(StaleTemporariesOfTheDead, AreNotLookedForBehindAStrangersLink) {
     EXPECT_EQ(read("elsewhere/cachedServer.xml.temp"), "text");
 }
 
+TEST_F(StaleTemporariesOfTheDead, AreRemovedBesideWhatTheUsersOwnLinksLeadTo) {
+    const std::vector<std::string> stale = {"elsewhere/.user.xml.4711.3.new", "elsewhere/.server.xml.4711.3.new",
+                                            "elsewhere/.gone.xml.4711.3.new"};
+    const std::vector<std::string> others = {"elsewhere/server.xml", "elsewhere/.report.xml.4711.3.new"};
+    for (const std::vector<std::string>& files : {stale, others}) {
+        for (const std::string& file : files) {
+            write(file, "text");
+        }
+    }
+    std::filesystem::create_directories(path("config/Cache"));
+    std::filesystem::create_symlink(path("elsewhere/user.xml"), path("config/corvidLocalConfig.xml"));
+    std::filesystem::create_symlink(path("elsewhere/server.xml"), path("config/Cache/cachedServer.xml"));
+    std::filesystem::create_symlink(path("elsewhere/gone.xml"), path("config/Cache/cachedGone.xml"));
+    std::filesystem::create_symlink(path("elsewhere/report.xml"), path("config/Cache/report.xml"));
+    StaleTemporaries::remove();
+    for (const std::string& file : stale) {
+        EXPECT_FALSE(world_.directory().exists(file)) << file;
+    }
+    for (const std::string& file : others) {
+        EXPECT_EQ(read(file), "text") << file;
+    }
+}
+
+TEST_F(StaleTemporariesOfTheDead, AreNotLookedForBehindAStrangersLinkInTheCache) {
+    write("elsewhere/.server.xml.4711.3.new", "text");
+    std::filesystem::create_directories(path("config/Cache"));
+    if (!support::makeStrangersLink(path("elsewhere/server.xml"), path("config/Cache/cachedServer.xml"))) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    StaleTemporaries::remove();
+    EXPECT_EQ(read("elsewhere/.server.xml.4711.3.new"), "text");
+}
+
 TEST_F(StaleTemporariesOfTheDead, AreToldOfWhereTheyCannotBeRemoved) {
     std::filesystem::create_directories(path("config/.corvidLocalConfig.xml.temp"));
     StaleTemporaries::remove();

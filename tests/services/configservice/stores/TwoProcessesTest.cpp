@@ -1,10 +1,18 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
 #include <functional>
+#include <memory>
+#include <thread>
 
 #include "StoreTestSupport.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
 #include "support/ForkedChild.h"
+#include "xml/SiblingLock.h"
 
 namespace storetests {
 namespace {
@@ -70,6 +78,119 @@ TEST_F(TwoProcesses, NeverPutEachOthersHalfWrittenCacheFileInPlace) {
         }
     }));
     EXPECT_TRUE(whole);
+}
+
+/// Somebody who may read a folder, and holds its lock.
+class LockOfAnother {
+public:
+    explicit LockOfAnother(const std::string& folder)
+        : descriptor_(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        EXPECT_EQ(::flock(descriptor_, LOCK_SH | LOCK_NB), 0) << folder;
+    }
+    ~LockOfAnother() { ::close(descriptor_); }
+
+    LockOfAnother(const LockOfAnother&) = delete;
+    LockOfAnother& operator=(const LockOfAnother&) = delete;
+
+private:
+    const int descriptor_;
+};
+
+class LockThatIsHeldForEver : public StoreTest {
+protected:
+    static bool isFree(const std::string& folder) {
+        const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const bool isFree = ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+        ::close(descriptor);
+        return isFree;
+    }
+
+    static bool isMutexFree() {
+        if (!XmlFileWriter::siblingMutex().tryLock()) {
+            return false;
+        }
+        XmlFileWriter::siblingMutex().unlock();
+        return true;
+    }
+
+    std::string toldLine() const {
+        return "another process holds the lock of this folder and does not let it go; it is ignored from now on, and "
+               "if "
+               "that process writes the same files one may put what the other has half written in their place: [" +
+               folder_ + "]";
+    }
+
+    std::size_t timesTold() const { return log_->count(3, toldLine()); }
+
+    const std::string folder_ = world_.directory().path();
+    static constexpr std::chrono::milliseconds SOON{30};
+};
+
+TEST_F(LockThatIsHeldForEver, LetsAWriteThroughAndIsToldOfOnce) {
+    {
+        const LockOfAnother another(folder_);
+        { const SiblingLock lock(folder_, SOON); }
+        EXPECT_THAT(linesOf(log_, "SiblingLock"),
+                    testing::ElementsAre(Line{3, "SiblingLock", "SiblingLock", toldLine()}));
+        // The folder's lock is ignored, under whichever name: nobody waits once more.
+        const auto begun = std::chrono::steady_clock::now();
+        LocalFileConfigStore store("L", 20, folder_, "local.xml", false, false);
+        store.storeValue(L"a", L"1");
+        store.persistValues();
+        EXPECT_TRUE(XmlConfigParser::writeToFile(path("server.xml"), ConfigMap{{L"a", L"1"}}));
+        EXPECT_LT(std::chrono::steady_clock::now() - begun, SiblingLock::PATIENCE);
+    }
+    LocalFileConfigStore written("L", 20, folder_, "local.xml", false, true);
+    EXPECT_EQ(contentsOf(written), (Map{{L"a", L"1"}}));
+    EXPECT_TRUE(world_.directory().exists("server.xml"));
+    EXPECT_EQ(timesTold(), 1u);
+    { const SiblingLock lock(folder_); }  // which others are to find free
+}
+
+TEST_F(LockThatIsHeldForEver, IsToldOfUnderNoLock) {
+    auto another = std::make_unique<LockOfAnother>(folder_);
+    bool isFreeForOthers = false;
+    log_->atNext(toldLine(), [&] {
+        // On a thread of its own, since this one may take again what it holds.
+        std::thread([&] { isFreeForOthers = isMutexFree(); }).join();
+    });
+    { const SiblingLock lock(folder_, SOON); }
+    EXPECT_TRUE(isFreeForOthers);
+    another.reset();
+    { const SiblingLock lock(folder_); }  // which others are to find free
+}
+
+TEST_F(LockThatIsHeldForEver, IsTakenAgainOnceItHasBeenFree) {
+    {
+        const LockOfAnother another(folder_);
+        const SiblingLock lock(folder_, SOON);
+    }
+    {
+        const SiblingLock lock(folder_, SOON);
+        EXPECT_FALSE(isFree(folder_));
+    }
+    EXPECT_TRUE(isFree(folder_));
+    {
+        const LockOfAnother another(folder_);
+        const SiblingLock lock(folder_, SOON);
+    }
+    EXPECT_EQ(timesTold(), 2u);
+    { const SiblingLock lock(folder_); }  // which others are to find free
+}
+
+TEST_F(LockThatIsHeldForEver, IsWaitedForWhileThereIsPatience) {
+    auto another = std::make_unique<LockOfAnother>(folder_);
+    std::thread writer([&] {
+        const SiblingLock lock(folder_, std::chrono::hours(1));
+        EXPECT_FALSE(isFree(folder_));
+    });
+    // Who waits keeps the other threads of this process out.
+    while (isMutexFree()) {
+        std::this_thread::yield();
+    }
+    another.reset();
+    writer.join();
+    EXPECT_EQ(timesTold(), 0u);
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <system_error>
 
 #include "ConfigAdapter.h"
 #include "DataReset.h"
@@ -26,6 +27,15 @@ void removeFile(FileRemover& remover, const std::string& file) {
         error = remover.remove(file);
     }
     FileUtils::logRemoval(file, error);
+}
+
+/// What was acknowledged as forgotten stands in the files in clear.
+void makeRemovalsLast(FileRemover& remover, TesselLogger* logger) {
+    if (const int error = remover.syncFolders()) {
+        TesselLog(logger, 3, __FILE__, __LINE__, "removeFilesFromDirectory",
+                  "removed files may come back after a power cut, since a folder could not be synced: " +
+                      std::generic_category().message(error));
+    }
 }
 
 }  // namespace
@@ -144,6 +154,7 @@ void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
         removeFile(remover, file);
         log("file with name: [" + QuillCoreUtils::inOneLine(name) + "] deleted");
     }
+    makeRemovalsLast(remover, logger());
 }
 
 std::vector<std::shared_ptr<ConfigStore>> ConfigAdapter::endDataReset() {

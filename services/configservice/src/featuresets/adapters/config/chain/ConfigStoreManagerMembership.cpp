@@ -161,8 +161,9 @@ bool ConfigStoreManager::removeCacheFile(const std::string& fileName) {
     const StoreChain::Lock lock(chain_);
     const std::string path = CacheFiles::path(fileName);
     const bool exists = QuillCoreUtils::FileUtils::fileExists(path);
-    if (exists && isCacheOwn("removeCacheFile", path)) {
-        QuillCoreUtils::FileUtils::removeFile(path);
+    if (exists && isCacheOwn("removeCacheFile", path) && QuillCoreUtils::FileUtils::removeFile(path)) {
+        // Or a power cut might bring back what has been acknowledged as gone.
+        QuillCoreUtils::FileUtils::syncFolderOf(path);
     }
     return exists;
 }

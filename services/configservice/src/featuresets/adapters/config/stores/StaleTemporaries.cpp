@@ -29,21 +29,38 @@ void removeBetweenWrites(const std::string& directory, const std::vector<std::st
     }
 }
 
-bool isTemporaryOfCacheFile(const std::string& path) {
-    std::string_view name = path;
+bool isTemporaryOfCacheFile(std::string_view name) {
     constexpr std::string_view ending = XmlConfigParser::TEMPORARY_ENDING;
-    if (FileUtils::getParentDirectory(path) != CacheFiles::directory() || !name.ends_with(ending)) {
+    if (!name.ends_with(ending)) {
         return false;
     }
     name.remove_suffix(ending.size());
-    return CacheFiles::isName(name.substr(CacheFiles::directory().size() + 1));
+    return CacheFiles::isName(name);
 }
 
-std::vector<std::string> temporariesOfCacheFiles() {
+/// Full paths of what lies in the cache folder itself.
+std::vector<std::string> filesOfTheCache() {
     std::vector<std::string> files;
-    FileUtils::getFilesFromDirectory(CacheFiles::directory(), XmlConfigParser::TEMPORARY_ENDING, files);
-    std::erase_if(files, [](const std::string& file) { return !isTemporaryOfCacheFile(file); });
+    FileUtils::getFilesFromDirectory(CacheFiles::directory(), "", files);
+    std::erase_if(
+        files, [](const std::string& file) { return FileUtils::getParentDirectory(file) != CacheFiles::directory(); });
     return files;
+}
+
+void removeFromTheCache() {
+    std::vector<std::string> temporaries;
+    for (const std::string& file : filesOfTheCache()) {
+        const std::string name = FileUtils::getFileName(file);
+        if (isTemporaryOfCacheFile(name)) {
+            temporaries.push_back(file);
+        } else if (CacheFiles::isName(name)) {
+            // The user's link to a file of another file system: what becomes that one is made beside it.
+            FileUtils::removeStaleSiblings(file);
+        }
+    }
+    if (!temporaries.empty()) {
+        removeBetweenWrites(CacheFiles::directory(), temporaries);
+    }
 }
 
 }  // namespace
@@ -56,10 +73,7 @@ void StaleTemporaries::remove() {
         removeBetweenWrites(directory, {ofUserFile});
     }
     FileUtils::removeStaleSiblings(directory + FileUtils::FileSeparator() + userFile);
-    if (CacheFiles::areStrangers()) {
-        return;
-    }
-    if (const std::vector<std::string> ofCacheFiles = temporariesOfCacheFiles(); !ofCacheFiles.empty()) {
-        removeBetweenWrites(CacheFiles::directory(), ofCacheFiles);
+    if (!CacheFiles::areStrangers()) {
+        removeFromTheCache();
     }
 }
