@@ -1,6 +1,8 @@
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
+#include <system_error>
 
 #include "DataResetFixture.h"
 #include "quill/FileUtils.h"
@@ -247,6 +249,21 @@ TEST_F(DataResetFiles, BehindALinkThatTakesThePlaceOfAFolderMeanwhileAreLeftAlon
     EXPECT_EQ(read("elsewhere/file"), "text");
     EXPECT_THAT(fileLines(), ElementsAre(deleted("a"), deleted("file")));
     EXPECT_THAT(log->texts(3), Contains("cannot remove [" + inConfig("folder/file") + "]: Not a directory"));
+}
+
+TEST_F(DataResetFiles, AreToldOfWhereAPowerCutMayBringThemBack) {
+    world.directory().write("outside/b", "text");
+    put("folder/a");
+    put("later");
+    inject();
+    log->atNext("file with name: [later] deleted", [this] {
+        fs::rename(inConfig("folder"), inConfig("moved"));
+        link(world.directory().path("outside"), "folder");
+    });
+    reset();
+    EXPECT_EQ(log->count(3, "removed files may come back after a power cut, since a folder could not be synced: " +
+                                std::generic_category().message(ENOTDIR)),
+              1u);
 }
 
 TEST_F(DataResetFiles, GoByTheTenThousandFromNestedFolders) {
