@@ -151,10 +151,12 @@ void ScheduledWorld::performByHost(const ScheduleStep& step) {
         start();
         break;
     case Act::Stop:
+        mayHaveWritten_ = true;
         host_.adapter().StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
         model_.stop();
         break;
     case Act::Destroy:
+        mayHaveWritten_ = true;
         host_.adapter().Destroy();
         destroy();
         break;
@@ -269,6 +271,7 @@ void ScheduledWorld::startAnew(bool shutDown) {
     if (shutDown) {
         host_.shutDown();
         checkUserFile(model_.userEntries());
+        checkUserFileAtTheEnd();
     }
     ++tally_["processes that went on with another's files"];
     if (const auto text = host_.drop()) {

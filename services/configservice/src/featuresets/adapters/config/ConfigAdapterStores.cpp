@@ -64,6 +64,12 @@ void ConfigAdapter::persistLocalFileStore() {
     }
 }
 
+void ConfigAdapter::persistAgain() {
+    if (localFileStore_ != nullptr) {
+        localFileStore_->persistAgain();
+    }
+}
+
 void ConfigAdapter::addOverrideStore() {
     // The start follows the constructor at once as a rule, and finds the file as that has read it.
     const auto replaced = std::dynamic_pointer_cast<XmlConfigStore>(
