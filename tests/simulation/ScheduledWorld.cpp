@@ -116,7 +116,9 @@ void ScheduledWorld::perform(const ScheduleStep& step) {
 
 void ScheduledWorld::takeMeanwhile() {
     if (mayHaveWritten_) {
-        checkUserFile(model_.userEntries());  // what the step that waits has written until now
+        // What the step that waits has written until now.
+        checkUserFile(model_.userEntries());
+        noteWhetherTheLinkIsWritten();
     }
     for (const ScheduleStep& step : std::exchange(meanwhile_, {})) {
         // A dispatcher thread that waits runs nothing.

@@ -62,6 +62,8 @@ private:
     void write(const ScheduleStep& step);
     void watch(const ScheduleStep& step);
     void takeLink(const std::wstring& link);
+    void expectAnotherTry();
+    void noteWhetherTheLinkIsWritten();
     void allowLinks();
     void addStore(const ModelStore& description);
     void removeStore(const std::string& name);

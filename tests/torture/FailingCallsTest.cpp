@@ -119,6 +119,8 @@ void writeAgain(Client& client, Deed deed) {
     }
 }
 
+bool isTriedAgainByTheEnd(Deed deed) { return deed == Deed::SetUser || deed == Deed::TakeLink; }
+
 /// What comes once the disk is in order again.
 enum class Then { AnotherWrite, TheEnd };
 
@@ -185,7 +187,7 @@ public:
                 const bool isShort = failure.fault.kind == Fault::Kind::ShortWrite;
                 if ((!isShort || calls[call].name == "write") && trial_.picks(wanted, calls.size() * failures.size())) {
                     tryFailure(failure, calls, call, Then::AnotherWrite);
-                    if (deed_ == Deed::SetUser && failure.fault.times == 1) {
+                    if (isTriedAgainByTheEnd(deed_) && failure.fault.times == 1) {
                         tryFailure(failure, calls, call, Then::TheEnd);
                     }
                 }

@@ -69,12 +69,12 @@ public:
 
     void StartFeatureSet(unsigned featureSetId, ServiceEvents events) override;
 
-    /// Tries once more to write what the user's file would not take.
+    /// Tries once more to write what the user's file, or that of a provisioning link, would not take.
     void StopFeatureSet(unsigned featureSetId, ServiceEvents events) override;
 
-    /// Tries once more to write what the user's file would not take, and ends the life of the stores on disk: what is
-    /// queued to be written is not. The remote source, the power observer and the connection to the user profile are
-    /// left alone. May be followed by a start.
+    /// Tries once more to write what the user's file, or that of a provisioning link, would not take, and ends the life
+    /// of the stores on disk: what is queued to be written is not. The remote source, the power observer and the
+    /// connection to the user profile are left alone. May be followed by a start.
     void Destroy() override;
 
     /// Waits for a lifecycle operation that is under way, unless called from inside a notification.

@@ -4,6 +4,7 @@
 #include "quill/FileUtils.h"
 #include "remote/TftpConfigStore.h"
 #include "stores/BootstrapConfigStore.h"
+#include "stores/CacheConfigStore.h"
 #include "stores/InMemoryConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
 #include "stores/XmlConfigStore.h"
@@ -65,6 +66,11 @@ void ConfigAdapter::persistLocalFileStore() {
 }
 
 void ConfigAdapter::persistAgain() {
+    // First the link: the user's file holds that it has been taken, and it is not taken again.
+    const std::shared_ptr<CacheConfigStore> link = configStoreManager_ != nullptr ? findProvisioningStore() : nullptr;
+    if (link != nullptr) {
+        link->persistAgain();
+    }
     if (localFileStore_ != nullptr) {
         localFileStore_->persistAgain();
     }
