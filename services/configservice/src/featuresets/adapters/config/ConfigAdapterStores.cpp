@@ -67,8 +67,7 @@ void ConfigAdapter::persistLocalFileStore() {
 
 void ConfigAdapter::persistAgain() {
     // First the link: the user's file holds that it has been taken, and it is not taken again.
-    const std::shared_ptr<CacheConfigStore> link = configStoreManager_ != nullptr ? findProvisioningStore() : nullptr;
-    if (link != nullptr) {
+    if (const std::shared_ptr<CacheConfigStore> link = findProvisioningStore()) {
         link->persistAgain();
     }
     if (localFileStore_ != nullptr) {
