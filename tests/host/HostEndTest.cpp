@@ -1,5 +1,6 @@
 // What the end of a host waits for.
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -65,6 +66,21 @@ TEST(HostEnd, WritesEverythingBeforeTheStoresAreDestroyed) {
     host.stop();
     EXPECT_FALSE(tooEarly);
     EXPECT_EQ(store->count("destroy"), 1U);
+    EXPECT_THAT(directory.read("config/corvidLocalConfig.xml"), HasSubstr("name=\"A\" value=\"1\""));
+}
+
+TEST(HostEnd, WritesWhatCouldNotBeWrittenBefore) {
+    const fakes::TemporaryDirectory directory;
+    ReferenceHost host(hostOptionsOn(directory));
+    ASSERT_TRUE(host.start());
+    // A folder in the place of the temporary file: no write can succeed.
+    const std::string obstacle = directory.path("config/.corvidLocalConfig.xml.temp");
+    std::filesystem::create_directories(obstacle);
+    host.runOnDispatcher([&] { host.service()->setConfig(L"A", L"1"); });
+    host.persistAll();
+    ASSERT_FALSE(directory.exists("config/corvidLocalConfig.xml"));
+    std::filesystem::remove(obstacle);
+    host.stop();
     EXPECT_THAT(directory.read("config/corvidLocalConfig.xml"), HasSubstr("name=\"A\" value=\"1\""));
 }
 

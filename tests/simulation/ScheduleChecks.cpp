@@ -177,6 +177,12 @@ void ScheduledWorld::checkUserFile(const FileEntries& userBefore) {
     model_.userFile = actual;
 }
 
+void ScheduledWorld::checkUserFileAtTheEnd() {
+    if (!model_.userDestroyed && !disturbed_ && model_.userFile != model_.userEntries()) {
+        complain(difference("the user's file at the end of a host", model_.userEntries(), model_.userFile));
+    }
+}
+
 void ScheduledWorld::checkCopies() {
     const auto actual = readCopies(host_.configDirectory());
     for (const auto& [name, entries] : std::exchange(perhaps_, {})) {

@@ -103,6 +103,21 @@ void ScheduledWorld::watch(const ScheduleStep& step) {
     value->addObserver(std::weak_ptr<ConfigValueObserver>(listeners_.back()));
 }
 
+void ScheduledWorld::expectAnotherTry() {
+    mayHaveWritten_ = true;
+    if (model_.linkUnwritten) {
+        keepCopy(ScheduleModel::linkFile, *model_.provisioning);
+    }
+}
+
+void ScheduledWorld::noteWhetherTheLinkIsWritten() {
+    if (model_.linkUnwritten) {
+        checkCopies();
+        const auto file = model_.copies.find(ScheduleModel::linkFile);
+        model_.linkUnwritten = file == model_.copies.end() || file->second != asFileEntries(*model_.provisioning);
+    }
+}
+
 void ScheduledWorld::takeLink(const std::wstring& link) {
     oracle_.adopt(mirror());
     ModelStore taken = *model_.provisioning;
@@ -117,10 +132,9 @@ void ScheduledWorld::takeLink(const std::wstring& link) {
     }
     ++tally_["links taken"];
     model_.provisioning->entries = taken.entries;
+    model_.linkUnwritten = true;
     keepCopy(ScheduleModel::linkFile, taken);
-    checkCopies();
-    const auto file = model_.copies.find(ScheduleModel::linkFile);
-    model_.linkUnwritten = file == model_.copies.end() || file->second != asFileEntries(taken);
+    noteWhetherTheLinkIsWritten();
     oracle_.adopt(mirror());
     oracle_.store(L"AllowUrlProvisioning", L"False");
 }
@@ -151,11 +165,17 @@ void ScheduledWorld::performByHost(const ScheduleStep& step) {
         start();
         break;
     case Act::Stop:
+        if (model_.started) {
+            expectAnotherTry();
+        }
         host_.adapter().StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+        noteWhetherTheLinkIsWritten();
         model_.stop();
         break;
     case Act::Destroy:
+        expectAnotherTry();
         host_.adapter().Destroy();
+        noteWhetherTheLinkIsWritten();
         destroy();
         break;
     case Act::Refresh:
@@ -249,8 +269,12 @@ void ScheduledWorld::powerDown() {
     mayHaveWritten_ = true;
     // As a host does: what is destroyed writes nothing any more, not even what is queued.
     host_.persistence().runAll();
+    if (model_.hearsOfPower) {
+        expectAnotherTry();
+    }
     host_.monitor().report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
     if (model_.hearsOfPower) {
+        noteWhetherTheLinkIsWritten();
         destroy();
     }
 }
@@ -267,8 +291,11 @@ void ScheduledWorld::switchSourceOn() {
 
 void ScheduledWorld::startAnew(bool shutDown) {
     if (shutDown) {
+        expectAnotherTry();
         host_.shutDown();
+        noteWhetherTheLinkIsWritten();
         checkUserFile(model_.userEntries());
+        checkUserFileAtTheEnd();
     }
     ++tally_["processes that went on with another's files"];
     if (const auto text = host_.drop()) {

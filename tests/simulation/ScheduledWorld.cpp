@@ -16,8 +16,8 @@ using Act = ScheduleAct;
 
 /// Whether a step may write the user's file by itself.
 bool mayWrite(Act act) {
-    return act == Act::RunPersist || act == Act::PersistWithoutDescriptors || act == Act::Start ||
-           act == Act::Refresh || act == Act::ResetData || act == Act::PowerDown;
+    return act == Act::RunPersist || act == Act::PersistWithoutDescriptors || act == Act::Start || act == Act::Stop ||
+           act == Act::Destroy || act == Act::Refresh || act == Act::ResetData || act == Act::PowerDown;
 }
 
 }  // namespace
@@ -115,6 +115,11 @@ void ScheduledWorld::perform(const ScheduleStep& step) {
 }
 
 void ScheduledWorld::takeMeanwhile() {
+    if (mayHaveWritten_) {
+        // What the step that waits has written until now.
+        checkUserFile(model_.userEntries());
+        noteWhetherTheLinkIsWritten();
+    }
     for (const ScheduleStep& step : std::exchange(meanwhile_, {})) {
         // A dispatcher thread that waits runs nothing.
         if (step.act == Act::RunDispatcher && host_.dispatcher().checkForUpdateAccess()) {

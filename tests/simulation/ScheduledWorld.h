@@ -33,6 +33,8 @@ using ScheduleTally = std::map<std::string, std::uint64_t>;
 ///    reported silently is left to be told;
 ///  - the user's file holds what was stored, unless a write has failed and none has come since;
 ///  - nothing is left of the downloads.
+/// When a host has ended, on a disk in order:
+///  - the user's file holds what was stored before the stores ended, whatever has failed before.
 class ScheduledWorld {
 public:
     explicit ScheduledWorld(ScheduleTally& tally);
@@ -60,6 +62,8 @@ private:
     void write(const ScheduleStep& step);
     void watch(const ScheduleStep& step);
     void takeLink(const std::wstring& link);
+    void expectAnotherTry();
+    void noteWhetherTheLinkIsWritten();
     void allowLinks();
     void addStore(const ModelStore& description);
     void removeStore(const std::string& name);
@@ -102,6 +106,7 @@ private:
     void checkStores();
     void checkChain();
     void checkUserFile(const FileEntries& userBefore);
+    void checkUserFileAtTheEnd();
     void checkCopies();
     void checkQuiet();
     void checkLiveValues();

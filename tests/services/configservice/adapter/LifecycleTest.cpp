@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <thread>
 
 #include "AdapterFixture.h"
@@ -18,6 +19,29 @@ protected:
 };
 
 const auto DOWN = TesselSystemMonitor::PowerEventTypeEnum::PowerDown;
+
+/// A value that was to be written while no write could succeed.
+class AValueThatCouldNotBeWritten : public AdapterFixture {
+protected:
+    void SetUp() override {
+        injectAndStart();
+        std::filesystem::create_directories(obstacle_);
+        adapter()->setConfig(L"key", L"value");
+        tasks->runAll();
+        ASSERT_FALSE(world.directory().exists("config/corvidLocalConfig.xml"));
+    }
+
+    void putTheDiskInOrder() const { std::filesystem::remove(obstacle_); }
+
+    std::wstring valueAfterANewStart() {
+        factory->clear();
+        injectAndStart();
+        return get(L"key");
+    }
+
+private:
+    const std::string obstacle_ = world.directory().path("config/.corvidLocalConfig.xml.temp");
+};
 
 }  // namespace
 
@@ -323,4 +347,47 @@ TEST_F(Lifecycle, AValueThatDestroyKeptFromTheDiskReachesItAfterTheNextStart) {
     EXPECT_THAT(tasks->waitingNames(), ElementsAre("ConfigStore::persistValues"));
     tasks->runAll();
     EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"key\" value=\"value\""));
+}
+
+TEST_F(AValueThatCouldNotBeWritten, IsWrittenByTheStopOnceItCan) {
+    putTheDiskInOrder();
+    stop();
+    EXPECT_EQ(valueAfterANewStart(), L"value");
+}
+
+TEST_F(AValueThatCouldNotBeWritten, IsWrittenByDestroyOnceItCan) {
+    putTheDiskInOrder();
+    adapter()->Destroy();
+    EXPECT_EQ(valueAfterANewStart(), L"value");
+}
+
+TEST_F(AValueThatCouldNotBeWritten, IsWrittenByDestroyIfTheStopCouldNot) {
+    stop();
+    putTheDiskInOrder();
+    adapter()->Destroy();
+    EXPECT_EQ(valueAfterANewStart(), L"value");
+}
+
+TEST_F(AValueThatCouldNotBeWritten, IsWrittenByAPowerDownOnceItCan) {
+    putTheDiskInOrder();
+    monitor->report(DOWN);
+    EXPECT_EQ(valueAfterANewStart(), L"value");
+}
+
+TEST_F(AValueThatCouldNotBeWritten, IsNotWrittenAgainByTheEndOnceAWriteHasDoneSo) {
+    putTheDiskInOrder();
+    adapter()->setConfig(L"other", L"1");
+    tasks->runAll();
+    adapter()->setConfig(L"other", L"2");
+    adapter()->Destroy();
+    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"key\" value=\"value\""));
+    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("name=\"other\" value=\"1\""));
+}
+
+TEST_F(AValueThatCouldNotBeWritten, IsNotWrittenBehindADataReset) {
+    putTheDiskInOrder();
+    adapter()->InvokeResetData();
+    stop();
+    adapter()->Destroy();
+    EXPECT_EQ(valueAfterANewStart(), L"<none>");
 }

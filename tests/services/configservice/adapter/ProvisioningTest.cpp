@@ -128,6 +128,35 @@ TEST_F(Provisioning, OutlivesARefreshWhereOnlyAnOlderFileIsOnTheDisk) {
     EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
 }
 
+TEST_F(Provisioning, IsWrittenByTheStopWhereItsFileCouldNotBeWrittenBefore) {
+    injectAndStart();
+    write("config/Cache", "a file where the folder should be");
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    std::filesystem::remove(world.configDirectory() + "/Cache");
+    stop();
+    EXPECT_THAT(cacheFile(FILE_NAME), HasSubstr("<ServicesDomain>example.com</ServicesDomain>"));
+}
+
+TEST_F(Provisioning, IsWrittenByDestroyWhereItsFileCouldNotBeWrittenBefore) {
+    injectAndStart();
+    write("config/Cache", "a file where the folder should be");
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    std::filesystem::remove(world.configDirectory() + "/Cache");
+    adapter()->Destroy();
+    EXPECT_THAT(cacheFile(FILE_NAME), HasSubstr("<ServicesDomain>example.com</ServicesDomain>"));
+}
+
+TEST_F(Provisioning, IsNotWrittenByTheEndOnceItHasBeenRemoved) {
+    injectAndStart();
+    write("config/Cache", "a file where the folder should be");
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    manager()->removeStoreWithSameName("UrlProvisioningConfigStore");
+    std::filesystem::remove(world.configDirectory() + "/Cache");
+    stop();
+    adapter()->Destroy();
+    EXPECT_EQ(cacheFile(FILE_NAME), "");
+}
+
 TEST_F(Provisioning, OutlivesADataResetThatRemovesALinkInThePlaceOfTheCacheFolder) {
     write("elsewhere/file", "text");
     std::filesystem::create_directory_symlink(world.directory().path("elsewhere"), world.configDirectory() + "/Cache");

@@ -203,6 +203,34 @@ TEST_F(LocalFilePersisting, HasARequestStillToDoWhoseWriteFailed) {
     EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
 }
 
+TEST_F(LocalFilePersisting, WritesAgainOnlyWhatTheLastWriteCouldNot) {
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    store.persistAgain();
+    EXPECT_FALSE(world_.directory().exists("folder/local.xml")) << "no write has failed";
+    std::filesystem::create_directories(path("folder/.local.xml.temp"));
+    store.persistValues();
+    store.persistAgain();
+    std::filesystem::remove(path("folder/.local.xml.temp"));
+    EXPECT_FALSE(world_.directory().exists("folder/local.xml"));
+    store.persistAgain();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+    store.storeValue(L"a", L"2");
+    store.persistAgain();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}})) << "no write has failed since";
+}
+
+TEST_F(LocalFilePersisting, WritesNothingAgainOnceItIsDestroyed) {
+    std::filesystem::create_directories(path("folder/.local.xml.temp"));
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    std::filesystem::remove(path("folder/.local.xml.temp"));
+    store.destroy();
+    store.persistAgain();
+    EXPECT_FALSE(world_.directory().exists("folder/local.xml"));
+}
+
 TEST_F(LocalFilePersisting, WritesOverWhatItHasReadEvenIfNothingChanged) {
     write("folder/local.xml", "<r><x><userConfig name='a' value='1'/></x></r>");
     open().persistValues();

@@ -174,6 +174,25 @@ TEST_F(CacheStore, HasUnwrittenValuesWhileTheFileIsTheOldOne) {
     EXPECT_FALSE(store.hasUnwrittenValues()) << "the file holds later values";
 }
 
+TEST_F(CacheStore, WritesAgainOnlyWhatTheLastWriteCouldNotAndNobodyHasWrittenSince) {
+    write("Cache", "a file where the folder should be");
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    store.persistAgain();
+    EXPECT_TRUE(store.hasUnwrittenValues());
+    std::filesystem::remove(path("Cache"));
+    store.persistAgain();
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>1</a>"));
+    std::filesystem::remove(file_);
+    store.persistAgain();
+    EXPECT_FALSE(std::filesystem::exists(file_)) << "the last write went well";
+    std::filesystem::create_directory(file_ + ".temp");
+    store.persistValues();
+    std::filesystem::remove(file_ + ".temp");
+    const CacheConfigStore later("cachedX.xml", 240, file_, ConfigMap{{L"a", L"2"}});
+    store.persistAgain();
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>2</a>"));
+}
+
 TEST_F(CacheStore, HasNoUnwrittenValuesWhenItHasOnlyRead) {
     CacheConfigStore store("cachedX.xml", 240, file_);
     EXPECT_FALSE(store.hasUnwrittenValues());

@@ -217,6 +217,7 @@ void ConfigAdapter::stopConfigFeatureSet() {
     switchTftpSourceOff();
     TesselSystemMonitor::SystemMonitorFactory::getInstance()->removePowerEventObserver(shared_from_this());
     disconnectProperty(userProfileConnection_.get());
+    persistAgain();
     resetChainOnDispatcherThread();
     edgeWatch_.end();
     edgeWatch_.clearEntries();
@@ -239,6 +240,7 @@ void ConfigAdapter::resetChainOnDispatcherThread() {
 }
 
 void ConfigAdapter::destroyStores() {
+    persistAgain();
     configStoreManager_->destroy();
     edgeWatch_.end();
     started_.store(false, std::memory_order_relaxed);

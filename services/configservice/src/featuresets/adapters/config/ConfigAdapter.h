@@ -68,10 +68,13 @@ public:
     // The framework's side. Identifiers other than CONFIG_SERVICE_ID are ignored; the events are not looked at.
 
     void StartFeatureSet(unsigned featureSetId, ServiceEvents events) override;
+
+    /// Tries once more to write what the user's file, or that of a provisioning link, would not take.
     void StopFeatureSet(unsigned featureSetId, ServiceEvents events) override;
 
-    /// Ends the life of the stores on disk. The remote source, the power observer and the connection to the user
-    /// profile are left alone. May be followed by a start.
+    /// Tries once more to write what the user's file, or that of a provisioning link, would not take, and ends the life
+    /// of the stores on disk: what is queued to be written is not. The remote source, the power observer and the
+    /// connection to the user profile are left alone. May be followed by a start.
     void Destroy() override;
 
     /// Waits for a lifecycle operation that is under way, unless called from inside a notification.
@@ -229,6 +232,8 @@ private:
     void addInMemoryStore();
     void addLocalFileStore();
     void persistLocalFileStore();
+    /// The last chance of what could not be written when it was to be.
+    void persistAgain();
     void addOverrideStore();
     void removeCustomServerValuesIfPolicySet();
     void initialiseTftpConfigStore();

@@ -4,6 +4,7 @@
 #include "quill/FileUtils.h"
 #include "remote/TftpConfigStore.h"
 #include "stores/BootstrapConfigStore.h"
+#include "stores/CacheConfigStore.h"
 #include "stores/InMemoryConfigStore.h"
 #include "stores/LocalFileConfigStore.h"
 #include "stores/XmlConfigStore.h"
@@ -61,6 +62,16 @@ void ConfigAdapter::addLocalFileStore() {
 void ConfigAdapter::persistLocalFileStore() {
     if (localFileStore_ != nullptr && localFileStore_->hasUnpersistedValues()) {
         localFileStore_->persistValues();
+    }
+}
+
+void ConfigAdapter::persistAgain() {
+    // First the link: the user's file holds that it has been taken, and it is not taken again.
+    if (const std::shared_ptr<CacheConfigStore> link = findProvisioningStore()) {
+        link->persistAgain();
+    }
+    if (localFileStore_ != nullptr) {
+        localFileStore_->persistAgain();
     }
 }
 

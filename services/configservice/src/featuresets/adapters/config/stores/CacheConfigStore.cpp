@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "quill/FileUtils.h"
+
 CacheConfigStore::CacheConfigStore(std::string name, std::int32_t priority, std::string filePath)
     : XmlConfigStore(std::move(name), priority, true, std::move(filePath), true) {}
 
@@ -14,12 +16,20 @@ CacheConfigStore::CacheConfigStore(std::string name, std::int32_t priority, std:
 
 void CacheConfigStore::persistValues() {
     tessel::ScopedLock lock(fileMutex_);
-    write(XmlConfigParser::Existing::Replace);
+    write([] { return true; });
 }
 
 void CacheConfigStore::restoreFile() {
     tessel::ScopedLock lock(fileMutex_);
-    write(XmlConfigParser::Existing::LeaveAlone);
+    write([this] { return !QuillCoreUtils::FileUtils::fileExists(getFilePath()); });
+}
+
+void CacheConfigStore::persistAgain() {
+    tessel::ScopedLock lock(fileMutex_);
+    if (fileLeft_.has_value()) {
+        // A store that takes this one's place may be writing its later values just now.
+        write([this, left = *fileLeft_] { return left == FileStamp::of(getFilePath()); });
+    }
 }
 
 bool CacheConfigStore::hasUnwrittenValues() {
@@ -27,9 +37,9 @@ bool CacheConfigStore::hasUnwrittenValues() {
     return fileLeft_.has_value() && *fileLeft_ == FileStamp::of(getFilePath());
 }
 
-void CacheConfigStore::write(XmlConfigParser::Existing existing) {
+void CacheConfigStore::write(const std::function<bool()>& isWanted) {
     using Outcome = XmlConfigParser::Outcome;
-    const Outcome outcome = XmlConfigParser::write(getFilePath(), copyValues(), existing);
+    const Outcome outcome = XmlConfigParser::write(getFilePath(), copyValues(), isWanted);
     if (outcome == Outcome::Written) {
         fileLeft_.reset();
     } else if (outcome != Outcome::LeftAlone) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "LockRanks.h"
@@ -23,12 +24,15 @@ public:
     /// Writes the values if there is no file; one that is there may be another store's, with later values.
     void restoreFile();
 
+    /// Writes the values if hasUnwrittenValues() says so.
+    void persistAgain();
+
     /// True if the last write failed and nobody has written the file since: these values are nowhere but in memory, and
     /// what a new store would read is older.
     bool hasUnwrittenValues();
 
 private:
-    void write(XmlConfigParser::Existing existing) TESSEL_REQUIRES(fileMutex_);
+    void write(const std::function<bool()>& isWanted) TESSEL_REQUIRES(fileMutex_);
 
     // Held for a whole write, so that of two writes the later one holds the later values.
     tessel::Mutex fileMutex_{LockRanks::STORE_FILE};

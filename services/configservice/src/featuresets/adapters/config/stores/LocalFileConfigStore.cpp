@@ -168,7 +168,8 @@ void LocalFileConfigStore::persistValues() {
         const std::uint64_t change = document.change;
         createConfigDirectory();
         keepUnreadFile();
-        if (!writeFile(std::move(document))) {
+        lastWriteFailed_ = !writeFile(std::move(document));
+        if (lastWriteFailed_) {
             return;
         }
         notePersisted(change);
@@ -178,6 +179,13 @@ void LocalFileConfigStore::persistValues() {
 
 void LocalFileConfigStore::persistRequested(std::uint64_t request) {
     if (request > doneRequests_) {
+        persistValues();
+    }
+}
+
+void LocalFileConfigStore::persistAgain() {
+    tessel::ScopedLock fileLock(fileMutex_);
+    if (lastWriteFailed_) {
         persistValues();
     }
 }

@@ -59,6 +59,10 @@ public:
     std::uint64_t requestPersist() override { return ++requests_; }
     void persistRequested(std::uint64_t request) override;
 
+    /// Does what persistValues() does if the last write failed, else nothing: what has been stored since a write that
+    /// went well is left to the next persist.
+    void persistAgain();
+
     /// Waits for a write that is under way; the file is not written again.
     void destroy() override;
     bool isLocal() override;
@@ -129,6 +133,7 @@ private:
     bool destroyed_ TESSEL_GUARDED_BY(fileMutex_) = false;
     FileStamp writtenFile_ TESSEL_GUARDED_BY(fileMutex_);
     bool unreadFileIsInPlace_ TESSEL_GUARDED_BY(fileMutex_) = false;
+    bool lastWriteFailed_ TESSEL_GUARDED_BY(fileMutex_) = false;
 
     tessel::Mutex mutex_{LockRanks::STORE_VALUES};
     KeyFilter filter_;

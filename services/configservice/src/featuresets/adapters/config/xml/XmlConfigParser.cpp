@@ -146,15 +146,16 @@ public:
 }  // namespace
 
 bool XmlConfigParser::writeToFile(const std::string& path, const ConfigMap& values) {
-    return write(path, values, Existing::Replace) != Outcome::NotOpened;
+    return write(path, values, [] { return true; }) != Outcome::NotOpened;
 }
 
-XmlConfigParser::Outcome XmlConfigParser::write(const std::string& path, const ConfigMap& values, Existing existing) {
+XmlConfigParser::Outcome XmlConfigParser::write(const std::string& path, const ConfigMap& values,
+                                                const std::function<bool()>& isWanted) {
     if (!prepareParentDirectory(path)) {
         return Outcome::NotOpened;
     }
     const SiblingLock lock(QuillCoreUtils::FileUtils::getParentDirectory(path));
-    if (existing == Existing::LeaveAlone && QuillCoreUtils::FileUtils::fileExists(path)) {
+    if (!isWanted()) {
         return Outcome::LeftAlone;
     }
     const std::string sibling = siblingOf(path);

@@ -2,6 +2,7 @@
 
 #include <libxml/tree.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -19,13 +20,10 @@ public:
     /// ".xml", so that no reader of the folder takes an unfinished file for a store.
     static constexpr const char* TEMPORARY_ENDING = ".temp";
 
-    /// What a write does where there is a file already.
-    enum class Existing { Replace, LeaveAlone };
-
     /// What has become of a write.
     enum class Outcome {
         Written,    ///< the file holds the values
-        LeftAlone,  ///< there was a file, and it was to be left alone
+        LeftAlone,  ///< the file was to be left alone
         NotOpened,  ///< the writer could not be opened
         Failed,     ///< on the way; the file is as it was
     };
@@ -39,9 +37,9 @@ public:
     ///         file.
     static bool writeToFile(const std::string& path, const ConfigMap& values);
 
-    /// The same, and tells more. Among those who write through this class, nobody gets between the look whether there
-    /// is a file and the write.
-    static Outcome write(const std::string& path, const ConfigMap& values, Existing existing);
+    /// The same, and tells more. @param isWanted looks whether the file is to be written; among those who write through
+    /// this class, nobody gets between the look and the write.
+    static Outcome write(const std::string& path, const ConfigMap& values, const std::function<bool()>& isWanted);
 
     /// Writes a document's text, as libxml2 spells it, with the same promise.
     /// @return true if the text is a document and the file holds it.
