@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "ChainOracle.h"
 #include "ScheduledWorld.h"
 
 namespace simulation {
@@ -98,7 +99,12 @@ void ScheduledWorld::noteSilence(const std::wstring& key) {
 void ScheduledWorld::keepCopy(const std::string& name, const ModelStore& store) {
     ModelStore kept = store;
     std::erase_if(kept.entries, [&](const auto& entry) {
-        return name != ScheduleModel::linkFile && host_.manager().isKeySensitive(entry.first);
+        const std::wstring* const currentName = ChainOracle::currentNameOf(entry.first);
+        const std::wstring* const oldName = ChainOracle::oldNameOf(entry.first);
+        return name != ScheduleModel::linkFile &&
+               (host_.manager().isKeySensitive(entry.first) ||
+                (currentName != nullptr && host_.manager().isKeySensitive(*currentName)) ||
+                (oldName != nullptr && host_.manager().isKeySensitive(*oldName)));
     });
     // On a full disk it may be the former file that is still there.
     mayHaveCopied_ = true;
