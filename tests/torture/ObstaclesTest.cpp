@@ -162,6 +162,23 @@ std::string description(const std::string& folder, const std::vector<std::string
     return text;
 }
 
+/// What is wrong with a document at the end of a user's own link; empty if nothing is. A file that is there keeps its
+/// owner and its mode, a new one is the user's alone, and each is whole.
+std::string wrongAtTheEnd(const fakes::TemporaryDirectory& outside, const std::string& name) {
+    const std::string path = outside.path(name);
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return name == "file.xml" ? "it is gone" : "";
+    }
+    const mode_t wanted = S_IFREG | (name == "file.xml" ? 0644 : 0600);
+    if (status.st_mode != wanted || status.st_uid != geteuid()) {
+        return "its mode is " + std::to_string(status.st_mode) + ", its owner " + std::to_string(status.st_uid);
+    }
+    const std::string bytes = torture::bytesOf(path);
+    const bool isWhole = bytes == DOCUMENT || (bytes.starts_with("<?xml ") && bytes.ends_with("</Corvid>\n"));
+    return isWhole ? "" : "it holds: " + bytes;
+}
+
 /// Puts a damaged file where the next start sets it aside, and the backup of an earlier one if the place is that one's
 /// second name. @return what they hold.
 std::vector<std::string> damageWhatIsBackedUpAt(const std::string& place, const fakes::TemporaryDirectory& directory) {
@@ -295,6 +312,12 @@ protected:
         }
         if (const std::string after = description(outside.path(), written); after != before) {
             trial_.lost(what + ": outside there was\n" + before + "and now there is\n" + after, outside.path());
+        }
+        for (const std::string& name : written) {
+            const std::string wrong = name.ends_with(".temp") ? "" : wrongAtTheEnd(outside, name);
+            if (!wrong.empty()) {
+                trial_.lost(what + ": of " + name + " outside: " + wrong, outside.path());
+            }
         }
         return true;
     }
