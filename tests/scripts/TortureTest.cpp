@@ -91,6 +91,38 @@ TEST_F(Torture, HasARowForATrialThatFailsWithoutACountOfWhatItLost) {
     EXPECT_EQ(rowsOf(torture({"order"})), std::string(ORDER) + "18 writes | 1 | 7 |  |\n");
 }
 
+TEST_F(Torture, TakesATrialThatTriesNothingForAFailure) {
+    const std::string remark = "nothing was tried by the tests 'WriteOrder.*' of torture_tests";
+    const std::string row = std::string(ORDER) + "? | 1 or more | - | " + remark + ": see build/torture/order.log |\n";
+    // What a program says of itself whose filter matches no test, and of tests that never came to a try.
+    for (const char* const text :
+         {"echo 'Running 0 tests'", R"(printf 'order\twrites\t0\t0\t7\t\n' >>"$CORVID_TORTURE_TABLE")",
+          R"(printf 'kill\trounds\t5\t0\t7\t\n' >>"$CORVID_TORTURE_TABLE")"}) {
+        testsDo(text);
+        const support::Ended ended = torture({"order"});
+        EXPECT_EQ(ended.status, 1) << text;
+        EXPECT_THAT(rowsOf(ended), testing::EndsWith(row)) << text;
+        EXPECT_THAT(ended.error, HasSubstr("torture: order failed: see build/torture/order.log")) << text;
+        EXPECT_THAT(directory_.read("build/torture/order.log"), HasSubstr(remark)) << text;
+    }
+    script("build/release/tests/integration_tests",
+           R"(echo '<testsuites tests="0" failures="0" disabled="0" errors="0">' >"${2#--gtest_output=xml:}")");
+    EXPECT_EQ(torture({"network"}).status, 1);
+}
+
+TEST_F(Torture, TakesATrialForWellThatSaysWhyItTriesNothing) {
+    testsDo(R"(printf 'order\twrites\t0\t0\t7\tskipped\n' >>"$CORVID_TORTURE_TABLE")");
+    const support::Ended ended = torture({"order"});
+    EXPECT_EQ(rowsOf(ended), std::string(ORDER) + "0 writes | 0 | 7 | skipped |\n");
+    EXPECT_EQ(ended.status, 0);
+}
+
+TEST_F(Torture, FindsTheBuildOfATrialThatTriesNothing) {
+    script("build/tsan/tests/torture_tests", R"(printf 'stress\tsteps\t5\t0\t7\t\n' >>"$CORVID_TORTURE_TABLE")");
+    script("build/tsan-gcc/tests/torture_tests", "");
+    EXPECT_EQ(torture({"stress"}).status, 1);
+}
+
 TEST_F(Torture, CountsTheTestsOfProgramsThatCountNothing) {
     script("build/release/tests/integration_tests", R"(
 case "$2" in --gtest_output=xml:*) ;; *) exit 3 ;; esac
@@ -169,7 +201,8 @@ echo '| all | 96 | 92, 95.8 % |')");
 }
 
 TEST_F(Torture, TriesTheStressTenMinutesInEachOfItsBuildsIfNothingElseIsSaid) {
-    const std::string tell = "echo \"${CORVID_TORTURE_MINUTES-no} minutes, ${CORVID_TORTURE_ROUNDS-no} rounds\"";
+    const std::string tell = R"(echo "${CORVID_TORTURE_MINUTES-no} minutes, ${CORVID_TORTURE_ROUNDS-no} rounds"
+printf 'stress\tsteps\t5\t0\t7\t\n' >>"$CORVID_TORTURE_TABLE")";
     script("build/tsan/tests/torture_tests", tell);
     script("build/tsan-gcc/tests/torture_tests", tell);
     torture({"stress"});

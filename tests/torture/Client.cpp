@@ -89,6 +89,9 @@ Scene::Scene(std::string folder) : folder_(std::move(folder)) {
 void Scene::copyFrom(const Scene& other) const {
     for (const auto& [from, to] : {std::pair(other.config(), config()), std::pair(other.install(), install())}) {
         fs::remove_all(to);
+        if (!fs::exists(from)) {
+            continue;
+        }
         fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
     }
 }
@@ -297,6 +300,15 @@ void writeFiles(const Scene& scene, int state) {
     client.takeLink(state);
     client.joinServer(state);
     client.setUser(state);
+}
+
+States prepare(const Scene& scene, Day day, int state) {
+    if (day == Day::First) {
+        fs::remove_all(scene.config());
+        return {};
+    }
+    writeFiles(scene, state);
+    return {state, state, state};
 }
 
 States after(const States& before, Deed deed, int state) {

@@ -28,7 +28,7 @@ public:
     std::string serverFile() const { return config() + "/Cache/cachedServer.xml"; }
     std::string linkFile() const { return config() + "/Cache/cachedUrlProvisioningConfigStore.xml"; }
 
-    /// Makes the directories what they are in another scene.
+    /// Makes the directories what they are in another scene; one that is missing there is missing here.
     void copyFrom(const Scene& other) const;
 
     /// What is there: every name below "config" with its contents; digits in names of temporaries read 0.
@@ -139,6 +139,14 @@ std::string bytesOf(const std::string& path);
 
 /// Has a client write all of its files, in one state.
 void writeFiles(const Scene& scene, int state);
+
+/// What a client finds: the folder with all of its files, or not even the folder.
+enum class Day { Later, First };
+
+constexpr Day allDays[] = {Day::Later, Day::First};
+
+/// Makes a scene what a client finds on that day. @param state of the files. @return that of each.
+States prepare(const Scene& scene, Day day, int state);
 
 /// What the files hold after it.
 States after(const States& before, Deed deed, int state);

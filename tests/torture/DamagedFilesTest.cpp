@@ -51,17 +51,26 @@ private:
         return isXml && !isWellFormed(contents) && !isTold ? "no line of the log tells of the damage" : "";
     }
 
-    /// What a line on the damage holds.
-    static std::string wordsOn(const Input& damaged, const std::string& contents) {
-        if (!damaged.path.empty()) {
-            const std::string name = QuillCoreUtils::FileUtils::getFileName(damaged.path);
-            return name.substr(0, name.rfind('.'));
+    /// What the reader of the file says of damage, and of no other file.
+    std::string wordsOn(const Input& damaged, const std::string& contents) const {
+        const std::string path = files_.scene().folder() + "/" + damaged.path;
+        if (damaged.path.empty()) {
+            return contents.empty() ? "Download of TFTP File failed for server one."
+                                    : "Error Invalid XML syntax detected - Unable to read xml ";
         }
-        return contents.empty() ? "Download of TFTP File failed for server one."
-                                : "Error Invalid XML syntax detected - Unable to read xml ";
+        if (damaged.form == Input::Form::Server) {
+            return "XML in file did not exist or is an invalid XML document: " + path;
+        }
+        if (damaged.form == Input::Form::Properties) {
+            return "File does not exist " + path;
+        }
+        const std::string name = QuillCoreUtils::FileUtils::getFileName(path);
+        return "Error Invalid XML syntax detected - Unable to read localFileConfigStore configuration\n"
+               "renaming invalid file to: " +
+               name.substr(0, name.rfind('.')) + "-backup.xml";
     }
 
-    static bool speaksOf(Client& client, const Input& damaged, const std::string& contents) {
+    bool speaksOf(Client& client, const Input& damaged, const std::string& contents) const {
         const std::string words = wordsOn(damaged, contents);
         for (const int level : {2, 3}) {
             for (const std::string& text : client.log().texts(level)) {

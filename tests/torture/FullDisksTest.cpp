@@ -3,14 +3,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "Client.h"
 #include "Trial.h"
 #include "fakes/TemporaryDirectory.h"
+#include "simulation/QuietXml.h"
 #include "support/ForkedChild.h"
 
 namespace torture {
@@ -55,40 +58,101 @@ private:
     const std::string folder_;
 };
 
-enum Found : int { allIsWell, fileIsTorn, nothingIsSaid, valueIsForgotten, valueIsNeverWritten, diskIsNotAsWanted };
+enum Found : int {
+    allIsWell,
+    fileIsTorn,
+    nothingIsSaid,
+    openingIsToldOf,
+    valueIsForgotten,
+    valueIsNeverWritten,
+    diskIsNotAsWanted
+};
 
 const char* nameOfFound(int found) {
     constexpr const char* names[] = {"all is well",
-                                     "the file is neither the old one nor the new one",
-                                     "the file is the old one, and no line of the log names it",
-                                     "the value is not in memory",
-                                     "the value is not written once there is room",
+                                     "a file is neither the old one nor the new one",
+                                     "a file is the old one, and no line of the log names it",
+                                     "a line of the log tells of a temporary file that could not be opened",
+                                     "memory does not hold what the deed has made of it",
+                                     "it is not written once there is room",
                                      "the disk could not be changed"};
     return found >= 0 && found < static_cast<int>(std::size(names)) ? names[found] : "the process has died";
 }
 
-/// Sets a long value while the disk is what it is, and once more when it is in order again.
-/// @param isToldOf whether the log speaks of a failure: not where the temporary file cannot even be opened.
-Found setOnABadDisk(const Scene& scene, Client& client, int before, bool isToldOf,
-                    const std::function<bool()>& putInOrder) {
+/// Whether a line tells of each file that is not what it was to become.
+bool tellsOfAllLeft(const std::vector<std::string>& complaints, const Scene& scene, const States& found,
+                    const States& wanted) {
+    return (found.user == wanted.user || tellsOf(complaints, scene.localFile())) &&
+           (found.server == wanted.server || tellsOf(complaints, scene.serverFile())) &&
+           (found.link == wanted.link || tellsOf(complaints, scene.linkFile()));
+}
+
+/// Does something while the disk is what it is, and once more when it is in order again.
+/// @param isToldOf whether the log speaks of what is not written: not where the temporary file cannot even be opened.
+Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
+                   const std::function<bool()>& putInOrder) {
+    const States before = States::of(scene);
+    const States wanted = after(before, deed, stateThatIsLong);
     client.log().clear();
-    client.setUser(stateThatIsLong);
-    const bool isTold = tellsOf(client.complaints(), scene.localFile());
-    const int user = States::of(scene).user;
-    if (user != before && user != stateThatIsLong) {
+    perform(client, deed, stateThatIsLong);
+    const std::vector<std::string> complaints = client.complaints();
+    const States found = States::of(scene);
+    if (!neitherOldNorNew(found, before, wanted).empty()) {
         return fileIsTorn;
     }
-    if (user == before && !isTold && isToldOf) {
+    const bool isTold = tellsOfAllLeft(complaints, scene, found, wanted);
+    if (!isTold && isToldOf) {
         return nothingIsSaid;
     }
-    if (client.answers().user != stateThatIsLong) {
+    if (isTold && !isToldOf && found != wanted) {
+        return openingIsToldOf;
+    }
+    // What a reset could not remove is read again.
+    const States answers = client.answers();
+    const States inMemory = deed == Deed::ResetData ? found : wanted;
+    if (answers.user != inMemory.user || answers.server != inMemory.server) {
         return valueIsForgotten;
     }
     if (!putInOrder()) {
         return diskIsNotAsWanted;
     }
-    client.touchUser();
-    return States::of(scene).user == stateThatIsLong ? allIsWell : valueIsNeverWritten;
+    if (deed == Deed::SetUser) {
+        client.touchUser();
+    } else {
+        perform(client, deed, stateThatIsLong);
+    }
+    return States::of(scene) == wanted ? allIsWell : valueIsNeverWritten;
+}
+
+/// Starts while the disk is what it is, on whole files or on a damaged user's file.
+/// @param before what the files hold; of a damaged one nothing.
+Found startOnABadDisk(const Scene& scene, const States& before, bool isDamaged,
+                      const std::function<bool()>& putInOrder) {
+    const simulation::QuietXml quiet;
+    const std::string bytes = bytesOf(scene.localFile());
+    Client client(scene);
+    if (!scene.keeps(bytes) || States::of(scene) != before) {
+        return fileIsTorn;
+    }
+    const std::vector<std::string> complaints = client.complaints();
+    const bool isTold = std::any_of(complaints.begin(), complaints.end(), [](const std::string& text) {
+        return text.find("renaming invalid file to: corvidLocalConfig-backup.xml") != std::string::npos;
+    });
+    if (isTold != isDamaged) {
+        return nothingIsSaid;
+    }
+    // The user's file says which copies of servers' files are in the chain.
+    const States answers = client.answers();
+    if (answers.user != before.user || answers.link != before.link ||
+        (before.user != States::none && answers.server != before.server)) {
+        return valueIsForgotten;
+    }
+    if (!putInOrder()) {
+        return diskIsNotAsWanted;
+    }
+    client.setUser(stateThatIsLong);
+    const bool isKept = !isDamaged || scene.keeps(bytes);
+    return isKept && States::of(scene).user == stateThatIsLong ? allIsWell : valueIsNeverWritten;
 }
 
 std::uintmax_t bytesOfTheLongFile() {
@@ -122,33 +186,67 @@ protected:
     }
 
     bool isFullAt(std::uintmax_t bytes) {
-        return tryDisk("a disk of " + std::to_string(bytes) + " bytes", [&](SmallDisk& disk) -> int {
-            if (!disk.mount(bytes)) {
-                return verdictNotAllowed;
-            }
-            const Scene scene(directory_.path());
-            Client client(scene);
-            client.setUser(stateThatFits);
-            const int before = States::of(scene).user;
-            return setOnABadDisk(scene, client, before, before != States::none,
-                                 [&] { return disk.resize(bytes + 16 * longFile_); });
-        });
+        const std::string name = "a disk of " + std::to_string(bytes) + " bytes";
+        return tryEach(name, true, bytes, [](SmallDisk&) { return true; });
     }
 
     bool isReadOnly() {
-        return tryDisk("a read-only disk", [&](SmallDisk& disk) -> int {
-            const std::uintmax_t bytes = 16 * longFile_;
-            if (!disk.mount(bytes)) {
-                return verdictNotAllowed;
-            }
-            const Scene scene(directory_.path());
-            Client client(scene);
-            client.setUser(stateThatFits);
-            if (!disk.makeReadOnly(bytes)) {
-                return diskIsNotAsWanted;
-            }
-            return setOnABadDisk(scene, client, stateThatFits, false, [&] { return disk.resize(bytes); });
-        });
+        const std::uintmax_t bytes = 16 * longFile_;
+        return tryEach("a read-only disk", false, bytes, [bytes](SmallDisk& disk) { return disk.makeReadOnly(bytes); });
+    }
+
+    /// Everything that a client does to its files, each on a disk of its own.
+    /// @param makeBad once the files are there. @param isOpened whether temporary files can be opened then.
+    bool tryEach(const std::string& name, bool isOpened, std::uintmax_t bytes,
+                 const std::function<bool(SmallDisk&)>& makeBad) {
+        const auto tryOne = [&](const std::string& what, const auto& prepareAndDo) {
+            return tryDisk(name + ", " + what, [&](SmallDisk& disk) -> int {
+                if (!disk.mount(bytes)) {
+                    return verdictNotAllowed;
+                }
+                return prepareAndDo(
+                    Scene(directory_.path()), [&] { return makeBad(disk); },
+                    [&] { return disk.resize(bytes + 16 * longFile_); });
+            });
+        };
+        bool isAllowed = true;
+        for (const Deed deed : allDeeds) {
+            isAllowed = isAllowed && tryOne(nameOf(deed), [&](const Scene& scene, auto makeItBad, auto putInOrder) {
+                            Client client(scene);
+                            prepareFor(client, deed);
+                            if (!makeItBad()) {
+                                return diskIsNotAsWanted;
+                            }
+                            const bool isToldOf = isOpened || deed == Deed::ResetData;
+                            return doOnABadDisk(scene, client, deed, isToldOf, putInOrder);
+                        });
+        }
+        for (const bool isDamaged : {false, true}) {
+            isAllowed = isAllowed && tryOne(isDamaged ? "a start on a damaged file" : "a start",
+                                            [&](const Scene& scene, auto makeItBad, auto putInOrder) {
+                                                writeFiles(scene, stateThatFits);
+                                                States before = States::of(scene);
+                                                if (isDamaged) {
+                                                    scene.damage();
+                                                    before.user = States::none;
+                                                }
+                                                return makeItBad()
+                                                           ? startOnABadDisk(scene, before, isDamaged, putInOrder)
+                                                           : diskIsNotAsWanted;
+                                            });
+        }
+        return isAllowed;
+    }
+
+    /// The file that the deed is about, or all of them; on a small disk not even that may come to be.
+    static void prepareFor(Client& client, Deed deed) {
+        if (deed != Deed::ResetData) {
+            perform(client, deed, stateThatFits);
+            return;
+        }
+        for (const Deed other : {Deed::TakeLink, Deed::JoinServer, Deed::SetUser}) {
+            perform(client, other, stateThatFits);
+        }
     }
 
     static constexpr std::uintmax_t page = 4096;
@@ -160,7 +258,7 @@ protected:
 
 TEST_F(FullDisks, AndReadOnlyOnesKeepTheOldFileAndTakeTheValueOnceTheyCan) {
     bool isAllowed = isReadOnly();
-    for (std::uintmax_t bytes = page; isAllowed && !trial_.hasLost() && bytes <= 3 * longFile_ + page; bytes += page) {
+    for (std::uintmax_t bytes = page; isAllowed && !trial_.hasLost() && bytes <= 5 * longFile_ + page; bytes += page) {
         isAllowed = isFullAt(bytes);
     }
     if (!isAllowed) {

@@ -29,7 +29,7 @@ constexpr Fault killAt(std::size_t call) { return {Fault::Kind::Kill, call, 1, 0
 /// Kills a client at each call of a deed, and the next one at each call of its recovery.
 class CallByCall {
 public:
-    explicit CallByCall(Trial& trial) : trial_(trial) { writeFiles(old_, oldState); }
+    CallByCall(Trial& trial, Day day) : trial_(trial), day_(day), before_(prepare(old_, day, oldState)) {}
 
     void killDuring(Deed deed) {
         bool cameTo = true;
@@ -43,9 +43,10 @@ public:
                          .faultCame;
             trial_.tried(cameTo ? 1 : 0);
             const States found = States::of(scene_);
-            const std::string wrong = neitherOldNorNew(found, allOld, after(allOld, deed, newState));
+            const std::string wrong = neitherOldNorNew(found, before_, after(before_, deed, newState));
             if (!wrong.empty()) {
-                trial_.lost(std::string(nameOf(deed)) + ", killed at call " + std::to_string(call) + ": " + wrong,
+                trial_.lost(std::string(nameOf(deed)) + (day_ == Day::First ? " on the first day" : "") +
+                                ", killed at call " + std::to_string(call) + ": " + wrong,
                             scene_.folder());
             } else if (seen_.insert(scene_.fingerprint()).second) {
                 killDuringRecovery(found);
@@ -73,8 +74,6 @@ public:
     }
 
 private:
-    static constexpr States allOld{oldState, oldState, oldState};
-
     /// Of the files as they are now: a recovery from the same files goes the same way.
     void killDuringRecovery(const States& found) {
         killed_.copyFrom(scene_);
@@ -106,10 +105,12 @@ private:
     }
 
     Trial& trial_;
+    const Day day_;
     const fakes::TemporaryDirectory directory_;
     const Scene old_{directory_.path("old")};
     const Scene scene_{directory_.path("scene")};
     const Scene killed_{directory_.path("killed")};
+    const States before_;
     std::set<std::string> seen_;
 };
 
@@ -118,12 +119,14 @@ TEST(KillsAtCalls, LeaveEachFileAsItWasOrAsItWasToBeAndSoDoKillsOfTheRecovery) {
     if (!tracingIsAllowed(trial)) {
         GTEST_SKIP() << tracingIsNotAllowed;
     }
-    CallByCall calls(trial);
-    for (const Deed deed : allDeeds) {
-        calls.killDuring(deed);
+    for (const Day day : allDays) {
+        CallByCall calls(trial, day);
+        for (const Deed deed : allDeeds) {
+            calls.killDuring(deed);
+        }
     }
     const simulation::QuietXml quiet;
-    calls.killWhileSettingAside();
+    CallByCall(trial, Day::Later).killWhileSettingAside();
 }
 
 }  // namespace

@@ -28,6 +28,7 @@
 #include "http/Request.h"
 #include "http/Response.h"
 #include "impl/http/CurlTransport.h"
+#include "impl/tessel/SpdlogSink.h"
 #include "quill/FileUtils.h"
 #include "support/ForkedChild.h"
 #include "support/HeldPipe.h"
@@ -51,8 +52,9 @@ struct Obstacle {
     const char* name;
     std::function<bool(const std::string& path, const fakes::TemporaryDirectory& outside)> make;
 
-    /// The user's own link to a file: what stands at its end is read, and replaced.
-    bool leadsToAFile = false;
+    /// The user's own link to a file: what stands at its end, outside, is read, and replaced. Empty: it is no such
+    /// link.
+    std::string leadsTo = {};
 
     /// Somebody has the other end of the pipe, and writes nothing.
     bool isHeld = false;
@@ -76,8 +78,10 @@ bool makeSocket(const std::string& path) {
 const std::vector<Obstacle>& obstacles() {
     using Outside = fakes::TemporaryDirectory;
     static const std::vector<Obstacle> all = {
-        {"a link to a file", [](auto& path, const Outside& out) { return linkTo(out.path("file.xml"), path); }, true},
-        {"a link to nothing", [](auto& path, const Outside& out) { return linkTo(out.path("new.xml"), path); }, true},
+        {"a link to a file", [](auto& path, const Outside& out) { return linkTo(out.path("file.xml"), path); },
+         "file.xml"},
+        {"a link to nothing", [](auto& path, const Outside& out) { return linkTo(out.path("new.xml"), path); },
+         "new.xml"},
         {"a link to a folder", [](auto& path, const Outside& out) { return linkTo(out.path("folder"), path); }},
         {"a link to a pipe", [](auto& path, const Outside& out) { return linkTo(out.path("pipe"), path); }},
         {"a link to itself", [](auto& path, const Outside&) { return linkTo(path, path); }},
@@ -88,8 +92,8 @@ const std::vector<Obstacle>& obstacles() {
         {"a hard link",
          [](auto& path, const Outside& out) { return link(out.path("file.xml").c_str(), path.c_str()) == 0; }},
         {"a pipe", [](auto& path, const Outside&) { return mkfifo(path.c_str(), 0600) == 0; }},
-        {"a pipe that somebody holds", [](auto& path, const Outside&) { return mkfifo(path.c_str(), 0600) == 0; },
-         false, true},
+        {"a pipe that somebody holds", [](auto& path, const Outside&) { return mkfifo(path.c_str(), 0600) == 0; }, "",
+         true},
         {"a socket", [](auto& path, const Outside&) { return makeSocket(path); }},
         {"an endless device",
          [](auto& path, const Outside&) { return mknod(path.c_str(), S_IFCHR | 0600, makedev(1, 5)) == 0; }},
@@ -107,6 +111,12 @@ constexpr const char* INSTALLERS = "install/bootstrap.properties";
 constexpr const char* AUTHORITIES = "install/ca.pem";
 
 constexpr const char* CACHE = "config/Cache";
+
+/// A host's log. It grows in place.
+constexpr const char* LOG = "log";
+
+/// The folder of the installer's files.
+constexpr const char* INSTALLATION = "install";
 
 /// Every file that is read, written or removed, below the scene's folder. Numbers of processes are those of the child.
 const std::vector<std::string>& places() {
@@ -130,6 +140,8 @@ const std::vector<std::string>& places() {
         "install/corvid-config-defaults-backup-1.xml",
         INSTALLERS,
         AUTHORITIES,
+        INSTALLATION,
+        LOG,
     };
     return all;
 }
@@ -138,7 +150,7 @@ const std::vector<std::string>& places() {
 bool isWrittenThroughLinks(const std::string& place) {
     return place == "config/corvidLocalConfig.xml" || place == "config/Cache/cachedServer.xml" ||
            place == "config/Cache/cachedTFTPConfigStore.xml" ||
-           place == "config/Cache/cachedUrlProvisioningConfigStore.xml";
+           place == "config/Cache/cachedUrlProvisioningConfigStore.xml" || place == LOG;
 }
 
 /// What is below a folder: names, kinds, modes and contents. @param but names that are left out.
@@ -160,6 +172,28 @@ std::string description(const std::string& folder, const std::vector<std::string
         text += line + "\n";
     }
     return text;
+}
+
+/// What is wrong with a document at the end of a user's own link; empty if nothing is. A file that is there keeps its
+/// owner and its mode, a new one is the user's alone, and each is whole.
+/// @param grows whether lines are written behind what it held.
+std::string wrongAtTheEnd(const fakes::TemporaryDirectory& outside, const std::string& name, bool grows) {
+    const std::string path = outside.path(name);
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return name == "file.xml" ? "it is gone" : "";
+    }
+    const mode_t wanted = S_IFREG | (name == "file.xml" ? 0644 : 0600);
+    if (status.st_mode != wanted || status.st_uid != geteuid()) {
+        return "its mode is " + std::to_string(status.st_mode) + ", its owner " + std::to_string(status.st_uid);
+    }
+    const std::string bytes = torture::bytesOf(path);
+    if (grows) {
+        const bool isKept = bytes.starts_with(name == "file.xml" ? DOCUMENT : "");
+        return isKept && bytes.ends_with("a line of the log\n") ? "" : "it holds: " + bytes;
+    }
+    const bool isWhole = bytes == DOCUMENT || (bytes.starts_with("<?xml ") && bytes.ends_with("</Corvid>\n"));
+    return isWhole ? "" : "it holds: " + bytes;
 }
 
 /// Puts a damaged file where the next start sets it aside, and the backup of an earlier one if the place is that one's
@@ -205,6 +239,16 @@ int askOverTls(const std::string& authorities) {
     tessel::http::Response response;
     const auto result = transport.send(tessel::http::Request(server.url()), response);
     return result == HttpDownloader::HttpDownloadResultEnum::CertificateRejected ? IN_ORDER : UNANSWERED;
+}
+
+/// Writes a line to a log, as far as one can be written there.
+int writeLog(const std::string& path) {
+    alarm(60);
+    if (const auto sink = tessel::SpdlogSink::toFile(path)) {
+        sink->write({2, "logger", "file", 1, "function", "a line of the log"});
+        sink->flush();
+    }
+    return IN_ORDER;
 }
 
 /// Whether each of them is what a regular file of the folder holds.
@@ -264,6 +308,9 @@ protected:
         if (place != CACHE) {
             fs::create_directory(scene.config() + "/Cache");
         }
+        if (place == INSTALLATION) {
+            fs::remove(scene.install());
+        }
         const std::vector<std::string> damaged = damageWhatIsBackedUpAt(place, directory);
         if (!obstacle.make(directory.path(place), outside)) {
             return false;
@@ -273,8 +320,8 @@ protected:
             held.emplace(directory.path(place));
         }
         std::vector<std::string> written;
-        if (isWrittenThroughLinks(place) && obstacle.leadsToAFile) {
-            written = {"file.xml", "new.xml"};
+        if (isWrittenThroughLinks(place) && !obstacle.leadsTo.empty()) {
+            written = {obstacle.leadsTo};
         }
         if (place == CACHE && obstacle.name != STRANGERS_LINK_TO_A_FOLDER) {
             written = {"folder/cachedServer.xml", "folder/cachedServer.xml.temp", "folder/cachedTFTPConfigStore.xml",
@@ -283,8 +330,9 @@ protected:
         const std::string before = description(outside.path(), written);
         const std::string path = directory.path(place);
         const auto keeps = [&] { return areKept(damaged, fs::path(path).parent_path()); };
-        const int status =
-            support::runForked([&] { return place == AUTHORITIES ? askOverTls(path) : workOn(scene, keeps); });
+        const int status = support::runForked([&] {
+            return place == AUTHORITIES ? askOverTls(path) : place == LOG ? writeLog(path) : workOn(scene, keeps);
+        });
         const std::string what = std::string(obstacle.name) + " in the place of " + place;
         trial_.tried();
         if (status != IN_ORDER) {
@@ -295,6 +343,12 @@ protected:
         }
         if (const std::string after = description(outside.path(), written); after != before) {
             trial_.lost(what + ": outside there was\n" + before + "and now there is\n" + after, outside.path());
+        }
+        for (const std::string& name : written) {
+            const std::string wrong = name.ends_with(".temp") ? "" : wrongAtTheEnd(outside, name, place == LOG);
+            if (!wrong.empty()) {
+                trial_.lost(what + ": of " + name + " outside: " + wrong, outside.path());
+            }
         }
         return true;
     }

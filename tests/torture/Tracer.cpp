@@ -38,56 +38,126 @@ constexpr id_t endMark = 0x7C0B0002;
 
 constexpr std::size_t moreCallsThanAnyoneNeeds = 100000;
 
-enum class Names { Path, Descriptor, PathAt, TwoPaths, TwoPathsAt };
+/// What the arguments of a call name, from the first one on if nothing else is said.
+enum class Names {
+    Path,
+    Descriptor,
+    PathAt,
+    TwoPaths,
+    TwoPathsAt,
+    TwoDescriptors,
+    FirstAndThirdDescriptor,
+    FifthDescriptor,
+    TextAndPathAt,
+};
 
 struct FileCall {
     const char* name;
     Names names;
 };
 
+/// Every call of Linux that names a file or a descriptor, but for those that mount, that wait for several descriptors,
+/// that speak to a socket, or that name an end of a range.
 const std::map<long, FileCall>& fileCalls() {
     static const std::map<long, FileCall> calls = {
-        {SYS_open, {"open", Names::Path}},
-        {SYS_openat, {"openat", Names::PathAt}},
-        {SYS_creat, {"creat", Names::Path}},
         {SYS_close, {"close", Names::Descriptor}},
+        {SYS_dup, {"dup", Names::Descriptor}},
+        {SYS_dup2, {"dup2", Names::Descriptor}},
+        {SYS_dup3, {"dup3", Names::Descriptor}},
         {SYS_read, {"read", Names::Descriptor}},
         {SYS_pread64, {"pread64", Names::Descriptor}},
         {SYS_readv, {"readv", Names::Descriptor}},
+        {SYS_preadv, {"preadv", Names::Descriptor}},
+        {SYS_preadv2, {"preadv2", Names::Descriptor}},
         {SYS_write, {"write", Names::Descriptor}},
         {SYS_pwrite64, {"pwrite64", Names::Descriptor}},
         {SYS_writev, {"writev", Names::Descriptor}},
+        {SYS_pwritev, {"pwritev", Names::Descriptor}},
+        {SYS_pwritev2, {"pwritev2", Names::Descriptor}},
+        {SYS_vmsplice, {"vmsplice", Names::Descriptor}},
         {SYS_lseek, {"lseek", Names::Descriptor}},
+        {SYS_readahead, {"readahead", Names::Descriptor}},
+        {SYS_fadvise64, {"fadvise64", Names::Descriptor}},
         {SYS_fsync, {"fsync", Names::Descriptor}},
         {SYS_fdatasync, {"fdatasync", Names::Descriptor}},
+        {SYS_sync_file_range, {"sync_file_range", Names::Descriptor}},
+        {SYS_syncfs, {"syncfs", Names::Descriptor}},
         {SYS_ftruncate, {"ftruncate", Names::Descriptor}},
+        {SYS_fallocate, {"fallocate", Names::Descriptor}},
         {SYS_flock, {"flock", Names::Descriptor}},
         {SYS_fcntl, {"fcntl", Names::Descriptor}},
+        {SYS_ioctl, {"ioctl", Names::Descriptor}},
+        {SYS_getdents, {"getdents", Names::Descriptor}},
         {SYS_getdents64, {"getdents64", Names::Descriptor}},
         {SYS_fstat, {"fstat", Names::Descriptor}},
+        {SYS_fstatfs, {"fstatfs", Names::Descriptor}},
         {SYS_fchmod, {"fchmod", Names::Descriptor}},
         {SYS_fchown, {"fchown", Names::Descriptor}},
+        {SYS_fchdir, {"fchdir", Names::Descriptor}},
+        {SYS_fgetxattr, {"fgetxattr", Names::Descriptor}},
+        {SYS_flistxattr, {"flistxattr", Names::Descriptor}},
+        {SYS_fsetxattr, {"fsetxattr", Names::Descriptor}},
+        {SYS_fremovexattr, {"fremovexattr", Names::Descriptor}},
+        {SYS_open, {"open", Names::Path}},
+        {SYS_creat, {"creat", Names::Path}},
         {SYS_stat, {"stat", Names::Path}},
         {SYS_lstat, {"lstat", Names::Path}},
-        {SYS_newfstatat, {"newfstatat", Names::PathAt}},
-        {SYS_statx, {"statx", Names::PathAt}},
+        {SYS_statfs, {"statfs", Names::Path}},
         {SYS_access, {"access", Names::Path}},
-        {SYS_faccessat, {"faccessat", Names::PathAt}},
         {SYS_readlink, {"readlink", Names::Path}},
-        {SYS_readlinkat, {"readlinkat", Names::PathAt}},
+        {SYS_truncate, {"truncate", Names::Path}},
         {SYS_chmod, {"chmod", Names::Path}},
-        {SYS_fchmodat, {"fchmodat", Names::PathAt}},
+        {SYS_chown, {"chown", Names::Path}},
+        {SYS_lchown, {"lchown", Names::Path}},
+        {SYS_utime, {"utime", Names::Path}},
+        {SYS_utimes, {"utimes", Names::Path}},
+        {SYS_mknod, {"mknod", Names::Path}},
         {SYS_mkdir, {"mkdir", Names::Path}},
-        {SYS_mkdirat, {"mkdirat", Names::PathAt}},
         {SYS_rmdir, {"rmdir", Names::Path}},
         {SYS_unlink, {"unlink", Names::Path}},
+        {SYS_chdir, {"chdir", Names::Path}},
+        {SYS_chroot, {"chroot", Names::Path}},
+        {SYS_getxattr, {"getxattr", Names::Path}},
+        {SYS_lgetxattr, {"lgetxattr", Names::Path}},
+        {SYS_listxattr, {"listxattr", Names::Path}},
+        {SYS_llistxattr, {"llistxattr", Names::Path}},
+        {SYS_setxattr, {"setxattr", Names::Path}},
+        {SYS_lsetxattr, {"lsetxattr", Names::Path}},
+        {SYS_removexattr, {"removexattr", Names::Path}},
+        {SYS_lremovexattr, {"lremovexattr", Names::Path}},
+        {SYS_execve, {"execve", Names::Path}},
+        {SYS_openat, {"openat", Names::PathAt}},
+        {SYS_openat2, {"openat2", Names::PathAt}},
+        {SYS_newfstatat, {"newfstatat", Names::PathAt}},
+        {SYS_statx, {"statx", Names::PathAt}},
+        {SYS_faccessat, {"faccessat", Names::PathAt}},
+        {SYS_faccessat2, {"faccessat2", Names::PathAt}},
+        {SYS_readlinkat, {"readlinkat", Names::PathAt}},
+        {SYS_fchmodat, {"fchmodat", Names::PathAt}},
+        {SYS_fchownat, {"fchownat", Names::PathAt}},
+        {SYS_utimensat, {"utimensat", Names::PathAt}},
+        {SYS_futimesat, {"futimesat", Names::PathAt}},
+        {SYS_mknodat, {"mknodat", Names::PathAt}},
+        {SYS_mkdirat, {"mkdirat", Names::PathAt}},
         {SYS_unlinkat, {"unlinkat", Names::PathAt}},
+        {SYS_name_to_handle_at, {"name_to_handle_at", Names::PathAt}},
+        {SYS_inotify_add_watch, {"inotify_add_watch", Names::PathAt}},
+        {SYS_execveat, {"execveat", Names::PathAt}},
         {SYS_rename, {"rename", Names::TwoPaths}},
+        {SYS_link, {"link", Names::TwoPaths}},
+        {SYS_symlink, {"symlink", Names::TwoPaths}},
         {SYS_renameat, {"renameat", Names::TwoPathsAt}},
         {SYS_renameat2, {"renameat2", Names::TwoPathsAt}},
-        {SYS_link, {"link", Names::TwoPaths}},
         {SYS_linkat, {"linkat", Names::TwoPathsAt}},
-        {SYS_symlink, {"symlink", Names::TwoPaths}},
+        {SYS_symlinkat, {"symlinkat", Names::TextAndPathAt}},
+        {SYS_sendfile, {"sendfile", Names::TwoDescriptors}},
+        {SYS_tee, {"tee", Names::TwoDescriptors}},
+        {SYS_splice, {"splice", Names::FirstAndThirdDescriptor}},
+        {SYS_copy_file_range, {"copy_file_range", Names::FirstAndThirdDescriptor}},
+        {SYS_mmap, {"mmap", Names::FifthDescriptor}},
+#ifdef SYS_fchmodat2
+        {SYS_fchmodat2, {"fchmodat2", Names::PathAt}},
+#endif
     };
     return calls;
 }
@@ -208,6 +278,14 @@ Call described(const Tracee& tracee, const FileCall& call, const user_regs_struc
         return {call.name, tracee.pathAt(registers.rdi, registers.rsi), ""};
     case Names::TwoPaths:
         return {call.name, tracee.pathAt(here, registers.rdi), tracee.pathAt(here, registers.rsi)};
+    case Names::TwoDescriptors:
+        return {call.name, tracee.pathOf(registers.rdi), tracee.pathOf(registers.rsi)};
+    case Names::FirstAndThirdDescriptor:
+        return {call.name, tracee.pathOf(registers.rdi), tracee.pathOf(registers.rdx)};
+    case Names::FifthDescriptor:
+        return {call.name, tracee.pathOf(registers.r8), ""};
+    case Names::TextAndPathAt:
+        return {call.name, "", tracee.pathAt(registers.rsi, registers.rdx)};
     case Names::TwoPathsAt:
         break;
     }

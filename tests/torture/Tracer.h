@@ -12,7 +12,7 @@ namespace torture {
 struct Call {
     std::string name;
     std::string path;    ///< the first, or that of the descriptor: whole, and without "." and ".."
-    std::string target;  ///< of a rename, likewise
+    std::string target;  ///< of a rename, a link or a copy, likewise
 };
 
 /// Whether a whole path is that of the folder or of something below it.

@@ -2,7 +2,11 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <linux/openat2.h>
+#include <sys/mman.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -103,6 +107,43 @@ TEST_F(Tracer, SeesLinksRenamesAndModesByEveryName) {
     EXPECT_TRUE(std::all_of(modes.begin(), modes.end(), [](auto& line) { return line.ends_with(" watched/a"); }));
     EXPECT_NE(modes.back().find("chmod"), std::string::npos);
     EXPECT_EQ(seen("watched", [] { return fchmodat(AT_FDCWD, "a", 0600, 0) == 0; }), Lines{"fchmodat watched/a"});
+}
+
+TEST_F(Tracer, SeesCallsThatChangeAFileWithoutAWrite) {
+    const auto opened = [](const char* path) { return open(path, O_RDWR | O_CLOEXEC); };
+    EXPECT_EQ(seen("watched", [] { return truncate("a", 2) == 0; }), Lines{"truncate watched/a"});
+    EXPECT_EQ(seen("watched", [] { return utimensat(AT_FDCWD, "a", nullptr, 0) == 0; }), Lines{"utimensat watched/a"});
+    EXPECT_EQ(seen("watched-not", [] { return symlinkat("a", AT_FDCWD, "../watched/l") == 0; }),
+              Lines{"symlinkat  watched/l"});
+    EXPECT_EQ(
+        seen("watched-not", [] { return renameat2(AT_FDCWD, "../watched/l", AT_FDCWD, "m", RENAME_NOREPLACE) <= 0; }),
+        Lines{"renameat2 watched/l watched-not/m"});
+    const int from = opened(directory_.path("watched-not/a").c_str());
+    const int to = opened(directory_.path("watched/a").c_str());
+    EXPECT_EQ(seen("", [&] { return sendfile(to, from, nullptr, 1) == 1; }), Lines{"sendfile watched/a watched-not/a"});
+    EXPECT_EQ(seen("", [&] { return copy_file_range(from, nullptr, to, nullptr, 1, 0) == 1; }),
+              Lines{"copy_file_range watched-not/a watched/a"});
+    EXPECT_EQ(seen("", [&] { return fallocate(to, 0, 0, 8) == 0; }), Lines{"fallocate watched/a"});
+    EXPECT_EQ(seen("",
+                   [&] {
+                       void* const mapped = mmap(nullptr, 1, PROT_WRITE, MAP_SHARED, to, 0);
+                       return mapped != MAP_FAILED && munmap(mapped, 1) == 0;
+                   }),
+              Lines{"mmap watched/a"});
+    close(from);
+    close(to);
+}
+
+TEST_F(Tracer, SeesCallsByTheirNewNames) {
+    EXPECT_EQ(seen("watched",
+                   [] {
+                       const open_how how{.flags = O_RDONLY | O_CLOEXEC, .mode = 0, .resolve = 0};
+                       const long file = syscall(SYS_openat2, AT_FDCWD, "a", &how, sizeof how);
+                       return file >= 0 && close(static_cast<int>(file)) == 0;
+                   }),
+              Lines{"openat2 watched/a"});
+    EXPECT_EQ(seen("watched", [] { return syscall(SYS_faccessat2, AT_FDCWD, "a", R_OK, AT_EACCESS) == 0; }),
+              Lines{"faccessat2 watched/a"});
 }
 
 TEST_F(Tracer, FailsACallThatNamesItsFileByARelativePath) {

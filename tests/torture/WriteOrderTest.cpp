@@ -27,6 +27,14 @@ bool isSync(const Call& call, const std::string& path) {
     return (call.name == "fsync" || call.name == "fdatasync") && call.path == path;
 }
 
+bool changes(const Call& call, const std::string& path) {
+    const bool isWrite =
+        call.name.find("write") != std::string::npos || call.name.find("truncate") != std::string::npos;
+    const bool isCopy = call.name == "sendfile" || call.name == "splice" || call.name == "copy_file_range";
+    return (call.path == path && (isWrite || call.name == "fallocate" || call.name == "mmap")) ||
+           (isCopy && (call.path == path || call.target == path));
+}
+
 /// What is wrong with the order of the calls that put a new file in a file's place; empty if nothing is.
 std::string disorder(const std::vector<Call>& calls, const std::string& file) {
     const auto rename = std::find_if(calls.begin(), calls.end(), [&](const Call& call) {
@@ -35,9 +43,7 @@ std::string disorder(const std::vector<Call>& calls, const std::string& file) {
     if (rename == calls.end()) {
         return "nothing was renamed to it";
     }
-    const auto touches = [&](const Call& call) {
-        return call.path == rename->path && (call.name.find("write") != std::string::npos || call.name == "ftruncate");
-    };
+    const auto touches = [&](const Call& call) { return changes(call, rename->path); };
     const auto sync = std::find_if(calls.begin(), rename, [&](const Call& call) { return isSync(call, rename->path); });
     if (sync == rename || std::any_of(sync, rename, touches)) {
         return "the temporary was not synced after its last write and before the rename";
@@ -46,9 +52,7 @@ std::string disorder(const std::vector<Call>& calls, const std::string& file) {
     if (std::none_of(rename, calls.end(), [&](const Call& call) { return isSync(call, folder); })) {
         return "the folder was not synced after the rename";
     }
-    const auto writesInPlace = [&](const Call& call) {
-        return call.path == file && (call.name.find("write") != std::string::npos || call.name == "ftruncate");
-    };
+    const auto writesInPlace = [&](const Call& call) { return changes(call, file); };
     return std::any_of(calls.begin(), calls.end(), writesInPlace) ? "the file itself was written" : "";
 }
 
@@ -322,7 +326,11 @@ TEST_F(WriteOrder, IsFoundWrongWhereItIs) {
     for (const auto& calls : {std::vector{write, sync, rename}, std::vector{write, sync, syncFolder, rename}}) {
         EXPECT_EQ(disorder(calls, file), "the folder was not synced after the rename");
     }
-    EXPECT_EQ(disorder({write, sync, rename, syncFolder, {"write", file, ""}}, file), "the file itself was written");
+    for (const Call& inPlace :
+         {Call{"write", file, ""}, Call{"truncate", file, ""}, Call{"copy_file_range", "/d/a", file},
+          Call{"sendfile", file, "/d/a"}, Call{"fallocate", file, ""}}) {
+        EXPECT_EQ(disorder({write, sync, rename, syncFolder, inPlace}, file), "the file itself was written");
+    }
 }
 
 }  // namespace
