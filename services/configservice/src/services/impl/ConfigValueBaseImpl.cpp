@@ -112,7 +112,8 @@ void ConfigValueBaseImpl::fire(void (ConfigValueObserver::*changed)()) {
     EnsureUpdateAccess(true);
     // Most objects have no other observer, and those that a snapshot keeps alive this object does.
     if (ownNotifiers_ != nullptr && isObservedOnlyBy(notifiers_)) {
-        (ownNotifiers_->*changed)();
+        ConfigValueObserver& own = *ownNotifiers_;
+        (own.*changed)();
         return;
     }
     for (const auto& observer : lockObservers()) {
