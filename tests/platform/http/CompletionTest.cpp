@@ -135,10 +135,15 @@ TEST_F(Completion, IsDestroyedOnItsThreadWithWhatItHolds) {
     auto held = std::make_shared<Held>();
     std::future<std::thread::id> destroyed = held->thread.get_future();
     std::promise<std::thread::id> ran;
-    ASSERT_TRUE(transport.start(
-        transfer([held, &ran](std::string&, HttpDownloadResult) { ran.set_value(std::this_thread::get_id()); },
-                 [held](double, double) {})));
+    std::promise<void> letGo;
+    ASSERT_TRUE(transport.start(transfer(
+        [held, &ran, &letGo](std::string&, HttpDownloadResult) {
+            letGo.get_future().wait();
+            ran.set_value(std::this_thread::get_id());
+        },
+        [held](double, double) {})));
     held.reset();
+    letGo.set_value();
     EXPECT_EQ(destroyed.get(), ran.get_future().get());
 }
 
