@@ -172,8 +172,8 @@ bool isOpeningOfATemporary(const Call& call) {
 bool isDispensable(const Call& call, const Scene& scene) {
     const bool isFolder = call.path == scene.config() || call.path == scene.config() + "/Cache";
     return call.name == "close" || (call.name == "unlink" && call.path.ends_with(".temp")) ||
-           (isFolder &&
-            (call.name == "readlink" || call.name == "flock" || call.name == "fstat" || call.name.starts_with("open")));
+           (isFolder && (call.name == "readlink" || call.name == "flock" || call.name.starts_with("open") ||
+                         call.name.find("stat") != std::string::npos));
 }
 
 /// Whether it was the opening of a temporary file, and nothing else that failed, that kept a file from being written.
