@@ -70,6 +70,7 @@ TEST_F(Forwarding, TakesReportsByValueToo) {
 }
 
 TEST_F(Forwarding, WithoutAServiceTellsNobody) {
+    writeDefaults({{"other", "default"}});
     const auto lonely = std::make_shared<UnifiedFactory>(dispatcher, tasks);
     const auto adapterAlone = std::make_shared<ConfigAdapter>(lonely);
     EXPECT_TRUE(adapterAlone->setConfig(L"key", L"value"));
