@@ -97,12 +97,15 @@ TEST_F(LogindDelay, IsAskedForAnewBeforeItIsReportedThatAShutdownIsCalledOff) {
             goOn.get_future().wait();
         }
     });
-    logind.lendDelay();
+    const support::LentDelay first = logind.lendDelay();
+    log->waitFor(WAITS);
     logind.emit({"PrepareForShutdown"});
+    first.waitForItsEnd();
+    log->clear();
     logind.emit({"PrepareForShutdown", false});
     const support::LentDelay second = logind.lendDelay();
     goOn.set_value();
-    log->waitFor(WAITS);
+    log->waitFor(WAITS);  // after the report has returned
     EXPECT_TRUE(second.isHeld());
 }
 
