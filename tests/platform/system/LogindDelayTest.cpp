@@ -1,5 +1,6 @@
 #include <future>
 #include <stdexcept>
+#include <string>
 
 #include "PowerListener.h"
 
@@ -10,7 +11,20 @@ namespace {
 constexpr const char* WAITS = "A shutdown waits until everything is on disk";
 
 /// A source that has asked the login manager to wait for it.
-class LogindDelay : public PowerListener {};
+class LogindDelay : public PowerListener {
+protected:
+    /// Lends a first delay, announces a shutdown and calls it off; the log has nothing of it any more.
+    /// @return what was asked for.
+    std::string announceAndCallOff() {
+        const support::LentDelay first = logind.lendDelay();
+        log->waitFor(WAITS);
+        logind.emit({"PrepareForShutdown"});
+        first.waitForItsEnd();
+        log->clear();
+        logind.emit({"PrepareForShutdown", false});
+        return first.request();
+    }
+};
 
 }  // namespace
 
@@ -78,14 +92,9 @@ TEST_F(LogindDelay, IsKeptThroughSleepsAndAnEndOfAShutdownThatNeverBegan) {
 
 TEST_F(LogindDelay, IsAskedForAnewWhenAShutdownIsCalledOff) {
     listen();
-    const support::LentDelay first = logind.lendDelay();
-    log->waitFor(WAITS);
-    logind.emit({"PrepareForShutdown"});
-    first.waitForItsEnd();
-    log->clear();
-    logind.emit({"PrepareForShutdown", false});
+    const std::string first = announceAndCallOff();
     const support::LentDelay second = logind.lendDelay();
-    EXPECT_EQ(second.request(), first.request());
+    EXPECT_EQ(second.request(), first);
     log->waitFor(WAITS);
     EXPECT_TRUE(second.isHeld());
 }
@@ -97,12 +106,7 @@ TEST_F(LogindDelay, IsAskedForAnewBeforeItIsReportedThatAShutdownIsCalledOff) {
             goOn.get_future().wait();
         }
     });
-    const support::LentDelay first = logind.lendDelay();
-    log->waitFor(WAITS);
-    logind.emit({"PrepareForShutdown"});
-    first.waitForItsEnd();
-    log->clear();
-    logind.emit({"PrepareForShutdown", false});
+    announceAndCallOff();
     const support::LentDelay second = logind.lendDelay();
     goOn.set_value();
     log->waitFor(WAITS);  // after the report has returned
