@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -39,8 +40,11 @@ protected:
     /// The observers that are alive, in the order of their registration. The references keep them so for the fire.
     std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> lockObservers();
 
-    /// True if there is one observer, and it is part of the object behind that reference. Takes no reference itself.
-    bool isObservedOnlyBy(const std::shared_ptr<const void>& observer);
+    /// True if this observer, which is alive, is the only one. Takes no lock: what another thread changes meanwhile
+    /// counts as before or after.
+    bool isObservedOnlyBy(const UnifiedBusinessObjectObserver* observer) const {
+        return observer != nullptr && onlyObserver_.load(std::memory_order_acquire) == observer;
+    }
 
     /// Checks that the calling thread may read and change business objects. Off the dispatcher thread it logs at
     /// level 2 with the class name and throws an exception derived from std::logic_error, before anything was touched.
@@ -54,10 +58,14 @@ protected:
     std::shared_ptr<UnifiedBusinessObjectNotifiers> notifiers_;
 
 private:
+    /// After each change of the list.
+    void noteOnlyObserver() TESSEL_REQUIRES(mutex_);
+
     const std::shared_ptr<UnifiedFactory> factory_;
     const char* const className_;
     const bool checksAccess_;
     const std::uint64_t number_;  ///< what getGuid() gives as a text
     mutable tessel::Mutex mutex_;
     std::vector<std::weak_ptr<UnifiedBusinessObjectObserver>> observers_ TESSEL_GUARDED_BY(mutex_);
+    std::atomic<const UnifiedBusinessObjectObserver*> onlyObserver_ = nullptr;  ///< null if there are none or several
 };

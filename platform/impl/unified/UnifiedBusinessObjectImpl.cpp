@@ -36,6 +36,7 @@ void UnifiedBusinessObjectImpl::addObserver(std::weak_ptr<UnifiedBusinessObjectO
     std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> outlivesLock;
     const tessel::ScopedLock lock(mutex_);
     outlivesLock = platform::addAlive(observers_, added);
+    noteOnlyObserver();
 }
 
 void UnifiedBusinessObjectImpl::removeObserver(std::weak_ptr<UnifiedBusinessObjectObserver> observer) {
@@ -43,6 +44,7 @@ void UnifiedBusinessObjectImpl::removeObserver(std::weak_ptr<UnifiedBusinessObje
     std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> outlivesLock;
     const tessel::ScopedLock lock(mutex_);
     outlivesLock = platform::removeAlive(observers_, removed);
+    noteOnlyObserver();
 }
 
 std::shared_ptr<UnifiedBusinessObjectNotifiers> UnifiedBusinessObjectImpl::getUnifiedBusinessObjectNotifiers() {
@@ -55,13 +57,17 @@ std::string UnifiedBusinessObjectImpl::toString() const { return className_ + ("
 
 std::vector<std::shared_ptr<UnifiedBusinessObjectObserver>> UnifiedBusinessObjectImpl::lockObservers() {
     const tessel::ScopedLock lock(mutex_);
-    return platform::lockAlive(observers_);
+    auto alive = platform::lockAlive(observers_);
+    noteOnlyObserver();
+    return alive;
 }
 
-bool UnifiedBusinessObjectImpl::isObservedOnlyBy(const std::shared_ptr<const void>& observer) {
-    const tessel::ScopedLock lock(mutex_);
-    return observers_.size() == 1 && !observers_.front().owner_before(observer) &&
-           !observer.owner_before(observers_.front());
+void UnifiedBusinessObjectImpl::noteOnlyObserver() {
+    const UnifiedBusinessObjectObserver* only = nullptr;
+    if (observers_.size() == 1) {
+        only = observers_.front().lock().get();
+    }
+    onlyObserver_.store(only, std::memory_order_release);
 }
 
 void UnifiedBusinessObjectImpl::EnsureUpdateAccess(bool required) const {

@@ -93,19 +93,31 @@ TEST(UnifiedBusinessObjectImpl, KnowsWhetherNobodyElseObservesIt) {
     Object object(nullptr, "Object");
     const auto own = std::make_shared<Nobody>();
     auto other = std::make_shared<Nobody>();
-    EXPECT_FALSE(object.isObservedOnlyBy(own));
+    EXPECT_FALSE(object.isObservedOnlyBy(own.get()));
     object.addObserver(own);
-    EXPECT_TRUE(object.isObservedOnlyBy(own));
-    EXPECT_FALSE(object.isObservedOnlyBy(other));
+    EXPECT_TRUE(object.isObservedOnlyBy(own.get()));
+    EXPECT_FALSE(object.isObservedOnlyBy(other.get()));
     EXPECT_FALSE(object.isObservedOnlyBy(nullptr));
     object.addObserver(other);
-    EXPECT_FALSE(object.isObservedOnlyBy(own));
+    EXPECT_FALSE(object.isObservedOnlyBy(own.get()));
     object.removeObserver(other);
-    EXPECT_TRUE(object.isObservedOnlyBy(own));
+    EXPECT_TRUE(object.isObservedOnlyBy(own.get()));
     object.removeObserver(own);
+    EXPECT_FALSE(object.isObservedOnlyBy(nullptr));
     object.addObserver(other);
-    EXPECT_FALSE(object.isObservedOnlyBy(own));
+    EXPECT_FALSE(object.isObservedOnlyBy(own.get()));
     EXPECT_EQ(own.use_count(), 1);
+}
+
+TEST(UnifiedBusinessObjectImpl, KnowsAgainThatNobodyElseObservesItOnceTheOtherIsDead) {
+    Object object(nullptr, "Object");
+    const auto own = std::make_shared<Nobody>();
+    auto other = std::make_shared<Nobody>();
+    object.addObserver(own);
+    object.addObserver(other);
+    other.reset();
+    EXPECT_EQ(object.lockObservers().size(), 1U);
+    EXPECT_TRUE(object.isObservedOnlyBy(own.get()));
 }
 
 TEST(UnifiedBusinessObjectImpl, TakesObserversFromManyThreads) {

@@ -180,8 +180,8 @@ std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfig(const std::wstrin
 std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfig(const FoldedKey& key) {
     const std::wstring* const target = aliasTarget(key);
     if (target == nullptr) {
-        const std::shared_ptr<ConfigValueImpl> config = findLive(key);
-        return config != nullptr ? config : createConfig(key.text());
+        std::shared_ptr<ConfigValueImpl> config = findLive(key);
+        return config != nullptr ? std::move(config) : createConfig(key.text());
     }
     if (const std::shared_ptr<ConfigValueImpl> config = findConfigFromKey(*target)) {
         TesselLog(serviceLogger(), 4, __FILE__, __LINE__, "findConfig",
@@ -191,8 +191,8 @@ std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfig(const FoldedKey& 
         return config;
     }
     // The object may have been made under the old name before the table of renamed keys arrived.
-    const std::shared_ptr<ConfigValueImpl> config = findLive(key);
-    return config != nullptr ? config : createConfig(*target);
+    std::shared_ptr<ConfigValueImpl> config = findLive(key);
+    return config != nullptr ? std::move(config) : createConfig(*target);
 }
 
 std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfigFromKey(const std::wstring& key) {
@@ -200,7 +200,7 @@ std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findConfigFromKey(const std:
 }
 
 std::shared_ptr<ConfigValueImpl> ConfigServiceImpl::findLive(const FoldedKey& key) {
-    const std::shared_ptr<ConfigValueImpl> config = liveValues_.find(key);
+    std::shared_ptr<ConfigValueImpl> config = liveValues_.find(key);
     if (config != nullptr) {
         DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(config);
     }

@@ -42,7 +42,7 @@ std::wstring ConfigValueBaseImpl::getValue() const {
 
 void ConfigValueBaseImpl::setValue(const std::wstring& value) {
     EnsureUpdateAccess(true);
-    value_ = value;
+    storeValue(value);
 }
 
 std::wstring ConfigValueBaseImpl::getOriginalValue() const {
@@ -52,7 +52,7 @@ std::wstring ConfigValueBaseImpl::getOriginalValue() const {
 
 void ConfigValueBaseImpl::setOriginalValue(const std::wstring& originalValue) {
     EnsureUpdateAccess(true);
-    originalValue_ = originalValue;
+    storeOriginalValue(originalValue);
 }
 
 bool ConfigValueBaseImpl::getisOverridden() const {
@@ -62,7 +62,7 @@ bool ConfigValueBaseImpl::getisOverridden() const {
 
 void ConfigValueBaseImpl::setisOverridden(bool isOverridden) {
     EnsureUpdateAccess(true);
-    isOverridden_ = isOverridden;
+    storeIsOverridden(isOverridden);
 }
 
 bool ConfigValueBaseImpl::getisDefined() const {
@@ -72,7 +72,7 @@ bool ConfigValueBaseImpl::getisDefined() const {
 
 void ConfigValueBaseImpl::setisDefined(bool isDefined) {
     EnsureUpdateAccess(true);
-    isDefined_ = isDefined;
+    storeIsDefined(isDefined);
 }
 
 std::wstring ConfigValueBaseImpl::getValueStoreName() const {
@@ -82,7 +82,7 @@ std::wstring ConfigValueBaseImpl::getValueStoreName() const {
 
 void ConfigValueBaseImpl::setValueStoreName(const std::wstring& valueStoreName) {
     EnsureUpdateAccess(true);
-    valueStoreName_ = SharedText(valueStoreName);
+    storeValueStoreName(valueStoreName);
 }
 
 std::wstring ConfigValueBaseImpl::getOriginalValueStoreName() const {
@@ -92,7 +92,7 @@ std::wstring ConfigValueBaseImpl::getOriginalValueStoreName() const {
 
 void ConfigValueBaseImpl::setOriginalValueStoreName(const std::wstring& originalValueStoreName) {
     EnsureUpdateAccess(true);
-    originalValueStoreName_ = SharedText(originalValueStoreName);
+    storeOriginalValueStoreName(originalValueStoreName);
 }
 
 void ConfigValueBaseImpl::addObserver(std::weak_ptr<ConfigValueObserver> observer) {
@@ -110,8 +110,12 @@ std::shared_ptr<ConfigValueNotifiers> ConfigValueBaseImpl::getConfigValueNotifie
 
 void ConfigValueBaseImpl::fire(void (ConfigValueObserver::*changed)()) {
     EnsureUpdateAccess(true);
+    tell(changed);
+}
+
+void ConfigValueBaseImpl::tell(void (ConfigValueObserver::*changed)()) {
     // Most objects have no other observer, and those that a snapshot keeps alive this object does.
-    if (ownNotifiers_ != nullptr && isObservedOnlyBy(notifiers_)) {
+    if (ownNotifiers_ != nullptr && isObservedOnlyBy(ownNotifiers_)) {
         ConfigValueObserver& own = *ownNotifiers_;
         (own.*changed)();
         return;

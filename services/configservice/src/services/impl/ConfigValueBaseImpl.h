@@ -73,6 +73,15 @@ protected:
     const std::wstring& storedValueStoreName() const { return valueStoreName_.text(); }
     const std::wstring& storedOriginalValueStoreName() const { return originalValueStoreName_.text(); }
 
+    // What setters and fires do after their check of the thread, for an operation that has made it.
+    void storeValue(const std::wstring& value) { value_ = value; }
+    void storeOriginalValue(const std::wstring& originalValue) { originalValue_ = originalValue; }
+    void storeIsOverridden(bool isOverridden) { isOverridden_ = isOverridden; }
+    void storeIsDefined(bool isDefined) { isDefined_ = isDefined; }
+    void storeValueStoreName(const std::wstring& name) { valueStoreName_ = SharedText(name); }
+    void storeOriginalValueStoreName(const std::wstring& name) { originalValueStoreName_ = SharedText(name); }
+    void tell(void (ConfigValueObserver::*changed)());
+
 private:
     void fire(void (ConfigValueObserver::*changed)());
 

@@ -77,28 +77,28 @@ void ConfigValueImpl::update(const std::wstring& value, const std::wstring& orig
     // the fire returns. What is left of this older one must not land on top of it.
     const std::uint64_t state = ++newestState_;
     if (value != currentValue()) {
-        setValue(value);
-        fireValue();
+        storeValue(value);
+        tell(&ConfigValueObserver::OnValueChanged);
     }
     if (state == newestState_ && originalValue != storedOriginalValue()) {
-        setOriginalValue(originalValue);
-        fireOriginalValue();
+        storeOriginalValue(originalValue);
+        tell(&ConfigValueObserver::OnOriginalValueChanged);
     }
     if (state == newestState_ && isOverridden != storedIsOverridden()) {
-        setisOverridden(isOverridden);
-        fireisOverridden();
+        storeIsOverridden(isOverridden);
+        tell(&ConfigValueObserver::OnisOverriddenChanged);
     }
     if (state == newestState_ && isDefined != storedIsDefined()) {
-        setisDefined(isDefined);
-        fireisDefined();
+        storeIsDefined(isDefined);
+        tell(&ConfigValueObserver::OnisDefinedChanged);
     }
     if (state == newestState_ && valueStoreName != storedValueStoreName()) {
-        setValueStoreName(valueStoreName);
-        fireValueStoreName();
+        storeValueStoreName(valueStoreName);
+        tell(&ConfigValueObserver::OnValueStoreNameChanged);
     }
     if (state == newestState_ && originalValueStoreName != storedOriginalValueStoreName()) {
-        setOriginalValueStoreName(originalValueStoreName);
-        fireOriginalValueStoreName();
+        storeOriginalValueStoreName(originalValueStoreName);
+        tell(&ConfigValueObserver::OnOriginalValueStoreNameChanged);
     }
 }
 
@@ -108,28 +108,28 @@ void ConfigValueImpl::silentUpdate(const std::wstring& value, const std::wstring
     EnsureUpdateAccess(true);
     ++newestState_;
     if (value != currentValue()) {
-        setValue(value);
+        storeValue(value);
         pendingValueFire_ = true;
     }
     if (originalValue != storedOriginalValue()) {
-        setOriginalValue(originalValue);
+        storeOriginalValue(originalValue);
         pendingOriginalValueFire_ = true;
     }
     if (isOverridden != storedIsOverridden()) {
-        setisOverridden(isOverridden);
+        storeIsOverridden(isOverridden);
         pendingisOverriddenFire_ = true;
     }
     // Unlike update(): a batch can define a key but never undefine it, and a key that stays undefined is told anew.
     if (!storedIsDefined()) {
-        setisDefined(isDefined);
+        storeIsDefined(isDefined);
         pendingisDefinedFire_ = true;
     }
     if (valueStoreName != storedValueStoreName()) {
-        setValueStoreName(valueStoreName);
+        storeValueStoreName(valueStoreName);
         pendingValueStoreNameFire_ = true;
     }
     if (originalValueStoreName != storedOriginalValueStoreName()) {
-        setOriginalValueStoreName(originalValueStoreName);
+        storeOriginalValueStoreName(originalValueStoreName);
         pendingOriginalValueStoreNameFire_ = true;
     }
 }

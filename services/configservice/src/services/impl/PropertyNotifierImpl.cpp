@@ -44,6 +44,10 @@ std::weak_ptr<PropertyNotifierConnection> PropertyNotifierImpl::addConnection(co
 }
 
 void PropertyNotifierImpl::fire() {
+    if (boostConnections_->empty()) {
+        fireConnections(*standardConnections_);
+        return;
+    }
     // A callback of the first list may drop the last reference to this object.
     const auto standardConnections = standardConnections_;
     fireConnections(*boostConnections_);

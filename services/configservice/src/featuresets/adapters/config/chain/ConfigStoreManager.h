@@ -220,7 +220,7 @@ private:
     void enqueuePersist(const SearchedStore& store);
 
     /// updateKey() without a copy of the key, which must stay as it is whatever the observers do.
-    void report(const std::wstring& key, bool silent);
+    void report(const StoreChain::Lock& lock, const FoldedKey& key, bool silent);
 
     /// Over the chain as it stands, for the life of the lock.
     KeyResolver resolver(const StoreChain::Lock& lock) { return KeyResolver(chain_.searchList(lock), renamedKeys_); }

@@ -2,16 +2,18 @@
 
 #include <utility>
 
-void ConfigStoreManager::updateKey(std::wstring key, bool silent) { report(key, silent); }
-
-void ConfigStoreManager::report(const std::wstring& key, bool silent) {
+void ConfigStoreManager::updateKey(std::wstring key, bool silent) {
     const FoldedKey folded(key);
     const StoreChain::Lock lock(chain_);
+    report(lock, folded, silent);
+}
+
+void ConfigStoreManager::report(const StoreChain::Lock& lock, const FoldedKey& key, bool silent) {
     const KeyResolver chain = resolver(lock);
     KeyResolver::Report state;
-    chain.lookUp(folded, false, state.lookup);
-    logLookup(key, state.lookup, state.lookup.storeName.text(), false);
-    chain.complete(folded, state);
+    chain.lookUp(key, false, state.lookup);
+    logLookup(key.text(), state.lookup, state.lookup.storeName.text(), false);
+    chain.complete(key, state);
     if (state.name == nullptr) {
         return;
     }
@@ -19,8 +21,8 @@ void ConfigStoreManager::report(const std::wstring& key, bool silent) {
         tell({name, state.value(), state.originalValue(), state.isOverridden(), state.isDefined(),
               state.valueStoreName(), state.originalValueStoreName(), silent});
     };
-    if (state.name == &key) {
-        tellUnder(folded);
+    if (state.name == &key.text()) {
+        tellUnder(key);
     } else {
         tellUnder(FoldedKey(*state.name));
     }
@@ -58,7 +60,7 @@ void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) 
     // An observer may read in its turn: with the chain lock taken first, the two locks are always taken in one order.
     const StoreChain::Lock lock(chain_);
     for (const std::wstring& key : keys) {
-        report(key, true);
+        report(lock, FoldedKey(key), true);
     }
     for (const std::wstring& key : keys) {
         const FoldedKey folded(key);

@@ -54,14 +54,17 @@ void storeAll(ConfigStore& store, const std::map<std::wstring, std::wstring>& va
 }  // namespace
 
 bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring& value) {
+    const std::wstring own = key;  // an observer may take the caller's away
+    const FoldedKey folded(own);
     bool stored = false;
-    chain_.walk([&](const SearchedStore& store) {
+    const StoreChain::Lock lock(chain_);
+    chain_.walk(lock, [&](const SearchedStore& store) {
         if (!takesUserValues(store)) {
             return true;
         }
-        stored = store.store()->storeValue(key, value);
+        stored = store.storeValue(folded, value);
         enqueuePersist(store);
-        updateKey(key, false);  // by a copy: an observer may take the caller's away
+        report(lock, folded, false);
         return false;
     });
     return stored;
@@ -69,12 +72,13 @@ bool ConfigStoreManager::storeValue(const std::wstring& key, const std::wstring&
 
 bool ConfigStoreManager::storeValue(const std::map<std::wstring, std::wstring>& values) {
     bool reachedOne = false;
-    chain_.walk([&](const SearchedStore& store) {
+    const StoreChain::Lock lock(chain_);
+    chain_.walk(lock, [&](const SearchedStore& store) {
         if (takesUserValues(store)) {
             storeAll(*store.store(), values);
             enqueuePersist(store);
             for (const auto& entry : values) {
-                report(entry.first, false);
+                report(lock, FoldedKey(entry.first), false);
             }
             reachedOne = true;
         }

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 /// What filters look for, worked out once for a key, however many of them are asked.
@@ -32,15 +31,14 @@ public:
 
     /// False: the key is not there.
     bool mayHold(const KeyMark& key) const {
-        const Words* const words = words_.load(std::memory_order_acquire);
-        const std::uint64_t word = (*words)[key.hash & (words->size() - 1)].load(std::memory_order_relaxed);
-        return (word & key.bits) == key.bits;
+        const Word* const words = words_.load(std::memory_order_acquire);
+        return (wordOf(words, key.hash).load(std::memory_order_relaxed) & key.bits) == key.bits;
     }
 
     void add(const KeyMark& key);
 
     /// True if so many keys were added that the answers have become vague; renew() then.
-    bool isFull() const { return added_ > KEYS_OF_A_WORD * all_.back()->size(); }
+    bool isFull() const { return added_ > KEYS_OF_A_WORD * wordsIn(all_.back()); }
 
     /// Begins anew with these keys, and with room for as many again. Whoever asks meanwhile for one of these keys that
     /// was held before is told "maybe". Never gives room back.
@@ -50,15 +48,28 @@ public:
     std::size_t bytes() const;
 
 private:
-    using Words = std::vector<std::atomic<std::uint64_t>>;
+    using Word = std::atomic<std::uint64_t>;
+
+    /// A power of two of words, behind one that holds their number less one: it mostly lies in memory that the search
+    /// needs anyway.
+    using Words = std::vector<Word>;
 
     static constexpr std::size_t KEYS_OF_A_WORD = 6;
 
+    template <typename SomeWord>
+    static SomeWord& wordOf(SomeWord* words, std::uint64_t hash) {
+        return words[1 + (hash & words[0].load(std::memory_order_relaxed))];
+    }
+
+    static std::size_t wordsIn(const Words& words) { return words.size() - 1; }
+
+    static Words make(std::size_t count);
+    void use(Words words);
     void fill(Words& words, const std::vector<std::uint64_t>& hashes);
 
     /// Those that are no longer in use stay to the end, since a reader may be looking at one. Each is twice as large as
     /// the one before, or larger, so that together they are never twice the last one.
-    std::vector<std::unique_ptr<Words>> all_;
-    std::atomic<Words*> words_;
+    std::vector<Words> all_;
+    std::atomic<const Word*> words_;
     std::size_t added_ = 0;
 };

@@ -37,8 +37,8 @@ void KeyResolver::lookUp(const FoldedKey& key, bool skipLocal, Lookup& lookup) c
         return;
     }
     lookUpExactly(key, skipLocal, lookup);
-    const std::wstring* oldKey = names_.oldNameOf(key);
-    if (lookup.found || oldKey == nullptr) {
+    const std::wstring* oldKey = lookup.found ? nullptr : names_.oldNameOf(key);
+    if (oldKey == nullptr) {
         return;
     }
     lookUpExactly(FoldedKey(*oldKey), skipLocal, lookup);
@@ -51,12 +51,12 @@ void KeyResolver::lookUp(const FoldedKey& key, bool skipLocal, Lookup& lookup) c
 void KeyResolver::lookUpOriginalExactly(const FoldedKey& key, Original& original, const Answer* known) const {
     original.found = false;
     original.isOverridden = false;
-    std::wstring writableText;
     std::wstring readOnlyText;
+    bool hasWritableText = false;  // of the text itself nothing else counts
     // Until the walk has come to the store that is known to answer, those that answer quietly are known to miss.
     const SearchedStore* answering = known != nullptr ? known->store : nullptr;
     for (const SearchedStore& store : stores_) {
-        if (!writableText.empty() && !readOnlyText.empty()) {
+        if (hasWritableText && !readOnlyText.empty()) {
             break;
         }
         const bool isAnswering = &store == answering;
@@ -65,32 +65,44 @@ void KeyResolver::lookUpOriginalExactly(const FoldedKey& key, Original& original
         if (isKnown && !isAnswering) {
             continue;
         }
-        const bool readOnly = store.isReadOnly();
-        std::wstring& text = readOnly ? readOnlyText : writableText;
-        if (!text.empty()) {
-            continue;
-        }
-        if (isKnown) {
-            // Of a writable store's text only this counts, whether it is empty.
-            text = readOnly ? known->value : known->value.substr(0, 1);
-        } else if (!store.lookUp(key, text)) {
-            continue;
-        }
-        if (readOnly) {
+        if (store.isReadOnly()) {
+            if (!readOnlyText.empty()) {
+                continue;
+            }
+            if (isKnown) {
+                readOnlyText = known->value;
+            } else if (!store.lookUp(key, readOnlyText)) {
+                continue;
+            }
             store.giveName(original.storeName);
             original.found = true;
-        } else if (readOnlyText.empty()) {
-            original.isOverridden = true;
+        } else if (!hasWritableText) {
+            if (isKnown) {
+                hasWritableText = !known->value.empty();
+            } else {
+                std::wstring text;
+                const bool isFound = store.lookUp(key, text);
+                hasWritableText = !text.empty();  // a store from outside may leave one in a miss
+                if (!isFound) {
+                    continue;
+                }
+            }
+            original.isOverridden = original.isOverridden || readOnlyText.empty();
         }
     }
     original.value = std::move(readOnlyText);
 }
 
-void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original, const Lookup* known) const {
+void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original) const {
+    lookUpOriginal(key, names_.currentNameOf(key), original, nullptr);
+}
+
+void KeyResolver::lookUpOriginal(const FoldedKey& key, const std::wstring* currentKey, Original& original,
+                                 const Lookup* known) const {
     original.usedOtherKeyName = false;
     // The two branches move on for different reasons: from a current name that is not overridden, and from a name that
     // no read-only store has.
-    if (const std::wstring* currentKey = names_.currentNameOf(key)) {
+    if (currentKey != nullptr) {
         lookUpOriginalExactly(FoldedKey(*currentKey), original);
         if (!original.isOverridden) {
             lookUpOriginalExactly(key, original);
@@ -99,15 +111,18 @@ void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original, const
         return;
     }
     lookUpOriginalExactly(key, original, known != nullptr && known->road == Road::AsAsked ? known : nullptr);
-    const std::wstring* oldKey = names_.oldNameOf(key);
-    if (!original.found && oldKey != nullptr) {
+    const std::wstring* oldKey = original.found ? nullptr : names_.oldNameOf(key);
+    if (oldKey != nullptr) {
         lookUpOriginalExactly(FoldedKey(*oldKey), original);
         original.usedOtherKeyName = original.isOverridden;
     }
 }
 
 const std::wstring* KeyResolver::reportedName(const FoldedKey& key) const {
-    const std::wstring* currentKey = names_.currentNameOf(key);
+    return reportedName(key, names_.currentNameOf(key));
+}
+
+const std::wstring* KeyResolver::reportedName(const FoldedKey& key, const std::wstring* currentKey) const {
     if (currentKey == nullptr) {
         return &key.text();
     }
@@ -117,8 +132,9 @@ const std::wstring* KeyResolver::reportedName(const FoldedKey& key) const {
 }
 
 void KeyResolver::complete(const FoldedKey& key, Report& report) const {
-    lookUpOriginal(key, report.original, &report.lookup);
-    report.name = reportedName(key);
+    const std::wstring* const currentKey = names_.currentNameOf(key);
+    lookUpOriginal(key, currentKey, report.original, &report.lookup);
+    report.name = reportedName(key, currentKey);
     report.ownNameWins =
         report.lookup.usedOtherKeyName() && !report.original.usedOtherKeyName && report.original.isOverridden;
 }

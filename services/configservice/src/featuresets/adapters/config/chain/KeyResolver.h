@@ -88,8 +88,8 @@ public:
     ///              stores that answer quietly; null if there is nothing of the kind.
     void lookUpOriginalExactly(const FoldedKey& key, Original& original, const Answer* known = nullptr) const;
 
-    /// The same under both names of the key. @param known what lookUp() has just found for it, or null.
-    void lookUpOriginal(const FoldedKey& key, Original& original, const Lookup* known = nullptr) const;
+    /// The same under both names of the key.
+    void lookUpOriginal(const FoldedKey& key, Original& original) const;
 
     /// The name under which observers hear of the key: the key itself, or a text of the tables. Null if it is an old
     /// name whose current one has a value.
@@ -103,6 +103,13 @@ public:
     Report resolve(const FoldedKey& key) const;
 
 private:
+    // For a key whose current name, null unless it is an old one, is known.
+
+    /// @param known what lookUp() has just found for the key, or null.
+    void lookUpOriginal(const FoldedKey& key, const std::wstring* currentKey, Original& original,
+                        const Lookup* known) const;
+    const std::wstring* reportedName(const FoldedKey& key, const std::wstring* currentKey) const;
+
     const SearchList& stores_;
     const RenamedKeys& names_;
 };

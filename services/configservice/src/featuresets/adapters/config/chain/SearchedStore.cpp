@@ -15,6 +15,7 @@ bool hasNameOfInMemory(ConfigStore& store) {
 SearchedStore::SearchedStore(const std::shared_ptr<ConfigStore>& store)
     : store_(store),
       inside_(dynamic_cast<FoldedLookup*>(store.get())),
+      insideWrite_(dynamic_cast<FoldedWrite*>(store.get())),
       persistRequests_(dynamic_cast<PersistRequests*>(store.get())) {
     if (inside_ != nullptr) {
         filter_ = inside_->filter();

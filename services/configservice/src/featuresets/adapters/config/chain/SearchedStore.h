@@ -6,6 +6,7 @@
 
 #include "ConfigStore.h"
 #include "chain/FoldedLookup.h"
+#include "chain/FoldedWrite.h"
 #include "chain/PersistRequests.h"
 #include "chain/StoreName.h"
 
@@ -22,6 +23,10 @@ public:
             return false;
         }
         return inside_ != nullptr ? inside_->lookUp(key, value) : store_->getValue(key.text(), value);
+    }
+
+    bool storeValue(const FoldedKey& key, const std::wstring& value) const {
+        return insideWrite_ != nullptr ? insideWrite_->store(key, value) : store_->storeValue(key.text(), value);
     }
 
     const std::shared_ptr<ConfigStore>& store() const { return store_; }
@@ -42,7 +47,8 @@ public:
 
 private:
     std::shared_ptr<ConfigStore> store_;
-    FoldedLookup* inside_;  ///< null for a store from outside
+    FoldedLookup* inside_;      ///< null for a store from outside
+    FoldedWrite* insideWrite_;  ///< null as well for one that takes no values
     PersistRequests* persistRequests_;
     const KeyFilter* filter_ = nullptr;  ///< this and the following: of a store of the module's own
     bool readOnly_ = false;

@@ -73,6 +73,12 @@ public:
     template <typename Visit>
     void walk(const Visit& visit) {
         const Lock lock(*this);
+        walk(lock, visit);
+    }
+
+    /// The same for a thread that holds the chain.
+    template <typename Visit>
+    void walk(const Lock& lock, const Visit& visit) TESSEL_NO_THREAD_SAFETY_ANALYSIS {
         const SearchList& list = searchList(lock);
         for (const SearchedStore& store : list) {
             if (stillHas(list, *store.store()) && !visit(store)) {

@@ -121,8 +121,15 @@ bool LocalFileConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
 }
 
 bool LocalFileConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
+    return store(FoldedKey(key), value);
+}
+
+bool LocalFileConfigStore::store(const FoldedKey& key, const std::wstring& value) {
+    const std::wstring& currentKey = LocalFileFormat::currentKey(key.text());
     tessel::ScopedLock lock(mutex_);
-    if (values_.set(FoldedKey(LocalFileFormat::currentKey(key)), value)) {
+    const bool isChanged =
+        &currentKey == &key.text() ? values_.set(key, value) : values_.set(FoldedKey(currentKey), value);
+    if (isChanged) {
         ++change_;
     }
     return true;

@@ -11,6 +11,7 @@
 #include "ConfigStore.h"
 #include "LockRanks.h"
 #include "chain/FoldedLookup.h"
+#include "chain/FoldedWrite.h"
 #include "chain/KeyedValues.h"
 #include "chain/PersistRequests.h"
 #include "stores/FileStamp.h"
@@ -25,7 +26,7 @@
 /// A key comes back from the file in lower case, which a lookup does not notice. A character that XML cannot hold comes
 /// back as U+FFFD. An entry with the empty key stays in memory. "VVM_Mailstore_Server_0" is stored under its current
 /// name, "VoicemailPrimaryServer", by every store of this class, and read under it by all but the defaults store.
-class LocalFileConfigStore : public ConfigStore, public FoldedLookup, public PersistRequests {
+class LocalFileConfigStore : public ConfigStore, public FoldedLookup, public FoldedWrite, public PersistRequests {
 public:
     /// The user's file, "corvidLocalConfig.xml" in the configuration directory; writable.
     /// @param former a store of the same name or null. What it has read need not be read again, if the file is still
@@ -43,6 +44,7 @@ public:
 
     /// Memory only, and always true, on a read-only or destroyed store too.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;
+    bool store(const FoldedKey& key, const std::wstring& value) override;
     std::vector<std::wstring> getKeys() override;
     bool removeValue(const std::wstring& key) override;
     void removeAllValues() override;
