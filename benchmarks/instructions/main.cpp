@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <map>
@@ -51,6 +52,8 @@ struct Operation {
     const char* name;
     std::size_t times;
     std::function<Work()> prepare;
+    /// prepare() has done the work once, so that what is made at the first use is not counted; else it is done before.
+    bool isWarm = false;
 };
 
 /// @tparam Chain the module's or the limit's.
@@ -134,6 +137,17 @@ public:
 
     ConfigStoreManager& manager() { return module_.host().manager(); }
 
+    /// Ends the program unless the change tells so many observers: it would not be the work that is counted.
+    template <typename Change>
+    void expectTold(std::size_t count, const Change& change) {
+        const std::size_t before = told_;
+        change();
+        if (told_ - before != count) {
+            std::fprintf(stderr, "corvid_instructions: %zu observers were told, expected %zu\n", told_ - before, count);
+            std::exit(1);
+        }
+    }
+
 private:
     bench::WholeModule module_;
     std::size_t told_ = 0;
@@ -146,9 +160,12 @@ std::shared_ptr<ConfigStore> makeStore(const bench::Entries& entries) {
 /// A store joins, each of its keys observed. For one turn.
 Work prepareJoin(std::size_t keys) {
     const auto module = std::make_shared<ObservedModule>(keys);
-    return [module, store = makeStore(bench::makeEntries(FAMILY, keys))](std::size_t) {
-        module->manager().addStore(store);
+    const Work join = [module, keys, store = makeStore(bench::makeEntries(FAMILY, keys))](std::size_t) {
+        module->expectTold(keys, [&] { module->manager().addStore(store); });
     };
+    join(0);
+    module->manager().removeStoreWithSameName("Many");
+    return join;
 }
 
 /// A store gives place to its next version, and that to the first one again.
@@ -158,8 +175,12 @@ Work prepareReplacement(std::size_t keys) {
     const std::vector<std::shared_ptr<ConfigStore>> versions = {makeStore(entries),
                                                                 makeStore(bench::otherVersion(entries))};
     module->manager().addStore(versions.front());
-    return
-        [module, versions](std::size_t turn) { module->manager().updateStoreValues(versions[turn % versions.size()]); };
+    const Work replace = [module, keys, versions](std::size_t turn) {
+        module->expectTold(bench::changedCount(keys),
+                           [&] { module->manager().updateStoreValues(versions[turn % versions.size()]); });
+    };
+    replace(1);
+    return replace;
 }
 
 /// The module put in, started and asked for a first value, and taken out again.
@@ -183,10 +204,10 @@ const std::vector<Operation>& operations() {
         {"load", 1, prepareLoad},
         {"save", 1, prepareSave},
         {"start", 1, prepareStart},
-        {"join", 1, [] { return prepareJoin(ENTRIES); }},
-        {"join-100000", 1, [] { return prepareJoin(MANY_ENTRIES); }},
-        {"replace", 1, [] { return prepareReplacement(ENTRIES); }},
-        {"replace-100000", 1, [] { return prepareReplacement(MANY_ENTRIES); }},
+        {"join", 1, [] { return prepareJoin(ENTRIES); }, true},
+        {"join-100000", 1, [] { return prepareJoin(MANY_ENTRIES); }, true},
+        {"replace", 1, [] { return prepareReplacement(ENTRIES); }, true},
+        {"replace-100000", 1, [] { return prepareReplacement(MANY_ENTRIES); }, true},
         {"limit-lookup-layer-1", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::First); }},
         {"limit-lookup-layer-8", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::Eighth); }},
         {"limit-lookup-miss", 1000, [] { return prepareLookup<bench::HashChain>(bench::Place::Miss); }},
@@ -228,7 +249,9 @@ int main(int argc, char** argv) {
     for (const Operation& operation : operations()) {
         if (std::strcmp(operation.name, argv[1]) == 0) {
             const Work work = operation.prepare();
-            work(operation.times);  // once before, so that what is made at the first use is not counted
+            if (!operation.isWarm) {
+                work(operation.times);
+            }
             corvidCounted(work, operation.times);
             std::printf("%zu\n", operation.times);
             return 0;

@@ -61,7 +61,11 @@ void addModuleReplacement(std::size_t count) {
         bool second = false;
         for (auto _ : state) {
             second = !second;
+            const std::size_t before = module.told();
             module.manager().updateStoreValues(module.version(second));
+            if (module.told() - before != changedCount(count)) {
+                state.SkipWithError("not every observer of a change was told");
+            }
         }
     })->Unit(benchmark::kMillisecond);
 }

@@ -18,7 +18,9 @@ protected:
         writeLocal({{"loc", "1"}, {"both", "l"}});
         writeOverride({{"ovr", "1"}});
         writeCache("cachedServer.xml", {{"srv", "s"}});
-        writeBootstrap("PrimaryConfigStores: Server:230;\n");
+        writeCache("cachedTFTPConfigStore.xml", {{"file", "f"}});
+        writeCache("cachedUrlProvisioningConfigStore.xml", {{"link", "l"}});
+        writeBootstrap("PrimaryConfigStores: Server:230;TFTPConfigStore:240;\n");
         writeDefaults({{"def", "d"}});
     }
 
@@ -44,11 +46,13 @@ TEST_F(ReadOnce, EachFileIsOpenedOnceByInjectionAndStart) {
     support::OpenedFiles installation(world.directory().path("install"));
     injectAndStart();
     EXPECT_THAT(configuration.take(), ElementsAre(Pair("corvid-config-user.xml", 1), Pair("corvidLocalConfig.xml", 1)));
-    EXPECT_THAT(cache.take(), ElementsAre(Pair("cachedServer.xml", 1)));
+    EXPECT_THAT(cache.take(), ElementsAre(Pair("cachedServer.xml", 1), Pair("cachedTFTPConfigStore.xml", 1),
+                                          Pair("cachedUrlProvisioningConfigStore.xml", 1)));
     EXPECT_THAT(installation.take(),
                 ElementsAre(Pair("bootstrap.properties", 1), Pair("corvid-config-defaults.xml", 1)));
-    EXPECT_EQ(get(L"loc"), L"1");
-    EXPECT_EQ(get(L"ovr"), L"1");
+    for (const auto& [key, value] : Values{{"loc", "1"}, {"ovr", "1"}, {"srv", "s"}, {"file", "f"}, {"link", "l"}}) {
+        EXPECT_EQ(get(QuillCoreUtils::toWideString(key)), QuillCoreUtils::toWideString(value));
+    }
 }
 
 TEST_F(ReadOnce, TheStartMakesItsStoresAnewAllTheSame) {
