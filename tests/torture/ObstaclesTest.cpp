@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -114,6 +115,9 @@ constexpr const char* CACHE = "config/Cache";
 
 /// A host's log. It grows in place.
 constexpr const char* LOG = "log";
+
+/// More than 64 KiB of log, and fewer than a log queues.
+constexpr int LINES_BEYOND_A_PIPE = 2000;
 
 /// The folder of the installer's files.
 constexpr const char* INSTALLATION = "install";
@@ -241,11 +245,13 @@ int askOverTls(const std::string& authorities) {
     return result == HttpDownloader::HttpDownloadResultEnum::CertificateRejected ? IN_ORDER : UNANSWERED;
 }
 
-/// Writes a line to a log, as far as one can be written there.
+/// Writes more lines to a log than a pipe holds, as far as they can be written there.
 int writeLog(const std::string& path) {
     alarm(60);
-    if (const auto sink = tessel::SpdlogSink::toFile(path)) {
-        sink->write({2, "logger", "file", 1, "function", "a line of the log"});
+    if (const auto sink = tessel::SpdlogSink::toFile(path, std::chrono::milliseconds(1))) {
+        for (int i = 0; i < LINES_BEYOND_A_PIPE; ++i) {
+            sink->write({2, "logger", "file", 1, "function", "a line of the log"});
+        }
         sink->flush();
     }
     return IN_ORDER;
