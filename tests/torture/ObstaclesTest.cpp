@@ -116,9 +116,6 @@ constexpr const char* CACHE = "config/Cache";
 /// A host's log. It grows in place.
 constexpr const char* LOG = "log";
 
-/// More than 64 KiB of log, and fewer than a log queues.
-constexpr int LINES_BEYOND_A_PIPE = 2000;
-
 /// The folder of the installer's files.
 constexpr const char* INSTALLATION = "install";
 
@@ -249,7 +246,8 @@ int askOverTls(const std::string& authorities) {
 int writeLog(const std::string& path) {
     alarm(60);
     if (const auto sink = tessel::SpdlogSink::toFile(path, std::chrono::milliseconds(1))) {
-        for (int i = 0; i < LINES_BEYOND_A_PIPE; ++i) {
+        constexpr int lines = 2000;  // more than 64 KiB, and fewer than a log queues
+        for (int i = 0; i < lines; ++i) {
             sink->write({2, "logger", "file", 1, "function", "a line of the log"});
         }
         sink->flush();

@@ -166,7 +166,7 @@ TEST_F(FileSink, DropsRecordsWhenNobodyTakesThemAndTellsHowMany) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_GE(reader, 0);
-    auto stuck = SpdlogSink::toFile(pipe);
+    auto stuck = SpdlogSink::toFile(pipe, std::chrono::hours(1));
     ASSERT_NE(stuck, nullptr);
     const std::string text(1000, 'x');
     constexpr std::size_t count = SpdlogSink::queueCapacity * 2;
