@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -241,11 +242,14 @@ int askOverTls(const std::string& authorities) {
     return result == HttpDownloader::HttpDownloadResultEnum::CertificateRejected ? IN_ORDER : UNANSWERED;
 }
 
-/// Writes a line to a log, as far as one can be written there.
+/// Writes more lines to a log than a pipe holds, as far as they can be written there.
 int writeLog(const std::string& path) {
     alarm(60);
-    if (const auto sink = tessel::SpdlogSink::toFile(path)) {
-        sink->write({2, "logger", "file", 1, "function", "a line of the log"});
+    if (const auto sink = tessel::SpdlogSink::toFile(path, std::chrono::milliseconds(1))) {
+        constexpr int lines = 2000;  // more than 64 KiB, and fewer than a log queues
+        for (int i = 0; i < lines; ++i) {
+            sink->write({2, "logger", "file", 1, "function", "a line of the log"});
+        }
         sink->flush();
     }
     return IN_ORDER;

@@ -16,6 +16,7 @@
 #include "ConfigFeatureSet.h"
 #include "ConfigService.h"
 #include "Trial.h"
+#include "fakes/RecordingLogSink.h"
 #include "fakes/TemporaryDirectory.h"
 #include "host/ReferenceHost.h"
 #include "quill/StringUtils.h"
@@ -194,8 +195,10 @@ protected:
         {
             const HeldFolder held(directory.path("config"));
             host.runOnDispatcher([&] { host.service()->setConfig(COUNT_KEY, L"1"); });
+            const fakes::ScopedRecordingLog log(4);
             logind_.emit({"PrepareForShutdown"});
-            // By then it has heard of it, as a rule, and waits for the folder.
+            log->waitFor("Power event [3]");
+            // It has heard of it, and goes on to the folder.
             trial_.passUpTo(std::chrono::milliseconds(20));
             if (!delay.isHeld()) {
                 trial_.lost("the machine went on before the value could be written", directory.path("config"));

@@ -50,7 +50,11 @@ bool isReadableDirectory(const std::string& path) {
 
 /// Tries it, since much may be in the way; leaves nothing behind.
 bool isWritablePlace(const std::string& path) {
-    const int existing = open(path.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_CLOEXEC);
+    std::error_code error;
+    if (fs::is_block_file(path, error)) {
+        return false;  // a disk as a whole
+    }
+    const int existing = open(path.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (existing >= 0) {
         close(existing);
         return true;

@@ -183,7 +183,7 @@ void addEnvironment(Page& page) {
     page.term(bold("NO_COLOR"), "Colours are off if it is set to anything.");
     page.term(bold("TERM"), "The kind of the terminal. Without it, and if it says dumb, nothing but plain lines is "
                             "written.");
-    page.term(bold("TMPDIR"), "Where temporary folders are made.");
+    page.term(bold("TMPDIR"), "Where temporary folders are made, and those removed that a killed run has left.");
 }
 
 void addExamples(Page& page) {

@@ -11,7 +11,7 @@
 #include <utility>
 
 #include "session/Interruption.h"
-#include "session/ProfileCopy.h"
+#include "session/TemporaryFolder.h"
 #include "tessel/LogSink.h"
 
 namespace corvidctl {

@@ -27,7 +27,7 @@ struct ReferenceHostOptions {
     Fips fips = Fips::Auto;             ///< what the module is told when it asks for FIPS mode
     std::string caFile;                 ///< further trusted certificates (PEM) for HTTPS; empty: none
     int logLevel = 3;                   ///< 0 nothing at all, 2 failures, 3 warnings, 4 information, 5 debug
-    std::string logFile;                ///< where the log goes; empty: to standard error
+    std::string logFile;                ///< a file, pipe or terminal where the log goes; empty: to standard error
     bool colours = false;               ///< whether a log on standard error is coloured
 
     /// Whether the lines of a log on standard error clear what else the host may have written there: a progress line on

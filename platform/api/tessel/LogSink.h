@@ -23,7 +23,7 @@ public:
     /// Called on any thread, possibly under the caller's locks: must neither wait for another thread nor call back.
     virtual void write(const LogRecord& record) = 0;
 
-    /// Returns when everything written so far has reached its end.
+    /// Returns when everything written so far has reached its end, or cannot reach it.
     virtual void flush() {}
 };
 

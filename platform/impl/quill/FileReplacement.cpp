@@ -24,12 +24,17 @@ using Existing = std::optional<struct stat>;
 using Fill = std::function<int(SiblingFile&, const Existing&)>;
 
 /// A hard link may be somebody else's way to have a file of this user's written to.
-int refuseSharedFile(int file) {
-    struct stat status {};
-    if (fstat(file, &status) != 0) {
-        return errno;
+int refuseToGrow(const struct stat& status, Growing accepted) {
+    if (S_ISREG(status.st_mode)) {
+        return status.st_nlink > 1 ? EMLINK : 0;
     }
-    return S_ISREG(status.st_mode) && status.st_nlink > 1 ? EMLINK : 0;
+    const bool isStream = S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode);
+    return isStream && accepted == Growing::Streams ? 0 : refuseIrregular(status.st_mode);
+}
+
+int refuseToGrow(int file, Growing accepted) {
+    struct stat status {};
+    return fstat(file, &status) != 0 ? errno : refuseToGrow(status, accepted);
 }
 
 /// What stands at the destination. Nothing, a file or a link are fine; the rest is refused: to put a file in the place
@@ -162,7 +167,7 @@ int resolveLinks(const std::string& path, std::string& resolved) {
     return ELOOP;
 }
 
-int openForAppending(const std::string& path, int access, int& descriptor) {
+int openForAppending(const std::string& path, int access, int& descriptor, Growing accepted) {
     descriptor = -1;
     std::string resolved;
     if (const int error = resolveLinks(path, resolved)) {
@@ -173,13 +178,19 @@ int openForAppending(const std::string& path, int access, int& descriptor) {
     const bool isNew = file >= 0;
     if (!isNew && errno == EEXIST && (access & O_EXCL) == 0) {
         // By its own name: what a descriptor's name in /proc leads to need not have another.
+        struct stat status {};
+        if (::stat(path.c_str(), &status) == 0) {
+            if (const int error = refuseToGrow(status, accepted)) {
+                return error;
+            }
+        }
         file = uninterrupted([&] { return ::open(path.c_str(), flags, ownerOnly); });
     }
     if (file < 0) {
         return errno;
     }
-    // Some umasks take the owner's rights too.
-    const int error = isNew ? errorOf(fchmod(file, ownerOnly)) : refuseSharedFile(file);
+    // Some umasks take the owner's rights too. What was there may have been replaced since the look at it.
+    const int error = isNew ? errorOf(fchmod(file, ownerOnly)) : refuseToGrow(file, accepted);
     if (error != 0) {
         ::close(file);
         return error;

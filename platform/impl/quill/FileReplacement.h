@@ -12,12 +12,17 @@ namespace QuillCoreUtils {
 /// @param resolved receives it.
 int resolveLinks(const std::string& path, std::string& resolved);
 
+/// What may stand where a file that grows is expected. Streams: pipes, terminals and other devices that take characters
+/// are as good as a regular file.
+enum class Growing { RegularFiles, Streams };
+
 /// Opens a file that grows at its end. One that is not there is made with mode 0600, under every umask. A link is
 /// followed as resolveLinks() says. A regular file that has another name as well is refused (EMLINK), since whoever
-/// made that name chooses what is written to; so is a pipe that nobody reads (ENXIO).
+/// made that name chooses what is written to; so is a pipe that nobody reads (ENXIO). What is neither a regular file
+/// nor accepted besides is not even opened: EISDIR for a folder, else EINVAL.
 /// @param access O_WRONLY or O_RDWR; with O_EXCL a file that is there is refused (EEXIST). @param descriptor receives
-/// it, for the caller to close; -1 on failure.
-int openForAppending(const std::string& path, int access, int& descriptor);
+/// it, for the caller to close, with O_NONBLOCK; -1 on failure.
+int openForAppending(const std::string& path, int access, int& descriptor, Growing accepted = Growing::RegularFiles);
 
 /// Copies a regular file over a destination, as FileUtils::copyFile says.
 int copyOver(const std::string& from, const std::string& to, bool failIfExists);

@@ -45,8 +45,13 @@ void CountingSink::waitForFlush(unsigned long number) {
 
 void CountingSink::log(const spdlog::details::log_msg& message) {
     const AtEnd counted([this] { --underWay_; });
-    reportDropped();
-    inner_->log(message);
+    try {
+        reportDropped();
+        inner_->log(message);
+    } catch (...) {
+        ++dropped_;
+        throw;
+    }
     if (underWay_.load() == 1) {
         // This was the last: nobody knows when the next comes, and a crash until then would lose what is buffered.
         inner_->flush();
@@ -54,9 +59,10 @@ void CountingSink::log(const spdlog::details::log_msg& message) {
 }
 
 void CountingSink::reportDropped() {
-    if (const std::size_t count = dropped_.exchange(0)) {
+    if (const std::size_t count = dropped_.load()) {
         const std::string text = std::to_string(count) + " records were dropped";
         inner_->log(spdlog::details::log_msg("", spdlog::level::warn, text));
+        dropped_ -= count;
     }
 }
 

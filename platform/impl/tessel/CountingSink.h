@@ -12,8 +12,8 @@
 namespace tessel {
 
 /// Stands between spdlog's queue and the sink that writes, and counts what spdlog does not tell: how many records are
-/// on their way, how many were dropped, and which flush has been done. spdlog's own ways to deal with a full queue
-/// either make a writer wait or lose flushes along with records.
+/// on their way, how many were dropped, by the sink that writes too (it throws), and which flush has been done.
+/// spdlog's own ways to deal with a full queue either make a writer wait or lose flushes along with records.
 class CountingSink : public spdlog::sinks::sink {
 public:
     /// @param capacity how many records may be on their way.

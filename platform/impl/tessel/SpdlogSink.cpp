@@ -6,6 +6,7 @@
 #include <spdlog/sinks/ansicolor_sink.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
+#include <sys/stat.h>
 
 #include <mutex>
 #include <utility>
@@ -14,6 +15,7 @@
 #include "impl/quill/FileReplacement.h"
 #include "impl/tessel/CountingSink.h"
 #include "impl/tessel/PrintableText.h"
+#include "impl/tessel/StreamSink.h"
 #include "tessel/TesselLogger.h"
 
 namespace tessel {
@@ -41,13 +43,27 @@ spdlog::level::level_enum spdlogLevel(int level) {
     }
 }
 
-/// Opens a file once before spdlog does, which would make it with a wider mode and follow any link.
-/// @return 0 or an errno.
-int prepareFile(const std::string& path) {
+bool isRegular(int descriptor) {
+    struct stat status {};
+    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// What writes to the end of a file. A regular one has been opened once before spdlog does, which would make it with a
+/// wider mode and follow any link. @return null if it cannot be opened.
+std::shared_ptr<spdlog::sinks::sink> endOfFile(const std::string& path, std::chrono::milliseconds patience) {
     int descriptor = -1;
-    const int error = QuillCoreUtils::openForAppending(path, O_WRONLY, descriptor);
-    const QuillCoreUtils::FileDescriptor file(descriptor);
-    return error;
+    if (QuillCoreUtils::openForAppending(path, O_WRONLY, descriptor, QuillCoreUtils::Growing::Streams) != 0) {
+        return nullptr;
+    }
+    if (!isRegular(descriptor)) {
+        return std::make_shared<StreamSink>(path, descriptor, patience);
+    }
+    const QuillCoreUtils::FileDescriptor prepared(descriptor);
+    try {
+        return std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
+    } catch (const spdlog::spdlog_ex&) {
+        return nullptr;
+    }
 }
 
 }  // namespace
@@ -110,16 +126,10 @@ std::shared_ptr<SpdlogSink> SpdlogSink::toStandardError(bool colours, bool clear
     return std::shared_ptr<SpdlogSink>(new SpdlogSink(std::make_unique<Engine>(std::move(end), lineEnd)));
 }
 
-std::shared_ptr<SpdlogSink> SpdlogSink::toFile(const std::string& path) {
-    if (prepareFile(path) != 0) {
-        return nullptr;
-    }
-    try {
-        auto end = std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
-        return std::shared_ptr<SpdlogSink>(new SpdlogSink(std::make_unique<Engine>(std::move(end))));
-    } catch (const spdlog::spdlog_ex&) {
-        return nullptr;
-    }
+std::shared_ptr<SpdlogSink> SpdlogSink::toFile(const std::string& path, std::chrono::milliseconds patience) {
+    auto end = endOfFile(path, patience);
+    return end == nullptr ? nullptr
+                          : std::shared_ptr<SpdlogSink>(new SpdlogSink(std::make_unique<Engine>(std::move(end))));
 }
 
 void SpdlogSink::write(const LogRecord& record) { engine_->write(record); }

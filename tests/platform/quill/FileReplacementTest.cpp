@@ -1,6 +1,10 @@
+#include "impl/quill/FileReplacement.h"
+
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,8 +17,10 @@
 
 #include "fakes/RecordingLogSink.h"
 #include "fakes/TemporaryDirectory.h"
+#include "impl/quill/FileDescriptor.h"
 #include "impl/quill/SiblingFile.h"
 #include "quill/FileUtils.h"
+#include "support/HeldPipe.h"
 #include "support/OpenedFiles.h"
 
 using testing::ElementsAre;
@@ -85,6 +91,29 @@ TEST_F(FileReplacement, OpensNothingButRegularFiles) {
     FileUtils::removeStaleSiblings(path("to"));
     EXPECT_TRUE(FileUtils::readFile(path("file"), contents));
     EXPECT_THAT(opened.take(), ElementsAre(testing::Pair("file", 1)));
+}
+
+TEST_F(FileReplacement, OpensNothingToGrowButWhatIsAccepted) {
+    const support::HeldPipe pipe(path("pipe"));
+    directory_.write("file", "text");
+    support::OpenedFiles opened(directory_.path());
+    const auto errorOf = [this](const std::string& name, Growing accepted) {
+        int descriptor = -1;
+        const int error = openForAppending(path(name), O_WRONLY, descriptor, accepted);
+        const FileDescriptor file(descriptor);
+        EXPECT_EQ(file.isOpen(), error == 0) << name;
+        return error;
+    };
+    EXPECT_EQ(errorOf("file", Growing::RegularFiles), 0);
+    EXPECT_EQ(errorOf("pipe", Growing::RegularFiles), EINVAL);
+    EXPECT_EQ(errorOf("../", Growing::RegularFiles), EISDIR);
+    EXPECT_THAT(opened.take(), ElementsAre(testing::Pair("file", 1)));
+    EXPECT_EQ(errorOf("file", Growing::Streams), 0);
+    EXPECT_EQ(errorOf("pipe", Growing::Streams), 0);
+    if (mknod(path("disk").c_str(), S_IFBLK | 0600, makedev(7, 0)) == 0) {
+        EXPECT_EQ(errorOf("disk", Growing::Streams), EINVAL);
+    }
+    EXPECT_THAT(opened.take(), ElementsAre(testing::Pair("file", 1), testing::Pair("pipe", 1)));
 }
 
 TEST_F(FileReplacement, CopiesIntoANewFileForTheOwnerOnly) {

@@ -6,15 +6,19 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <latch>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "fakes/TemporaryDirectory.h"
+#include "impl/quill/FileDescriptor.h"
 #include "impl/tessel/PrintableText.h"
 #include "support/Lines.h"
+#include "support/ReadWhatIsThere.h"
 
 using namespace std::string_literals;
 using testing::HasSubstr;
@@ -162,7 +166,7 @@ TEST_F(FileSink, DropsRecordsWhenNobodyTakesThemAndTellsHowMany) {
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
     ASSERT_GE(reader, 0);
-    auto stuck = SpdlogSink::toFile(pipe);
+    auto stuck = SpdlogSink::toFile(pipe, std::chrono::hours(1));
     ASSERT_NE(stuck, nullptr);
     const std::string text(1000, 'x');
     constexpr std::size_t count = SpdlogSink::queueCapacity * 2;
@@ -188,6 +192,65 @@ TEST_F(FileSink, DropsRecordsWhenNobodyTakesThemAndTellsHowMany) {
     EXPECT_GE(written, SpdlogSink::queueCapacity);
     EXPECT_GT(dropped, 0U);
     EXPECT_EQ(written + dropped, count);
+}
+
+/// A log in a pipe whose reader takes nothing until it is asked to.
+class PipeSink : public testing::Test {
+protected:
+    PipeSink() {
+        EXPECT_EQ(mkfifo(path_.c_str(), 0600), 0);
+        reader_.emplace(open(path_.c_str(), O_RDONLY | O_NONBLOCK));
+        sink_ = SpdlogSink::toFile(path_, PATIENCE);
+    }
+
+    std::vector<std::string> read() const { return linesOf(support::readWhatIsThere(reader_->get())); }
+
+    static constexpr std::chrono::milliseconds PATIENCE{50};
+
+    const fakes::TemporaryDirectory directory_;
+    const std::string path_ = directory_.path("pipe");
+    std::optional<QuillCoreUtils::FileDescriptor> reader_;
+    std::shared_ptr<SpdlogSink> sink_;
+};
+
+// A queue of lines that were each waited for would keep a program from ending as well.
+TEST_F(PipeSink, WaitsOnceForAReaderWhoTakesNothing) {
+    constexpr int count = 2000;  // much more than 64 KiB
+    const auto start = std::chrono::steady_clock::now();
+    for (int i = 0; i < count; ++i) {
+        write(*sink_, 4, std::string(1000, 'x'));
+    }
+    sink_->flush();
+    sink_.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, PATIENCE * count / 2);
+}
+
+TEST_F(PipeSink, TellsAReaderWhoComesBackHowManyLinesWereLost) {
+    constexpr std::size_t count = 200;
+    for (std::size_t i = 0; i < count; ++i) {
+        write(*sink_, 4, std::string(1000, 'x'));
+    }
+    sink_->flush();
+    const std::size_t written = read().size();
+    ASSERT_LT(written, count);
+    write(*sink_, 4, "read again");
+    sink_.reset();
+    const std::vector<std::string> lines = read();
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_THAT(lines[0], testing::EndsWith(" " + std::to_string(count - written) + " records were dropped"));
+    EXPECT_THAT(lines[1], testing::EndsWith("read again"));
+}
+
+TEST_F(PipeSink, BeginsANewLineAfterOneThatWasTorn) {
+    write(*sink_, 4, std::string(1000000, 'x'));
+    sink_->flush();
+    EXPECT_THAT(support::readWhatIsThere(reader_->get()), testing::EndsWith("x"));
+    write(*sink_, 4, "read again");
+    sink_.reset();
+    const std::string rest = support::readWhatIsThere(reader_->get());
+    EXPECT_THAT(rest, testing::StartsWith("\n2"));
+    EXPECT_THAT(rest, HasSubstr(" 1 records were dropped\n2"));
+    EXPECT_THAT(rest, testing::EndsWith("read again\n"));
 }
 
 TEST(StandardErrorSink, WritesPlainLines) {
