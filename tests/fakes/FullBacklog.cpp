@@ -5,11 +5,26 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstdio>
+#include <fstream>
 #include <stdexcept>
 
 namespace fakes {
 
-FullBacklog::FullBacklog(const std::string& address, std::uint16_t port) {
+namespace {
+
+std::string placeOf(const std::string& address, std::uint16_t port) {
+    in_addr bytes{};
+    inet_pton(AF_INET, address.c_str(), &bytes);
+    std::array<char, 16> text{};
+    std::snprintf(text.data(), text.size(), "%08X:%04X", bytes.s_addr, port);
+    return text.data();
+}
+
+}  // namespace
+
+FullBacklog::FullBacklog(const std::string& address, std::uint16_t port) : place_(placeOf(address, port)) {
     sockaddr_in place{};
     place.sin_family = AF_INET;
     place.sin_port = htons(port);
@@ -25,12 +40,30 @@ FullBacklog::FullBacklog(const std::string& address, std::uint16_t port) {
     for (int waiting = 0; waiting < 3; ++waiting) {
         static_cast<void>(::connect(makeSocket(), reinterpret_cast<sockaddr*>(&place), sizeof place));
     }
+    ownWaiting_ = waiting();
 }
 
 FullBacklog::~FullBacklog() {
     for (const int descriptor : descriptors_) {
         ::close(descriptor);
     }
+}
+
+bool FullBacklog::isWaitedFor() const { return waiting() > ownWaiting_; }
+
+/// How many connections to the place the system has asked for without an answer.
+std::size_t FullBacklog::waiting() const {
+    std::ifstream table("/proc/net/tcp");
+    std::string number;
+    std::string local;
+    std::string remote;
+    std::string state;
+    std::string rest;
+    std::size_t count = 0;
+    while (table >> number >> local >> remote >> state && std::getline(table, rest)) {
+        count += remote == place_ && state == "02" ? 1 : 0;  // SYN_SENT
+    }
+    return count;
 }
 
 int FullBacklog::makeSocket() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -17,10 +18,16 @@ public:
     FullBacklog(const FullBacklog&) = delete;
     FullBacklog& operator=(const FullBacklog&) = delete;
 
+    /// Whether somebody waits for a connection now.
+    bool isWaitedFor() const;
+
 private:
     int makeSocket();
+    std::size_t waiting() const;
 
+    const std::string place_;  ///< as the system's table of connections names it
     std::vector<int> descriptors_;
+    std::size_t ownWaiting_ = 0;
 };
 
 }  // namespace fakes

@@ -30,6 +30,11 @@ std::string fetchingLine(const std::string& url, const std::string& seconds) {
 // A wait would tell nothing: it returns after 20 seconds in any case.
 bool isReleased(TftpConfigStore& store) { return TftpConfigStoreTestAccess::isReady(store); }
 
+std::string stateOf(const TftpConfigStore& store) {
+    static const char* const names[] = {"NOT_STARTED", "IN_PROGRESS", "CANCELLED", "RESTART_PENDING", "FINISHED"};
+    return names[store.queryState()];
+}
+
 void expectPassedOver(Client& client, const std::string& faulty, Result result, const std::string& healthy) {
     const Cycle cycle = client.fetch().cycles.back();
     EXPECT_EQ(cycle.end, CycleEnd::Delivered);

@@ -50,6 +50,9 @@ inline auto failed(const std::string& address, Result result) {
 /// Whether a wait for the store returns at once, since a cycle has ended and everyone has been told.
 bool isReleased(TftpConfigStore& store);
 
+/// The name of where its download stands.
+std::string stateOf(const TftpConfigStore& store);
+
 // Each of these fetches once, and says what must hold afterwards.
 
 /// The first server fails, and the next is asked; its file has the entry "origin" with the text "healthy".

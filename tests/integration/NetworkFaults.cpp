@@ -24,6 +24,17 @@ using Doing = std::function<void(ScriptedConnection&)>;
 /// What must reach nobody.
 std::string faultyFile() { return document({{"origin", "faulty"}}); }
 
+/// As gzip packs <config><group><origin>faulty</origin></group><version>10.5</version></config>.
+std::string compressed() {
+    static constexpr unsigned char PACKED[] = {
+        0x1f, 0x8b, 0x08, 0x00, 0x00, 0x00, 0x00, 0x00, 0x02, 0x03, 0xb3, 0x49, 0xce, 0xcf, 0x4b, 0xcb,
+        0x4c, 0xb7, 0xb3, 0x49, 0x2f, 0xca, 0x2f, 0x2d, 0xb0, 0xb3, 0xc9, 0x2f, 0xca, 0x4c, 0xcf, 0xcc,
+        0xb3, 0x4b, 0x4b, 0x2c, 0xcd, 0x29, 0xa9, 0xb4, 0xd1, 0x87, 0x72, 0x6d, 0xf4, 0xa1, 0xd2, 0x65,
+        0xa9, 0x45, 0xc5, 0x99, 0xf9, 0x79, 0x76, 0x86, 0x06, 0x7a, 0xa6, 0x36, 0xfa, 0x30, 0x9e, 0x8d,
+        0x3e, 0xd4, 0x14, 0x00, 0xe2, 0x4d, 0x78, 0x33, 0x4e, 0x00, 0x00, 0x00};
+    return {reinterpret_cast<const char*>(PACKED), sizeof PACKED};
+}
+
 std::string headOf(const std::string& fields) { return "HTTP/1.1 200 OK\r\n" + fields + "\r\n"; }
 
 std::string lengthOf(std::size_t bytes) { return "Content-Length: " + std::to_string(bytes) + "\r\n"; }
@@ -198,9 +209,10 @@ void addBodies(std::vector<NetworkFault>& faults) {
             {"chunks without end", answersBy([](auto& connection) {
                  sendWithoutEnd(connection, headOf(CHUNKED_FIELD), "10000\r\n" + std::string(65536, '.') + "\r\n");
              })},
-            {"compressed, which nobody asked for", answersWith(200, file, "Content-Encoding: gzip\r\n")},
+            {"compressed, which nobody asked for", answersWith(200, compressed(), "Content-Encoding: gzip\r\n")},
             {"compressed for the way, which nobody asked for",
-             sends(headOf("Transfer-Encoding: gzip, chunked\r\n") + "8\r\n<config>\r\n0\r\n\r\n")},
+             sends(headOf("Transfer-Encoding: gzip, chunked\r\n") + "4c\r\n" + compressed() + "\r\n0\r\n\r\n")},
+            {"said to be compressed, and not", answersWith(200, file, "Content-Encoding: gzip\r\n")},
         });
 }
 
@@ -258,21 +270,23 @@ std::vector<NetworkFault> faultsOverTls(const std::string& body) {
         {"closed as soon as connected", meetsClientsBy([](auto& connection) { connection.close(); })},
     };
     addHandshakes(faults, body);
-    add(faults, {
-                    {"TLS ends properly instead of an answer", sends("")},
-                    {"TLS cut instead of an answer", breaksOffAfter("")},
-                    {"no answer at all", answersBy(leaveWaiting), true},
-                    {"TLS cut in the head", breaksOffAfter("HTTP/1.1 200 OK\r\nContent-Ty")},
-                    {"TLS cut in a body with a length", breaksOffAfter(headOf(lengthOf(body.size() + 1)) + body)},
-                    {"TLS cut at the end of a body without a length", breaksOffAfter(headOf("") + body)},
-                    {"TLS ends properly in a body with a length", sends(headOf(lengthOf(body.size() + 1)) + body)},
-                    {"status 204", sends("HTTP/1.1 204 No Content\r\n\r\n")},
-                    {"an empty body", sends(headOf(lengthOf(0)))},
-                    {"a body longer than its length", sends(headOf(lengthOf(body.size() - 1)) + body)},
-                    {"compressed, which nobody asked for", answersWith(200, body, "Content-Encoding: gzip\r\n")},
-                    {"a redirect from HTTPS to HTTP",
-                     redirectsTo([](const auto& place) { return "http://" + place.host + ":6970/corvid-config.xml"; })},
-                });
+    add(faults,
+        {
+            {"TLS ends properly instead of an answer", sends("")},
+            {"TLS cut instead of an answer", breaksOffAfter("")},
+            {"no answer at all", answersBy(leaveWaiting), true},
+            {"TLS cut in the head", breaksOffAfter("HTTP/1.1 200 OK\r\nContent-Ty")},
+            {"TLS cut in a body with a length", breaksOffAfter(headOf(lengthOf(body.size() + 1)) + body)},
+            {"TLS cut at the end of a body without a length", breaksOffAfter(headOf("") + body)},
+            {"TLS ends properly in a body with a length", sends(headOf(lengthOf(body.size() + 1)) + body)},
+            {"status 204", sends("HTTP/1.1 204 No Content\r\n\r\n")},
+            {"an empty body", sends(headOf(lengthOf(0)))},
+            {"a body longer than its length", sends(headOf(lengthOf(body.size() - 1)) + body)},
+            {"compressed, which nobody asked for", answersWith(200, compressed(), "Content-Encoding: gzip\r\n")},
+            {"said to be compressed, and not", answersWith(200, body, "Content-Encoding: gzip\r\n")},
+            {"a redirect from HTTPS to HTTP",
+             redirectsTo([](const auto& place) { return "http://" + place.host + ":6970/corvid-config.xml"; })},
+        });
     return faults;
 }
 
@@ -305,6 +319,15 @@ std::vector<NetworkFault> faultsOverHttps() {
     return faults;
 }
 
+std::vector<NetworkFault> faultsOfFiles() {
+    const std::string file = faultyFile();
+    return {
+        {"no XML", answersWith(200, "origin: faulty")},
+        {"elements that are not closed", answersWith(200, file.substr(0, file.size() / 2))},
+        {"compressed, of which no field tells", answersWith(200, compressed())},
+    };
+}
+
 std::vector<NetworkFault> faultsOfVersions() {
     const std::string answer = "<versionInformation><version>10.5</version></versionInformation>";
     std::vector<NetworkFault> faults;
@@ -328,6 +351,7 @@ std::vector<NetworkFault> faultsOfVersions() {
                     {"a redirect to another server",
                      redirectsTo([](const auto&) { return "https://elsewhere.example:8443/hubm-uds/version"; })},
                     {"no XML", answersWith(200, "version 10.5")},
+                    {"compressed, of which no field tells", answersWith(200, compressed())},
                     {"no version", answersWith(200, "<versionInformation></versionInformation>")},
                     {"a page about an error", answersWith(503, "<html><h1>503 Service Unavailable</h1></html>")},
                 });

@@ -40,8 +40,11 @@ std::vector<NetworkFault> faultsOverHttp();
 /// What TLS adds, and some of the others once more.
 std::vector<NetworkFault> faultsOverHttps();
 
-/// The same, and some more, where a server is asked for its version, which travels over HTTPS. An error status is none
-/// of them: a version that comes with it counts.
+/// Files that arrive as they were sent, and are not well-formed.
+std::vector<NetworkFault> faultsOfFiles();
+
+/// As over HTTPS, and some more, where a server is asked for its version, which travels over HTTPS. An error status is
+/// none of them: a version that comes with it counts.
 std::vector<NetworkFault> faultsOfVersions();
 
 }  // namespace integration

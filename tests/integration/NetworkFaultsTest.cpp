@@ -30,26 +30,55 @@ public:
 
     /// The servers before the faulty one are dead, and those behind it are well.
     Outcome tryOut(const NetworkFault& fault, std::size_t faulty) {
+        const Try tried = fetchDespite(fault, faulty);
+        const std::string& asked = tried.asked;
+        // Those who were asked write it; when they were, it was nobody's but the fault's.
+        const std::string& left = asked == "nobody" ? client_.cacheFile() : cacheWhenAsked_;
+        EXPECT_EQ(asked, faulty + 1 < HOSTS.size() ? HOSTS.at(faulty + 1) : "nobody");
+        EXPECT_EQ(left, tried.cache);
+        return outcomeOf(tried.cycle, linesSince(tried.oldLines, faulty), asked,
+                         left == tried.cache ? "as it was" : "CHANGED", faulty);
+    }
+
+    /// The same where a file arrives that is none.
+    Outcome tryOutFile(const NetworkFault& fault, std::size_t faulty) {
+        const Try tried = fetchDespite(fault, faulty);
+        EXPECT_EQ(tried.cycle.end, CycleEnd::Unreadable);
+        EXPECT_EQ(tried.cycle.attempts.size(), faulty + 1);
+        const bool isEmpty = client_.cacheFile().find("<CachedConfig/>") != std::string::npos;
+        return {.told = describe(tried.cycle.attempts.back().result),
+                .followed = {{"log, at level 2", quoted(failuresSince(tried.oldLines))},
+                             {"next asked", tried.asked},
+                             {"state", state()},
+                             {"cache file", isEmpty ? "empty" : "NOT EMPTY"}}};
+    }
+
+private:
+    /// A fetch, and what there was before it.
+    struct Try {
+        std::string cache;
+        std::size_t oldLines = 0;
+        Cycle cycle;
+        std::string asked;  ///< of those behind the faulty one
+    };
+
+    Try fetchDespite(const NetworkFault& fault, std::size_t faulty) {
         fetchWhatWasBefore();
         renewNetwork(fault.endless ? HOSTS.at(faulty) : "");
-        const std::string cache = client_.cacheFile();
-        const std::size_t oldLines = client_.log().lines().size();
+        Try tried;
+        tried.cache = client_.cacheFile();
+        tried.oldLines = client_.log().lines().size();
         const std::shared_ptr<void> arranged = fault.arrange ? fault.arrange(placeOf(faulty)) : nullptr;
         std::vector<std::unique_ptr<ScriptedServer>> well;
         for (std::size_t server = faulty + 1; server < HOSTS.size(); ++server) {
             well.push_back(wellServer(server, HOSTS.at(server)));
         }
         cacheWhenAsked_.clear();
-        const Cycle cycle = fetchAgain();
-        const std::string asked = askedOf(well, faulty);
-        // Those who were asked write it; when they were, it was nobody's but the fault's.
-        const std::string& left = asked == "nobody" ? client_.cacheFile() : cacheWhenAsked_;
-        EXPECT_EQ(asked, faulty + 1 < HOSTS.size() ? HOSTS.at(faulty + 1) : "nobody");
-        EXPECT_EQ(left, cache);
-        return outcomeOf(cycle, linesSince(oldLines, faulty), asked, left == cache ? "as it was" : "CHANGED", faulty);
+        tried.cycle = fetchAgain();
+        tried.asked = askedOf(well, faulty);
+        return tried;
     }
 
-private:
     ClientOptions options() const {
         return {.servers = {HOSTS.begin(), HOSTS.end()},
                 .version = overTls_ ? "12" : "10",
@@ -128,6 +157,19 @@ private:
         return texts;
     }
 
+    /// At level 2, each in one row.
+    std::vector<std::string> failuresSince(std::size_t oldLines) const {
+        std::vector<std::string> texts;
+        const std::vector<fakes::RecordingLogSink::Line> lines = client_.log().lines();
+        for (std::size_t number = oldLines; number < lines.size(); ++number) {
+            if (lines[number].level == 2) {
+                texts.push_back(lines[number].text);
+                std::erase_if(texts.back(), [](char character) { return character == '\n' || character == '*'; });
+            }
+        }
+        return texts;
+    }
+
     /// Stops them, after which nobody writes what they have seen.
     static std::string askedOf(const std::vector<std::unique_ptr<ScriptedServer>>& well, std::size_t faulty) {
         std::string asked;
@@ -141,9 +183,8 @@ private:
     }
 
     std::string state() const {
-        static const char* const names[] = {"NOT_STARTED", "IN_PROGRESS", "CANCELLED", "RESTART_PENDING", "FINISHED"};
         EXPECT_TRUE(isReleased(*client_.store()));
-        std::string text = names[client_.store()->queryState()];
+        std::string text = stateOf(*client_.store());
         const std::wstring origin = client_.value(L"origin");
         EXPECT_EQ(client_.store()->getKeys().empty(), origin.empty());
         return text.append(origin.empty() ? ", no values" : ", values of ").append(origin.begin(), origin.end());
@@ -174,4 +215,13 @@ TEST(NetworkFaults, OverHttpComeToWhatTheTableSays) {
 
 TEST(NetworkFaults, OverHttpsComeToWhatTheTableSays) {
     expectOutcomesAsWritten("Over HTTPS, to servers from version 11 on", true, faultsOverHttps());
+}
+
+TEST(NetworkFaults, DoNotIncludeAFileThatIsNotWellFormed) {
+    for (const bool overTls : {false, true}) {
+        FaultyNetwork network(overTls);
+        expectAsWritten(
+            "When a file arrives that is not well-formed", "the downloader calls it", faultsOfFiles(),
+            [&network](const NetworkFault& fault, std::size_t at) { return network.tryOutFile(fault, at); });
+    }
 }

@@ -115,10 +115,15 @@ public:
         const std::shared_ptr<void> arranged = fault.arrange ? fault.arrange(placeOf(faulty)) : nullptr;
         std::vector<std::unique_ptr<ScriptedServer>> well;
         for (std::size_t server = faulty + 1; server < HOSTS.size(); ++server) {
-            well.push_back(wellServer(server));
+            well.push_back(wellServer(server, client));
         }
         const std::size_t oldLines = client.log().lines().size();
+        cacheWhenAsked_.clear();
         const Cycle cycle = client.fetch().cycles.back();
+        for (const std::unique_ptr<ScriptedServer>& server : well) {
+            server->stop();
+        }
+        EXPECT_EQ(cacheWhenAsked_, well.empty() ? "" : before_.cacheFile());
         return outcomeOf(client, cycle, oldLines, faulty);
     }
 
@@ -133,8 +138,9 @@ private:
         return {HOSTS.at(server), addresses_.at(server), 8443, authority_, names_};
     }
 
-    std::unique_ptr<ScriptedServer> wellServer(std::size_t server) {
-        const auto answer = [](ScriptedConnection& connection) {
+    std::unique_ptr<ScriptedServer> wellServer(std::size_t server, const Client& client) {
+        const auto answer = [this, &client](ScriptedConnection& connection) {
+            cacheWhenAsked_ = client.cacheFile();
             connection.respond(200, "<versionInformation><version>12.5</version></versionInformation>");
         };
         return std::make_unique<ScriptedServer>(answer, placeOf(server).options());
@@ -164,6 +170,7 @@ private:
         };
         return {.told = toldSince(client, oldLines, faulty),
                 .followed = {{"next asked", asked.size() > faulty + 1 ? asked.back() : "nobody"},
+                             {"state", stateOf(*client.store())},
                              {"version", text(L"HomeUdsVersion")},
                              {"file", cycle.end == CycleEnd::Delivered ? "downloaded" : "not asked for"},
                              {"values", text(L"origin")},
@@ -210,6 +217,7 @@ private:
                                                    CallControlServer::freeLoopbackAddress(),
                                                    CallControlServer::freeLoopbackAddress()};
     fakes::ScriptedNames names_;
+    std::string cacheWhenAsked_;  ///< by the next server
     const Server file_{authority_};
     Client before_{{.servers = {file_.address()}, .version = "12", .trusted = authority_.certificate()}};
 };

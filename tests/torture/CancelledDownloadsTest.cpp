@@ -8,6 +8,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <utility>
@@ -73,7 +74,7 @@ public:
     /// @param text of the file at HOST, if it can be had.
     Waited(Wait wait, Request request, const std::array<std::string, 2>& addresses,
            const callcontrol::Credentials& credentials, const std::string& text = fileFrom("server"))
-        : request_(request) {
+        : wait_(wait), request_(request) {
         names_.answer(OTHER_HOST, addresses[1]);
         wait == Wait::Name ? names_.keepSilent(HOST) : names_.answer(HOST, addresses[0]);
         if (wait == Wait::Connection) {
@@ -89,6 +90,22 @@ public:
     std::string url() const {
         return (request_ == Request::File ? "http://" : "https://") + std::string(HOST) + ":" +
                std::to_string(portOf(request_)) + "/";
+    }
+
+    Wait wait() const { return wait_; }
+
+    /// Whether somebody has come to where he is left waiting; of a server that answers, whether it was asked.
+    bool isReached() const {
+        switch (wait_) {
+        case Wait::Name:
+            return names_.silences() > 0;
+        case Wait::Connection:
+            return backlog_->isWaitedFor();
+        case Wait::Handshake:
+            return server_->connections() > 0;
+        default:
+            return !server_->requests().empty();
+        }
     }
 
 private:
@@ -124,6 +141,7 @@ private:
         return [text](ScriptedConnection& connection) { connection.respond(200, text); };
     }
 
+    const Wait wait_;
     const Request request_;
     fakes::ScriptedNames names_;
     std::unique_ptr<fakes::FullBacklog> backlog_;
@@ -168,8 +186,11 @@ protected:
     }
 
     /// Has a download under way ended after a random time. @return how long that took.
-    Clock::duration endAfterAWhile(End end, const std::string& url, Request request) {
+    Clock::duration endAfterAWhile(End end, const Waited& waited, Request request) {
         host_.reset();
+        waited_ = &waited;
+        count_ = &counts_[nameOf(end, waited.wait())];
+        const std::string url = waited.url();
         switch (end) {
         case End::Cancellation:
             return cancel(url);
@@ -213,6 +234,13 @@ protected:
         return std::string(ENDS.at(static_cast<std::size_t>(end))) + " at " + WAITS.at(static_cast<std::size_t>(wait));
     }
 
+    /// An end that comes before that tries next to nothing. Of each at each server that was tried.
+    void expectThatServersWereReached() const {
+        for (const auto& [name, count] : counts_) {
+            EXPECT_GT(count.reached, 0U) << "of " << count.tried << ", " << name;
+        }
+    }
+
     /// Where the files are of what has ended.
     std::string folder() const { return host_ != nullptr ? host_->folder() : directory_.path(); }
 
@@ -220,7 +248,8 @@ protected:
     std::string summary() const {
         const auto tenths = std::chrono::duration_cast<microseconds>(longest_).count() / 100;
         return "the longest end took " + std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " ms (" +
-               longestWas_ + "); " + std::to_string(slow_) + " took more than 200 ms";
+               longestWas_ + "); " + std::to_string(slow_) + " took more than 200 ms; " + std::to_string(reached()) +
+               " came when the server had been reached";
     }
 
     const fakes::PlainNetwork environment_;
@@ -232,8 +261,30 @@ protected:
     fakes::TemporaryDirectory directory_;
 
 private:
+    /// How often a download was ended, and how often it had come to where the server leaves it waiting.
+    struct Count {
+        std::uint64_t tried = 0;
+        std::uint64_t reached = 0;
+    };
+
+    std::uint64_t reached() const {
+        return std::accumulate(counts_.begin(), counts_.end(), std::uint64_t{0},
+                               [](std::uint64_t sum, const auto& each) { return sum + each.second.reached; });
+    }
+
+    /// Every other time, the first one included, it begins when the server has been reached.
+    void passUpTo(microseconds limit) {
+        const auto giveUp = Clock::now() + std::chrono::minutes(1);
+        while (count_->tried % 2 == 0 && !waited_->isReached() && Clock::now() < giveUp) {
+            std::this_thread::yield();
+        }
+        trial_.passUpTo(limit);
+    }
+
     template <typename Action>
-    static Clock::duration timeOf(Action action) {
+    Clock::duration timeOf(Action action) {
+        ++count_->tried;
+        count_->reached += waited_->isReached() ? 1 : 0;
         const auto began = Clock::now();
         action();
         return Clock::now() - began;
@@ -245,7 +296,7 @@ private:
         platform::CurlTransport transport(caFile());
         Ending ending;
         transport.start(ending.transferOf(url));
-        trial_.passUpTo(microseconds(5000));
+        passUpTo(microseconds(5000));
         return timeOf([&] {
             transport.cancel(1);
             ending.await();
@@ -262,7 +313,7 @@ private:
     Clock::duration interrupt(const std::string& url) {
         platform::CurlTransport transport(caFile());
         std::thread asking([&] { ask(transport, url); });
-        trial_.passUpTo(microseconds(5000));
+        passUpTo(microseconds(5000));
         return timeOf([&] {
             transport.interruptRequests();
             asking.join();
@@ -276,7 +327,7 @@ private:
             transport.start(ending.transferOf(url));
         }
         std::thread asking([&] { ask(transport, url); });
-        trial_.passUpTo(microseconds(5000));
+        passUpTo(microseconds(5000));
         return timeOf([&] {
             transport.stop();
             asking.join();
@@ -311,13 +362,13 @@ private:
 
     Clock::duration endHost(Request request) {
         startHost(request);
-        trial_.passUpTo(microseconds(20000));
+        passUpTo(microseconds(20000));
         return timeOf([this] { host_->stop(); });
     }
 
     Clock::duration endSource(Request request) {
         startHost(request);
-        trial_.passUpTo(microseconds(20000));
+        passUpTo(microseconds(20000));
         const Clock::duration took = timeOf([this] { host_->endSource(); });
         // Until then what is on its way goes on, and brings nothing.
         host_->stop();
@@ -328,7 +379,7 @@ private:
     Clock::duration changeServer(Request request) {
         startHost(request);
         host_->waitUntilFetching();
-        trial_.passUpTo(microseconds(20000));
+        passUpTo(microseconds(20000));
         const Clock::duration took = timeOf([this] {
             host_->changeServer(QuillCoreUtils::toWideString(OTHER_HOST));
             host_->waitUntilSettled();
@@ -340,6 +391,9 @@ private:
     std::map<std::string, std::string> copies_;  ///< of the file of each server, whole
     std::unique_ptr<DownloadingHost> earlier_;   ///< has the copy that all later ones begin with
     std::unique_ptr<DownloadingHost> host_;      ///< the last one, if that is what has ended
+    const Waited* waited_ = nullptr;             ///< while a download is ended
+    std::map<std::string, Count> counts_;        ///< of each end at each server
+    Count* count_ = nullptr;                     ///< of that download
     Clock::duration longest_{};
     std::string longestWas_;
     std::uint64_t slow_ = 0;
@@ -353,7 +407,7 @@ TEST_F(CancelledDownloads, EndWithoutWaitingForAServerAndLeaveAWholeCopy) {
         const auto wait = static_cast<Wait>(trial_.below(WAITS.size()));
         const Request request = anyRequest(end, wait);
         const Waited waited(wait, request, addresses_, credentials_);
-        const Clock::duration took = endAfterAWhile(end, waited.url(), request);
+        const Clock::duration took = endAfterAWhile(end, waited, request);
         trial_.tried();
         if (!measure(end, wait, took)) {
             trial_.lost(summary(), folder());
@@ -363,6 +417,7 @@ TEST_F(CancelledDownloads, EndWithoutWaitingForAServerAndLeaveAWholeCopy) {
     }
     std::cout << "cancel: " << summary() << "\n";
     trial_.remark(summary());
+    expectThatServersWereReached();
 }
 
 }  // namespace torture

@@ -23,7 +23,7 @@ public:
     /// call returns on the dispatcher thread, and queued for it from any other. Refused, with a level 2 line, while the
     /// feature set is not started. A store named "PresenceConfigStore" makes the caller wait for the server's file
     /// first, at most 20 seconds: do not add it from inside a change notification, which holds the chain, and so every
-    /// other reader, all that time.
+    /// other reader, all that time, nor on the dispatcher thread, for which the end of a host and a power down wait.
     virtual void addConfigStore(std::shared_ptr<ConfigStore> store) = 0;
 
     /// Takes a store and the cached copy of it out of the chain, its cache file included.
