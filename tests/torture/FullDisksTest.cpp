@@ -93,6 +93,8 @@ Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
                    const std::function<bool()>& putInOrder) {
     const States before = States::of(scene);
     const States wanted = after(before, deed, stateThatIsLong);
+    // What a link has set and no disk would take is answered all the same, and no other deed changes it.
+    const int linkBefore = client.answers().link;
     client.log().clear();
     perform(client, deed, stateThatIsLong);
     const std::vector<std::string> complaints = client.complaints();
@@ -110,7 +112,8 @@ Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
     // What a reset could not remove is read again.
     const States answers = client.answers();
     const States inMemory = deed == Deed::ResetData ? found : wanted;
-    if (answers.user != inMemory.user || answers.server != inMemory.server) {
+    const int link = deed == Deed::TakeLink ? wanted.link : linkBefore;
+    if (answers.user != inMemory.user || answers.server != inMemory.server || answers.link != link) {
         return valueIsForgotten;
     }
     if (!putInOrder()) {
@@ -131,7 +134,7 @@ Found startOnABadDisk(const Scene& scene, const States& before, bool isDamaged,
     const simulation::QuietXml quiet;
     const std::string bytes = bytesOf(scene.localFile());
     Client client(scene);
-    if (!scene.keeps(bytes) || States::of(scene) != before) {
+    if (!scene.keeps(bytes) || !neitherOldNorNew(States::of(scene), before, before).empty()) {
         return fileIsTorn;
     }
     const std::vector<std::string> complaints = client.complaints();
