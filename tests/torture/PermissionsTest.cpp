@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -146,6 +147,8 @@ struct Tight {
     std::string link;        ///< the user's own link that leads to it; empty if there is none
     bool isDamaged = false;  ///< the user's file is
 };
+
+void PrintTo(const Tight& tight, std::ostream* stream) { *stream << tight.path << " " << octal(tight.mode); }
 
 const std::string USERS_FILE = "config/corvidLocalConfig.xml";
 const std::string SERVERS_FILE = "config/Cache/cachedServer.xml";
