@@ -54,7 +54,7 @@ private:
 
 /// The states that the files of a scene are in.
 struct States {
-    static constexpr int none = -1;  ///< there is no such file; of the user's file, or nothing of ours in it
+    static constexpr int none = -1;  ///< there is no such file, or a whole user's file with nothing of ours in it
     static constexpr int torn = -2;  ///< no one whole state
 
     int user = none;
