@@ -13,7 +13,6 @@
 #include "support/ChildProcess.h"
 #include "support/TurnedText.h"
 
-using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -30,6 +29,7 @@ const std::string COMMENT = "tr0ub4dor-of-a-comment-in-the-document";
 const std::string OF_THE_LINK = "tr0ub4dor-of-the-provisioning-link";
 const std::string IGNORED = "tr0ub4dor-of-what-the-link-may-not-set";
 const std::string OF_THE_USER = "tr0ub4dor-of-the-user-himself";
+const std::string USERS_PASSWORD = "tr0ub4dor-of-the-users-own-password";
 
 /// A client that has a server, and whose memory is looked at while it waits.
 class SecretsInMemory : public testing::Test {
@@ -39,6 +39,7 @@ protected:
         directory_.write("install/bootstrap.properties", "TFTPPrimaryServer: " + address_ + "\n");
         directory_.write("link", support::turned("corvid://setup?ServicesDomain=" + OF_THE_LINK + "&Other=" + IGNORED));
         directory_.write("user", support::turned(OF_THE_USER));
+        directory_.write("password", support::turned(USERS_PASSWORD));
         serve("<!--" + COMMENT + "--><ConnectionPassword>" + PASSWORD +
               "</ConnectionPassword><Secret sensitive=\"true\">" + SENSITIVE + "</Secret>");
         callcontrol::CallControlServer::Options options;
@@ -86,7 +87,8 @@ protected:
         std::vector<std::string> found;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_.path())) {
             const std::string name = std::filesystem::relative(entry.path(), directory_.path());
-            for (const std::string& secret : {PASSWORD, SENSITIVE, COMMENT, OF_THE_LINK, IGNORED, OF_THE_USER}) {
+            for (const std::string& secret :
+                 {PASSWORD, SENSITIVE, COMMENT, OF_THE_LINK, IGNORED, OF_THE_USER, USERS_PASSWORD}) {
                 if (!name.starts_with("server/") && directory_.read(name).find(secret) != std::string::npos) {
                     found.push_back(name + ": " + secret);
                 }
@@ -120,14 +122,17 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     goOn();
 
     awaitStep("set");
-    EXPECT_THAT(placesOf(OF_THE_USER), AllOf(Not(IsEmpty()), Each(EndsWith(" wide"))));
-    EXPECT_THAT(placesOf(OF_THE_LINK), AllOf(Not(IsEmpty()), Each(EndsWith(" wide"))));
+    // The value in the store and the one of the live object: what a user has set is no administrator's value.
+    for (const std::string& secret : {OF_THE_USER, USERS_PASSWORD}) {
+        EXPECT_THAT(placesOf(secret), ElementsAre(EndsWith(" wide"), EndsWith(" wide"))) << secret;
+    }
+    EXPECT_THAT(placesOf(OF_THE_LINK), ElementsAre(EndsWith(" wide"), EndsWith(" wide"), EndsWith(" wide")));
     EXPECT_THAT(placesOf(IGNORED), IsEmpty());
     serve("");
     goOn();
 
     awaitStep("forgotten");
-    for (const std::string& secret : {SENSITIVE, OF_THE_USER, OF_THE_LINK, COMMON_PART}) {
+    for (const std::string& secret : {SENSITIVE, OF_THE_USER, USERS_PASSWORD, OF_THE_LINK, COMMON_PART}) {
         EXPECT_THAT(placesOf(secret), IsEmpty()) << secret;
     }
     goOn();
@@ -159,6 +164,7 @@ TEST_F(SecretsInMemory, AreInNoLogAndInNoFileButThoseThatKeepThemByDesign) {
     // What a user sets, and what a link sets, is kept in clear; the mark "sensitive" concerns what is shown.
     EXPECT_THAT(filesWithSecrets(),
                 testing::UnorderedElementsAre("config/corvidLocalConfig.xml: " + OF_THE_USER,
+                                              "config/corvidLocalConfig.xml: " + USERS_PASSWORD,
                                               "config/Cache/cachedUrlProvisioningConfigStore.xml: " + OF_THE_LINK));
     goOn();
     finish({"forgotten", "stopped"});

@@ -3,9 +3,9 @@
 //
 //   memory_client DIRECTORY [cores]
 //
-// DIRECTORY holds "config", "install" and "ca.pem"; "link" and "user" there are texts whose bytes are all turned, so
-// that the client alone makes the texts of them: a provisioning link, and a value to set. With "cores" it may leave
-// one.
+// DIRECTORY holds "config", "install" and "ca.pem"; "link", "user" and "password" there are texts whose bytes are all
+// turned, so that the client alone makes the texts of them: a provisioning link, and two values to set, the second one
+// for a key that is sensitive without a mark of the client's. With "cores" it may leave one.
 
 #include <pthread.h>
 
@@ -13,6 +13,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "ConfigAdapter.h"
 #include "ConfigFeatureSet.h"
@@ -106,9 +107,11 @@ private:
 
     void set() {
         host_.runOnDispatcher([this] {
-            std::wstring value = textOf(directory_ + "/user");
-            host_.service()->setConfig(L"OfTheUser", value);
-            tessel::SecureStringUtils::TesselZeroWstring(value);
+            for (const auto& [key, file] : {std::pair(L"OfTheUser", "/user"), std::pair(passwordKey, "/password")}) {
+                std::wstring value = textOf(directory_ + file);
+                host_.service()->setConfig(key, value);
+                tessel::SecureStringUtils::TesselZeroWstring(value);
+            }
             std::wstring link = textOf(directory_ + "/link");
             host_.service()->setUrlProvisioningData(link);
             tessel::SecureStringUtils::TesselZeroWstring(link);
@@ -120,11 +123,14 @@ private:
     void forget() {
         host_.runOnDispatcher([this] {
             host_.service()->resetConfig(L"OfTheUser");
+            host_.service()->resetConfig(passwordKey);
             host_.service()->removeConfigStoreAndCache(L"UrlProvisioningConfigStore");
             host_.service()->logConfig();
         });
         host_.persistAll();
     }
+
+    static constexpr const wchar_t* passwordKey = L"ConnectionPassword";
 
     const std::string directory_;
     host::ReferenceHost host_;

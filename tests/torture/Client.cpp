@@ -72,11 +72,21 @@ int stateOfStore(ConfigStore& store, const std::wstring& prefix) {
     return oneState(prefix, [&](const std::wstring& key, std::wstring& value) { return store.getValue(key, value); });
 }
 
-int stateOfCache(const std::string& path, const std::wstring& key) {
-    std::wstring value;
-    CacheConfigStore store("cache", 240, path);
-    return store.getValue(key, value) ? QuillCoreUtils::toInt(value, States::torn)
-                                      : (store.getKeys().empty() && !fs::exists(path) ? States::none : States::torn);
+int stateOfUserFile(const Scene& scene) {
+    const std::size_t earlier = scene.backups().size();
+    LocalFileConfigStore store("files", 20, scene.config(), "corvidLocalConfig.xml", false, true);
+    const int state = stateOfStore(store, L"user");
+    // What is no document has been set aside, and the store is as empty as one without a file.
+    return scene.backups().size() == earlier ? state : States::torn;
+}
+
+/// @param ask for the state of the store that has read the file.
+template <class Ask>
+int stateOfCache(const std::string& path, const Ask& ask) {
+    CacheConfigStore store("files", 240, path);
+    const int state = ask(store);
+    // Every file that the module writes has keys of ours.
+    return state == States::none && fs::exists(path) ? States::torn : state;
 }
 
 }  // namespace
@@ -134,13 +144,12 @@ void Scene::damage() const {
 
 States States::of(const Scene& scene) {
     States states;
-    LocalFileConfigStore local("files", 20, scene.config(), "corvidLocalConfig.xml", false, true);
-    states.user = stateOfStore(local, L"user");
-    if (fs::exists(scene.serverFile())) {
-        CacheConfigStore server("files", 240, scene.serverFile());
-        states.server = stateOfStore(server, L"server");
-    }
-    states.link = stateOfCache(scene.linkFile(), L"ServicesDomain");
+    states.user = stateOfUserFile(scene);
+    states.server = stateOfCache(scene.serverFile(), [](ConfigStore& store) { return stateOfStore(store, L"server"); });
+    states.link = stateOfCache(scene.linkFile(), [](ConfigStore& store) {
+        std::wstring value;
+        return store.getValue(L"ServicesDomain", value) ? QuillCoreUtils::toInt(value, States::torn) : States::none;
+    });
     return states;
 }
 
@@ -311,6 +320,20 @@ States prepare(const Scene& scene, Day day, int state) {
     return {state, state, state};
 }
 
+std::string otherAnswers(Client& client, const States& files, bool isServerNamed) {
+    const States answers = client.answers();
+    const bool isServerRight = isServerNamed || files.server == States::none
+                                   ? answers.server == files.server
+                                   : answers.server == files.server || answers.server == States::none;
+    return answers.user == files.user && answers.link == files.link && isServerRight
+               ? ""
+               : "a client answers " + answers.text() + " to files of " + files.text();
+}
+
+bool namesServer(bool before, Deed deed, bool isDone) {
+    return deed == Deed::ResetData ? false : before || (isDone && deed == Deed::JoinServer);
+}
+
 States after(const States& before, Deed deed, int state) {
     States states = before;
     switch (deed) {
@@ -332,7 +355,10 @@ States after(const States& before, Deed deed, int state) {
 }
 
 std::string neitherOldNorNew(const States& found, const States& before, const States& after) {
-    const auto isEither = [](int value, int one, int other) { return value == one || value == other; };
+    // A file that was torn before is no old one.
+    const auto isEither = [](int value, int one, int other) {
+        return value != States::torn && (value == one || value == other);
+    };
     if (isEither(found.user, before.user, after.user) && isEither(found.server, before.server, after.server) &&
         isEither(found.link, before.link, after.link)) {
         return "";

@@ -54,7 +54,7 @@ private:
 
 /// The states that the files of a scene are in.
 struct States {
-    static constexpr int none = -1;  ///< there is no such file, or nothing of ours in it
+    static constexpr int none = -1;  ///< there is no such file, or a whole user's file with nothing of ours in it
     static constexpr int torn = -2;  ///< no one whole state
 
     int user = none;
@@ -63,7 +63,7 @@ struct States {
 
     bool operator==(const States&) const = default;
 
-    /// Reads the files with the stores of the module.
+    /// Reads the files with the stores of the module. A user's file that is no document is torn, and is set aside.
     static States of(const Scene& scene);
 
     std::string text() const;
@@ -148,8 +148,17 @@ constexpr Day allDays[] = {Day::Later, Day::First};
 /// Makes a scene what a client finds on that day. @param state of the files. @return that of each.
 States prepare(const Scene& scene, Day day, int state);
 
+/// What is wrong with a client's answers to files in these states; empty if nothing is.
+/// @param isServerNamed whether the user's file must name the server's copy: without that the copy, whole as it may be,
+/// gives no answer.
+std::string otherAnswers(Client& client, const States& files, bool isServerNamed);
+
 /// What the files hold after it.
 States after(const States& before, Deed deed, int state);
+
+/// Whether the user's file must name the server's copy from a deed on. @param before whether it had to until then.
+/// @param isDone false: the deed may have come to its end or not.
+bool namesServer(bool before, Deed deed, bool isDone);
 
 /// Empty if each file is the old or the new one; else what is wrong.
 std::string neitherOldNorNew(const States& found, const States& before, const States& after);

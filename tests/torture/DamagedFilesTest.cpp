@@ -28,7 +28,11 @@ public:
     void tryWith(const Input& damaged, const std::string& contents, const std::string& what) {
         files_.write(damaged, contents);
         trial_.tried();
-        const std::string wrong = start(damaged, contents);
+        std::string wrong = start(damaged, contents);
+        if (wrong.empty() && damaged.form == Input::Form::Local && !isWellFormed(contents) &&
+            !isKept(damaged, contents)) {
+            wrong = "neither the file nor its backup holds what it held";
+        }
         if (!wrong.empty()) {
             trial_.lost(damaged.name + ", " + what + ": " + wrong, files_.scene().folder());
         }
@@ -49,6 +53,17 @@ private:
         // Any bytes are properties: there is no damage that the module could tell from what somebody has written.
         const bool isXml = damaged.form != Input::Form::Properties;
         return isXml && !isWellFormed(contents) && !isTold ? "no line of the log tells of the damage" : "";
+    }
+
+    /// Once the client has ended: whether the file or the backup that a start makes of it holds the bytes.
+    bool isKept(const Input& damaged, const std::string& contents) const {
+        const std::string path = files_.scene().folder() + "/" + damaged.path;
+        const std::string backup = path.substr(0, path.rfind('.')) + "-backup.xml";
+        const auto holds = [&](const std::string& file) {
+            std::string bytes;
+            return QuillCoreUtils::FileUtils::readFile(file, bytes) && bytes == contents;
+        };
+        return holds(path) || holds(backup);
     }
 
     /// What the reader of the file says of damage, and of no other file.

@@ -31,8 +31,9 @@ public:
     /// In a process that has nothing else to do. @return false if this system does not let it.
     bool mount(std::uintmax_t bytes) {
         const uid_t user = geteuid();
+        const gid_t group = getegid();
         const int spaces = CLONE_NEWNS | (user == 0 ? 0 : CLONE_NEWUSER);
-        if (unshare(spaces) != 0 || (user != 0 && !becomeRootOfOwnSpace(user))) {
+        if (unshare(spaces) != 0 || (user != 0 && !becomeRootOfOwnSpace(user, group))) {
             return false;
         }
         return ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
@@ -45,10 +46,17 @@ public:
 private:
     static std::string sizeOption(std::uintmax_t bytes) { return "size=" + std::to_string(bytes); }
 
-    static bool becomeRootOfOwnSpace(uid_t user) {
-        std::ofstream map("/proc/self/uid_map");
-        map << "0 " << user << " 1" << std::flush;
-        return map.good();
+    /// The group too: a disk takes no file of a user or a group that its space does not know.
+    static bool becomeRootOfOwnSpace(uid_t user, gid_t group) {
+        return write("/proc/self/uid_map", "0 " + std::to_string(user) + " 1") &&
+               write("/proc/self/setgroups", "deny") &&
+               write("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
+    }
+
+    static bool write(const char* file, const std::string& text) {
+        std::ofstream stream(file);
+        stream << text << std::flush;
+        return stream.good();
     }
 
     bool remount(unsigned long flags, std::uintmax_t bytes) const {
@@ -93,6 +101,8 @@ Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
                    const std::function<bool()>& putInOrder) {
     const States before = States::of(scene);
     const States wanted = after(before, deed, stateThatIsLong);
+    // What a link has set and no disk would take is answered all the same, and no other deed changes it.
+    const int linkBefore = client.answers().link;
     client.log().clear();
     perform(client, deed, stateThatIsLong);
     const std::vector<std::string> complaints = client.complaints();
@@ -110,7 +120,8 @@ Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
     // What a reset could not remove is read again.
     const States answers = client.answers();
     const States inMemory = deed == Deed::ResetData ? found : wanted;
-    if (answers.user != inMemory.user || answers.server != inMemory.server) {
+    const int link = deed == Deed::TakeLink ? wanted.link : linkBefore;
+    if (answers.user != inMemory.user || answers.server != inMemory.server || answers.link != link) {
         return valueIsForgotten;
     }
     if (!putInOrder()) {
@@ -131,7 +142,7 @@ Found startOnABadDisk(const Scene& scene, const States& before, bool isDamaged,
     const simulation::QuietXml quiet;
     const std::string bytes = bytesOf(scene.localFile());
     Client client(scene);
-    if (!scene.keeps(bytes) || States::of(scene) != before) {
+    if (!scene.keeps(bytes) || !neitherOldNorNew(States::of(scene), before, before).empty()) {
         return fileIsTorn;
     }
     const std::vector<std::string> complaints = client.complaints();

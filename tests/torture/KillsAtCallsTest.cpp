@@ -43,13 +43,17 @@ public:
                          .faultCame;
             trial_.tried(cameTo ? 1 : 0);
             const States found = States::of(scene_);
-            const std::string wrong = neitherOldNorNew(found, before_, after(before_, deed, newState));
+            const States done = after(before_, deed, newState);
+            const std::string wrong = neitherOldNorNew(found, cameTo ? before_ : done, done);
             if (!wrong.empty()) {
                 trial_.lost(std::string(nameOf(deed)) + (day_ == Day::First ? " on the first day" : "") +
                                 ", killed at call " + std::to_string(call) + ": " + wrong,
                             scene_.folder());
-            } else if (seen_.insert(scene_.fingerprint()).second) {
-                killDuringRecovery(found);
+                continue;
+            }
+            const bool isServerNamed = namesServer(day_ == Day::Later, deed, !cameTo);
+            if (seen_.insert(scene_.fingerprint() + (isServerNamed ? "named" : "")).second) {
+                killDuringRecovery(found, isServerNamed);
             }
         }
     }
@@ -75,9 +79,10 @@ public:
 
 private:
     /// Of the files as they are now: a recovery from the same files goes the same way.
-    void killDuringRecovery(const States& found) {
+    void killDuringRecovery(const States& found, bool isServerNamed) {
         killed_.copyFrom(scene_);
         const std::size_t all = runTraced(scene_.folder(), [&] { return recover(scene_); }, {}).calls.size();
+        expectRecovered(found, isServerNamed, "recovery");
         for (std::size_t call = 0; call <= all && !trial_.hasLost(); ++call) {
             if (!trial_.picks(1, all)) {
                 continue;
@@ -87,19 +92,22 @@ private:
                                     scene_.folder(), [&] { return recover(scene_); }, killAt(call))
                                     .faultCame;
             trial_.tried(cameTo ? 1 : 0);
-            expectRecovered(found, "recovery killed at call " + std::to_string(call));
+            expectRecovered(found, isServerNamed, "recovery killed at call " + std::to_string(call));
         }
         scene_.copyFrom(killed_);
     }
 
-    void expectRecovered(const States& found, const std::string& what) {
-        const std::string wrong = neitherOldNorNew(States::of(scene_), found, after(found, Deed::SetUser, nextState));
+    void expectRecovered(const States& found, bool isServerNamed, const std::string& what) {
+        const States recovered = States::of(scene_);
+        const std::string wrong = neitherOldNorNew(recovered, found, after(found, Deed::SetUser, nextState));
         if (!wrong.empty() || !scene_.backups().empty()) {
             trial_.lost(what + ": " + wrong, scene_.folder());
             return;
         }
-        const Client client(scene_);
-        if (!scene_.temporaries().empty()) {
+        Client client(scene_);
+        if (const std::string other = otherAnswers(client, recovered, isServerNamed); !other.empty()) {
+            trial_.lost(what + ": " + other, scene_.folder());
+        } else if (!scene_.temporaries().empty()) {
             trial_.lost(what + ", left over after the next start: " + scene_.temporaries().front(), scene_.folder());
         }
     }

@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <ostream>
 #include <string>
+#include <vector>
 
 #include "Client.h"
 #include "fakes/TemporaryDirectory.h"
@@ -134,25 +136,99 @@ TEST_P(PermissionsUnderUmask, AreTheOwnersAloneOnALog) {
 INSTANTIATE_TEST_SUITE_P(Masks, PermissionsUnderUmask, testing::Values(0, 022, 077, 0277, 0777),
                          [](const auto& mask) { return octal(mask.param); });
 
-TEST_F(Permissions, ThatAreTighterAreNotWidened) {
-    const Scene scene(directory_.path());
-    for (const std::string& folder : {scene.config(), scene.install()}) {
-        give(folder);
+namespace {
+
+/// Something with a tighter mode than it is made with. Paths are below the scene's folder.
+struct Tight {
+    std::string name;
+    std::string path;
+    std::string pathAfterwards;
+    unsigned mode;
+    std::string link;        ///< the user's own link that leads to it; empty if there is none
+    bool isDamaged = false;  ///< the user's file is
+};
+
+void PrintTo(const Tight& tight, std::ostream* stream) { *stream << tight.path << " " << octal(tight.mode); }
+
+const std::string USERS_FILE = "config/corvidLocalConfig.xml";
+const std::string SERVERS_FILE = "config/Cache/cachedServer.xml";
+const std::string LINKS_FILE = "config/Cache/cachedUrlProvisioningConfigStore.xml";
+const std::string BACKUP = "config/corvidLocalConfig-backup.xml";
+const std::string EARLIER_BACKUP = "config/corvidLocalConfig-backup-1.xml";
+const std::string CACHE_FOLDER = "config/Cache";
+
+std::vector<Tight> everythingTight() {
+    std::vector<Tight> all = {{"UsersFile", USERS_FILE, USERS_FILE, 0400, ""},
+                              {"UsersFileBehindALink", "elsewhere", "elsewhere", 0400, USERS_FILE},
+                              {"DamagedUsersFile", USERS_FILE, BACKUP, 0400, "", true}};
+    for (const unsigned mode : {0200U, 0U}) {
+        all.push_back({"UsersFileThatCannotBeRead", USERS_FILE, BACKUP, mode, ""});
     }
+    for (const unsigned mode : {0400U, 0200U, 0U}) {
+        all.push_back({"ServersCopy", SERVERS_FILE, SERVERS_FILE, mode, ""});
+        all.push_back({"ServersCopyBehindALink", "elsewhere", "elsewhere", mode, SERVERS_FILE});
+        all.push_back({"LinksFile", LINKS_FILE, LINKS_FILE, mode, ""});
+        all.push_back({"EarlierBackup", BACKUP, EARLIER_BACKUP, mode, "", true});
+        all.push_back({"Log", "log", "log", mode, ""});
+    }
+    for (const unsigned mode : {0500U, 0300U, 0U}) {
+        all.push_back({"CacheFolder", CACHE_FOLDER, CACHE_FOLDER, mode, ""});
+    }
+    return all;
+}
+
+class TighterPermissions : public Permissions, public testing::WithParamInterface<Tight> {
+protected:
+    TighterPermissions() {
+        for (const std::string& folder : {scene_.config(), scene_.install()}) {
+            give(folder);
+        }
+    }
+
+    std::string path(const std::string& name) const { return directory_.path(name); }
+
+    /// In an ordinary user's process: what a client and its log leave, with an earlier backup.
+    bool prepare() const {
+        torture::writeFiles(scene_, 1);
+        std::ofstream(path(BACKUP)) << "earlier";
+        if (GetParam().isDamaged) {
+            std::ofstream(path(USERS_FILE), std::ios::trunc) << "damaged";
+        }
+        if (!GetParam().link.empty()) {
+            fs::rename(path(GetParam().link), path(GetParam().path));
+            fs::create_symlink(path(GetParam().path), path(GetParam().link));
+        }
+        const bool isLogMade = tessel::SpdlogSink::toFile(path("log")) != nullptr;
+        return isLogMade && chmod(path(GetParam().path).c_str(), GetParam().mode) == 0;
+    }
+
+    const Scene scene_{directory_.path()};
+};
+
+}  // namespace
+
+TEST_P(TighterPermissions, AreNotWidened) {
+    const Tight& tight = GetParam();
     ASSERT_EQ(asOrdinaryUser([&] {
-                  torture::writeFiles(scene, 1);
-                  const bool areTight = chmod(scene.localFile().c_str(), 0400) == 0 &&
-                                        chmod(scene.serverFile().c_str(), 0400) == 0 &&
-                                        chmod(scene.linkFile().c_str(), 0400) == 0;
+                  const bool isPrepared = prepare();
                   umask(0);
-                  torture::writeFiles(scene, 2);
-                  return areTight && torture::States::of(scene) == torture::States{2, 2, 2} ? 0 : 1;
+                  const host::XmlDiagnostics quiet(host::XmlDiagnostics::Way::Discard);
+                  torture::writeFiles(scene_, 2);
+                  tessel::SpdlogSink::toFile(path("log"));
+                  return isPrepared ? 0 : 1;
               }),
               0);
-    for (const std::string& file : {scene.localFile(), scene.serverFile(), scene.linkFile()}) {
-        EXPECT_EQ(modeOf(file), 0400U) << file;
-    }
+    const std::string afterwards = path(tight.pathAfterwards);
+    EXPECT_EQ(octal(modeOf(afterwards)), octal(tight.mode));
+    const bool isFolder = fs::is_directory(afterwards);
+    chmod(afterwards.c_str(), isFolder ? 0700 : 0600);
+    // Nothing need be written into a folder that is shut.
+    EXPECT_TRUE(isFolder || torture::States::of(scene_) == (torture::States{2, 2, 2}))
+        << torture::States::of(scene_).text();
 }
+
+INSTANTIATE_TEST_SUITE_P(OfEverything, TighterPermissions, testing::ValuesIn(everythingTight()),
+                         [](const auto& tight) { return tight.param.name + octal(tight.param.mode); });
 
 TEST_F(Permissions, OfAFolderThatNobodyMayWriteToStay) {
     const Scene scene(directory_.path());

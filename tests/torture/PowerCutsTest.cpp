@@ -109,6 +109,16 @@ bool isBetween(const States& found, int oldest, int newest) {
     return user && server && link;
 }
 
+/// Whether the server's copy stands after each of the states from the oldest to the newest.
+bool isServerThere(int oldest, int newest) {
+    for (int state = oldest; state <= newest; ++state) {
+        if (statesAfter(state).server == States::none) {
+            return false;
+        }
+    }
+    return true;
+}
+
 /// A client that writes one state after the other, and acknowledges each.
 class Writer {
 public:
@@ -176,6 +186,12 @@ protected:
         const States found = States::of(scene);
         if (!isBetween(found, acknowledged, newest)) {
             trial_.lost("found " + found.text() + "; acknowledged " + statesAfter(acknowledged).text(), copy.folder());
+            return;
+        }
+        Client client(scene);
+        const std::string wrong = otherAnswers(client, found, isServerThere(acknowledged, newest));
+        if (!wrong.empty()) {
+            trial_.lost(wrong, copy.folder());
         }
     }
 

@@ -93,9 +93,11 @@ private:
         const std::size_t done = acknowledged == 0 ? 0 : acknowledged - 1;
         for (std::size_t index = 0; index < done; ++index) {
             files_ = after(files_, steps[index].deed, steps[index].state);
+            isServerNamed_ = namesServer(isServerNamed_, steps[index].deed, true);
         }
         const bool wasAtOne = acknowledged > 0 && done < steps.size();
         const States next = wasAtOne ? after(files_, steps[done].deed, steps[done].state) : files_;
+        isServerNamed_ = wasAtOne ? namesServer(isServerNamed_, steps[done].deed, false) : isServerNamed_;
         const States found = States::of(scene_);
         trial_.tried();
         const std::string wrong = neitherOldNorNew(found, files_, next);
@@ -109,10 +111,12 @@ private:
 
     void restart() {
         Client client(scene_);
-        if (!(States::of(scene_) == files_) || client.answers().user != files_.user ||
-            client.answers().link != files_.link || !scene_.backups().empty()) {
-            trial_.lost("the next start finds " + client.answers().text() + " in files of " + files_.text(),
-                        scene_.folder());
+        const States found = States::of(scene_);
+        const std::string wrong = otherAnswers(client, files_, isServerNamed_);
+        if (!wrong.empty()) {
+            trial_.lost("at the next start " + wrong, scene_.folder());
+        } else if (found != files_ || !scene_.backups().empty()) {
+            trial_.lost("the next start leaves " + found.text() + " of " + files_.text(), scene_.folder());
         } else if (!scene_.temporaries().empty()) {
             trial_.lost("left over after the next start: " + scene_.temporaries().front(), scene_.folder());
         }
@@ -121,6 +125,7 @@ private:
     Trial& trial_;
     const Scene& scene_;
     States files_;
+    bool isServerNamed_ = false;
     int lastState_ = 0;
 };
 

@@ -1,3 +1,6 @@
+#include <stdlib.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
@@ -5,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -35,22 +39,36 @@ bool changes(const Call& call, const std::string& path) {
            (isCopy && (call.path == path || call.target == path));
 }
 
-/// What is wrong with the order of the calls that put a new file in a file's place; empty if nothing is.
-std::string disorder(const std::vector<Call>& calls, const std::string& file) {
-    const auto rename = std::find_if(calls.begin(), calls.end(), [&](const Call& call) {
-        return call.name.starts_with("rename") && call.target == file;
-    });
-    if (rename == calls.end()) {
-        return "nothing was renamed to it";
-    }
+using CallIterator = std::vector<Call>::const_iterator;
+
+/// @param begin the first call after the rename before this one.
+std::string disorderOfRename(CallIterator begin, CallIterator rename, CallIterator end) {
     const auto touches = [&](const Call& call) { return changes(call, rename->path); };
-    const auto sync = std::find_if(calls.begin(), rename, [&](const Call& call) { return isSync(call, rename->path); });
+    const auto sync = std::find_if(begin, rename, [&](const Call& call) { return isSync(call, rename->path); });
     if (sync == rename || std::any_of(sync, rename, touches)) {
         return "the temporary was not synced after its last write and before the rename";
     }
-    const std::string folder = FileUtils::getParentDirectory(file);
-    if (std::none_of(rename, calls.end(), [&](const Call& call) { return isSync(call, folder); })) {
+    const std::string folder = FileUtils::getParentDirectory(rename->target);
+    if (std::none_of(rename, end, [&](const Call& call) { return isSync(call, folder); })) {
         return "the folder was not synced after the rename";
+    }
+    return "";
+}
+
+/// What is wrong with the order of the calls that put a new file in a file's place, however often they do; empty if
+/// nothing is.
+std::string disorder(const std::vector<Call>& calls, const std::string& file) {
+    const auto isRename = [&](const Call& call) { return call.name.starts_with("rename") && call.target == file; };
+    auto begin = calls.begin();
+    auto rename = std::find_if(begin, calls.end(), isRename);
+    if (rename == calls.end()) {
+        return "nothing was renamed to it";
+    }
+    for (; rename != calls.end(); rename = std::find_if(begin, calls.end(), isRename)) {
+        if (const std::string wrong = disorderOfRename(begin, rename, calls.end()); !wrong.empty()) {
+            return wrong;
+        }
+        begin = rename + 1;
     }
     const auto writesInPlace = [&](const Call& call) { return changes(call, file); };
     return std::any_of(calls.begin(), calls.end(), writesInPlace) ? "the file itself was written" : "";
@@ -99,6 +117,45 @@ std::string disorderOfRemovals(const std::vector<Call>& calls, const std::vector
     return "";
 }
 
+bool isFolderItself(const std::string& path) {
+    std::error_code missing;
+    return std::filesystem::symlink_status(path, missing).type() == std::filesystem::file_type::directory;
+}
+
+/// A folder on another file system than a folder has; without a path if this system has no such file system for it.
+class FolderElsewhere {
+public:
+    explicit FolderElsewhere(const std::string& folder) {
+        for (const char* const place : {"/dev/shm", "/tmp", "/var/tmp"}) {
+            std::string pattern = std::string(place) + "/corvid-test-XXXXXX";
+            if (deviceOf(place) != deviceOf(folder) && mkdtemp(pattern.data()) != nullptr) {
+                path_ = pattern;
+                return;
+            }
+        }
+    }
+    ~FolderElsewhere() {
+        std::error_code ignored;
+        if (!path_.empty()) {
+            std::filesystem::remove_all(path_, ignored);
+        }
+    }
+
+    FolderElsewhere(const FolderElsewhere&) = delete;
+    FolderElsewhere& operator=(const FolderElsewhere&) = delete;
+
+    const std::string& path() const { return path_; }
+
+private:
+    /// @return that of the folder, or 0 if there is none.
+    static dev_t deviceOf(const std::string& path) {
+        struct stat status {};
+        return stat(path.c_str(), &status) == 0 ? status.st_dev : 0;
+    }
+
+    std::string path_;
+};
+
 /// Every file that a deed renames into place, and those that a start sets aside.
 class WriteOrder : public testing::Test {
 protected:
@@ -107,14 +164,15 @@ protected:
             return;
         }
         const std::vector<std::string> missing = missingFolders();
-        const Traced traced = runTraced(scene_.folder(), body, {});
+        // The file may lie outside the scene, where a link leads.
+        const Traced traced = runTraced("/", body, {});
         ASSERT_EQ(traced.status, 0);
         trial_.tried();
         if (const std::string wrong = disorder(traced.calls, file); !wrong.empty()) {
             trial_.lost(what + ": " + wrong, scene_.folder());
         }
         for (const std::string& folder : missing) {
-            if (std::filesystem::exists(folder)) {
+            if (isFolderItself(folder)) {
                 expectOrderOfFolder(what, traced.calls, folder);
             }
         }
@@ -127,10 +185,10 @@ protected:
         }
     }
 
-    /// The folders of the scene that are yet to be made.
+    /// The folders of the scene that are yet to be made; a link to a folder is none of the scene's.
     std::vector<std::string> missingFolders() const {
         std::vector<std::string> folders{scene_.config(), scene_.config() + "/Cache"};
-        std::erase_if(folders, [](const std::string& folder) { return std::filesystem::exists(folder); });
+        std::erase_if(folders, isFolderItself);
         return folders;
     }
 
@@ -221,6 +279,55 @@ TEST_F(WriteOrder, IsSyncRenameSyncOnEveryWayToTheDisk) {
     }
     EXPECT_EQ(foldersMade_, 2) << "the configuration folder and the cache";
     expectOrderWhereAFileIsSetAside();
+}
+
+TEST_F(WriteOrder, IsTheSameWhereAWriteSetsAFileAsideThatAStartCouldNot) {
+    if (!tracingIsAllowed(trial_)) {
+        GTEST_SKIP() << tracingIsNotAllowed;
+    }
+    // No file is moved on top of a link, and one that leads nowhere is no earlier backup either.
+    std::filesystem::create_symlink("nothing", scene_.config() + "/corvidLocalConfig-backup.xml");
+    directory_.write("config/corvidLocalConfig.xml", Scene::damaged);
+    const simulation::QuietXml quiet;
+    const Traced traced = runTraced(scene_.folder(), [this] { return startAndPerform(scene_, Deed::SetUser, 1); }, {});
+    ASSERT_EQ(traced.status, 0);
+    trial_.tried();
+    const std::string kept = scene_.config() + "/corvidLocalConfig-backup-1.xml";
+    EXPECT_EQ(disorderOfMove(traced.calls, scene_.localFile(), kept), "");
+    EXPECT_EQ(disorder(traced.calls, scene_.localFile()), "");
+    EXPECT_EQ(bytesOf(kept), Scene::damaged);
+}
+
+TEST_F(WriteOrder, IsTheSameWhereAResetWritesALinksFileAnew) {
+    if (!tracingIsAllowed(trial_)) {
+        GTEST_SKIP() << tracingIsNotAllowed;
+    }
+    // The cache folder is a link, which a reset removes, and a link's file with it.
+    std::filesystem::create_directory(directory_.path("elsewhere"));
+    std::filesystem::create_directory_symlink(directory_.path("elsewhere"), scene_.config() + "/Cache");
+    writeFiles(scene_, 1);
+    expectOrder(Deed::ResetData, scene_.linkFile());
+    EXPECT_EQ(foldersMade_, 1) << "the cache";
+    EXPECT_EQ(States::of(scene_), (States{States::none, States::none, 1}));
+}
+
+TEST_F(WriteOrder, IsTheSameThroughAUsersOwnLinkToAnotherFileSystem) {
+    if (!tracingIsAllowed(trial_)) {
+        GTEST_SKIP() << tracingIsNotAllowed;
+    }
+    const FolderElsewhere elsewhere(scene_.folder());
+    if (elsewhere.path().empty()) {
+        trial_.remark("a link to another file system was skipped: there is none that a test may write to");
+        GTEST_SKIP() << "there is no other file system that a test may write to";
+    }
+    const std::string target = elsewhere.path() + "/server.xml";
+    std::filesystem::create_directory(scene_.config() + "/Cache");
+    std::filesystem::create_symlink(target, scene_.serverFile());
+    for (int write = 0; write < 2; ++write) {
+        expectOrder(Deed::JoinServer, target);
+    }
+    EXPECT_TRUE(std::filesystem::is_symlink(scene_.serverFile()));
+    EXPECT_EQ(States::of(scene_).server, 1);
 }
 
 TEST_F(WriteOrder, EndsWithASyncOfEachFolderThatFilesWereRemovedFrom) {
@@ -323,7 +430,13 @@ TEST_F(WriteOrder, IsFoundWrongWhereItIs) {
                               std::vector{sync, write, rename, syncFolder}}) {
         EXPECT_EQ(disorder(calls, file), "the temporary was not synced after its last write and before the rename");
     }
-    for (const auto& calls : {std::vector{write, sync, rename}, std::vector{write, sync, syncFolder, rename}}) {
+    EXPECT_EQ(disorder({write, sync, rename, syncFolder, write, sync, rename, syncFolder}, file), "");
+    for (const auto& calls : {std::vector{write, sync, rename, syncFolder, write, rename, syncFolder},
+                              std::vector{write, sync, rename, syncFolder, rename, syncFolder}}) {
+        EXPECT_EQ(disorder(calls, file), "the temporary was not synced after its last write and before the rename");
+    }
+    for (const auto& calls : {std::vector{write, sync, rename}, std::vector{write, sync, syncFolder, rename},
+                              std::vector{write, sync, rename, syncFolder, write, sync, rename}}) {
         EXPECT_EQ(disorder(calls, file), "the folder was not synced after the rename");
     }
     for (const Call& inPlace :
