@@ -29,7 +29,9 @@ class LocalFileConfigStore : public ConfigStore, public FoldedLookup, public Per
 public:
     /// The user's file, "corvidLocalConfig.xml" in the configuration directory; writable.
     /// @param former a store of the same name or null. What it has read need not be read again, if the file is still
-    ///        the same and the store has not been changed since.
+    ///        the same and the store has not been changed since. Where the disk does not let the file be looked at or
+    ///        read, although there may be one, the former's values are taken over as takeOverValues() does, and the
+    ///        file is left where it is: the next write replaces it. Not so if the former could not read it either.
     LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal, LocalFileConfigStore* former = nullptr);
 
     /// @param directory used unchanged with a separator appended, unless empty. @param fileName the file in it.
@@ -99,6 +101,18 @@ private:
         std::vector<std::string> altered;  ///< keys of the entries with characters that were replaced
     };
 
+    enum class Reading {
+        Done,      ///< the file's entries are there, or it was set aside since it is not well-formed
+        NoFile,    ///< the disk says that there is none
+        NotSeen,   ///< the disk does not let it be looked at
+        NotGiven,  ///< the disk does not let it be read
+    };
+
+    /// The first half of readFromFile(): what the disk refuses is left to the caller.
+    Reading read() TESSEL_REQUIRES(fileMutex_, mutex_);
+    /// @return false if the disk has refused the file, which is where it was then.
+    bool readUnlessRefused();
+    void logMissingFile();
     void processXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     /// @param contents for the log.
@@ -109,6 +123,8 @@ private:
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
     bool takeOverReading(LocalFileConfigStore& former);
+    /// Whether a file may be in place that is neither read nor written.
+    bool hasUnreadFile();
     /// The file whose values these are; one that does not exist if they have been changed, or if that cannot be told.
     FileStamp unchangedFile();
     bool isInFile() TESSEL_REQUIRES(fileMutex_);
