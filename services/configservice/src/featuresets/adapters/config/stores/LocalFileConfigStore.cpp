@@ -179,9 +179,8 @@ void LocalFileConfigStore::persistValues() {
     if (!isInFile()) {
         Document document = composeDocument();
         const std::uint64_t change = document.change;
-        createConfigDirectory();
-        keepUnreadFile();
-        lastWriteFailed_ = !writeFile(std::move(document));
+        lastWriteFailed_ =
+            isFolderStrangers("persistValues", "config file NOT written") || !writeFile(std::move(document));
         if (lastWriteFailed_) {
             return;
         }
@@ -334,7 +333,8 @@ void LocalFileConfigStore::setInvalidFileAside(const std::string& contents) {
               "contents of invalid xml with string length: " + std::to_string(contents.length()) + "\n" + contents);
     const std::string backupPath = directory_ + backupName;
     // An earlier backup that the disk would not let be looked at is there all the same.
-    if (!keepEarlierBackup(backupPath) || FileUtils::moveFile(filePath(), backupPath, true) != 0) {
+    if (isFolderStrangers("readFromFile", "invalid file NOT renamed") || !keepEarlierBackup(backupPath) ||
+        FileUtils::moveFile(filePath(), backupPath, true) != 0) {
         TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
                   L"error creating backup file: " + QuillCoreUtils::toWideString(backupPath));
         unreadFileIsInPlace_ = true;
@@ -346,6 +346,15 @@ void LocalFileConfigStore::keepUnreadFile() {
         moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
     }
     unreadFileIsInPlace_ = false;
+}
+
+bool LocalFileConfigStore::isFolderStrangers(const char* function, const std::string& refused) {
+    const bool isStrangers = FileUtils::isStrangersLink(directory_);
+    if (isStrangers) {
+        TesselLog(logger(), 2, __FILE__, __LINE__, function,
+                  refused + ", since somebody else has put a link in the place of its folder: " + filePath());
+    }
+    return isStrangers;
 }
 
 void LocalFileConfigStore::createConfigDirectory() {
@@ -366,6 +375,8 @@ bool LocalFileConfigStore::isInFile() {
 }
 
 bool LocalFileConfigStore::writeFile(Document document) {
+    createConfigDirectory();
+    keepUnreadFile();
     const SiblingLock siblingLock(directory_);
     const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
     XmlFileWriter writer(temporaryPath);

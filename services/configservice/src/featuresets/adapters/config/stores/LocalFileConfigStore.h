@@ -54,7 +54,8 @@ public:
 
     /// Writes the file, atomically and durably, unless the store is read-only or destroyed. A failure is logged (a
     /// temporary file that cannot be opened is not) and leaves the old file whole; the values stay in memory and the
-    /// next call that can writes them. Skipped when the file already holds these very values by this store's own hand.
+    /// next call that can writes them. It fails where the folder is a link of somebody else's
+    /// (FileUtils::isStrangersLink()). Skipped when the file already holds these very values by this store's own hand.
     void persistValues() override;
 
     /// A write that failed has done no request.
@@ -83,7 +84,8 @@ public:
     /// well-formed document is moved aside: its name's last extension becomes "-backup.xml". A backup of that name that
     /// is there already becomes "-backup-1.xml", or the first higher number that is free. If the file cannot be moved,
     /// or the disk does not let it be looked at, the next write moves it to such a number before it writes over it.
-    /// A file that the disk does not give at once is asked for a second time before it counts as such.
+    /// A file that the disk does not give at once is asked for a second time before it counts as such. Where the folder
+    /// is a link of somebody else's nothing is moved.
     /// @return false if there is no file.
     bool readFromFile();
 
@@ -119,6 +121,8 @@ private:
     void setInvalidFileAside(const std::string& contents) TESSEL_REQUIRES(fileMutex_);
     /// Tries once more what has failed, under another name, before the file is written over.
     void keepUnreadFile() TESSEL_REQUIRES(fileMutex_);
+    /// Where the folder is a stranger's link nothing is written or moved. @param refused for the log: what is not done.
+    bool isFolderStrangers(const char* function, const std::string& refused);
     void createConfigDirectory();
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
