@@ -232,6 +232,12 @@ void Client::resetData() {
     settle();
 }
 
+void Client::setUserAndRefresh(int state) {
+    setUser(state);
+    featureSet_->refreshConfigFeatureSet();
+    settle();
+}
+
 int Client::stateOf(const std::wstring& prefix) {
     return oneState(prefix, [this](const std::wstring& key, std::wstring& value) {
         return featureSet_->getConfig(key, value, false);
@@ -276,9 +282,11 @@ const char* nameOf(Deed deed) {
     case Deed::TakeLink:
         return "provisioning link";
     case Deed::ResetData:
+        return "data reset";
+    case Deed::Refresh:
         break;
     }
-    return "data reset";
+    return "persist and refresh";
 }
 
 void perform(Client& client, Deed deed, int state) {
@@ -294,6 +302,9 @@ void perform(Client& client, Deed deed, int state) {
         break;
     case Deed::ResetData:
         client.resetData();
+        break;
+    case Deed::Refresh:
+        client.setUserAndRefresh(state);
         break;
     }
 }
@@ -338,6 +349,7 @@ States after(const States& before, Deed deed, int state) {
     States states = before;
     switch (deed) {
     case Deed::SetUser:
+    case Deed::Refresh:
         states.user = state;
         break;
     case Deed::JoinServer:

@@ -86,6 +86,8 @@ public:
     void joinServer(int state);
     void takeLink(int state);
     void resetData();
+    /// Sets, and has the user's file read anew.
+    void setUserAndRefresh(int state);
 
     /// What the module answers; States::none if nothing.
     States answers();
@@ -125,9 +127,9 @@ private:
 bool tellsOf(const std::vector<std::string>& complaints, const std::string& path);
 
 /// Something that a client does to its files.
-enum class Deed { SetUser, JoinServer, TakeLink, ResetData };
+enum class Deed { SetUser, JoinServer, TakeLink, ResetData, Refresh };
 
-constexpr Deed allDeeds[] = {Deed::SetUser, Deed::JoinServer, Deed::TakeLink, Deed::ResetData};
+constexpr Deed allDeeds[] = {Deed::SetUser, Deed::JoinServer, Deed::TakeLink, Deed::ResetData, Deed::Refresh};
 
 const char* nameOf(Deed deed);
 

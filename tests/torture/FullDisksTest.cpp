@@ -127,7 +127,7 @@ Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
     if (!putInOrder()) {
         return diskIsNotAsWanted;
     }
-    if (deed == Deed::SetUser) {
+    if (deed == Deed::SetUser || deed == Deed::Refresh) {
         client.touchUser();
     } else {
         perform(client, deed, stateThatIsLong);

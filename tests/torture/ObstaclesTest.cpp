@@ -21,6 +21,7 @@
 #include "Client.h"
 #include "Trial.h"
 #include "callcontrol/CertificateAuthority.h"
+#include "chain/CacheFiles.h"
 #include "fakes/PlainNetwork.h"
 #include "fakes/ScriptedHttpTransport.h"
 #include "fakes/ScriptedServer.h"
@@ -29,8 +30,8 @@
 #include "http/Request.h"
 #include "http/Response.h"
 #include "impl/http/CurlTransport.h"
+#include "impl/quill/SiblingFile.h"
 #include "impl/tessel/SpdlogSink.h"
-#include "quill/FileUtils.h"
 #include "support/ForkedChild.h"
 #include "support/HeldPipe.h"
 #include "support/StrangersLink.h"
@@ -46,6 +47,7 @@ namespace fs = std::filesystem;
 constexpr const char* DOCUMENT =
     "<Corvid><userConfig name=\"outside\" value=\"1\"/><group><outside>1</outside></group></Corvid>\n";
 
+constexpr std::string_view LINK_TO_A_FOLDER = "a link to a folder";
 constexpr std::string_view STRANGERS_LINK_TO_A_FOLDER = "a stranger's link to a folder";
 
 /// What stands in the place of a file. Each makes it at a path; false if this system does not let it be made.
@@ -83,7 +85,7 @@ const std::vector<Obstacle>& obstacles() {
          "file.xml"},
         {"a link to nothing", [](auto& path, const Outside& out) { return linkTo(out.path("new.xml"), path); },
          "new.xml"},
-        {"a link to a folder", [](auto& path, const Outside& out) { return linkTo(out.path("folder"), path); }},
+        {LINK_TO_A_FOLDER.data(), [](auto& path, const Outside& out) { return linkTo(out.path("folder"), path); }},
         {"a link to a pipe", [](auto& path, const Outside& out) { return linkTo(out.path("pipe"), path); }},
         {"a link to itself", [](auto& path, const Outside&) { return linkTo(path, path); }},
         {"a stranger's link",
@@ -113,22 +115,29 @@ constexpr const char* AUTHORITIES = "install/ca.pem";
 
 constexpr const char* CACHE = "config/Cache";
 
+/// The folder of the user's files.
+constexpr const char* CONFIGURATION = "config";
+
+/// The name under which the client makes the first file that becomes the user's. It has the number of its process.
+constexpr const char* FILE_IN_THE_MAKING = "config/.corvidLocalConfig.xml.PROCESS.NUMBER.new";
+
 /// A host's log. It grows in place.
 constexpr const char* LOG = "log";
 
 /// The folder of the installer's files.
 constexpr const char* INSTALLATION = "install";
 
-/// Every file that is read, written or removed, below the scene's folder. Numbers of processes are those of the child.
+/// Every file and folder that is read, written or removed, below the scene's folder.
 const std::vector<std::string>& places() {
     static const std::vector<std::string> all = {
         "config/corvidLocalConfig.xml",
         "config/.corvidLocalConfig.xml.temp",
-        "config/.corvidLocalConfig.xml.1.1.new",
+        FILE_IN_THE_MAKING,
         "config/corvidLocalConfig-backup.xml",
         "config/corvidLocalConfig-backup-1.xml",
         "config/corvid-config-user.xml",
         "config/corvid-config.xml",
+        CONFIGURATION,
         CACHE,
         "config/Cache/cachedServer.xml",
         "config/Cache/cachedServer.xml.temp",
@@ -154,12 +163,29 @@ bool isWrittenThroughLinks(const std::string& place) {
            place == "config/Cache/cachedUrlProvisioningConfigStore.xml" || place == LOG;
 }
 
+/// The name that is FILE_IN_THE_MAKING in this process.
+std::string nextFileInTheMaking() {
+    const fakes::TemporaryDirectory scratch;
+    QuillCoreUtils::SiblingFile last(scratch.path("file"));
+    last.create();
+    // ".file.<process>.<number>.new"
+    const std::string name = fs::directory_iterator(scratch.path())->path().stem().string();
+    const int number = std::stoi(name.substr(name.rfind('.') + 1));
+    return "config/.corvidLocalConfig.xml." + std::to_string(getpid()) + "." + std::to_string(number + 1) + ".new";
+}
+
+/// Whether it is one of the names, or lies in the folder of such a name.
+bool isAmong(const std::vector<std::string>& names, const std::string& path) {
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& name) { return path == name || path.starts_with(name + "/"); });
+}
+
 /// What is below a folder: names, kinds, modes and contents. @param but names that are left out.
 std::string description(const std::string& folder, const std::vector<std::string>& but) {
     std::vector<std::string> lines;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
         const std::string name = fs::relative(entry.path(), folder);
-        if (std::find(but.begin(), but.end(), name) != but.end()) {
+        if (isAmong(but, name)) {
             continue;
         }
         struct stat status {};
@@ -227,7 +253,7 @@ bool fetch(Client& client) {
 }
 
 /// Exit statuses of a client's process.
-enum ClientsEnd : int { IN_ORDER, UNANSWERED, LOST };
+enum ClientsEnd : int { IN_ORDER, UNANSWERED, LOST, NOT_MADE };
 
 /// Asks a server that is vouched for by no authority of the file's.
 int askOverTls(const std::string& authorities) {
@@ -286,7 +312,7 @@ int workOn(const Scene& scene, const std::function<bool()>& keeps) {
     if (!keeps()) {
         return LOST;
     }
-    if (QuillCoreUtils::FileUtils::isStrangersLink(scene.config() + "/Cache")) {
+    if (CacheFiles::areStrangers()) {
         client.featureSet().removeAllCachedConfigStores();
     }
     client.resetData();
@@ -309,19 +335,25 @@ protected:
         chmod(outside.path("file.xml").c_str(), 0644);
         const fakes::TemporaryDirectory directory;
         const Scene scene(directory.path());
-        if (place != CACHE) {
+        if (place == CONFIGURATION || place == INSTALLATION) {
+            fs::remove(directory.path(place));
+        }
+        if (place != CACHE && place != CONFIGURATION) {
             fs::create_directory(scene.config() + "/Cache");
         }
-        if (place == INSTALLATION) {
-            fs::remove(scene.install());
-        }
         const std::vector<std::string> damaged = damageWhatIsBackedUpAt(place, directory);
-        if (!obstacle.make(directory.path(place), outside)) {
-            return false;
-        }
+        std::string path = directory.path(place);
         std::optional<support::HeldPipe> held;
-        if (obstacle.isHeld) {
-            held.emplace(directory.path(place));
+        const auto isMade = [&] {
+            const bool made = obstacle.make(path, outside);
+            if (made && obstacle.isHeld) {
+                held.emplace(path);
+            }
+            return made;
+        };
+        const bool isOfTheChild = place == FILE_IN_THE_MAKING;
+        if (!isOfTheChild && !isMade()) {
+            return false;
         }
         std::vector<std::string> written;
         if (isWrittenThroughLinks(place) && !obstacle.leadsTo.empty()) {
@@ -331,12 +363,24 @@ protected:
             written = {"folder/cachedServer.xml", "folder/cachedServer.xml.temp", "folder/cachedTFTPConfigStore.xml",
                        "folder/cachedUrlProvisioningConfigStore.xml"};
         }
+        const bool isMovedOutside = place == CONFIGURATION && obstacle.name == LINK_TO_A_FOLDER;
+        if (isMovedOutside) {
+            written = {"folder"};  // the user's own, a data reset included
+        }
         const std::string before = description(outside.path(), written);
-        const std::string path = directory.path(place);
         const auto keeps = [&] { return areKept(damaged, fs::path(path).parent_path()); };
-        const int status = support::runForked([&] {
+        const int status = support::runForked([&]() -> int {
+            if (isOfTheChild) {
+                path = directory.path(nextFileInTheMaking());
+                if (!isMade()) {
+                    return NOT_MADE;
+                }
+            }
             return place == AUTHORITIES ? askOverTls(path) : place == LOG ? writeLog(path) : workOn(scene, keeps);
         });
+        if (status == NOT_MADE) {
+            return false;
+        }
         const std::string what = std::string(obstacle.name) + " in the place of " + place;
         trial_.tried();
         if (status != IN_ORDER) {
@@ -347,6 +391,9 @@ protected:
         }
         if (const std::string after = description(outside.path(), written); after != before) {
             trial_.lost(what + ": outside there was\n" + before + "and now there is\n" + after, outside.path());
+        }
+        if (isMovedOutside) {
+            written = {"folder/corvidLocalConfig.xml"};
         }
         for (const std::string& name : written) {
             const std::string wrong = name.ends_with(".temp") ? "" : wrongAtTheEnd(outside, name, place == LOG);
@@ -369,7 +416,8 @@ TEST_F(Obstacles, HangNothingAndLeadNothingOutside) {
         bool isMade = true;
         for (const std::string& place : places()) {
             const bool isWaitedFor = obstacle.isHeld && place == INSTALLERS;
-            const bool isAlwaysTried = place == CACHE && obstacle.name == STRANGERS_LINK_TO_A_FOLDER;
+            const bool isAlwaysTried =
+                (place == CACHE || place == CONFIGURATION) && obstacle.name == STRANGERS_LINK_TO_A_FOLDER;
             const bool isTried = !isWaitedFor && (isAlwaysTried || trial_.picks(50, all));
             isMade = isMade && (!isTried || tryAt(place, obstacle));
         }

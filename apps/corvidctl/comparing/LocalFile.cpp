@@ -10,6 +10,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "host/XmlDiagnostics.h"
+#include "quill/FileUtils.h"
 #include "reading/ProblemText.h"
 #include "xml/XmlDocument.h"
 
@@ -71,6 +72,9 @@ std::string whyBroken(const std::string& configDirectory) {
 }
 
 std::string whyNotWritable(const std::string& directory) {
+    if (QuillCoreUtils::FileUtils::isStrangersLink(directory)) {
+        return std::strerror(EPERM);
+    }
     const fs::path place = nearestExisting(directory);
     std::error_code ignored;
     const int error = fs::is_directory(place, ignored) ? tryWriting(place.string()) : ENOTDIR;

@@ -78,7 +78,7 @@ public:
 
     /// True if a path is a link that copyFile() would not write through, or a chain of links with such a one in it: for
     /// whoever is about to write or remove something in the folder that it leads to. What is no link, or not there, is
-    /// none. A failure to look is not told and gives false: the next step will meet it too.
+    /// none; separators at its end do not count. A failure to look is not told and gives false: the next step meets it.
     static bool isStrangersLink(const std::string& path);
 
     /// Reads a whole regular file as bytes. False if it cannot be read or is no regular file; contents is empty then.

@@ -155,7 +155,8 @@ void FileUtils::removeStaleSiblings(const std::string& destination) { removeSibl
 
 bool FileUtils::isStrangersLink(const std::string& path) {
     std::string resolved;
-    return resolveLinks(path, resolved) == EPERM;
+    // What stands behind a separator is never the link itself.
+    return resolveLinks(withoutTrailingSeparators(path), resolved) == EPERM;
 }
 
 bool FileUtils::readFile(const std::string& path, std::string& contents) {

@@ -79,6 +79,14 @@ bool hasName(int file) {
     return fstat(file, &status) != 0 || status.st_nlink > 0;
 }
 
+/// Gives the owner's rights to a file of this user's own that nobody may open: whoever made it under such an umask has
+/// died before it could. No link is followed, and what has another name as well stays as it is. @return false if not.
+bool makeReadable(const std::string& path) {
+    struct stat status {};
+    return lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_nlink == 1 &&
+           status.st_uid == geteuid() && fchmodat(AT_FDCWD, path.c_str(), ownerOnly, AT_SYMLINK_NOFOLLOW) == 0;
+}
+
 std::string nextNumbers() {
     static std::atomic<unsigned> counter{0};
     return std::to_string(getpid()) + "." + std::to_string(++counter);
@@ -99,7 +107,11 @@ void SiblingFile::removeStaleSiblings() const {
     for (const std::string& name : siblingNames(directory_, prefix_)) {
         const std::string path = directory_ + "/" + name;
         int descriptor = -1;
-        if (openRegularFile(path, descriptor, Links::Refuse) != 0) {
+        int error = openRegularFile(path, descriptor, Links::Refuse);
+        if (error == EACCES && makeReadable(path)) {
+            error = openRegularFile(path, descriptor, Links::Refuse);
+        }
+        if (error != 0) {
             continue;
         }
         const FileDescriptor file(descriptor);

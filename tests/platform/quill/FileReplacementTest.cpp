@@ -22,6 +22,7 @@
 #include "quill/FileUtils.h"
 #include "support/HeldPipe.h"
 #include "support/OpenedFiles.h"
+#include "support/OrdinaryUser.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -114,6 +115,49 @@ TEST_F(FileReplacement, OpensNothingToGrowButWhatIsAccepted) {
         EXPECT_EQ(errorOf("disk", Growing::Streams), EINVAL);
     }
     EXPECT_THAT(opened.take(), ElementsAre(testing::Pair("file", 1), testing::Pair("pipe", 1)));
+}
+
+/// Siblings of "to" that an ordinary user's process has left, and one that may not be opened.
+class StaleSiblings : public FileReplacement {
+protected:
+    void put(const std::string& name, mode_t mode, bool isTheUsers = true) {
+        directory_.write(name, "half");
+        const uid_t owner = isTheUsers ? ORDINARY_USER : 0;
+        if (geteuid() == 0) {
+            ASSERT_EQ(chown(path(name).c_str(), owner, owner), 0);
+        }
+        ASSERT_EQ(chmod(path(name).c_str(), mode), 0);
+    }
+
+    /// As an ordinary user, in a folder that anybody may write to.
+    void removeThem() {
+        fs::permissions(directory_.path(), fs::perms::all);
+        const support::OrdinaryUser user;
+        if (!user.wasRoot() || !user.isOrdinary()) {
+            GTEST_SKIP() << "files of two owners take root to make";
+        }
+        FileUtils::removeStaleSiblings(path("to"));
+    }
+
+    static constexpr uid_t ORDINARY_USER = 65534;
+};
+
+TEST_F(StaleSiblings, GoWhoseMakerDiedBeforeItCouldGiveThemTheirMode) {
+    put(".to.4711.1.new", 0);
+    put(".to.4711.2.new", 0200);
+    removeThem();
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(StaleSiblings, OfSomebodyElsesAndWithOtherNamesKeepTheirModes) {
+    put(".to.4711.1.new", 0, false);
+    put("file", 0);
+    fs::create_hard_link(path("file"), path(".to.4711.2.new"));
+    fs::create_symlink("file", path(".to.4711.3.new"));
+    removeThem();
+    EXPECT_EQ(names().size(), 4U);
+    EXPECT_EQ(modeOf(".to.4711.1.new"), 0U);
+    EXPECT_EQ(modeOf("file"), 0U);
 }
 
 TEST_F(FileReplacement, CopiesIntoANewFileForTheOwnerOnly) {

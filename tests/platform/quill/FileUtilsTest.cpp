@@ -104,6 +104,7 @@ TEST_F(Files, TellALinkOfAStrangersFromAllOthers) {
     fs::create_symlink("folder", path("own"));
     EXPECT_FALSE(FileUtils::isStrangersLink(path("folder")));
     EXPECT_FALSE(FileUtils::isStrangersLink(path("own")));
+    EXPECT_FALSE(FileUtils::isStrangersLink(path("own/")));
     EXPECT_FALSE(FileUtils::isStrangersLink(path("missing")));
     EXPECT_FALSE(FileUtils::isStrangersLink(""));
     if (!support::makeStrangersLink("folder", path("link"))) {
@@ -111,6 +112,8 @@ TEST_F(Files, TellALinkOfAStrangersFromAllOthers) {
     }
     fs::create_symlink("link", path("own link to it"));
     EXPECT_TRUE(FileUtils::isStrangersLink(path("link")));
+    EXPECT_TRUE(FileUtils::isStrangersLink(path("link/")));
+    EXPECT_TRUE(FileUtils::isStrangersLink(path("link//")));
     EXPECT_TRUE(FileUtils::isStrangersLink(path("own link to it")));
     EXPECT_THAT(log_->lines(), IsEmpty());
 }

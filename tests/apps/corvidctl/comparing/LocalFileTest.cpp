@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "fakes/TemporaryDirectory.h"
+#include "support/StrangersLink.h"
 
 using namespace corvidctl;
 using testing::StartsWith;
@@ -40,6 +41,14 @@ TEST_F(LocalFile, CanBeWrittenInADirectoryAndInOneThatCouldBeMade) {
     EXPECT_EQ(whyNotWritable(directory_.path()), "");
     EXPECT_EQ(whyNotWritable(directory_.path("not/yet")), "");
     EXPECT_TRUE(isEmpty());
+}
+
+TEST_F(LocalFile, CannotBeWrittenBehindAStrangersLink) {
+    std::filesystem::create_directory(directory_.path("elsewhere"));
+    if (!support::makeStrangersLink("elsewhere", directory_.path("profile"))) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    EXPECT_EQ(whyNotWritable(directory_.path("profile")), "Operation not permitted");
 }
 
 TEST_F(LocalFile, CannotBeWrittenBelowAFile) {

@@ -8,6 +8,7 @@
 #include "quill/FileUtils.h"
 #include "support/DeepTree.h"
 #include "support/OrdinaryUser.h"
+#include "support/StrangersLink.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -56,6 +57,34 @@ TEST_F(DataResetFiles, OfTheInstallationStayWhateverTheirCaseAndTheirFolder) {
     for (const std::string& name : names) {
         EXPECT_THAT(fileLines(), Contains(kept(name)).Times(3));
     }
+}
+
+TEST_F(DataResetFiles, BehindAStrangersLinkInThePlaceOfTheFolderStay) {
+    write("elsewhere/sub/precious", "theirs");
+    write("elsewhere/corvidLocalConfig.xml", localDocument({{"key", "theirs"}}));
+    fs::remove_all(world.configDirectory());
+    if (!support::makeStrangersLink(world.directory().path("elsewhere"), world.configDirectory())) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    injectAndStart();
+    reset();
+    tasks->runAll();
+    EXPECT_THAT(filesLeft(), ElementsAre("corvidLocalConfig.xml", "sub/precious"));
+    EXPECT_EQ(read("elsewhere/corvidLocalConfig.xml"), localDocument({{"key", "theirs"}}));
+    EXPECT_EQ(get(L"key"), L"theirs") << "read as before";
+    EXPECT_THAT(adapterLines(3),
+                Contains("removeFilesFromDirectory: NOT removed, since somebody else has put a link in the place of "
+                         "the folder: [" +
+                         world.configDirectory() + "]"));
+}
+
+TEST_F(DataResetFiles, BehindTheUsersOwnLinkInThePlaceOfTheFolderGo) {
+    write("elsewhere/sub/theirs", "text");
+    fs::remove_all(world.configDirectory());
+    fs::create_directory_symlink("elsewhere", world.configDirectory());
+    injectAndStart();
+    reset();
+    EXPECT_THAT(filesLeft(), IsEmpty());
 }
 
 TEST_F(DataResetFiles, OfTheUserGoWhateverTheirExtension) {

@@ -1,11 +1,37 @@
+#include <functional>
+#include <optional>
+#include <utility>
+
 #include "AdapterFixture.h"
+#include "support/NoMoreDescriptors.h"
 
 using testing::Contains;
 using testing::Not;
 
 namespace {
 
-class Refresh : public AdapterFixture {};
+using support::NoMoreDescriptors;
+
+class Refresh : public AdapterFixture {
+protected:
+    /// What has been written must be there after whatever reads the user's file anew, although it cannot be read.
+    void expectValueKeptOver(const std::function<void()>& readAnew) {
+        injectAndStart();
+        adapter()->setConfig(L"key", L"value");
+        tasks->runAll();
+        std::optional<NoMoreDescriptors> none(std::in_place, NoMoreDescriptors::Until::TheEnd);
+        readAnew();
+        EXPECT_EQ(get(L"key"), L"value");
+        none.reset();
+        EXPECT_FALSE(world.directory().exists("config/corvidLocalConfig-backup.xml"));
+        adapter()->refreshConfigFeatureSet();
+        EXPECT_EQ(get(L"key"), L"value");
+        adapter()->setConfig(L"other", L"value");
+        tasks->runAll();
+        EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("\"key\""));
+        EXPECT_FALSE(world.directory().exists("config/corvidLocalConfig-backup-1.xml"));
+    }
+};
 
 }  // namespace
 
@@ -65,6 +91,37 @@ TEST_F(Refresh, KeepsAValueThatIsNotYetPersisted) {
     adapter()->setConfig(L"key", L"value");
     adapter()->refreshConfigFeatureSet();
     EXPECT_EQ(get(L"key"), L"value");
+}
+
+TEST_F(Refresh, KeepsAPersistedValueWhileTheFileCannotBeRead) {
+    expectValueKeptOver([this] { adapter()->refreshConfigFeatureSet(); });
+}
+
+TEST_F(Refresh, OfAStopAndAStartKeepsAPersistedValueWhileTheFileCannotBeRead) {
+    expectValueKeptOver([this] {
+        stop();
+        start();
+    });
+}
+
+TEST_F(Refresh, OfAPowerDownThatIsCalledOffKeepsAPersistedValueWhileTheFileCannotBeRead) {
+    expectValueKeptOver([this] {
+        monitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
+        start();
+    });
+}
+
+TEST_F(Refresh, WritesAgainWhatItCouldNotReadAnew) {
+    injectAndStart();
+    adapter()->setConfig(L"key", L"value");
+    tasks->runAll();
+    {
+        const NoMoreDescriptors none(NoMoreDescriptors::Until::TheEnd);
+        adapter()->refreshConfigFeatureSet();
+    }
+    write("config/corvidLocalConfig.xml", "what the disk has made of it");
+    tasks->runAll();
+    EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("\"key\""));
 }
 
 TEST_F(Refresh, RemovesStoresFromOutsideThatAreNotLocal) {

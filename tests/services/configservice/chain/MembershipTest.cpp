@@ -120,9 +120,24 @@ TEST_F(Membership, RemovalOfCopiesLeavesFilesBehindAStrangersLink) {
     for (const char* file : {"cachedA.xml", "cachedServer.xml", "report.xml"}) {
         EXPECT_TRUE(cacheFileExists(file)) << file;
     }
-    const std::string text = "NOT removed, since somebody else has put a link in the place of the cache folder: ";
+    const std::string text =
+        "NOT removed, since somebody else has put a link in the place of the cache folder or the one around it: ";
     EXPECT_THAT(log->texts(3),
                 ElementsAre(text + CacheFiles::path("cachedServer.xml"), text + CacheFiles::directory()));
+}
+
+TEST_F(Membership, RemovalOfCopiesLeavesFilesInAConfigurationFolderBehindAStrangersLink) {
+    world.directory().write("elsewhere/Cache/cachedServer.xml", "text");
+    std::filesystem::remove_all(world.configDirectory());
+    if (!support::makeStrangersLink(world.directory().path("elsewhere"), world.configDirectory())) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    const auto server = makeReadOnly("Server", 200);
+    server->cached();
+    addQuietly({server});
+    EXPECT_TRUE(manager.removeStoreWithSameName("Server"));
+    manager.removeAllCachedConfigStores();
+    EXPECT_TRUE(cacheFileExists("cachedServer.xml"));
 }
 
 TEST_F(Membership, RemovalOfAllCopiesWithoutACacheFolderDoesNothing) {

@@ -1,6 +1,9 @@
 #include "remote/TftpConfigStore.h"
 
+#include <filesystem>
+
 #include "RemoteFixture.h"
+#include "support/StrangersLink.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -47,6 +50,19 @@ TEST_F(RemoteStore, RemovesTheCopyOfAnEarlierVersion) {
     make();
     EXPECT_FALSE(world.directory().exists("config/corvid-config.xml"));
     EXPECT_THAT(lines(4), ElementsAre("removeLegacyTftpCachedFile: Removing file cached file : [" +
+                                      world.configDirectory() + "/corvid-config.xml]"));
+}
+
+TEST_F(RemoteStore, LeavesTheCopyOfAnEarlierVersionBehindAStrangersLink) {
+    world.directory().write("elsewhere/corvid-config.xml", "theirs");
+    std::filesystem::remove_all(world.configDirectory());
+    if (!support::makeStrangersLink(world.directory().path("elsewhere"), world.configDirectory())) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    make();
+    EXPECT_TRUE(world.directory().exists("elsewhere/corvid-config.xml"));
+    EXPECT_THAT(lines(3), ElementsAre("removeLegacyTftpCachedFile: NOT removed, since somebody else has put a link in "
+                                      "the place of its folder: [" +
                                       world.configDirectory() + "/corvid-config.xml]"));
 }
 

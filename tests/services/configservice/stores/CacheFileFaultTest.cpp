@@ -102,10 +102,22 @@ protected:
         EXPECT_THAT(log_->lines(),
                     testing::ElementsAre(Line{2, "XmlConfigParser", "writeToFile",
                                               "data NOT written to file, since somebody else has put a link in the "
-                                              "place of its folder: " +
+                                              "place of its folder or of the configuration's: " +
                                                   file_}));
     }
 };
+
+TEST_F(CacheFileFaults, LeaveTheFileOldInAConfigurationFolderOfAStrangers) {
+    write("elsewhere/Cache/cachedX.xml", "theirs");
+    std::filesystem::remove_all(world_.configDirectory());
+    if (!support::makeStrangersLink(path("elsewhere"), world_.configDirectory())) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    CacheConfigStore store("cachedX.xml", 240, path("config/Cache/cachedX.xml"), ConfigMap{{L"a", L"1"}});
+    EXPECT_EQ(read("elsewhere/Cache/cachedX.xml"), "theirs");
+    EXPECT_EQ(log_->texts(2).size(), 1u);
+    EXPECT_TRUE(store.hasUnwrittenValues());
+}
 
 TEST_F(CacheFolderOfAStranger, IsWrittenToByNoStore) {
     CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});

@@ -7,6 +7,7 @@
 
 #include "FaultSupport.h"
 #include "stores/LocalFileConfigStore.h"
+#include "support/StrangersLink.h"
 
 namespace storetests {
 namespace {
@@ -339,6 +340,59 @@ TEST_F(LocalFilePersisting, TakesNothingOverFromAStoreOfAnotherFile) {
     store.takeOverValues(otherName);
     EXPECT_EQ(contentsOf(store), (Map{{L"b", L"2"}}));
     EXPECT_FALSE(store.hasUnpersistedValues());
+}
+
+TEST_F(LocalFilePersisting, WritesThroughTheUsersOwnLinkInThePlaceOfItsFolder) {
+    std::filesystem::create_directory(path("elsewhere"));
+    std::filesystem::create_directory_symlink("elsewhere", path("folder"));
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+    EXPECT_TRUE(world_.directory().exists("elsewhere/local.xml"));
+}
+
+/// Somebody else has put a link in the place of the folder.
+class LocalFileFolderOfAStranger : public LocalFilePersisting {
+protected:
+    /// Writes their file, or skips the test.
+    void SetUp() override {
+        write("elsewhere/local.xml", "<r><userConfig name='a' value='theirs'/></r>");
+        if (!support::makeStrangersLink(path("elsewhere"), path("folder"))) {
+            GTEST_SKIP() << "only root can make somebody else's link";
+        }
+    }
+
+    static Line refused(const std::string& what, const std::string& function, const std::string& file) {
+        return {2, logger, function, what + ", since somebody else has put a link in the place of its folder: " + file};
+    }
+};
+
+TEST_F(LocalFileFolderOfAStranger, IsReadAndNotWrittenTo) {
+    const std::string theirs = read("elsewhere/local.xml");
+    LocalFileConfigStore store = open();
+    EXPECT_EQ(contentsOf(store), (Map{{L"a", L"theirs"}}));
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    EXPECT_EQ(read("elsewhere/local.xml"), theirs);
+    EXPECT_THAT(filesInFolder(), testing::ElementsAre("local.xml"));
+    EXPECT_THAT(log_->lines(),
+                testing::ElementsAre(refused("config file NOT written", "persistValues", path("folder/local.xml"))));
+    EXPECT_TRUE(store.hasUnpersistedValues());
+    std::filesystem::remove(path("folder"));
+    store.persistAgain();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(LocalFileFolderOfAStranger, KeepsWhatIsNotWellFormedInItsPlace) {
+    write("elsewhere/local.xml", "not xml");
+    LocalFileConfigStore store = open();
+    EXPECT_THAT(log_->lines(),
+                testing::Contains(refused("invalid file NOT renamed", "readFromFile", path("folder/local.xml"))));
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    EXPECT_EQ(read("elsewhere/local.xml"), "not xml");
+    EXPECT_THAT(filesInFolder(), testing::ElementsAre("local.xml"));
 }
 
 TEST_F(LocalFilePersisting, MakesTheFolderWhateverSeparatorItsNameEndsIn) {

@@ -1,18 +1,22 @@
-#include <libxml/xmlerror.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <filesystem>
+#include <optional>
+#include <utility>
 
 #include "StoreTestSupport.h"
 #include "stores/LocalFileConfigStore.h"
+#include "support/NoMoreDescriptors.h"
 #include "xml/XmlDocument.h"
 
 namespace storetests {
 namespace {
 
 const char* const LOCAL_FILE_STORE = "LocalFileConfigStore";
+
+using support::NoMoreDescriptors;
 
 class LocalFileReading : public StoreTest {
 protected:
@@ -223,34 +227,6 @@ TEST_F(LocalFileReading, KeepsAnInvalidFileThatCouldNotBeSetAsideUnderAnotherNam
     EXPECT_FALSE(world_.directory().exists("local-backup-3.xml")) << "a file that is well-formed by now";
 }
 
-/// Lets this process open no file, until the XML library has told of what came of that if so wished.
-class NoMoreDescriptors {
-public:
-    enum class Until { ItIsTold, TheEnd };
-
-    explicit NoMoreDescriptors(Until until) {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit none{0, before_.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-        xmlSetGenericErrorFunc(this, until == Until::ItIsTold ? end : ignore);
-    }
-    ~NoMoreDescriptors() {
-        setrlimit(RLIMIT_NOFILE, &before_);
-        xmlSetGenericErrorFunc(nullptr, nullptr);
-    }
-
-    NoMoreDescriptors(const NoMoreDescriptors&) = delete;
-    NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
-
-private:
-    static void ignore(void*, const char*, ...) {}
-    static void end(void* self, const char*, ...) {
-        setrlimit(RLIMIT_NOFILE, &static_cast<NoMoreDescriptors*>(self)->before_);
-    }
-
-    rlimit before_{};
-};
-
 TEST_F(LocalFileReading, TakesAFileThatCanBeReadAtTheSecondTryOnly) {
     const std::string text = "<Corvid><userConfig name='a' value='1'/></Corvid>";
     write("local.xml", text);
@@ -288,6 +264,106 @@ TEST_F(LocalFileReading, SetsAFileAsideThatCannotBeReadTheSecondTimeEither) {
     EXPECT_EQ(read("local-backup.xml"), text);
     EXPECT_EQ(log_->count(3, "cannot read [" + path("local.xml") + "]: Too many open files"), 1u);
     EXPECT_EQ(log_->count(2, "contents of invalid xml with string length: 0\n"), 1u);
+}
+
+/// A store that has written its file, and one that is to take its place.
+class LocalFileInPlaceOfAnother : public LocalFileReading {
+protected:
+    LocalFileInPlaceOfAnother() {
+        former_.storeValue(L"a", L"1");
+        former_.persistValues();
+        log_->clear();
+    }
+
+    LocalFileConfigStore openNext() { return {"Local", 20, path("folder"), "local.xml", false, false, &former_}; }
+
+    std::size_t tellsOfTakenValues() const {
+        return log_->count(3, "config file cannot be read, the values from before are kept and written to it: " +
+                                  path("folder/local.xml"));
+    }
+
+    LocalFileConfigStore former_{"Local", 20, path("folder"), "local.xml", false, false};
+};
+
+TEST_F(LocalFileInPlaceOfAnother, TakesItsValuesWhereTheDiskDoesNotGiveTheFile) {
+    const std::string text = read("folder/local.xml");
+    std::optional<NoMoreDescriptors> none(std::in_place, NoMoreDescriptors::Until::TheEnd);
+    LocalFileConfigStore next = openNext();
+    none.reset();
+    EXPECT_EQ(contentsOf(next), (Map{{L"a", L"1"}}));
+    EXPECT_EQ(read("folder/local.xml"), text);
+    EXPECT_FALSE(world_.directory().exists("folder/local-backup.xml"));
+    EXPECT_EQ(tellsOfTakenValues(), 1u);
+    EXPECT_TRUE(next.hasUnpersistedValues()) << "the disk may never give the file again";
+    next.storeValue(L"b", L"2");
+    next.persistValues();
+    LocalFileConfigStore restarted = openNext();
+    EXPECT_EQ(contentsOf(restarted), (Map{{L"a", L"1"}, {L"b", L"2"}}));
+    EXPECT_FALSE(world_.directory().exists("folder/local-backup-1.xml"));
+}
+
+TEST_F(LocalFileInPlaceOfAnother, TakesItsValuesWhereTheDiskDoesNotLetTheFileBeLookedAt) {
+    std::filesystem::rename(path("folder"), path("aside"));
+    ASSERT_EQ(symlink(path("folder").c_str(), path("folder").c_str()), 0);
+    LocalFileConfigStore next = openNext();
+    std::filesystem::remove(path("folder"));
+    std::filesystem::rename(path("aside"), path("folder"));
+    EXPECT_EQ(contentsOf(next), (Map{{L"a", L"1"}}));
+    EXPECT_EQ(tellsOfTakenValues(), 1u);
+    next.persistValues();
+    EXPECT_FALSE(world_.directory().exists("folder/local-backup-1.xml"));
+}
+
+TEST_F(LocalFileInPlaceOfAnother, TakesNothingOfOneThatCouldNotReadTheFileEither) {
+    const std::string text = read("folder/local.xml");
+    std::filesystem::rename(path("folder"), path("aside"));
+    ASSERT_EQ(symlink(path("folder").c_str(), path("folder").c_str()), 0);
+    LocalFileConfigStore unread("Local", 20, path("folder"), "local.xml", false, false);
+    LocalFileConfigStore next("Local", 20, path("folder"), "local.xml", false, false, &unread);
+    std::filesystem::remove(path("folder"));
+    std::filesystem::rename(path("aside"), path("folder"));
+    EXPECT_EQ(tellsOfTakenValues(), 0u);
+    next.storeValue(L"b", L"2");
+    next.persistValues();
+    EXPECT_EQ(read("folder/local-backup-1.xml"), text);
+}
+
+TEST_F(LocalFileInPlaceOfAnother, SetsAFileAsideThatIsNotWellFormed) {
+    write("folder/local.xml", "not xml");
+    LocalFileConfigStore next = openNext();
+    EXPECT_EQ(contentsOf(next), Map{});
+    EXPECT_EQ(read("folder/local-backup.xml"), "not xml");
+    EXPECT_FALSE(next.hasUnpersistedValues());
+}
+
+TEST_F(LocalFileInPlaceOfAnother, SetsAPipeAside) {
+    std::filesystem::remove(path("folder/local.xml"));
+    ASSERT_EQ(mkfifo(path("folder/local.xml").c_str(), 0600), 0);
+    LocalFileConfigStore next = openNext();
+    EXPECT_EQ(contentsOf(next), Map{});
+    EXPECT_TRUE(std::filesystem::is_fifo(path("folder/local-backup.xml")));
+}
+
+TEST_F(LocalFileInPlaceOfAnother, IsEmptyWhereThereIsAFolder) {
+    std::filesystem::remove(path("folder/local.xml"));
+    std::filesystem::create_directory(path("folder/local.xml"));
+    LocalFileConfigStore next = openNext();
+    EXPECT_EQ(contentsOf(next), Map{});
+    EXPECT_EQ(tellsOfTakenValues(), 0u);
+}
+
+TEST_F(LocalFileInPlaceOfAnother, ReadsItsOwnFileWhereTheOtherHasAnother) {
+    write("local.xml", "<Corvid><userConfig name='b' value='2'/></Corvid>");
+    const std::optional<NoMoreDescriptors> none(std::in_place, NoMoreDescriptors::Until::ItIsTold);
+    LocalFileConfigStore next("Local", 20, world_.directory().path(), "local.xml", false, false, &former_);
+    EXPECT_EQ(contentsOf(next), (Map{{L"b", L"2"}}));
+}
+
+TEST_F(LocalFileInPlaceOfAnother, IsEmptyWithoutAFile) {
+    std::filesystem::remove(path("folder/local.xml"));
+    LocalFileConfigStore next = openNext();
+    EXPECT_EQ(contentsOf(next), Map{});
+    EXPECT_FALSE(next.hasUnpersistedValues());
 }
 
 TEST_F(LocalFileReading, KnowsWhatTheDiskRefusesFromWhatIsNotWellFormed) {

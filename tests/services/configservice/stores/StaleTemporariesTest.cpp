@@ -73,6 +73,23 @@ TEST_F(StaleTemporariesOfTheDead, AreNotLookedForBehindAStrangersLink) {
     EXPECT_EQ(read("elsewhere/cachedServer.xml.temp"), "text");
 }
 
+TEST_F(StaleTemporariesOfTheDead, AreNotLookedForInAConfigurationFolderBehindAStrangersLink) {
+    const std::vector<std::string> theirs = {"elsewhere/.corvidLocalConfig.xml.temp",
+                                             "elsewhere/.corvidLocalConfig.xml.4711.3.new",
+                                             "elsewhere/Cache/cachedServer.xml.temp"};
+    for (const std::string& file : theirs) {
+        write(file, "text");
+    }
+    std::filesystem::remove_all(path("config"));
+    if (!support::makeStrangersLink(path("elsewhere"), path("config"))) {
+        GTEST_SKIP() << "only root can make somebody else's link";
+    }
+    StaleTemporaries::remove();
+    for (const std::string& file : theirs) {
+        EXPECT_EQ(read(file), "text") << file;
+    }
+}
+
 TEST_F(StaleTemporariesOfTheDead, AreRemovedBesideWhatTheUsersOwnLinksLeadTo) {
     const std::vector<std::string> stale = {"elsewhere/.user.xml.4711.3.new", "elsewhere/.server.xml.4711.3.new",
                                             "elsewhere/.gone.xml.4711.3.new"};

@@ -142,6 +142,12 @@ void ConfigAdapter::removeFilesFromDirectory(const std::string& directory) {
     const auto log = [](const std::string& text) {
         TesselLog(logger(), 4, __FILE__, __LINE__, "removeFilesFromDirectory", text);
     };
+    if (FileUtils::isStrangersLink(directory)) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "removeFilesFromDirectory",
+                  "NOT removed, since somebody else has put a link in the place of the folder: [" +
+                      QuillCoreUtils::inOneLine(directory) + "]");
+        return;
+    }
     std::vector<std::string> files;
     FileUtils::getFilesFromDirectory(directory, "", files);
     FileRemover remover(directory);

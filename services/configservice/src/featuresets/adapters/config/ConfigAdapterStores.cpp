@@ -53,6 +53,9 @@ void ConfigAdapter::addLocalFileStore() {
                                                                  LOCAL_FILE_PRIORITY, false, replaced.get());
         if (replaced != nullptr && replaced->hasUnpersistedValues()) {
             localFileStore_->takeOverValues(*replaced);
+        }
+        // Or has taken over itself what the disk did not let it read.
+        if (localFileStore_->hasUnpersistedValues()) {
             configStoreManager_->enqueuePersist(localFileStore_);
         }
         configStoreManager_->addStore(localFileStore_);

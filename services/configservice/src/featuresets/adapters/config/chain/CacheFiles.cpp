@@ -17,7 +17,9 @@ std::string CacheFiles::directory() {
            ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
 }
 
-bool CacheFiles::areStrangers() { return FileUtils::isStrangersLink(directory()); }
+bool CacheFiles::areStrangers() {
+    return FileUtils::isStrangersLink(directory()) || FileUtils::isStrangersLink(FileUtils::getConfigDirectory());
+}
 
 std::string CacheFiles::nameFor(const std::string& storeName) { return beginning + storeName + ending; }
 

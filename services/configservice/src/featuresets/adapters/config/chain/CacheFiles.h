@@ -13,8 +13,8 @@ public:
     /// The cache directory, without a trailing separator.
     static std::string directory();
 
-    /// True if the cache directory is a link that somebody else has made, as FileUtils::isStrangersLink() says: nothing
-    /// is written or removed there then.
+    /// True if the cache directory or the configuration directory is a link that somebody else has made, as
+    /// FileUtils::isStrangersLink() says: nothing is written or removed there then.
     static bool areStrangers();
 
     /// The name of a store's cached copy: of its file, and of the store that reads it back into the chain.

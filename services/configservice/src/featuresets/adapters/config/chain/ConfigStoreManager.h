@@ -169,12 +169,12 @@ public:
     /// Removes the store, and the cached copy of a cached one, without a report: its caller reports. Files stay.
     void removeStoreOnDuplicateAdded(const std::string& name);
 
-    /// Removes a file of the cache folder, unless that is a link of somebody else's, and waits until the disk has that.
+    /// Removes a file of the cache folder, unless CacheFiles::areStrangers(), and waits until the disk has that.
     /// @return whether it was there.
     bool removeCacheFile(const std::string& fileName);
 
-    /// Removes every file of the cache folder, and the store that bears its name; only the stores if the folder is a
-    /// link of somebody else's.
+    /// Removes every file of the cache folder, and the store that bears its name; only the stores if
+    /// CacheFiles::areStrangers().
     void removeAllCachedConfigStores();
 
     /// Calls destroy() of every store. The stores stay in the chain.

@@ -24,8 +24,10 @@ bool isCacheOwn(const char* function, const std::string& kept) {
     if (!CacheFiles::areStrangers()) {
         return true;
     }
-    TesselLog(TesselLogger_getLogger("ConfigStoreManager"), 3, __FILE__, __LINE__, function,
-              "NOT removed, since somebody else has put a link in the place of the cache folder: " + kept);
+    TesselLog(
+        TesselLogger_getLogger("ConfigStoreManager"), 3, __FILE__, __LINE__, function,
+        "NOT removed, since somebody else has put a link in the place of the cache folder or the one around it: " +
+            kept);
     return false;
 }
 

@@ -39,7 +39,13 @@ std::shared_ptr<ConfigFeatureSet> TftpConfigStore::featureSetFor(const char* ste
 void TftpConfigStore::removeLegacyTftpCachedFile() {
     const std::string path = FileUtils::getConfigDirectory() + FileUtils::FileSeparator() +
                              ConfigStoreConstants::LEGACY_TFTP_CACHE_FILE_NAME;
-    if (FileUtils::fileExists(path)) {
+    const bool exists = FileUtils::fileExists(path);
+    if (exists && FileUtils::isStrangersLink(FileUtils::getConfigDirectory())) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "removeLegacyTftpCachedFile",
+                  "NOT removed, since somebody else has put a link in the place of its folder: [" + path + "]");
+        return;
+    }
+    if (exists) {
         TesselLog(logger(), 4, __FILE__, __LINE__, "removeLegacyTftpCachedFile",
                   "Removing file cached file : [" + path + "]");
         FileUtils::removeFile(path);

@@ -63,20 +63,29 @@ bool mayBeThere(const std::string& path) {
     return std::filesystem::status(path, unseen).type() != std::filesystem::file_type::not_found;
 }
 
+/// Whether what stands there is known to be no file: a folder, or a pipe say, which no later try will read either.
+bool isNoFile(const std::string& path) {
+    std::error_code unseen;
+    const std::filesystem::file_status status = std::filesystem::status(path, unseen);
+    return is_directory(status) || is_other(status);
+}
+
 /// Reads a file for the second time, after one that has not been read to its end. A well-formed document is logged with
 /// a line about the first time, and nothing of it stays in the text: there may be secrets in it.
-/// @param error what the disk said the first time. @param contents what it gives now; empty if it gives nothing.
+/// @param error what the disk said the first time; becomes 0 if it gives the file now.
+/// @param contents what it gives now; empty if it gives nothing.
 /// @return null if there is no well-formed document.
-std::shared_ptr<xmlDoc> readOnceMore(const std::string& path, int error, std::string& contents) {
+std::shared_ptr<xmlDoc> readOnceMore(const std::string& path, int& error, std::string& contents) {
     if (!FileUtils::readFile(path, contents)) {
         return nullptr;
     }
+    const int firstError = std::exchange(error, 0);
     std::shared_ptr<xmlDoc> document = readXmlMemory(contents.data(), contents.length(), path);
     if (document != nullptr) {
         tessel::SecureStringUtils::TesselZeroString(contents);
         TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
                   "config file was read at the second try only: " + path + ": " +
-                      std::generic_category().message(error));
+                      std::generic_category().message(firstError));
     }
     return document;
 }
@@ -106,8 +115,12 @@ LocalFileConfigStore::LocalFileConfigStore(std::string name, std::int32_t priori
       readOnly_(readOnly),
       directory_(withSeparator(directory)),
       fileName_(std::move(fileName)) {
-    if (former == nullptr || !takeOverReading(*former)) {
+    if (former == nullptr || former->filePath() != filePath() || former->hasUnreadFile()) {
         readFromFile();
+    } else if (!takeOverReading(*former) && !readUnlessRefused()) {
+        TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
+                  "config file cannot be read, the values from before are kept and written to it: " + filePath());
+        takeOverValues(*former);
     }
 }
 
@@ -173,9 +186,8 @@ void LocalFileConfigStore::persistValues() {
     if (!isInFile()) {
         Document document = composeDocument();
         const std::uint64_t change = document.change;
-        createConfigDirectory();
-        keepUnreadFile();
-        lastWriteFailed_ = !writeFile(std::move(document));
+        lastWriteFailed_ =
+            isFolderStrangers("persistValues", "config file NOT written") || !writeFile(std::move(document));
         if (lastWriteFailed_) {
             return;
         }
@@ -225,7 +237,7 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
 
 bool LocalFileConfigStore::takeOverReading(LocalFileConfigStore& former) {
     const FileStamp file = former.unchangedFile();
-    if (!file.exists() || file != FileStamp::of(filePath()) || former.filePath() != filePath()) {
+    if (!file.exists() || file != FileStamp::of(filePath())) {
         return false;
     }
     Values read = former.copyValues();
@@ -238,6 +250,11 @@ bool LocalFileConfigStore::takeOverReading(LocalFileConfigStore& former) {
     return true;
 }
 
+bool LocalFileConfigStore::hasUnreadFile() {
+    tessel::ScopedLock fileLock(fileMutex_);
+    return unreadFileIsInPlace_;
+}
+
 FileStamp LocalFileConfigStore::unchangedFile() {
     tessel::ScopedLock lock(mutex_);
     return change_ == 0 ? readFile_ : FileStamp();
@@ -246,11 +263,30 @@ FileStamp LocalFileConfigStore::unchangedFile() {
 bool LocalFileConfigStore::readFromFile() {
     tessel::ScopedLock fileLock(fileMutex_);
     tessel::ScopedLock lock(mutex_);
+    const Reading reading = read();
+    if (reading == Reading::NotGiven) {
+        setInvalidFileAside("");
+    } else if (reading == Reading::NotSeen) {
+        logMissingFile();
+        unreadFileIsInPlace_ = true;
+    }
+    return reading == Reading::Done || reading == Reading::NotGiven;
+}
+
+bool LocalFileConfigStore::readUnlessRefused() {
+    tessel::ScopedLock fileLock(fileMutex_);
+    tessel::ScopedLock lock(mutex_);
+    const Reading reading = read();
+    return reading == Reading::Done || reading == Reading::NoFile;
+}
+
+LocalFileConfigStore::Reading LocalFileConfigStore::read() {
     if (!FileUtils::fileExists(filePath())) {
-        TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
-                  L"Read config FAILED, config file doesn't exist: " + QuillCoreUtils::toWideString(filePath()));
-        unreadFileIsInPlace_ = mayBeThere(filePath());
-        return false;
+        if (mayBeThere(filePath())) {
+            return Reading::NotSeen;
+        }
+        logMissingFile();
+        return Reading::NoFile;
     }
     const FileStamp stamp = values_.size() == 0 ? FileStamp::beforeReading(filePath()) : FileStamp();
     int error = 0;
@@ -264,10 +300,17 @@ bool LocalFileConfigStore::readFromFile() {
     readFile_ = document != nullptr ? stamp : FileStamp();
     if (document != nullptr) {
         processXml(xmlDocGetRootElement(document.get()));
+    } else if (error != 0 && !isNoFile(filePath())) {
+        return Reading::NotGiven;
     } else {
         setInvalidFileAside(contents);
     }
-    return true;
+    return Reading::Done;
+}
+
+void LocalFileConfigStore::logMissingFile() {
+    TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
+              L"Read config FAILED, config file doesn't exist: " + QuillCoreUtils::toWideString(filePath()));
 }
 
 void LocalFileConfigStore::processXml(xmlNode* node) {
@@ -297,7 +340,8 @@ void LocalFileConfigStore::setInvalidFileAside(const std::string& contents) {
               "contents of invalid xml with string length: " + std::to_string(contents.length()) + "\n" + contents);
     const std::string backupPath = directory_ + backupName;
     // An earlier backup that the disk would not let be looked at is there all the same.
-    if (!keepEarlierBackup(backupPath) || FileUtils::moveFile(filePath(), backupPath, true) != 0) {
+    if (isFolderStrangers("readFromFile", "invalid file NOT renamed") || !keepEarlierBackup(backupPath) ||
+        FileUtils::moveFile(filePath(), backupPath, true) != 0) {
         TesselLog(logger(), 2, __FILE__, __LINE__, "readFromFile",
                   L"error creating backup file: " + QuillCoreUtils::toWideString(backupPath));
         unreadFileIsInPlace_ = true;
@@ -309,6 +353,15 @@ void LocalFileConfigStore::keepUnreadFile() {
         moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
     }
     unreadFileIsInPlace_ = false;
+}
+
+bool LocalFileConfigStore::isFolderStrangers(const char* function, const std::string& refused) {
+    const bool isStrangers = FileUtils::isStrangersLink(directory_);
+    if (isStrangers) {
+        TesselLog(logger(), 2, __FILE__, __LINE__, function,
+                  refused + ", since somebody else has put a link in the place of its folder: " + filePath());
+    }
+    return isStrangers;
 }
 
 void LocalFileConfigStore::createConfigDirectory() {
@@ -329,6 +382,8 @@ bool LocalFileConfigStore::isInFile() {
 }
 
 bool LocalFileConfigStore::writeFile(Document document) {
+    createConfigDirectory();
+    keepUnreadFile();
     const SiblingLock siblingLock(directory_);
     const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
     XmlFileWriter writer(temporaryPath);

@@ -30,7 +30,9 @@ class LocalFileConfigStore : public ConfigStore, public FoldedLookup, public Fol
 public:
     /// The user's file, "corvidLocalConfig.xml" in the configuration directory; writable.
     /// @param former a store of the same name or null. What it has read need not be read again, if the file is still
-    ///        the same and the store has not been changed since.
+    ///        the same and the store has not been changed since. Where the disk does not let the file be looked at or
+    ///        read, although there may be one, the former's values are taken over as takeOverValues() does, and the
+    ///        file is left where it is: the next write replaces it. Not so if the former could not read it either.
     LocalFileConfigStore(std::string name, std::int32_t priority, bool isLocal, LocalFileConfigStore* former = nullptr);
 
     /// @param directory used unchanged with a separator appended, unless empty. @param fileName the file in it.
@@ -54,7 +56,8 @@ public:
 
     /// Writes the file, atomically and durably, unless the store is read-only or destroyed. A failure is logged (a
     /// temporary file that cannot be opened is not) and leaves the old file whole; the values stay in memory and the
-    /// next call that can writes them. Skipped when the file already holds these very values by this store's own hand.
+    /// next call that can writes them. It fails where the folder is a link of somebody else's
+    /// (FileUtils::isStrangersLink()). Skipped when the file already holds these very values by this store's own hand.
     void persistValues() override;
 
     /// A write that failed has done no request.
@@ -83,7 +86,8 @@ public:
     /// well-formed document is moved aside: its name's last extension becomes "-backup.xml". A backup of that name that
     /// is there already becomes "-backup-1.xml", or the first higher number that is free. If the file cannot be moved,
     /// or the disk does not let it be looked at, the next write moves it to such a number before it writes over it.
-    /// A file that the disk does not give at once is asked for a second time before it counts as such.
+    /// A file that the disk does not give at once is asked for a second time before it counts as such. Where the folder
+    /// is a link of somebody else's nothing is moved.
     /// @return false if there is no file.
     bool readFromFile();
 
@@ -101,16 +105,32 @@ private:
         std::vector<std::string> altered;  ///< keys of the entries with characters that were replaced
     };
 
+    enum class Reading {
+        Done,      ///< the file's entries are there, or it was set aside since it is not well-formed
+        NoFile,    ///< the disk says that there is none
+        NotSeen,   ///< the disk does not let it be looked at
+        NotGiven,  ///< the disk does not let it be read
+    };
+
+    /// The first half of readFromFile(): what the disk refuses is left to the caller.
+    Reading read() TESSEL_REQUIRES(fileMutex_, mutex_);
+    /// @return false if the disk has refused the file, which is where it was then.
+    bool readUnlessRefused();
+    void logMissingFile();
     void processXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     /// @param contents for the log.
     void setInvalidFileAside(const std::string& contents) TESSEL_REQUIRES(fileMutex_);
     /// Tries once more what has failed, under another name, before the file is written over.
     void keepUnreadFile() TESSEL_REQUIRES(fileMutex_);
+    /// Where the folder is a stranger's link nothing is written or moved. @param refused for the log: what is not done.
+    bool isFolderStrangers(const char* function, const std::string& refused);
     void createConfigDirectory();
     std::string filePath() const { return directory_ + fileName_; }
     Values copyValues();
     bool takeOverReading(LocalFileConfigStore& former);
+    /// Whether a file may be in place that is neither read nor written.
+    bool hasUnreadFile();
     /// The file whose values these are; one that does not exist if they have been changed, or if that cannot be told.
     FileStamp unchangedFile();
     bool isInFile() TESSEL_REQUIRES(fileMutex_);

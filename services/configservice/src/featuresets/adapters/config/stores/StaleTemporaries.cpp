@@ -67,6 +67,9 @@ void removeFromTheCache() {
 
 void StaleTemporaries::remove() {
     const std::string directory = FileUtils::getConfigDirectory();
+    if (FileUtils::isStrangersLink(directory)) {
+        return;
+    }
     const std::string userFile = ConfigStoreConstants::LOCAL_FILE_CONFIG_STORE_FILE_NAME;
     const std::string ofUserFile = directory + FileUtils::FileSeparator() + "." + userFile + ".temp";
     if (FileUtils::fileExists(ofUserFile)) {

@@ -35,9 +35,12 @@ std::string siblingOf(const std::string& path) { return path + XmlConfigParser::
 /// Makes the folder of a file if it is missing. @return false, and logged, if it is not one to write to.
 bool prepareParentDirectory(const std::string& path) {
     const std::string directory = QuillCoreUtils::FileUtils::getParentDirectory(path);
-    if (QuillCoreUtils::FileUtils::isStrangersLink(directory)) {
+    if (QuillCoreUtils::FileUtils::isStrangersLink(directory) ||
+        QuillCoreUtils::FileUtils::isStrangersLink(QuillCoreUtils::FileUtils::getConfigDirectory())) {
         TesselLog(logger(), 2, __FILE__, __LINE__, "writeToFile",
-                  "data NOT written to file, since somebody else has put a link in the place of its folder: " + path);
+                  "data NOT written to file, since somebody else has put a link in the place of its folder or of the "
+                  "configuration's: " +
+                      path);
         return false;
     }
     if (!directory.empty() && !QuillCoreUtils::FileUtils::fileExists(directory)) {

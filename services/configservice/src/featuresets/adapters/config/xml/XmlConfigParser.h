@@ -31,8 +31,8 @@ public:
     /// Writes a map in cached form: root "Corvid", its child "CachedConfig", an element for each key. A key that is no
     /// XML name is written all the same and makes the file unreadable; one that is empty is left out. A character that
     /// XML cannot hold is written as U+FFFD, with a level 3 line that names the key. The parent folder is made if it
-    /// is missing; one that is a link of somebody else's (FileUtils::isStrangersLink()) is not written to, which is
-    /// logged at level 2. The file is the old one or the new one, whole, at every instant.
+    /// is missing; where it or the configuration folder is a link of somebody else's (FileUtils::isStrangersLink())
+    /// nothing is written, which is logged at level 2. The file is the old one or the new one, whole, at every instant.
     /// @return true if the writer could be opened. A write that fails later is logged at level 2 and leaves the old
     ///         file.
     static bool writeToFile(const std::string& path, const ConfigMap& values);
