@@ -271,6 +271,7 @@ using Opener = std::function<Source()>;
 
 std::shared_ptr<xmlDoc> read(const Opener& open, const std::string& baseName, std::uintmax_t size,
                              Receivers receivers) {
+    const QuillCoreUtils::XmlReading reading(baseName);
     // Of no effect but that short texts lie in their nodes, where a secret among them can be wiped.
     constexpr int shortTextsInNodes = XML_PARSE_COMPACT;
     std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, size, shortTextsInNodes, receivers);
