@@ -22,6 +22,7 @@
 #include "quill/StringUtils.h"
 #include "remote/DownloadJournal.h"
 #include "simulation/Sanitized.h"
+#include "xml/DocumentInspector.h"
 #include "xml/XmlConfigParser.h"
 
 namespace torture {
@@ -111,7 +112,20 @@ std::string whatIsExpanded(Client& client, const std::string& reading) {
     return {};
 }
 
-/// In a process of its own: starts the module with the document in place of one input.
+/// What the tool would tell of the input. @return what is wrong with that; empty if nothing is.
+std::string whatIsWrongWithTheReport(const Scene& scene, const Input& input) {
+    const std::string path = input.path.empty() ? input.name + ".xml" : input.path;
+    const std::wstring forbidden = QuillCoreUtils::toWideString(forbiddenText);
+    for (const DocumentReport::Entry& entry : inspectDocument(scene.folder() + "/" + path).entries) {
+        if (entry.value.find(forbidden) != std::wstring::npos || entry.key.find(forbidden) != std::wstring::npos) {
+            return "something was expanded in what the tool reads";
+        }
+    }
+    return {};
+}
+
+/// In a process of its own: looks at the document as the tool does, and starts the module with the document in place of
+/// one input.
 int start(const Scene& scene, const Input& input, const std::string& document) {
     const host::XmlDiagnostics logged(host::XmlDiagnostics::Way::Log);
     const rlimit limit{mostSeconds, mostSeconds};
@@ -122,6 +136,7 @@ int start(const Scene& scene, const Input& input, const std::string& document) {
     Outcome outcome;
     {
         markBegin();
+        const std::string wrongReport = whatIsWrongWithTheReport(scene, input);  // before a start sets the file aside
         Client client(scene);
         outcome.wrong = whatIsUnanswered(client, input, document);
         const std::string reading = readingOf(client, scene, input);
@@ -132,6 +147,9 @@ int start(const Scene& scene, const Input& input, const std::string& document) {
         if (outcome.wrong.empty()) {
             const bool isUnread = input.key.empty() && document == input.contents && reading.empty();
             outcome.wrong = isUnread ? "nothing was read of the whole one" : whatIsExpanded(client, reading);
+        }
+        if (outcome.wrong.empty()) {
+            outcome.wrong = wrongReport;
         }
     }
     std::ofstream(scene.folder() + "/outcome")
