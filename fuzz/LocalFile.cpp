@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Oracle.h"
+#include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 #include "stores/LocalFileConfigStore.h"
 
@@ -43,7 +44,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         restart(store, folder);
         return 0;
     }
-    fuzz::demand(std::filesystem::file_size(backup) == size, "a backup that is cut");
+    std::string kept;
+    QuillCoreUtils::FileUtils::readFile(backup, kept);
+    fuzz::demand(kept == std::string(reinterpret_cast<const char*>(data), size), "a backup of other bytes");
     fuzz::demand(store.getKeys().empty(), "values of a file that was set aside");
     // Nothing is left of the input in the store, so that one restart tells of all.
     static bool isFirst = true;

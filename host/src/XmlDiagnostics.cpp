@@ -54,6 +54,9 @@ std::string harmlessMessage(const xmlError& error) {
 }
 
 void report(void*, xmlError* error) {
+    if (!QuillCoreUtils::XmlReading::admitsMessage()) {
+        return;
+    }
     static TesselLogger* const logger = TesselLogger_getLogger("libxml2");
     const std::string place =
         error->file == nullptr ? std::string() : std::string(error->file) + ":" + std::to_string(error->line) + ": ";

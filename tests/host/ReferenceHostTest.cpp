@@ -38,6 +38,15 @@ void setValue(ReferenceHost& host, const std::wstring& key, const std::wstring& 
     host.runOnDispatcher([&] { host.service()->setConfig(key, value); });
 }
 
+/// A well-formed document of which libxml2 says so many lines, one for each of it.
+std::string manyUnknownPrefixes(int count) {
+    std::string elements;
+    for (int line = 0; line < count; ++line) {
+        elements += "<a:b/>\n";
+    }
+    return "<Corvid>" + elements + "</Corvid>";
+}
+
 }  // namespace
 
 TEST(ReferenceHost, StartsTheFeatureSet) {
@@ -273,6 +282,24 @@ TEST(ReferenceHost, LogsWhatIsWrongWithADocument) {
     host.stop();
     EXPECT_THAT(directory.read("log"),
                 HasSubstr(document + ":3: Opening and ending tag mismatch: ... line 2 and ...\n"));
+}
+
+TEST(ReferenceHost, LogsTheFirstOfManyMistakesOfEachDocumentAndHowManyMoreThereAre) {
+    const fakes::TemporaryDirectory directory;
+    const std::string user = directory.write("config/corvidLocalConfig.xml", manyUnknownPrefixes(1000));
+    directory.write("install/corvid-config-defaults.xml", manyUnknownPrefixes(20));
+    ReferenceHost::Options options = hostOptionsOn(directory);
+    options.logFile = directory.path("log");
+    options.logLevel = 3;
+    ReferenceHost host(options);
+    ASSERT_TRUE(host.start());
+    host.stop();
+    const std::string log = directory.read("log");
+    EXPECT_THAT(log, HasSubstr(user + ":20: Namespace prefix ... on ... is not defined\n"));
+    EXPECT_THAT(log, testing::Not(HasSubstr(user + ":21:")));
+    EXPECT_THAT(log, HasSubstr(user + ": further messages: 980\n"));
+    EXPECT_THAT(log, HasSubstr("/corvid-config-defaults.xml:20: Namespace prefix ... on ... is not defined\n"));
+    EXPECT_THAT(log, testing::Not(HasSubstr("/corvid-config-defaults.xml: further messages")));
 }
 
 TEST(ReferenceHost, LogsNothingThatStandsInADocument) {

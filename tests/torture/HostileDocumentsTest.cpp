@@ -18,10 +18,11 @@
 #include "TracedDeeds.h"
 #include "Tracer.h"
 #include "Trial.h"
+#include "host/XmlDiagnostics.h"
 #include "quill/StringUtils.h"
 #include "remote/DownloadJournal.h"
-#include "simulation/QuietXml.h"
 #include "simulation/Sanitized.h"
+#include "xml/DocumentInspector.h"
 #include "xml/XmlConfigParser.h"
 
 namespace torture {
@@ -32,11 +33,15 @@ const rlim_t mostSeconds = simulation::sequences(10) == 10 ? 15 : 60;
 
 constexpr std::size_t largest = 1'000'000;
 
+/// Of the log of a start: some for each document, whatever stands in it.
+constexpr std::size_t mostLines = 200;
+
 /// What a start of the module with some document came to, as its process tells it.
 struct Outcome {
-    std::string wrong;  ///< empty: nothing
-    long peak = 0;      ///< KiB by which the memory grew at most
-    long time = 0;      ///< milliseconds of processor time
+    std::string wrong;      ///< empty: nothing
+    long peak = 0;          ///< KiB by which the memory grew at most
+    long time = 0;          ///< milliseconds of processor time
+    std::size_t lines = 0;  ///< of the log
 };
 
 /// A figure of this process in KiB, as the system tells it.
@@ -107,9 +112,22 @@ std::string whatIsExpanded(Client& client, const std::string& reading) {
     return {};
 }
 
-/// In a process of its own: starts the module with the document in place of one input.
+/// What the tool would tell of the input. @return what is wrong with that; empty if nothing is.
+std::string whatIsWrongWithTheReport(const Scene& scene, const Input& input) {
+    const std::string path = input.path.empty() ? input.name + ".xml" : input.path;
+    const std::wstring forbidden = QuillCoreUtils::toWideString(forbiddenText);
+    for (const DocumentReport::Entry& entry : inspectDocument(scene.folder() + "/" + path).entries) {
+        if (entry.value.find(forbidden) != std::wstring::npos || entry.key.find(forbidden) != std::wstring::npos) {
+            return "something was expanded in what the tool reads";
+        }
+    }
+    return {};
+}
+
+/// In a process of its own: looks at the document as the tool does, and starts the module with the document in place of
+/// one input.
 int start(const Scene& scene, const Input& input, const std::string& document) {
-    const simulation::QuietXml quiet;
+    const host::XmlDiagnostics logged(host::XmlDiagnostics::Way::Log);
     const rlimit limit{mostSeconds, mostSeconds};
     setrlimit(RLIMIT_CPU, &limit);
     forgetPeak();
@@ -118,25 +136,31 @@ int start(const Scene& scene, const Input& input, const std::string& document) {
     Outcome outcome;
     {
         markBegin();
+        const std::string wrongReport = whatIsWrongWithTheReport(scene, input);  // before a start sets the file aside
         Client client(scene);
         outcome.wrong = whatIsUnanswered(client, input, document);
         const std::string reading = readingOf(client, scene, input);
         markEnd();
         outcome.time = processorTime() - begun;
         outcome.peak = memory("VmHWM:") - before;
+        outcome.lines = client.log().lines().size();
         if (outcome.wrong.empty()) {
             const bool isUnread = input.key.empty() && document == input.contents && reading.empty();
             outcome.wrong = isUnread ? "nothing was read of the whole one" : whatIsExpanded(client, reading);
         }
+        if (outcome.wrong.empty()) {
+            outcome.wrong = wrongReport;
+        }
     }
-    std::ofstream(scene.folder() + "/outcome") << outcome.peak << ' ' << outcome.time << ' ' << outcome.wrong << '\n';
+    std::ofstream(scene.folder() + "/outcome")
+        << outcome.peak << ' ' << outcome.time << ' ' << outcome.lines << ' ' << outcome.wrong << '\n';
     return 0;
 }
 
 Outcome outcomeOf(const Scene& scene) {
     Outcome outcome;
     std::ifstream file(scene.folder() + "/outcome");
-    file >> outcome.peak >> outcome.time;
+    file >> outcome.peak >> outcome.time >> outcome.lines;
     file.get();
     std::getline(file, outcome.wrong);
     return outcome;
@@ -179,7 +203,8 @@ public:
 
     std::string figures() const {
         std::ostringstream text;
-        text << "at most " << mostMemory_ / 1024 << " MiB more memory, " << longest_ << " ms";
+        text << "at most " << mostMemory_ / 1024 << " MiB more memory, " << longest_ << " ms, " << longestLog_
+             << " lines of log";
         return text.str();
     }
 
@@ -207,8 +232,12 @@ private:
         const Outcome outcome = outcomeOf(scene());
         mostMemory_ = std::max(mostMemory_, outcome.peak);
         longest_ = std::max(longest_, outcome.time);
+        longestLog_ = std::max(longestLog_, outcome.lines);
         if (outcome.peak > mostOf(size)) {
             return "the memory grew by " + std::to_string(outcome.peak) + " KiB";
+        }
+        if (outcome.lines > mostLines) {
+            return "the log has " + std::to_string(outcome.lines) + " lines";
         }
         return outcome.wrong;
     }
@@ -227,6 +256,7 @@ private:
     std::map<std::string, std::set<std::string>> known_;  ///< by the name of the input
     long mostMemory_ = 0;
     long longest_ = 0;
+    std::size_t longestLog_ = 0;
 };
 
 /// The inputs that are documents of a form.

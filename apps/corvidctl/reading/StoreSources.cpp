@@ -79,9 +79,12 @@ void noteDocument(StoreSource& source, const DocumentReport& report) {
         source.keys[entry.key] = sourceOf(entry);
     }
     for (const DocumentReport::Finding& warning : report.warnings) {
+        if (warning.key.empty()) {
+            continue;
+        }
         if (warning.kind == DocumentReport::Kind::DuplicateKey) {
             source.keys[warning.key].ignoredLines.push_back(warning.line);
-        } else if (warning.kind == DocumentReport::Kind::LostEntry && !warning.key.empty()) {
+        } else if (warning.kind == DocumentReport::Kind::LostEntry) {
             source.lostLines[warning.key].push_back(warning.line);
         }
     }

@@ -10,7 +10,8 @@ class XmlDiagnostics {
 public:
     /// Where it goes.
     enum class Way {
-        Log,      ///< to the log, at level 3, as "FILE:LINE: message" without anything that stands in the document
+        Log,      ///< to the log, at level 3, as "FILE:LINE: message" without anything that stands in the document; of
+                  ///< one document the first 20, and a line that tells how many more there were
         Discard,  ///< for a caller that tells the problems itself
     };
 

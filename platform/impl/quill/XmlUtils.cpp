@@ -6,11 +6,17 @@
 
 #include <cstdlib>
 #include <mutex>
+#include <utility>
 
 #include "impl/tessel/WipedMemory.h"
+#include "tessel/TesselLogger.h"
 
 namespace QuillCoreUtils {
 namespace {
+
+constexpr unsigned long mostMessages = 20;
+
+thread_local XmlReading* currentReading = nullptr;
 
 // What documents hold may be secret. A process that has given the library an allocator of its own keeps that.
 void wipeWhatTheLibraryFrees() {
@@ -36,5 +42,18 @@ void XmlUtils::initialiseLibrary() {
         xmlInitParser();
     });
 }
+
+XmlReading::XmlReading(const std::string& document)
+    : document_(document), outer_(std::exchange(currentReading, this)) {}
+
+XmlReading::~XmlReading() {
+    currentReading = outer_;
+    if (messages_ > mostMessages) {
+        TesselLog(TesselLogger_getLogger("libxml2"), 3, __FILE__, __LINE__, "report",
+                  document_ + ": further messages: " + std::to_string(messages_ - mostMessages));
+    }
+}
+
+bool XmlReading::admitsMessage() { return currentReading == nullptr || ++currentReading->messages_ <= mostMessages; }
 
 }  // namespace QuillCoreUtils

@@ -71,6 +71,19 @@ TEST_F(Tool, ValidateOfABrokenDocumentIsStatusOneWithTheLineOfTheError) {
                           ":3:5: error: Opening and ending tag mismatch: g line 2 and c [syntax]\n"));
 }
 
+TEST_F(Tool, ValidateTellsTheFirstThousandMistakesAndHowManyMoreThereAre) {
+    std::string document = "<c>";
+    for (int line = 0; line < 1500; ++line) {
+        document += "&x;\n";
+    }
+    const std::string file = directory_.write("a.xml", document + "</c>");
+    const json validation = asJson({"validate", file}, 1);
+    EXPECT_EQ(validation.at("errors").size(), 1001U);
+    const json expected = {{"severity", "error"}, {"kind", "syntax"}, {"line", 1001},
+                           {"column", nullptr},   {"key", ""},        {"text", "further problems from here on: 500"}};
+    EXPECT_EQ(validation.at("findings").back(), expected);
+}
+
 TEST_F(Tool, ValidateOfSeveralFilesGivesAnArrayAndTheWorstStatus) {
     const std::string good = directory_.write("good.xml", "<c><g><a>1</a></g></c>");
     const std::string bad = directory_.write("bad.xml", "<c>");

@@ -115,6 +115,18 @@ TEST_F(Sources, TellTheFirstEntryOfADocumentFromFurtherOnes) {
     EXPECT_THAT(entry->ignoredLines, ElementsAre(3, 4));
 }
 
+TEST_F(Sources, TellOfTheFirstThousandLinesThatRepeatAKeyAndOfNoKeyWithoutAName) {
+    std::string entries;
+    for (int line = 0; line < 1500; ++line) {
+        entries += "<A>1</A>\n";
+    }
+    writeConfig("corvid-config-user.xml", "<r><g>" + entries + "</g></r>");
+    StoreSources sources = read();
+    const StoreSource& source = sources.of("TftpOverrideConfigStore");
+    EXPECT_EQ(findKey(source, L"A")->ignoredLines.size(), 1000U);
+    EXPECT_EQ(findKey(source, L""), nullptr);
+}
+
 TEST_F(Sources, TellTheLastLineOfTheBootstrapFileFromEarlierOnes) {
     directory_.write("install/bootstrap.properties", "A: 1\nB: 2\na: 3\nA: 4\n");
     StoreSources sources = read();

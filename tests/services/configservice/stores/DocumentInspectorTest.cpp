@@ -23,6 +23,14 @@ std::vector<std::string> told(const std::vector<DocumentReport::Finding>& findin
     return lines;
 }
 
+std::string repeated(const std::string& text, int count) {
+    std::string all;
+    while (count-- > 0) {
+        all += text;
+    }
+    return all;
+}
+
 std::vector<std::pair<Kind, std::wstring>> kindsAndKeys(const std::vector<DocumentReport::Finding>& findings) {
     std::vector<std::pair<Kind, std::wstring>> pairs;
     for (const auto& finding : findings) {
@@ -211,6 +219,52 @@ TEST_F(Inspector, TellsTheErrorsOfAnUnreadableDocumentFromItsWarnings) {
     EXPECT_FALSE(report.valid);
     EXPECT_THAT(told(report.warnings), testing::ElementsAre("1: xmlns: URI relative is not absolute"));
     EXPECT_THAT(told(report.errors), testing::Contains("1: Opening and ending tag mismatch: a line 1 and r"));
+}
+
+TEST_F(Inspector, TellsTheFirstThousandProblemsOfADocumentAndHowManyMoreThereAre) {
+    const auto report = inspect("<r>" + repeated("<x:A/>\n", 1500) + "<G><B>1</B></G></r>");
+    EXPECT_TRUE(report.valid);
+    EXPECT_EQ(report.entries.size(), 1u);
+    ASSERT_EQ(report.warnings.size(), 1001u);
+    EXPECT_EQ(told(report.warnings)[999], "1000: Namespace prefix x on A is not defined");
+    EXPECT_EQ(told(report.warnings)[1000], "1001: further problems from here on: 500");
+}
+
+TEST_F(Inspector, TellsOfAThousandProblemsAsTheyAre) {
+    const auto report = inspect("<r>" + repeated("<x:A/>\n", 1000) + "</r>");
+    ASSERT_EQ(report.warnings.size(), 1000u);
+    EXPECT_EQ(told(report.warnings).back(), "1000: Namespace prefix x on A is not defined");
+}
+
+TEST_F(Inspector, TellsWhatMakesADocumentUnreadableAfterAnyNumberOfProblems) {
+    const auto report = inspect("<r>" + repeated("<x:A/>\n", 1500) + "<a></r>");
+    EXPECT_FALSE(report.valid);
+    ASSERT_EQ(report.errors.size(), 1002u);
+    EXPECT_EQ(told(report.errors)[1000], "1501: Opening and ending tag mismatch: a line 1501 and r");
+    EXPECT_THAT(told(report.errors)[1001], testing::StartsWith("1001: further problems from here on: "));
+}
+
+TEST_F(Inspector, TellsOfALimitAfterAnyNumberOfProblems) {
+    std::string attributes;
+    for (int number = 0; number < 1001; ++number) {
+        attributes += " a" + std::to_string(number) + "=''";
+    }
+    const auto report = inspect("<r>" + repeated("<x:A/>\n", 1500) + "<a" + attributes + "/></r>");
+    EXPECT_FALSE(report.valid);
+    EXPECT_THAT(told(report.errors), testing::Contains("1501: an element has more than 1000 attributes"));
+}
+
+TEST_F(Inspector, WarnsOfTheFirstThousandPlacesOfEachKindAndTellsHowManyMoreThereAre) {
+    const auto report = inspect("<r><G>" + repeated("<A>1</A>\n", 1503) + "</G>" + repeated("<Lost>x</Lost>", 1000) +
+                                "text<H><b><c/></b></H></r>");
+    ASSERT_EQ(report.warnings.size(), 1000u + 1 + 1000 + 1 + 1);
+    std::vector<DocumentReport::Finding> ofKeys;
+    std::copy_if(report.warnings.begin(), report.warnings.end(), std::back_inserter(ofKeys),
+                 [](const auto& warning) { return warning.kind == Kind::DuplicateKey; });
+    ASSERT_EQ(ofKeys.size(), 1001u);
+    EXPECT_EQ(told(ofKeys)[999], "1001: duplicate key is ignored, line 1 counts: a");
+    EXPECT_EQ(told(ofKeys)[1000], "1002: further such places from here on: 502");
+    EXPECT_EQ(ofKeys[1000].key, L"");
 }
 
 TEST_F(Inspector, NeverMovesOrChangesAFile) {

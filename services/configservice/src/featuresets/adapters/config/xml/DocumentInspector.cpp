@@ -85,6 +85,7 @@ public:
         } else {
             inspectGroups(root);
         }
+        countOtherWarnings();
         if (report_.entries.empty()) {
             noticeOtherForm(root);
         }
@@ -194,13 +195,38 @@ private:
     }
 
     void warn(Kind kind, const xmlNode* node, std::string text, std::wstring key = {}) {
-        report_.warnings.push_back({kind, lineOf(node), 0, std::move(text), std::move(key)});
+        Others& others = others_[kind];
+        if (others.told < mostOfAKind) {
+            ++others.told;
+            report_.warnings.push_back({kind, lineOf(node), 0, std::move(text), std::move(key)});
+        } else if (others.count++ == 0) {
+            others.line = lineOf(node);
+        }
     }
+
+    void countOtherWarnings() {
+        for (const auto& [kind, others] : others_) {
+            if (others.count > 0) {
+                report_.warnings.push_back(
+                    {kind, others.line, 0, "further such places from here on: " + std::to_string(others.count), {}});
+            }
+        }
+    }
+
+    /// A few bytes make a warning, which takes hundreds of them.
+    static constexpr std::size_t mostOfAKind = 1'000;
+
+    struct Others {
+        std::size_t told = 0;
+        std::size_t count = 0;  ///< of those that are not told
+        int line = 0;           ///< of the first of them
+    };
 
     const std::shared_ptr<xmlDoc> document_;
     const std::string fileName_;
     DocumentReport& report_;
     std::map<std::wstring, int, caseInsensitiveStringComparator<std::wstring>> lines_;  ///< of the entries that count
+    std::map<Kind, Others> others_;
 };
 
 }  // namespace

@@ -46,6 +46,8 @@ struct DocumentReport {
     Form form = Form::Server;
     bool formIsGuessed = false;  ///< the form was recognised by what stands in the document
     std::vector<Entry> entries;  ///< one for each key, in document order
+    /// Of a kind at most the first 1,000, and one more, about no key, that says how many others there are. What makes a
+    /// document unreadable is among the errors whatever their number.
     std::vector<Finding> warnings;
     std::vector<Finding> errors;
 };

@@ -29,6 +29,8 @@ constexpr int mostAttributes = 1'000;
 constexpr int mostNamespaces = 256;
 constexpr std::uint64_t mostComparisons = 200'000'000;
 
+constexpr std::size_t mostProblems = 1'000;
+
 /// As many references as a document has room for, and a few more for those that it looks for twice.
 constexpr std::uintmax_t shortestReference = 3;  // &a;
 constexpr std::uintmax_t fewReferences = 1000;
@@ -58,10 +60,32 @@ struct Reading {
     std::uint64_t comparisons = 0;
     std::uintmax_t undeclaredReferences = 0;
     std::uintmax_t mostUndeclaredReferences = 0;
+    bool hasFatalProblem = false;
+    std::size_t otherProblems = 0;  ///< that are not kept
+    int lineOfOthers = 0;           ///< of the first of them
 };
 
 Reading& readingOf(const void* parser) {
     return *static_cast<Reading*>(static_cast<const xmlParserCtxt*>(parser)->_private);
+}
+
+/// Keeps the first ones, and the first one for which there is no document, however late it comes.
+void keepProblem(Reading& reading, bool isFatal, XmlProblem problem) {
+    std::vector<XmlProblem>& problems = *reading.receivers.problems;
+    const bool isFirstFatal = isFatal && !std::exchange(reading.hasFatalProblem, true);
+    if (problems.size() < mostProblems || isFirstFatal) {
+        problems.push_back(std::move(problem));
+    } else if (reading.otherProblems++ == 0) {
+        reading.lineOfOthers = problem.line;
+    }
+}
+
+/// A few bytes make a problem, which takes hundreds of them.
+void countOtherProblems(const Reading& reading) {
+    if (reading.otherProblems > 0) {
+        reading.receivers.problems->push_back(
+            {true, reading.lineOfOthers, 0, "further problems from here on: " + std::to_string(reading.otherProblems)});
+    }
 }
 
 void collectProblem(void* context, xmlError* error) {
@@ -69,8 +93,8 @@ void collectProblem(void* context, xmlError* error) {
     while (!text.empty() && text.back() == '\n') {
         text.pop_back();
     }
-    readingOf(context).receivers.problems->push_back(
-        {error->level != XML_ERR_WARNING, error->line, error->int2, std::move(text)});
+    keepProblem(readingOf(context), error->level == XML_ERR_FATAL,
+                {error->level != XML_ERR_WARNING, error->line, error->int2, std::move(text)});
 }
 
 /// @param limit null: it has been told.
@@ -262,6 +286,7 @@ std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseNa
     }
     const std::shared_ptr<xmlDoc> document(
         xmlCtxtReadIO(parser.get(), giveBytes, nullptr, &reading, baseName.c_str(), nullptr, options), XmlDocFreer());
+    countOtherProblems(reading);
     // A text that is too long ends the parsing without making the document ill-formed: it comes back cut off.
     return parser->disableSAX == 0 ? document : nullptr;
 }
@@ -271,6 +296,7 @@ using Opener = std::function<Source()>;
 
 std::shared_ptr<xmlDoc> read(const Opener& open, const std::string& baseName, std::uintmax_t size,
                              Receivers receivers) {
+    const QuillCoreUtils::XmlReading reading(baseName);
     // Of no effect but that short texts lie in their nodes, where a secret among them can be wiped.
     constexpr int shortTextsInNodes = XML_PARSE_COMPACT;
     std::shared_ptr<xmlDoc> document = readOnce(open(), baseName, size, shortTextsInNodes, receivers);

@@ -53,7 +53,9 @@ std::shared_ptr<xmlDoc> readXmlFile(const std::string& path);
 
 /// The same for a file that a user has named, which may be a pipe, with libxml2's diagnostics in a list instead of on
 /// the standard error stream.
-/// @param problems receives what the deciding reading found, in order.
+/// @param problems receives what the deciding reading found, in order: the first 1,000, what comes later only if it is
+///        the first for which there is no document, or one of the limits above, and at the end how many others there
+///        are.
 std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProblem>& problems);
 
 /// The same for a document of many entries, which never stands in memory as a whole.
