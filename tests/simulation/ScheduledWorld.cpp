@@ -97,7 +97,7 @@ std::optional<std::string> ScheduledWorld::apply(const ScheduleStep& step) {
 
 void ScheduledWorld::perform(const ScheduleStep& step) {
     const bool former = host_.dispatcher().checkForUpdateAccess();
-    const std::weak_ptr<TftpConfigStore> serversStore = host_.adapter().getTftpConfigStore();
+    const std::weak_ptr<TftpConfigStore> before = host_.adapter().getTftpConfigStore();
     host_.dispatcher().setOnDispatcher(step.onDispatcher);
     std::vector<ScheduleStep> formerMeanwhile = std::exchange(meanwhile_, step.meanwhile);
     if (step.act <= Act::EndTransfer || step.act >= Act::AnswerVersion) {
@@ -109,7 +109,7 @@ void ScheduledWorld::perform(const ScheduleStep& step) {
     }
     meanwhile_ = std::move(formerMeanwhile);
     host_.dispatcher().setOnDispatcher(former);
-    noteErrands(serversStore);
+    noteErrands(before);
     takeOverWhatTheModuleWrites();
     if (std::exchange(joined_, false)) {
         applyPolicies();
@@ -199,9 +199,8 @@ void ScheduledWorld::runPool(std::size_t index) {
     if (waiting == 0) {
         return;
     }
-    const auto errand = errands_.begin() + static_cast<std::ptrdiff_t>(index % waiting);
-    const std::shared_ptr<TftpConfigStore> store(*errand);
-    errands_.erase(errand);
+    const std::shared_ptr<TftpConfigStore> store(errands_.at(index % waiting));
+    errands_.erase(errands_.begin() + static_cast<std::ptrdiff_t>(index % waiting));
     host_.pool().runOne(index % waiting);
     noteTransfersOf(store);
     noteWhetherAddressesRanOut(*store);
