@@ -1,5 +1,6 @@
-// Any bytes as a request to the inspector: whoever is let in has said the server's name and has the token, by a reading
-// that looks at the lines alone. The port is 8080, the token "5ec8e7".
+// Any bytes as a request to the inspector: whoever is let in has said the server's name, is no other site's page and
+// has the token, and changes something with a body of JSON that tells its size, by a reading that looks at the lines
+// alone. The port is 8080, the token "5ec8e7", the most bytes of a body 65536.
 
 #include <algorithm>
 #include <cctype>
@@ -61,18 +62,75 @@ bool isOwn(const std::string& host) {
 
 bool isOwnOrigin(const std::string& origin) { return origin.starts_with("http://") && isOwn(origin.substr(7)); }
 
-bool hasToken(std::string_view text) {
-    for (const std::string& cookies : linesOf("cookie", text)) {
-        if (cookies.find("corvid-inspector-8080=5ec8e7") != std::string::npos) {
-            return true;
+/// What stands between separators, without blanks around it; the library leaves out what is empty.
+std::vector<std::string> piecesOf(std::string_view text, char separator) {
+    std::vector<std::string> pieces;
+    while (!text.empty()) {
+        std::string piece(text.substr(0, text.find(separator)));
+        text.remove_prefix(std::min(piece.size() + 1, text.size()));
+        piece.erase(0, piece.find_first_not_of(" \t"));
+        piece.erase(piece.find_last_not_of(" \t") + 1);
+        pieces.push_back(piece);
+    }
+    std::erase(pieces, "");
+    return pieces;
+}
+
+/// Whether the request line asks for "/?token=5ec8e7", with or without other parameters.
+bool isLink(std::string_view text) {
+    const auto words = piecesOf(text.substr(0, text.find("\r\n")), ' ');
+    const std::string target = words.size() < 2 ? "" : words[1].substr(0, words[1].find('#'));
+    const auto parts = piecesOf(target, '?');
+    if (parts.size() != 2 || decoded(parts[0]) != "/") {
+        return false;
+    }
+    for (const std::string& parameter : piecesOf(parts[1], '&')) {
+        const auto sides = piecesOf(parameter, '=');
+        if (!sides.empty() && decoded(sides.front()) == "token") {
+            return sides.size() > 1 && decoded(sides.back()) == "5ec8e7";
         }
     }
     return false;
 }
 
+bool hasCookie(std::string_view text) {
+    for (std::string cookies : linesOf("cookie", text)) {
+        for (cookies += ';'; !cookies.empty(); cookies.erase(0, cookies.find(';') + 1)) {
+            const std::string cookie = cookies.substr(0, cookies.find(';'));
+            if (cookie.substr(std::min(cookie.find_first_not_of(' '), cookie.size())) ==
+                "corvid-inspector-8080=5ec8e7") {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+bool isOtherSite(const std::string& site) { return site != "same-origin" && site != "none"; }
+
+const char* whatIsWrongWithBody(std::string_view text) {
+    const auto types = linesOf("content-type", text);
+    const auto lengths = linesOf("content-length", text);
+    std::string type = types.size() == 1 ? types.front().substr(0, types.front().find(';')) : "";
+    type.erase(type.find_last_not_of(" \t") + 1);
+    if (lowered(type) != "application/json" || !linesOf("content-encoding", text).empty()) {
+        return "a change is no JSON";
+    }
+    if (lengths.size() != 1 || !linesOf("transfer-encoding", text).empty()) {
+        return "a change does not tell its size";
+    }
+    std::string digits = lengths.front();
+    if (digits.find_first_not_of("0123456789") != std::string::npos) {
+        return "the size of a change is no number";
+    }
+    digits.erase(0, digits.find_first_not_of('0'));
+    return digits.size() <= 5 && std::atoi(digits.c_str()) <= 65536 ? nullptr : "a change is too large";
+}
+
 const char* whatIsWrong(std::string_view text, bool byLink) {
     const auto hosts = linesOf("host", text);
     const auto origins = linesOf("origin", text);
+    const auto sites = linesOf("sec-fetch-site", text);
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));  // as the library does
     const bool reads = text.starts_with("GET") || text.starts_with("HEAD");
     if (hosts.size() != 1 || !isOwn(hosts.front())) {
@@ -81,11 +139,19 @@ const char* whatIsWrong(std::string_view text, bool byLink) {
     if (origins.size() > 1 || (!origins.empty() && !isOwnOrigin(origins.front()))) {
         return "the origin is another";
     }
+    if (std::any_of(sites.begin(), sites.end(), isOtherSite)) {
+        return "the site is another";
+    }
     if (!reads && (origins.empty() || !text.starts_with("POST"))) {
         return "a change comes from nowhere";
     }
-    // In the link the digits may be encoded.
-    return byLink || hasToken(text) ? nullptr : "nobody has the token";
+    if (byLink) {
+        return reads && isLink(text) ? nullptr : "the link is another";
+    }
+    if (!hasCookie(text)) {
+        return "nobody has the token";
+    }
+    return reads ? nullptr : whatIsWrongWithBody(text);
 }
 
 }  // namespace

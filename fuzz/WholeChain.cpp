@@ -1,5 +1,6 @@
-// Any bytes as the documents of a client and as what is done with it: the module starts over the documents, takes the
-// steps, and after each of them answers and tells what the model of the chain says.
+// Any bytes as the documents of a client and as what is done with it: the module starts over the documents, has read of
+// the XML what a second reader finds, takes the steps, and after each of them answers and tells what the model of the
+// chain says.
 //
 // An input is in seven parts, with the byte 0x1F between them, which no document may hold: the steps, the override
 // file, the user's file, what a provisioning link has left, the installer's properties, the defaults, the copy of a

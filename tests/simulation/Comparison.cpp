@@ -1,7 +1,10 @@
 #include "Comparison.h"
 
+#include <filesystem>
+#include <map>
 #include <utility>
 
+#include "DocumentReader.h"
 #include "ListDifference.h"
 #include "StepGenerator.h"
 #include "fakes/HandSteppedDispatcher.h"
@@ -48,17 +51,57 @@ std::optional<std::string> differenceOfAnswers(const std::wstring& key, const Ch
     return std::nullopt;
 }
 
+/// The contents of the files below a folder, by their paths from there.
+std::map<std::string, std::string> filesOf(const fakes::TemporaryDirectory& directory) {
+    std::map<std::string, std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory.path())) {
+        const std::string name = entry.path().lexically_relative(directory.path()).string();
+        if (entry.is_regular_file()) {
+            files[name] = directory.read(name);
+        }
+    }
+    return files;
+}
+
+/// What a store that has just started ought to have read; none for one that reads no XML.
+std::optional<DocumentReading> readingOf(const ModelStore& store, std::map<std::string, std::string>& files) {
+    if (store.name == "TftpOverrideConfigStore") {
+        return readServersForm(files["config/corvid-config-user.xml"]);
+    }
+    if (store.name == "LocalFileConfigStore") {
+        return readUsersForm(files["config/corvidLocalConfig.xml"], true);
+    }
+    if (store.name == "corvid-config-defaults.xml") {
+        return readUsersForm(files["install/corvid-config-defaults.xml"], false);
+    }
+    if (store.name == "UrlProvisioningConfigStore") {
+        return readServersForm(files["config/Cache/cachedUrlProvisioningConfigStore.xml"]);
+    }
+    return store.name.starts_with("cached") ? std::optional(readServersForm(files["config/Cache/" + store.name]))
+                                            : std::nullopt;
+}
+
+/// The texts of a store as a difference tells them.
+std::string textsOf(const ModelStore& store) {
+    std::string texts;
+    for (const auto& [key, entry] : store.entries) {
+        // A start drops a copy from the user's list that has no place in the profile.
+        const bool isUsersList = store.name == "LocalFileConfigStore" && key == L"primaryconfigstores";
+        texts += isUsersList ? "" : " " + printable(key) + " = " + bracketed(entry.text);
+    }
+    return texts;
+}
+
 /// One run of one sequence.
 class Run {
 public:
     Run(const std::vector<Step>& steps, const Comparison& comparison)
         : steps_(steps),
           comparison_(comparison),
-          module_(std::make_shared<fakes::HandSteppedDispatcher>(), comparison.prepare),
+          module_(std::make_shared<fakes::HandSteppedDispatcher>(), preparation()),
           model_(comparison.prepare ? storesOf(module_.module().manager()) : storesAfterStart()),
           tasksBefore_(module_.module().persistence().waitingNames().size()),
           callsSoFar_(module_.calls().size()) {
-        markWhatIsSensitive();
         for (const wchar_t* const key : {L"Addtional_Info", L"connectionpassword", L"connectionusername",
                                          L"BDIConnectionPassword", L"BDIConnectionUsername", L"BDIConnectionUserDn"}) {
             model_.chain().markSensitive(key);
@@ -67,6 +110,9 @@ public:
     }
 
     std::optional<Difference> go() {
+        if (auto text = differenceOfDocuments()) {
+            return Difference{0, *text};
+        }
         for (std::size_t index = 0; index < steps_.size(); ++index) {
             if (auto text = differenceAfter(steps_[index])) {
                 return Difference{index, *text};
@@ -79,15 +125,36 @@ public:
     }
 
 private:
-    /// What the documents have marked.
-    void markWhatIsSensitive() {
-        for (const auto& store : model_.chain().chain()) {
-            for (const std::wstring& key : store->keys()) {
-                if (module_.module().manager().isKeySensitive(key)) {
-                    model_.chain().markSensitive(key);
-                }
+    std::function<void(fakes::ScopedWorld&)> preparation() {
+        return !comparison_.prepare ? comparison_.prepare : [this](fakes::ScopedWorld& world) {
+            comparison_.prepare(world);
+            files_ = filesOf(world.directory());
+        };
+    }
+
+    /// The model goes on from what the stores hold after the start, so that has to be what the documents say.
+    std::optional<std::string> differenceOfDocuments() {
+        if (!comparison_.prepare) {
+            return std::nullopt;
+        }
+        const std::vector<ModelStore> actual = storesOf(module_.module().manager());
+        std::vector<ChainOracle::StorePtr> expected;
+        for (const ModelStore& store : actual) {
+            expected.push_back(std::make_shared<ModelStore>(store));
+            if (const auto reading = readingOf(store, files_); reading && reading->isExact) {
+                expected.back()->entries = reading->entries;
             }
         }
+        ChainOracle policies([](const ChainCall&) {});
+        policies.adopt(expected);
+        policies.applyPolicies();
+        for (std::size_t index = 0; index < actual.size(); ++index) {
+            if (textsOf(*expected[index]) != textsOf(actual[index])) {
+                return "what " + actual[index].name + " has read\n  expected:" + textsOf(*expected[index]) +
+                       "\n  actual:  " + textsOf(actual[index]);
+            }
+        }
+        return std::nullopt;
     }
 
     std::optional<std::string> differenceAfter(const Step& step) {
@@ -136,6 +203,7 @@ private:
 
     const std::vector<Step>& steps_;
     const Comparison comparison_;
+    std::map<std::string, std::string> files_;  ///< as they were before the module's start
     ModuleWorld module_;
     ModelWorld model_;
     const std::size_t tasksBefore_;

@@ -130,6 +130,10 @@ void ScheduledWorld::checkStores() {
     const auto actual = host_.manager().getStores();
     for (std::size_t index = 0; index < actual.size(); ++index) {
         const ModelStore held = picture(*actual[index]);
+        if (expected[index]->priority != held.priority) {
+            complain("the priority of " + held.name + ": expected " + std::to_string(expected[index]->priority) +
+                     ", actual " + std::to_string(held.priority));
+        }
         if (!holdSameTexts(*expected[index], held)) {
             complain(difference("values of " + held.name, asFileEntries(*expected[index]), asFileEntries(held)));
         }
@@ -140,9 +144,7 @@ void ScheduledWorld::checkChain() {
     std::vector<std::string> names;
     const auto stores = host_.manager().getStores();
     for (const auto& store : stores) {
-        if (const std::string name = folded(store->getName()); !isCopyName(name)) {
-            names.push_back(name);
-        }
+        names.push_back(folded(store->getName()));
     }
     std::sort(names.begin(), names.end());
     if (names != model_.members()) {

@@ -7,6 +7,7 @@
 #include "ListDifference.h"
 #include "ScheduledWorld.h"
 #include "SimulatedStore.h"
+#include "remote/TftpConfigStore.h"
 
 namespace simulation {
 
@@ -42,6 +43,7 @@ void ScheduledWorld::performByClient(const ScheduleStep& step) {
         break;
     case Act::MarkSensitive:
         host_.featureSet().setKeySensitive(step.key);
+        model_.markSensitive(step.key);
         break;
     case Act::Watch:
         host_.dispatcher().setOnDispatcher(true);
@@ -182,6 +184,7 @@ void ScheduledWorld::performByHost(const ScheduleStep& step) {
         mayHaveWritten_ = true;
         host_.featureSet().refreshConfigFeatureSet();
         model_.refresh();
+        model_.addCopies(listOfCopies());
         break;
     case Act::ResetData:
         ++tally_["data resets"];
@@ -219,6 +222,7 @@ void ScheduledWorld::addStore(const ModelStore& description) {
     if (description.cached) {
         ++tally_["copies kept of other modules' stores"];
         keepCopy(ScheduleModel::copyOf(description.name), description);
+        listCopy(description.name, description.priority + 200);
     }
 }
 
@@ -236,10 +240,14 @@ void ScheduledWorld::removeStore(const std::string& name) {
             model_.copies.erase(ScheduleModel::copyOf(name));
         }
         model_.outside.erase(folded(name));
+        model_.cached.erase(folded(ScheduleModel::copyOf(name)));
         model_.serverIn = model_.serverIn && name != ScheduleModel::serverStore;
     }
     if (host_.featureSet().removeConfigStore(name) != expected) {
         complain(std::string("answer: expected ") + (expected ? "true" : "false"));
+    }
+    if (model_.started) {
+        unlistCopy(name);
     }
 }
 
@@ -247,6 +255,8 @@ void ScheduledWorld::removeCopies() {
     host_.featureSet().removeAllCachedConfigStores();
     // A file that is gone is another one than the one that a link could not replace.
     model_.linkUnwritten = model_.linkUnwritten && model_.copies.count(ScheduleModel::linkFile) == 0;
+    // The store of a copy that has no file stays.
+    std::erase_if(model_.cached, [this](const auto& copy) { return model_.copies.count(copy.second->name) != 0; });
     model_.copies.clear();
 }
 
@@ -280,9 +290,14 @@ void ScheduledWorld::powerDown() {
 }
 
 void ScheduledWorld::switchSourceOn() {
+    const bool isNew = host_.adapter().getTftpConfigStore() == nullptr;
     host_.featureSet().startTftpConfigSource();
     model_.sourceOn = true;
     if (const std::shared_ptr<TftpConfigStore> store = host_.adapter().getTftpConfigStore()) {
+        if (isNew) {
+            served_[store.get()].clear();
+        }
+        noteTransfersOf(store);
         hearDownloadsOf(store);
     } else {
         complain("there is no store of the server's file although the source is on");

@@ -17,6 +17,12 @@ std::string narrow(const std::wstring& ascii) {
     return text;
 }
 
+void putAll(ModelStore& store, const FileEntries& entries) {
+    for (const auto& [key, text] : entries) {
+        store.put(std::wstring(key.begin(), key.end()), std::wstring(text.begin(), text.end()));
+    }
+}
+
 ScheduleModel::StorePtr storeNamed(const std::string& name) {
     for (const ModelStore& store : storesAfterStart()) {
         if (store.name == name) {
@@ -38,6 +44,7 @@ FileEntries asFileEntries(const ModelStore& store) {
 
 const char* const ScheduleModel::linkFile = "cachedUrlProvisioningConfigStore.xml";
 const char* const ScheduleModel::serverStore = "TFTPConfigStore";
+const wchar_t* const ScheduleModel::copiesKey = L"PrimaryConfigStores";
 
 ScheduleModel::ScheduleModel()
     : user(storeNamed("LocalFileConfigStore")),
@@ -46,14 +53,45 @@ ScheduleModel::ScheduleModel()
       defaults(storeNamed("corvid-config-defaults.xml")) {
     defaults->put(L"Theme", L"plain");
     defaults->put(L"Ringer", L"soft");
+    beginMarks();
+}
+
+void ScheduleModel::beginMarks() {
+    sensitive.clear();
+    for (const wchar_t* const key : {L"Addtional_Info", L"ConnectionPassword", L"ConnectionUsername",
+                                     L"BDIConnectionPassword", L"BDIConnectionUsername", L"BDIConnectionUserDn"}) {
+        markSensitive(key);
+    }
+}
+
+bool ScheduleModel::isSensitive(const std::wstring& key) const {
+    const auto isMarked = [this](const std::wstring* name) {
+        return name != nullptr && sensitive.count(folded(*name)) != 0;
+    };
+    return isMarked(&key) || isMarked(ChainOracle::currentNameOf(key)) || isMarked(ChainOracle::oldNameOf(key));
+}
+
+void ScheduleModel::addCopies(const std::wstring& list) {
+    for (std::size_t place = 0; place < list.size();) {
+        const std::size_t colon = list.find(L':', place);
+        const std::size_t end = list.find(L';', colon);
+        const auto copy = std::make_shared<ModelStore>();
+        copy->name = copyOf(narrow(list.substr(place, colon - place)));
+        copy->priority = std::stoi(list.substr(colon + 1, end - colon - 1));
+        copy->readOnly = true;
+        copy->local = true;
+        if (const auto file = copies.find(copy->name); file != copies.end()) {
+            putAll(*copy, file->second);
+        }
+        cached[folded(copy->name)] = copy;
+        place = end + 1;
+    }
 }
 
 void ScheduleModel::readLinkFile() {
     provisioning->entries.clear();
     if (const auto file = copies.find(linkFile); file != copies.end()) {
-        for (const auto& [key, text] : file->second) {
-            provisioning->put(std::wstring(key.begin(), key.end()), std::wstring(text.begin(), text.end()));
-        }
+        putAll(*provisioning, file->second);
     }
     linkUnwritten = false;
 }
@@ -64,12 +102,14 @@ void ScheduleModel::dropOutside(bool localToo) {
 
 void ScheduleModel::boot() {
     user->entries.clear();
-    for (const auto& [key, text] : userFile) {
-        user->put(std::wstring(key.begin(), key.end()), std::wstring(text.begin(), text.end()));
-    }
+    putAll(*user, userFile);
     memory->entries.clear();
     outside.clear();
+    cached.clear();
+    beginMarks();
     readLinkFile();
+    const auto list = user->entries.find(folded(copiesKey));
+    addCopies(list == user->entries.end() ? std::wstring() : list->second.text);
     started = usersFilesIn = hearsOfPower = true;
     userDestroyed = sourceOn = serverIn = writeFailed = false;
 }
@@ -93,6 +133,7 @@ void ScheduleModel::refresh() {
 
 void ScheduleModel::resetData() {
     dropOutside(true);
+    cached.clear();
     user->entries.clear();
     userFile.clear();
     writeFailed = false;
@@ -109,8 +150,10 @@ std::vector<std::string> ScheduleModel::members() const {
     if (serverIn) {
         names.emplace_back("tftpconfigstore");
     }
-    for (const auto& [name, store] : outside) {
-        names.push_back(name);
+    for (const auto* const stores : {&outside, &cached}) {
+        for (const auto& [name, store] : *stores) {
+            names.push_back(name);
+        }
     }
     std::sort(names.begin(), names.end());
     return names;

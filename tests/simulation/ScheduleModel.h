@@ -3,6 +3,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,7 @@ namespace simulation {
 /// A store's entries as a file holds them.
 FileEntries asFileEntries(const ModelStore& store);
 
-/// What the stores and the files of a module ought to hold, whatever the order of the steps. The server's store and the
-/// copies in the chain are taken as they are; their files are not.
+/// What the stores and the files of a module ought to hold, whatever the order of the steps.
 struct ScheduleModel {
     using StorePtr = ChainOracle::StorePtr;
 
@@ -29,10 +29,20 @@ struct ScheduleModel {
     void refresh();
     void resetData();
 
+    /// The stores of the listed copies come into the chain, and read their files.
+    /// @param list "name:priority;" for each.
+    void addCopies(const std::wstring& list);
+
+    /// A key of which no copy may hold the value, under either name, from now on.
+    void markSensitive(const std::wstring& key) { sensitive.insert(folded(key)); }
+
+    /// Whether the key is marked, under this name or the other one.
+    bool isSensitive(const std::wstring& key) const;
+
     /// The user's values as their file would hold them.
     FileEntries userEntries() const { return asFileEntries(*user); }
 
-    /// Names of the stores that the chain must hold, folded, but for the copies.
+    /// Names of the stores that the chain must hold, folded.
     std::vector<std::string> members() const;
 
     StorePtr user;
@@ -40,6 +50,8 @@ struct ScheduleModel {
     StorePtr provisioning;
     StorePtr defaults;
     std::map<std::string, StorePtr> outside;  ///< by folded name
+    std::map<std::string, StorePtr> cached;   ///< the copies in the chain, by folded name
+    std::set<std::wstring> sensitive;         ///< folded, as marked in this process
 
     bool started = true;         ///< the feature set
     bool usersFilesIn = true;    ///< the user's file and the override are in the chain
@@ -54,12 +66,14 @@ struct ScheduleModel {
     bool linkUnwritten = false;                 ///< the store of the links holds what its file does not
 
     static const char* const linkFile;
-    static const char* const serverStore;  ///< its name in the chain
+    static const char* const serverStore;   ///< its name in the chain
+    static const wchar_t* const copiesKey;  ///< whose value lists the copies
 
     /// The name of the file that holds the copy of a store.
     static std::string copyOf(const std::string& storeName) { return "cached" + storeName + ".xml"; }
 
 private:
+    void beginMarks();
     void readLinkFile();
     void dropOutside(bool localToo);
 };

@@ -97,6 +97,7 @@ std::optional<std::string> ScheduledWorld::apply(const ScheduleStep& step) {
 
 void ScheduledWorld::perform(const ScheduleStep& step) {
     const bool former = host_.dispatcher().checkForUpdateAccess();
+    const std::weak_ptr<TftpConfigStore> before = host_.adapter().getTftpConfigStore();
     host_.dispatcher().setOnDispatcher(step.onDispatcher);
     std::vector<ScheduleStep> formerMeanwhile = std::exchange(meanwhile_, step.meanwhile);
     if (step.act <= Act::EndTransfer || step.act >= Act::AnswerVersion) {
@@ -108,6 +109,7 @@ void ScheduledWorld::perform(const ScheduleStep& step) {
     }
     meanwhile_ = std::move(formerMeanwhile);
     host_.dispatcher().setOnDispatcher(former);
+    noteErrands(before);
     takeOverWhatTheModuleWrites();
     if (std::exchange(joined_, false)) {
         applyPolicies();
@@ -143,9 +145,7 @@ void ScheduledWorld::performByThread(const ScheduleStep& step) {
         host_.dispatcher().runOne();
         break;
     case Act::RunPool:
-        if (const std::size_t waiting = host_.pool().waiting(); waiting > 0) {
-            host_.pool().runOne(step.index % waiting);
-        }
+        runPool(step.index);
         break;
     case Act::PersistWithoutDescriptors:
         if (!host_.disk().isThere()) {
@@ -174,12 +174,53 @@ void ScheduledWorld::performByThread(const ScheduleStep& step) {
     }
 }
 
+void ScheduledWorld::noteErrands(const std::weak_ptr<TftpConfigStore>& before) {
+    // Only the store of the source that is on hears of details; a step that switches it off may begin with a change.
+    while (errands_.size() < host_.pool().waiting()) {
+        errands_.push_back(before.expired() ? host_.adapter().getTftpConfigStore() : before);
+    }
+}
+
+void ScheduledWorld::noteTransfersOf(const std::shared_ptr<TftpConfigStore>& store) {
+    for (const auto& transfer : host_.transport().running()) {
+        transfers_.try_emplace(transfer.number, store);
+    }
+}
+
+void ScheduledWorld::noteWhetherAddressesRanOut(const TftpConfigStore& store) {
+    // Without a file a cycle ends in no other way.
+    if (store.queryState() == TftpConfigStore::FINISHED) {
+        served_[&store].clear();
+    }
+}
+
+void ScheduledWorld::runPool(std::size_t index) {
+    const std::size_t waiting = host_.pool().waiting();
+    if (waiting == 0) {
+        return;
+    }
+    const std::shared_ptr<TftpConfigStore> store(errands_.at(index % waiting));
+    errands_.erase(errands_.begin() + static_cast<std::ptrdiff_t>(index % waiting));
+    host_.pool().runOne(index % waiting);
+    noteTransfersOf(store);
+    noteWhetherAddressesRanOut(*store);
+}
+
 void ScheduledWorld::endTransfer(const ScheduleStep& step) {
     const auto running = host_.transport().running();
-    if (!running.empty()) {
-        host_.transport().complete(running[step.index % running.size()].number,
-                                   downloadDocuments().at(step.document).text,
-                                   static_cast<fakes::ScriptedHttpTransport::Result>(step.result));
+    if (running.empty()) {
+        return;
+    }
+    const std::uint64_t number = running[step.index % running.size()].number;
+    const std::shared_ptr<TftpConfigStore> store(transfers_.at(number));
+    const bool isTaken = step.result == 0 && store->queryState() != TftpConfigStore::RESTART_PENDING;
+    const DownloadDocument& document = downloadDocuments().at(step.document);
+    host_.transport().complete(number, document.text, static_cast<fakes::ScriptedHttpTransport::Result>(step.result));
+    if (isTaken) {
+        serve(*store, document);
+    } else {
+        noteTransfersOf(store);
+        noteWhetherAddressesRanOut(*store);
     }
 }
 
@@ -194,6 +235,9 @@ void ScheduledWorld::onInjected() {
     heardSoFar_ = 0;
     silenced_.clear();
     remembered_.clear();
+    served_.clear();
+    errands_.clear();
+    transfers_.clear();
     const auto values = host_.service().getAllConfig();
     for (const auto& value : *values) {
         live_->adopt(stateOf(*value));
@@ -223,7 +267,8 @@ void ScheduledWorld::onDownload(const std::shared_ptr<TftpConfigStore>& store, b
     model_.serverIn = model_.serverIn || isFirst;
     joined_ = joined_ || isFirst;
     downloaded_ = true;
-    keepCopy(ScheduleModel::copyOf(ScheduleModel::serverStore), picture(*store));
+    keepCopy(ScheduleModel::copyOf(ScheduleModel::serverStore), *serversStore(*store));
+    listCopy(ScheduleModel::serverStore, store->getPriority() + 200);
 }
 
 void ScheduledWorld::onHeard(int watcher, Property property, const ConfigValue& value) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "ChainOracle.h"
+#include "DownloadScripts.h"
 #include "LiveOracle.h"
 #include "PropertyWatcher.h"
 #include "ScheduleModel.h"
@@ -26,7 +27,9 @@ using ScheduleTally = std::map<std::string, std::uint64_t>;
 ///  - an operation has answered, and has had the chain report, what the oracle of the chain says;
 ///  - every report said what the stores gave for the key at that very moment;
 ///  - every live value and every notification is what the oracle of the live values says of the reports so far;
-///  - every store holds what it ought to, and the chain holds the stores that it ought to, in order;
+///  - every store holds what was set, what a server has delivered, or what the file of the copy held; but for the flags
+///    and the server's version, which the module sets in memory by itself, and which are taken as they are;
+///  - the chain holds the stores that it ought to, copies included, in order;
 ///  - the user's file is the one before the step or the one after it, and so are the copies, without a secret.
 /// At quiet moments, when nothing waits or runs:
 ///  - every live value is what the chain answers, but where the chain keeps silent by its rules, and nothing that was
@@ -73,6 +76,7 @@ private:
     void powerDown();
     void switchSourceOn();
     void startAnew(bool shutDown);
+    void runPool(std::size_t index);
     void endTransfer(const ScheduleStep& step);
     void takeMeanwhile();
 
@@ -84,17 +88,27 @@ private:
     void onDownload(const std::shared_ptr<TftpConfigStore>& store, bool isFirst);
     void onHeard(int watcher, Property property, const ConfigValue& value);
 
+    // The downloads of the server's file.
+
+    void noteErrands(const std::weak_ptr<TftpConfigStore>& before);
+    void noteTransfersOf(const std::shared_ptr<TftpConfigStore>& store);
+    void noteWhetherAddressesRanOut(const TftpConfigStore& store);
+    void serve(TftpConfigStore& store, const DownloadDocument& document);
+
     // The mirror of the chain.
 
     std::vector<ChainOracle::StorePtr> mirror();
+    ChainOracle::StorePtr serversStore(ConfigStore& store) const;
     ModelStore picture(ConfigStore& store) const;
-    void takeOver(ModelStore& store, const std::vector<std::wstring>& keys);
     void takeOverWhatTheModuleWrites();
     void applyPolicies();
     void noteSilentWrite(const std::wstring& key);
     void noteSilence(const std::wstring& key);
     void noteSilentChanges();
     void keepCopy(const std::string& name, const ModelStore& store);
+    std::wstring listOfCopies();
+    void listCopy(const std::string& storeName, int priority);
+    void unlistCopy(const std::string& storeName);
 
     // Checks.
 
@@ -137,7 +151,10 @@ private:
     bool downloaded_ = false;          ///< the server's store told of a file during the step under way
     bool disturbed_ = false;           ///< the disk was at fault during the step under way
     std::set<std::wstring> silenced_;  ///< keys of which the chain has not told the newest, folded
-    std::map<std::string, ModelEntries> remembered_;  ///< what the stores held that change in silence
+    std::map<std::string, ModelEntries> remembered_;       ///< what the stores held that change in silence
+    std::map<const ConfigStore*, ModelEntries> served_;    ///< what the stores of the server's file ought to hold
+    std::vector<std::weak_ptr<TftpConfigStore>> errands_;  ///< whose the tasks are that wait for the pool
+    std::map<std::uint64_t, std::weak_ptr<TftpConfigStore>> transfers_;  ///< whose they are, by their numbers
 };
 
 }  // namespace simulation

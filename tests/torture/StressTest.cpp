@@ -24,6 +24,7 @@ namespace {
 constexpr std::uint64_t THREADS = 8;
 constexpr std::uint64_t STEPS = 150;  // of each thread, in one round
 constexpr std::chrono::minutes PATIENCE{3};
+constexpr std::uint64_t FEWEST_ROUNDS_IN_CHECK = 40;  // enough for every deed; a replay has one
 
 /// A client on the dispatcher thread: it comes and goes as an observer of live values, and does something about some of
 /// the changes from inside their notifications.
@@ -267,12 +268,13 @@ void expectEveryDeed() {
 TEST(Stress, OfEightThreadsEndsInOrderAndLeavesNothingBehind) {
     // Half a minute where somebody looks on who knows data races. What takes a tenth of the rounds with a sanitizer is
     // not meant here.
-    const std::uint64_t rounds = *nameOfBuild() != '\0' ? 100 : 40;
+    const std::uint64_t rounds = *nameOfBuild() != '\0' ? 100 : FEWEST_ROUNDS_IN_CHECK;
     Trial trial("stress", "steps", rounds * 10 / simulation::sequences(10), 500);
     trial.remark(nameOfBuild());
     support::Watchdog watchdog(PATIENCE);
     Harvest harvest;
-    while (trial.nextRound()) {
+    std::uint64_t done = 0;
+    for (; trial.nextRound(); ++done) {
         auto storm = std::make_unique<Storm>(watchdog, trial.random()());
         trial.tried(THREADS * STEPS);
         if (const std::string complaint = storm->complaint(); !complaint.empty()) {
@@ -285,8 +287,10 @@ TEST(Stress, OfEightThreadsEndsInOrderAndLeavesNothingBehind) {
             trial.lost("something of the module has outlived its end", "");
         }
     }
-    harvest.expectSome();
-    expectEveryDeed();
+    if (done >= FEWEST_ROUNDS_IN_CHECK) {
+        harvest.expectSome();
+        expectEveryDeed();
+    }
 }
 
 class WatchdogDeathTest : public testing::Test {};
