@@ -228,6 +228,7 @@ void addSizes(Attacks& all) {
     all.push_back({"a huge name of an element", "", "<" + times(1'100'000, "x123456789") + "/>", "yes", {}});
     all.push_back({"a huge name of an attribute", "", "<x " + times(1'100'000, "x123456789") + "=''/>", "yes", {}});
     all.push_back({"a hundred thousand long names", "", numbered(100'000, "<x" + times(100, "y"), "/>"), "yes", {}});
+    all.push_back({"a million names", "", numbered(1'000'000, "<a", "/>"), "yes", {}});
     all.push_back({"a huge attribute beside a document type",
                    documentType(""),
                    "<x a='" + times(1'100'000, digits) + "'/>",

@@ -272,6 +272,27 @@ TEST_F(HostileDocuments, AreReadWithAThousandDeclaredAttributes) {
     EXPECT_EQ(readServerForm(document(1000, 201)), Map{}) << "each element costs a million comparisons";
 }
 
+TEST_F(HostileDocuments, AreReadWithAQuarterOfAMillionNames) {
+    const auto document = [](std::size_t names) {
+        return "<r><G><K>1</K></G>" + manyOf(names, "<a", "/>") + "<G><L>2</L></G></r>";
+    };
+    EXPECT_EQ(readServerForm(document(261'000)), (Map{{L"k", L"1"}, {L"l", L"2"}}));
+    EXPECT_EQ(readServerForm(document(264'000)), Map{});
+    std::vector<XmlProblem> problems;
+    EXPECT_EQ(readXmlFile(write("server.xml", document(264'000)), problems), nullptr);
+    ASSERT_FALSE(problems.empty());
+    EXPECT_EQ(problems.front().text, "more than 262144 different names");
+}
+
+TEST_F(HostileDocuments, AreToldOfInTheLogWithTheLimitThatTheyBreak) {
+    EXPECT_EQ(readServerForm("<r>\n<G" + manyOf(5000, " a", "=''") + "/></r>"), Map{});
+    const std::vector<Line> lines = linesOf(log_, "XmlDocument");
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines.front().level, 3);
+    EXPECT_EQ(lines.front().text, "XML document is refused: " + world_.directory().path("server.xml") +
+                                      ":2: an element has more than 1000 attributes");
+}
+
 TEST_F(HostileDocuments, TellOfTheLimitThatTheyBreak) {
     std::string text = "<r>\n<G";
     text.append(manyOf(5000, " a", "=''")).append("/></r>");

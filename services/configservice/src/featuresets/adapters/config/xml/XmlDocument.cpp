@@ -14,6 +14,7 @@
 
 #include "InputFile.h"
 #include "quill/XmlUtils.h"
+#include "tessel/TesselLogger.h"
 
 namespace {
 
@@ -24,9 +25,11 @@ constexpr int deepestElement = 256;
 constexpr int elementsAroundAnEntry = 2;
 
 // Limits of our own: libxml2 compares each attribute of an element, those that a declaration adds included, with all
-// others of it, each declaration with all others, and looks each prefix up among all namespaces in scope.
+// others of it, each declaration with all others, and looks each prefix up among all namespaces in scope. Its table of
+// names stops growing at some ten thousand, so that each further name is compared with more and more others.
 constexpr int mostAttributes = 1'000;
 constexpr int mostNamespaces = 256;
+constexpr int mostNames = 262'144;
 constexpr std::uint64_t mostComparisons = 200'000'000;
 
 constexpr std::size_t mostProblems = 1'000;
@@ -53,6 +56,7 @@ struct Receivers {
 /// One reading of a document; the parser's _private.
 struct Reading {
     const Source& source;
+    const std::string& name;  ///< of the document
     Receivers receivers;
     xmlParserCtxt* parser = nullptr;
     bool tellsOfLimits = true;
@@ -99,8 +103,15 @@ void collectProblem(void* context, xmlError* error) {
 
 /// @param limit null: it has been told.
 void tellOfLimit(Reading& reading, const char* limit) {
-    if (reading.receivers.problems != nullptr && limit != nullptr) {
-        reading.receivers.problems->push_back({true, xmlSAX2GetLineNumber(reading.parser), 0, limit});
+    if (limit == nullptr) {
+        return;
+    }
+    const int line = xmlSAX2GetLineNumber(reading.parser);
+    if (reading.receivers.problems != nullptr) {
+        reading.receivers.problems->push_back({true, line, 0, limit});
+    } else {
+        TesselLog(TesselLogger_getLogger("XmlDocument"), 3, __FILE__, __LINE__, "readXmlFile",
+                  "XML document is refused: " + reading.name + ":" + std::to_string(line) + ": " + limit);
     }
 }
 
@@ -236,9 +247,13 @@ void handEntriesOver(xmlParserCtxt& parser, XmlEntryReceiver& receiver) {
     parser.sax->cdataBlock = keepCdataOfEntries;
 }
 
-/// What is wrong with the start tag that is being read; null if nothing is. The parser's list of attributes has five
-/// places for each, is made twice as long as it must be, and never gets shorter; that of namespaces has two for each.
+/// What is wrong with the start tag that is being read, or with the names until there; null if nothing is. The parser's
+/// list of attributes has five places for each, is made twice as long as it must be, and never gets shorter; that of
+/// namespaces has two for each.
 const char* excessOf(const xmlParserCtxt& parser) {
+    if (xmlDictSize(parser.dict) > mostNames) {
+        return "more than 262144 different names";
+    }
     constexpr int placesForMost = 2 * (5 * mostAttributes + 10);
     if (parser.maxatts > placesForMost) {
         return tooManyAttributes;
@@ -268,7 +283,7 @@ std::shared_ptr<xmlDoc> readOnce(const Source& source, const std::string& baseNa
     if (parser == nullptr) {
         return nullptr;
     }
-    Reading reading{source, receivers, parser.get()};
+    Reading reading{source, baseName, receivers, parser.get()};
     reading.mostUndeclaredReferences = fewReferences + size / shortestReference;
     parser->_private = &reading;
     parser->sax->startElementNs = startElement;
