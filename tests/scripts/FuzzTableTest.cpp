@@ -1,0 +1,74 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "fakes/TemporaryDirectory.h"
+#include "support/ChildProcess.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A tree with scripts/fuzz and one target, which is a script of the test's own.
+class FuzzTable : public testing::Test {
+protected:
+    FuzzTable() {
+        fs::create_directories(directory_.path("scripts"));
+        fs::create_directories(directory_.path("fuzz/corpus/chain-file"));
+        fs::copy(fs::path(CORVID_SOURCE_DIRECTORY) / "scripts/fuzz", directory_.path("scripts/fuzz"));
+        writeScript("bin/cmake", "");
+    }
+
+    void writeScript(const std::string& name, const std::string& text) const {
+        fs::permissions(directory_.write(name, "#!/bin/bash\n" + text + "\n"), fs::perms::owner_all);
+    }
+
+    /// @param text what is printed of the run with short inputs; of that with long ones more memory each time.
+    void targetPrints(const std::string& text) const {
+        writeScript("build/fuzz/fuzz/fuzz_chain_file", "case \"$*\" in\n*-max_len=1024*) cat <<'END'\n" + text +
+                                                           "END\n;;\n*) cat <<'END'\n" + longInputs + "END\n;;\nesac");
+    }
+
+    support::Ended fuzz() const {
+        return support::runProgram({directory_.path("scripts/fuzz"), "--runs", "2000", "chain-file"},
+                                   {.environment = {{"PATH", directory_.path("bin") + ":/usr/bin:/bin"}}});
+    }
+
+    static constexpr const char* longInputs =
+        "#199\tNEW    cov: 9 ft: 9 corp: 1/1b exec/s: 0 rss: 300Mb L: 1/1 MS: 1 -\n"
+        "Done 200 runs in 1 second(s)\n"
+        "stat::number_of_executed_units: 200\n"
+        "stat::average_exec_per_sec:     100\n"
+        "stat::peak_rss_mb:              301\n";
+
+    const fakes::TemporaryDirectory directory_;
+};
+
+constexpr const char* endOfShortInputs = "#1000\tDONE   cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 500 rss: 94Mb\n"
+                                         "Done 1000 runs in 2 second(s)\n"
+                                         "stat::number_of_executed_units: 1000\n"
+                                         "stat::average_exec_per_sec:     500\n"
+                                         "stat::peak_rss_mb:              95\n";
+
+TEST_F(FuzzTable, TellsByHowMuchTheMemoryGrewOnceTheTargetWasWarm) {
+    targetPrints(std::string("INFO: seed corpus: files: 9 min: 3b max: 44b total: 111b rss: 41Mb\n"
+                             "#50\tNEW    cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 0 rss: 45Mb L: 4/4 MS: 1 -\n"
+                             "#128\tpulse  cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 64 rss: 60Mb\n"
+                             "#150\tREDUCE cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 64 rss: 70Mb L: 4/4 MS: 1 -\n"
+                             "#512\tpulse  cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 64 rss: 99Mb\n"
+                             "#950\tNEW    cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 64 rss: 86Mb L: 4/4 MS: 1 -\n") +
+                 endOfShortInputs);
+    const support::Ended ended = fuzz();
+    EXPECT_THAT(ended.out, testing::HasSubstr("| target | executions | each second | memory (growth) | found |\n"));
+    EXPECT_THAT(ended.out, testing::HasSubstr("| `chain-file` | 1200 | 300 | 301 MiB (+25) | nothing |\n"));
+    EXPECT_EQ(ended.status, 0) << ended.error;
+}
+
+TEST_F(FuzzTable, TellsNoGrowthOfARunThatIsTooShort) {
+    targetPrints(endOfShortInputs);
+    EXPECT_THAT(fuzz().out, testing::HasSubstr("| `chain-file` | 1200 | 300 | 301 MiB (?) | nothing |\n"));
+}
+
+}  // namespace
