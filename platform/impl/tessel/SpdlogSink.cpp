@@ -41,13 +41,12 @@ spdlog::level::level_enum spdlogLevel(int level) {
     }
 }
 
-/// Opens a file once before spdlog does, which would make it with a wider mode and follow any link.
-/// @return 0 or an errno.
-int prepareFile(const std::string& path) {
+/// Opens a file before spdlog does, which would make it with a wider mode and follow any link.
+/// @return its descriptor, for the caller to close; -1 on failure.
+int openFirst(const std::string& path) {
     int descriptor = -1;
-    const int error = QuillCoreUtils::openForAppending(path, O_WRONLY, descriptor);
-    const QuillCoreUtils::FileDescriptor file(descriptor);
-    return error;
+    QuillCoreUtils::openForAppending(path, O_WRONLY, descriptor);
+    return descriptor;
 }
 
 }  // namespace
@@ -111,7 +110,10 @@ std::shared_ptr<SpdlogSink> SpdlogSink::toStandardError(bool colours, bool clear
 }
 
 std::shared_ptr<SpdlogSink> SpdlogSink::toFile(const std::string& path) {
-    if (prepareFile(path) != 0) {
+    // Kept until spdlog has opened it too: whoever reads a pipe would find its end between the two, and spdlog would
+    // wait for another reader.
+    const QuillCoreUtils::FileDescriptor file(openFirst(path));
+    if (!file.isOpen()) {
         return nullptr;
     }
     try {
