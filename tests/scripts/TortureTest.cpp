@@ -110,6 +110,45 @@ TEST_F(Torture, TakesATrialThatTriesNothingForAFailure) {
     EXPECT_EQ(torture({"network"}).status, 1);
 }
 
+TEST_F(Torture, TakesATrialForAFailureWhoseScriptTriesNothing) {
+    // A row of none is not enough, whatever it says besides, and no row still less.
+    const auto failsAt = [this](const std::string& name, const std::string& by) {
+        const support::Ended ended = torture({"--minutes", "1", name});
+        EXPECT_EQ(ended.status, 1) << name;
+        EXPECT_THAT(rowsOf(ended), testing::EndsWith("| ? | 1 or more | - | nothing was tried by " + by +
+                                                     ": see build/torture/" + name + ".log |\n"));
+        EXPECT_THAT(ended.error, HasSubstr("torture: " + name + " failed: "));
+    };
+    script("scripts/mutate", "echo 'seed 5'; echo '| all | 0 | 0, 0.0 % |'");
+    failsAt("mutants", "scripts/torture/mutants");
+    script("scripts/fuzz", "echo 'seed 5'; echo '| `local-file` | 0 | 0 | 82 MiB | nothing |'");
+    failsAt("fuzz", "scripts/torture/fuzz");
+    script("scripts/coverage", "");
+    failsAt("coverage", "scripts/torture/coverage");
+    script("scripts/run-helgrind", R"(printf 'helgrind\ttests\t0\t0\t-\thost_tests\n' >>"$CORVID_TORTURE_TABLE")");
+    failsAt("helgrind", "scripts/run-helgrind");
+}
+
+TEST_F(Torture, CountsAProgramThatRunsNoTestUnderTheDetectorAsAComplaint) {
+    fs::copy(fs::path(CORVID_SOURCE_DIRECTORY) / "scripts/run-helgrind", directory_.path("scripts/run-helgrind"));
+    // As valgrind, and a test program of so many tests.
+    script("bin/valgrind", R"(
+for argument in "$@"; do
+  case "$argument" in
+    --log-file=*) echo '==1== ERROR SUMMARY: 0 errors' >"${argument#*=}" ;;
+    */remote_tests) tests=0 ;;
+    --gtest_output=xml:*)
+      echo "<testsuites tests=\"${tests-7}\" failures=\"0\" disabled=\"0\" errors=\"0\">" >"${argument#*:}" ;;
+  esac
+done)");
+    const support::Ended ended = torture({"helgrind"});
+    const std::string row =
+        "| `helgrind` | test programs under a second detector of data races and of misused locks | ";
+    EXPECT_THAT(rowsOf(ended), HasSubstr(row + "0 tests | 1 | - | remote_tests |\n"));
+    EXPECT_THAT(rowsOf(ended), HasSubstr(row + "7 tests | 0 | - | host_tests |\n"));
+    EXPECT_EQ(ended.status, 1);
+}
+
 TEST_F(Torture, TakesATrialForWellThatSaysWhyItTriesNothing) {
     testsDo(R"(printf 'order\twrites\t0\t0\t7\tskipped\n' >>"$CORVID_TORTURE_TABLE")");
     const support::Ended ended = torture({"order"});

@@ -48,12 +48,14 @@ bool isReadableDirectory(const std::string& path) {
     return fs::is_directory(path, error) && access(path.c_str(), R_OK | X_OK) == 0;
 }
 
-/// Tries it, since much may be in the way; leaves nothing behind.
+/// Tries it, since much may be in the way; leaves nothing behind. A pipe or a device is not opened: whoever reads the
+/// pipe would find its end, and an open alone may start a watchdog, or make a terminal the process's own.
 bool isWritablePlace(const std::string& path) {
-    std::error_code error;
-    if (fs::is_block_file(path, error)) {
-        return false;  // a disk as a whole
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return (S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode)) && access(path.c_str(), W_OK) == 0;
     }
+    // Something else may have taken its place since then.
     const int existing = open(path.c_str(), O_WRONLY | O_APPEND | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     if (existing >= 0) {
         close(existing);

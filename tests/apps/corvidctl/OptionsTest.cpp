@@ -1,5 +1,12 @@
 #include "Tool.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
 #include "support/HeldPipe.h"
+#include "support/OpenedFiles.h"
 #include "support/Terminal.h"
 
 using testing::HasSubstr;
@@ -101,6 +108,29 @@ TEST_F(Tool, LogsToAFileInstead) {
     const support::Ended ended = run({"--log-file", directory_.path("log"), "get", "OnlyMine"});
     EXPECT_EQ(ended.error, "");
     EXPECT_THAT(directory_.read("log"), HasSubstr("File does not exist "));
+}
+
+TEST_F(Tool, OpensNoPipeOrDeviceThatTheLogMayGoToBeforeThereIsALog) {
+    const std::string document = directory_.write("a.xml", "<c/>");
+    const std::string pipe = directory_.path("pipe");
+    const support::HeldPipe held(pipe);
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    ASSERT_TRUE(terminal >= 0 && grantpt(terminal) == 0 && unlockpt(terminal) == 0);
+    const std::filesystem::path device = ptsname(terminal);
+    std::filesystem::create_symlink(device, directory_.path("link"));
+    support::OpenedFiles files(directory_.path());
+    support::OpenedFiles devices(device.parent_path());
+    for (const std::string& file : {pipe, directory_.path("link"), device.string()}) {
+        const support::Ended ended = run({"--log-file", file, "validate", document});
+        EXPECT_EQ(ended.status, 0) << ended.error;
+    }
+    const std::map<std::string, int> opened = files.take();
+    EXPECT_EQ(opened.count("a.xml"), 1U);
+    EXPECT_EQ(opened.count("pipe"), 0U);
+    EXPECT_EQ(devices.take().count(device.filename()), 0U);
+    close(open(device.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    EXPECT_EQ(devices.take().count(device.filename()), 1U) << "so an open would have been seen";
+    close(terminal);
 }
 
 TEST_F(Tool, SwitchesTheFipsRuleOn) {

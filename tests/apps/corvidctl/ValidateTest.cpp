@@ -195,6 +195,12 @@ TEST_F(Tool, ValidateReadsPropertiesByNameAndByContent) {
     EXPECT_EQ(asJson({"validate", document}, 1).at("valid"), false);
 }
 
+TEST_F(Tool, ValidateWarnsOfValuesThatDoNotSayWhatTheySeemTo) {
+    const std::string file = directory_.write("a.properties", "AllowUrlProvisioning:no\n");
+    EXPECT_THAT(run({"validate", file}).out,
+                HasSubstr("only \"false\" refuses provisioning links, this value allows them: AllowUrlProvisioning"));
+}
+
 TEST_F(Tool, ValidateTellsWhatBecomesOfABrokenLocalFile) {
     writeConfig("corvidLocalConfig.xml", "<Corvid>");
     const json findings = asJson({"validate", directory_.path("config/corvidLocalConfig.xml")}, 1).at("findings");

@@ -62,11 +62,19 @@ TEST_F(WrongUseTool, RefusesALogFileThatCannotBeOpened) {
     const std::string line = ": expected a file that can be written";
     const std::string dangling = directory_.path("dangling");
     std::filesystem::create_symlink(directory_.path("nowhere/log"), dangling);
-    const std::string pipe = directory_.path("pipe");  // nobody reads it
-    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    for (const std::string& file : {dangling, pipe, directory_.path(std::string(300, 'x')), directory_.path("new/")}) {
+    for (const std::string& file : {dangling, directory_.path(std::string(300, 'x')), directory_.path("new/")}) {
         expectRefused({"--log-file", file, "set", "A", "b"}, "--log-file '" + file + "'" + line);
     }
+}
+
+TEST_F(WrongUseTool, DoesNothingWhereNobodyReadsThePipeThatItsLogGoesTo) {
+    const std::string pipe = directory_.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const std::map<std::string, std::string> before = files();
+    const support::Ended ended = run({"--log-file", pipe, "set", "A", "b"});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.error, "corvidctl: the log file cannot be opened: " + pipe + "\n");
+    EXPECT_EQ(files(), before);
 }
 
 TEST_F(WrongUseTool, RefusesADirectoryInThePlaceOfAFileOfTheModule) {

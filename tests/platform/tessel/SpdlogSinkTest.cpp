@@ -3,9 +3,11 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <latch>
 #include <optional>
@@ -158,6 +160,23 @@ TEST_F(FileSink, FollowsALinkOfTheUsersOwn) {
     write(*sink_, 4, "text");
     sink_->flush();
     EXPECT_THAT(directory_.read("elsewhere"), MatchesRegex(".*text\n"));
+}
+
+TEST_F(FileSink, ShowsNoEndToWhoeverReadsThePipeItWritesTo) {
+    const std::string pipe = directory_.path("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const int events = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(events, pipe.c_str(), IN_OPEN | IN_CLOSE_WRITE), 0);
+    const auto sink = SpdlogSink::toFile(pipe);
+    ASSERT_NE(sink, nullptr);
+    // Nothing is opened behind a close. Two opens without anything between them are one event.
+    std::array<inotify_event, 4> seen{};
+    EXPECT_EQ(read(events, seen.data(), sizeof seen), static_cast<ssize_t>(2 * sizeof(inotify_event)));
+    EXPECT_EQ(seen[0].mask, IN_OPEN);
+    EXPECT_EQ(seen[1].mask, IN_CLOSE_WRITE);
+    close(events);
+    close(reader);
 }
 
 TEST_F(FileSink, DropsRecordsWhenNobodyTakesThemAndTellsHowMany) {

@@ -55,6 +55,16 @@ TEST(PropertiesInspector, WarnsOfALineWithoutAColon) {
     EXPECT_THAT(entriesOf("Key\nOther=1"), ElementsAre("1: Key=", "2: Other=1="));
 }
 
+TEST(PropertiesInspector, TellsOfLinesWithoutAColumn) {
+    for (const char* const contents : {"<a/>", "\xEF\xBB\xBFkey:1\nKEY:2\nkey:3\nnone\n:4\n \nc\xFF:5"}) {
+        const std::vector<Finding> findings = inspectProperties(contents).findings;
+        EXPECT_FALSE(findings.empty());
+        for (const Finding& finding : findings) {
+            EXPECT_EQ(finding.column, 0) << finding.text;
+        }
+    }
+}
+
 TEST(PropertiesInspector, HidesASecretThatHasBecomeAPartOfItsKey) {
     EXPECT_THAT(entriesOf("connectionPassword=s3cret\nBDIConnectionUserDn s3 cret\nAddtional_Info =s3cret"),
                 ElementsAre("1: connectionPassword=VALUE_HIDDEN=", "2: BDIConnectionUserDn VALUE_HIDDEN=",

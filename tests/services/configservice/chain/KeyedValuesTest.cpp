@@ -286,6 +286,29 @@ TEST(KeyFilter, RulesMostForeignKeysOut) {
     EXPECT_LT(wrong, 600);
 }
 
+TEST(KeyFilter, IsFullOnceItsAnswersHaveBecomeVagueAndNotBefore) {
+    KeyFilter filter;
+    std::vector<std::uint64_t> hashes;
+    for (int index = 0; index < 1000; ++index) {
+        const std::wstring key = L"key" + std::to_wstring(index);
+        hashes.push_back(FoldedKey(key).hash());
+    }
+    const std::vector<std::uint64_t> few(hashes.begin(), hashes.begin() + 50);
+    // Added again, a key makes nothing vaguer.
+    for (int round = 0; round < 100; ++round) {
+        for (const std::uint64_t hash : few) {
+            filter.add(KeyMark(hash));
+            ASSERT_FALSE(filter.isFull());
+        }
+    }
+    for (const std::uint64_t hash : hashes) {
+        filter.add(KeyMark(hash));
+    }
+    EXPECT_TRUE(filter.isFull());
+    filter.renew(few);
+    EXPECT_FALSE(filter.isFull());
+}
+
 TEST(KeyFilter, NeverRulesOutAHeldKeyWhileOthersAreAdded) {
     Keyed keyed;
     const std::wstring held = L"held";

@@ -193,5 +193,21 @@ TEST_F(LockThatIsHeldForEver, IsWaitedForWhileThereIsPatience) {
     EXPECT_EQ(timesTold(), 0u);
 }
 
+using LockOfAFolder = LockThatIsHeldForEver;
+
+TEST_F(LockOfAFolder, IsTakenInAProcessWithoutAStandardInput) {
+    EXPECT_EQ(support::runForked([&] {
+                  ::close(STDIN_FILENO);  // so that the folder gets its descriptor
+                  {
+                      const SiblingLock lock(folder_, SOON);
+                      if (isFree(folder_)) {
+                          return 1;
+                      }
+                  }
+                  return isFree(folder_) ? 0 : 2;
+              }),
+              0);
+}
+
 }  // namespace
 }  // namespace storetests
