@@ -25,6 +25,10 @@ if(CCACHE_PROGRAM)
     ${CCACHE_PROGRAM})
 endif()
 
+# Functions of libraries are looked up when a program starts, not at their first call: the loader would put what is in
+# the vector registers then, a piece of a secret that has just been copied say, on the stack, where nobody wipes it.
+add_link_options(-Wl,-z,relro -Wl,-z,now)
+
 set(CORVID_SANITIZERS "" CACHE STRING "Sanitizers of this build, as -fsanitize takes them")
 if(CORVID_SANITIZERS)
   add_compile_options(-fsanitize=${CORVID_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
