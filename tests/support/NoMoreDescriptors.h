@@ -1,37 +1,21 @@
 #pragma once
 
-#include <libxml/xmlerror.h>
-#include <sys/resource.h>
-
 namespace support {
 
-/// Lets this process open no file, until the XML library has told of what came of that if so wished. The library tells
-/// nobody else meanwhile.
+/// Lets this process open no file, as if it had no descriptors left (EMFILE), until the XML library has told of what
+/// came of that if so wished. The library tells nobody else meanwhile.
+///
+/// Stands in for the C library's open() and openat(), by which the module opens what it reads and writes: a sanitizer
+/// needs descriptors of its own all the time.
 class NoMoreDescriptors {
 public:
     enum class Until { ItIsTold, TheEnd };
 
-    explicit NoMoreDescriptors(Until until) {
-        getrlimit(RLIMIT_NOFILE, &before_);
-        const rlimit none{0, before_.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-        xmlSetGenericErrorFunc(this, until == Until::ItIsTold ? end : ignore);
-    }
-    ~NoMoreDescriptors() {
-        setrlimit(RLIMIT_NOFILE, &before_);
-        xmlSetGenericErrorFunc(nullptr, nullptr);
-    }
+    explicit NoMoreDescriptors(Until until);
+    ~NoMoreDescriptors();
 
     NoMoreDescriptors(const NoMoreDescriptors&) = delete;
     NoMoreDescriptors& operator=(const NoMoreDescriptors&) = delete;
-
-private:
-    static void ignore(void*, const char*, ...) {}
-    static void end(void* self, const char*, ...) {
-        setrlimit(RLIMIT_NOFILE, &static_cast<NoMoreDescriptors*>(self)->before_);
-    }
-
-    rlimit before_{};
 };
 
 }  // namespace support
