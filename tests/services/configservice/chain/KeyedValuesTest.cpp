@@ -309,6 +309,21 @@ TEST(KeyFilter, IsFullOnceItsAnswersHaveBecomeVagueAndNotBefore) {
     EXPECT_FALSE(filter.isFull());
 }
 
+TEST(KeyFilter, HasRoomForAsManyKeysAgainOnceItIsRenewed) {
+    KeyFilter filter;
+    std::vector<std::uint64_t> hashes;
+    for (int index = 0; index < 1400; ++index) {
+        const std::wstring key = L"key" + std::to_wstring(index);
+        hashes.push_back(FoldedKey(key).hash());
+    }
+    const auto middle = hashes.begin() + 700;
+    filter.renew({hashes.begin(), middle});
+    for (auto hash = middle; hash != hashes.end(); ++hash) {
+        filter.add(KeyMark(*hash));
+        ASSERT_FALSE(filter.isFull());
+    }
+}
+
 TEST(KeyFilter, NeverRulesOutAHeldKeyWhileOthersAreAdded) {
     Keyed keyed;
     const std::wstring held = L"held";
