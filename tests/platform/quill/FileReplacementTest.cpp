@@ -22,7 +22,6 @@
 #include "quill/FileUtils.h"
 #include "support/HeldPipe.h"
 #include "support/OpenedFiles.h"
-#include "support/OrdinaryUser.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -115,49 +114,6 @@ TEST_F(FileReplacement, OpensNothingToGrowButWhatIsAccepted) {
         EXPECT_EQ(errorOf("disk", Growing::Streams), EINVAL);
     }
     EXPECT_THAT(opened.take(), ElementsAre(testing::Pair("file", 1), testing::Pair("pipe", 1)));
-}
-
-/// Siblings of "to" that an ordinary user's process has left, and one that may not be opened.
-class StaleSiblings : public FileReplacement {
-protected:
-    void put(const std::string& name, mode_t mode, bool isTheUsers = true) {
-        directory_.write(name, "half");
-        const uid_t owner = isTheUsers ? ORDINARY_USER : 0;
-        if (geteuid() == 0) {
-            ASSERT_EQ(chown(path(name).c_str(), owner, owner), 0);
-        }
-        ASSERT_EQ(chmod(path(name).c_str(), mode), 0);
-    }
-
-    /// As an ordinary user, in a folder that anybody may write to.
-    void removeThem() {
-        fs::permissions(directory_.path(), fs::perms::all);
-        const support::OrdinaryUser user;
-        if (!user.wasRoot() || !user.isOrdinary()) {
-            GTEST_SKIP() << "files of two owners take root to make";
-        }
-        FileUtils::removeStaleSiblings(path("to"));
-    }
-
-    static constexpr uid_t ORDINARY_USER = 65534;
-};
-
-TEST_F(StaleSiblings, GoWhoseMakerDiedBeforeItCouldGiveThemTheirMode) {
-    put(".to.4711.1.new", 0);
-    put(".to.4711.2.new", 0200);
-    removeThem();
-    EXPECT_THAT(names(), IsEmpty());
-}
-
-TEST_F(StaleSiblings, OfSomebodyElsesAndWithOtherNamesKeepTheirModes) {
-    put(".to.4711.1.new", 0, false);
-    put("file", 0);
-    fs::create_hard_link(path("file"), path(".to.4711.2.new"));
-    fs::create_symlink("file", path(".to.4711.3.new"));
-    removeThem();
-    EXPECT_EQ(names().size(), 4U);
-    EXPECT_EQ(modeOf(".to.4711.1.new"), 0U);
-    EXPECT_EQ(modeOf("file"), 0U);
 }
 
 TEST_F(FileReplacement, CopiesIntoANewFileForTheOwnerOnly) {
@@ -304,42 +260,6 @@ TEST_F(FileReplacement, RefusesASourceThatIsNoFile) {
     EXPECT_FALSE(FileUtils::copyFile("/dev/zero", path("to"), false));
     EXPECT_EQ(directory_.read("to"), "old");
     EXPECT_THAT(names(), UnorderedElementsAre("to", "pipe"));
-}
-
-TEST_F(FileReplacement, RemovesWhatDeadProcessesLeftAndNothingElse) {
-    directory_.write("from", "new");
-    directory_.write(".to.1.1.new", "half");
-    directory_.write(".to." + std::to_string(getpid()) + ".999999.new", "half");
-    const std::vector<std::string> kept = {".to.new",         ".to.1.new",  ".to.1.x.new",
-                                           ".to.1.1.new.xml", "to.1.1.new", ".to.1..new",
-                                           ".other.1.1.new",  ".to..1.new", ".to.1.1.1.new"};
-    for (const std::string& name : kept) {
-        directory_.write(name, "kept");
-    }
-    EXPECT_TRUE(copy("from", "to"));
-    for (const std::string& name : kept) {
-        EXPECT_EQ(directory_.read(name), "kept") << name;
-    }
-    EXPECT_EQ(names().size(), kept.size() + 2);
-}
-
-TEST_F(FileReplacement, LeavesASiblingThatIsAtWork) {
-    directory_.write("from", "new");
-    SiblingFile other(path("to"));
-    ASSERT_EQ(other.create(), 0);
-    ASSERT_EQ(other.append("other"), 0);
-    EXPECT_TRUE(copy("from", "to"));
-    EXPECT_EQ(directory_.read("to"), "new");
-    EXPECT_EQ(other.becomeDestination(false), 0);
-    EXPECT_EQ(directory_.read("to"), "other");
-    EXPECT_THAT(names(), UnorderedElementsAre("from", "to"));
-}
-
-TEST_F(FileReplacement, NamesASiblingSoThatNoSearchForDocumentsFindsIt) {
-    SiblingFile sibling(path("to.xml"));
-    ASSERT_EQ(sibling.create(), 0);
-    EXPECT_THAT(names(), ElementsAre(testing::MatchesRegex("\\.to\\.xml\\.[0-9]+\\.[0-9]+\\.new")));
-    EXPECT_EQ(modeOf(names().front()), 0600U);
 }
 
 TEST_F(FileReplacement, LetsOnlyOneOfManyThreadsMakeANewFile) {
