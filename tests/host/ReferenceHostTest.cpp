@@ -38,6 +38,17 @@ void setValue(ReferenceHost& host, const std::wstring& key, const std::wstring& 
     host.runOnDispatcher([&] { host.service()->setConfig(key, value); });
 }
 
+/// What a host on the directory logs at that level from its start to its end.
+std::string logOfARun(const fakes::TemporaryDirectory& directory, int level) {
+    ReferenceHost::Options options = hostOptionsOn(directory);
+    options.logFile = directory.path("log");
+    options.logLevel = level;
+    ReferenceHost host(options);
+    EXPECT_TRUE(host.start());
+    host.stop();
+    return directory.read("log");
+}
+
 /// A well-formed document of which libxml2 says so many lines, one for each of it.
 std::string manyUnknownPrefixes(int count) {
     std::string elements;
@@ -248,13 +259,8 @@ TEST(ReferenceHost, SaysThatTheLogFileCannotBeOpened) {
 
 TEST(ReferenceHost, WritesTheLogToItsFile) {
     const fakes::TemporaryDirectory directory;
-    ReferenceHost::Options options = hostOptionsOn(directory);
-    options.logFile = directory.path("log");
-    options.logLevel = 3;
-    ReferenceHost host(options);
-    ASSERT_TRUE(host.start());
-    host.stop();
-    EXPECT_THAT(directory.read("log"), HasSubstr("File does not exist "));
+    const std::string log = logOfARun(directory, 3);
+    EXPECT_THAT(log, HasSubstr("File does not exist "));
 }
 
 TEST(ReferenceHost, SwitchesFipsMode) {
@@ -274,27 +280,15 @@ TEST(ReferenceHost, SwitchesFipsMode) {
 TEST(ReferenceHost, LogsWhatIsWrongWithADocument) {
     const fakes::TemporaryDirectory directory;
     const std::string document = directory.write("config/corvidLocalConfig.xml", "<Corvid>\n<a>\n</b>\n</Corvid>");
-    ReferenceHost::Options options = hostOptionsOn(directory);
-    options.logFile = directory.path("log");
-    options.logLevel = 3;
-    ReferenceHost host(options);
-    ASSERT_TRUE(host.start());
-    host.stop();
-    EXPECT_THAT(directory.read("log"),
-                HasSubstr(document + ":3: Opening and ending tag mismatch: ... line 2 and ...\n"));
+    const std::string log = logOfARun(directory, 3);
+    EXPECT_THAT(log, HasSubstr(document + ":3: Opening and ending tag mismatch: ... line 2 and ...\n"));
 }
 
 TEST(ReferenceHost, LogsTheFirstOfManyMistakesOfEachDocumentAndHowManyMoreThereAre) {
     const fakes::TemporaryDirectory directory;
     const std::string user = directory.write("config/corvidLocalConfig.xml", manyUnknownPrefixes(1000));
     directory.write("install/corvid-config-defaults.xml", manyUnknownPrefixes(20));
-    ReferenceHost::Options options = hostOptionsOn(directory);
-    options.logFile = directory.path("log");
-    options.logLevel = 3;
-    ReferenceHost host(options);
-    ASSERT_TRUE(host.start());
-    host.stop();
-    const std::string log = directory.read("log");
+    const std::string log = logOfARun(directory, 3);
     EXPECT_THAT(log, HasSubstr(user + ":20: Namespace prefix ... on ... is not defined\n"));
     EXPECT_THAT(log, testing::Not(HasSubstr(user + ":21:")));
     EXPECT_THAT(log, HasSubstr(user + ": further messages: 980\n"));
@@ -305,14 +299,9 @@ TEST(ReferenceHost, LogsTheFirstOfManyMistakesOfEachDocumentAndHowManyMoreThereA
 TEST(ReferenceHost, LogsNothingThatStandsInADocument) {
     const fakes::TemporaryDirectory directory;
     directory.write("config/corvid-config-user.xml", "<Corvid x='&s3cret;' y='\xFFs3cret'><s3cret></Corvid>");
-    ReferenceHost::Options options = hostOptionsOn(directory);
-    options.logFile = directory.path("log");
-    options.logLevel = 5;
-    ReferenceHost host(options);
-    ASSERT_TRUE(host.start());
-    host.stop();
-    EXPECT_THAT(directory.read("log"), HasSubstr("Entity '...' not defined"));
-    EXPECT_THAT(directory.read("log"), testing::Not(HasSubstr("s3cret")));
+    const std::string log = logOfARun(directory, 5);
+    EXPECT_THAT(log, HasSubstr("Entity '...' not defined"));
+    EXPECT_THAT(log, testing::Not(HasSubstr("s3cret")));
 }
 
 TEST(ReferenceHost, LeavesTheDiagnosticsOfDocumentsAsTheyWere) {

@@ -286,13 +286,19 @@ TEST(KeyFilter, RulesMostForeignKeysOut) {
     EXPECT_LT(wrong, 600);
 }
 
-TEST(KeyFilter, IsFullOnceItsAnswersHaveBecomeVagueAndNotBefore) {
-    KeyFilter filter;
+/// Of so many keys.
+std::vector<std::uint64_t> hashesOfKeys(int count) {
     std::vector<std::uint64_t> hashes;
-    for (int index = 0; index < 1000; ++index) {
+    for (int index = 0; index < count; ++index) {
         const std::wstring key = L"key" + std::to_wstring(index);
         hashes.push_back(FoldedKey(key).hash());
     }
+    return hashes;
+}
+
+TEST(KeyFilter, IsFullOnceItsAnswersHaveBecomeVagueAndNotBefore) {
+    KeyFilter filter;
+    const std::vector<std::uint64_t> hashes = hashesOfKeys(1000);
     const std::vector<std::uint64_t> few(hashes.begin(), hashes.begin() + 50);
     // Added again, a key makes nothing vaguer.
     for (int round = 0; round < 100; ++round) {
@@ -311,11 +317,7 @@ TEST(KeyFilter, IsFullOnceItsAnswersHaveBecomeVagueAndNotBefore) {
 
 TEST(KeyFilter, HasRoomForAsManyKeysAgainOnceItIsRenewed) {
     KeyFilter filter;
-    std::vector<std::uint64_t> hashes;
-    for (int index = 0; index < 1400; ++index) {
-        const std::wstring key = L"key" + std::to_wstring(index);
-        hashes.push_back(FoldedKey(key).hash());
-    }
+    const std::vector<std::uint64_t> hashes = hashesOfKeys(1400);
     const auto middle = hashes.begin() + 700;
     filter.renew({hashes.begin(), middle});
     for (auto hash = middle; hash != hashes.end(); ++hash) {
