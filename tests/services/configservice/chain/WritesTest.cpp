@@ -66,6 +66,16 @@ TEST_F(Writes, OfABurstArePersistedByItsFirstTaskAndThoseBehindItByTheNext) {
     EXPECT_TRUE(directory.exists("local.xml"));
 }
 
+TEST_F(Writes, OfTheOldVoicemailKeyComeToTheUsersFileUnderItsCurrentName) {
+    const fakes::TemporaryDirectory directory;
+    const auto file =
+        std::make_shared<LocalFileConfigStore>("LocalFileConfigStore", 20, directory.path(), "local.xml", false, false);
+    manager.addStore(file);
+    EXPECT_TRUE(manager.storeValue(L"vvm_Mailstore_Server_0", L"host"));
+    EXPECT_THAT(file->getKeys(), ElementsAre(L"VoicemailPrimaryServer"));
+    EXPECT_EQ(valueOf(L"VoicemailPrimaryServer"), L"host");
+}
+
 TEST_F(Writes, PersistTaskKeepsTheStoreAlive) {
     addQuietly({user});
     const std::weak_ptr<fakes::ScriptedStore> watched = user;

@@ -175,6 +175,24 @@ TEST_F(PropertyNotifierTest, LetsABoostCallbackDropTheLastReferenceToTheNotifier
     EXPECT_THAT(called, ElementsAre("standard"));
 }
 
+TEST_F(PropertyNotifierTest, LetsAStandardCallbackDropTheLastReferenceToTheNotifier) {
+    for (const bool isAlone : {true, false}) {
+        called.clear();
+        notifier = std::make_shared<PropertyNotifierImpl>();
+        addConnection([this] {
+            notifier.reset();
+            note("first")();
+        });
+        if (!isAlone) {
+            addConnection(note("second"));
+        }
+        PropertyNotifierImpl* const raw = notifier.get();
+        raw->fire();
+        EXPECT_EQ(called.size(), isAlone ? 1U : 2U);
+        EXPECT_EQ(notifier, nullptr);
+    }
+}
+
 TEST_F(PropertyNotifierTest, FiresAnewFromInsideACallback) {
     bool nested = false;
     connect([&] {
