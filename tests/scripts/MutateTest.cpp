@@ -38,13 +38,13 @@ protected:
 
     /// The mistakes that the tests find: sources with this text. They tell of each source that they have seen.
     void testsFind(const std::string& text) const {
-        const std::string source = directory_.path("build/mutants/tree/") + SOURCE;
+        const std::string source = directory_.path("build/mutants/tree-0/") + SOURCE;
         script("tests/configservice_chain_tests", "sed -n '2,3p' " + source + " >>" + directory_.path("seen") +
                                                       (text.empty() ? "" : "; ! grep -qF '" + text + "' " + source));
     }
 
     support::Ended mutate(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), directory_.path("scripts/mutate"));
+        arguments.insert(arguments.begin(), {directory_.path("scripts/mutate"), "--lanes", "1"});
         return support::runProgram(arguments, {.environment = {{"PATH", directory_.path("bin") + ":/usr/bin:/bin"}}});
     }
 
@@ -80,6 +80,46 @@ TEST_F(Mutate, TriesThoseAgainThatAnEarlierRunHasNotFound) {
     EXPECT_THAT(found.out, Not(HasSubstr("not found")));
     EXPECT_THAT(found.out, EndsWith("| all | 1 | 1, 100.0 % |\n"));
     EXPECT_EQ(found.status, 0);
+}
+
+TEST_F(Mutate, AsksTheTestsThatFoundAnotherMistakeFirst) {
+    const std::string asked = directory_.path("asked");
+    // Finds each mistake by one test, which says so when it is asked, whether alone or with all others.
+    const std::string source = directory_.path("build/mutants/tree-0/") + SOURCE;
+    script("tests/configservice_chain_tests",
+           "echo \"$@\" >>" + asked + "; cmp -s " + source + " " + directory_.path(SOURCE) +
+               " || { echo '[ RUN      ] A.Finds'; echo '[  FAILED  ] A.Finds (0 ms)'; exit 1; }");
+    const support::Ended ended = mutate({SOURCE});
+    EXPECT_EQ(ended.status, 0) << ended.error;
+    const std::string all = "--gtest_fail_fast --gtest_filter=*\n";
+    const std::string one = "--gtest_fail_fast --gtest_filter=A.Finds\n";
+    EXPECT_EQ(directory_.read("asked"), all + all + one + one);
+    EXPECT_THAT(directory_.read("build/mutants/verdicts.txt"),
+                HasSubstr("found by configservice_chain_tests A.Finds: " + std::string(SOURCE) + ":2: ;\n"));
+}
+
+TEST_F(Mutate, CountsATestThatDiesAsOneThatFinds) {
+    script("tests/configservice_chain_tests", "echo '[ RUN      ] A.Passes'; echo '[ RUN      ] A.Dies'; cmp -s " +
+                                                  directory_.path("build/mutants/tree-0/") + SOURCE + " " +
+                                                  directory_.path(SOURCE) + " || kill -SEGV $$");
+    EXPECT_EQ(mutate({SOURCE}).status, 0);
+    EXPECT_THAT(directory_.read("build/mutants/verdicts.txt"),
+                HasSubstr("found by configservice_chain_tests A.Dies: "));
+}
+
+TEST_F(Mutate, TriesEachMistakeOnceInHoweverManyLanes) {
+    const support::Ended ended = mutate({"--lanes", "3", SOURCE});
+    EXPECT_THAT(ended.out, EndsWith("| all | 3 | 0, 0.0 % |\n")) << ended.error;
+    for (const char* mistake : {"2: ;", "3: return isLost == false;", "3: return isLost != true;"}) {
+        EXPECT_THAT(ended.out, HasSubstr(line(mistake)));
+    }
+}
+
+TEST_F(Mutate, FailsWhereTheTestsFailWithoutAMistake) {
+    script("tests/configservice_chain_tests", "echo '[  FAILED  ] A.Fails (0 ms)'; exit 1");
+    const support::Ended ended = mutate({SOURCE});
+    EXPECT_THAT(ended.error, HasSubstr("mutate: configservice_chain_tests fails as it is: A.Fails\n"));
+    EXPECT_EQ(ended.status, 1);
 }
 
 TEST_F(Mutate, RefusesAListOfWhatAreNoMistakes) {
