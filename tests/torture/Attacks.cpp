@@ -108,6 +108,32 @@ void addEntities(Attacks& all) {
                    times(1000, "<OfServer/>"),
                    "yes",
                    {}});
+    all.push_back({"half a million values that an attribute may have",
+                   documentType("<!ATTLIST x a (v" + numbered(500'000, "|v", "") + ") #IMPLIED>"),
+                   "yes",
+                   "yes",
+                   {}});
+    all.push_back({"half a million notations that an attribute may name",
+                   documentType("<!ATTLIST x a NOTATION (n" + numbered(500'000, "|n", "") + ") #IMPLIED>"),
+                   "yes",
+                   "yes",
+                   {}});
+    all.push_back({"as many notations as a document type has room for",
+                   documentType("<!ATTLIST x a NOTATION (n" + numbered(4'000, "|n", "") + ") #IMPLIED>"),
+                   "yes",
+                   "yes",
+                   {}});
+    all.push_back({"attributes in an entity",
+                   documentType(entity("e", "<x" + numbered(100'000, " a", "=''") + "/>")),
+                   "&e;",
+                   "yes",
+                   {}});
+    all.push_back({"namespaces in an entity",
+                   documentType(entity("e", "<x" + numbered(100'000, " xmlns:a", "='u'") + "/>")),
+                   "&e;",
+                   "yes",
+                   {}});
+    all.push_back({"names in an entity", documentType(entity("e", numbered(300'000, "<a", "/>"))), "&e;", "yes", {}});
     all.push_back({"a thousand defaults for each of many elements",
                    documentType("<!ATTLIST x" + numbered(1000, " a", " CDATA 'x'") + ">"),
                    times(100'000, "<x/>"),

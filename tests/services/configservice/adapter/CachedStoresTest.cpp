@@ -19,6 +19,15 @@ protected:
         return store;
     }
 
+    /// Names so many stores.
+    static std::string listOf(int count) {
+        std::string list;
+        for (int number = 0; number < count; ++number) {
+            list += "S" + std::to_string(number) + ":240;";
+        }
+        return list;
+    }
+
     std::int32_t priorityOf(const std::string& name) const {
         const auto store = storeNamed(name);
         return store == nullptr ? -1 : store->getPriority();
@@ -71,6 +80,28 @@ TEST_F(CachedStores, TakeTheirPriorityFromTheListOr240) {
     EXPECT_EQ(priorityOf("cachedB.xml"), 240);
     EXPECT_EQ(priorityOf("cachednoColon.xml"), -1);
     EXPECT_EQ(priorityOf("cachedTwo.xml"), -1);
+}
+
+TEST_F(CachedStores, AreMadeOfEveryEntryOfAListOfTwoHundredAndFiftySix) {
+    writeLocal({{"PrimaryConfigStores", listOf(256)}});
+    inject();
+    EXPECT_THAT(chain(), Contains(HasSubstr("cached")).Times(256));
+    EXPECT_THAT(adapterLines(3), Not(Contains(HasSubstr("PrimaryConfigStores"))));
+}
+
+TEST_F(CachedStores, AreMadeOfTheEntriesOfALongerListThatHaveAFile) {
+    const std::string list = listOf(20'000) + "Z:241;";
+    writeLocal({{"PrimaryConfigStores", list}});
+    writeCache("cachedS100.xml", {{"key", "one"}});
+    writeCache("cachedZ.xml", {{"key", "the last one's"}, {"other", "two"}});
+    inject();
+    EXPECT_THAT(chain(), Contains(HasSubstr("cached")).Times(2));
+    EXPECT_EQ(get(L"key"), L"one");
+    EXPECT_EQ(get(L"other"), L"two");
+    EXPECT_EQ(get(L"PrimaryConfigStores"), QuillCoreUtils::toWideString(list)) << "what somebody has set stays";
+    EXPECT_THAT(
+        adapterLines(3),
+        Contains("listedStores: PrimaryConfigStores names 20001 stores: only the 2 that have a file are added"));
 }
 
 TEST_F(CachedStores, OfThePresenceServerAreThereWithoutAProductMode) {

@@ -272,6 +272,26 @@ TEST_F(HostileDocuments, AreReadWithAThousandDeclaredAttributes) {
     EXPECT_EQ(readServerForm(document(1000, 201)), Map{}) << "each element costs a million comparisons";
 }
 
+TEST_F(HostileDocuments, AreReadWithADocumentTypeOfThirtyTwoKibibytes) {
+    // One attribute, and no name of its own, so that no other limit counts them.
+    const auto document = [](std::size_t values) {
+        return "<!DOCTYPE r [<!ATTLIST x a (v" + manyOf(values, "|v", "") + ") #IMPLIED>]><r><G><K>1</K></G></r>";
+    };
+    EXPECT_EQ(readServerForm(document(4'000)), (Map{{L"k", L"1"}})) << "some 24 KiB";
+    EXPECT_EQ(readServerForm(document(8'000)), Map{}) << "some 48 KiB";
+    EXPECT_EQ(readServerForm(document(500'000)), Map{});
+    std::vector<XmlProblem> problems;
+    EXPECT_EQ(readXmlFile(write("server.xml", document(8'000)), problems), nullptr);
+    ASSERT_FALSE(problems.empty());
+    EXPECT_EQ(problems.front().text, "the document type declaration is longer than 32768 bytes");
+}
+
+TEST_F(HostileDocuments, AreReadWhereMarkupOfADocumentTypesLengthStandsElsewhere) {
+    const std::string comment = "<!--" + std::string(100'000, '|') + "-->";
+    EXPECT_EQ(readServerForm(comment + "<!DOCTYPE r [<!ENTITY e 'x'>]>" + comment + "<r><G><K>1</K></G></r>" + comment),
+              (Map{{L"k", L"1"}}));
+}
+
 TEST_F(HostileDocuments, AreReadWithAQuarterOfAMillionNames) {
     const auto document = [](std::size_t names) {
         return "<r><G><K>1</K></G>" + manyOf(names, "<a", "/>") + "<G><L>2</L></G></r>";

@@ -254,6 +254,7 @@ private:
 
     // Cached stores.
 
+    /// Of a list with more than 256 entries only those make stores that have a file.
     void InitialiseCachedConfigStores();
     void initialiseCachedPresenceStore(const std::wstring& storeName, const std::wstring& priority);
     void initialiseProvisioningStore();

@@ -26,6 +26,24 @@ bool isPresenceName(const std::wstring& name) {
     return QuillCoreUtils::caseInsensitiveStringEquals(name, ConfigStoreConstants::PRESENCE_CONFIG_STORE_NAME);
 }
 
+/// Of a longer list only the entries that have a file make stores: a server may name any number of them, and each
+/// lookup asks every store.
+constexpr std::size_t MOST_STORES_WITHOUT_A_FILE = 256;
+
+/// The entries of a list that make stores.
+ConfigMap listedStores(ConfigMap entries) {
+    const std::size_t count = entries.size();
+    if (count > MOST_STORES_WITHOUT_A_FILE) {
+        std::erase_if(entries, [](const auto& entry) {
+            return !FileUtils::fileExists(CacheFiles::path(CacheFiles::nameFor(QuillCoreUtils::toString(entry.first))));
+        });
+        TesselLog(TesselLogger_getLogger("ConfigAdapter"), 3, __FILE__, __LINE__, "listedStores",
+                  "PrimaryConfigStores names " + std::to_string(count) + " stores: only the " +
+                      std::to_string(entries.size()) + " that have a file are added");
+    }
+    return entries;
+}
+
 /// Asks the manager itself, so that nothing is logged before the start.
 std::wstring readQuietly(ConfigStoreManager& manager, const std::wstring& key) {
     std::wstring value;
@@ -63,7 +81,7 @@ void ConfigAdapter::InitialiseCachedConfigStores() {
         return;
     }
     const std::wstring list = readQuietly(*configStoreManager_, ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY);
-    const ConfigMap entries = getCachedConfigStorePrioityMap(list);
+    const ConfigMap entries = listedStores(getCachedConfigStorePrioityMap(list));
     for (const auto& [storeName, priority] : entries) {
         if (!isPresenceName(storeName)) {
             addCachedConfigStore(QuillCoreUtils::toString(storeName),
@@ -112,7 +130,7 @@ void ConfigAdapter::addCachedConfigStore(std::string storeName, int priority) {
 }
 
 void ConfigAdapter::addCachedConfigStores(const std::wstring& list) {
-    for (const auto& [storeName, priority] : getCachedConfigStorePrioityMap(list)) {
+    for (const auto& [storeName, priority] : listedStores(getCachedConfigStorePrioityMap(list))) {
         addCachedConfigStore(QuillCoreUtils::toString(storeName),
                              QuillCoreUtils::toInt(priority, DEFAULT_LISTED_PRIORITY));
     }

@@ -32,6 +32,10 @@ constexpr int mostNamespaces = 256;
 constexpr int mostNames = 262'144;
 constexpr std::uint64_t mostComparisons = 200'000'000;
 
+// It asks nobody between the values that an attribute may have, compares each with all before it, and calls itself for
+// each to give them back; nor between the attributes that stand in an entity. Both have room only in as many bytes.
+constexpr int longestDocumentType = 32'768;
+
 constexpr std::size_t mostProblems = 1'000;
 
 /// As many references as a document has room for, and a few more for those that it looks for twice.
@@ -61,6 +65,7 @@ struct Reading {
     xmlParserCtxt* parser = nullptr;
     bool tellsOfLimits = true;
     int attributeDeclarations = 0;
+    int bytesOfDocumentType = 0;
     std::uint64_t comparisons = 0;
     std::uintmax_t undeclaredReferences = 0;
     std::uintmax_t mostUndeclaredReferences = 0;
@@ -247,7 +252,8 @@ void handEntriesOver(xmlParserCtxt& parser, XmlEntryReceiver& receiver) {
     parser.sax->cdataBlock = keepCdataOfEntries;
 }
 
-/// What is wrong with the start tag that is being read, or with the names until there; null if nothing is. The parser's
+/// What is wrong with the start tag or the document type that is being read, or with the names until there; null if
+/// nothing is. The parser's
 /// list of attributes has five places for each, is made twice as long as it must be, and never gets shorter; that of
 /// namespaces has two for each.
 const char* excessOf(const xmlParserCtxt& parser) {
@@ -258,16 +264,24 @@ const char* excessOf(const xmlParserCtxt& parser) {
     if (parser.maxatts > placesForMost) {
         return tooManyAttributes;
     }
-    return parser.nsNr > 2 * mostNamespaces ? tooManyNamespaces : nullptr;
+    if (parser.nsNr > 2 * mostNamespaces) {
+        return tooManyNamespaces;
+    }
+    return readingOf(&parser).bytesOfDocumentType > longestDocumentType
+               ? "the document type declaration is longer than 32768 bytes"
+               : nullptr;
 }
 
 // Nobody is asked between two attributes of an element, but for the bytes that are yet to come. Here the parser must
-// not be stopped: an end within a start tag makes the document ill-formed.
+// not be stopped: an end within a start tag, or within a document type, makes the document ill-formed.
 int giveBytes(void* context, char* bytes, int most) {
     auto& reading = *static_cast<Reading*>(context);
     const char* const excess = excessOf(*reading.parser);
     if (excess == nullptr) {
-        return reading.source(bytes, most);
+        const int count = reading.source(bytes, most);
+        constexpr int inTheDocumentType = 1;
+        reading.bytesOfDocumentType += reading.parser->inSubset == inTheDocumentType ? count : 0;
+        return count;
     }
     if (std::exchange(reading.tellsOfLimits, false)) {
         tellOfLimit(reading, excess);

@@ -40,12 +40,13 @@ public:
 /// ends this second reading, so it gives an attacker no more room than the first.
 ///
 /// Beyond libxml2's own limits a document is refused of which an element has more than 1,000 attributes or 256
-/// namespaces in scope, that declares more than 1,000 attributes, of which many elements have hundreds of them, or that
-/// has more than 262,144 different names (of elements, attributes and what it declares): libxml2 compares each with
-/// many or all others, which may take it hours. So is one that refers to a parameter entity, of which a few lines may
-/// keep it busy for ever, and one whose entities repeat references to some that are not declared more often than a
-/// document of that size has room for, of which libxml2 would complain for hours. A compressed file is no document, and
-/// neither is a pipe, a socket or a device. Any thread.
+/// namespaces in scope, that declares more than 1,000 attributes, of which many elements have hundreds of them, of
+/// which the document type declaration is longer than 32,768 bytes, or that has more than 262,144 different names (of
+/// elements, attributes and what it declares): libxml2 compares each with many or all others, which may take it hours.
+/// So is one that refers to a parameter entity, of which a few lines may keep it busy for ever, and one whose entities
+/// repeat references to some that are not declared more often than a document of that size has room for, of which
+/// libxml2 would complain for hours. A compressed file is no document, and neither is a pipe, a socket or a device. Any
+/// thread.
 /// @return null if there is no well-formed document.
 /// @param error receives what the disk said when the file could not be read to its end, an errno; 0 if it could, and is
 ///        just no well-formed document.
