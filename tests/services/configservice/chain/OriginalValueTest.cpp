@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "ChainFixture.h"
+#include "stores/InMemoryConfigStore.h"
 
 namespace {
 
@@ -47,6 +48,36 @@ TEST_F(OriginalValue, IsNotOverriddenByAWritableStoreBehind) {
     addQuietly({server, late});
     EXPECT_FALSE(exactly(L"domain"));
     EXPECT_EQ(value, L"server");
+}
+
+TEST_F(OriginalValue, IsAskedForUntilBothKindsOfStoresHaveGivenAText) {
+    const auto missing = makeStore("Missing", 400);
+    const auto answering = makeStore("Answering", 500);
+    const auto last = makeStore("Last", 700);
+    server->with(L"domain", L"server");
+    defaults->with(L"domain", L"default");
+    answering->with(L"domain", L"written");
+    addQuietly({user, server, defaults, missing, answering, last});
+    EXPECT_FALSE(exactly(L"domain"));
+    EXPECT_THAT(user->lookups(), ElementsAre(L"domain"));
+    EXPECT_THAT(server->lookups(), ElementsAre(L"domain"));
+    EXPECT_THAT(defaults->lookups(), IsEmpty()) << "of its kind there is a text";
+    EXPECT_THAT(missing->lookups(), ElementsAre(L"domain"));
+    EXPECT_THAT(answering->lookups(), ElementsAre(L"domain"));
+    EXPECT_THAT(last->lookups(), IsEmpty());
+}
+
+TEST_F(OriginalValue, IsNotAskedForOfWritableStoresBehindATextOfTheModulesOwnStore) {
+    const auto behind = makeStore("Behind", 700);
+    const auto memory = std::make_shared<InMemoryConfigStore>();
+    manager.addStore(memory);
+    memory->storeValue(L"domain", L"memory");
+    memory->storeValue(L"empty", L"");
+    addQuietly({behind});
+    manager.updateKey(L"domain", false);
+    EXPECT_THAT(behind->lookups(), IsEmpty());
+    manager.updateKey(L"empty", false);
+    EXPECT_THAT(behind->lookups(), ElementsAre(L"empty")) << "an empty value does not end the search";
 }
 
 TEST_F(OriginalValue, IsThatOfAStoreFromOutsideThatHasBecomeReadOnlyMeanwhile) {

@@ -5,8 +5,6 @@
 #include "chain/DisableP2PCallOnFips.h"
 
 void KeyResolver::lookUpExactly(const FoldedKey& key, bool skipLocal, Answer& answer) const {
-    answer.found = false;
-    answer.store = nullptr;
     for (const SearchedStore& store : stores_) {
         if (skipLocal && !store.isReadOnly()) {
             continue;
@@ -24,7 +22,6 @@ void KeyResolver::lookUpExactly(const FoldedKey& key, bool skipLocal, Answer& an
 }
 
 void KeyResolver::lookUp(const FoldedKey& key, bool skipLocal, Lookup& lookup) const {
-    lookup.road = Road::AsAsked;
     if (const std::wstring* currentKey = names_.currentNameOf(key)) {
         lookUpExactly(FoldedKey(*currentKey), skipLocal, lookup);
         if (lookup.found) {
@@ -99,7 +96,6 @@ void KeyResolver::lookUpOriginal(const FoldedKey& key, Original& original) const
 
 void KeyResolver::lookUpOriginal(const FoldedKey& key, const std::wstring* currentKey, Original& original,
                                  const Lookup* known) const {
-    original.usedOtherKeyName = false;
     // The two branches move on for different reasons: from a current name that is not overridden, and from a name that
     // no read-only store has.
     if (currentKey != nullptr) {

@@ -13,9 +13,9 @@
 /// meanwhile.
 class KeyResolver {
 public:
-    /// What the chain answered. A lookup goes on from what it is given here: on a miss the value is what the last store
-    /// that was asked has left in it, and with no store to ask it stays as it was; the store's name changes on a hit
-    /// only. The name refers to the search list.
+    /// What the chain answered. A lookup takes one that has found nothing yet, and goes on from it: on a miss the value
+    /// is what the last store that was asked has left in it, and with no store to ask it stays as it was; the store's
+    /// name changes on a hit only. The name refers to the search list.
     struct Answer {
         bool found = false;
         std::wstring value;
