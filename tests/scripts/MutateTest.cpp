@@ -27,6 +27,7 @@ protected:
                                  "    take(isLost);\n"
                                  "    return isLost == true;\n"
                                  "}\n");
+        directory_.write("tests/unfound.txt", "Nothing.\n");
         script("bin/ninja", "");
         script("bin/cmake", "mkdir -p build/dev/tests; cp tests/* build/dev/tests/");
         testsFind("");
@@ -136,6 +137,39 @@ TEST_F(Mutate, RefusesAListOfWhatAreNoMistakes) {
     EXPECT_EQ(mutate({"--again", directory_.path("list"), SOURCE}).status, 2);
     EXPECT_EQ(mutate({"--again", directory_.path("list"), "--count", "1"}).status, 2);
     EXPECT_FALSE(directory_.exists("seen"));
+}
+
+TEST_F(Mutate, PlantsNothingThatIsKnownToChangeNothing) {
+    const std::string entry = std::string("  ") + SOURCE + ": return isLost == true; => ";
+    directory_.write("tests/unfound.txt", "A reason:\n" + entry + "return isLost != true;\n");
+    const support::Ended ended = mutate({"--seed", "5", SOURCE});
+    EXPECT_EQ(ended.out, "seed 5\n" + line("2: ;") + line("3: return isLost == false;") +
+                             "| file | mistakes | found |\n|---|--:|--:|\n"
+                             "| `SearchedStore.cpp` | 2 | 0 |\n| all | 2 | 0, 0.0 % |\n")
+        << ended.error;
+
+    directory_.write("tests/unfound.txt", entry + "return isLost >= true;\n");
+    const support::Ended refused = mutate({SOURCE});
+    EXPECT_EQ(refused.error, std::string("mutate: tests/unfound.txt lists what is no such mistake in ") + SOURCE +
+                                 ": ('return isLost == true;', 'return isLost >= true;')\n");
+    EXPECT_EQ(refused.status, 1);
+}
+
+TEST(KnownToChangeNothing, AreMistakesThatMayBePlanted) {
+    const std::string script = std::string(CORVID_SOURCE_DIRECTORY) + "/scripts/mutate";
+    const support::Ended ended =
+        support::runProgram({"/usr/bin/python3", "-B", "-c",
+                             "import importlib.machinery as machinery, importlib.util as util\n"
+                             "loader = machinery.SourceFileLoader('mutate', '" +
+                                 script +
+                                 "')\n"
+                                 "mutate = util.module_from_spec(util.spec_from_loader('mutate', loader))\n"
+                                 "loader.exec_module(mutate)\n"
+                                 "print(sum(len(mutate.mutants_of(file)) for file in mutate.SUBJECTS), "
+                                 "set(mutate.unnoticed()) - set(mutate.SUBJECTS))\n"},
+                            {});
+    EXPECT_EQ(ended.error, "");
+    EXPECT_THAT(ended.out, testing::MatchesRegex("[0-9]+ set\\(\\)\n"));
 }
 
 TEST_F(Mutate, KnowsNoFileThatIsNotThere) {
