@@ -143,6 +143,7 @@ const std::vector<std::string>& places() {
         "config/Cache/cachedServer.xml.temp",
         "config/Cache/cachedTFTPConfigStore.xml",
         "config/Cache/cachedTFTPConfigStore.xml.temp",
+        "config/Cache/cachedTFTPConfigStore.download.json",
         "config/Cache/cachedUrlProvisioningConfigStore.xml",
         "config/Cache/cachedUrlProvisioningConfigStore.xml.temp",
         "install/corvid-config-defaults.xml",

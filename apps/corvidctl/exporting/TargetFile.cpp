@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "ConfigStoreConstants.h"
+#include "impl/quill/SiblingFile.h"
 #include "quill/FileUtils.h"
 
 namespace corvidctl {
@@ -76,16 +77,18 @@ void TargetFile::write(const std::string& contents, bool isPrivate, bool replace
 }
 
 void TargetFile::writeAnew(const std::string& contents, bool isPrivate, bool replaces) const {
-    const std::string sibling = resolved_ + "." + std::to_string(getpid()) + ".export";
-    if (!FileUtils::writeFileAtomically(sibling, contents)) {  // for its owner alone
-        fail(path_, "");
+    QuillCoreUtils::SiblingFile sibling(resolved_);
+    int problem = sibling.create();  // for its owner alone
+    if (problem == 0) {
+        problem = sibling.append(contents);
     }
-    if (!isPrivate && chmod(sibling.c_str(), modeOfNewFiles()) != 0) {
-        unlink(sibling.c_str());
-        fail(path_, "");
+    if (problem == 0 && !isPrivate) {
+        problem = QuillCoreUtils::errorOf(fchmod(sibling.get(), modeOfNewFiles()));
     }
-    if (const int problem = FileUtils::moveFile(sibling, resolved_, !replaces); problem != 0) {
-        unlink(sibling.c_str());
+    if (problem == 0) {
+        problem = sibling.becomeDestination(!replaces);
+    }
+    if (problem != 0) {
         fail(path_, std::strerror(problem));
     }
 }

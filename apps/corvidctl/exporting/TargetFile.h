@@ -22,7 +22,8 @@ public:
     /// there now or not.
     bool belongsToModule(const host::ReferenceHost::Options& host) const;
 
-    /// Writes the file in one step: it is the old one or the new one, whole, at every instant.
+    /// Writes the file in one step: it is the old one or the new one, whole, at every instant. What a process left that
+    /// was killed meanwhile goes with the next write.
     /// @param isPrivate the file is for its owner alone (0600) from the first instant on; otherwise one that is there
     ///        keeps its permissions, and a new one gets what the process gives files.
     /// @param replaces false: it is a failure if the file is there.

@@ -57,11 +57,14 @@ std::string noteDelivery(Session& session, const std::string& configDirectory,
     if (!fetched.ok || downloads.cycles.empty()) {
         return {};
     }
+    using namespace ConfigStoreConstants;
+    const std::string copy =
+        configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING + "/" + CacheFiles::nameFor(TFTP_CONFIG_STORE_NAME);
+    if (CacheFiles::areStrangers()) {
+        return copy;
+    }
     std::string lost = copyThatIsNotKept(session);
     if (lost.empty()) {
-        using namespace ConfigStoreConstants;
-        const std::string copy =
-            configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING + "/" + CacheFiles::nameFor(TFTP_CONFIG_STORE_NAME);
         leaveNote(copy, {fetched.url, fetched.server, fetched.version, downloads.cycles.back().ended});
     }
     return lost;

@@ -12,7 +12,8 @@ class Session;
 ValueView storedVersion(Session& session);
 
 /// Looks whether the next start will find what the server has delivered, once nothing is under way. Reads the copy on
-/// disk as that start would, and compares it with the values that the chain has now; secrets are in neither.
+/// disk as that start would, and compares it with the values that the chain has now; secrets are in neither. Where
+/// CacheFiles::areStrangers(), the module has written no copy: one that is there counts as missing, and gets no note.
 ///
 /// If it will, leaves a note beside the copy on where it came from, for those who ask later. A note that cannot be
 /// written is no failure: the log tells of it, and nothing else is missing.

@@ -231,7 +231,7 @@ std::vector<std::string> StoreSources::keptCopies() const {
 
 StoreSource& StoreSources::add(const std::string& store, const std::string& file) {
     Reading& reading = sources_[store];
-    reading = {std::make_shared<StoreSource>(), FileState(file), FileState(noteBeside(file))};
+    reading = {std::make_shared<StoreSource>(), FileState(file), FileState(CacheFiles::noteBeside(file))};
     StoreSource& source = *reading.source;
     source.origin.file = file;
     source.origin.shownFile = shown(file);
@@ -274,7 +274,7 @@ bool StoreSources::holdsWhatIsIn(const std::string& store, const std::string& fi
         return false;
     }
     const Reading& reading = found->second;
-    const FileState note(noteBeside(file));
+    const FileState note(CacheFiles::noteBeside(file));
     const bool isNoteSame = (reading.note.isMissing() && note.isMissing()) || reading.note.isStill(note);
     return isNoteSame && reading.file.isStill(FileState(file));
 }

@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "chain/CacheFiles.h"
 #include "journal/JournalText.h"
 #include "quill/FileUtils.h"
 
@@ -39,8 +40,6 @@ std::string digestOf(const std::string& file) {
 
 }  // namespace
 
-std::string noteBeside(const std::string& copy) { return copy.substr(0, copy.rfind('.')) + ".download.json"; }
-
 bool leaveNote(const std::string& copy, const TransferNote& note) {
     const std::string digest = digestOf(copy);
     const Json json = {{"url", note.url},
@@ -50,12 +49,13 @@ bool leaveNote(const std::string& copy, const TransferNote& note) {
                        {"sha256", digest}};
     const auto replace = Json::error_handler_t::replace;  // a server may answer anything
     return !digest.empty() &&
-           FileUtils::writeFileAtomically(noteBeside(copy), json.dump(2, ' ', false, replace) + '\n');
+           FileUtils::writeFileAtomically(CacheFiles::noteBeside(copy), json.dump(2, ' ', false, replace) + '\n');
 }
 
 std::optional<TransferNote> noteOn(const std::string& copy) {
     std::string contents;
-    if (!FileUtils::fileExists(noteBeside(copy)) || !FileUtils::readFile(noteBeside(copy), contents)) {
+    if (!FileUtils::fileExists(CacheFiles::noteBeside(copy)) ||
+        !FileUtils::readFile(CacheFiles::noteBeside(copy), contents)) {
         return std::nullopt;
     }
     try {

@@ -5,8 +5,8 @@
 #include <string>
 
 /// The transfer that brought what a kept copy holds: a small file of the tool's own beside the copy, since the copy
-/// tells neither where its values came from nor when. The module never looks at it, and a data reset removes it with
-/// the copy.
+/// tells neither where its values came from nor when; CacheFiles::noteBeside() names it. The module never reads it. A
+/// data reset removes it with the copy, and the next start what is left of one whose writer was killed.
 namespace corvidctl {
 
 struct TransferNote {
@@ -16,10 +16,7 @@ struct TransferNote {
     std::chrono::system_clock::time_point time;  ///< when the transfer ended
 };
 
-/// Full path of the note on a copy. @param copy full path, ending in ".xml".
-std::string noteBeside(const std::string& copy);
-
-/// Writes the note on a copy as it is now, in one step and for its owner alone.
+/// Writes the note on a copy as it is now, in one step and for its owner alone. @param copy full path.
 /// @return false if the copy cannot be read or the note cannot be written; the log says why.
 bool leaveNote(const std::string& copy, const TransferNote& note);
 

@@ -4,14 +4,11 @@
 #include <spdlog/async_logger.h>
 #include <spdlog/details/thread_pool.h>
 #include <spdlog/sinks/ansicolor_sink.h>
-#include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
-#include <sys/stat.h>
 
 #include <mutex>
 #include <utility>
 
-#include "impl/quill/FileDescriptor.h"
 #include "impl/quill/FileReplacement.h"
 #include "impl/tessel/CountingSink.h"
 #include "impl/tessel/PrintableText.h"
@@ -43,27 +40,14 @@ spdlog::level::level_enum spdlogLevel(int level) {
     }
 }
 
-bool isRegular(int descriptor) {
-    struct stat status {};
-    return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-}
-
-/// What writes to the end of a file. A regular one has been opened once before spdlog does, which would make it with a
-/// wider mode and follow any link. @return null if it cannot be opened.
+/// What writes to the end of a file: to the very one that has been looked at, whatever stands in its place by then. A
+/// sink of spdlog's opens a name itself, and follows any link. @return null if it cannot be opened.
 std::shared_ptr<spdlog::sinks::sink> endOfFile(const std::string& path, std::chrono::milliseconds patience) {
     int descriptor = -1;
     if (QuillCoreUtils::openForAppending(path, O_WRONLY, descriptor, QuillCoreUtils::Growing::Streams) != 0) {
         return nullptr;
     }
-    if (!isRegular(descriptor)) {
-        return std::make_shared<StreamSink>(path, descriptor, patience);
-    }
-    const QuillCoreUtils::FileDescriptor prepared(descriptor);
-    try {
-        return std::make_shared<spdlog::sinks::basic_file_sink_mt>(path);
-    } catch (const spdlog::spdlog_ex&) {
-        return nullptr;
-    }
+    return std::make_shared<StreamSink>(path, descriptor, patience);
 }
 
 }  // namespace

@@ -10,12 +10,13 @@
 
 namespace tessel {
 
-/// Writes lines to a pipe, a terminal or another device, and waits there for nobody for ever: who takes nothing for as
-/// long as the patience lasts loses that line, and each further one that does not fit at once, until something is taken
-/// again. One thread.
+/// Writes lines to the end of a file, or to a pipe, a terminal or another device, where it waits for nobody for ever:
+/// who takes nothing for as long as the patience lasts loses that line, and each further one that does not fit at once,
+/// until something is taken again. One thread.
 class StreamSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> {
 public:
-    /// @param name of what is written to, for messages. @param descriptor opened with O_NONBLOCK; closed at the end.
+    /// @param name of what is written to, for messages. @param descriptor opened with O_NONBLOCK, and with O_APPEND if
+    ///        it is a file; closed at the end.
     StreamSink(std::string name, int descriptor, std::chrono::milliseconds patience);
 
 protected:

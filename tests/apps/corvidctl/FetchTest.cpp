@@ -1,6 +1,9 @@
 #include "ServedTool.h"
 
 #include <csignal>
+#include <filesystem>
+
+#include "support/StrangersLink.h"
 
 using nlohmann::json;
 using testing::ElementsAre;
@@ -443,6 +446,34 @@ TEST_F(Fetch, LeavesNoNoteOnACopyThatCouldNotBeWritten) {
     serve("12.5");
     EXPECT_EQ(support::runProgram(withoutDisk(trusting({"fetch"}))).status, 1);
     EXPECT_EQ(files().count("config/Cache/cachedTFTPConfigStore.download.json"), 0U);
+}
+
+TEST_F(Fetch, WritesNothingBehindAStrangersLink) {
+    namespace fs = std::filesystem;
+    serve("12.5");
+    ASSERT_EQ(fetched().at("ok"), true);
+    const auto filesElsewhere = [this] {
+        auto contents = files();
+        std::erase_if(contents, [](const auto& file) { return !file.first.starts_with("elsewhere/"); });
+        return contents;
+    };
+    const std::string elsewhere = directory_.path("elsewhere");
+    for (const std::string folder : {"config/Cache", "config"}) {
+        // The copy says what the server does, so that only the note on it would be new.
+        fs::remove(directory_.path("config/Cache/cachedTFTPConfigStore.download.json"));
+        writeConfig("Cache/.cachedTFTPConfigStore.download.json.4711.3.new", "half a no");
+        fs::rename(directory_.path(folder), elsewhere);
+        if (!support::makeStrangersLink(elsewhere, directory_.path(folder))) {
+            GTEST_SKIP() << "only root can make somebody else's link";
+        }
+        const auto before = filesElsewhere();
+        EXPECT_EQ(fetched(1).at("reason"), "the copy for the next start could not be written: " +
+                                               directory_.path("config/Cache/cachedTFTPConfigStore.xml"))
+            << folder;
+        EXPECT_EQ(filesElsewhere(), before) << folder;
+        fs::remove(directory_.path(folder));
+        fs::rename(elsewhere, directory_.path(folder));
+    }
 }
 
 TEST_F(Fetch, LeavesANoteThatADataResetRemoves) {

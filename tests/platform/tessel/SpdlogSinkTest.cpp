@@ -153,6 +153,20 @@ TEST_F(FileSink, IsNoneWhereALinkOfAStrangersOrAHardLinkLeadsElsewhere) {
     EXPECT_EQ(directory_.read("elsewhere"), "as it was");
 }
 
+TEST_F(FileSink, WritesToTheVeryFileThatItHasOpenedAndLookedAt) {
+    const int events = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(events, directory_.path("log").c_str(), IN_OPEN | IN_CLOSE_WRITE), 0);
+    const auto second = SpdlogSink::toFile(directory_.path("log"));
+    ASSERT_NE(second, nullptr);
+    write(*second, 4, "text");
+    second->flush();
+    EXPECT_THAT(contents(), MatchesRegex(".*text\n"));
+    std::array<inotify_event, 4> seen{};
+    EXPECT_EQ(read(events, seen.data(), sizeof seen), static_cast<ssize_t>(sizeof(inotify_event)));
+    EXPECT_EQ(seen[0].mask, IN_OPEN);
+    close(events);
+}
+
 TEST_F(FileSink, FollowsALinkOfTheUsersOwn) {
     ASSERT_EQ(symlink(directory_.write("elsewhere", "").c_str(), directory_.path("own").c_str()), 0);
     sink_ = SpdlogSink::toFile(directory_.path("own"));

@@ -1,10 +1,13 @@
 #include "exporting/TargetFile.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <csignal>
 #include <filesystem>
 
 #include "fakes/TemporaryDirectory.h"
+#include "support/ForkedChild.h"
 
 using corvidctl::TargetFile;
 
@@ -66,6 +69,29 @@ TEST_F(Target, NeverReplacesAFileUnasked) {
     EXPECT_THROW(target.write("new", true, false), std::runtime_error);
     EXPECT_EQ(directory_.read("a"), "old");
     EXPECT_EQ(numberOfFiles(), 1U);
+}
+
+TEST_F(Target, LosesWithTheNextWriteWhatAKilledOneLeft) {
+    const TargetFile target(directory_.path("a"));
+    for (const bool isPrivate : {false, true}) {
+        for (const bool replaces : {false, true}) {
+            const int status = support::runForked([&] {
+                const rlimit room{2, 2};
+                const rlimit noCore{0, 0};
+                setrlimit(RLIMIT_CORE, &noCore);
+                std::signal(SIGXFSZ, SIG_DFL);
+                setrlimit(RLIMIT_FSIZE, &room);  // kills whoever writes more
+                target.write("text", isPrivate, replaces);
+                return 0;
+            });
+            ASSERT_EQ(status, 128 + SIGXFSZ);
+            ASSERT_EQ(numberOfFiles(), 1U) << "what is to go";
+            target.write("text", isPrivate, replaces);
+            EXPECT_EQ(directory_.read("a"), "text");
+            EXPECT_EQ(numberOfFiles(), 1U);
+            fs::remove(directory_.path("a"));
+        }
+    }
 }
 
 TEST_F(Target, FollowsALink) {

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "chain/CacheFiles.h"
 #include "fakes/TemporaryDirectory.h"
 
 using namespace corvidctl;
@@ -38,7 +39,7 @@ TEST_F(TransferNotes, AreReadAsTheyWereLeft) {
 
 TEST_F(TransferNotes, AreSmallFilesBesideTheCopy) {
     ASSERT_TRUE(leave());
-    EXPECT_EQ(noteBeside(copy_), directory_.path("cachedX.download.json"));
+    EXPECT_EQ(CacheFiles::noteBeside(copy_), directory_.path("cachedX.download.json"));
     EXPECT_EQ(
         directory_.read("cachedX.download.json"),
         "{\n  \"url\": \"https://192.0.2.1:6972/f.xml\",\n  \"server\": \"192.0.2.1\",\n  \"version\": \"12.5\",\n"
@@ -63,19 +64,19 @@ TEST_F(TransferNotes, StandInThePageOnFilesAsTheyAreLeft) {
 TEST_F(TransferNotes, AreForTheirOwnerAlone) {
     ASSERT_TRUE(leave());
     struct stat status {};
-    ASSERT_EQ(stat(noteBeside(copy_).c_str(), &status), 0);
+    ASSERT_EQ(stat(CacheFiles::noteBeside(copy_).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600U);
 }
 
 TEST_F(TransferNotes, AreNotWrittenThroughAHardLinkOrALinkOfAStrangers) {
     const std::string elsewhere = directory_.write("elsewhere", "as it was");
-    ASSERT_EQ(link(elsewhere.c_str(), noteBeside(copy_).c_str()), 0);
+    ASSERT_EQ(link(elsewhere.c_str(), CacheFiles::noteBeside(copy_).c_str()), 0);
     EXPECT_TRUE(leave());
     EXPECT_TRUE(noteOn(copy_));
     EXPECT_EQ(directory_.read("elsewhere"), "as it was");
-    unlink(noteBeside(copy_).c_str());
-    ASSERT_EQ(symlink(elsewhere.c_str(), noteBeside(copy_).c_str()), 0);
-    if (lchown(noteBeside(copy_).c_str(), 65534, 65534) == 0) {
+    unlink(CacheFiles::noteBeside(copy_).c_str());
+    ASSERT_EQ(symlink(elsewhere.c_str(), CacheFiles::noteBeside(copy_).c_str()), 0);
+    if (lchown(CacheFiles::noteBeside(copy_).c_str(), 65534, 65534) == 0) {
         EXPECT_FALSE(leave());
         EXPECT_EQ(directory_.read("elsewhere"), "as it was");
     }

@@ -24,6 +24,26 @@ TEST_F(StaleTemporariesOfTheDead, AreRemovedBesideTheUsersFileAndInTheCache) {
     EXPECT_THAT(log_->lines(), testing::IsEmpty());
 }
 
+TEST_F(StaleTemporariesOfTheDead, AreRemovedBesideTheNotesOnCopies) {
+    const std::vector<std::string> stale = {"config/Cache/.cachedServer.download.json.4711.3.new",
+                                            "config/Cache/.cachedOther.download.json.4711.3.new"};
+    const std::vector<std::string> others = {
+        "config/Cache/cachedServer.xml", "config/Cache/cachedOther.xml", "config/Cache/cachedOther.download.json",
+        "config/Cache/.report.download.json.4711.3.new", "config/Cache/report.xml"};
+    for (const std::vector<std::string>& files : {stale, others}) {
+        for (const std::string& file : files) {
+            write(file, "text");
+        }
+    }
+    StaleTemporaries::remove();
+    for (const std::string& file : stale) {
+        EXPECT_FALSE(world_.directory().exists(file)) << file;
+    }
+    for (const std::string& file : others) {
+        EXPECT_EQ(read(file), "text") << file;
+    }
+}
+
 TEST_F(StaleTemporariesOfTheDead, AreTheModulesOwnOnly) {
     const std::vector<std::string> others = {"config/corvidLocalConfig.xml",
                                              "config/Cache/cachedServer.xml",

@@ -29,6 +29,10 @@ std::string CacheFiles::path(const std::string& fileName) {
     return directory() + FileUtils::FileSeparator() + fileName;
 }
 
+std::string CacheFiles::noteBeside(const std::string& copy) {
+    return copy.substr(0, copy.rfind('.')) + ".download.json";
+}
+
 std::string CacheFiles::provisioningPath() {
     return path(nameFor(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME));
 }

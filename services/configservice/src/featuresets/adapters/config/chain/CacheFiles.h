@@ -26,6 +26,9 @@ public:
     /// Full path of a file in the cache directory.
     static std::string path(const std::string& fileName);
 
+    /// Full path of the note that the command-line tool may leave on a store's cached copy. @param copy its full path.
+    static std::string noteBeside(const std::string& copy);
+
     /// The file of what a provisioning link has set.
     static std::string provisioningPath();
 };

@@ -56,6 +56,7 @@ void removeFromTheCache() {
         } else if (CacheFiles::isName(name)) {
             // The user's link to a file of another file system: what becomes that one is made beside it.
             FileUtils::removeStaleSiblings(file);
+            FileUtils::removeStaleSiblings(CacheFiles::noteBeside(file));
         }
     }
     if (!temporaries.empty()) {

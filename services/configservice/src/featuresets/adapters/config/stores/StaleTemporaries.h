@@ -1,7 +1,7 @@
 #pragma once
 
-/// What processes leave behind that are killed while they write: temporary siblings of the user's file and of the cache
-/// files.
+/// What processes leave behind that are killed while they write: temporary siblings of the user's file, of the cache
+/// files, and of the notes that the command-line tool leaves beside those that are there.
 class StaleTemporaries {
 public:
     /// Removes them: those that stand beside the user's file and in the cache folder itself, under the very names that
