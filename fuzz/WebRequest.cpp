@@ -1,6 +1,8 @@
-// Any bytes as a request to the inspector: whoever is let in has said the server's name, is no other site's page and
-// has the token, and changes something with a body of JSON that tells its size, by a reading that looks at the lines
-// alone. The port is 8080, the token "5ec8e7", the most bytes of a body 65536.
+// Any bytes as what a client of the inspector says: whoever is let in has said the server's name, is no other site's
+// page and has the token, and changes something with a body of JSON that tells its size, by a reading that looks at the
+// lines alone. What is handed over as a change's body is as long as it tells, and stands behind the change's head;
+// before it on the connection are whole requests that were let in, and no body that nobody reads. The port is 8080, the
+// token "5ec8e7", the most bytes of a body 65536.
 
 #include <algorithm>
 #include <cctype>
@@ -8,11 +10,17 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "RequestReader.h"
+#include "web/PageFiles.h"
+
+/// In the place of the page's own files: nobody reads the answers, and a connection must hold them all.
+std::span<const corvidctl::PageFile> corvidctl::pageFiles() { return {}; }
 
 namespace {
 
@@ -127,12 +135,17 @@ const char* whatIsWrongWithBody(std::string_view text) {
     return digits.size() <= 5 && std::atoi(digits.c_str()) <= 65536 ? nullptr : "a change is too large";
 }
 
+bool isReading(std::string_view text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));  // as the library does
+    return text.starts_with("GET") || text.starts_with("HEAD");
+}
+
 const char* whatIsWrong(std::string_view text, bool byLink) {
     const auto hosts = linesOf("host", text);
     const auto origins = linesOf("origin", text);
     const auto sites = linesOf("sec-fetch-site", text);
-    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));  // as the library does
-    const bool reads = text.starts_with("GET") || text.starts_with("HEAD");
+    const bool reads = isReading(text);
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     if (hosts.size() != 1 || !isOwn(hosts.front())) {
         return "the host is another";
     }
@@ -154,20 +167,69 @@ const char* whatIsWrong(std::string_view text, bool byLink) {
     return reads ? nullptr : whatIsWrongWithBody(text);
 }
 
+/// Up to the empty line, with it.
+std::string_view headOf(std::string_view text) {
+    const std::size_t end = text.find("\n\r\n");
+    return text.substr(0, end == std::string_view::npos ? end : end + 3);
+}
+
+/// The bodies that may be handed over, in their order.
+std::vector<std::string> changesIn(std::string_view text) {
+    std::vector<std::string> bodies;
+    while (!text.empty()) {
+        const std::string_view head = headOf(text);
+        const auto lengths = linesOf("content-length", head);
+        text.remove_prefix(head.size());
+        if (isReading(head)) {
+            const bool isLetIn = whatIsWrong(head, false) == nullptr || whatIsWrong(head, true) == nullptr;
+            if (!isLetIn || !lengths.empty() || !linesOf("transfer-encoding", head).empty()) {
+                break;
+            }
+        } else {
+            if (whatIsWrong(head, false) != nullptr || std::stoul(lengths.front()) > text.size()) {
+                break;
+            }
+            bodies.emplace_back(text.substr(0, std::stoul(lengths.front())));
+            text.remove_prefix(bodies.back().size());
+        }
+    }
+    return bodies;
+}
+
+[[noreturn]] void complain(const char* sentence) {
+    std::fprintf(stderr, "web request: %s\n", sentence);
+    std::abort();
+}
+
+/// What is said of the first request.
+void checkVerdict(const std::optional<corvidctl::Gate::Verdict>& verdict, std::string_view text) {
+    if (!verdict || verdict->entrance == corvidctl::Gate::Entrance::Refused) {
+        return;
+    }
+    const char* const wrong = whatIsWrong(text, verdict->entrance == corvidctl::Gate::Entrance::ByLink);
+    if (wrong != nullptr) {
+        complain(wrong);
+    }
+}
+
+/// An exchange ends at the first request that it does not let in, or cannot read.
+void checkChanges(const std::vector<std::string>& handedOver, std::string_view text) {
+    const std::vector<std::string> said = changesIn(text);
+    if (handedOver.size() > said.size() || !std::equal(handedOver.begin(), handedOver.end(), said.begin())) {
+        complain("a body is handed over that is no change's");
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const corvidctl::Gate gate(8080, "5ec8e7", "/4f1c/", 65536);
     const std::string text(reinterpret_cast<const char*>(data), size);
     const auto verdict = judgeText(gate, text);
-    if (!verdict || verdict->entrance == corvidctl::Gate::Entrance::Refused ||
-        text.find("%u") != std::string::npos) {  // which the library takes for a code, too
-        return 0;
-    }
-    const char* const wrong = whatIsWrong(text, verdict->entrance == corvidctl::Gate::Entrance::ByLink);
-    if (wrong != nullptr) {
-        std::fprintf(stderr, "web request: %s\n", wrong);
-        std::abort();
+    const std::vector<std::string> handedOver = changesHandedOver(text);
+    if (text.find("%u") == std::string::npos) {  // which the library takes for a code, too
+        checkVerdict(verdict, text);
+        checkChanges(handedOver, text);
     }
     return 0;
 }

@@ -212,6 +212,7 @@ void addBodies(std::vector<NetworkFault>& faults) {
             {"compressed, which nobody asked for", answersWith(200, compressed(), "Content-Encoding: gzip\r\n")},
             {"compressed for the way, which nobody asked for",
              sends(headOf("Transfer-Encoding: gzip, chunked\r\n") + "4c\r\n" + compressed() + "\r\n0\r\n\r\n")},
+            {"compressed, of which no field tells", answersWith(200, compressed())},
             {"said to be compressed, and not", answersWith(200, file, "Content-Encoding: gzip\r\n")},
         });
 }
@@ -283,6 +284,7 @@ std::vector<NetworkFault> faultsOverTls(const std::string& body) {
             {"an empty body", sends(headOf(lengthOf(0)))},
             {"a body longer than its length", sends(headOf(lengthOf(body.size() - 1)) + body)},
             {"compressed, which nobody asked for", answersWith(200, compressed(), "Content-Encoding: gzip\r\n")},
+            {"compressed, of which no field tells", answersWith(200, compressed())},
             {"said to be compressed, and not", answersWith(200, body, "Content-Encoding: gzip\r\n")},
             {"a redirect from HTTPS to HTTP",
              redirectsTo([](const auto& place) { return "http://" + place.host + ":6970/corvid-config.xml"; })},
@@ -324,7 +326,6 @@ std::vector<NetworkFault> faultsOfFiles() {
     return {
         {"no XML", answersWith(200, "origin: faulty")},
         {"elements that are not closed", answersWith(200, file.substr(0, file.size() / 2))},
-        {"compressed, of which no field tells", answersWith(200, compressed())},
     };
 }
 
@@ -351,7 +352,6 @@ std::vector<NetworkFault> faultsOfVersions() {
                     {"a redirect to another server",
                      redirectsTo([](const auto&) { return "https://elsewhere.example:8443/hubm-uds/version"; })},
                     {"no XML", answersWith(200, "version 10.5")},
-                    {"compressed, of which no field tells", answersWith(200, compressed())},
                     {"no version", answersWith(200, "<versionInformation></versionInformation>")},
                     {"a page about an error", answersWith(503, "<html><h1>503 Service Unavailable</h1></html>")},
                 });

@@ -25,6 +25,19 @@ protected:
         fs::permissions(directory_.write(name, "#!/bin/bash\n" + text + "\n"), fs::perms::owner_all);
     }
 
+    /// @param early in MiB, in the second tenth of the run with short inputs. @param late in the last one.
+    void targetGrows(const std::string& early, const std::string& late) const {
+        targetPrints("#150\tNEW    cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 64 rss: " + early +
+                     "Mb L: 4/4 MS: 1 -\n"
+                     "#1000\tDONE   cov: 9 ft: 9 corp: 1/1b lim: 4 exec/s: 500 rss: " +
+                     late +
+                     "Mb\n"
+                     "Done 1000 runs in 2 second(s)\n"
+                     "stat::number_of_executed_units: 1000\n"
+                     "stat::average_exec_per_sec:     500\n"
+                     "stat::peak_rss_mb:              95\n");
+    }
+
     /// @param text what is printed of the run with short inputs; of that with long ones more memory each time.
     void targetPrints(const std::string& text) const {
         writeScript("build/fuzz/fuzz/fuzz_chain_file", "case \"$*\" in\n*-max_len=1024*) cat <<'END'\n" + text +
@@ -69,6 +82,22 @@ TEST_F(FuzzTable, TellsByHowMuchTheMemoryGrewOnceTheTargetWasWarm) {
 TEST_F(FuzzTable, TellsNoGrowthOfARunThatIsTooShort) {
     targetPrints(endOfShortInputs);
     EXPECT_THAT(fuzz().out, testing::HasSubstr("| `chain-file` | 1200 | 300 | 301 MiB (?) | nothing |\n"));
+}
+
+TEST_F(FuzzTable, NamesATargetThatGrewByMoreThan32MiB) {
+    targetGrows("60", "93");
+    const support::Ended ended = fuzz();
+    EXPECT_THAT(ended.out, testing::HasSubstr("| 301 MiB (+33) | grew by 33 MiB |\n"));
+    EXPECT_EQ(ended.status, 1) << ended.error;
+}
+
+TEST_F(FuzzTable, HasNothingAgainstATargetThatGrewByNoMore) {
+    for (const std::string late : {"92", "60", "20"}) {
+        targetGrows("60", late);
+        const support::Ended ended = fuzz();
+        EXPECT_THAT(ended.out, testing::HasSubstr(" | nothing |\n"));
+        EXPECT_EQ(ended.status, 0) << ended.error;
+    }
 }
 
 }  // namespace

@@ -140,11 +140,13 @@ private:
 /// What all rounds have come by: those in which nothing ever happened would all end in order.
 struct Harvest {
     std::size_t downloads = 0;
+    std::size_t versionQueries = 0;
     int heard = 0;
     int reactions = 0;
 
     void expectSome() const {
         EXPECT_GT(downloads, 0U);
+        EXPECT_GT(versionQueries, 0U);
         EXPECT_GT(heard, 0);
         EXPECT_GT(reactions, 0);
     }
@@ -154,7 +156,7 @@ struct Harvest {
 class Storm {
 public:
     Storm(support::Watchdog& watchdog, std::uint64_t seed)
-        : watchdog_(watchdog), listener_(std::make_shared<Listener>(module_, watchdog, seed)) {
+        : watchdog_(watchdog), module_(seed % 2 == 0), listener_(std::make_shared<Listener>(module_, watchdog, seed)) {
         module_.start();
         std::vector<std::thread> threads;
         for (std::uint64_t number = 1; number <= THREADS; ++number) {
@@ -196,6 +198,7 @@ public:
 
     void addTo(Harvest& harvest) {
         harvest.downloads += module_.downloads();
+        harvest.versionQueries += module_.versionQueries();
         module_.runOnDispatcher([&] {
             harvest.heard += listener_->heard();
             harvest.reactions += listener_->reactions();

@@ -12,9 +12,10 @@ namespace {
 constexpr unsigned SYSTEM_SERVICE_ID = 1;
 constexpr int SOFTPHONE_TYPE = 2;
 
-// The version is of the installation, so that no download stalls for the want of it.
-constexpr const char* DEFAULTS = "<Corvid><userConfig name=\"HomeUdsVersion\" value=\"12.5\"/>"
-                                 "<userConfig name=\"Theme\" value=\"light\"/></Corvid>";
+std::string defaults(bool withVersion) {
+    return std::string("<Corvid>") + (withVersion ? "<userConfig name=\"HomeUdsVersion\" value=\"12.5\"/>" : "") +
+           "<userConfig name=\"Theme\" value=\"light\"/></Corvid>";
+}
 
 std::string serverDocument(std::uint64_t number) {
     const std::string value = std::to_string(number);
@@ -25,13 +26,17 @@ std::string serverDocument(std::uint64_t number) {
 
 }  // namespace
 
-StressedModule::StressedModule() : telephony_(std::make_shared<ServerHealthInformationImpl>(SOFTPHONE_TYPE)) {
+StressedModule::StressedModule(bool asksForVersion)
+    : telephony_(std::make_shared<ServerHealthInformationImpl>(SOFTPHONE_TYPE)) {
     world_.change([this](platform::World& world) {
         world.threadPool = pool_;
         world.httpTransport = transport_;
         world.systemMonitor = monitor_;
     });
-    world_.directory().write("install/corvid-config-defaults.xml", DEFAULTS);
+    world_.directory().write("install/corvid-config-defaults.xml", defaults(!asksForVersion));
+    transport_->setAnswer([this](const std::string& /*url*/) {
+        return silentAnswers_-- > 0 ? "" : "<versionInformation><version>12.5</version></versionInformation>";
+    });
     factory_->setService<SystemService>(SYSTEM_SERVICE_ID, system_);
     system_->setEdgeMode(true);
     dispatcher_->start();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -23,7 +24,10 @@ namespace torture {
 /// of its own. Servers are scripted: every address answers, most of them with a file. One at a time.
 class StressedModule {
 public:
-    StressedModule();
+    /// @param asksForVersion no store has the servers' version before one of them has told it, and the first two that
+    /// are
+    ///        asked do not; else it is in the defaults.
+    explicit StressedModule(bool asksForVersion);
 
     /// Takes everything down as a host does, in whatever state it is.
     ~StressedModule();
@@ -47,6 +51,9 @@ public:
 
     /// How many transfers have ever been started.
     std::size_t downloads() const { return transport_->startedUrls().size(); }
+
+    /// How many servers have ever been asked for their version.
+    std::size_t versionQueries() const { return transport_->sentUrls().size(); }
 
     /// Runs on the dispatcher thread, after what has been queued so far. The second one waits for it: no lock may be
     /// held that a task may want.
@@ -79,6 +86,7 @@ private:
     std::shared_ptr<UnifiedFactory> factory_ = std::make_shared<UnifiedFactory>(dispatcher_, persistence_);
     std::shared_ptr<ConfigAdapter> adapter_;
     std::shared_ptr<ConfigService> service_;
+    std::atomic<int> silentAnswers_{2};
     std::thread network_;
 };
 

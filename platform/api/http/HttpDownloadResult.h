@@ -22,7 +22,7 @@ enum HttpDownloadResult {
     BodyCut = 12,          ///< the connection ended, or broke, after the answer's head and before the end of its body
     NoTransport = 13,      ///< the host has no network, or has ended it
     BodyEmpty = 14,        ///< a status of 200 to 299 without a body
-    BodyCoded = 15,        ///< compressed, or coded in another way that was not asked for
+    BodyCoded = 15,        ///< compressed, told or untold by the head, or coded in another way that was not asked for
     BodyOverrun = 16,      ///< more came than the answer's head had stated
 };
 

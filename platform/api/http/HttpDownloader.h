@@ -12,10 +12,11 @@ namespace HttpDownloader {
 /// Downloads documents over HTTP and HTTPS (RFC 9110) in the background. Any thread.
 ///
 /// What is allowed: the schemes http and https; at most three redirects, all to the same scheme, host and port; a body
-/// of at most 16 MiB that is as long as its head states, and not compressed. A body over HTTP of which no length is
-/// stated ends with its connection, however that came to its end: it has to be an XML document that is closed. Over
-/// HTTPS the end has to be told in the way of TLS. Certificates are verified against the system's authorities and those
-/// that the host names besides. Proxies of the environment are used, but not for loopback addresses.
+/// of at most 16 MiB that is as long as its head states, and not compressed, be it that the head does not say so. A
+/// body over HTTP of which no length is stated ends with its connection, however that came to its end: it has to be an
+/// XML document that is closed. Over HTTPS the end has to be told in the way of TLS. Certificates are verified against
+/// the system's authorities and those that the host names besides. Proxies of the environment are used, but not for
+/// loopback addresses.
 ///
 /// The host's transport (platform::World) does the work. Transfers go on when their downloader is gone.
 class HttpDownloader {

@@ -21,6 +21,9 @@ constexpr std::size_t HEAD_LIMIT = std::size_t{256} * 1024;
 /// Of one name in a head: each is looked for among all fields, of which a server may send ten thousand.
 constexpr std::size_t MOST_FIELDS = 16;
 
+/// What begins so is compressed (RFC 1952, 2.3.1); no document in any encoding does.
+constexpr std::string_view GZIP_MEMBER = "\x1f\x8b\x08";
+
 /// A part of a file is none, and was not asked for.
 bool isSuccess(long status) { return status >= 200 && status <= 299 && status != 206; }
 
@@ -186,7 +189,7 @@ bool CurlExchange::takePiece(const char* bytes, std::size_t size) {
     if (!framing_.length || body_.size() < *framing_.length) {
         return true;
     }
-    return end(body_.size() == *framing_.length ? Success : BodyOverrun);
+    return end(body_.size() == *framing_.length ? judgeBody() : BodyOverrun);
 }
 
 /// How the exchange has gone if nothing more is to come.
@@ -203,6 +206,9 @@ CurlExchange::Result CurlExchange::judgeBody() const {
     }
     if (body_.size() == 0) {
         return BodyEmpty;
+    }
+    if (body_.view().starts_with(GZIP_MEMBER)) {
+        return BodyCoded;  // some servers pack a file and do not say so
     }
     // Without TLS nobody signs for the end of a connection: whatever broke it looks the same.
     return isFramed || isSecure(url_) || endsAsDocument(body_.view()) ? Success : BodyCut;

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 
+#include "impl/http/BodyBuffer.h"
+
 namespace platform {
 
 namespace {
@@ -48,9 +50,7 @@ std::size_t endOfMarkup(std::string_view text) {
     return endOfStartTag(text);
 }
 
-}  // namespace
-
-bool endsAsDocument(std::string_view text) {
+bool endsInAscii(std::string_view text) {
     bool hasElement = false;
     std::size_t depth = 0;
     for (std::size_t begin = text.find('<'); begin != NOWHERE; begin = text.find('<')) {
@@ -69,6 +69,29 @@ bool endsAsDocument(std::string_view text) {
         }
     }
     return hasElement && depth == 0 && text.find_first_not_of(" \t\r\n") == NOWHERE;
+}
+
+/// @param text in UTF-16.
+/// @param low which byte of two has the lower bits.
+bool endsInUtf16(std::string_view text, std::size_t low) {
+    BodyBuffer ascii;
+    for (std::size_t place = 0; place + 1 < text.size(); place += 2) {
+        const char other = '?';  // mark-up is of ASCII alone
+        ascii.append(text[place + 1 - low] == 0 ? &text[place + low] : &other, 1);
+    }
+    return text.size() % 2 == 0 && endsInAscii(ascii.view());
+}
+
+}  // namespace
+
+bool endsAsDocument(std::string_view text) {
+    if (text.starts_with("\xFE\xFF") || text.starts_with(std::string_view("\0<", 2))) {
+        return endsInUtf16(text, 1);
+    }
+    if (text.starts_with("\xFF\xFE") || text.starts_with(std::string_view("<\0", 2))) {
+        return endsInUtf16(text, 0);
+    }
+    return endsInAscii(text);
 }
 
 }  // namespace platform

@@ -225,6 +225,26 @@ TEST_F(TransferBody, IsRefusedIfItIsCompressedUnasked) {
     }
 }
 
+TEST_F(TransferBody, IsRefusedIfItIsCompressedAndNobodySaysSo) {
+    const std::string packed("\x1f\x8b\x08\0rest", 8);
+    for (const std::string& answer :
+         {headWithLength("8") + packed, CHUNKED_HEAD + "8\r\n" + packed + "\r\n0\r\n\r\n",
+          CHUNKED_HEAD + "1\r\n\x1f\r\n7\r\n" + packed.substr(1) + "\r\n0\r\n\r\n", "HTTP/1.1 200 OK\r\n\r\n" + packed,
+          headWithLength("8\r\nContent-Encoding: identity") + packed}) {
+        const Ended ended = downloadFrom([&](ScriptedConnection& client) { client.send(answer); });
+        EXPECT_EQ(ended.result, BodyCoded) << testing::PrintToString(answer);
+        EXPECT_EQ(ended.body, "");
+    }
+}
+
+TEST_F(TransferBody, IsNotTakenForCompressedByLessThanAllOfTheMark) {
+    for (const std::string body : {"\x1f", "\x1f\x8b", "\x1f\x8b\x07<Corvid/>", " \x1f\x8b\x08"}) {
+        const Ended ended = downloadFrom([&](ScriptedConnection& client) { client.respond(200, body); });
+        EXPECT_EQ(ended.result, Success) << testing::PrintToString(body);
+        EXPECT_EQ(ended.body, body);
+    }
+}
+
 TEST_F(TransferBody, MaySayThatItIsNotCompressed) {
     const Ended ended = downloadFrom(
         [](ScriptedConnection& client) { client.respond(200, "<Corvid/>", "Content-Encoding: identity\r\n"); });
