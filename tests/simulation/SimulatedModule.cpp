@@ -82,15 +82,21 @@ std::vector<ModelStore> storesOf(ConfigStoreManager& manager) {
         copy.readOnly = store->isReadOnly();
         copy.local = store->isLocal();
         copy.cached = store->shouldCacheConfigStore();
-        for (const std::wstring& key : store->getKeys()) {
-            std::wstring text;
-            if (store->getValue(key, text)) {
-                copy.put(key, text);
-            }
-        }
+        copy.entries = entriesOf(*store);
         stores.push_back(std::move(copy));
     }
     return stores;
+}
+
+ModelEntries entriesOf(ConfigStore& store) {
+    ModelStore copy;
+    for (const std::wstring& key : store.getKeys()) {
+        std::wstring text;
+        if (store.getValue(key, text)) {
+            copy.put(key, text);
+        }
+    }
+    return copy.entries;
 }
 
 ValueState stateOf(const ConfigValue& value) {

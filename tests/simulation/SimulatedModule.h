@@ -53,6 +53,9 @@ std::vector<ModelStore> storesAfterStart();
 /// The stores of a chain with what they hold, in chain order. Its own are told by their names.
 std::vector<ModelStore> storesOf(ConfigStoreManager& manager);
 
+/// What a store holds.
+ModelEntries entriesOf(ConfigStore& store);
+
 /// What a client reads from a live value. Dispatcher thread.
 ValueState stateOf(const ConfigValue& value);
 
