@@ -46,6 +46,14 @@ TEST(AStart, NamesALiveValueAsTheFirstStoreSpellsIt) {
               "");
 }
 
+TEST(AStart, TakesLettersBeyondAsciiForOneInBothCases) {
+    EXPECT_EQ(
+        differenceOfAStartOver({{usersFile, "<Corvid><userConfig name=\"gr\u00fc\u00dfe\" value=\"user's\"/>"
+                                            "<userConfig name=\"\u03c3\u03b1\u03c2\" value=\"user's\"/></Corvid>"},
+                                {propertiesFile, "GR\u00dc\u00dfE: installer's\n\u03a3\u0391\u03a3: installer's\n"}}),
+        "");
+}
+
 TEST(AStart, LeavesALiveValueOfWhatAPolicyHasErased) {
     const std::string policy = R"(<Corvid><userConfig name="Customize_Phone_Server" value="false"/></Corvid>)";
     EXPECT_EQ(differenceOfAStartOver({{usersFile, R"(<Corvid><userConfig name="CtiServer1" value="user's"/></Corvid>)"},
