@@ -50,7 +50,7 @@ private:
 /// The stores that the module's chain holds after a start over empty directories, in chain order.
 std::vector<ModelStore> storesAfterStart();
 
-/// The stores of a chain with what they hold, in chain order. Its own are told by their names.
+/// The stores of a chain after a start, all of them the module's own, with what they hold, in chain order.
 std::vector<ModelStore> storesOf(ConfigStoreManager& manager);
 
 /// What a store holds.

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <string>
+#include <vector>
 
 #include "Comparison.h"
 
@@ -16,15 +17,17 @@ constexpr const char* propertiesFile = "install/bootstrap.properties";
 constexpr const char* defaultsFile = "install/corvid-config-defaults.xml";
 
 /// @param files their contents by their names.
+/// @param steps what is done after the start.
 /// @return where a module that starts over them is not as the model says; empty if nowhere.
-std::string differenceOfAStartOver(const std::map<std::string, std::string>& files) {
+std::string differenceOfAStartOver(const std::map<std::string, std::string>& files,
+                                   const std::vector<Step>& steps = {Step{}}) {
     Comparison comparison;
     comparison.prepare = [&files](fakes::ScopedWorld& world) {
         for (const auto& [name, contents] : files) {
             world.directory().write(name, contents);
         }
     };
-    const auto difference = firstDifference({Step{}}, comparison);
+    const auto difference = firstDifference(steps, comparison);
     return difference ? difference->text : "";
 }
 
@@ -71,6 +74,27 @@ TEST(AStart, TakesThePresenceStoreOutOfTheListInPhoneMode) {
          {"PresenceConfigStore:100;", "A:600;presenceconfigSTORE:100;TFTPConfigStore:20", "PresenceConfigStore:1:2;"}) {
         const std::string properties = std::string("PRIMARYConfigStores: ") + list + "\nProductMode: phone_MODE\n";
         EXPECT_EQ(differenceOfAStartOver({{propertiesFile, properties}}), "") << list;
+    }
+}
+
+TEST(AStart, MakesStoresThatAllHidePeerToPeerCallsUnderFips) {
+    Step fips;
+    fips.kind = StepKind::SwitchFips;
+    fips.on = true;
+    Step write;
+    write.kind = StepKind::Store;
+    write.key = L"telephony_p2p_enabled";
+    write.text = L"true";
+    const std::string serversForm = "<r><g><telephony_p2p_enabled>true</telephony_p2p_enabled></g></r>";
+    const std::string usersForm = R"(<Corvid><userConfig name="telephony_p2p_enabled" value="true"/></Corvid>)";
+    const std::string list = "PrimaryConfigStores: TFTPConfigStore:240;\n";
+    for (const std::map<std::string, std::string>& files :
+         std::vector<std::map<std::string, std::string>>{{{overrideFile, serversForm}},
+                                                         {{linksFile, serversForm}},
+                                                         {{serversCopy, serversForm}, {propertiesFile, list}},
+                                                         {{propertiesFile, "telephony_p2p_enabled: true\n"}},
+                                                         {{defaultsFile, usersForm}}}) {
+        EXPECT_EQ(differenceOfAStartOver(files, {fips, write}), "") << files.begin()->first;
     }
 }
 
