@@ -1,6 +1,7 @@
 #include "ChainOracle.h"
 
 #include <algorithm>
+#include <sstream>
 #include <utility>
 
 namespace simulation {
@@ -50,6 +51,17 @@ bool isInMemory(const ModelStore& store) { return folded(store.name) == "inmemor
 bool takesUserValues(const ModelStore& store) { return !store.readOnly && !isInMemory(store); }
 bool sameName(const std::string& a, const std::string& b) { return folded(a) == folded(b); }
 std::wstring wide(const std::string& ascii) { return std::wstring(ascii.begin(), ascii.end()); }
+
+/// Whether the list has an entry for the store: "NAME:PRIORITY", with semicolons between the entries.
+bool lists(const std::wstring& list, const std::wstring& name) {
+    std::wistringstream entries(list);
+    for (std::wstring entry; std::getline(entries, entry, L';');) {
+        if (std::count(entry.begin(), entry.end(), L':') == 1 && folded(entry.substr(0, entry.find(L':'))) == name) {
+            return true;
+        }
+    }
+    return false;
+}
 
 }  // namespace
 
@@ -278,13 +290,14 @@ void ChainOracle::markSensitive(const std::wstring& key) {
     listener_(call);
 }
 
-bool ChainOracle::contains(const std::string& name) const {
-    return std::any_of(chain_.begin(), chain_.end(),
-                       [&](const StorePtr& store) { return sameName(store->name, name); });
+ChainOracle::StorePtr ChainOracle::storeNamed(const std::string& name) const {
+    const auto found =
+        std::find_if(chain_.begin(), chain_.end(), [&](const StorePtr& store) { return sameName(store->name, name); });
+    return found == chain_.end() ? nullptr : *found;
 }
 
 void ChainOracle::add(const StorePtr& store) {
-    if (contains(store->name)) {
+    if (storeNamed(store->name) != nullptr) {
         replace(store);
         return;
     }
@@ -304,7 +317,7 @@ void ChainOracle::replace(const StorePtr& store) {
 }
 
 void ChainOracle::replace(const StorePtr& store, const std::vector<std::wstring>& oldKeys) {
-    if (!contains(store->name)) {
+    if (storeNamed(store->name) == nullptr) {
         return;
     }
     takeOutSilently(store->name);
@@ -330,13 +343,11 @@ void ChainOracle::takeOutSilently(const std::string& name) {
 }
 
 bool ChainOracle::remove(const std::string& name) {
-    const auto found =
-        std::find_if(chain_.begin(), chain_.end(), [&](const StorePtr& store) { return sameName(store->name, name); });
-    if (found == chain_.end()) {
+    const StorePtr store = storeNamed(name);
+    if (store == nullptr) {
         return false;
     }
-    const StorePtr store = *found;
-    chain_.erase(found);
+    std::erase(chain_, store);
     tellOfBatch(store->keys());
     return true;
 }
@@ -374,6 +385,17 @@ void ChainOracle::applyPolicies() {
         erase(L"TFTPPrimaryServer");
         erase(L"CtiServer1");
         erase(L"HubcipServer1");
+    }
+}
+
+void ChainOracle::dropPresenceInPhoneMode() {
+    static const std::wstring presence = L"presenceconfigstore";
+    std::wstring list = lookUp(L"PrimaryConfigStores", false).value;
+    if (lists(list, presence) && folded(lookUp(L"ProductMode", false).value) == L"phone_mode") {
+        const std::size_t begin = folded(list).find(presence);
+        const std::size_t end = list.find(L';', begin);
+        list.erase(begin, end == std::wstring::npos ? end : end + 1 - begin);
+        store(L"PrimaryConfigStores", list);
     }
 }
 

@@ -37,6 +37,7 @@ public:
     // Questions.
 
     const std::vector<StorePtr>& chain() const { return chain_; }
+    StorePtr storeNamed(const std::string& name) const;  ///< null if the chain has none of this name
     Answer lookUp(const std::wstring& key, bool readOnlyStoresOnly) const;
 
     /// The report that a recomputation of the key makes, under the key as given.
@@ -77,6 +78,9 @@ public:
     /// Erases what the policies forbid the user to set.
     void applyPolicies();
 
+    /// Takes the presence store out of the list of copies where the product is a phone alone.
+    void dropPresenceInPhoneMode();
+
 private:
     struct Original {
         std::wstring value;
@@ -93,7 +97,6 @@ private:
     Original originalOf(const std::wstring& key) const;
     bool write(ModelStore& store, const std::wstring& key, const std::wstring& value);
     bool removeFrom(ModelStore& store, const std::wstring& key);
-    bool contains(const std::string& name) const;
     void takeOutSilently(const std::string& name);
     void recompute(const std::wstring& key, bool silent);
     void tellOfBatch(const std::vector<std::wstring>& keys);

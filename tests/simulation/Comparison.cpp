@@ -8,10 +8,13 @@
 #include "ListDifference.h"
 #include "StepGenerator.h"
 #include "fakes/HandSteppedDispatcher.h"
+#include "stores/LocalFileConfigStore.h"
 
 namespace simulation {
 
 namespace {
+
+constexpr const char* usersStore = "LocalFileConfigStore";
 
 std::string describe(const ChainOracle::Answer& answer) {
     return (answer.found ? "found [" : "missed [") + printable(answer.value) + "] of [" + printable(answer.storeName) +
@@ -68,7 +71,7 @@ std::optional<DocumentReading> readingOf(const ModelStore& store, std::map<std::
     if (store.name == "TftpOverrideConfigStore") {
         return readServersForm(files["config/corvid-config-user.xml"]);
     }
-    if (store.name == "LocalFileConfigStore") {
+    if (store.name == usersStore) {
         return readUsersForm(files["config/corvidLocalConfig.xml"], true);
     }
     if (store.name == "corvid-config-defaults.xml") {
@@ -85,9 +88,7 @@ std::optional<DocumentReading> readingOf(const ModelStore& store, std::map<std::
 std::string textsOf(const ModelStore& store) {
     std::string texts;
     for (const auto& [key, entry] : store.entries) {
-        // A start drops a copy from the user's list that has no place in the profile.
-        const bool isUsersList = store.name == "LocalFileConfigStore" && key == L"primaryconfigstores";
-        texts += isUsersList ? "" : " " + printable(key) + " = " + bracketed(entry.text);
+        texts += " " + printable(key) + " = " + bracketed(entry.text);
     }
     return texts;
 }
@@ -99,7 +100,8 @@ public:
         : steps_(steps),
           comparison_(comparison),
           module_(std::make_shared<fakes::HandSteppedDispatcher>(), preparation()),
-          model_(comparison.prepare ? storesOf(module_.module().manager()) : storesAfterStart()),
+          model_(comparison.prepare ? storesAsRead() : storesAfterStart()),
+          expectedTasksBefore_(model_.chain().persistTasks()),
           tasksBefore_(module_.module().persistence().waitingNames().size()),
           callsSoFar_(module_.calls().size()) {
         for (const wchar_t* const key : {L"Addtional_Info", L"connectionpassword", L"connectionusername",
@@ -110,7 +112,7 @@ public:
     }
 
     std::optional<Difference> go() {
-        if (auto text = differenceOfDocuments()) {
+        if (auto text = differenceAfterStart()) {
             return Difference{0, *text};
         }
         for (std::size_t index = 0; index < steps_.size(); ++index) {
@@ -132,27 +134,42 @@ private:
         };
     }
 
-    /// The model goes on from what the stores hold after the start, so that has to be what the documents say.
-    std::optional<std::string> differenceOfDocuments() {
-        if (!comparison_.prepare) {
-            return std::nullopt;
+    /// The stores of the module's chain with what their documents say, as far as the second reader is exact.
+    std::vector<ModelStore> storesAsRead() {
+        std::vector<ModelStore> stores = storesOf(module_.module().manager());
+        for (ModelStore& store : stores) {
+            const auto reading = readingOf(store, files_);
+            if (reading && reading->isExact) {
+                store.entries = reading->entries;
+            } else if (store.name == usersStore) {
+                store.entries = usersEntriesAsRead();
+            }
+        }
+        return stores;
+    }
+
+    /// What a store of the user's file finds in it as it was before the start, which may have taken some of it out.
+    ModelEntries usersEntriesAsRead() {
+        const fakes::TemporaryDirectory beside;
+        beside.write("users.xml", files_["config/corvidLocalConfig.xml"]);
+        LocalFileConfigStore store(usersStore, 0, beside.path(), "users.xml", false, true);
+        return entriesOf(store);
+    }
+
+    std::optional<std::string> differenceAfterStart() {
+        if (auto text = differenceOfChains(model_.chain(), module_.module().manager())) {
+            return "after the start: " + *text;
         }
         const std::vector<ModelStore> actual = storesOf(module_.module().manager());
-        std::vector<ChainOracle::StorePtr> expected;
-        for (const ModelStore& store : actual) {
-            expected.push_back(std::make_shared<ModelStore>(store));
-            if (const auto reading = readingOf(store, files_); reading && reading->isExact) {
-                expected.back()->entries = reading->entries;
-            }
-        }
-        ChainOracle policies([](const ChainCall&) {});
-        policies.adopt(expected);
-        policies.applyPolicies();
         for (std::size_t index = 0; index < actual.size(); ++index) {
-            if (textsOf(*expected[index]) != textsOf(actual[index])) {
-                return "what " + actual[index].name + " has read\n  expected:" + textsOf(*expected[index]) +
+            const ModelStore& expected = *model_.chain().chain()[index];
+            if (textsOf(expected) != textsOf(actual[index])) {
+                return "what " + actual[index].name + " has read\n  expected:" + textsOf(expected) +
                        "\n  actual:  " + textsOf(actual[index]);
             }
+        }
+        if (auto text = differenceOfLiveValues(model_.live(), module_.module().service())) {
+            return "after the start: " + *text;
         }
         return std::nullopt;
     }
@@ -194,9 +211,9 @@ private:
             }
         }
         const std::size_t tasks = module_.module().persistence().waitingNames().size() - tasksBefore_;
-        if (tasks != model_.chain().persistTasks()) {
-            return "persist tasks: expected " + std::to_string(model_.chain().persistTasks()) + ", actual " +
-                   std::to_string(tasks);
+        const std::size_t expectedTasks = model_.chain().persistTasks() - expectedTasksBefore_;
+        if (tasks != expectedTasks) {
+            return "persist tasks: expected " + std::to_string(expectedTasks) + ", actual " + std::to_string(tasks);
         }
         return std::nullopt;
     }
@@ -206,6 +223,7 @@ private:
     std::map<std::string, std::string> files_;  ///< as they were before the module's start
     ModuleWorld module_;
     ModelWorld model_;
+    const std::size_t expectedTasksBefore_;
     const std::size_t tasksBefore_;
     std::size_t callsBefore_ = 0;
     std::size_t callsSoFar_;

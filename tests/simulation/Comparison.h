@@ -18,9 +18,9 @@ struct Comparison {
     /// depends on their addresses, so that only the watchers' own tale can be compared.
     bool chainCalls = true;
 
-    /// Puts files into the world before the module starts. What the stores have read of the XML documents among them is
-    /// held to a second reader, as far as that is exact; the model then takes the stores over as they are after the
-    /// start: what the other file holds, and what the start itself has set. Nothing: empty directories.
+    /// Puts files into the world before the module starts. The model goes through the same start, over what a second
+    /// reader finds in the XML documents among them, as far as that is exact, and over what the stores themselves have
+    /// read of the others; then chain, stores and live values are held to it. Nothing: empty directories.
     std::function<void(fakes::ScopedWorld&)> prepare = {};
 };
 

@@ -88,8 +88,8 @@ DocumentReading read(const std::string& text,
 /// The first entry of a key is the one that counts.
 void add(DocumentReading& reading, const std::string& name, const std::string& text) {
     reading.isExact = reading.isExact && isAscii(name);
-    const std::wstring key = folded(widened(name));
-    reading.entries.try_emplace(key, ModelEntry{key, widened(text)});
+    const std::wstring spelling = widened(name);
+    reading.entries.try_emplace(folded(spelling), ModelEntry{spelling, widened(text)});
 }
 
 std::string valueOf(const xmlNode& entry) {
@@ -110,7 +110,7 @@ std::string valueOf(const xmlNode& entry) {
 DocumentReading readServersForm(const std::string& text) {
     DocumentReading reading = read(text, [](const xmlNode& element, int depth, DocumentReading& taken) {
         if (depth == 2) {
-            add(taken, textOf(element.name), valueOf(element));
+            add(taken, folded(textOf(element.name)), valueOf(element));
         }
     });
     reading.entries.erase(L"certificatevalidationenabled");  // never a document's to say
@@ -136,8 +136,9 @@ DocumentReading readUsersForm(const std::string& text, bool movesVoicemailKey) {
             value = name == "value" ? content : value;
         }
         if (!key.empty()) {
-            const bool moves = movesVoicemailKey && folded(key) == "vvm_mailstore_server_0";
-            add(taken, moves ? "VoicemailPrimaryServer" : key, value);
+            const std::string name = folded(key);
+            const bool moves = movesVoicemailKey && name == "vvm_mailstore_server_0";
+            add(taken, moves ? "VoicemailPrimaryServer" : name, value);
         }
     });
 }

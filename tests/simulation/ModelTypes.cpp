@@ -1,19 +1,24 @@
 #include "ModelTypes.h"
 
+#include <locale.h>
+#include <wctype.h>
+
 #include <sstream>
 
 namespace simulation {
 
 namespace {
 
-template <typename Text>
-Text foldedAscii(Text text) {
-    for (auto& unit : text) {
-        if (unit >= 'A' && unit <= 'Z') {
-            unit = static_cast<typename Text::value_type>(unit - 'A' + 'a');
-        }
-    }
-    return text;
+template <typename Unit>
+Unit foldedAscii(Unit unit) {
+    return unit >= 'A' && unit <= 'Z' ? static_cast<Unit>(unit - 'A' + 'a') : unit;
+}
+
+/// By the tables of the C library, but for the capital "i" with a dot and the small one without, which stand alone.
+wchar_t foldedBeyondAscii(wchar_t unit) {
+    static const locale_t unicode = newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+    const bool stays = unicode == nullptr || unit == L'\u0130' || unit == L'\u0131';
+    return stays ? unit : static_cast<wchar_t>(towlower_l(towupper_l(static_cast<wint_t>(unit), unicode), unicode));
 }
 
 const char* nameOf(Property property) {
@@ -24,8 +29,21 @@ const char* nameOf(Property property) {
 
 }  // namespace
 
-std::wstring folded(const std::wstring& text) { return foldedAscii(text); }
-std::string folded(const std::string& text) { return foldedAscii(text); }
+std::wstring folded(const std::wstring& text) {
+    std::wstring key = text;
+    for (wchar_t& unit : key) {
+        unit = unit < 0x80 ? foldedAscii(unit) : foldedBeyondAscii(unit);
+    }
+    return key;
+}
+
+std::string folded(const std::string& text) {
+    std::string name = text;
+    for (char& unit : name) {
+        unit = foldedAscii(unit);
+    }
+    return name;
+}
 
 std::string printable(const std::wstring& text) {
     std::ostringstream out;

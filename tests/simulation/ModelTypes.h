@@ -8,8 +8,10 @@
 
 namespace simulation {
 
-/// Keys and store names as the model compares them: ASCII letters in lower case, everything else as it is.
+/// Keys as the model compares them: each letter in lower case, all forms of one letter being one.
 std::wstring folded(const std::wstring& text);
+
+/// Store names as the model compares them: ASCII letters in lower case, everything else as it is.
 std::string folded(const std::string& text);
 
 /// A text that a terminal can show: what is not printable ASCII becomes \x and its code.

@@ -1,16 +1,80 @@
 #include "ModelWorld.h"
 
 #include <algorithm>
-
-#include "SimulatedModule.h"
+#include <cstring>
+#include <utility>
 
 namespace simulation {
 
+namespace {
+
+constexpr const char* usersStore = "LocalFileConfigStore";
+constexpr const char* overrideStore = "TftpOverrideConfigStore";
+constexpr const char* memoryStore = "InMemoryConfigStore";
+
+/// One of the module's own stores, with what it has found.
+ChainOracle::StorePtr storeOf(const std::vector<ModelStore>& stores, const std::string& name) {
+    ModelStore own;
+    own.name = name;
+    for (const ModelStore& store : stores) {
+        own = store.name == name ? store : own;
+    }
+    return std::make_shared<ModelStore>(own);
+}
+
+/// The copies of stores in the order of the stores' names, with that of the presence store behind the others.
+std::vector<ModelStore> copiesOf(const std::vector<ModelStore>& stores) {
+    std::map<std::pair<bool, std::string>, ModelStore> copies;
+    for (const ModelStore& store : stores) {
+        if (store.name.starts_with("cached")) {
+            const std::string name = folded(store.name.substr(6, store.name.size() - 6 - std::strlen(".xml")));
+            copies[{name == "presenceconfigstore", name}] = store;
+        }
+    }
+    std::vector<ModelStore> inOrder;
+    for (const auto& [name, copy] : copies) {
+        inOrder.push_back(copy);
+    }
+    return inOrder;
+}
+
+}  // namespace
+
 ModelWorld::ModelWorld(const std::vector<ModelStore>& stores)
     : chain_([this](const ChainCall& call) { take(call); }), live_([this](int watcher) { react(watcher); }) {
-    for (const ModelStore& store : stores) {
-        chain_.add(std::make_shared<ModelStore>(store));
+    makeStores(stores);
+    makeSomeAnew(stores);
+}
+
+void ModelWorld::makeStores(const std::vector<ModelStore>& stores) {
+    chain_.add(storeOf(stores, usersStore));
+    chain_.add(storeOf(stores, overrideStore));
+    chain_.add(storeOf(stores, "BootstrapConfigStore"));
+    for (const ModelStore& copy : copiesOf(stores)) {
+        chain_.add(std::make_shared<ModelStore>(copy));
     }
+    chain_.dropPresenceInPhoneMode();
+    chain_.add(storeOf(stores, "UrlProvisioningConfigStore"));
+    chain_.add(storeOf(stores, "corvid-config-defaults.xml"));
+    chain_.applyPolicies();
+    // The flags that may be worked out here are gone when the store is made anew, and so is all trace of them.
+    chain_.add(storeOf(stores, memoryStore));
+}
+
+void ModelWorld::makeSomeAnew(const std::vector<ModelStore>& stores) {
+    chain_.add(storeOf(stores, memoryStore));
+    const ChainOracle::StorePtr users = storeOf(stores, usersStore);
+    const ModelEntries left = chain_.storeNamed(usersStore)->entries;
+    if (left != users->entries) {
+        users->entries.clear();
+        // It has been written meanwhile, and gives its keys in small letters.
+        for (const auto& [key, entry] : left) {
+            users->put(key, entry.text);
+        }
+    }
+    chain_.add(users);
+    chain_.add(storeOf(stores, overrideStore));
+    chain_.applyPolicies();
 }
 
 void ModelWorld::take(const ChainCall& call) {

@@ -14,7 +14,10 @@ namespace simulation {
 /// The module as it ought to be: the chain's oracle coupled to the live values' oracle, and watchers that act.
 class ModelWorld {
 public:
-    /// Starts with the stores that the module has after its start.
+    /// Goes through a start of the module: its stores join one after the other, in the order in which the module makes
+    /// them, and those that it makes anew take their former places.
+    /// @param stores those of the module's chain after its start, in any order, each with what it has found when it was
+    /// made for the first time.
     explicit ModelWorld(const std::vector<ModelStore>& stores);
 
     /// @return what the operation answers, for steps that answer.
@@ -27,6 +30,8 @@ public:
     const std::vector<ChainCall>& calls() const { return calls_; }
 
 private:
+    void makeStores(const std::vector<ModelStore>& stores);
+    void makeSomeAnew(const std::vector<ModelStore>& stores);
     void take(const ChainCall& call);
     void react(int watcher);
     std::wstring keyOfObject(const std::wstring& key) { return live_.ask(key).key; }

@@ -39,7 +39,6 @@ std::vector<ModelStore> storesAfterStart() {
     ModelStore localFile;
     localFile.name = "LocalFileConfigStore";
     localFile.priority = 20;
-    localFile.hidesPeerToPeerOnFips = true;
     localFile.movesOldVoicemailKey = true;
 
     ModelStore provisioning;
@@ -59,7 +58,6 @@ std::vector<ModelStore> storesAfterStart() {
     inMemory.name = "InMemoryConfigStore";
     inMemory.priority = 600;
     inMemory.local = true;
-    inMemory.hidesPeerToPeerOnFips = true;
 
     ModelStore defaults;
     defaults.name = "corvid-config-defaults.xml";
@@ -67,7 +65,11 @@ std::vector<ModelStore> storesAfterStart() {
     defaults.readOnly = true;
     defaults.local = true;
 
-    return {override, localFile, provisioning, bootstrap, inMemory, defaults};
+    std::vector<ModelStore> stores = {override, localFile, provisioning, bootstrap, inMemory, defaults};
+    for (ModelStore& store : stores) {
+        store.hidesPeerToPeerOnFips = true;
+    }
+    return stores;
 }
 
 std::vector<ModelStore> storesOf(ConfigStoreManager& manager) {
@@ -82,15 +84,22 @@ std::vector<ModelStore> storesOf(ConfigStoreManager& manager) {
         copy.readOnly = store->isReadOnly();
         copy.local = store->isLocal();
         copy.cached = store->shouldCacheConfigStore();
-        for (const std::wstring& key : store->getKeys()) {
-            std::wstring text;
-            if (store->getValue(key, text)) {
-                copy.put(key, text);
-            }
-        }
+        copy.hidesPeerToPeerOnFips = true;
+        copy.entries = entriesOf(*store);
         stores.push_back(std::move(copy));
     }
     return stores;
+}
+
+ModelEntries entriesOf(ConfigStore& store) {
+    ModelStore copy;
+    for (const std::wstring& key : store.getKeys()) {
+        std::wstring text;
+        if (store.getValue(key, text)) {
+            copy.put(key, text);
+        }
+    }
+    return copy.entries;
 }
 
 ValueState stateOf(const ConfigValue& value) {

@@ -50,8 +50,11 @@ private:
 /// The stores that the module's chain holds after a start over empty directories, in chain order.
 std::vector<ModelStore> storesAfterStart();
 
-/// The stores of a chain with what they hold, in chain order. Its own are told by their names.
+/// The stores of a chain after a start, all of them the module's own, with what they hold, in chain order.
 std::vector<ModelStore> storesOf(ConfigStoreManager& manager);
+
+/// What a store holds.
+ModelEntries entriesOf(ConfigStore& store);
 
 /// What a client reads from a live value. Dispatcher thread.
 ValueState stateOf(const ConfigValue& value);
