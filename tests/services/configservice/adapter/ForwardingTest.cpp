@@ -69,6 +69,45 @@ TEST_F(Forwarding, TakesReportsByValueToo) {
     EXPECT_THAT(heard, ElementsAre(L"first", L"second", L"third"));
 }
 
+TEST_F(Forwarding, GoesOnWithABatchWhileItsObserversEmptyTheTableOfLiveValuesAndFillItAnew) {
+    constexpr std::size_t KEYS = 100;
+    const auto keyOf = [](std::size_t index) { return L"key" + std::to_wstring(1000 + index); };
+    inject();
+    const auto store = std::make_shared<fakes::ScriptedStore>("Many", 50);
+    std::vector<std::shared_ptr<ConfigValue>> first;
+    std::vector<std::wstring> heard;
+    std::vector<std::shared_ptr<ConfigValue>> second;
+    std::vector<std::shared_ptr<ValueListener>> listeners;
+    const auto observe = [&](const std::shared_ptr<ConfigValue>& live, const std::function<void()>& action) {
+        listeners.push_back(std::make_shared<ValueListener>(action));
+        live->addObserver(std::weak_ptr<ConfigValueObserver>(listeners.back()));
+    };
+    for (std::size_t index = 0; index < KEYS; ++index) {
+        store->with(keyOf(index), L"value");
+        first.push_back(service()->getConfig(keyOf(index)));
+        observe(first.back(), [&heard, key = keyOf(index)] { heard.push_back(key); });
+    }
+    observe(first[20], [&] {
+        // Others come into the place of those that go, far more of them, so that the table grows as well.
+        std::dynamic_pointer_cast<ConfigServiceImpl>(service())->reset();
+        first.erase(first.begin() + 21, first.end());
+        for (std::size_t index = 0; index < 10 * KEYS; ++index) {
+            second.push_back(service()->getConfig(keyOf(index)));
+        }
+        adapter()->setConfig(keyOf(30), L"user's");
+    });
+    adapter()->getConfigStoreManager()->addStore(store);
+    // Up to the one that emptied the table; those that came after it have heard of no batch.
+    ASSERT_EQ(heard.size(), 21U);
+    EXPECT_EQ(first[20]->getValue(), L"value");
+    EXPECT_EQ(second.front()->getValue(), L"");
+    EXPECT_FALSE(second[40]->getisDefined());
+    EXPECT_EQ(second[30]->getValue(), L"user's");
+    EXPECT_EQ(service()->getConfig(keyOf(40)), second[40]);
+    adapter()->setConfig(keyOf(40), L"user's");
+    EXPECT_EQ(second[40]->getValue(), L"user's");
+}
+
 TEST_F(Forwarding, WithoutAServiceTellsNobody) {
     writeDefaults({{"other", "default"}});
     const auto lonely = std::make_shared<UnifiedFactory>(dispatcher, tasks);

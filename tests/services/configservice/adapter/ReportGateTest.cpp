@@ -74,6 +74,16 @@ TEST_F(ReportGateTest, DeliversWhatWaitsBeforeTheDirectReport) {
     EXPECT_THAT(delivered_, ElementsAre("older 1", "older 2", "newer"));
 }
 
+TEST_F(ReportGateTest, KnowsOnTheDispatcherThreadWhetherAnythingIsAhead) {
+    EXPECT_TRUE(gate_->nothingIsAhead());
+    std::thread([&] { EXPECT_FALSE(gate_->nothingIsAhead()); }).join();
+    passOnForeignThread("older");
+    EXPECT_FALSE(gate_->nothingIsAhead());
+    dispatcher_->runAll();
+    EXPECT_TRUE(gate_->nothingIsAhead());
+    EXPECT_FALSE(std::make_shared<ReportGate>(nullptr)->nothingIsAhead());
+}
+
 TEST_F(ReportGateTest, ATaskWhoseReportIsGoneFindsNone) {
     passOnForeignThread("older");
     pass(note("newer"));

@@ -55,4 +55,46 @@ TEST(KeyTable, HandsOutWhatItHeldWhenItBeginsAnew) {
     EXPECT_EQ(table.find(FoldedKey(text)), nullptr);
 }
 
+/// The items that a table names at each step, for these keys in a row.
+std::vector<std::vector<std::wstring>> namedAhead(const TextTable& table, const std::vector<std::wstring>& keys) {
+    const std::vector<FoldedKey> folded(keys.begin(), keys.end());
+    std::vector<std::vector<std::wstring>> named(2);
+    table.fetchAhead(folded, [&](const std::shared_ptr<std::wstring>& item, unsigned step) {
+        EXPECT_TRUE(step == 0 || named[0].size() >= named[1].size());
+        EXPECT_TRUE(step == 1 || named[1].empty());
+        named[step].push_back(*item);
+        return step == 0 && *item != L"four";
+    });
+    return named;
+}
+
+TEST(KeyTable, NamesAheadTheItemsOfManyKeysStepByStep) {
+    TextTable table;
+    const std::vector<std::wstring> keys = {L"one", L"TWO", L"three"};
+    EXPECT_EQ(namedAhead(table, keys), (std::vector<std::vector<std::wstring>>{{}, {}}));
+    for (const std::wstring key : {L"One", L"two", L"four"}) {
+        table.insert(FoldedKey(key).hash(), std::make_shared<std::wstring>(key));
+    }
+    const std::vector<std::wstring> both = {L"One", L"two"};
+    EXPECT_EQ(namedAhead(table, keys), (std::vector<std::vector<std::wstring>>{both, both}));
+    const std::vector<std::wstring> all = {L"One", L"two", L"four"};
+    EXPECT_EQ(namedAhead(table, all), (std::vector<std::vector<std::wstring>>{all, both}));
+    EXPECT_EQ(namedAhead(table, {}), (std::vector<std::vector<std::wstring>>{{}, {}}));
+}
+
+TEST(KeyTable, NamesAheadNothingThatHasGone) {
+    TextTable table;
+    std::vector<std::wstring> keys;
+    for (int index = 0; index < 100; ++index) {
+        keys.push_back(L"key" + std::to_wstring(index));
+        table.insert(FoldedKey(keys.back()).hash(), std::make_shared<std::wstring>(keys.back()));
+    }
+    for (const std::wstring& key : keys) {
+        table.erase(FoldedKey(key));
+    }
+    EXPECT_EQ(namedAhead(table, keys), (std::vector<std::vector<std::wstring>>{{}, {}}));
+    table.reset(0);
+    EXPECT_EQ(namedAhead(table, keys), (std::vector<std::vector<std::wstring>>{{}, {}}));
+}
+
 }  // namespace

@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <deque>
+#include <span>
 
 #include "ChainFixture.h"
 
@@ -14,14 +16,34 @@ using testing::IsEmpty;
 class Receiver final : public fakes::RecordingManagerObserver, public KeyReportReceiver {
 public:
     void takeReport(const KeyReport& report) override {
+        noteWhetherExpected(report.key);
         taken.push_back({fakes::ManagerReport::Kind::Change, report.key.text(), report.value, report.originalValue,
                          report.isOverridden, report.isDefined, report.valueStoreName, report.originalValueStoreName,
                          report.silent});
     }
 
-    void fireIfRequired(const FoldedKey& key) override { taken.push_back(fakes::ManagerReport::fire(key.text())); }
+    void fireIfRequired(const FoldedKey& key) override {
+        noteWhetherExpected(key);
+        taken.push_back(fakes::ManagerReport::fire(key.text()));
+    }
+
+    void expect(std::span<const FoldedKey> keys) override {
+        for (const FoldedKey& key : keys) {
+            awaited.push_back(key.text());
+        }
+    }
 
     std::vector<fakes::ManagerReport> taken;
+    std::deque<std::wstring> awaited;  ///< what is to come, as it was told
+    std::size_t expected = 0;          ///< reports and fires of just the key that was to come
+
+private:
+    void noteWhetherExpected(const FoldedKey& key) {
+        if (!awaited.empty() && awaited.front() == key.text()) {
+            awaited.pop_front();
+            ++expected;
+        }
+    }
 };
 
 class Reports : public ChainFixture {
@@ -158,6 +180,24 @@ TEST_F(Reports, AreTheSameForAReceiverAsForAnObserverAndReachItInThatOneWay) {
     manager.RemoveObserver(&receiver);
     manager.NotifyFireIfRequired(L"key");
     EXPECT_THAT(receiver.taken, testing::SizeIs(12));
+}
+
+TEST_F(Reports, OfABatchAreExpectedByAReceiverInTheirOrderReportsAndFires) {
+    constexpr std::size_t KEYS = 100;
+    for (std::size_t index = 0; index < KEYS; ++index) {
+        server->with(L"key" + std::to_wstring(index), L"value");
+    }
+    Receiver receiver;
+    manager.AddObserver(&receiver);
+    manager.addStore(server);
+    EXPECT_EQ(receiver.taken.size(), 2 * KEYS);
+    EXPECT_EQ(receiver.expected, 2 * KEYS);
+    EXPECT_THAT(receiver.awaited, IsEmpty());
+    EXPECT_EQ(receiver.taken, observer.reports());
+    manager.notifyObservers(std::vector<std::wstring>());
+    manager.updateKey(L"key1", true);
+    EXPECT_THAT(receiver.awaited, IsEmpty());
+    manager.RemoveObserver(&receiver);
 }
 
 TEST_F(Reports, ReachAnObserverOnceHoweverOftenItWasAdded) {

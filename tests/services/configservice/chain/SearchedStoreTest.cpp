@@ -16,10 +16,13 @@ public:
         return getValue(key.text(), value);
     }
 
+    void expect(std::span<const FoldedKey> coming) override { expected += coming.size(); }
+
     const KeyFilter* filter() const override { return &keys; }
 
     KeyFilter keys;
     int lookups = 0;
+    std::size_t expected = 0;
 };
 
 TEST(SearchedStore, AsksNoStoreForAKeyThatItsFilterRulesOut) {
@@ -37,6 +40,20 @@ TEST(SearchedStore, AsksNoStoreForAKeyThatItsFilterRulesOut) {
     EXPECT_TRUE(searched.lookUp(FoldedKey(key), value));
     EXPECT_EQ(value, L"dark");
     EXPECT_EQ(store->lookups, 1);
+}
+
+TEST(SearchedStore, ExpectsTheKeysOfWhichItMayHoldTheFirst) {
+    const auto store = std::make_shared<CountingStore>();
+    const SearchedStore searched(store);
+    const std::vector<std::wstring> keys = {L"theme", L"language"};
+    const std::vector<FoldedKey> folded(keys.begin(), keys.end());
+    searched.expect(folded);
+    EXPECT_EQ(store->expected, 0U);
+    store->keys.add(folded.front().mark());
+    searched.expect(folded);
+    EXPECT_EQ(store->expected, 2U);
+    EXPECT_EQ(store->lookups, 0);
+    SearchedStore(std::make_shared<fakes::ScriptedStore>("Outside", 300)).expect(folded);
 }
 
 }  // namespace

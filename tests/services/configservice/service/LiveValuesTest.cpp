@@ -59,6 +59,52 @@ TEST(LiveValues, ForgetsAllAndStartsAnew) {
     EXPECT_NE(findLive(values, L"a"), nullptr);
 }
 
+void fetchAheadOf(const LiveValues& values, const std::vector<std::wstring>& keys) {
+    const std::vector<FoldedKey> folded(keys.begin(), keys.end());
+    values.fetchAhead(folded);
+}
+
+TEST(LiveValues, FetchAheadWhateverTheyHoldAndChangeNothing) {
+    const std::vector<std::wstring> keys = {L"bare", L"asked for", L"heard", L"heard by two", L"not there"};
+    LiveValues values;
+    fetchAheadOf(values, keys);
+    std::vector<std::shared_ptr<ConfigValueImpl>> objects;
+    for (std::size_t index = 0; index < 4; ++index) {
+        objects.push_back(makeLive(keys[index]));
+        values.add(objects.back());
+    }
+    int told = 0;
+    std::vector<std::weak_ptr<PropertyNotifierConnection>> connections;
+    const auto notifierOf = [&](std::size_t index) {
+        return objects[index]->getConfigValueNotifiers()->getValueNotifier();
+    };
+    notifierOf(1);
+    connections.push_back(notifierOf(2)->addConnection([&] { ++told; }));
+    connections.push_back(notifierOf(3)->connect([&] { ++told; }));
+    connections.push_back(notifierOf(3)->addConnection([&] { ++told; }));
+    fetchAheadOf(values, keys);
+    for (const auto& object : objects) {
+        object->silentUpdate(L"value", L"original", true, true, L"store", L"other");
+    }
+    fetchAheadOf(values, keys);
+    EXPECT_EQ(told, 0);
+    for (const auto& object : objects) {
+        EXPECT_EQ(object->getValue(), L"value");
+        object->fireRequired();
+    }
+    EXPECT_EQ(told, 3);
+    EXPECT_EQ(findLive(values, L"not there"), nullptr);
+    for (const auto& connection : connections) {
+        connection.lock()->disconnect();
+    }
+    objects[2]->silentUpdate(L"again", L"original", true, true, L"store", L"other");
+    fetchAheadOf(values, keys);
+    values.clear();
+    objects.clear();
+    fetchAheadOf(values, keys);
+    EXPECT_TRUE(values.inOrder().empty());
+}
+
 TEST(SharedText, KeepsEqualTextsOnce) {
     const SharedText one(L"LocalFileConfigStore");
     const SharedText other(L"LocalFileConfigStore");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -48,6 +49,9 @@ public:
     /// The same two without copies of the texts, which an observer must not be able to end or change.
     void takeReport(const KeyReport& report);
     void fireIfRequired(const FoldedKey& key);
+
+    /// Fetches ahead what those two will read for these keys. The thread is not checked here.
+    void expect(std::span<const FoldedKey> keys) const { liveValues_.fetchAhead(keys); }
 
     /// Marks a key as one whose value logs must not show.
     void updateSensitiveKeyList(std::wstring key);

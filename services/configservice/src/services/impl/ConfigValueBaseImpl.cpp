@@ -127,6 +127,10 @@ void ConfigValueBaseImpl::tell(void (ConfigValueObserver::*changed)()) {
     }
 }
 
+bool ConfigValueBaseImpl::fetchNotifiersAhead(unsigned step) const {
+    return ownNotifiers_ != nullptr && ownNotifiers_->fetchAhead(step);
+}
+
 void ConfigValueBaseImpl::fireKey() { fire(&ConfigValueObserver::OnKeyChanged); }
 
 void ConfigValueBaseImpl::fireValue() { fire(&ConfigValueObserver::OnValueChanged); }

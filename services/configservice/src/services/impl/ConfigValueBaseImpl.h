@@ -82,6 +82,9 @@ protected:
     void storeOriginalValueStoreName(const std::wstring& name) { originalValueStoreName_ = SharedText(name); }
     void tell(void (ConfigValueObserver::*changed)());
 
+    /// Fetches ahead what lies so many steps from the notifiers. @return whether anything lies further.
+    bool fetchNotifiersAhead(unsigned step) const;
+
 private:
     void fire(void (ConfigValueObserver::*changed)());
 

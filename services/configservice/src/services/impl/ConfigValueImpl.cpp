@@ -4,6 +4,7 @@
 
 #include "ConfigFeatureSet.h"
 #include "chain/DisableP2PCallOnFips.h"
+#include "chain/FetchAhead.h"
 #include "quill/StringUtils.h"
 
 ConfigValueImpl::ConfigValueImpl(const std::shared_ptr<UnifiedFactory>& factory, const std::wstring& key)
@@ -132,6 +133,19 @@ void ConfigValueImpl::silentUpdate(const std::wstring& value, const std::wstring
         storeOriginalValueStoreName(originalValueStoreName);
         pendingOriginalValueStoreNameFire_ = true;
     }
+}
+
+bool ConfigValueImpl::fetchAhead(unsigned step) const {
+    if (step == 0) {
+        FetchAhead::bytes(this, sizeof(*this));
+        return true;
+    }
+    if (step == 1) {
+        FetchAhead::text(storedKey());
+        FetchAhead::line(storedValue().data());
+        FetchAhead::line(storedOriginalValue().data());
+    }
+    return pendingValueFire_ && fetchNotifiersAhead(step - 1);
 }
 
 void ConfigValueImpl::fireRequired() {

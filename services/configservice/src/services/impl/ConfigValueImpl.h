@@ -49,6 +49,11 @@ public:
     /// told loses that mark. The caller keeps a reference to this object.
     void fireRequired();
 
+    /// Fetches ahead, of what silentUpdate() and fireRequired() will read, what lies so many steps from this pointer:
+    /// at first the object itself, then the texts, and what is behind the notifier of the value if that is to fire,
+    /// since hardly any other is asked for. Reads what lies nearer. @return whether anything lies further.
+    bool fetchAhead(unsigned step) const;
+
     /// The text of getKey() without a copy and without a check of the thread; the same for the object's life.
     const std::wstring& ownKey() const { return storedKey(); }
 

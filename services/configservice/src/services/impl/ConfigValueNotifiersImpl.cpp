@@ -1,5 +1,7 @@
 #include "ConfigValueNotifiersImpl.h"
 
+#include "chain/FetchAhead.h"
+
 std::shared_ptr<PropertyNotifier> ConfigValueNotifiersImpl::getKeyNotifier() { return getOrMake(keyNotifier_); }
 
 std::shared_ptr<PropertyNotifier> ConfigValueNotifiersImpl::getValueNotifier() { return getOrMake(valueNotifier_); }
@@ -47,3 +49,11 @@ void ConfigValueNotifiersImpl::OnisDefinedChanged() { fireIfMade(isDefinedNotifi
 void ConfigValueNotifiersImpl::OnValueStoreNameChanged() { fireIfMade(valueStoreNameNotifier_); }
 
 void ConfigValueNotifiersImpl::OnOriginalValueStoreNameChanged() { fireIfMade(originalValueStoreNameNotifier_); }
+
+bool ConfigValueNotifiersImpl::fetchAhead(unsigned step) const {
+    if (step == 0) {
+        FetchAhead::bytes(this, sizeof(*this));
+        return true;
+    }
+    return valueNotifier_ != nullptr && valueNotifier_->fetchAhead(step - 1);
+}

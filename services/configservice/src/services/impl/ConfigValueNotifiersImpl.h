@@ -28,6 +28,10 @@ public:
     void OnValueStoreNameChanged() override;
     void OnOriginalValueStoreNameChanged() override;
 
+    /// Fetches ahead what lies so many steps from this pointer on the way to those who are connected to the value, this
+    /// object at first. Reads what lies nearer. @return whether anything lies further.
+    bool fetchAhead(unsigned step) const;
+
 private:
     std::shared_ptr<PropertyNotifierImpl> keyNotifier_;
     std::shared_ptr<PropertyNotifierImpl> valueNotifier_;

@@ -7,6 +7,11 @@ std::shared_ptr<ConfigValueImpl> LiveValues::find(const FoldedKey& key) const {
     return found != nullptr ? *found : nullptr;
 }
 
+void LiveValues::fetchAhead(std::span<const FoldedKey> keys) const {
+    table_.fetchAhead(
+        keys, [](const std::shared_ptr<ConfigValueImpl>& object, unsigned step) { return object->fetchAhead(step); });
+}
+
 void LiveValues::add(const std::shared_ptr<ConfigValueImpl>& object) {
     const FoldedKey key(object->ownKey());
     if (table_.find(key) == nullptr) {

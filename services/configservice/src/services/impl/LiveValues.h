@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,9 @@ class LiveValues {
 public:
     /// The object of a key; null if there is none.
     std::shared_ptr<ConfigValueImpl> find(const FoldedKey& key) const;
+
+    /// Fetches ahead what reports of these keys, and their fires, will read.
+    void fetchAhead(std::span<const FoldedKey> keys) const;
 
     /// Keeps an object, unless there is one of its key already. Not null.
     void add(const std::shared_ptr<ConfigValueImpl>& object);

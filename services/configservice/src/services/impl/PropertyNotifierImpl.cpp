@@ -1,5 +1,7 @@
 #include "PropertyNotifierImpl.h"
 
+#include "chain/FetchAhead.h"
+
 namespace {
 
 template <typename Connection, typename Callback>
@@ -29,11 +31,20 @@ void fireConnections(const List& connections) {
     }
 }
 
+/// The first connection alone: hardly ever there are more.
+template <typename List>
+void fetchConnectionAhead(const List& connections) {
+    if (!connections.empty()) {
+        FetchAhead::bytes(connections.front().get(), sizeof(*connections.front()));
+    }
+}
+
 }  // namespace
 
-PropertyNotifierImpl::PropertyNotifierImpl()
-    : boostConnections_(std::make_shared<BoostConnection::List>()),
-      standardConnections_(std::make_shared<StandardConnection::List>()) {}
+PropertyNotifierImpl::PropertyNotifierImpl() : PropertyNotifierImpl(std::make_shared<Lists>()) {}
+
+PropertyNotifierImpl::PropertyNotifierImpl(const std::shared_ptr<Lists>& lists)
+    : boostConnections_(lists, &lists->boost), standardConnections_(lists, &lists->standard) {}
 
 std::weak_ptr<PropertyNotifierConnection> PropertyNotifierImpl::connect(const boost::function<void()>& callback) {
     return connectTo<BoostConnection>(boostConnections_, callback);
@@ -52,4 +63,23 @@ void PropertyNotifierImpl::fire() {
     const auto standardConnections = standardConnections_;
     fireConnections(*boostConnections_);
     fireConnections(*standardConnections);
+}
+
+bool PropertyNotifierImpl::fetchAhead(unsigned step) const {
+    switch (step) {
+    case 0:
+        FetchAhead::bytes(this, sizeof(*this));
+        return true;
+    case 1:
+        FetchAhead::bytes(boostConnections_.get(), sizeof(Lists));
+        return true;
+    case 2:
+        FetchAhead::line(boostConnections_->data());
+        FetchAhead::line(standardConnections_->data());
+        return true;
+    default:
+        fetchConnectionAhead(*boostConnections_);
+        fetchConnectionAhead(*standardConnections_);
+        return false;
+    }
 }

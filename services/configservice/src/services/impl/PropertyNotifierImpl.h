@@ -23,9 +23,21 @@ public:
     /// What a callback throws goes on to the caller.
     void fire();
 
+    /// Fetches ahead, of what a fire will read, what lies so many steps from this pointer, this object at first. Reads
+    /// what lies nearer. @return whether anything lies further.
+    bool fetchAhead(unsigned step) const;
+
 private:
     using BoostConnection = PropertyNotifierConnectionImpl<boost::function<void()>>;
     using StandardConnection = PropertyNotifierConnectionImpl<std::function<void()>>;
+
+    /// Side by side in one piece of memory, since a fire reads both.
+    struct Lists {
+        BoostConnection::List boost;
+        StandardConnection::List standard;
+    };
+
+    explicit PropertyNotifierImpl(const std::shared_ptr<Lists>& lists);
 
     const std::shared_ptr<BoostConnection::List> boostConnections_;
     const std::shared_ptr<StandardConnection::List> standardConnections_;

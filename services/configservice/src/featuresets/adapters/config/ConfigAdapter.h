@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -112,6 +113,7 @@ public:
                                 bool silent) override;
     void takeReport(const KeyReport& report) override;
     void fireIfRequired(const FoldedKey& key) override;
+    void expect(std::span<const FoldedKey> keys) override;
 
     // Other reports.
 

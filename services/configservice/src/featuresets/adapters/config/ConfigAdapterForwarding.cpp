@@ -63,6 +63,13 @@ void ConfigAdapter::fireIfRequired(const FoldedKey& key) {
         FIRE_TASK);
 }
 
+void ConfigAdapter::expect(std::span<const FoldedKey> keys) {
+    // Elsewhere the live objects may change meanwhile.
+    if (configService_ != nullptr && reportGate_->nothingIsAhead()) {
+        configService_->expect(keys);
+    }
+}
+
 void ConfigAdapter::onSensitiveKeyAddedOrUpdated(std::wstring key) {
     // The name is that of another operation.
     reportGate_->passBeside(

@@ -46,6 +46,9 @@ public:
         }
     }
 
+    /// True on the dispatcher thread while the box is empty: a report would be put in and taken out in one step.
+    bool nothingIsAhead();
+
     /// Delivers beside the box: on the dispatcher thread at once, elsewhere through a task of its own.
     void passBeside(Delivery delivery, const std::string& taskName);
 
@@ -74,8 +77,6 @@ private:
         Delivery delivery;
     };
 
-    /// True on the dispatcher thread while the box is empty: a report that would be put in and taken out in one step.
-    bool nothingIsAhead();
     void passThroughBox(Delivery delivery, std::string_view taskName);
     std::uint64_t put(Delivery delivery);
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -232,6 +233,12 @@ private:
 
     /// The same for NotifyFireIfRequired().
     void fire(const FoldedKey& key);
+
+    /// Fires a key whose state was reported silently.
+    void fireReported(const StoreChain::Lock& lock, const FoldedKey& key);
+
+    /// Tells the module's own observers what comes next.
+    void expect(std::span<const FoldedKey> keys);
 
     /// Calls tell(observer, receiver); the receiver is null for an observer from outside. Observers may come and go
     /// from inside a report: each step goes to the next greater address.

@@ -1,6 +1,9 @@
 #include "chain/ConfigStoreManager.h"
 
+#include <span>
 #include <utility>
+
+#include "chain/FetchAhead.h"
 
 void ConfigStoreManager::updateKey(std::wstring key, bool silent) {
     const FoldedKey folded(key);
@@ -50,6 +53,23 @@ void ConfigStoreManager::fire(const FoldedKey& key) {
     });
 }
 
+void ConfigStoreManager::fireReported(const StoreChain::Lock& lock, const FoldedKey& key) {
+    const std::wstring* const name = resolver(lock).reportedName(key);
+    if (name == &key.text()) {
+        fire(key);
+    } else if (name != nullptr) {
+        fire(FoldedKey(*name));
+    }
+}
+
+void ConfigStoreManager::expect(std::span<const FoldedKey> keys) {
+    forEachObserver([&](ConfigStoreManager_Observer&, KeyReportReceiver* receiver) {
+        if (receiver != nullptr) {
+            receiver->expect(keys);
+        }
+    });
+}
+
 void ConfigStoreManager::notifyObservers(const std::shared_ptr<ConfigStore>& store) {
     if (store != nullptr) {
         notifyObservers(store->getKeys());
@@ -59,18 +79,22 @@ void ConfigStoreManager::notifyObservers(const std::shared_ptr<ConfigStore>& sto
 void ConfigStoreManager::notifyObservers(const std::vector<std::wstring>& keys) {
     // An observer may read in its turn: with the chain lock taken first, the two locks are always taken in one order.
     const StoreChain::Lock lock(chain_);
-    for (const std::wstring& key : keys) {
-        report(lock, FoldedKey(key), true);
-    }
-    for (const std::wstring& key : keys) {
-        const FoldedKey folded(key);
-        const std::wstring* const name = resolver(lock).reportedName(folded);
-        if (name == &key) {
-            fire(folded);
-        } else if (name != nullptr) {
-            fire(FoldedKey(*name));
+    const std::vector<FoldedKey> all(keys.begin(), keys.end());
+    FetchAhead::inParts(std::span(all), [&](std::span<const FoldedKey> part) {
+        for (const SearchedStore& store : chain_.searchList(lock)) {
+            store.expect(part);
         }
-    }
+        expect(part);
+        for (const FoldedKey& key : part) {
+            report(lock, key, true);
+        }
+    });
+    FetchAhead::inParts(std::span(all), [&](std::span<const FoldedKey> part) {
+        expect(part);
+        for (const FoldedKey& key : part) {
+            fireReported(lock, key);
+        }
+    });
 }
 
 void ConfigStoreManager::NotifyConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue,

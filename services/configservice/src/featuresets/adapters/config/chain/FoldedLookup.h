@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "chain/DisableP2PCallOnFips.h"
@@ -17,6 +18,10 @@ public:
     /// out is a miss with an empty value, and what lookUp() found a moment ago need not be asked again. Null: the store
     /// wants to be asked each time, since it logs lookups, say, or leaves something else in a miss.
     virtual const KeyFilter* filter() const { return nullptr; }
+
+    /// A hint that these keys, of which at least the first may be here, are looked up next. The store may fetch what it
+    /// will need for them, and changes nothing. Any thread.
+    virtual void expect(std::span<const FoldedKey> keys) { static_cast<void>(keys); }
 
 protected:
     ~FoldedLookup() = default;

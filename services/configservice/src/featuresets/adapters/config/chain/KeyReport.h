@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 
 #include "chain/FoldedKey.h"
@@ -30,4 +31,8 @@ public:
 
     /// In the place of onFireIfRequired().
     virtual void fireIfRequired(const FoldedKey& key) = 0;
+
+    /// A hint in the midst of many reports: those of these keys, or their fires, come next. The receiver may fetch what
+    /// it will need for them, and changes nothing.
+    virtual void expect(std::span<const FoldedKey> keys) { static_cast<void>(keys); }
 };

@@ -2,10 +2,12 @@
 
 #include <bit>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "chain/FetchAhead.h"
 #include "chain/FoldedKey.h"
 
 /// A hash table of items that know their own keys: found in one step without regard to case, and in no order.
@@ -31,6 +33,33 @@ public:
     Item* find(const FoldedKey& key) {
         const std::size_t slot = slotOf(key);
         return slot != NOWHERE ? &items_[slot] : nullptr;
+    }
+
+    /// Fetches ahead what find() will look at for these keys, and what their items lead to.
+    /// @param fetch fetch(item, step) names what lies so many steps from an item, and may read what lies nearer; it
+    ///              returns whether anything lies further. It is called for all items at step 0, then for those that go
+    ///              on at the next one, and so on. An item may be that of another key.
+    template <typename Fetch>
+    void fetchAhead(std::span<const FoldedKey> keys, const Fetch& fetch) const {
+        if (tags_.empty()) {
+            return;
+        }
+        for (const FoldedKey& key : keys) {
+            const std::size_t slot = firstSlotOf(key.hash()) & (tags_.size() - 1);
+            FetchAhead::line(&tags_[slot]);
+            FetchAhead::line(&items_[slot]);
+        }
+        std::vector<const Item*> items;
+        items.reserve(keys.size());
+        for (const FoldedKey& key : keys) {
+            const std::size_t slot = slotOf(key.hash(), [](const Item&) { return true; });
+            if (slot != NOWHERE) {
+                items.push_back(&items_[slot]);
+            }
+        }
+        for (unsigned step = 0; !items.empty(); ++step) {
+            std::erase_if(items, [&](const Item* item) { return !fetch(*item, step); });
+        }
     }
 
     /// Puts an item whose key is not there. @param hash of its FoldedKey.
@@ -86,13 +115,19 @@ private:
     static std::size_t firstSlotOf(std::uint64_t hash) { return static_cast<std::size_t>(hash >> 8U); }
 
     std::size_t slotOf(const FoldedKey& key) const {
+        return slotOf(key.hash(), [&key](const Item& item) { return key.equals(KeyOf()(item)); });
+    }
+
+    /// The first slot of an item whose hash has the same tag, and of which isWanted(item) is true.
+    template <typename IsWanted>
+    std::size_t slotOf(std::uint64_t hash, const IsWanted& isWanted) const {
         if (tags_.empty()) {
             return NOWHERE;
         }
         const std::size_t mask = tags_.size() - 1;
-        const Tag tag = tagOf(key.hash());
-        for (std::size_t slot = firstSlotOf(key.hash()) & mask; tags_[slot] != FREE; slot = (slot + 1) & mask) {
-            if (tags_[slot] == tag && key.equals(KeyOf()(items_[slot]))) {
+        const Tag tag = tagOf(hash);
+        for (std::size_t slot = firstSlotOf(hash) & mask; tags_[slot] != FREE; slot = (slot + 1) & mask) {
+            if (tags_[slot] == tag && isWanted(items_[slot])) {
                 return slot;
             }
         }

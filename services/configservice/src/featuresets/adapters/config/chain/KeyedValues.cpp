@@ -36,6 +36,18 @@ const std::wstring* KeyedValues::find(const FoldedKey& key) const {
     return found != nullptr ? &(*found)->value : nullptr;
 }
 
+void KeyedValues::fetchAhead(std::span<const FoldedKey> keys) const {
+    table_.fetchAhead(keys, [](const Entry* entry, unsigned step) {
+        if (step == 0) {
+            FetchAhead::bytes(entry, sizeof(*entry));
+            return true;
+        }
+        FetchAhead::text(entry->key);
+        FetchAhead::line(entry->value.data());
+        return false;
+    });
+}
+
 bool KeyedValues::set(const FoldedKey& key, const std::wstring& value) {
     Entry* const* const found = table_.find(key);
     if (found == nullptr) {

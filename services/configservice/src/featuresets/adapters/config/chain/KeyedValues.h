@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -55,6 +56,9 @@ public:
 
     /// The value; null if there is none. Good until the next change.
     const std::wstring* find(const FoldedKey& key) const;
+
+    /// Fetches ahead what find() will read for these keys.
+    void fetchAhead(std::span<const FoldedKey> keys) const;
 
     /// Puts a value; a key that is there keeps its spelling. @return false if it had this very value before.
     bool set(const FoldedKey& key, const std::wstring& value);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,14 @@ public:
             return false;
         }
         return inside_ != nullptr ? inside_->lookUp(key, value) : store_->getValue(key.text(), value);
+    }
+
+    /// Tells a store of the module's own that these keys are looked up next, unless it rules out the first of them:
+    /// many keys in a row are mostly those of one store. @param keys one at least.
+    void expect(std::span<const FoldedKey> keys) const {
+        if (inside_ != nullptr && (filter_ == nullptr || filter_->mayHold(keys.front().mark()))) {
+            inside_->expect(keys);
+        }
     }
 
     bool storeValue(const FoldedKey& key, const std::wstring& value) const {

@@ -71,6 +71,11 @@ bool TftpConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     return answer(configValues_.find(key), key, value);
 }
 
+void TftpConfigStore::expect(std::span<const FoldedKey> keys) {
+    const tessel::ScopedLock lock(valuesMutex_);
+    configValues_.fetchAhead(keys);
+}
+
 bool TftpConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     const tessel::ScopedLock lock(valuesMutex_);
     configValues_.set(FoldedKey(key), value);

@@ -59,6 +59,7 @@ public:
     /// own certificate. Before the first download has ended: answers all the same, with a level 4 line.
     bool getValue(const std::wstring& key, std::wstring& value) override;
     bool lookUp(const FoldedKey& key, std::wstring& value) override;
+    void expect(std::span<const FoldedKey> keys) override;
 
     /// Works although the store is read-only towards the chain. Always true.
     bool storeValue(const std::wstring& key, const std::wstring& value) override;

@@ -133,6 +133,11 @@ bool LocalFileConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     return answer(values_.find(key), key, value);
 }
 
+void LocalFileConfigStore::expect(std::span<const FoldedKey> keys) {
+    const tessel::ScopedLock lock(mutex_);
+    values_.fetchAhead(keys);
+}
+
 bool LocalFileConfigStore::storeValue(const std::wstring& key, const std::wstring& value) {
     return store(FoldedKey(key), value);
 }

@@ -60,6 +60,11 @@ bool XmlConfigStore::lookUp(const FoldedKey& key, std::wstring& value) {
     return answer(found != nullptr && isRemoved(key) ? nullptr : found, key, value);
 }
 
+void XmlConfigStore::expect(std::span<const FoldedKey> keys) {
+    const tessel::ScopedReadLock lock(lock_);
+    values_.fetchAhead(keys);
+}
+
 bool XmlConfigStore::isRemoved(const FoldedKey& key) const {
     if (!hasRemoved_.load(std::memory_order_acquire)) {
         return false;

@@ -30,6 +30,7 @@ public:
     /// Applies the rule for FIPS mode to a hit.
     bool getValue(const std::wstring& key, std::wstring& value) override;
     bool lookUp(const FoldedKey& key, std::wstring& value) override;
+    void expect(std::span<const FoldedKey> keys) override;
     const KeyFilter* filter() const override { return &filter_; }
 
     /// Memory only; nothing reaches the file.
