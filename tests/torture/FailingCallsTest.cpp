@@ -280,8 +280,8 @@ public:
 
     const Scene& old() const { return old_; }
 
-    /// @param kept what must be in the user's file, or in one that was set aside, after each of them, and after the
-    /// write that follows: there, the values of a whole file will do.
+    /// @param kept what must be in the user's file, or in one that was set aside, after each of them with a write, and
+    /// after the write that follows; the values of a whole file will do.
     void tryAllFailures(const std::vector<std::string>& kept) {
         tryAll([&] { return startAndWrite(kept); }, false);
     }
@@ -335,16 +335,18 @@ private:
         }
     }
 
-    /// A start under the fault, and a write to a disk that is in order again.
+    /// A start and a write under the fault, and a write to a disk that is in order again.
     int startAndWrite(const std::vector<std::string>& kept) const {
+        const auto isLost = [&] { return !keepsAll(kept) && States::of(scene_).user != stateBefore; };
         markBegin();
         Client client(scene_);
+        client.touchUser();
         markEnd();
-        if (!keepsAll(kept)) {
+        if (isLost()) {
             return lostByTheStart;
         }
         client.touchUser();
-        return keepsAll(kept) || States::of(scene_).user == stateBefore ? inOrder : lostByTheWrite;
+        return isLost() ? lostByTheWrite : inOrder;
     }
 
     /// A start under the fault, and one on a disk that is in order again.

@@ -229,8 +229,12 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
     if (replaced.filePath() != filePath()) {
         return;
     }
+    const bool isUnreadFileInPlace = replaced.hasUnreadFile();
     Values taken = replaced.copyValues();
+    tessel::ScopedLock fileLock(fileMutex_);
     tessel::ScopedLock lock(mutex_);
+    // What this one may have read of it goes with its own values.
+    unreadFileIsInPlace_ = unreadFileIsInPlace_ || isUnreadFileInPlace;
     values_.exchange(std::move(taken.entries));
     ++change_;
 }
@@ -349,10 +353,11 @@ void LocalFileConfigStore::setInvalidFileAside(const std::string& contents) {
 }
 
 void LocalFileConfigStore::keepUnreadFile() {
-    if (unreadFileIsInPlace_ && mayBeThere(filePath())) {
-        moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
+    if (unreadFileIsInPlace_) {
+        unreadFileIsInPlace_ =
+            mayBeThere(filePath()) &&
+            !moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
     }
-    unreadFileIsInPlace_ = false;
 }
 
 bool LocalFileConfigStore::isFolderStrangers(const char* function, const std::string& refused) {
@@ -383,7 +388,6 @@ bool LocalFileConfigStore::isInFile() {
 
 bool LocalFileConfigStore::writeFile(Document document) {
     createConfigDirectory();
-    keepUnreadFile();
     const SiblingLock siblingLock(directory_);
     const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
     XmlFileWriter writer(temporaryPath);
@@ -426,6 +430,7 @@ bool LocalFileConfigStore::finishDocument(XmlFileWriter& writer) {
 }
 
 bool LocalFileConfigStore::replaceFile(const std::string& temporaryPath) {
+    keepUnreadFile();
     if (FileUtils::copyFile(temporaryPath, filePath(), false)) {
         return true;
     }
@@ -436,6 +441,7 @@ bool LocalFileConfigStore::replaceFile(const std::string& temporaryPath) {
 
 void LocalFileConfigStore::notePersisted(std::uint64_t change) {
     writtenFile_ = FileStamp::of(filePath());
+    unreadFileIsInPlace_ = false;
     tessel::ScopedLock lock(mutex_);
     persistedChange_ = change;
 }
