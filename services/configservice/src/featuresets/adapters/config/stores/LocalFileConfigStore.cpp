@@ -221,7 +221,9 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
     tessel::ScopedLock fileLock(fileMutex_);
     tessel::ScopedLock lock(mutex_);
     // What this one may have read of it goes with its own values.
-    unreadFileIsInPlace_ = unreadFileIsInPlace_ || isUnreadFileInPlace;
+    if (isUnreadFileInPlace) {
+        unreadFileIsInPlace_ = true;
+    }
     values_.exchange(std::move(taken.entries));
     ++change_;
 }
