@@ -86,21 +86,21 @@ std::set<std::string> placesOfTheOrder() {
 }
 
 TEST(LocksOfTheModule, AreMadeWithTheirPlacesInTheOrder) {
-    EXPECT_THAT(locksOfTheModule(),
-                testing::UnorderedElementsAre(
-                    "ConfigAdapter.h featureSetMutex_: LIFECYCLE", "TftpConfigStore.h downloadMutex_: DOWNLOAD",
-                    "TftpConfigStore.h observerMutex_: DOWNLOAD_REPORT", "StoreChain.h mutex_: CHAIN",
-                    "ConfigStoreManager.h observersMutex_: CHAIN_OBSERVERS",
-                    "ConfigStoreManager.h sensitiveKeysMutex_: SENSITIVE_KEYS",
-                    "ConfigAdapter.h cacheFileMutex_: CACHE_FILES", "LocalFileConfigStore.h fileMutex_: STORE_FILE",
-                    "CacheConfigStore.h fileMutex_: STORE_FILE", "XmlFileWriter.cpp mutex: TEMPORARY_FILES",
-                    "XmlConfigStore.h lock_: STORE_READERS", "LocalFileConfigStore.h mutex_: STORE_VALUES",
-                    "XmlConfigStore.h changesMutex_: STORE_VALUES", "InMemoryConfigStore.h mutex_: STORE_VALUES",
-                    "TftpConfigStore.h valuesMutex_: STORE_VALUES", "TftpConfigStore.h queueMutex_: SERVER_QUEUE",
-                    // Held for a copy, and across no call.
-                    "SharedText.cpp mutex_: a leaf", "ReportGate.h mutex_: a leaf", "GuardedValue.h mutex_: a leaf",
-                    "EdgeWatch.h mutex_: a leaf", "DownloadJournal.cpp mutex: a leaf",
-                    "UdsVersionQuery.h mutex_: a leaf"));
+    EXPECT_THAT(
+        locksOfTheModule(),
+        testing::UnorderedElementsAre(
+            "ConfigAdapter.h featureSetMutex_: LIFECYCLE", "TftpConfigStore.h downloadMutex_: DOWNLOAD",
+            "TftpConfigStore.h observerMutex_: DOWNLOAD_REPORT", "StoreChain.h mutex_: CHAIN",
+            "ConfigStoreManager.h observersMutex_: CHAIN_OBSERVERS",
+            "ConfigStoreManager.h sensitiveKeysMutex_: SENSITIVE_KEYS", "ConfigAdapter.h cacheFileMutex_: CACHE_FILES",
+            "ConfigStoreManager.h linkFileMutex_: CACHE_FILES", "LocalFileConfigStore.h fileMutex_: STORE_FILE",
+            "CacheConfigStore.h fileMutex_: STORE_FILE", "XmlFileWriter.cpp mutex: TEMPORARY_FILES",
+            "XmlConfigStore.h lock_: STORE_READERS", "LocalFileConfigStore.h mutex_: STORE_VALUES",
+            "XmlConfigStore.h changesMutex_: STORE_VALUES", "InMemoryConfigStore.h mutex_: STORE_VALUES",
+            "TftpConfigStore.h valuesMutex_: STORE_VALUES", "TftpConfigStore.h queueMutex_: SERVER_QUEUE",
+            // Held for a copy, and across no call.
+            "SharedText.cpp mutex_: a leaf", "ReportGate.h mutex_: a leaf", "GuardedValue.h mutex_: a leaf",
+            "EdgeWatch.h mutex_: a leaf", "DownloadJournal.cpp mutex: a leaf", "UdsVersionQuery.h mutex_: a leaf"));
 }
 
 TEST(LocksOfTheModule, HaveEveryPlaceOfTheOrder) {

@@ -130,6 +130,17 @@ bool isTriedAgainByTheEnd(Deed deed) { return isOfTheUser(deed) || deed == Deed:
 /// What comes once the disk is in order again.
 enum class Then { AnotherWrite, TheEnd };
 
+/// Whether a client answers what the deed has made of it. @param found in the files after it.
+bool isAnswered(Deed deed, const States& answers, const States& found, const States& before) {
+    const States wanted = after(before, deed, stateAfter);
+    // What a reset could not remove is read again.
+    const auto isEither = [&](int answer, int file, int value) {
+        return answer == value || (deed == Deed::ResetData && answer == file);
+    };
+    return isEither(answers.user, found.user, wanted.user) && isEither(answers.server, found.server, wanted.server) &&
+           answers.link == wanted.link;
+}
+
 /// In the traced process: the deed under the fault, and what came of it but for what the next one makes of it.
 Verdict tryDeedAlone(Client& client, const Scene& scene, Deed deed, const States& before) {
     client.log().clear();
@@ -147,12 +158,7 @@ Verdict tryDeedAlone(Client& client, const Scene& scene, Deed deed, const States
     if (!scene.backups().empty()) {
         return setAside;
     }
-    const int answered = writtenBy(deed, client.answers());
-    // What a reset could not remove is read again.
-    if (answered != stateWanted(deed) && (deed != Deed::ResetData || answered != writtenBy(deed, found))) {
-        return forgotten;
-    }
-    return isTold ? fine : untold;
+    return !isAnswered(deed, client.answers(), found, before) ? forgotten : isTold ? fine : untold;
 }
 
 /// In the traced process: the deed under the fault, and what came of it.
@@ -280,8 +286,8 @@ public:
 
     const Scene& old() const { return old_; }
 
-    /// @param kept what must be in the user's file, or in one that was set aside, after each of them, and after the
-    /// write that follows: there, the values of a whole file will do.
+    /// @param kept what must be in the user's file, or in one that was set aside, after each of them with a write, and
+    /// after the write that follows; the values of a whole file will do.
     void tryAllFailures(const std::vector<std::string>& kept) {
         tryAll([&] { return startAndWrite(kept); }, false);
     }
@@ -335,16 +341,18 @@ private:
         }
     }
 
-    /// A start under the fault, and a write to a disk that is in order again.
+    /// A start and a write under the fault, and a write to a disk that is in order again.
     int startAndWrite(const std::vector<std::string>& kept) const {
+        const auto isLost = [&] { return !keepsAll(kept) && States::of(scene_).user != stateBefore; };
         markBegin();
         Client client(scene_);
+        client.touchUser();
         markEnd();
-        if (!keepsAll(kept)) {
+        if (isLost()) {
             return lostByTheStart;
         }
         client.touchUser();
-        return keepsAll(kept) || States::of(scene_).user == stateBefore ? inOrder : lostByTheWrite;
+        return isLost() ? lostByTheWrite : inOrder;
     }
 
     /// A start under the fault, and one on a disk that is in order again.

@@ -135,7 +135,8 @@ Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
     return States::of(scene) == wanted ? allIsWell : valueIsNeverWritten;
 }
 
-/// Starts while the disk is what it is, on whole files or on a damaged user's file.
+/// Starts, and sets a value, while the disk is what it is, on whole files or on a damaged user's file; and sets it once
+/// more when the disk is in order again.
 /// @param before what the files hold; of a damaged one nothing.
 Found startOnABadDisk(const Scene& scene, const States& before, bool isDamaged,
                       const std::function<bool()>& putInOrder) {
@@ -157,6 +158,12 @@ Found startOnABadDisk(const Scene& scene, const States& before, bool isDamaged,
     if (answers.user != before.user || answers.link != before.link ||
         (before.user != States::none && answers.server != before.server)) {
         return valueIsForgotten;
+    }
+    client.setUser(stateThatIsLong);
+    const States written = States::of(scene);
+    const bool isOldOrNew = written == before || written == after(before, Deed::SetUser, stateThatIsLong);
+    if ((isDamaged && !scene.keeps(bytes)) || !isOldOrNew) {
+        return fileIsTorn;
     }
     if (!putInOrder()) {
         return diskIsNotAsWanted;

@@ -100,7 +100,8 @@ public:
     /// Applies a provisioning link: fewer than 1000 characters, and behind the first "?" pairs of key "=" value joined
     /// by "&", without any escaping. Keys other than the fourteen of URL_PROVISIONING_CONFIG_KEY_ARRAY are dropped.
     /// @return true if it was taken; false if it holds none of those keys, is too long or has no "?", or if a link was
-    ///         taken before ("AllowUrlProvisioning" reads "false").
+    ///         taken before ("AllowUrlProvisioning" reads "false"). Of two links at once both may be taken: the one
+    ///         whose file is written last answers, now and after a restart.
     virtual bool setUrlProvisioningData(std::wstring data) = 0;
 
     /// Allows another provisioning link after one was taken. @return true if there was something to allow.

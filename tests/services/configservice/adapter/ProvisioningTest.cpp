@@ -128,6 +128,24 @@ TEST_F(Provisioning, OutlivesARefreshWhereOnlyAnOlderFileIsOnTheDisk) {
     EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
 }
 
+TEST_F(Provisioning, OutlivesARefreshThatMayNotEvenLookAtAnOlderFileAndIsWrittenByTheStop) {
+    injectAndStart();
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(L"x?ServicesDomain=older"));
+    ASSERT_TRUE(adapter()->resetAllowUriProvisioningData());
+    std::filesystem::create_directory(provisioningFile() + ".temp");
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    const std::string cache = world.configDirectory() + "/Cache";
+    std::filesystem::rename(cache, cache + "-aside");
+    std::filesystem::create_symlink(cache, cache);
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    std::filesystem::remove(cache);
+    std::filesystem::rename(cache + "-aside", cache);
+    std::filesystem::remove(provisioningFile() + ".temp");
+    stop();
+    EXPECT_THAT(cacheFile(FILE_NAME), HasSubstr("<ServicesDomain>example.com</ServicesDomain>"));
+}
+
 TEST_F(Provisioning, IsWrittenByTheStopWhereItsFileCouldNotBeWrittenBefore) {
     injectAndStart();
     write("config/Cache", "a file where the folder should be");

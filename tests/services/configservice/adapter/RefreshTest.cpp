@@ -124,6 +124,36 @@ TEST_F(Refresh, WritesAgainWhatItCouldNotReadAnew) {
     EXPECT_THAT(read("config/corvidLocalConfig.xml"), testing::HasSubstr("\"key\""));
 }
 
+TEST_F(Refresh, KeepsWhatAllFilesHaveGivenWhileTheyCannotBeRead) {
+    writeLocal({{"PrimaryConfigStores", "Server:230;"}});
+    writeOverride({{"ovr", "o"}});
+    writeCache("cachedServer.xml", {{"srv", "s"}});
+    writeCache("cachedUrlProvisioningConfigStore.xml", {{"ServicesDomain", "l"}});
+    writeBootstrap("boot: b\n");
+    writeDefaults({{"def", "d"}});
+    injectAndStart();
+    const auto expectAll = [this] {
+        for (const auto& [key, value] :
+             Values{{"ovr", "o"}, {"srv", "s"}, {"ServicesDomain", "l"}, {"boot", "b"}, {"def", "d"}}) {
+            EXPECT_EQ(get(QuillCoreUtils::toWideString(key)), QuillCoreUtils::toWideString(value));
+        }
+    };
+    std::optional<NoMoreDescriptors> none(std::in_place, NoMoreDescriptors::Until::TheEnd);
+    adapter()->refreshConfigFeatureSet();
+    expectAll();
+    stop();
+    start();
+    EXPECT_EQ(get(L"ovr"), L"o");
+    none.reset();
+    adapter()->refreshConfigFeatureSet();
+    expectAll();
+    write("config/Cache/cachedServer.xml", "not xml");
+    std::filesystem::remove(world.configDirectory() + "/corvid-config-user.xml");
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"srv"), L"<none>");
+    EXPECT_EQ(get(L"ovr"), L"<none>");
+}
+
 TEST_F(Refresh, RemovesStoresFromOutsideThatAreNotLocal) {
     injectAndStart();
     const auto remote = std::make_shared<fakes::ScriptedStore>("Remote", 30);

@@ -1,8 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "ChainFixture.h"
 #include "stores/CacheConfigStore.h"
+#include "support/OtherThread.h"
 
 namespace {
 
@@ -65,6 +68,21 @@ TEST_F(ProvisioningStore, IsMadeEvenIfTheLatchCannotBeWritten) {
     manager.removeStoreWithSameName("User");
     EXPECT_TRUE(manager.setUrlProvisioningData(L"x?ServicesDomain=a"));
     EXPECT_EQ(valueOf(L"ServicesDomain"), L"a");
+}
+
+TEST_F(ProvisioningStore, IsOfTheLinkWhoseFileWasWrittenLastOfTwoAtOnce) {
+    std::unique_ptr<support::OtherThread> first;
+    manager.atomically([&] {
+        first = std::make_unique<support::OtherThread>(
+            [this] { EXPECT_TRUE(manager.setUrlProvisioningData(L"x?ServicesDomain=first")); });
+        // Until it has written its file and would join the chain.
+        first->untilItWaitsOrEnds();
+        ASSERT_THAT(world.directory().read(FILE_NAME), testing::HasSubstr("first"));
+        EXPECT_TRUE(manager.setUrlProvisioningData(L"x?ServicesDomain=second"));
+    });
+    first->join();
+    EXPECT_THAT(world.directory().read(FILE_NAME), testing::HasSubstr("second"));
+    EXPECT_EQ(valueOf(L"ServicesDomain"), L"second");
 }
 
 TEST_F(ProvisioningStore, WorksInMemoryIfItsFileCannotBeWritten) {

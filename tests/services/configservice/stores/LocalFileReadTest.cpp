@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <utility>
 
@@ -225,6 +226,82 @@ TEST_F(LocalFileReading, KeepsAnInvalidFileThatCouldNotBeSetAsideUnderAnotherNam
     store.storeValue(L"a", L"2");
     store.persistValues();
     EXPECT_FALSE(world_.directory().exists("local-backup-3.xml")) << "a file that is well-formed by now";
+}
+
+TEST_F(LocalFileReading, MovesAnInvalidFileNoMoreOnceItHasWrittenOverIt) {
+    // There is no room for a number in the name of a backup.
+    const std::string stem(243, 'n');
+    std::filesystem::create_directories(path(stem + "-backup.xml/full"));
+    write(stem + ".xml", "not xml");
+    LocalFileConfigStore store("X", 20, world_.directory().path(), stem + ".xml", false, false);
+    EXPECT_EQ(read(stem + ".xml"), "not xml");
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    EXPECT_FALSE(store.hasUnpersistedValues()) << "written over, since it cannot be kept";
+    log_->clear();
+    store.storeValue(L"a", L"2");
+    store.persistValues();
+    EXPECT_FALSE(store.hasUnpersistedValues());
+    EXPECT_THAT(log_->lines(), testing::IsEmpty());
+}
+
+/// A whole file in a folder that a disk does not let a store look into for a while.
+class LocalFileOutOfSight : public LocalFileReading {
+protected:
+    LocalFileOutOfSight() {
+        write("folder/local.xml", text_);
+        std::filesystem::rename(path("folder"), path("aside"));
+        EXPECT_EQ(symlink(path("folder").c_str(), path("folder").c_str()), 0);
+    }
+
+    void showFolder() const {
+        std::filesystem::remove(path("folder"));
+        std::filesystem::rename(path("aside"), path("folder"));
+    }
+
+    std::unique_ptr<LocalFileConfigStore> openInFolder(LocalFileConfigStore* former = nullptr) const {
+        return std::make_unique<LocalFileConfigStore>("Local", 20, path("folder"), "local.xml", false, false, former);
+    }
+
+    const std::string text_ = "<Corvid><userConfig name='a' value='1'/></Corvid>";
+};
+
+TEST_F(LocalFileOutOfSight, IsKeptByTheFirstWriteThatCan) {
+    const auto store = openInFolder();
+    store->storeValue(L"b", L"2");
+    store->persistValues();
+    EXPECT_TRUE(store->hasUnpersistedValues());
+    showFolder();
+    EXPECT_EQ(read("folder/local.xml"), text_);
+    store->persistAgain();
+    EXPECT_EQ(read("folder/local-backup-1.xml"), text_);
+    EXPECT_EQ(contentsOf(*openInFolder()), (Map{{L"b", L"2"}}));
+}
+
+TEST_F(LocalFileOutOfSight, StaysInItsPlaceWhileNothingIsWritten) {
+    const auto store = openInFolder();
+    showFolder();
+    store->storeValue(L"b", L"2");
+    {
+        const NoMoreDescriptors forTheTemporaryFile(NoMoreDescriptors::Until::TheEnd);
+        store->persistValues();
+    }
+    EXPECT_EQ(read("folder/local.xml"), text_);
+    store->persistValues();
+    EXPECT_EQ(read("folder/local-backup-1.xml"), text_);
+}
+
+TEST_F(LocalFileOutOfSight, IsKeptByAStoreThatHasReadItAndTakesOverTheValuesOfOneThatHasNot) {
+    const auto former = openInFolder();
+    former->storeValue(L"b", L"2");
+    former->persistValues();
+    showFolder();
+    const auto next = openInFolder(former.get());
+    EXPECT_EQ(contentsOf(*next), (Map{{L"a", L"1"}}));
+    next->takeOverValues(*former);
+    next->persistValues();
+    EXPECT_EQ(read("folder/local-backup-1.xml"), text_);
+    EXPECT_EQ(contentsOf(*openInFolder()), (Map{{L"b", L"2"}}));
 }
 
 TEST_F(LocalFileReading, TakesAFileThatCanBeReadAtTheSecondTryOnly) {

@@ -1,10 +1,14 @@
 #include <atomic>
 #include <filesystem>
+#include <memory>
+#include <optional>
 #include <thread>
+#include <utility>
 
 #include "StoreTestSupport.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/XmlConfigStore.h"
+#include "support/NoMoreDescriptors.h"
 
 namespace storetests {
 namespace {
@@ -124,6 +128,57 @@ TEST_F(XmlStore, LosesNoRemovalWhenReadersAndRemoversMeet) {
     }
     EXPECT_EQ(removed, 4 * perThread);
     EXPECT_TRUE(store.getKeys().empty());
+}
+
+/// A store that has read its file, and one that is to take its place.
+class XmlStoreInPlaceOfAnother : public StoreTest {
+protected:
+    std::unique_ptr<XmlConfigStore> openNext() {
+        return std::make_unique<XmlConfigStore>("X", 10, false, file_, true, &former_);
+    }
+
+    std::size_t tellsOfKeptValues() const {
+        return log_->count(3, "file cannot be read, the values from before are kept: " + file_);
+    }
+
+    const std::string file_ = write("folder/c.xml", serverDocument("<A>1</A><B>2</B>"));
+    XmlConfigStore former_{"X", 10, false, file_, true};
+};
+
+TEST_F(XmlStoreInPlaceOfAnother, KeepsItsValuesWhereTheDiskDoesNotGiveTheFile) {
+    former_.removeValue(L"b");
+    std::optional<support::NoMoreDescriptors> none(std::in_place, support::NoMoreDescriptors::Until::TheEnd);
+    const auto next = openNext();
+    const XmlConfigStore third("X", 10, false, file_, true, next.get());
+    none.reset();
+    EXPECT_EQ(contentsOf(*next), (Map{{L"a", L"1"}}));
+    EXPECT_EQ(tellsOfKeptValues(), 2u);
+    XmlConfigStore last("X", 10, false, file_, true, next.get());
+    EXPECT_EQ(contentsOf(last), (Map{{L"a", L"1"}, {L"b", L"2"}})) << "what is in the file, once it can be read";
+}
+
+TEST_F(XmlStoreInPlaceOfAnother, KeepsItsValuesWhereTheDiskDoesNotLetTheFileBeLookedAt) {
+    std::filesystem::rename(path("folder"), path("aside"));
+    std::filesystem::create_symlink(path("folder"), path("folder"));
+    EXPECT_EQ(contentsOf(*openNext()), (Map{{L"a", L"1"}, {L"b", L"2"}}));
+    EXPECT_EQ(tellsOfKeptValues(), 1u);
+}
+
+TEST_F(XmlStoreInPlaceOfAnother, KeepsNothingOnceTheFileIsGoneOrBrokenOrNoFile) {
+    write("folder/c.xml", "<r><G><A>1</A>");
+    EXPECT_EQ(contentsOf(*openNext()), Map{});
+    std::filesystem::remove(file_);
+    EXPECT_EQ(contentsOf(*openNext()), Map{});
+    std::filesystem::create_directory(file_);
+    EXPECT_EQ(contentsOf(*openNext()), Map{});
+    EXPECT_EQ(tellsOfKeptValues(), 0u);
+}
+
+TEST_F(XmlStoreInPlaceOfAnother, KeepsNothingOfAnotherFile) {
+    write("other.xml", serverDocument("<C>3</C>"));
+    const support::NoMoreDescriptors none(support::NoMoreDescriptors::Until::TheEnd);
+    XmlConfigStore next("X", 10, false, path("other.xml"), true, &former_);
+    EXPECT_EQ(contentsOf(next), Map{});
 }
 
 class CacheStore : public StoreTest {

@@ -98,7 +98,8 @@ TEST_F(XmlEntries, BeginAgainWithASecondReading) {
     }
     text += "</b><c/></G></r>";
     Noting noting;
-    EXPECT_NE(readXmlFile(write("large.xml", text), noting), nullptr);
+    int error = 0;
+    EXPECT_NE(readXmlFile(write("large.xml", text), noting, error), nullptr);
     EXPECT_EQ(noting.readings, 2);
     EXPECT_EQ(noting.names, (EntryNames{"a", "b", "c"}));
 }

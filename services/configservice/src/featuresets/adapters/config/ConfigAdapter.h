@@ -35,6 +35,7 @@ class ConfigServiceImpl;
 class DownloadJournal;
 class LocalFileConfigStore;
 class TftpConfigStore;
+class XmlConfigStore;
 
 /// The feature set: owns the chain, decides which stores exist and when, and passes the chain's reports to the service.
 ///
@@ -300,6 +301,7 @@ private:
     EdgeWatch edgeWatch_;
 
     std::shared_ptr<LocalFileConfigStore> localFileStore_;  // under featureSetMutex_
+    std::shared_ptr<XmlConfigStore> overrideStore_;         // under featureSetMutex_
     CachingGate cachingGate_;
     tessel::Mutex cacheFileMutex_{LockRanks::CACHE_FILES};  ///< held while a cache file is written
     const std::shared_ptr<ReportGate> reportGate_;

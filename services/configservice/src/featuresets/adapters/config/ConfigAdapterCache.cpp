@@ -102,9 +102,9 @@ void ConfigAdapter::initialiseProvisioningStore() {
         std::shared_ptr<CacheConfigStore> store = findProvisioningStore();
         // What a link has set and no disk would take is good for this run, which a refresh does not end.
         if (store == nullptr || !store->hasUnwrittenValues()) {
-            store =
-                std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
-                                                   CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath());
+            store = std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
+                                                       CacheFiles::PROVISIONING_PRIORITY,
+                                                       CacheFiles::provisioningPath(), store.get());
         }
         configStoreManager_->addStore(store);
     });
@@ -126,7 +126,9 @@ void ConfigAdapter::initialiseCachedPresenceStore(const std::wstring& storeName,
 
 void ConfigAdapter::addCachedConfigStore(std::string storeName, int priority) {
     const std::string name = CacheFiles::nameFor(storeName);
-    configStoreManager_->addStore(std::make_shared<CacheConfigStore>(name, priority, CacheFiles::path(name)));
+    const auto replaced = std::dynamic_pointer_cast<CacheConfigStore>(configStoreManager_->findStore(name));
+    configStoreManager_->addStore(
+        std::make_shared<CacheConfigStore>(name, priority, CacheFiles::path(name), replaced.get()));
 }
 
 void ConfigAdapter::addCachedConfigStores(const std::wstring& list) {

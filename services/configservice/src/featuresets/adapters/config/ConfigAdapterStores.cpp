@@ -80,12 +80,11 @@ void ConfigAdapter::persistAgain() {
 
 void ConfigAdapter::addOverrideStore() {
     // The start follows the constructor at once as a rule, and finds the file as that has read it.
-    const auto replaced = std::dynamic_pointer_cast<XmlConfigStore>(
-        configStoreManager_->findStore(ConfigStoreConstants::TFTP_OVERRIDE_CONFIG_STORE_NAME));
-    configStoreManager_->addStore(std::make_shared<XmlConfigStore>(
+    overrideStore_ = std::make_shared<XmlConfigStore>(
         ConfigStoreConstants::TFTP_OVERRIDE_CONFIG_STORE_NAME, OVERRIDE_PRIORITY, false,
         FileUtils::getConfigDirectory() + FileUtils::FileSeparator() + ConfigStoreConstants::TFTP_OVERRIDE_FILE_NAME,
-        true, replaced.get()));
+        true, overrideStore_.get());
+    configStoreManager_->addStore(overrideStore_);
 }
 
 void ConfigAdapter::removeCustomServerValuesIfPolicySet() {

@@ -7,6 +7,8 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <filesystem>
+#include <system_error>
 
 namespace {
 
@@ -40,6 +42,17 @@ InputFile::~InputFile() {
     if (descriptor_ >= 0) {
         ::close(descriptor_);
     }
+}
+
+bool InputFile::mayBeThere(const std::string& path) {
+    std::error_code unseen;
+    return std::filesystem::status(path, unseen).type() != std::filesystem::file_type::not_found;
+}
+
+bool InputFile::isKnownAsOther(const std::string& path) {
+    std::error_code unseen;
+    const std::filesystem::file_status status = std::filesystem::status(path, unseen);
+    return is_directory(status) || is_other(status);
 }
 
 int InputFile::read(char* bytes, int most) {

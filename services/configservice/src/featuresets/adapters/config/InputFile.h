@@ -22,6 +22,12 @@ public:
     /// to; -1 if the file could not be opened, or is a folder.
     int read(char* bytes, int most);
 
+    /// False only if the disk says that there is no such file, rather than not letting it be looked at.
+    static bool mayBeThere(const std::string& path);
+
+    /// Whether what stands there is known to be no file: a folder, or a pipe say, which no later try will read either.
+    static bool isKnownAsOther(const std::string& path);
+
     /// Why it could not be opened, or what the last reading that failed met: an errno; 0 if neither did.
     int error() const { return error_; }
 

@@ -20,7 +20,8 @@ inline constexpr LockRank CHAIN_OBSERVERS{50, "the chain's observers"};
 /// Behind the observers, who may ask from inside their calls; held for a look alone.
 inline constexpr LockRank SENSITIVE_KEYS{60, "the chain's sensitive keys"};
 
-/// What is held while files are written. The adapter's cached copies are written by a store's own hand.
+/// What is held while files are written. The adapter's cached copies, and a link's file, are written by a store's own
+/// hand.
 inline constexpr LockRank CACHE_FILES{70, "the cache files"};
 inline constexpr LockRank STORE_FILE{80, "a store's file"};
 inline constexpr LockRank TEMPORARY_FILES{90, "the temporary files"};

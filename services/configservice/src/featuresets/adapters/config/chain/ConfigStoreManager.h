@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -205,7 +207,8 @@ public:
     // Provisioning by link.
 
     /// Makes a store, with a file, from the known keys in a link, puts it into the chain, and then stores "False" under
-    /// "AllowUrlProvisioning". Whether links are allowed is for the caller to find out.
+    /// "AllowUrlProvisioning". Whether links are allowed is for the caller to find out. Of several at once, each of
+    /// which may be allowed, the one that writes its file last is the one that stays in the chain.
     /// @return false, with nothing changed, if the link holds no known key.
     bool setUrlProvisioningData(const std::wstring& url);
 
@@ -252,6 +255,9 @@ private:
         }
     }
 
+    // Held while the file of a link is written and the link gets its number.
+    tessel::Mutex linkFileMutex_{LockRanks::CACHE_FILES};
+    std::atomic<std::uint64_t> lastLink_ = 0;
     tessel::Mutex sensitiveKeysMutex_{LockRanks::SENSITIVE_KEYS};
     tessel::Mutex observersMutex_{LockRanks::CHAIN_OBSERVERS};
     StoreChain chain_;

@@ -73,9 +73,21 @@ bool ConfigStoreManager::setUrlProvisioningData(const std::wstring& url) {
     if (!parseUrlProvisioningData(url, values)) {
         return false;
     }
-    addStore(std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
-                                                CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath(),
-                                                values));
+    std::shared_ptr<ConfigStore> store;
+    std::uint64_t number = 0;
+    {
+        const tessel::ScopedLock fileAndNumberInOneStep(linkFileMutex_);
+        store = std::make_shared<CacheConfigStore>(ConfigStoreConstants::URL_PROVISIONING_CONFIG_STORE_NAME,
+                                                   CacheFiles::PROVISIONING_PRIORITY, CacheFiles::provisioningPath(),
+                                                   values);
+        number = ++lastLink_;
+    }
+    atomically([&] {
+        // A later one is in the chain already, or about to come there; its values are those on the disk.
+        if (number == lastLink_) {
+            addStore(store);
+        }
+    });
     storeValue(ConfigStoreConstants::ALLOW_URL_PROVISIONING_KEY, L"False");
     return true;
 }

@@ -2,10 +2,12 @@
 
 #include <utility>
 
+#include "InputFile.h"
 #include "quill/FileUtils.h"
 
-CacheConfigStore::CacheConfigStore(std::string name, std::int32_t priority, std::string filePath)
-    : XmlConfigStore(std::move(name), priority, true, std::move(filePath), true) {}
+CacheConfigStore::CacheConfigStore(std::string name, std::int32_t priority, std::string filePath,
+                                   CacheConfigStore* former)
+    : XmlConfigStore(std::move(name), priority, true, std::move(filePath), true, former) {}
 
 CacheConfigStore::CacheConfigStore(std::string name, std::int32_t priority, std::string filePath,
                                    const ConfigMap& values)
@@ -34,7 +36,11 @@ void CacheConfigStore::persistAgain() {
 
 bool CacheConfigStore::hasUnwrittenValues() {
     tessel::ScopedLock lock(fileMutex_);
-    return fileLeft_.has_value() && *fileLeft_ == FileStamp::of(getFilePath());
+    if (!fileLeft_.has_value()) {
+        return false;
+    }
+    const FileStamp file = FileStamp::of(getFilePath());
+    return file == *fileLeft_ || (!file.exists() && InputFile::mayBeThere(getFilePath()));
 }
 
 void CacheConfigStore::write(const std::function<bool()>& isWanted) {

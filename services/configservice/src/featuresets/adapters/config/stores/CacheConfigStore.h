@@ -13,7 +13,8 @@
 class CacheConfigStore : public XmlConfigStore {
 public:
     /// Reads an existing cache file; one that is missing or broken gives an empty store.
-    CacheConfigStore(std::string name, std::int32_t priority, std::string filePath);
+    /// @param former as of XmlConfigStore: the store that this one is to replace, or null.
+    CacheConfigStore(std::string name, std::int32_t priority, std::string filePath, CacheConfigStore* former = nullptr);
 
     /// Takes the values and writes the file at once. A file that cannot be written leaves the store working in memory.
     CacheConfigStore(std::string name, std::int32_t priority, std::string filePath, const ConfigMap& values);
@@ -27,8 +28,8 @@ public:
     /// Writes the values if hasUnwrittenValues() says so.
     void persistAgain();
 
-    /// True if the last write failed and nobody has written the file since: these values are nowhere but in memory, and
-    /// what a new store would read is older.
+    /// True if the last write failed and nobody is known to have written the file since: these values are nowhere but
+    /// in memory, and what a new store would read is older.
     bool hasUnwrittenValues();
 
 private:

@@ -1,12 +1,12 @@
 #include "stores/LocalFileConfigStore.h"
 
 #include <cerrno>
-#include <filesystem>
 #include <memory>
 #include <system_error>
 #include <utility>
 
 #include "ConfigStoreConstants.h"
+#include "InputFile.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
 #include "tessel/SecureStringUtils.h"
@@ -55,19 +55,6 @@ bool moveToFreeName(const std::string& path, const std::string& backup, const ch
 /// @return false if a backup that is there would be lost.
 bool keepEarlierBackup(const std::string& path) {
     return !FileUtils::fileExists(path) || moveToFreeName(path, path, "readFromFile", "earlier backup file");
-}
-
-/// False only if the disk says that there is no such file, rather than not letting it be looked at.
-bool mayBeThere(const std::string& path) {
-    std::error_code unseen;
-    return std::filesystem::status(path, unseen).type() != std::filesystem::file_type::not_found;
-}
-
-/// Whether what stands there is known to be no file: a folder, or a pipe say, which no later try will read either.
-bool isNoFile(const std::string& path) {
-    std::error_code unseen;
-    const std::filesystem::file_status status = std::filesystem::status(path, unseen);
-    return is_directory(status) || is_other(status);
 }
 
 /// Reads a file for the second time, after one that has not been read to its end. A well-formed document is logged with
@@ -234,8 +221,14 @@ void LocalFileConfigStore::takeOverValues(LocalFileConfigStore& replaced) {
     if (replaced.filePath() != filePath()) {
         return;
     }
+    const bool isUnreadFileInPlace = replaced.hasUnreadFile();
     Values taken = replaced.copyValues();
+    tessel::ScopedLock fileLock(fileMutex_);
     tessel::ScopedLock lock(mutex_);
+    // What this one may have read of it goes with its own values.
+    if (isUnreadFileInPlace) {
+        unreadFileIsInPlace_ = true;
+    }
     values_.exchange(std::move(taken.entries));
     ++change_;
 }
@@ -287,7 +280,7 @@ bool LocalFileConfigStore::readUnlessRefused() {
 
 LocalFileConfigStore::Reading LocalFileConfigStore::read() {
     if (!FileUtils::fileExists(filePath())) {
-        if (mayBeThere(filePath())) {
+        if (InputFile::mayBeThere(filePath())) {
             return Reading::NotSeen;
         }
         logMissingFile();
@@ -305,7 +298,7 @@ LocalFileConfigStore::Reading LocalFileConfigStore::read() {
     readFile_ = document != nullptr ? stamp : FileStamp();
     if (document != nullptr) {
         processXml(xmlDocGetRootElement(document.get()));
-    } else if (error != 0 && !isNoFile(filePath())) {
+    } else if (error != 0 && !InputFile::isKnownAsOther(filePath())) {
         return Reading::NotGiven;
     } else {
         setInvalidFileAside(contents);
@@ -354,10 +347,11 @@ void LocalFileConfigStore::setInvalidFileAside(const std::string& contents) {
 }
 
 void LocalFileConfigStore::keepUnreadFile() {
-    if (unreadFileIsInPlace_ && mayBeThere(filePath())) {
-        moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
+    if (unreadFileIsInPlace_) {
+        unreadFileIsInPlace_ =
+            InputFile::mayBeThere(filePath()) &&
+            !moveToFreeName(filePath(), directory_ + backupNameOf(fileName_), "persistValues", "invalid file");
     }
-    unreadFileIsInPlace_ = false;
 }
 
 bool LocalFileConfigStore::isFolderStrangers(const char* function, const std::string& refused) {
@@ -388,7 +382,6 @@ bool LocalFileConfigStore::isInFile() {
 
 bool LocalFileConfigStore::writeFile(Document document) {
     createConfigDirectory();
-    keepUnreadFile();
     const SiblingLock siblingLock(directory_);
     const std::string temporaryPath = directory_ + "." + fileName_ + ".temp";
     XmlFileWriter writer(temporaryPath);
@@ -431,6 +424,7 @@ bool LocalFileConfigStore::finishDocument(XmlFileWriter& writer) {
 }
 
 bool LocalFileConfigStore::replaceFile(const std::string& temporaryPath) {
+    keepUnreadFile();
     if (FileUtils::copyFile(temporaryPath, filePath(), false)) {
         return true;
     }
@@ -441,6 +435,7 @@ bool LocalFileConfigStore::replaceFile(const std::string& temporaryPath) {
 
 void LocalFileConfigStore::notePersisted(std::uint64_t change) {
     writtenFile_ = FileStamp::of(filePath());
+    unreadFileIsInPlace_ = false;
     tessel::ScopedLock lock(mutex_);
     persistedChange_ = change;
 }

@@ -80,13 +80,15 @@ public:
 
     /// Takes over all values of a store that this one replaces, in place of its own, when they could not be written to
     /// the file that this one has read. They count as not persisted. Takes nothing from a store of another file: those
-    /// are the values of another user profile. Holds one store's lock at a time.
+    /// are the values of another user profile. A file that the replaced store could not read is set aside before it is
+    /// written over, whether or not this one has read it. Holds one store's locks at a time.
     void takeOverValues(LocalFileConfigStore& replaced);
 
     /// Adds the file's entries to the values that are there; the first entry of a key stays. A file that is no
     /// well-formed document is moved aside: its name's last extension becomes "-backup.xml". A backup of that name that
     /// is there already becomes "-backup-1.xml", or the first higher number that is free. If the file cannot be moved,
-    /// or the disk does not let it be looked at, the next write moves it to such a number before it writes over it.
+    /// or the disk does not let it be looked at, the next write moves it to such a number before it writes over it, or
+    /// tries to; one that has written nothing leaves that to the next.
     /// A file that the disk does not give at once is asked for a second time before it counts as such. Where the folder
     /// is a link of somebody else's nothing is moved.
     /// @return false if there is no file.
@@ -122,7 +124,8 @@ private:
     void processUserConfigXml(xmlNode* node) TESSEL_REQUIRES(mutex_);
     /// @param contents for the log.
     void setInvalidFileAside(const std::string& contents) TESSEL_REQUIRES(fileMutex_);
-    /// Tries once more what has failed, under another name, before the file is written over.
+    /// Tries once more what has failed, under another name, before the file is written over. Each write tries it again
+    /// until the file has gone or a write has replaced it.
     void keepUnreadFile() TESSEL_REQUIRES(fileMutex_);
     /// Where the folder is a stranger's link nothing is written or moved. @param refused for the log: what is not done.
     bool isFolderStrangers(const char* function, const std::string& refused);
@@ -138,7 +141,7 @@ private:
     Document composeDocument();
     bool writeFile(Document document) TESSEL_REQUIRES(fileMutex_);
     bool finishDocument(XmlFileWriter& writer);
-    bool replaceFile(const std::string& temporaryPath);
+    bool replaceFile(const std::string& temporaryPath) TESSEL_REQUIRES(fileMutex_);
     void notePersisted(std::uint64_t change) TESSEL_REQUIRES(fileMutex_);
 
     const std::string name_;

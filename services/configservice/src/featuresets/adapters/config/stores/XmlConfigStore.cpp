@@ -6,13 +6,19 @@
 
 #include "ConfigStoreConstants.h"
 #include "tessel/FipsUtils.h"
+#include "tessel/TesselLogger.h"
 #include "xml/XmlConfigParser.h"
 
 XmlConfigStore::XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath,
                                bool readFromFile, XmlConfigStore* former)
     : filePath_(std::move(filePath)), isLocal_(isLocal), priority_(priority), name_(std::move(name)) {
-    if (readFromFile && (former == nullptr || !takeOverReading(*former))) {
-        read();
+    if (!readFromFile || (former != nullptr && takeOverReading(*former)) || read()) {
+        return;
+    }
+    if (former != nullptr && former->filePath_ == filePath_) {
+        TesselLog(TesselLogger_getLogger("XmlConfigStore"), 3, __FILE__, __LINE__, "XmlConfigStore",
+                  "file cannot be read, the values from before are kept: " + filePath_);
+        setValues(former->copyValues());
     }
 }
 
@@ -39,14 +45,15 @@ KeyedValues::Entries XmlConfigStore::copyEntries() const {
     return values_.entries();
 }
 
-void XmlConfigStore::read() {
+bool XmlConfigStore::read() {
     ConfigMap values;
     SensitiveKeySet unusedMarks;
     const FileStamp file = FileStamp::beforeReading(filePath_);
-    const bool isRead = XmlConfigParser::readFromFile(filePath_, values, unusedMarks);
+    const XmlConfigParser::Reading reading = XmlConfigParser::read(filePath_, values, unusedMarks);
     // What FIPS mode has made of the values does not outlive it.
-    const bool isAsInFile = isRead && !tessel::common::FipsUtils::isFipsEnabled();
+    const bool isAsInFile = reading == XmlConfigParser::Reading::Done && !tessel::common::FipsUtils::isFipsEnabled();
     exchange(std::move(values), isAsInFile ? file : FileStamp());
+    return reading != XmlConfigParser::Reading::Refused;
 }
 
 bool XmlConfigStore::getValue(const std::wstring& key, std::wstring& value) { return lookUp(FoldedKey(key), value); }

@@ -23,7 +23,8 @@ class XmlConfigStore : public ConfigStore, public FoldedLookup {
 public:
     /// @param name, filePath UTF-8. @param readFromFile false: the store starts empty and the file is not touched.
     /// @param former null, or a store whose reading of the file need not be done again, if the file is still the same
-    ///        and the store has not been changed since.
+    ///        and the store has not been changed since. Where the disk does not let the file be looked at or read,
+    ///        although there may be one, the values of a former store of the same file are taken over, which is logged.
     XmlConfigStore(std::string name, std::int32_t priority, bool isLocal, std::string filePath, bool readFromFile,
                    XmlConfigStore* former = nullptr);
 
@@ -66,7 +67,8 @@ private:
     bool takeOverReading(const XmlConfigStore& former);
     FileStamp readFile() const;
     KeyedValues::Entries copyEntries() const;
-    void read();
+    /// @return false if the disk has refused a file that may be there.
+    bool read();
     template <typename Values>
     void exchange(Values values, const FileStamp& file);
 

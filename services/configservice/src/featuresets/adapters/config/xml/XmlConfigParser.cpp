@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "InputFile.h"
 #include "chain/DisableP2PCallOnFips.h"
 #include "chain/SensitiveKeySecuringUtility.h"
 #include "quill/FileUtils.h"
@@ -193,18 +194,25 @@ bool XmlConfigParser::writeToFile(const std::string& path, const std::string& te
 }
 
 bool XmlConfigParser::readFromFile(const std::string& path, ConfigMap& values, SensitiveKeySet& sensitiveKeys) {
+    return read(path, values, sensitiveKeys) == Reading::Done;
+}
+
+XmlConfigParser::Reading XmlConfigParser::read(const std::string& path, ConfigMap& values,
+                                               SensitiveKeySet& sensitiveKeys) {
     values.clear();
     if (!QuillCoreUtils::FileUtils::fileExists(path)) {
-        return false;
+        return InputFile::mayBeThere(path) ? Reading::Refused : Reading::NoDocument;
     }
     Gathering gathering;
-    if (readXmlFile(path, gathering) == nullptr) {
+    int error = 0;
+    if (readXmlFile(path, gathering, error) == nullptr) {
         TesselLog(logger(), 3, __FILE__, __LINE__, "readFromFile",
                   L"XML in file did not exist or is an invalid XML document: " + QuillCoreUtils::toWideString(path));
-        return false;
+        const bool isRefused = error != 0 && InputFile::mayBeThere(path) && !InputFile::isKnownAsOther(path);
+        return isRefused ? Reading::Refused : Reading::NoDocument;
     }
     gathering.entries.moveTo(values, sensitiveKeys);
-    return true;
+    return Reading::Done;
 }
 
 bool XmlConfigParser::readFromMemory(const std::string& text, ConfigMap& values, SensitiveKeySet& sensitiveKeys) {

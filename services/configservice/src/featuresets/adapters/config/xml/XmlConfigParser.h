@@ -50,6 +50,16 @@ public:
     /// @return true if a document with a root was read.
     static bool readFromFile(const std::string& path, ConfigMap& values, SensitiveKeySet& sensitiveKeys);
 
+    /// What has become of a reading.
+    enum class Reading {
+        Done,        ///< the values are those of the document
+        NoDocument,  ///< there is no file, or no document with a root in it
+        Refused,     ///< there may be one, which the disk does not let be looked at or read
+    };
+
+    /// The same, and tells more.
+    static Reading read(const std::string& path, ConfigMap& values, SensitiveKeySet& sensitiveKeys);
+
     /// The same for a text. An empty one is passed over in silence.
     static bool readFromMemory(const std::string& text, ConfigMap& values, SensitiveKeySet& sensitiveKeys);
 

@@ -400,9 +400,8 @@ std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProb
     return readFile(path, {&problems, nullptr}, ignored, InputFile::Pipes::Read);
 }
 
-std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries) {
-    int ignored = 0;
-    return readFile(path, {nullptr, &entries}, ignored);
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries, int& error) {
+    return readFile(path, {nullptr, &entries}, error);
 }
 
 std::shared_ptr<xmlDoc> readXmlMemory(const char* text, std::size_t length, const std::string& baseName) {

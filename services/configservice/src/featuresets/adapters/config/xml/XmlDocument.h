@@ -63,7 +63,7 @@ std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, std::vector<XmlProb
 /// The same for a document of many entries, which never stands in memory as a whole.
 /// @param entries receives them before it is known whether the document is well-formed.
 /// @return the document without its entries and without the text between them.
-std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries);
+std::shared_ptr<xmlDoc> readXmlFile(const std::string& path, XmlEntryReceiver& entries, int& error);
 
 /// Reads a text as a document in the same way.
 /// @param baseName the name under which the document knows itself.
