@@ -133,6 +133,26 @@ TEST_F(LocalFilePersisting, PersistsRemovals) {
     EXPECT_EQ(restarted(), Map{});
 }
 
+TEST_F(LocalFilePersisting, PersistsWhatComesAfterEverythingWasRemoved) {
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    store.persistValues();
+    store.removeAllValues();
+    store.storeValue(L"b", L"2");
+    store.persistValues();
+    EXPECT_EQ(restarted(), (Map{{L"b", L"2"}}));
+}
+
+TEST_F(LocalFilePersisting, PersistsWhatComesAfterValuesWereTakenOver) {
+    write("folder/local.xml", "<r><userConfig name='a' value='1'/></r>");
+    LocalFileConfigStore old = open();
+    LocalFileConfigStore replacing = open();
+    replacing.takeOverValues(old);
+    replacing.storeValue(L"b", L"2");
+    replacing.persistValues();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}, {L"b", L"2"}}));
+}
+
 TEST_F(LocalFilePersisting, WritesAgainOverAFileThatSomeoneElseHasChanged) {
     LocalFileConfigStore store = open();
     store.storeValue(L"a", L"1");

@@ -13,6 +13,21 @@
 namespace storetests {
 namespace {
 
+/// Takes the standard input away for the length of a scope.
+class NoStandardInput {
+public:
+    NoStandardInput() { ::close(STDIN_FILENO); }
+    ~NoStandardInput() {
+        ::dup2(kept_, STDIN_FILENO);
+        ::close(kept_);
+    }
+    NoStandardInput(const NoStandardInput&) = delete;
+    NoStandardInput& operator=(const NoStandardInput&) = delete;
+
+private:
+    const int kept_ = ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+};
+
 class XmlFileWriting : public StoreTest {
 protected:
     /// The number that the next file gets which this process opens: the lowest that is free.
@@ -83,6 +98,40 @@ TEST_F(XmlFileWriting, SaysSoWhenADocumentIsNotSaved) {
     std::filesystem::create_directories(file_);
     EXPECT_FALSE(XmlFileWriter::saveDocument(file_, *document));
     EXPECT_FALSE(XmlFileWriter::saveDocument(path("missing/document.xml"), *document));
+}
+
+TEST_F(XmlFileWriting, ClosesItsFileWhenADocumentIsSaved) {
+    const std::shared_ptr<xmlDoc> document(xmlReadDoc(BAD_CAST "<r/>", "", nullptr, 0), xmlFreeDoc);
+    const int next = nextDescriptor();
+    EXPECT_TRUE(XmlFileWriter::saveDocument(file_, *document));
+    EXPECT_EQ(nextDescriptor(), next);
+}
+
+TEST_F(XmlFileWriting, IsDoneWithTheLowestDescriptorAsWithAnyOther) {
+    const std::shared_ptr<xmlDoc> document(xmlReadDoc(BAD_CAST "<r/>", "", nullptr, 0), xmlFreeDoc);
+    bool isOpen = false;
+    bool isSaved = false;
+    {
+        const NoStandardInput zeroIsNext;
+        const mode_t former = ::umask(0777);
+        isOpen = XmlFileWriter(file_).isOpen();
+        isSaved = XmlFileWriter::saveDocument(path("saved.xml"), *document);
+        ::umask(former);
+    }
+    EXPECT_TRUE(isOpen);
+    EXPECT_TRUE(isSaved);
+    for (const std::string& file : {file_, path("saved.xml")}) {
+        struct stat status {};
+        ::stat(file.c_str(), &status);
+        EXPECT_EQ(status.st_mode & 07777U, mode_t{0600}) << file;
+    }
+}
+
+TEST_F(XmlFileWriting, TakesAnElementWithoutANameForNothing) {
+    XmlFileWriter writer(file_);
+    EXPECT_TRUE(writer.writeElement("", L"text"));
+    EXPECT_TRUE(writer.finish());
+    EXPECT_THAT(read("document.xml"), testing::Not(testing::HasSubstr("text")));
 }
 
 TEST_F(XmlFileWriting, IsNotOpenInThePlaceOfAFolder) {
