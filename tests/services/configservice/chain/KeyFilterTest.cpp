@@ -74,6 +74,15 @@ TEST_F(FilteredKeys, HaveRoomForAsManyAgainAfterARenewal) {
     EXPECT_EQ(addUntilFull(), 64U * 6 + 1 - 96);
 }
 
+TEST_F(FilteredKeys, CountOnceHoweverOftenARenewalNamesThem) {
+    const std::vector<std::uint64_t> once = countingHashes(96, 128);
+    std::vector<std::uint64_t> twice = once;
+    twice.insert(twice.end(), once.begin(), once.end());
+    filter.renew(twice);
+    EXPECT_EQ(filter.bytes(), bytesOf(16) + bytesOf(128));
+    EXPECT_EQ(addUntilFull(), 128U * 6 + 1 - 96);
+}
+
 TEST_F(FilteredKeys, AreCountedAnewWhereARenewalFindsRoomEnough) {
     addUntilFull();
     filter.renew(countingHashes(0, 16));

@@ -268,6 +268,7 @@ protected:
 
 TEST_F(LocalFileOutOfSight, IsKeptByTheFirstWriteThatCan) {
     const auto store = openInFolder();
+    EXPECT_EQ(log_->count(3, "Read config FAILED, config file doesn't exist: " + path("folder/local.xml")), 1U);
     store->storeValue(L"b", L"2");
     store->persistValues();
     EXPECT_TRUE(store->hasUnpersistedValues());
