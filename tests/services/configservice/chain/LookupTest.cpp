@@ -182,6 +182,9 @@ TEST_F(Lookup, EmptyChainLeavesTheValueAsItWas) {
     EXPECT_EQ(storeName, L"no store");
     EXPECT_FALSE(manager.getValue(L"domain", value, false));
     EXPECT_EQ(value, L"as given");
+    EXPECT_FALSE(manager.getValueFromStores(L"domain", value, storeName, false));
+    EXPECT_EQ(value, L"as given");
+    EXPECT_EQ(storeName, L"no store");
 }
 
 TEST_F(Lookup, ChainWithNothingToAskLeavesTheValueAsItWas) {
