@@ -69,6 +69,14 @@ std::vector<Failure> allFailures() {
     return failures;
 }
 
+/// What is tried in every run, however few are: a write that is interrupted, and what sets a damaged file aside.
+bool isTriedAlways(const Call& call, const Failure& failure) {
+    const bool isOnce = failure.fault.kind == Fault::Kind::Fail && failure.fault.times == 1;
+    const bool isOfABackup = call.path.find("-backup") != std::string::npos || call.name.starts_with("rename");
+    return isOnce &&
+           ((call.name == "write" && failure.fault.error == EINTR) || (isOfABackup && failure.fault.error == EIO));
+}
+
 /// The state of the files that the deed is about. A reset leaves those that it has removed and those that it has not.
 int writtenBy(Deed deed, const States& states) {
     switch (deed) {
@@ -229,7 +237,9 @@ public:
         for (std::size_t call = 0; call < calls.size(); ++call) {
             for (const Failure& failure : failures) {
                 const bool isShort = failure.fault.kind == Fault::Kind::ShortWrite;
-                if ((!isShort || calls[call].name == "write") && trial_.picks(wanted, calls.size() * failures.size())) {
+                const bool isPicked =
+                    isTriedAlways(calls[call], failure) || trial_.picks(wanted, calls.size() * failures.size());
+                if ((!isShort || calls[call].name == "write") && isPicked) {
                     tryFailure(failure, calls, call, Then::AnotherWrite);
                     if (isTriedAgainByTheEnd(deed_) && failure.fault.times == 1) {
                         tryFailure(failure, calls, call, Then::TheEnd);
@@ -334,7 +344,9 @@ private:
         for (std::size_t call = 0; call < calls.size(); ++call) {
             for (const Failure& failure : allFailures()) {
                 const bool isMeant = failure.fault.kind == Fault::Kind::Fail && (!once || failure.fault.times == 1);
-                if (isMeant && trial_.picks(60, calls.size() * (once ? 7 : 14))) {
+                const bool isPicked =
+                    isTriedAlways(calls[call], failure) || trial_.picks(60, calls.size() * (once ? 7 : 14));
+                if (isMeant && isPicked) {
                     tryFailure(failure, calls, call, start);
                 }
             }

@@ -140,6 +140,18 @@ TEST_F(DataResetInFlight, AStoreThatWaitsWhileItIsAddedIsNotCachedBehindTheReset
     expectNothingOfTheUsers({L"outside"});
 }
 
+TEST_F(DataResetInFlight, AStoreThatWaitsMeanwhileLeavesTheCopyThatHasJoinedSince) {
+    injectAndStart();
+    const auto awaited = std::make_shared<fakes::ScriptedStore>("TFTPConfigStore", 40);
+    awaited->onWait([this] {
+        reset();
+        adapter()->addCachedConfigStores(L"PresenceConfigStore:245;");
+    });
+    adapter()->addConfigStore(awaited);
+    adapter()->addConfigStore(cachedStore("PresenceConfigStore"));
+    EXPECT_THAT(chain(), Contains("cachedPresenceConfigStore.xml"));
+}
+
 TEST_F(DataResetInFlight, AStoreThatIsAddedAfterwardsIsCached) {
     injectAndStart();
     reset();

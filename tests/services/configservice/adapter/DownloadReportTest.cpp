@@ -62,6 +62,7 @@ TEST_F(DownloadReport, AfterTheSourceWasTurnedOffIsIgnored) {
     switchOn();
     adapter()->stopTftpConfigSource();
     adapter()->onTftpConfigDownloaded({});
+    adapter()->onTftpConfigDownloaded({L"key"});
     EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
 }
 

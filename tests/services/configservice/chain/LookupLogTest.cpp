@@ -43,6 +43,12 @@ TEST_F(LookupLog, TellsAMissAndSkipLocalAsANumber) {
                 ElementsAre("key : [missing] skipLocal : [1]  value: [] success: [false] configStoreName: []"));
 }
 
+TEST_F(LookupLog, TellsAReportAsALookupOfAllStores) {
+    manager.updateKey(L"domain", false);
+    EXPECT_THAT(log->texts(5), ElementsAre("key : [domain] skipLocal : [0]  value: [example.com] success: [true] "
+                                           "configStoreName: [Server]"));
+}
+
 TEST_F(LookupLog, LeavesTheNameThatTheCallerHasInAMiss) {
     std::wstring value;
     std::wstring storeName = L"Former";

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "LockRanks.h"
 #include "RemoteFixture.h"
 #include "support/StrangersLink.h"
 
@@ -192,6 +193,15 @@ TEST_F(RemoteStore, IgnoresNullAndUnknownObservers) {
     store->removeObserver(&observer);
     store->fireOnConfigDownloaded({L"key"}, store);
     EXPECT_THAT(observer.reports, IsEmpty());
+}
+
+TEST_F(RemoteStore, LosesAnObserverWithoutAWaitWhereNobodyIsTold) {
+    const auto store = make();
+    store->addObserver(&observer);
+    // Whoever holds the chain must not wait for a report, which takes the chain.
+    tessel::Mutex chain{LockRanks::CHAIN};
+    const tessel::ScopedLock lock(chain);
+    store->removeObserver(&observer);
 }
 
 TEST_F(RemoteStore, AsksTheWholeChainForAnotherComponent) {

@@ -92,5 +92,36 @@ TEST(FreedMemory, HoldsNoSecretOfADocumentThatIsLongerThanWhatWaitsToBeWritten) 
               0);
 }
 
+TEST(FreedMemory, HoldsNoSecretThatIsLongerThanWhatWaitsToBeWritten) {
+    const fakes::TemporaryDirectory folder;
+    // Each of them becomes five letters.
+    const std::wstring longSecret = std::wstring(wideSecret) + std::wstring(20000, L'&');
+    const std::wstring longerSecret = longSecret + std::wstring(20000, L'&');
+    EXPECT_EQ(blocksLeftBy([&] {
+                  XmlFileWriter writer(folder.path("document.xml"));
+                  writer.startElement("r");
+                  writer.writeElement(std::string(3000, 'n'), wideSecret);
+                  writer.writeElement("a", longSecret);
+                  writer.writeElement("b", longerSecret);
+                  EXPECT_TRUE(writer.finish());
+              }),
+              0);
+}
+
+TEST(FreedMemory, HoldsNoSecretThatWaitsToBeWrittenWhileTheRestFillsTheRoom) {
+    const fakes::TemporaryDirectory folder;
+    EXPECT_EQ(blocksLeftBy([&] {
+                  XmlFileWriter writer(folder.path("document.xml"));
+                  writer.startElement("r");
+                  writer.writeElement("a", std::wstring(9000, L'x'));
+                  writer.writeElement("b", wideSecret);
+                  for (int element = 0; element < 700; ++element) {
+                      writer.writeElement("c", std::wstring(100, L'x'));
+                  }
+                  EXPECT_TRUE(writer.finish());
+              }),
+              0);
+}
+
 }  // namespace
 }  // namespace storetests

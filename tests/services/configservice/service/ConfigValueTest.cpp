@@ -207,6 +207,15 @@ TEST_F(ConfigValueTest, InitializeSetsEverythingTellsNothingAndForgetsMarks) {
     EXPECT_EQ(object->getOriginalValueStoreName(), L"4");
 }
 
+TEST_F(ConfigValueTest, InitializeForgetsThatTheKeyWasDefined) {
+    object->update(L"", L"", false, false, L"", L"");
+    takeTold();
+    object->silentUpdate(L"", L"", false, true, L"", L"");
+    object->initialize(L"k", L"1", L"2", true, true, L"3", L"4");
+    object->fireRequired();
+    EXPECT_THAT(observer->told, IsEmpty());
+}
+
 TEST_F(ConfigValueTest, AMarkMadeWhileItsObserversAreToldIsLost) {
     bool again = true;
     observer->hook = [&](const std::string& property) {

@@ -59,6 +59,19 @@ TEST_F(NotificationReentry, AnObserverErasesTheKeyAndNothingOfTheOlderStateLands
     EXPECT_THAT(observer->told, ElementsAre("Value", "Value"));
 }
 
+TEST_F(NotificationReentry, OfTwoNewerStatesTheLastIsNotCoveredByWhatIsLeftOfTheOlderOne) {
+    inside = [this] {
+        report(L"Key", L"2", true);
+        reportGone(L"Key");
+    };
+    report(L"Key", L"1");
+    const auto key = service->getConfig(L"Key");
+    EXPECT_EQ(key->getValue(), L"");
+    EXPECT_FALSE(key->getisDefined());
+    EXPECT_FALSE(key->getisOverridden());
+    EXPECT_EQ(key->getValueStoreName(), L"");
+}
+
 TEST_F(NotificationReentry, AnObserverAsksForOtherValues) {
     std::size_t known = 0;
     inside = [&] {

@@ -142,6 +142,18 @@ TEST_F(ServiceForwarding, ChecksTheThreadBeforeAnythingIsTouched) {
     EXPECT_THAT(log->texts(4), IsEmpty());
 }
 
+TEST_F(ServiceForwarding, ChecksTheThreadForKeysThatAreKnownToo) {
+    service->setupConfigKeyAliases({{L"Former", L"Key"}});
+    report(L"Key", L"Value");
+    const std::size_t lines = log->texts(4).size();
+    dispatcher->setUpdateAccess(false);
+    EXPECT_THROW(service->getConfig(L"Key"), std::logic_error);
+    EXPECT_THROW(report(L"Former", L"Other"), std::logic_error);
+    dispatcher->setUpdateAccess(true);
+    EXPECT_EQ(log->texts(4).size(), lines) << "a key was looked up";
+    EXPECT_EQ(service->getConfig(L"Key")->getValue(), L"Value");
+}
+
 TEST_F(ServiceForwarding, LeavesTheOtherOperationsUnchecked) {
     registerFeatureSet();
     report(L"Key", L"Value");

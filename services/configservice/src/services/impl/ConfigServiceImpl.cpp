@@ -96,7 +96,6 @@ void ConfigServiceImpl::removeAllCachedConfigStores() {
 }
 
 void ConfigServiceImpl::logConfig() {
-    EnsureUpdateAccess(true);
     TesselLog(serviceLogger(), 4, __FILE__, __LINE__, "logConfig", buildMasterReport());
 }
 
