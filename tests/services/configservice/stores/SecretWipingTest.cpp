@@ -40,6 +40,13 @@ TEST_F(SecretWiping, WipesTheTreesCopyOfBothWellKnownSecrets) {
     EXPECT_EQ(textOf(firstEntry()->next->children), "");
 }
 
+TEST_F(SecretWiping, WipesEachPieceOfTheTreesCopy) {
+    load("<ConnectionPassword>hunter22<![CDATA[hunter23]]></ConnectionPassword>");
+    EXPECT_EQ(parseLoaded(), (Map{{L"connectionpassword", L"hunter22hunter23"}}));
+    EXPECT_EQ(textOf(firstEntry()->children), "");
+    EXPECT_EQ(textOf(firstEntry()->children->next), "");
+}
+
 TEST_F(SecretWiping, LeavesAKeyThatIsOnlyMarkedSensitive) {
     load("<Pin sensitive='true'>12345678</Pin>");
     parseLoaded();

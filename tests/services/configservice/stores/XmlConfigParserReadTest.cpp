@@ -102,6 +102,12 @@ TEST_F(XmlConfigParserReading, LooksAtTheFirstSensitiveAttributeOnly) {
     EXPECT_TRUE(sensitiveKeys_.empty());
 }
 
+TEST_F(XmlConfigParserReading, TakesNoOtherAttributeForTheMark) {
+    const std::string document = serverDocument("<A other='true'>1</A><B other='false' sensitive='true'>2</B>");
+    EXPECT_TRUE(XmlConfigParser::readFromMemory(document, values_, sensitiveKeys_));
+    EXPECT_THAT(sensitiveKeys_, testing::ElementsAre(L"b"));
+}
+
 TEST_F(XmlConfigParserReading, TreatsAnEmptySensitiveAttributeAsNoMark) {
     EXPECT_TRUE(XmlConfigParser::readFromMemory(serverDocument("<A sensitive=''>1</A>"), values_, sensitiveKeys_));
     EXPECT_TRUE(sensitiveKeys_.empty());
@@ -141,6 +147,11 @@ TEST_F(XmlConfigParserReading, CallsADocumentWithoutKeysASuccess) {
     values_[L"old"] = L"value";
     EXPECT_TRUE(XmlConfigParser::readFromMemory("<r/>", values_, sensitiveKeys_));
     EXPECT_TRUE(values_.empty());
+}
+
+TEST_F(XmlConfigParserReading, ReportsThatItIsGivenNoDocument) {
+    EXPECT_FALSE(XmlConfigParser::parseXmlConfig(nullptr, values_, sensitiveKeys_));
+    EXPECT_EQ(log_->count(2, malformedText), 1u);
 }
 
 TEST_F(XmlConfigParserReading, ReportsADocumentWithoutARoot) {
