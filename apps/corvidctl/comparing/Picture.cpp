@@ -11,7 +11,7 @@ namespace corvidctl {
 using QuillCoreUtils::toString;
 
 std::vector<Layer> takeLayers(ConfigStoreManager& chain) {
-    const ChainReader reader(chain, true);
+    const ChainReader reader(chain, false);
     const KeyNames names;
     std::vector<Layer> layers;
     for (const std::shared_ptr<ConfigStore>& store : chain.getStores()) {

@@ -57,7 +57,7 @@ ValueView ChainReader::describe(const std::wstring& key, const SearchList& store
     view.originalValue = hasOriginal ? shown(report.originalValue(), view.isSensitive) : std::string();
     view.valueStoreName = report.isDefined() ? toString(report.valueStoreName()) : std::string();
     view.originalValueStoreName = toString(report.originalValueStoreName());
-    if (report.isDefined() && report.lookup.usedOtherKeyName()) {
+    if (report.lookup.usedOtherKeyName()) {
         view.foundUnder = toString(report.lookup.otherName);
     }
     if (!view.isOverridden) {

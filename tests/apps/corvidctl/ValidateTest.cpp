@@ -207,6 +207,8 @@ TEST_F(Tool, ValidateTellsWhatBecomesOfABrokenLocalFile) {
     EXPECT_EQ(findings.at(0).at("kind"), "moved-aside");
     EXPECT_EQ(findings.at(0).at("text"), "a client that starts on this file renames it to "
                                          "corvidLocalConfig-backup.xml and has none of its values");
+    EXPECT_EQ(findings.at(0).at("line"), 0);
+    EXPECT_EQ(findings.at(0).at("column"), nullptr);
     const std::string other = directory_.write("other.xml", "<Corvid>");
     const json ofOther = asJson({"validate", other}, 1);
     for (const json& finding : ofOther.at("findings")) {

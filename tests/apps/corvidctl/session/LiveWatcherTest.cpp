@@ -106,6 +106,8 @@ TEST_F(LiveWatching, TellsANewKeyOnceWithAllThatItBrought) {
     watch([](ConfigFeatureSet& featureSet) { featureSet.setConfig(L"A", L"1"); });
     ASSERT_THAT(keys(), ElementsAre("A"));
     EXPECT_EQ(changes_[0].value.value, "1");
+    EXPECT_TRUE(changes_[0].value.isDefined);
+    EXPECT_TRUE(changes_[0].value.isOverridden);
     EXPECT_THAT(changes_[0].changed,
                 testing::UnorderedElementsAre("value", "isDefined", "isOverridden", "valueStoreName"));
 }
@@ -121,7 +123,8 @@ TEST_F(LiveWatching, TellsEachReportOfOneKey) {
     EXPECT_EQ(changes_[0].value.value, "1");
     EXPECT_EQ(changes_[1].value.value, "2");
     EXPECT_THAT(changes_[1].changed, ElementsAre("value"));
-    EXPECT_EQ(changes_[2].value.isDefined, false);
+    EXPECT_FALSE(changes_[2].value.isDefined);
+    EXPECT_FALSE(changes_[2].value.isOverridden);
 }
 
 TEST_F(LiveWatching, TellsAWholeStoreThatJoinsKeyByKey) {
@@ -162,4 +165,24 @@ TEST_F(LiveWatching, HidesSensitiveValues) {
     watch([](ConfigFeatureSet& featureSet) { featureSet.setConfig(L"connectionpassword", L"secret"); });
     ASSERT_EQ(changes_.size(), 1U);
     EXPECT_EQ(changes_[0].value.value, "VALUE_HIDDEN");
+}
+
+TEST_F(LiveWatching, HidesThatASensitiveValueIsEmptyButNotThatItHasGone) {
+    watch([](ConfigFeatureSet& featureSet) {
+        featureSet.setConfig(L"connectionpassword", L"");
+        featureSet.resetConfig(L"connectionpassword");
+    });
+    ASSERT_EQ(changes_.size(), 2U);
+    EXPECT_EQ(changes_[0].value.value, "VALUE_HIDDEN");
+    EXPECT_EQ(changes_[1].value.value, "");
+}
+
+TEST_F(LiveWatching, HidesThatAnAdministratorsSensitiveValueIsEmpty) {
+    watch([](ConfigFeatureSet& featureSet) {
+        featureSet.addConfigStore(
+            std::make_shared<ServerStore>(std::map<std::wstring, std::wstring>{{L"connectionpassword", L""}}));
+    });
+    ASSERT_THAT(keys(), ElementsAre("connectionpassword"));
+    EXPECT_EQ(changes_[0].value.originalValueStoreName, "ServerStore");
+    EXPECT_EQ(changes_[0].value.originalValue, "VALUE_HIDDEN");
 }
