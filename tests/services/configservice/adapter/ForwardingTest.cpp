@@ -243,13 +243,32 @@ TEST_F(Forwarding, NeitherFiltersNorMerges) {
     EXPECT_EQ(dispatcher->waitingNames().size(), 2U);
 }
 
-TEST_F(Forwarding, KeepsSensitiveKeysOutOfTheBox) {
+TEST_F(Forwarding, TellsOfASensitiveKeyAheadOfTheValuesThatWait) {
     inject();
     const auto live = service()->getConfig(L"key");
     elsewhere([this] { adapter()->setConfig(L"key", L"waiting"); });
     adapter()->setKeySensitive(L"secret");
     EXPECT_EQ(live->getValue(), L"");
     EXPECT_TRUE(service()->isKeySensitive(L"secret"));
+}
+
+TEST_F(Forwarding, OfAnotherThreadTellsThatAKeyIsSensitiveBeforeItsValue) {
+    inject();
+    std::vector<bool> wasMarked;
+    const auto live = service()->getConfig(L"key");
+    const auto listener =
+        std::make_shared<ValueListener>([&] { wasMarked.push_back(service()->isKeySensitive(L"key")); });
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(listener));
+    elsewhere([this] {
+        adapter()->setKeySensitive(L"key");
+        adapter()->setConfig(L"key", L"hunter22");
+    });
+    // What is told on the dispatcher thread itself brings what waits with it.
+    adapter()->setConfig(L"other", L"value");
+    EXPECT_EQ(live->getValue(), L"hunter22");
+    EXPECT_THAT(wasMarked, ElementsAre(true));
+    service()->logConfig();
+    EXPECT_FALSE(log->mentions("hunter22"));
 }
 
 TEST_F(Forwarding, OfASensitiveKeyIsDoneWhenTheServiceReturns) {

@@ -182,20 +182,29 @@ TEST_F(ReportGateTest, TasksAreHarmlessOnceTheGateIsGone) {
     EXPECT_THAT(delivered_, IsEmpty());
 }
 
-TEST_F(ReportGateTest, PassesBesideTheBox) {
+TEST_F(ReportGateTest, PassesOnTheDispatcherThreadWhatComesFirstAheadOfAllThatWaits) {
     passOnForeignThread("waiting");
-    gate_->passBeside(note("beside"), "task");
-    EXPECT_THAT(delivered_, ElementsAre("beside"));
-    std::thread([&] { gate_->passBeside(note("beside by task"), "beside task"); }).join();
-    EXPECT_THAT(dispatcher_->waitingNames(), ElementsAre("foreign", "beside task"));
+    gate_->passFirst(note("first"), "task");
+    EXPECT_THAT(delivered_, ElementsAre("first"));
     dispatcher_->runAll();
-    EXPECT_THAT(delivered_, ElementsAre("beside", "waiting", "beside by task"));
+    EXPECT_THAT(delivered_, ElementsAre("first", "waiting"));
+}
+
+TEST_F(ReportGateTest, PassesWhatComesFirstOfAnotherThreadBeforeItsLaterReports) {
+    passOnForeignThread("earlier");
+    std::thread([&] { gate_->passFirst(note("first"), "first task"); }).join();
+    passOnForeignThread("later");
+    EXPECT_THAT(dispatcher_->waitingNames(), ElementsAre("foreign", "first task", "foreign"));
+    pass(note("direct"));
+    EXPECT_THAT(delivered_, ElementsAre("earlier", "first", "later", "direct"));
+    dispatcher_->runAll();
+    EXPECT_EQ(delivered_.size(), 4U);
 }
 
 TEST_F(ReportGateTest, WithoutADispatcherDeliversNothing) {
     gate_ = std::make_shared<ReportGate>(nullptr);
     pass(note("a"));
-    gate_->passBeside(note("b"), "task");
+    gate_->passFirst(note("b"), "task");
     EXPECT_THAT(delivered_, IsEmpty());
     EXPECT_FALSE(gate_->isInsideNotification());
 }

@@ -191,24 +191,25 @@ TEST_F(LocalFilePersisting, DoesAllRequestsThatCameBeforeAWriteWithIt) {
     const std::uint64_t second = store.requestPersist();
     store.persistRequested(first);
     EXPECT_EQ(restarted(), (Map{{L"a", L"1"}, {L"b", L"2"}}));
-    std::filesystem::remove(path("folder/local.xml"));
+    store.storeValue(L"c", L"3");
+    const std::uint64_t third = store.requestPersist();
     store.persistRequested(second);
-    EXPECT_FALSE(world_.directory().exists("folder/local.xml")) << "a look at the file for nothing";
-    store.persistRequested(store.requestPersist());
-    EXPECT_TRUE(world_.directory().exists("folder/local.xml"));
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}, {L"b", L"2"}})) << "a later value has a request of its own";
+    store.persistRequested(third);
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}, {L"b", L"2"}, {L"c", L"3"}}));
 }
 
-TEST_F(LocalFilePersisting, DoesRequestsWithALookAtAFileThatHasItAll) {
+TEST_F(LocalFilePersisting, WritesAnewAtARequestThatIsDoneWhatSomebodyHasRemovedOrReplaced) {
     LocalFileConfigStore store = open();
     store.storeValue(L"a", L"1");
-    store.persistValues();
-    store.storeValue(L"A", L"1");
-    const std::uint64_t first = store.requestPersist();
-    const std::uint64_t second = store.requestPersist();
-    store.persistRequested(first);
+    const std::uint64_t request = store.requestPersist();
+    store.persistRequested(request);
     std::filesystem::remove(path("folder/local.xml"));
-    store.persistRequested(second);
-    EXPECT_FALSE(world_.directory().exists("folder/local.xml")) << "a second look for nothing";
+    store.persistRequested(request);
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+    write("folder/local.xml", "<Corvid/>");
+    store.persistRequested(request);
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
 }
 
 TEST_F(LocalFilePersisting, HasARequestStillToDoWhoseWriteFailed) {

@@ -102,6 +102,14 @@ TEST_F(XmlConfigParserReading, LooksAtTheFirstSensitiveAttributeOnly) {
     EXPECT_TRUE(sensitiveKeys_.empty());
 }
 
+TEST_F(XmlConfigParserReading, MarksAKeyThroughAnEntityOfTheDocumentToo) {
+    const std::string document =
+        "<!DOCTYPE r [<!ENTITY yes 'true'><!ENTITY no 'false'>]><r><G><A sensitive='&yes;'>1</A>"
+        "<B sensitive='true&no;'>2</B><C sensitive='&no;'>3</C></G></r>";
+    EXPECT_TRUE(XmlConfigParser::readFromMemory(document, values_, sensitiveKeys_));
+    EXPECT_THAT(sensitiveKeys_, testing::ElementsAre(L"a", L"b"));
+}
+
 TEST_F(XmlConfigParserReading, TakesNoOtherAttributeForTheMark) {
     const std::string document = serverDocument("<A other='true'>1</A><B other='false' sensitive='true'>2</B>");
     EXPECT_TRUE(XmlConfigParser::readFromMemory(document, values_, sensitiveKeys_));

@@ -72,7 +72,7 @@ void ConfigAdapter::expect(std::span<const FoldedKey> keys) {
 
 void ConfigAdapter::onSensitiveKeyAddedOrUpdated(std::wstring key) {
     // The name is that of another operation.
-    reportGate_->passBeside(
+    reportGate_->passFirst(
         [weak = std::weak_ptr<ConfigServiceImpl>(configService_), key = std::move(key)] {
             if (const auto service = weak.lock()) {
                 service->updateSensitiveKeyList(key);
@@ -82,7 +82,7 @@ void ConfigAdapter::onSensitiveKeyAddedOrUpdated(std::wstring key) {
 }
 
 void ConfigAdapter::notifyConfigKeyAliases() {
-    reportGate_->passBeside(
+    reportGate_->passFirst(
         [weak = std::weak_ptr<ConfigServiceImpl>(configService_), aliases = configStoreManager_->getAliasMap()] {
             if (const auto service = weak.lock()) {
                 service->setupConfigKeyAliases(aliases);

@@ -55,15 +55,12 @@ void ReportGate::passThroughBox(Delivery delivery, std::string_view taskName) {
         std::string(taskName)));
 }
 
-void ReportGate::passBeside(Delivery delivery, const std::string& taskName) {
-    if (dispatcher_ == nullptr) {
-        return;
-    }
-    if (dispatcher_->checkForUpdateAccess()) {
+void ReportGate::passFirst(Delivery delivery, std::string_view taskName) {
+    if (dispatcher_ != nullptr && dispatcher_->checkForUpdateAccess()) {
         delivery();
         return;
     }
-    dispatcher_->enqueue(std::make_shared<QuillCoreUtils::FunctionTask>(std::move(delivery), taskName));
+    passThroughBox(std::move(delivery), taskName);
 }
 
 bool ReportGate::isInsideNotification() const {

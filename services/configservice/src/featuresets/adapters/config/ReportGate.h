@@ -49,8 +49,10 @@ public:
     /// True on the dispatcher thread while the box is empty: a report would be put in and taken out in one step.
     bool nothingIsAhead();
 
-    /// Delivers beside the box: on the dispatcher thread at once, elsewhere through a task of its own.
-    void passBeside(Delivery delivery, const std::string& taskName);
+    /// For what every later report builds on, as the mark of a key does: on the dispatcher thread it is delivered at
+    /// once, ahead of all that waits; elsewhere in its turn, so that no later report of the same thread is told before
+    /// it.
+    void passFirst(Delivery delivery, std::string_view taskName);
 
     /// True on the dispatcher thread inside a delivery that pass() makes before it returns, which means: inside a
     /// notification that runs under the locks of the chain.

@@ -45,10 +45,16 @@ bool CacheConfigStore::hasUnwrittenValues() {
 
 void CacheConfigStore::write(const std::function<bool()>& isWanted) {
     using Outcome = XmlConfigParser::Outcome;
-    const Outcome outcome = XmlConfigParser::write(getFilePath(), copyValues(), isWanted);
+    FileStamp left = FileStamp::of(getFilePath());
+    const auto isWantedNow = [&] {
+        // Once more while no other process can write: one that comes afterwards is not to be written over.
+        left = FileStamp::of(getFilePath());
+        return isWanted();
+    };
+    const Outcome outcome = XmlConfigParser::write(getFilePath(), copyValues(), isWantedNow);
     if (outcome == Outcome::Written) {
         fileLeft_.reset();
     } else if (outcome != Outcome::LeftAlone) {
-        fileLeft_ = FileStamp::of(getFilePath());
+        fileLeft_ = left;
     }
 }

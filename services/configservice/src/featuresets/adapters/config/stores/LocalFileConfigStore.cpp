@@ -189,7 +189,10 @@ void LocalFileConfigStore::persistValues() {
 }
 
 void LocalFileConfigStore::persistRequested(std::uint64_t request) {
-    if (request > doneRequests_) {
+    tessel::ScopedLock fileLock(fileMutex_);
+    // Values that have come since are for the requests behind this one; what another program has done to the file is
+    // not.
+    if (request > doneRequests_ || !isFileAsWritten()) {
         persistValues();
     }
 }
@@ -376,8 +379,10 @@ LocalFileConfigStore::Values LocalFileConfigStore::copyValues() {
     return {values_.entries(), change_};
 }
 
-bool LocalFileConfigStore::isInFile() {
-    return !hasUnpersistedValues() && writtenFile_.exists() && FileStamp::of(filePath()) == writtenFile_;
+bool LocalFileConfigStore::isInFile() { return !hasUnpersistedValues() && isFileAsWritten(); }
+
+bool LocalFileConfigStore::isFileAsWritten() {
+    return writtenFile_.exists() && FileStamp::of(filePath()) == writtenFile_;
 }
 
 bool LocalFileConfigStore::writeFile(Document document) {
@@ -394,6 +399,10 @@ bool LocalFileConfigStore::writeFile(Document document) {
     }
     writer.takeDocument(std::move(document.text));
     const bool written = finishDocument(writer) && replaceFile(temporaryPath);
+    if (written) {
+        // While no other process can have written one of its own.
+        writtenFile_ = FileStamp::of(filePath());
+    }
     FileUtils::removeFile(temporaryPath);
     return written;
 }
@@ -434,7 +443,6 @@ bool LocalFileConfigStore::replaceFile(const std::string& temporaryPath) {
 }
 
 void LocalFileConfigStore::notePersisted(std::uint64_t change) {
-    writtenFile_ = FileStamp::of(filePath());
     unreadFileIsInPlace_ = false;
     tessel::ScopedLock lock(mutex_);
     persistedChange_ = change;

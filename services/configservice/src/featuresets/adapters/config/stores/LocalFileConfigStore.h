@@ -138,6 +138,8 @@ private:
     /// The file whose values these are; one that does not exist if they have been changed, or if that cannot be told.
     FileStamp unchangedFile();
     bool isInFile() TESSEL_REQUIRES(fileMutex_);
+    /// Whether the file is the very one that this store has written last.
+    bool isFileAsWritten() TESSEL_REQUIRES(fileMutex_);
     Document composeDocument();
     bool writeFile(Document document) TESSEL_REQUIRES(fileMutex_);
     bool finishDocument(XmlFileWriter& writer);

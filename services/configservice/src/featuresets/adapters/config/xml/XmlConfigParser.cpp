@@ -380,7 +380,10 @@ bool XmlConfigParser::parseSensitiveAttribute(xmlNode* node) {
     for (const xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
         if (attribute->type == XML_ATTRIBUTE_NODE &&
             QuillCoreUtils::toLowercase(narrow(attribute->name)) == "sensitive") {
-            return QuillCoreUtils::toBool(xmlAttributeText(attribute));
+            // What a reference stands for, where a document declares it: a mark that is written so is meant all the
+            // same.
+            return attribute->children != nullptr &&
+                   QuillCoreUtils::toBool(std::string(view(attribute->children->content)));
         }
     }
     return false;
