@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ConfigFeatureSet.h"
@@ -101,6 +103,8 @@ TEST(Module, CarriesAValueThroughABareHost) {
     loader->addModule(typeMapName(typeid(ConfigService)), CONFIGSERVICE_MODULE, "InjectConfigService");
     auto factory = std::make_shared<UnifiedFactory>(dispatcher, persistQueue, loader);
 
+    // Whoever asks first on a wrong thread does not take it from the others.
+    std::thread([&] { EXPECT_THROW(factory->getService<ConfigService>(), std::logic_error); }).join();
     std::shared_ptr<ConfigService> service = factory->getService<ConfigService>();
     ASSERT_NE(service, nullptr);
     factory->getFeatureSetAdapter(1300)->StartFeatureSet(1300, nullptr);

@@ -59,7 +59,13 @@ void DlModuleLoader::load(const std::string& typeName, const std::shared_ptr<Uni
         return;
     }
     if (const EntryPoint entryPoint = findEntryPoint(module.libraryPath, module.entryPoint)) {
-        entryPoint(factory);
+        try {
+            entryPoint(factory);
+        } catch (...) {
+            const tessel::ScopedLock lock(mutex_);
+            taken_.erase(module);
+            throw;
+        }
     }
 }
 

@@ -19,7 +19,8 @@ public:
     /// @param typeName as typeMapName() gives it.
     /// @param libraryPath as dlopen() takes it.
     /// @param entryPoint a function of the library with C linkage: void entry(const std::shared_ptr<UnifiedFactory>&).
-    ///                   It runs on the thread that asked for the type, and what it throws goes on to that caller.
+    ///                   It runs on the thread that asked for the type. What it throws goes on to that caller, and
+    ///                   whoever asks next runs it anew.
     void addModule(std::string typeName, std::string libraryPath, std::string entryPoint);
 
     void loadService(const std::string& typeName, const std::shared_ptr<UnifiedFactory>& factory) override;

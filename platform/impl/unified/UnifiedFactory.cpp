@@ -47,7 +47,13 @@ bool UnifiedFactory::loadService(const std::string& typeName) {
             return false;
         }
     }
-    moduleLoader_->loadService(typeName, self);
+    try {
+        moduleLoader_->loadService(typeName, self);
+    } catch (...) {
+        const tessel::ScopedLock lock(mutex_);
+        servicesLoaded_.erase(typeName);
+        throw;
+    }
     return true;
 }
 
@@ -62,6 +68,12 @@ bool UnifiedFactory::loadFeatureSet(const std::string& typeName) {
             return false;
         }
     }
-    moduleLoader_->loadFeatureSet(typeName, self);
+    try {
+        moduleLoader_->loadFeatureSet(typeName, self);
+    } catch (...) {
+        const tessel::ScopedLock lock(mutex_);
+        featureSetsLoaded_.erase(typeName);
+        throw;
+    }
     return true;
 }

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <latch>
+#include <stdexcept>
 #include <thread>
 
 #include "fakes/HandSteppedDispatcher.h"
@@ -144,6 +145,23 @@ TEST(UnifiedFactory, AsksForEachTypeAndKindOnce) {
     EXPECT_THAT(loader->trace.events(),
                 ElementsAre("service " + typeMapName(typeid(Service)), "feature set " + typeMapName(typeid(Service)),
                             "service " + typeMapName(typeid(OtherService))));
+}
+
+TEST(UnifiedFactory, LoadsAModuleAnewThatHasThrown) {
+    const auto loader = std::make_shared<ScriptedLoader>();
+    const auto factory = makeFactory(loader);
+    loader->onService = [](const std::shared_ptr<UnifiedFactory>&) { throw std::logic_error("on a wrong thread"); };
+    loader->onFeatureSet = loader->onService;
+    EXPECT_THROW(factory->getService<Service>(), std::logic_error);
+    EXPECT_THROW(factory->getFeatureSet<Chat>(), std::logic_error);
+    const auto service = std::make_shared<Service>();
+    const auto adapter = std::make_shared<ChatAdapter>();
+    loader->onService = [&](const std::shared_ptr<UnifiedFactory>& given) { given->setService<Service>(1, service); };
+    loader->onFeatureSet = [&](const std::shared_ptr<UnifiedFactory>& given) {
+        given->setFeatureSetAdapter<Chat>(1, adapter);
+    };
+    EXPECT_EQ(factory->getService<Service>(), service);
+    EXPECT_EQ(factory->getFeatureSet<Chat>(), adapter);
 }
 
 TEST(UnifiedFactory, FindsWhatIsRegisteredAfterAMissWithoutLoadingAgain) {

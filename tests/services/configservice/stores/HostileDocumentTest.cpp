@@ -344,6 +344,11 @@ TEST_F(HostileDocuments, DoNotLeadTheWalkThroughTheDeclarationsOfEntities) {
     EXPECT_EQ(readChain(documentType + "<r>&c;&b;<ConfigStore name='A' chainedTo='B'/></r>").size(), 1u);
 }
 
+TEST_F(HostileDocuments, GiveNoEntriesThatStandInEntities) {
+    EXPECT_EQ(readLocalForm(R"(<!DOCTYPE r [<!ENTITY e "<userConfig name='k' value='v'/>">]><r>&e;</r>)"), Map{});
+    EXPECT_TRUE(readChain(R"(<!DOCTYPE r [<!ENTITY e "<ConfigStore name='A' chainedTo='B'/>">]><r>&e;</r>)").empty());
+}
+
 TEST_F(HostileDocuments, AreReadToADepthOfTwoHundredAndFiftySix) {
     const std::string entry = "<userConfig name='a' value='1'/>";
     EXPECT_EQ(readLocalForm(nested(255, entry)), (Map{{L"a", L"1"}}));
