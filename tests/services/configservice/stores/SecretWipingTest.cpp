@@ -1,4 +1,9 @@
+#include <libxml/xmlmemory.h>
+#include <malloc.h>
+
 #include <algorithm>
+#include <string_view>
+#include <utility>
 
 #include "StoreTestSupport.h"
 #include "quill/XmlUtils.h"
@@ -29,6 +34,38 @@ protected:
     }
 
     std::shared_ptr<xmlDoc> document_;
+};
+
+/// Memory of the program's own for libxml2, which nobody wipes: tells whether a text is in what is given back.
+class LibraryMemory {
+public:
+    explicit LibraryMemory(const std::string& text) {
+        sought_ = text;
+        isFound_ = false;
+        xmlMemGet(&release_, &allocate_, &move_, &duplicate_);
+        xmlMemSetup(&takeBack, allocate_, move_, duplicate_);
+    }
+    ~LibraryMemory() { xmlMemSetup(release_, allocate_, move_, duplicate_); }
+    LibraryMemory(const LibraryMemory&) = delete;
+    LibraryMemory& operator=(const LibraryMemory&) = delete;
+
+    static bool hasTextBeenGivenBack() { return isFound_; }
+
+private:
+    static void takeBack(void* memory) {
+        if (memory != nullptr) {
+            const std::string_view bytes(static_cast<const char*>(memory), malloc_usable_size(memory));
+            isFound_ = isFound_ || bytes.find(sought_) != std::string_view::npos;
+        }
+        release_(memory);
+    }
+
+    static inline std::string sought_;
+    static inline bool isFound_ = false;
+    static inline xmlFreeFunc release_ = nullptr;
+    static inline xmlMallocFunc allocate_ = nullptr;
+    static inline xmlReallocFunc move_ = nullptr;
+    static inline xmlStrdupFunc duplicate_ = nullptr;
 };
 
 std::string textOf(const xmlNode* node) { return reinterpret_cast<const char*>(node->content); }
@@ -104,6 +141,15 @@ TEST_F(SecretWiping, GivesASecretThatIsMarkupWithItsTags) {
     EXPECT_EQ(parseLoaded(),
               (Map{{L"connectionpassword", L"<ConnectionPassword>hunter22<!-- c --></ConnectionPassword>"}}));
     EXPECT_EQ(textOf(firstEntry()->children), "hunter22") << "the tree below stays until the document ends";
+}
+
+TEST_F(SecretWiping, WipesWhatASecretThatIsMarkupIsPrintedTo) {
+    load("<ConnectionPassword>hunter22<!-- c --></ConnectionPassword><Other>hunter33<!-- c --></Other>");
+    for (const auto& [text, isLeft] : {std::pair("<ConnectionPassword>hunter22", false), {"<Other>hunter33", true}}) {
+        const LibraryMemory memory(text);
+        parseLoaded();
+        EXPECT_EQ(memory.hasTextBeenGivenBack(), isLeft) << text;
+    }
 }
 
 }  // namespace
