@@ -69,6 +69,7 @@ TEST(PropertiesInspector, HidesASecretThatHasBecomeAPartOfItsKey) {
     EXPECT_THAT(entriesOf("connectionPassword=s3cret\nBDIConnectionUserDn s3 cret\nAddtional_Info =s3cret"),
                 ElementsAre("1: connectionPassword=VALUE_HIDDEN=", "2: BDIConnectionUserDn VALUE_HIDDEN=",
                             "3: Addtional_Info VALUE_HIDDEN="));
+    EXPECT_THAT(entriesOf("connectionPassword"), ElementsAre("1: connectionPassword="));
     for (const std::string& line : told("ConnectionPassword=s3cret")) {
         EXPECT_THAT(line, testing::Not(testing::HasSubstr("s3cret")));
     }
