@@ -160,17 +160,24 @@ std::vector<std::string> ScheduleModel::members() const {
 }
 
 void ReportModel::take(const ChainCall& call, bool onDispatcher) {
-    const bool isReport = call.kind != ChainCall::Kind::Sensitive;
-    if (isReport) {
-        waiting_.push_back(call);
-    }
-    if (!onDispatcher) {
-        tasks_.push_back(isReport);
+    if (onDispatcher && call.kind == ChainCall::Kind::Sensitive) {
         return;
     }
-    while (isReport && !waiting_.empty()) {
-        const ChainCall oldest = waiting_.front();
-        waiting_.pop_front();
+    waiting_.push_back(call);
+    if (!onDispatcher) {
+        ++tasks_;
+        return;
+    }
+    while (!waiting_.empty()) {
+        bringOldest();
+    }
+}
+
+void ReportModel::bringOldest() {
+    const ChainCall oldest = waiting_.front();
+    waiting_.pop_front();
+    // Live objects do not know which keys are marked.
+    if (oldest.kind != ChainCall::Kind::Sensitive) {
         live_.take(oldest);
     }
 }
@@ -180,15 +187,12 @@ bool ReportModel::isReport(const std::string& taskName) {
 }
 
 void ReportModel::beginTask(const std::string& name) {
-    if (!isReport(name) || tasks_.empty()) {
+    if (!isReport(name) || tasks_ == 0) {
         return;
     }
-    const bool bringsReport = tasks_.front();
-    tasks_.pop_front();
-    if (bringsReport && !waiting_.empty()) {
-        const ChainCall oldest = waiting_.front();
-        waiting_.pop_front();
-        live_.take(oldest);
+    --tasks_;
+    if (!waiting_.empty()) {
+        bringOldest();
     }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <deque>
 #include <map>
 #include <optional>
@@ -79,7 +80,7 @@ private:
 };
 
 /// The reports on their way to the service: at once on the dispatcher thread, after all that waits; from elsewhere by a
-/// task, which brings the oldest.
+/// task, which brings the oldest. The mark of a key is ahead of all that waits on the dispatcher thread.
 class ReportModel {
 public:
     explicit ReportModel(LiveOracle& live) : live_(live) {}
@@ -96,9 +97,11 @@ public:
     bool isEmpty() const { return waiting_.empty(); }
 
 private:
+    void bringOldest();
+
     LiveOracle& live_;
     std::deque<ChainCall> waiting_;
-    std::deque<bool> tasks_;  ///< those that wait; whether each brings a report
+    std::size_t tasks_ = 0;  ///< those that wait
 };
 
 }  // namespace simulation
