@@ -47,6 +47,8 @@ public:
                            bool& usedOtherKeyName, bool skipLocal) = 0;
 
     /// Stores a user value in the first writable store of the chain; it is persisted later, on the host's task queue.
+    /// Under the old name "VVM_Mailstore_Server_0" the user's file takes it as "VoicemailPrimaryServer", and nobody is
+    /// told: lookups see it, live values keep what they had until "VoicemailPrimaryServer" is reported.
     /// @return true if a store took it. Whether the value wins is another question: ask getConfig().
     virtual bool setConfig(const std::wstring& key, const std::wstring& value) = 0;
 

@@ -40,6 +40,19 @@ TEST_F(Forwarding, ReachesTheLiveValueAtOnceOnTheDispatcherThread) {
     EXPECT_THAT(dispatcher->allNames(), IsEmpty());
 }
 
+TEST_F(Forwarding, OfAWriteUnderTheOldVoicemailKeyComesWithTheNextReportOfTheCurrentOne) {
+    injectAndStart();
+    const auto live = service()->getConfig(L"VoicemailPrimaryServer");
+    service()->setConfig(L"VVM_Mailstore_Server_0", L"host");
+    EXPECT_EQ(get(L"VVM_Mailstore_Server_0"), L"host");
+    EXPECT_EQ(get(L"VoicemailPrimaryServer"), L"host");
+    EXPECT_EQ(live->getValue(), L"");
+    tasks->runAll();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(live->getValue(), L"host");
+    EXPECT_EQ(service()->getConfig(L"VVM_Mailstore_Server_0"), live);
+}
+
 TEST_F(Forwarding, TakesReportsByValueToo) {
     inject();
     const auto live = service()->getConfig(L"key");

@@ -71,8 +71,10 @@ TEST_F(Writes, OfTheOldVoicemailKeyComeToTheUsersFileUnderItsCurrentName) {
     const auto file =
         std::make_shared<LocalFileConfigStore>("LocalFileConfigStore", 20, directory.path(), "local.xml", false, false);
     manager.addStore(file);
+    observer.clear();
     EXPECT_TRUE(manager.storeValue(L"vvm_Mailstore_Server_0", L"host"));
     EXPECT_THAT(file->getKeys(), ElementsAre(L"VoicemailPrimaryServer"));
+    EXPECT_THAT(observer.course(), IsEmpty());
     EXPECT_EQ(valueOf(L"VoicemailPrimaryServer"), L"host");
 }
 
