@@ -113,4 +113,18 @@ TEST(LocksOfTheModule, HaveEveryPlaceOfTheOrder) {
     EXPECT_FALSE(taken.empty());
 }
 
+/// The body of the function whose definition begins with this text.
+std::string bodyOf(const std::string& definition, const std::filesystem::path& file) {
+    const std::string text = docs::readPage(file);
+    const std::size_t begin = text.find(definition);
+    return begin == std::string::npos ? std::string() : text.substr(begin, text.find("\n}", begin) - begin);
+}
+
+TEST(LocksOfTheModule, LetADocumentsStoreLoseAKeyAmidItsReaders) {
+    const std::string body = bodyOf("bool XmlConfigStore::removeValue(",
+                                    "services/configservice/src/featuresets/adapters/config/stores/XmlConfigStore.cpp");
+    EXPECT_THAT(body, testing::HasSubstr("tessel::ScopedReadLock lock(lock_);"));
+    EXPECT_THAT(body, testing::Not(testing::HasSubstr("ScopedWriteLock")));
+}
+
 }  // namespace

@@ -30,17 +30,19 @@ ScriptedHttpTransport::Result ScriptedHttpTransport::send(const tessel::http::Re
                                                           tessel::http::Response& response) {
     Answer answer;
     int status = 0;
+    Result failure = ConnectionFailed;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         sentUrls_.push_back(request.getUrl());
         sentTimeouts_.push_back(request.getOptions()->requestTimeout);
         answer = answer_;
         status = status_;
+        failure = failure_;
     }
     response = tessel::http::Response();
     std::string body = answer ? answer(request.getUrl()) : std::string();
     if (body.empty()) {
-        return ConnectionFailed;
+        return failure;
     }
     response.setStatusCode(status);
     response.setBody(std::move(body));
@@ -50,6 +52,11 @@ ScriptedHttpTransport::Result ScriptedHttpTransport::send(const tessel::http::Re
 void ScriptedHttpTransport::setAnswer(Answer answer) {
     const std::lock_guard<std::mutex> lock(mutex_);
     answer_ = std::move(answer);
+}
+
+void ScriptedHttpTransport::failRequestsWith(Result result) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    failure_ = result;
 }
 
 void ScriptedHttpTransport::setStatus(int status) {
@@ -68,7 +75,8 @@ void ScriptedHttpTransport::refuseWork() {
 }
 
 ScriptedHttpTransport::Running ScriptedHttpTransport::described(const Entry& entry) {
-    return {entry.number, entry.transfer.downloader, entry.transfer.url, entry.transfer.timeoutSeconds,
+    const Transfer& transfer = entry.transfer;
+    return {entry.number,   transfer.downloader, transfer.url, transfer.timeoutSeconds, !transfer.progress.empty(),
             entry.cancelled};
 }
 

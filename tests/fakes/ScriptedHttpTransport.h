@@ -29,6 +29,7 @@ public:
         std::uint64_t downloader;
         std::string url;
         long timeoutSeconds;
+        bool watched;  ///< somebody is told of its progress
         bool cancelled;
     };
 
@@ -38,6 +39,9 @@ public:
 
     /// Without one, every request fails.
     void setAnswer(Answer answer);
+
+    /// How every request that fails ends from here on; with ConnectionFailed at the start.
+    void failRequestsWith(Result result);
 
     /// The HTTP status of every answer from here on; 200 at the start.
     void setStatus(int status);
@@ -98,6 +102,7 @@ private:
     std::string bodyAfterCompletion_;
     Answer answer_;
     int status_ = 200;
+    Result failure_ = HttpDownloader::HttpDownloadResultEnum::ConnectionFailed;
     std::function<void()> beforeCompletions_;
     bool refuses_ = false;
     bool waitsEnded_ = false;

@@ -14,6 +14,18 @@ using testing::IsEmpty;
 
 namespace {
 
+/// A server with everything that it needs to answer.
+std::unique_ptr<Nginx> wholeServer(const CertificateAuthority& authority, const std::string& address) {
+    const callcontrol::Credentials credentials = authority.issue({.names = {address}});
+    auto server = std::make_unique<Nginx>(
+        address,
+        std::vector<NginxPort>{
+            {8443, "location = /hubm-uds/version { return 200 '<v><version>12.0</version></v>'; }", credentials},
+            {6972, "", credentials}});
+    server->serve("corvid-config.xml", document({{"origin", "server"}}));
+    return server;
+}
+
 class Versions : public testing::Test {
 protected:
     ClientOptions clientOf(const Server& server) const {
@@ -23,7 +35,7 @@ protected:
     const CertificateAuthority authority_;
 };
 
-/// A client whose only server does not answer, neither for its version nor for its file.
+/// A client whose only server, that of its device list too, does not answer, neither for its version nor for its file.
 class UnknownVersion : public testing::Test {
 protected:
     UnknownVersion() {
@@ -34,17 +46,7 @@ protected:
         });
     }
 
-    /// Everything that a server needs to answer.
-    std::unique_ptr<Nginx> startServer() const {
-        const callcontrol::Credentials credentials = authority_.issue({.names = {address_}});
-        auto server = std::make_unique<Nginx>(
-            address_,
-            std::vector<NginxPort>{
-                {8443, "location = /hubm-uds/version { return 200 '<v><version>12.0</version></v>'; }", credentials},
-                {6972, "", credentials}});
-        server->serve("corvid-config.xml", document({{"origin", "server"}}));
-        return server;
-    }
+    std::unique_ptr<Nginx> startServer() const { return wholeServer(authority_, address_); }
 
     const CertificateAuthority authority_;
     const std::string address_ = CallControlServer::freeLoopbackAddress();
@@ -155,6 +157,23 @@ TEST_F(Versions, AreAskedOfThreeServersAtMost) {
     EXPECT_EQ(cycle.end, CycleEnd::Stalled);
     EXPECT_EQ(cycle.versionQueries.size(), 3U);
     EXPECT_THAT(server.stopAndTell(), IsEmpty());
+}
+
+TEST_F(Versions, ThatAServerHasNotToldAreNotAskedOfItAgainUnlessItIsTheDeviceLists) {
+    const std::string address = CallControlServer::freeLoopbackAddress();
+    Client client({.servers = {address}, .trusted = authority_.certificate()});
+    client.start();
+    EXPECT_EQ(client.fetch().cycles.back().end, CycleEnd::Stalled);
+    const std::unique_ptr<Nginx> server = wholeServer(authority_, address);
+    client.store()->attemptDownloadFromCachedAddress();
+    const Cycle cycle = client.watch().waitUntilSettled().cycles.back();
+    EXPECT_TRUE(cycle.forced);
+    EXPECT_EQ(cycle.end, CycleEnd::Stalled);
+    EXPECT_THAT(cycle.versionQueries, IsEmpty());
+    EXPECT_EQ(client.store()->queryState(), TftpConfigStore::IN_PROGRESS);
+    client.host().featureSet()->stopTftpConfigSource();
+    client.fetch();
+    EXPECT_EQ(client.value(L"origin"), L"server");
 }
 
 TEST_F(Versions, ThatAreKnownAreNotAsked) {

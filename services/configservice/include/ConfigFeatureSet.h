@@ -47,6 +47,8 @@ public:
                            bool& usedOtherKeyName, bool skipLocal) = 0;
 
     /// Stores a user value in the first writable store of the chain; it is persisted later, on the host's task queue.
+    /// Under the old name "VVM_Mailstore_Server_0" the user's file takes it as "VoicemailPrimaryServer", and nobody is
+    /// told: lookups see it, live values keep what they had until "VoicemailPrimaryServer" is reported.
     /// @return true if a store took it. Whether the value wins is another question: ask getConfig().
     virtual bool setConfig(const std::wstring& key, const std::wstring& value) = 0;
 
@@ -78,8 +80,13 @@ public:
     /// What lies in the nature of this source:
     /// - An address is tried once. There is no retry: the next attempt comes with another start, with a change of one
     ///   of the four keys, or, in edge mode, when telephony connects.
-    /// - Without a version nothing is fetched, and a change of the addresses does not help: only a stop and a start do,
-    ///   or telephony's connection in edge mode.
+    /// - The download that telephony asks for runs beside one that is under way, and whichever ends last decides: when
+    ///   the earlier one then fails and no server is left, the values that have come are gone until the next download
+    ///   or start, while the copy on disk stays.
+    /// - Without a version nothing is fetched, and a change of the addresses does not help: a stop and a start do. In
+    ///   edge mode telephony's connection does too, but only if "HomeUdsVersion" is known by then, or if somebody is
+    ///   left to be asked: the server that "HubcipServer1" names, each time anew, or one that has not been asked while
+    ///   there have been fewer than three requests. A request that was interrupted counts like any other.
     /// - A change of the four keys while this call is under way may go unnoticed: set them before.
     /// - When every address has failed, the server's values are gone from the chain, and nobody is told: lookups see
     ///   it, live values keep what they had.

@@ -43,7 +43,10 @@ public:
 
     /// Stores a user value, which is written to the user's file later. The live object changes when the change comes
     /// back from the chain: before this returns. A value that does not win, or that no store takes, changes nothing in
-    /// it and is no error: the live object tells what holds.
+    /// it and is no error: the live object tells what holds. The one exception is the old name
+    /// "VVM_Mailstore_Server_0": the user's file takes it as "VoicemailPrimaryServer", which nobody is told of, so that
+    /// the live object has the value from the next report of that name on, after the next start or refresh at the
+    /// latest.
     virtual void setConfig(std::wstring key, std::wstring value) = 0;
 
     /// Stores a value in memory; it overrules nothing but the installation's defaults, and is gone after the next start

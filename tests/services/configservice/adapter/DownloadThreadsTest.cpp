@@ -55,6 +55,15 @@ TEST_F(SlowVersion, LeavesLookupsAndWritesAlone) {
     EXPECT_EQ(transport->running().size(), 1U);
 }
 
+TEST_F(SlowVersion, IsFollowedByTheFormerServerWhateverServerIsNamedMeanwhile) {
+    EXPECT_TRUE(adapter()->setConfig(L"TFTPPrimaryServer", L"two"));
+    EXPECT_EQ(pool->waiting(), 0U);
+    answerNow();
+    ASSERT_EQ(transport->running().size(), 1U);
+    EXPECT_THAT(transport->running().front().url, testing::StartsWith("https://one:6972/"));
+    EXPECT_EQ(pool->waiting(), 0U);
+}
+
 TEST_F(SlowVersion, KeepsALifecycleOperationOfTheDispatcherThreadWaitingAndNoLonger) {
     std::thread other([this] {
         // The answer comes while the dispatcher thread is on its way into the refresh, or waits there.

@@ -8,6 +8,10 @@ using testing::IsEmpty;
 
 namespace {
 
+const std::vector<std::wstring> SENSITIVE_FROM_THE_START = {L"Addtional_Info",        L"connectionpassword",
+                                                            L"connectionusername",    L"BDIConnectionPassword",
+                                                            L"BDIConnectionUsername", L"BDIConnectionUserDn"};
+
 class Forwarding : public AdapterFixture {
 protected:
     static void elsewhere(const std::function<void()>& work) { std::thread(work).join(); }
@@ -38,6 +42,19 @@ TEST_F(Forwarding, ReachesTheLiveValueAtOnceOnTheDispatcherThread) {
     EXPECT_EQ(live->getValueStoreName(), L"LocalFileConfigStore");
     EXPECT_EQ(live->getOriginalValueStoreName(), L"corvid-config-defaults.xml");
     EXPECT_THAT(dispatcher->allNames(), IsEmpty());
+}
+
+TEST_F(Forwarding, OfAWriteUnderTheOldVoicemailKeyComesWithTheNextReportOfTheCurrentOne) {
+    injectAndStart();
+    const auto live = service()->getConfig(L"VoicemailPrimaryServer");
+    service()->setConfig(L"VVM_Mailstore_Server_0", L"host");
+    EXPECT_EQ(get(L"VVM_Mailstore_Server_0"), L"host");
+    EXPECT_EQ(get(L"VoicemailPrimaryServer"), L"host");
+    EXPECT_EQ(live->getValue(), L"");
+    tasks->runAll();
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(live->getValue(), L"host");
+    EXPECT_EQ(service()->getConfig(L"VVM_Mailstore_Server_0"), live);
 }
 
 TEST_F(Forwarding, TakesReportsByValueToo) {
@@ -299,10 +316,19 @@ TEST_F(Forwarding, OffTheDispatcherThreadTheConstructorQueuesTheAliasesFirst) {
     expected.insert(expected.end(), 6, "ConfigServiceImpl::OnConfigChanged");
     EXPECT_EQ(dispatcher->waitingNames(), expected);
     dispatcher->setUpdateAccess(true);
-    dispatcher->runAll();
-    std::wstring current;
-    EXPECT_TRUE(std::dynamic_pointer_cast<ConfigServiceImpl>(service())->isKeyAlias(L"TftpServer1", current));
-    EXPECT_TRUE(service()->isKeySensitive(L"connectionpassword"));
+    const auto knowsTheAliases = [this] {
+        std::wstring current;
+        return std::dynamic_pointer_cast<ConfigServiceImpl>(service())->isKeyAlias(L"TftpServer1", current);
+    };
+    EXPECT_FALSE(knowsTheAliases());
+    ASSERT_TRUE(dispatcher->runOne());
+    EXPECT_TRUE(knowsTheAliases());
+    for (const std::wstring& key : SENSITIVE_FROM_THE_START) {
+        EXPECT_FALSE(service()->isKeySensitive(key)) << QuillCoreUtils::toString(key);
+        ASSERT_TRUE(dispatcher->runOne());
+        EXPECT_TRUE(service()->isKeySensitive(key)) << QuillCoreUtils::toString(key);
+    }
+    EXPECT_FALSE(dispatcher->runOne());
 }
 
 TEST_F(Forwarding, TellsTheServiceTheAliasesAtOnce) {

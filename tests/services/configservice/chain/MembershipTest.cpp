@@ -41,10 +41,14 @@ TEST_F(Membership, RemovalOfAnUnknownNameOrInAnEmptyChainSaysFalse) {
 TEST_F(Membership, RemovalOfACachedStoreTakesItsFileButNotItsCopyInTheChain) {
     writeCacheFile("cachedTFTPConfigStore.xml");
     const auto remote = makeReadOnly("TFTPConfigStore", 200);
-    remote->remote().cached();
+    remote->remote().cached().with(L"a", L"1");
     addQuietly({remote, makeReadOnly("cachedTFTPConfigStore.xml", 400)});
+    observer.onReport([&](const fakes::ManagerReport&) {
+        EXPECT_FALSE(cacheFileExists("cachedTFTPConfigStore.xml"));
+        EXPECT_FALSE(manager.containsStore("TFTPConfigStore"));
+    });
     EXPECT_TRUE(manager.removeStoreWithSameName("TFTPConfigStore"));
-    EXPECT_FALSE(cacheFileExists("cachedTFTPConfigStore.xml"));
+    EXPECT_THAT(observer.course(), ElementsAre("~a-", "a!"));
     EXPECT_THAT(chainNames(), ElementsAre("cachedTFTPConfigStore.xml"));
     EXPECT_TRUE(manager.removeStoreWithSameName("cachedTFTPConfigStore.xml"));
     EXPECT_THAT(chainNames(), IsEmpty());

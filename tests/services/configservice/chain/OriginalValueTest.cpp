@@ -151,6 +151,28 @@ TEST_F(OriginalValue, StopsAskingOnceBothKindsHaveAnswered) {
     EXPECT_THAT(defaults->lookups(), IsEmpty());
 }
 
+TEST_F(OriginalValue, IsNotOverriddenByAWritableStoreBehindOneThatLeavesATextOnAMiss) {
+    const auto late = makeStore("Late", 900);
+    user->leavingOnMiss(L"left");
+    server->with(L"domain", L"server");
+    late->with(L"domain", L"written");
+    addQuietly({user, server, late});
+    EXPECT_FALSE(exactly(L"domain"));
+    EXPECT_EQ(value, L"server");
+    EXPECT_THAT(late->lookups(), IsEmpty());
+}
+
+TEST_F(OriginalValue, IsTheTextThatAReadOnlyStoreLeavesOnAMissAndNotFound) {
+    server->leavingOnMiss(L"left");
+    defaults->with(L"domain", L"default");
+    addQuietly({user, server, defaults});
+    EXPECT_FALSE(exactly(L"domain"));
+    EXPECT_EQ(value, L"left");
+    EXPECT_FALSE(found);
+    EXPECT_EQ(storeName, L"no store");
+    EXPECT_THAT(defaults->lookups(), IsEmpty());
+}
+
 TEST_F(OriginalValue, IsNotForcedOffUnderFipsByTheChainItself) {
     server->with(L"Telephony_P2P_Enabled", L"true");
     addQuietly({server});

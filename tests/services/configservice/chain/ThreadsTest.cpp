@@ -5,6 +5,7 @@
 #include <future>
 #include <latch>
 #include <thread>
+#include <utility>
 
 #include "ChainFixture.h"
 #include "stores/InMemoryConfigStore.h"
@@ -28,6 +29,53 @@ protected:
         }
     }
 };
+
+/// A store that does something once, from inside the first call that tells its keys or changes it.
+class ActingStore final : public fakes::ScriptedStore {
+public:
+    using ScriptedStore::ScriptedStore;
+
+    void once(std::function<void()> action) { action_ = std::move(action); }
+
+    std::vector<std::wstring> getKeys() override {
+        act();
+        return ScriptedStore::getKeys();
+    }
+
+    bool storeValue(const std::wstring& key, const std::wstring& value) override {
+        act();
+        return ScriptedStore::storeValue(key, value);
+    }
+
+    bool removeValue(const std::wstring& key) override {
+        act();
+        return ScriptedStore::removeValue(key);
+    }
+
+private:
+    void act() {
+        if (const auto action = std::exchange(action_, {})) {
+            action();
+        }
+    }
+
+    std::function<void()> action_;
+};
+
+using Called = std::shared_ptr<ActingStore>;
+
+/// An operation of the manager, which calls a store and then reports keys.
+struct WholeRun {
+    const char* name;
+    const char* store;  ///< the name of the one that is called
+    bool isInTheChain;  ///< before the operation
+    std::function<void(ConfigStoreManager& manager, const Called& called)> operation;
+};
+
+void PrintTo(const WholeRun& run, std::ostream* stream) { *stream << run.name; }
+
+/// Operations that hold the chain from their first step to the last report.
+class WholeRuns : public Threads, public testing::WithParamInterface<WholeRun> {};
 
 constexpr int ROUNDS = 100;
 
@@ -219,6 +267,55 @@ TEST_F(Threads, KeysAreMarkedAndTheirNamesComparedWhileTheChainIsTaken) {
     reader.join();
     EXPECT_THAT(observer.course(), testing::ElementsAre("a?"));
 }
+
+TEST_P(WholeRuns, KeepTheChainTakenUntilTheirLastReport) {
+    std::vector<std::string> course;
+    const auto called = std::make_shared<ActingStore>(GetParam().store, 100);
+    called->with(L"a", L"1");
+    auto leaving = makeReadOnly("Leaving", 200);
+    // A store that has left goes as soon as its thread no longer has the chain.
+    leaving->onDestruction([&] { course.emplace_back("the chain is free"); });
+    manager.addStore(std::move(leaving));
+    if (GetParam().isInTheChain) {
+        manager.addStore(called);
+    }
+    observer.onReport([&](const fakes::ManagerReport&) { course.emplace_back("report"); });
+    called->once([&] { manager.removeStoreWithSameName("Leaving"); });
+    GetParam().operation(manager, called);
+    EXPECT_THAT(course, testing::Contains("report"));
+    EXPECT_THAT(course, testing::Contains("the chain is free").Times(1));
+    ASSERT_FALSE(course.empty());
+    EXPECT_EQ(course.back(), "the chain is free");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Operations, WholeRuns,
+    testing::Values(WholeRun{"storeValue", "User", true,
+                             [](ConfigStoreManager& chain, const Called&) { chain.storeValue(L"a", L"2"); }},
+                    WholeRun{"storeValues", "User", true,
+                             [](ConfigStoreManager& chain, const Called&) {
+                                 chain.storeValue({{L"a", L"2"}, {L"b", L"2"}});
+                             }},
+                    WholeRun{"storeInMemoryValue", "InMemoryConfigStore", true,
+                             [](ConfigStoreManager& chain, const Called&) { chain.storeInMemoryValue(L"a", L"2"); }},
+                    WholeRun{"eraseKey", "User", true,
+                             [](ConfigStoreManager& chain, const Called&) { chain.eraseKey(L"a"); }},
+                    WholeRun{"addStore", "User", false,
+                             [](ConfigStoreManager& chain, const Called& called) { chain.addStore(called); }},
+                    WholeRun{"removeStoreWithSameName", "User", true,
+                             [](ConfigStoreManager& chain, const Called&) { chain.removeStoreWithSameName("User"); }},
+                    WholeRun{"updateStoreValues", "User", true,
+                             [](ConfigStoreManager& chain, const Called&) {
+                                 const auto next = std::make_shared<fakes::ScriptedStore>("User", 100);
+                                 next->with(L"b", L"2");
+                                 chain.updateStoreValues(next);
+                             }},
+                    WholeRun{"updateStoreValuesOfOldKeys", "User", false,
+                             [](ConfigStoreManager& chain, const Called& called) {
+                                 chain.addStore(std::make_shared<fakes::ScriptedStore>("User", 100));
+                                 chain.updateStoreValues(called, {L"b"});
+                             }}),
+    [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Threads, NobodyReadsWhileAllStoresAreWaitedFor) {
     std::latch readerIsThere(1);

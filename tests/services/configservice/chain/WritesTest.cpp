@@ -50,6 +50,16 @@ TEST_F(Writes, QueueThePersistingOfTheStoreUnderItsName) {
     EXPECT_EQ(user->count("persist"), 1u);
 }
 
+TEST_F(Writes, QueueThePersistingBeforeTheObserversAreTold) {
+    addQuietly({user});
+    std::vector<std::size_t> waiting;
+    observer.onReport([&](const fakes::ManagerReport&) { waiting.push_back(tasks->waitingNames().size()); });
+    manager.storeValue(L"domain", L"text");
+    EXPECT_THAT(waiting, ElementsAre(1U));
+    manager.storeValue({{L"a", L"1"}, {L"b", L"2"}});
+    EXPECT_THAT(waiting, ElementsAre(1U, 2U, 2U));
+}
+
 TEST_F(Writes, OfABurstArePersistedByItsFirstTaskAndThoseBehindItByTheNext) {
     const fakes::TemporaryDirectory directory;
     manager.addStore(std::make_shared<LocalFileConfigStore>("LocalFileConfigStore", 20, directory.path(), "local.xml",
@@ -68,8 +78,10 @@ TEST_F(Writes, OfTheOldVoicemailKeyComeToTheUsersFileUnderItsCurrentName) {
     const auto file =
         std::make_shared<LocalFileConfigStore>("LocalFileConfigStore", 20, directory.path(), "local.xml", false, false);
     manager.addStore(file);
+    observer.clear();
     EXPECT_TRUE(manager.storeValue(L"vvm_Mailstore_Server_0", L"host"));
     EXPECT_THAT(file->getKeys(), ElementsAre(L"VoicemailPrimaryServer"));
+    EXPECT_THAT(observer.course(), IsEmpty());
     EXPECT_EQ(valueOf(L"VoicemailPrimaryServer"), L"host");
 }
 

@@ -43,6 +43,7 @@ TEST_F(DownloadEngine, AsksAServerBelowVersion11ByHttp) {
     ASSERT_THAT(transport->running(), SizeIs(1));
     EXPECT_EQ(transport->running().front().url, "http://one:6970/file.xml");
     EXPECT_EQ(transport->running().front().timeoutSeconds, 3);
+    EXPECT_FALSE(transport->running().front().watched);
     EXPECT_THAT(lines(4), ElementsAre("getTftpUrl: The Tftp version is less than 11.0 (10). Setting protocol to HTTP "
                                       "and request timeout to 3 seconds.",
                                       "attemptTftpFileDownload: *-----* Downloading file from: "
@@ -243,6 +244,19 @@ TEST_F(DownloadEngine, TakesBothFilesOfTwoTransfers) {
     transport->complete(1, serverFile({{"first", "1"}}), SUCCESS);
     EXPECT_THAT(store->getKeys(), ElementsAre(L"first"));
     EXPECT_THAT(observer.reports, ElementsAre(IsEmpty(), ElementsAre(L"second")));
+}
+
+TEST_F(DownloadEngine, LosesTheFileOfTheLaterTransferWhenTheEarlierOneFailsWithNoServerLeft) {
+    const auto store = makeDownloading({L"one", L"", L"", L"file.xml"});
+    store->attemptDownloadFromCachedAddress();
+    transport->complete(2, serverFile({{"key", "value"}}), SUCCESS);
+    EXPECT_THAT(store->getKeys(), ElementsAre(L"key"));
+    EXPECT_THAT(observer.reports, SizeIs(1));
+    transport->complete(1, "", TIMED_OUT);
+    EXPECT_THAT(store->getKeys(), IsEmpty());
+    EXPECT_EQ(store->queryState(), State::FINISHED);
+    EXPECT_THAT(observer.reports, SizeIs(1));
+    EXPECT_EQ(store->lastSuccessfulServer(), L"one");
 }
 
 TEST_F(DownloadEngine, SharesOneQueueBetweenTwoTransfers) {

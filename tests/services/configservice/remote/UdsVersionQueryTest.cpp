@@ -238,6 +238,17 @@ TEST_F(UdsVersion, CountsAServerThatAnsweredAsUsed) {
     EXPECT_EQ(query.getUdsVersion("one", "", ""), 0);
 }
 
+TEST_F(UdsVersion, CountsRequestsThatWereInterruptedToo) {
+    transport->failRequestsWith(WAS_CANCELLED);
+    EXPECT_EQ(query.getUdsVersion("one", "two", "three"), 0);
+    EXPECT_TRUE(query.isAddressBlacklisted("one"));
+    transport->setAnswer([](const std::string&) { return versionDocument("10"); });
+    EXPECT_EQ(query.getUdsVersion("one", "two", "four"), 0);
+    EXPECT_THAT(transport->sentUrls(), SizeIs(3));
+    holdServers(L"primary", L"", L"");
+    EXPECT_EQ(query.getUdsVersion("one", "two", "three"), 10);
+}
+
 TEST_F(UdsVersion, IsAskedAnewOnceTheStoredOneIsGone) {
     holdServers(L"primary", L"", L"");
     holdVersion(L"9");
