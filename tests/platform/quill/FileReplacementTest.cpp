@@ -414,6 +414,20 @@ TEST_F(FileReplacement, MovesAcrossFileSystems) {
     EXPECT_EQ(contentsOf(elsewhere.path("to")), "newer");
 }
 
+TEST_F(FileReplacement, MovesAcrossFileSystemsIntoThePlaceOfALink) {
+    const FolderElsewhere elsewhere;
+    if (!elsewhere.isElsewhereThan(directory_.path())) {
+        GTEST_SKIP() << "this machine has one file system only";
+    }
+    directory_.write("from", "new");
+    fs::create_symlink(elsewhere.path("target"), elsewhere.path("link"));
+    EXPECT_EQ(FileUtils::moveFile(path("from"), elsewhere.path("link"), true), EEXIST);
+    EXPECT_EQ(FileUtils::moveFile(path("from"), elsewhere.path("link"), false), 0);
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(elsewhere.path("link"))));
+    EXPECT_EQ(contentsOf(elsewhere.path("link")), "new");
+    EXPECT_FALSE(fs::exists(elsewhere.path("target")));
+}
+
 TEST_F(FileReplacement, PutsAFinishedSiblingWhereALinkLeadsAcrossFileSystems) {
     const FolderElsewhere elsewhere;
     if (!elsewhere.isElsewhereThan(directory_.path())) {
