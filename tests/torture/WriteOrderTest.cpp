@@ -446,5 +446,30 @@ TEST_F(WriteOrder, IsFoundWrongWhereItIs) {
     }
 }
 
+TEST_F(WriteOrder, OfAMoveToAnotherFolderSyncsBothFolders) {
+    const fakes::TemporaryDirectory directory;
+    const std::string from = directory.write("from/file", "text");
+    directory.write("to/other", "text");
+    const std::string to = directory.path("to/file");
+    const Traced traced = runTraced(directory.path(),
+                                    [&] {
+                                        markBegin();
+                                        const int error = FileUtils::moveFile(from, to, true);
+                                        markEnd();
+                                        return error;
+                                    },
+                                    {});
+    if (!traced.allowed) {
+        GTEST_SKIP() << tracingIsNotAllowed;
+    }
+    EXPECT_EQ(traced.status, 0);
+    const auto rename = std::find_if(traced.calls.begin(), traced.calls.end(),
+                                     [](const Call& call) { return call.name.starts_with("rename"); });
+    for (const char* const folder : {"from", "to"}) {
+        const auto isOfFolder = [&](const Call& call) { return isSync(call, directory.path(folder)); };
+        EXPECT_TRUE(std::any_of(rename, traced.calls.end(), isOfFolder)) << folder;
+    }
+}
+
 }  // namespace
 }  // namespace torture
