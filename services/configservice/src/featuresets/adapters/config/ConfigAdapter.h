@@ -226,6 +226,7 @@ private:
     void resetUserStores();
     void voidWhatIsUnderWay();
     void removeFiles();
+    void cacheIfStillThere(const std::shared_ptr<ConfigStore>& store);
     static void removeFilesFromDirectory(const std::string& directory);
     std::vector<std::shared_ptr<ConfigStore>> endDataReset();
 
@@ -269,11 +270,16 @@ private:
     bool isSensitiveUnderAnyName(const std::wstring& key);
 
     /// Makes a change by which a store joins the chain. @return see CachingGate::noteJoin().
-    unsigned join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change);
+    std::shared_ptr<const CachingPermit> join(const std::shared_ptr<ConfigStore>& store,
+                                              const std::function<void()>& change);
 
-    /// Nothing if a data reset stands against it. @param joined what join() has returned.
-    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned joined);
-    bool writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned joined);
+    /// Whether this very store is in the chain.
+    bool isInChain(const std::shared_ptr<ConfigStore>& store);
+
+    /// Writes nothing without the permit. Only a store that is still in the chain takes its cached copy's place there.
+    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, const CachingPermit& permit);
+    void writeCacheFile(ConfigStore& store, const ConfigMap& values, const CachingPermit& permit);
+    void waitForCacheFileThatIsBegun();
     void waitForChainedStoresReady(const std::string& storeName, const std::set<std::string>& dependencies);
     void updateExistingConfigStore(const std::shared_ptr<ConfigStore>& store, const std::vector<std::wstring>& keys);
 
