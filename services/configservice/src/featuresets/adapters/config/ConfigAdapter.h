@@ -51,11 +51,11 @@ class XmlConfigStore;
 class ConfigAdapter : public FeatureSetAdapter,
                       public ConfigFeatureSet,
                       public ConfigStoreManager_Observer,
-                      public KeyReportReceiver,
                       public TftpConfigStoreObserver,
                       public TesselSystemMonitor::PowerEventObserver,
                       public std::enable_shared_from_this<ConfigAdapter>,
-                      public ProviderResetDataCallback {
+                      public ProviderResetDataCallback,
+                      public KeyReportReceiver {
 public:
     /// Builds the chain from the files of the host's directories; reads work when this returns.
     /// Dispatcher thread, after the ConfigService has been given to the factory.
