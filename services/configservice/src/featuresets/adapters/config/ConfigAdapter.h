@@ -217,6 +217,8 @@ private:
     void registerResetDataCallbackOnce();
     void connectUserProfile();
     bool noteUserProfile();
+    /// stopTftpConfigSource() as a step of another operation.
+    void stopTftpConfigSourceInOperation();
     void resetChainOnDispatcherThread();
 
     // Data reset. featureSetMutex_ is held.
