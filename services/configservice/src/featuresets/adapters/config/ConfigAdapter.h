@@ -250,9 +250,12 @@ private:
     // Edge mode. Those that return a bool tell whether an entry is connected.
 
     void watchEdge(SystemService& service);
-    bool noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait);
+    /// @param listed receives those that the list has; the watch may have others from an earlier check.
+    bool noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait, EdgeWatch::Entries& listed);
     void watchServerHealthList(SystemService& service, EdgeWatch::Wait wait);
     void watchTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Telephony which, EdgeWatch::Wait wait);
+    /// An entry of the list may have connected before the notifier was there to tell it.
+    void lookAgainAt(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
     boost::function<void()> statusChangeOf(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
     void takeTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
     bool takeInNewEntries(const SystemService& service, EdgeWatch::Wait wait);
