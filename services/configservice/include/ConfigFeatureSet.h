@@ -26,7 +26,8 @@ public:
     /// other reader, all that time, nor on the dispatcher thread, for which the end of a host and a power down wait.
     virtual void addConfigStore(std::shared_ptr<ConfigStore> store) = 0;
 
-    /// Takes a store and the cached copy of it out of the chain, its cache file included.
+    /// Takes a store and the cached copy of it out of the chain, its cache file included. An addition of it, or a
+    /// download, that is under way writes no copy any more.
     /// @return true if either was there. Refused, with a level 2 line, while the feature set is not started.
     virtual bool removeConfigStore(const std::string& name) = 0;
 

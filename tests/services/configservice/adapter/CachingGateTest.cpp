@@ -7,25 +7,27 @@ using testing::IsEmpty;
 
 namespace {
 
-std::shared_ptr<ConfigStore> store() { return std::make_shared<fakes::ScriptedStore>("Outside", 45); }
+std::shared_ptr<ConfigStore> store(const std::string& name = "Outside") {
+    return std::make_shared<fakes::ScriptedStore>(name, 45);
+}
 
 }  // namespace
 
 TEST(CachingGate, LetsAStoreBeCachedThatJoinsWhileNoResetIsUnderWay) {
     CachingGate gate;
-    EXPECT_TRUE(gate.mayBeCached(gate.noteJoin(store())));
+    EXPECT_TRUE(gate.noteJoin(store())->isGiven());
     gate.beginReset();
     EXPECT_THAT(gate.endReset(), IsEmpty());
-    EXPECT_TRUE(gate.mayBeCached(gate.noteJoin(store())));
+    EXPECT_TRUE(gate.noteJoin(store())->isGiven());
 }
 
 TEST(CachingGate, StandsAgainstAStoreThatHasJoinedBeforeAReset) {
     CachingGate gate;
-    const unsigned joined = gate.noteJoin(store());
+    const auto joined = gate.noteJoin(store());
     gate.beginReset();
-    EXPECT_FALSE(gate.mayBeCached(joined));
+    EXPECT_FALSE(joined->isGiven());
     gate.endReset();
-    EXPECT_FALSE(gate.mayBeCached(joined));
+    EXPECT_FALSE(joined->isGiven());
 }
 
 TEST(CachingGate, KeepsAStoreThatJoinsDuringAResetForItsEnd) {
@@ -33,12 +35,12 @@ TEST(CachingGate, KeepsAStoreThatJoinsDuringAResetForItsEnd) {
     const auto first = store();
     const auto second = store();
     gate.beginReset();
-    const unsigned joined = gate.noteJoin(first);
+    const auto joined = gate.noteJoin(first);
     gate.noteJoin(second);
-    EXPECT_FALSE(gate.mayBeCached(joined));
+    EXPECT_FALSE(joined->isGiven());
     EXPECT_THAT(gate.endReset(), ElementsAre(first, second));
-    EXPECT_FALSE(gate.mayBeCached(joined));
-    EXPECT_TRUE(gate.mayBeCached(gate.now()));
+    EXPECT_FALSE(joined->isGiven());
+    EXPECT_TRUE(gate.noteJoin(first)->isGiven());
     gate.beginReset();
     EXPECT_THAT(gate.endReset(), IsEmpty());
 }
@@ -46,10 +48,22 @@ TEST(CachingGate, KeepsAStoreThatJoinsDuringAResetForItsEnd) {
 TEST(CachingGate, CountsAResetThatWasLeftWithoutAnEndAsOver) {
     CachingGate gate;
     gate.beginReset();
-    const unsigned joined = gate.noteJoin(store());
+    const auto joined = gate.noteJoin(store());
     gate.beginReset();
-    EXPECT_FALSE(gate.mayBeCached(joined));
-    EXPECT_FALSE(gate.mayBeCached(gate.now()));
+    EXPECT_FALSE(joined->isGiven());
+    EXPECT_FALSE(gate.noteJoin(store())->isGiven());
     gate.endReset();
-    EXPECT_TRUE(gate.mayBeCached(gate.now()));
+    EXPECT_TRUE(gate.noteJoin(store())->isGiven());
+}
+
+TEST(CachingGate, StandsAgainstTheStoreThatIsRemovedAlone) {
+    CachingGate gate;
+    const auto other = gate.noteJoin(store("Other"));
+    const auto removed = gate.noteJoin(store());
+    const auto again = gate.noteJoin(store());
+    gate.noteRemoval("outSIDE");
+    EXPECT_FALSE(removed->isGiven());
+    EXPECT_FALSE(again->isGiven());
+    EXPECT_TRUE(other->isGiven());
+    EXPECT_TRUE(gate.noteJoin(store())->isGiven());
 }

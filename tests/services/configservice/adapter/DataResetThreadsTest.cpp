@@ -4,6 +4,7 @@
 
 #include "DataResetFixture.h"
 #include "RealThreadsFixture.h"
+#include "SlowlyCachedStore.h"
 #include "support/OtherThread.h"
 
 using testing::Contains;
@@ -20,25 +21,6 @@ protected:
     std::thread resetElsewhere() {
         return std::thread([held = adapter()] { held->InvokeResetData(); });
     }
-};
-
-/// Is asked for its priority a second time when its cached copy is about to be written.
-class SlowlyCachedStore : public fakes::ScriptedStore {
-public:
-    explicit SlowlyCachedStore(std::function<void()> beforeWriting)
-        : ScriptedStore("Outside", 45), beforeWriting_(std::move(beforeWriting)) {
-        cached().with(L"outside", L"value");
-    }
-    std::int32_t getCachedPriority() override {
-        if (++asked_ == 2) {
-            beforeWriting_();
-        }
-        return ScriptedStore::getCachedPriority();
-    }
-
-private:
-    const std::function<void()> beforeWriting_;
-    int asked_ = 0;
 };
 
 /// The same with the dispatcher and the task queue that hosts have.

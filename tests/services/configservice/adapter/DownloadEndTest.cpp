@@ -152,6 +152,23 @@ namespace {
 /// A client that acts from inside the report of a download.
 class InsideAReport : public DownloadEnd {
 protected:
+    /// What the run before has left: a copy on the disk, and its place in the list.
+    void switchOnWithACopy() {
+        Values local = oneServer();
+        local["PrimaryConfigStores"] = "TFTPConfigStore:240;";
+        writeCache("cachedTFTPConfigStore.xml", {{"key", "copy's"}});
+        switchOn(local);
+        ASSERT_EQ(storeOf(L"key"), L"cachedTFTPConfigStore.xml");
+    }
+
+    /// The copy answers, and the disk has what the server has sent.
+    void expectTheCopyServes() {
+        EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
+        EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+        EXPECT_EQ(storeOf(L"key"), L"cachedTFTPConfigStore.xml");
+        EXPECT_THAT(cached(), HasSubstr("server's"));
+    }
+
     void onFirstValue(const std::function<void()>& action) {
         live_ = service()->getConfig(L"key");
         client_ = std::make_shared<OnceClient>(action);
@@ -196,6 +213,53 @@ TEST_F(InsideAReport, RefreshingWorks) {
     ASSERT_TRUE(deliver({{"key", "value"}}));
     EXPECT_EQ(adapter()->getTftpConfigStore(), nullptr);
     EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+}
+
+TEST_F(InsideAReport, RefreshingLeavesTheServersCopyInThePlaceOfTheStoreThatItTakesOut) {
+    switchOnWithACopy();
+    onFirstValue([this] { adapter()->refreshConfigFeatureSet(); });
+    ASSERT_TRUE(deliver({{"key", "server's"}}));
+    expectTheCopyServes();
+    EXPECT_EQ(get(L"key"), L"copy's");
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
+}
+
+TEST_F(InsideAReport, OfNewContentRefreshingLeavesTheServersCopyToo) {
+    switchOnWithACopy();
+    ASSERT_TRUE(deliver({{"key", "first"}}));
+    onFirstValue([this] { adapter()->refreshConfigFeatureSet(); });
+    download({{"key", "server's"}});
+    expectTheCopyServes();
+    EXPECT_EQ(get(L"key"), L"first");
+}
+
+TEST_F(InsideAReport, StoppingTheFeatureSetLeavesTheServersCopy) {
+    switchOnWithACopy();
+    onFirstValue([this] { stop(); });
+    ASSERT_TRUE(deliver({{"key", "server's"}}));
+    expectTheCopyServes();
+}
+
+TEST_F(InsideAReport, WhatIsRemovedDoesNotComeBack) {
+    switchOn();
+    bool removed = false;
+    onFirstValue([&] { removed = service()->removeConfigStoreAndCache(L"tftpconfigstore"); });
+    ASSERT_TRUE(deliver({{"key", "value"}}));
+    EXPECT_TRUE(removed);
+    expectNothingTaken();
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(InsideAReport, AStoreThatIsRemovedAndAddedAgainIsCached) {
+    switchOn();
+    onFirstValue([this] {
+        adapter()->removeConfigStore("TFTPConfigStore");
+        adapter()->addConfigStore(adapter()->getTftpConfigStore());
+    });
+    ASSERT_TRUE(deliver({{"key", "value"}}));
+    EXPECT_EQ(storeOf(L"key"), L"TFTPConfigStore");
+    EXPECT_THAT(cached(), HasSubstr("value"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
 }
 
 TEST_F(InsideAReport, TurningTheSourceOffAndOnWorks) {

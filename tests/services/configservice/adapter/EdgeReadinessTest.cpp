@@ -197,6 +197,30 @@ TEST_F(EdgeReadiness, ANewStartOfTheSourceWatchesAnew) {
     EXPECT_EQ(downloadLines(), 2U);
 }
 
+TEST_F(EdgeReadiness, AnEntryOfAnEarlierCheckThatIsListedNoMoreIsWatchedAndNotLookedAt) {
+    for (const int type : {SOFTPHONE, SECOND_TELEPHONY}) {
+        const auto kept = health(type, CONNECTED);
+        setList({kept});
+        if (adapter() == nullptr) {
+            injectAndStart();
+        }
+        // The check finds telephony connected: it keeps the entry, and watches nothing.
+        adapter()->startTftpConfigSource();
+        adapter()->stopTftpConfigSource();
+        setList({});
+        log->clear();
+        adapter()->startTftpConfigSource();
+        EXPECT_EQ(downloadLines(), 0U);
+        EXPECT_EQ(kept->connections(), 1U);
+        EXPECT_EQ(listNotifier->callbacks.connections(), 1U);
+        kept->change(0);
+        kept->change(CONNECTED);
+        EXPECT_EQ(downloadLines(), 1U);
+        EXPECT_TRUE(everythingIsDisconnected());
+        adapter()->stopTftpConfigSource();
+    }
+}
+
 TEST_F(EdgeReadiness, ANewStartOfTheSourceDuringAWatchDoesNotWatchTwice) {
     const auto softphone = health(SOFTPHONE);
     watch({softphone});

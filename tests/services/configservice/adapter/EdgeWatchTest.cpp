@@ -54,6 +54,15 @@ TEST_F(EdgeWatchState, EndsItsConnectionsInOrderAndOnce) {
     EXPECT_THAT(*course, ElementsAre("disconnect list", "disconnect softphone", "disconnect second"));
 }
 
+TEST_F(EdgeWatchState, LeavesAConnectionAloneThatHasEnded) {
+    const auto ended = connection("ended");
+    watch.keepStatusConnection(watch.begin(), EdgeWatch::SOFTPHONE, ended);
+    ended.lock()->disconnect();
+    course->clear();
+    watch.end();
+    EXPECT_THAT(*course, IsEmpty());
+}
+
 TEST_F(EdgeWatchState, EndsTheFormerConnectionsWhenANewWaitBegins) {
     keepAll(watch.begin());
     watch.begin();

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <functional>
+
 #include "AdapterFixture.h"
 
 namespace {
@@ -22,6 +25,25 @@ TEST_F(InjectedModule, MakesTheServiceBeforeTheAdapterThatPushesIntoIt) {
     EXPECT_EQ(service()->getConfig(L"key")->getValue(), L"value");
     EXPECT_TRUE(service()->isKeySensitive(L"connectionpassword"));
     EXPECT_TRUE(service()->getConfigReady());
+}
+
+TEST_F(InjectedModule, MakesAnAdapterWhoseInterfacesLieInTheirOrder) {
+    inject();
+    const std::shared_ptr<ConfigAdapter> made = adapter();
+    const std::vector<const void*> places = {
+        made.get(),
+        static_cast<FeatureSetAdapter*>(made.get()),
+        static_cast<ConfigFeatureSet*>(made.get()),
+        static_cast<ConfigStoreManager_Observer*>(made.get()),
+        static_cast<TftpConfigStoreObserver*>(made.get()),
+        static_cast<TesselSystemMonitor::PowerEventObserver*>(made.get()),
+        static_cast<std::enable_shared_from_this<ConfigAdapter>*>(made.get()),
+        static_cast<ProviderResetDataCallback*>(made.get()),
+        // The module's own way of taking reports, behind those that others know of.
+        static_cast<KeyReportReceiver*>(made.get()),
+    };
+    EXPECT_EQ(places[0], places[1]);
+    EXPECT_TRUE(std::is_sorted(places.begin(), places.end(), std::less<>()));
 }
 
 TEST_F(InjectedModule, ASecondTimeMakesASecondServiceAndKeepsTheAdapter) {

@@ -1,7 +1,10 @@
 #include <filesystem>
+#include <functional>
 #include <thread>
+#include <utility>
 
 #include "AdapterFixture.h"
+#include "OnceClient.h"
 
 using testing::Contains;
 using testing::ElementsAre;
@@ -16,6 +19,50 @@ protected:
         const auto names = dispatcher->allNames();
         return static_cast<std::size_t>(std::count(names.begin(), names.end(), "ConfigStoreManager::reset (block)"));
     }
+};
+
+/// Asks a question whenever somebody comes or goes.
+class AskingSystemMonitor : public CountingSystemMonitor {
+public:
+    explicit AskingSystemMonitor(std::function<void()> ask) : ask_(std::move(ask)) {}
+    void addPowerEventObserver(std::weak_ptr<TesselSystemMonitor::PowerEventObserver> observer) override {
+        ask_();
+        CountingSystemMonitor::addPowerEventObserver(observer);
+    }
+    void removePowerEventObserver(std::weak_ptr<TesselSystemMonitor::PowerEventObserver> observer) override {
+        ask_();
+        CountingSystemMonitor::removePowerEventObserver(observer);
+    }
+
+private:
+    const std::function<void()> ask_;
+};
+
+/// What those hear who ask from the midst of a start, a stop or an end whether the feature set is started.
+class StartedInTheMidst : public Lifecycle {
+protected:
+    StartedInTheMidst() {
+        world.change([this](platform::World& changed) {
+            changed.systemMonitor = std::make_shared<AskingSystemMonitor>([this] { ask("monitor"); });
+        });
+    }
+
+    void ask(const std::string& who) {
+        answers.push_back(who + (adapter()->IsFeatureSetStarted(1300) ? " started" : " not started"));
+    }
+
+    /// The client asks at the next change of the key.
+    void askAtNextChange(const std::wstring& key) {
+        live_ = service()->getConfig(key);
+        client_ = std::make_shared<OnceClient>([this] { ask("client"); });
+        live_->addObserver(std::weak_ptr<ConfigValueObserver>(client_));
+    }
+
+    std::vector<std::string> answers;
+
+private:
+    std::shared_ptr<ConfigValue> live_;
+    std::shared_ptr<OnceClient> client_;
 };
 
 const auto DOWN = TesselSystemMonitor::PowerEventTypeEnum::PowerDown;
@@ -52,6 +99,46 @@ TEST_F(Lifecycle, IsStartedBetweenStartAndStop) {
     EXPECT_TRUE(adapter()->IsFeatureSetStarted(1300));
     stop();
     EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
+}
+
+TEST_F(StartedInTheMidst, OfAStartItIsOnceTheStoresAreThere) {
+    inject();
+    askAtNextChange(L"key");
+    writeLocal({{"key", "value"}});
+    start();
+    EXPECT_THAT(answers, ElementsAre("client not started", "monitor started"));
+}
+
+TEST_F(StartedInTheMidst, OfAStopItIsUntilTheEnd) {
+    writeLocal({{"key", "value"}});
+    injectAndStart();
+    answers.clear();
+    askAtNextChange(L"key");
+    stop();
+    EXPECT_THAT(answers, ElementsAre("monitor started", "client started"));
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
+}
+
+TEST_F(StartedInTheMidst, OfADestroyItIsUntilTheStoresHaveEnded) {
+    injectAndStart();
+    answers.clear();
+    const auto store = std::make_shared<fakes::ScriptedStore>("Outside", 45);
+    store->onDestroy([this] { ask("store"); });
+    adapter()->addConfigStore(store);
+    adapter()->Destroy();
+    EXPECT_THAT(answers, ElementsAre("store started"));
+    EXPECT_FALSE(adapter()->IsFeatureSetStarted(1300));
+}
+
+TEST_F(Lifecycle, TheEventsOfAStartAndAStopAreNeitherReadNorKept) {
+    inject();
+    auto events = std::make_shared<FeatureSetAdapter::ServiceEvents::element_type>(1);
+    const std::weak_ptr<void> kept = events;
+    adapter()->StartFeatureSet(1300, events);
+    adapter()->StopFeatureSet(1300, events);
+    EXPECT_THAT(*events, ElementsAre(nullptr));
+    events = nullptr;
+    EXPECT_TRUE(kept.expired());
 }
 
 TEST_F(Lifecycle, IsNeverStartedUnderAnotherIdentifier) {
@@ -162,6 +249,16 @@ TEST_F(Lifecycle, AFlagThatTheConstructorWorkedOutIsGoneAfterTheStart) {
     EXPECT_EQ(get(L"Telephony_Enabled"), L"true");
     start();
     EXPECT_EQ(get(L"Telephony_Enabled"), L"default");
+}
+
+TEST_F(Lifecycle, TheConstructorAppliesTheServerPolicyBeforeItWorksOutTheFlags) {
+    writeDefaults({{"Telephony_Enabled", "default"}});
+    writeLocal({{"CtiServer1", "user's"}});
+    writeOverride({{"customize_phone_server", "false"}});
+    writeCache("cachedAny.xml", {});
+    inject();
+    EXPECT_EQ(get(L"CtiServer1"), L"<none>");
+    EXPECT_EQ(get(L"Telephony_Enabled"), L"false");
 }
 
 TEST_F(Lifecycle, WithoutCacheFilesTheConstructorWorksOutNoFlags) {

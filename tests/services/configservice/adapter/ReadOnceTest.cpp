@@ -7,7 +7,10 @@
 // The start makes the stores of the user's file and of the override file anew; it need not read again what the
 // constructor has just read.
 
+using testing::Contains;
 using testing::ElementsAre;
+using testing::Key;
+using testing::Not;
 using testing::Pair;
 
 namespace {
@@ -53,6 +56,19 @@ TEST_F(ReadOnce, EachFileIsOpenedOnceByInjectionAndStart) {
     for (const auto& [key, value] : Values{{"loc", "1"}, {"ovr", "1"}, {"srv", "s"}, {"file", "f"}, {"link", "l"}}) {
         EXPECT_EQ(get(QuillCoreUtils::toWideString(key)), QuillCoreUtils::toWideString(value));
     }
+}
+
+TEST_F(ReadOnce, AChainFileIsNotOpenedAndMakesNoStoreWait) {
+    write("config/chainedConfigStores.xml",
+          "<ChainedConfigStores><ConfigStore name=\"Other\" chainedTo=\"TFTPConfigStore\"/></ChainedConfigStores>");
+    support::OpenedFiles configuration(world.directory().path("config"));
+    injectAndStart();
+    const auto server = std::make_shared<fakes::ScriptedStore>("TFTPConfigStore", 40);
+    adapter()->addConfigStore(server);
+    adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("Other", 41));
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(server->count("wait"), 0U);
+    EXPECT_THAT(configuration.take(), Not(Contains(Key("chainedConfigStores.xml"))));
 }
 
 TEST_F(ReadOnce, TheStartMakesItsStoresAnewAllTheSame) {

@@ -202,6 +202,18 @@ TEST_F(Refresh, AppliesTheServerPolicy) {
     EXPECT_EQ(get(L"CtiServer1"), L"<none>");
 }
 
+TEST_F(Refresh, WorksOutTheFlagsBeforeItAppliesTheServerPolicy) {
+    writeDefaults({{"Telephony_Enabled", "default"}});
+    writeLocal({{"CtiServer1", "user's"}});
+    writeCache("cachedAny.xml", {});
+    injectAndStart();
+    writeOverride({{"customize_phone_server", "false"}});
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"CtiServer1"), L"<none>");
+    // From the server that was there when the flag was worked out.
+    EXPECT_EQ(get(L"Telephony_Enabled"), L"true");
+}
+
 TEST_F(Refresh, ResetsOnTheCallersThread) {
     injectAndStart();
     adapter()->refreshConfigFeatureSet();

@@ -3,7 +3,9 @@
 
 #include "DownloadFixture.h"
 #include "OnceClient.h"
+#include "SlowlyCachedStore.h"
 #include "fakes/TftpConfigStoreTestAccess.h"
+#include "support/OtherThread.h"
 
 using testing::Contains;
 
@@ -145,6 +147,58 @@ TEST_F(StoreJoin, OfAPresenceStoreOnTheDispatcherThreadWaitsUntilATransferElsewh
     EXPECT_THAT(chain(), Contains("PresenceConfigStore"));
     EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
     EXPECT_THAT(dispatcher->waitingNames(), Not(Contains("TftpConfigStore::fireOnConfigDownloaded")));
+}
+
+TEST_F(StoreJoin, ThatIsUndoneWhileTheCopyIsBeingWrittenLeavesNoCopy) {
+    injectAndStart();
+    std::unique_ptr<support::OtherThread> remover;
+    const auto store = std::make_shared<SlowlyCachedStore>([&] {
+        remover = std::make_unique<support::OtherThread>([held = adapter()] { held->removeConfigStore("Outside"); });
+        remover->untilItWaitsOrEnds();
+    });
+    adapter()->addConfigStore(store);
+    ASSERT_NE(remover, nullptr);
+    remover->join();
+    EXPECT_THAT(chain(), Not(Contains("Outside")));
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedOutside.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(StoreJoin, ThatIsUndoneWhileTheStoreWaitsLeavesNothing) {
+    injectAndStart();
+    const auto awaited = server();
+    awaited->onWait([this] { adapter()->removeConfigStore("PresenceConfigStore"); });
+    adapter()->addConfigStore(awaited);
+    const auto waiting = presence();
+    waiting->cached();
+    adapter()->addConfigStore(waiting);
+    EXPECT_THAT(chain(), Not(Contains("PresenceConfigStore")));
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedPresenceConfigStore.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
+}
+
+TEST_F(StoreJoin, WaitsForTheRemoteStoreBeforeItCaches) {
+    injectAndStart();
+    const auto waiting = presence();
+    waiting->cached();
+    const auto awaited = server();
+    awaited->onWait([&] { waiting->storeValue(L"late", L"value"); });
+    adapter()->addConfigStore(awaited);
+    adapter()->addConfigStore(waiting);
+    EXPECT_EQ(awaited->count("wait"), 1U);
+    EXPECT_THAT(cacheFile("cachedPresenceConfigStore.xml"), HasSubstr("<late>value</late>"));
+}
+
+TEST_F(StoreJoin, HasTheFreshValuesOnTheDiskBeforeTheCopyLeavesTheChain) {
+    writeCache("cachedTFTPConfigStore.xml", {{"key", "old"}, {"gone", "old"}});
+    switchOn(serverWithCopy());
+    const auto live = service()->getConfig(L"gone");
+    std::string atItsEnd;
+    const auto client = std::make_shared<OnceClient>([&] { atItsEnd = cached(); });
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
+    ASSERT_TRUE(deliver({{"key", "new"}}));
+    EXPECT_THAT(atItsEnd, HasSubstr("new"));
+    EXPECT_THAT(atItsEnd, Not(HasSubstr("old")));
 }
 
 namespace {

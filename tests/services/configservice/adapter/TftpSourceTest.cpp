@@ -1,10 +1,22 @@
 #include "AdapterFixture.h"
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 namespace {
 
 class TftpSource : public AdapterFixture {};
+
+/// Notes when the remote source is stopped by way of the interface.
+class AdapterWithStops : public ConfigAdapter {
+public:
+    using ConfigAdapter::ConfigAdapter;
+    void stopTftpConfigSource() override {
+        stopsWhileStarted.push_back(IsFeatureSetStarted(CONFIG_SERVICE_ID));
+        ConfigAdapter::stopTftpConfigSource();
+    }
+    std::vector<bool> stopsWhileStarted;
+};
 
 }  // namespace
 
@@ -96,6 +108,24 @@ TEST_F(TftpSource, IsOffAfterARefreshAndCanBeTurnedOnAgain) {
     adapter()->startTftpConfigSource();
     EXPECT_NE(adapter()->getTftpConfigStore(), nullptr);
     EXPECT_NE(adapter()->getTftpConfigStore(), former);
+}
+
+TEST_F(TftpSource, IsStoppedByARefreshAndByAStopThroughTheInterface) {
+    factory->setService<ConfigService>(CONFIG_SERVICE_ID, std::make_shared<ConfigServiceImpl>(factory));
+    const auto made = std::make_shared<AdapterWithStops>(factory);
+    factory->setFeatureSetAdapter<ConfigFeatureSet>(CONFIG_SERVICE_ID, made);
+    made->startTftpConfigSource();
+    made->refreshConfigFeatureSet();
+    EXPECT_THAT(made->stopsWhileStarted, ElementsAre(false));
+    EXPECT_EQ(made->getTftpConfigStore(), nullptr);
+    start();
+    made->startTftpConfigSource();
+    stop();
+    EXPECT_THAT(made->stopsWhileStarted, ElementsAre(false, true));
+    EXPECT_EQ(made->getTftpConfigStore(), nullptr);
+    stop();
+    EXPECT_EQ(made->stopsWhileStarted.size(), 2U);
+    EXPECT_THAT(dispatcher->waitingNames(), IsEmpty());
 }
 
 TEST_F(TftpSource, IsLetGoByAnAdapterThatIsDestroyed) {

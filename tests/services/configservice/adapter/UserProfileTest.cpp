@@ -1,3 +1,7 @@
+#include <functional>
+#include <thread>
+#include <utility>
+
 #include "AdapterFixture.h"
 
 using testing::Contains;
@@ -29,6 +33,24 @@ protected:
     void addServerValues() {
         adapter()->addConfigStore(std::make_shared<fakes::ScriptedStore>("cachedTFTPConfigStore.xml", 240));
     }
+};
+
+/// A server's store at which something happens between its joining and its caching.
+class ServersStore : public fakes::ScriptedStore {
+public:
+    explicit ServersStore(std::function<void()> beforeCaching)
+        : ScriptedStore("TFTPConfigStore", 40), beforeCaching_(std::move(beforeCaching)) {
+        readOnly().remote().with(L"key", L"server's");
+    }
+    bool shouldCacheConfigStore() override {
+        if (const auto once = std::exchange(beforeCaching_, nullptr)) {
+            once();
+        }
+        return true;
+    }
+
+private:
+    std::function<void()> beforeCaching_;
 };
 
 }  // namespace
@@ -120,6 +142,19 @@ TEST_F(UserProfile, RemovesTheLiveStoreWithItsFileAndItsEntry) {
     EXPECT_FALSE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
     EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
     EXPECT_NE(adapter()->getTftpConfigStore(), nullptr);
+}
+
+TEST_F(UserProfile, ThatChangesElsewhereWhileTheServersStoreJoinsLeavesNothingOfThat) {
+    startWithProfile("a");
+    bool hadJoined = false;
+    adapter()->addConfigStore(std::make_shared<ServersStore>([&] {
+        hadJoined = storeOf(L"key") == L"TFTPConfigStore";
+        std::thread([this] { changeTo(L"b"); }).join();
+    }));
+    EXPECT_TRUE(hadJoined);
+    EXPECT_EQ(get(L"key"), L"<none>");
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
 }
 
 TEST_F(UserProfile, IsStillWatchedAfterDestroy) {

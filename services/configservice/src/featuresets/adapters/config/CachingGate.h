@@ -2,19 +2,39 @@
 
 #include <atomic>
 #include <memory>
+#include <string>
+#include <utility>
 #include <vector>
 
 class ConfigStore;
 
-/// Keeps what is written of a store on the disk apart from data resets: a store that joins the chain is cached by
-/// whoever brings it if no reset has come since, and one that joins in the midst of a reset by that reset, at its end,
-/// if it has not been thrown out on the way.
+/// Leave to write of a store that has joined the chain on the disk, until that is done. Any thread; the answer stands
+/// still while the lock of the chain is held.
+class CachingPermit {
+public:
+    CachingPermit(std::string storeName, bool isGiven) : storeName_(std::move(storeName)), isGiven_(isGiven) {}
+
+    const std::string& storeName() const { return storeName_; }
+    bool isGiven() const { return isGiven_.load(std::memory_order_relaxed); }
+    void withdraw() { isGiven_.store(false, std::memory_order_relaxed); }
+
+private:
+    const std::string storeName_;
+    std::atomic<bool> isGiven_;
+};
+
+/// Keeps what is written of a store on the disk apart from what forgets it: a store that joins the chain is cached by
+/// whoever brings it if neither a data reset nor a removal of it has come since, and one that joins in the midst of a
+/// reset by that reset, at its end, if it has not been thrown out on the way.
+///
+/// With the lock of the chain held.
 class CachingGate {
 public:
-    // With the lock of the chain held.
+    /// A store joins. @return the leave to write of it, which whoever brings it keeps until that is done.
+    std::shared_ptr<const CachingPermit> noteJoin(const std::shared_ptr<ConfigStore>& store);
 
-    /// A store joins. @return what mayBeCached() wants to know.
-    unsigned noteJoin(const std::shared_ptr<ConfigStore>& store);
+    /// The store of that name, whose case does not count, is removed.
+    void noteRemoval(const std::string& storeName);
 
     /// A reset begins. One that was left without an end counts as over.
     void beginReset();
@@ -22,15 +42,8 @@ public:
     /// The reset ends. @return the stores that have joined since it began, whether they are still there or not.
     std::vector<std::shared_ptr<ConfigStore>> endReset();
 
-    // Any thread. The answers stand still while the lock of the chain is held.
-
-    /// True if no reset was under way when the store joined, and none has begun since.
-    bool mayBeCached(unsigned joined) const { return joined % 2 == 0 && joined == now(); }
-
-    /// What noteJoin() would return.
-    unsigned now() const { return changes_.load(std::memory_order_relaxed); }
-
 private:
-    std::atomic<unsigned> changes_ = 0;  ///< beginnings and ends; odd while a reset is under way
+    bool isResetting_ = false;
     std::vector<std::shared_ptr<ConfigStore>> joinedMeanwhile_;
+    std::vector<std::weak_ptr<CachingPermit>> permits_;  ///< those that are in use, and some that were
 };

@@ -16,10 +16,10 @@ namespace {
 
 const wchar_t* const LAST_LOADED_USER_PROFILE = L"LastLoadedUserProfile";
 
-/// Raises a flag for the length of a scope, and puts back what it was.
+/// Sets a flag for the length of a scope, and puts back what it was.
 class Turn {
 public:
-    explicit Turn(bool& flag) : flag_(flag), former_(std::exchange(flag, true)) {}
+    Turn(bool& flag, bool value) : flag_(flag), former_(std::exchange(flag, value)) {}
     ~Turn() { flag_ = former_; }
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
@@ -106,7 +106,7 @@ void ConfigAdapter::runExclusively(const std::string& name, Operation operation)
     const std::shared_ptr<ConfigAdapter> self = weak_from_this().lock();
     const FeatureSetLock lock = lockFeatureSet();
     if (isMyTurn(lock)) {
-        const Turn turn(isOperating_);
+        const Turn turn(isOperating_, true);
         (this->*operation)();
         return;
     }
@@ -214,7 +214,7 @@ void ConfigAdapter::stopConfigFeatureSet() {
     if (!isStarted()) {
         return;
     }
-    switchTftpSourceOff();
+    stopTftpConfigSourceInOperation();
     TesselSystemMonitor::SystemMonitorFactory::getInstance()->removePowerEventObserver(shared_from_this());
     disconnectProperty(userProfileConnection_.get());
     persistAgain();
@@ -222,6 +222,12 @@ void ConfigAdapter::stopConfigFeatureSet() {
     edgeWatch_.end();
     edgeWatch_.clearEntries();
     started_.store(false, std::memory_order_relaxed);
+}
+
+void ConfigAdapter::stopTftpConfigSourceInOperation() {
+    // A part of the operation that is under way, and not one that has to wait for its end.
+    const Turn part(isOperating_, false);
+    stopTftpConfigSource();
 }
 
 void ConfigAdapter::resetChainOnDispatcherThread() {
@@ -254,7 +260,7 @@ void ConfigAdapter::refresh() {
     if (configStoreManager_ == nullptr) {
         return;
     }
-    switchTftpSourceOff();
+    stopTftpConfigSourceInOperation();
     configStoreManager_->reset();
     edgeWatch_.end();
     edgeWatch_.clearEntries();

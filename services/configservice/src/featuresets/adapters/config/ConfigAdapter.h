@@ -51,11 +51,11 @@ class XmlConfigStore;
 class ConfigAdapter : public FeatureSetAdapter,
                       public ConfigFeatureSet,
                       public ConfigStoreManager_Observer,
-                      public KeyReportReceiver,
                       public TftpConfigStoreObserver,
                       public TesselSystemMonitor::PowerEventObserver,
                       public std::enable_shared_from_this<ConfigAdapter>,
-                      public ProviderResetDataCallback {
+                      public ProviderResetDataCallback,
+                      public KeyReportReceiver {
 public:
     /// Builds the chain from the files of the host's directories; reads work when this returns.
     /// Dispatcher thread, after the ConfigService has been given to the factory.
@@ -217,6 +217,8 @@ private:
     void registerResetDataCallbackOnce();
     void connectUserProfile();
     bool noteUserProfile();
+    /// stopTftpConfigSource() as a step of another operation.
+    void stopTftpConfigSourceInOperation();
     void resetChainOnDispatcherThread();
 
     // Data reset. featureSetMutex_ is held.
@@ -226,6 +228,7 @@ private:
     void resetUserStores();
     void voidWhatIsUnderWay();
     void removeFiles();
+    void cacheIfStillThere(const std::shared_ptr<ConfigStore>& store);
     static void removeFilesFromDirectory(const std::string& directory);
     std::vector<std::shared_ptr<ConfigStore>> endDataReset();
 
@@ -247,9 +250,12 @@ private:
     // Edge mode. Those that return a bool tell whether an entry is connected.
 
     void watchEdge(SystemService& service);
-    bool noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait);
+    /// @param listed receives those that the list has; the watch may have others from an earlier check.
+    bool noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait, EdgeWatch::Entries& listed);
     void watchServerHealthList(SystemService& service, EdgeWatch::Wait wait);
     void watchTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Telephony which, EdgeWatch::Wait wait);
+    /// An entry of the list may have connected before the notifier was there to tell it.
+    void lookAgainAt(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
     boost::function<void()> statusChangeOf(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
     void takeTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait);
     bool takeInNewEntries(const SystemService& service, EdgeWatch::Wait wait);
@@ -269,11 +275,16 @@ private:
     bool isSensitiveUnderAnyName(const std::wstring& key);
 
     /// Makes a change by which a store joins the chain. @return see CachingGate::noteJoin().
-    unsigned join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change);
+    std::shared_ptr<const CachingPermit> join(const std::shared_ptr<ConfigStore>& store,
+                                              const std::function<void()>& change);
 
-    /// Nothing if a data reset stands against it. @param joined what join() has returned.
-    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned joined);
-    bool writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned joined);
+    /// Whether this very store is in the chain.
+    bool isInChain(const std::shared_ptr<ConfigStore>& store);
+
+    /// Writes nothing without the permit. Only a store that is still in the chain takes its cached copy's place there.
+    void cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, const CachingPermit& permit);
+    void writeCacheFile(ConfigStore& store, const ConfigMap& values, const CachingPermit& permit);
+    void waitForCacheFileThatIsBegun();
     void waitForChainedStoresReady(const std::string& storeName, const std::set<std::string>& dependencies);
     void updateExistingConfigStore(const std::shared_ptr<ConfigStore>& store, const std::vector<std::wstring>& keys);
 

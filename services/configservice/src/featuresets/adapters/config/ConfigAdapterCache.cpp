@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "ConfigAdapter.h"
@@ -153,13 +154,13 @@ void ConfigAdapter::addConfigStore(std::shared_ptr<ConfigStore> store) {
     if (configStoreManager_ == nullptr) {
         return;
     }
-    const unsigned joined = join(store, [&] { configStoreManager_->addStore(store); });
+    const auto permit = join(store, [&] { configStoreManager_->addStore(store); });
     const auto chained = chainedStores_.find(name);
     if (chained != chainedStores_.end()) {
         waitForChainedStoresReady(name, chained->second);
     }
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store, joined);
+        cacheStoreOnConfigStoreAdded(store, *permit);
     }
     removeCustomServerValuesIfPolicySet();
     if (isHcmConfigStore(name) || isPresenceConfigStore(name) || isTftpConfigStore(name) ||
@@ -187,40 +188,51 @@ void ConfigAdapter::waitForChainedStoresReady(const std::string& /*storeName*/,
     }
 }
 
-unsigned ConfigAdapter::join(const std::shared_ptr<ConfigStore>& store, const std::function<void()>& change) {
-    unsigned joined = 0;
+std::shared_ptr<const CachingPermit> ConfigAdapter::join(const std::shared_ptr<ConfigStore>& store,
+                                                         const std::function<void()>& change) {
+    std::shared_ptr<const CachingPermit> permit;
     configStoreManager_->atomically([&] {
-        joined = cachingGate_.noteJoin(store);
+        permit = cachingGate_.noteJoin(store);
         change();
     });
-    return joined;
+    return permit;
 }
 
-void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store, unsigned joined) {
+bool ConfigAdapter::isInChain(const std::shared_ptr<ConfigStore>& store) {
+    const StoreList stores = configStoreManager_->getStores();
+    return std::find(stores.begin(), stores.end(), store) != stores.end();
+}
+
+void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigStore>& store,
+                                                 const CachingPermit& permit) {
     ConfigMap values;
     copyAllStoreValues(store, values);
     configStoreManager_->atomically([&] {
-        if (cachingGate_.mayBeCached(joined)) {
+        if (permit.isGiven()) {
             updateCacheStorePriority(store->getName(), store->getCachedPriority());
         }
     });
-    const std::string name = CacheFiles::nameFor(store->getName());
-    if (writeCacheFile(*store, values, joined) && configStoreManager_->containsStore(name)) {
-        configStoreManager_->removeStoreWithSameName(name);
-    }
+    writeCacheFile(*store, values, permit);
+    configStoreManager_->atomically([&] {
+        // A refresh or a stop may have taken the store out of the chain since it joined: the copy speaks for it then.
+        if (isInChain(store)) {
+            configStoreManager_->removeStoreWithSameName(CacheFiles::nameFor(store->getName()));
+        }
+    });
 }
 
-bool ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, unsigned joined) {
+void ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, const CachingPermit& permit) {
     const tessel::ScopedLock lock(cacheFileMutex_);
-    if (!cachingGate_.mayBeCached(joined)) {
-        return false;
+    if (!permit.isGiven()) {
+        return;
     }
     const std::string name = CacheFiles::nameFor(store.getName());
     // Made for the file that its constructor writes; it never joins the chain, so its priority has no effect.
     const CacheConfigStore writer(name, ConfigStore::twoHundredBehind(store.getCachedPriority()),
                                   CacheFiles::path(name), values);
-    return true;
 }
+
+void ConfigAdapter::waitForCacheFileThatIsBegun() { const tessel::ScopedLock untilItIsWritten(cacheFileMutex_); }
 
 void ConfigAdapter::copyAllStoreValues(const std::shared_ptr<ConfigStore>& store, ConfigMap& values) {
     for (const std::wstring& key : store->getKeys()) {
@@ -268,16 +280,22 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
         return false;
     }
     bool removed = false;
-    const std::shared_ptr<ConfigStore> copy = configStoreManager_->findStore(CacheFiles::nameFor(name));
-    if (copy != nullptr && configStoreManager_->removeStoreWithSameName(copy->getName())) {
-        removed = true;
-        // The store's own spelling, not the caller's: the file was written under that.
-        configStoreManager_->removeCacheFile(copy->getName());
-    }
-    if (configStoreManager_->containsStore(name) && configStoreManager_->removeStoreWithSameName(name)) {
-        removed = true;
-    }
-    removeFromCachedStorePriorityMap(QuillCoreUtils::toWideString(name));
+    // In one step: what is under way of a store that has joined before is not to write it back, and one that joins
+    // meanwhile comes before all this or after it.
+    configStoreManager_->atomically([&] {
+        cachingGate_.noteRemoval(name);
+        waitForCacheFileThatIsBegun();
+        const std::shared_ptr<ConfigStore> copy = configStoreManager_->findStore(CacheFiles::nameFor(name));
+        if (copy != nullptr && configStoreManager_->removeStoreWithSameName(copy->getName())) {
+            removed = true;
+            // The store's own spelling, not the caller's: the file was written under that.
+            configStoreManager_->removeCacheFile(copy->getName());
+        }
+        if (configStoreManager_->containsStore(name) && configStoreManager_->removeStoreWithSameName(name)) {
+            removed = true;
+        }
+        removeFromCachedStorePriorityMap(QuillCoreUtils::toWideString(name));
+    });
     return removed;
 }
 
@@ -304,8 +322,8 @@ void ConfigAdapter::updateExistingConfigStore(const std::shared_ptr<ConfigStore>
     if (!isStarted() || configStoreManager_ == nullptr) {
         return;
     }
-    const unsigned joined = join(store, [&] { configStoreManager_->updateStoreValues(store, keys); });
+    const auto permit = join(store, [&] { configStoreManager_->updateStoreValues(store, keys); });
     if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store, joined);
+        cacheStoreOnConfigStoreAdded(store, *permit);
     }
 }

@@ -39,7 +39,8 @@ void ConfigAdapter::checkEdgeReady() {
 
 void ConfigAdapter::watchEdge(SystemService& service) {
     const EdgeWatch::Wait wait = edgeWatch_.begin();
-    if (noteTelephonyEntries(service, wait)) {
+    EdgeWatch::Entries listed;
+    if (noteTelephonyEntries(service, wait, listed)) {
         // The download that the start of the source has just asked for does not come too early.
         edgeWatch_.end(wait);
         return;
@@ -50,6 +51,10 @@ void ConfigAdapter::watchEdge(SystemService& service) {
     for (const EdgeWatch::Telephony which : {EdgeWatch::SOFTPHONE, EdgeWatch::SECOND_TELEPHONY}) {
         if (const EdgeWatch::Entry entry = edgeWatch_.entry(which)) {
             watchTelephonyStatus(entry, which, wait);
+            // One of an earlier check that the list has no more counts only when it tells of a change.
+            if (entry == listed[which]) {
+                lookAgainAt(entry, wait);
+            }
         }
     }
     if (!edgeWatch_.hasBothEntries()) {
@@ -58,14 +63,17 @@ void ConfigAdapter::watchEdge(SystemService& service) {
     }
 }
 
-bool ConfigAdapter::noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait) {
+bool ConfigAdapter::noteTelephonyEntries(const SystemService& service, EdgeWatch::Wait wait,
+                                         EdgeWatch::Entries& listed) {
     bool connected = false;
     const std::shared_ptr<ServerHealthInformationList> list = service.getServerHealthInformationList();
     for (const EdgeWatch::Entry& entry : *list) {
         if (isOfType(entry, SOFTPHONE_TYPE)) {
+            listed[EdgeWatch::SOFTPHONE] = entry;
             edgeWatch_.putEntry(wait, EdgeWatch::SOFTPHONE, entry);
             connected = connected || isConnected(entry);
         } else if (isOfType(entry, SECOND_TELEPHONY_TYPE)) {
+            listed[EdgeWatch::SECOND_TELEPHONY] = entry;
             edgeWatch_.putEntry(wait, EdgeWatch::SECOND_TELEPHONY, entry);
             connected = connected || isConnected(entry);
         }
@@ -85,7 +93,9 @@ void ConfigAdapter::watchTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatc
                                          EdgeWatch::Wait wait) {
     const auto notifier = entry->getServerHealthInformationNotifiers()->getConnectionStatusNotifier();
     edgeWatch_.keepStatusConnection(wait, which, notifier->connect(statusChangeOf(entry, wait)));
-    // It may have connected before the notifier was there to tell it.
+}
+
+void ConfigAdapter::lookAgainAt(const EdgeWatch::Entry& entry, EdgeWatch::Wait wait) {
     if (isConnected(entry)) {
         takeTelephonyStatus(entry, wait);
     }
@@ -131,6 +141,7 @@ bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wa
             TesselLog(logger(), 4, __FILE__, __LINE__, "onServerHealthInformationListChanged",
                       std::string("Adding softphone connection status notifier"));
             watchTelephonyStatus(entry, EdgeWatch::SOFTPHONE, wait);
+            lookAgainAt(entry, wait);
         }
         if (isOfType(entry, SECOND_TELEPHONY_TYPE) &&
             edgeWatch_.putMissingEntry(wait, EdgeWatch::SECOND_TELEPHONY, entry)) {
@@ -139,6 +150,7 @@ bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wa
                 return true;
             }
             watchTelephonyStatus(entry, EdgeWatch::SECOND_TELEPHONY, wait);
+            lookAgainAt(entry, wait);
         }
     }
     return false;

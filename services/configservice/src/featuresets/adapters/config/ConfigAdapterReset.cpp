@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <system_error>
 
 #include "ConfigAdapter.h"
@@ -90,7 +89,7 @@ void ConfigAdapter::resetData() {
     }
     for (const std::shared_ptr<ConfigStore>& store : endDataReset()) {
         if (store->shouldCacheConfigStore()) {
-            cacheStoreOnConfigStoreAdded(store, cachingGate_.now());
+            cacheIfStillThere(store);
         }
     }
 }
@@ -123,7 +122,7 @@ void ConfigAdapter::voidWhatIsUnderWay() {
         localFileStore_ = nullptr;
     }
     switchTftpSourceOff();
-    const tessel::ScopedLock untilACacheFileThatIsBegunIsWritten(cacheFileMutex_);
+    waitForCacheFileThatIsBegun();
 }
 
 void ConfigAdapter::removeFiles() {
@@ -168,16 +167,20 @@ std::vector<std::shared_ptr<ConfigStore>> ConfigAdapter::endDataReset() {
     if (configStoreManager_ == nullptr) {
         return joined;
     }
-    StoreList stores;
-    configStoreManager_->atomically([&] {
-        joined = cachingGate_.endReset();
-        stores = configStoreManager_->getStores();
-    });
-    // Without the lock: a store may end here.
-    std::erase_if(joined, [&](const std::shared_ptr<ConfigStore>& store) {
-        return std::find(stores.begin(), stores.end(), store) == stores.end();
-    });
+    configStoreManager_->atomically([&] { joined = cachingGate_.endReset(); });
     return joined;
+}
+
+void ConfigAdapter::cacheIfStillThere(const std::shared_ptr<ConfigStore>& store) {
+    std::shared_ptr<const CachingPermit> permit;
+    configStoreManager_->atomically([&] {
+        if (isInChain(store)) {
+            permit = cachingGate_.noteJoin(store);
+        }
+    });
+    if (permit != nullptr) {
+        cacheStoreOnConfigStoreAdded(store, *permit);
+    }
 }
 
 void ConfigAdapter::onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) {

@@ -80,7 +80,7 @@ bool EdgeWatch::hasBothEntries() const {
 }
 
 void EdgeWatch::clearEntries() {
-    std::array<Entry, 2> cleared;
+    Entries cleared;
     const tessel::ScopedLock lock(mutex_);
     entries_.swap(cleared);
 }

@@ -22,6 +22,7 @@ public:
     using Entry = std::shared_ptr<ServerHealthInformation>;
 
     enum Telephony : std::size_t { SOFTPHONE, SECOND_TELEPHONY };
+    using Entries = std::array<Entry, 2>;  ///< one of each; null where there is none
 
     /// Tells one wait from the others.
     using Wait = std::uint64_t;
@@ -77,5 +78,5 @@ private:
     Wait wait_ TESSEL_GUARDED_BY(mutex_) = NO_WAIT;
     Wait answeredWait_ TESSEL_GUARDED_BY(mutex_) = NO_WAIT;  ///< the last one
     Connections connections_ TESSEL_GUARDED_BY(mutex_);
-    std::array<Entry, 2> entries_ TESSEL_GUARDED_BY(mutex_);
+    Entries entries_ TESSEL_GUARDED_BY(mutex_);
 };
