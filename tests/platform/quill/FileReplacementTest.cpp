@@ -20,6 +20,7 @@
 #include "impl/quill/FileDescriptor.h"
 #include "impl/quill/SiblingFile.h"
 #include "quill/FileUtils.h"
+#include "support/ForkedChild.h"
 #include "support/HeldPipe.h"
 #include "support/OpenedFiles.h"
 
@@ -209,6 +210,39 @@ TEST_F(FileReplacement, FollowsNoLinkOfAStrangersUnlessTheFolderIsHisToo) {
     EXPECT_TRUE(copy("from", "link"));
     EXPECT_EQ(directory_.read("target"), "new");
     EXPECT_TRUE(fs::is_symlink(path("link")));
+}
+
+TEST_F(FileReplacement, FollowsALinkOfTheAdministratorsForAUser) {
+    constexpr uid_t someUser = 65534;
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    directory_.write("target", "old");
+    fs::create_symlink("target", path("link"));
+    for (const std::string& file : {directory_.path(), path("target")}) {
+        ASSERT_EQ(chown(file.c_str(), someUser, someUser), 0);
+    }
+    // The folder is a stranger's too, so that the link counts by its own maker.
+    ASSERT_EQ(chown(directory_.path().c_str(), someUser - 1, someUser), 0);
+    ASSERT_EQ(chmod(directory_.path().c_str(), 0770), 0);
+    EXPECT_EQ(support::runForked([&] {
+                  const bool isUser = setgid(someUser) == 0 && setuid(someUser) == 0;
+                  return isUser && FileUtils::writeFileAtomically(path("link"), "new") ? 0 : 1;
+              }),
+              0);
+    EXPECT_EQ(directory_.read("target"), "new");
+}
+
+TEST_F(FileReplacement, FollowsThirtyNineLinksAndNoMore) {
+    directory_.write("from", "new");
+    directory_.write("link0", "old");
+    for (int link = 1; link <= 40; ++link) {
+        fs::create_symlink("link" + std::to_string(link - 1), path("link" + std::to_string(link)));
+    }
+    EXPECT_FALSE(copy("from", "link40"));
+    EXPECT_EQ(directory_.read("link0"), "old");
+    EXPECT_TRUE(copy("from", "link39"));
+    EXPECT_EQ(directory_.read("link0"), "new");
 }
 
 TEST_F(FileReplacement, GivesUpOnLinksThatLeadInACircle) {
