@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -251,6 +252,16 @@ bool isReplaceable(const std::string& path) {
     return !isOther && isWritablePlace(path) && access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
 }
 
+/// Whether a file begins like a certificate, or holds nothing at all.
+bool isCertificateOrEmpty(const std::string& path) {
+    constexpr std::string_view beginning = "-----BEGIN CERTIFICATE-----";
+    std::array<char, beginning.size()> start{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(start.data(), static_cast<std::streamsize>(start.size()));
+    const std::string_view read(start.data(), static_cast<std::size_t>(file.gcount()));
+    return file.is_open() && (read.empty() || read == beginning);
+}
+
 std::string checkServe(const Invocation& invocation) {
     std::error_code error;
     const std::string& file = invocation.arguments.front();
@@ -267,6 +278,9 @@ std::string checkServe(const Invocation& invocation) {
     const std::optional<std::string>& ca = invocation.writeCa;
     if (ca && (!isReplaceable(*ca) || fs::equivalent(*ca, file, error))) {
         return "--write-ca '" + *ca + "': expected a file that can be written, and another one than FILE";
+    }
+    if (ca && fs::exists(*ca, error) && !isCertificateOrEmpty(*ca)) {
+        return "--write-ca '" + *ca + "': expected a file that does not exist yet, or a certificate to replace";
     }
     return {};
 }
