@@ -171,6 +171,15 @@ std::string checkFips(Invocation& invocation) {
     return {};
 }
 
+/// Whether what is written there besides would spoil a file of the module's, be that there now or not. A pipe and a
+/// device hold nothing.
+bool spoilsFileOfTheModule(const std::string& path, const Invocation& invocation) {
+    std::error_code error;
+    const fs::file_type type = fs::status(path, error).type();
+    const bool holdsNothing = type == fs::file_type::fifo || type == fs::file_type::character;
+    return !holdsNothing && TargetFile(path).belongsToModule(invocation.host);
+}
+
 std::string checkLog(Invocation& invocation) {
     const std::string& level = invocation.logLevel;
     if (level.size() != 1 || level.front() < '2' || level.front() > '5') {
@@ -179,6 +188,9 @@ std::string checkLog(Invocation& invocation) {
     invocation.host.logLevel = level.front() - '0';
     if (!invocation.logFile.empty() && !isWritablePlace(invocation.logFile)) {
         return "--log-file '" + invocation.logFile + "': expected a file that can be written";
+    }
+    if (!invocation.logFile.empty() && spoilsFileOfTheModule(invocation.logFile, invocation)) {
+        return "--log-file '" + invocation.logFile + "': this file is the module's own, expected another one";
     }
     invocation.host.logFile = invocation.logFile;
     return {};
@@ -309,9 +321,13 @@ std::string checkExport(const Invocation& invocation) {
 }
 
 /// The journal that a watch adds to. Another file must not be spoilt, nor be renamed when it is full.
-std::string checkJournalToWrite(const std::string& path) {
+std::string checkJournalToWrite(const Invocation& invocation) {
+    const std::string& path = *invocation.journal;
     if (!isReplaceable(path)) {
         return "--journal '" + path + "': expected a file that can be written";
+    }
+    if (spoilsFileOfTheModule(path, invocation)) {
+        return "--journal '" + path + "': this file is the module's own, expected another one";
     }
     if (!JournalFile::isJournal(path)) {
         return "--journal '" + path + "': expected a journal of an earlier watch, or a file that does not exist yet";
@@ -344,7 +360,7 @@ std::string checkJournal(const Invocation& invocation) {
     if (invocation.journal->empty()) {
         return "--journal is empty, expected a path";
     }
-    return reads ? checkJournalToRead(*invocation.journal) : checkJournalToWrite(*invocation.journal);
+    return reads ? checkJournalToRead(*invocation.journal) : checkJournalToWrite(invocation);
 }
 
 /// Decimal digits, and no more of them than a port needs.

@@ -67,6 +67,25 @@ TEST_F(WrongUseTool, RefusesALogFileThatCannotBeOpened) {
     }
 }
 
+TEST_F(WrongUseTool, WritesNeitherALogNorAJournalIntoAFileOfTheModule) {
+    const std::string line = ": this file is the module's own, expected another one";
+    std::filesystem::create_symlink(localPath(), directory_.path("link"));
+    for (const char* const name : {"config/corvidLocalConfig.xml", "config/corvid-config-user.xml", "link",
+                                   "install/corvid-config-defaults.xml", "install/bootstrap.properties"}) {
+        const std::string file = directory_.path(name);
+        expectRefused({"--log-file", file, "get", "OnlyMine"}, "--log-file '" + file + "'" + line);
+    }
+    std::filesystem::remove(localPath());
+    for (const std::string command : {"watch", "inspect"}) {
+        expectRefused({command, "--journal", localPath()}, "--journal '" + localPath() + "'" + line);
+        expectRefused({"--log-file", localPath(), command}, "--log-file '" + localPath() + "'" + line);
+    }
+}
+
+TEST_F(WrongUseTool, TakesOneDeviceForTheInstallersFileAndTheLog) {
+    EXPECT_EQ(run({"--bootstrap", "/dev/null", "--log-file", "/dev/null", "get", "OnlyMine"}).status, 0);
+}
+
 TEST_F(WrongUseTool, DoesNothingWhereNobodyReadsThePipeThatItsLogGoesTo) {
     const std::string pipe = directory_.path("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
