@@ -1,13 +1,11 @@
 #include "validating/PropertiesInspector.h"
 
-#include <algorithm>
 #include <map>
 #include <utility>
 
-#include "ConfigStoreConstants.h"
 #include "chain/ConfigMap.h"
 #include "quill/StringUtils.h"
-#include "validating/KnownKeys.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -31,13 +29,6 @@ bool isComment(const std::string& line) { return trimleft(line).starts_with('#')
 bool isMarkup(const std::string& contents) {
     const std::string start = trimleft(contents.starts_with(BYTE_ORDER_MARK) ? contents.substr(3) : contents);
     return start.starts_with('<');
-}
-
-/// A line without a colon is a key from end to end, and what was meant as its value may be a secret.
-std::string withoutSecret(const std::string& key) {
-    const std::size_t end = std::min(key.find_first_of("= \t"), key.size());
-    const bool isSecret = end < key.size() && KnownKeys::isAlwaysSensitive(toWideString(key.substr(0, end)));
-    return isSecret ? key.substr(0, end + 1) + toString(ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT) : key;
 }
 
 /// Goes through the lines and fills a report.
@@ -78,7 +69,7 @@ private:
             add(Severity::Warning, FindingKind::IllFormedText, "bytes that are no UTF-8 are read as U+FFFD");
         }
         const std::size_t colon = line.find(':');
-        const std::string key = withoutSecret(trim(line.substr(0, colon)));
+        const std::string key = shownKey(toWideString(trim(line.substr(0, colon))));
         const std::string value = colon == std::string::npos ? std::string() : trim(line.substr(colon + 1));
         if (key.empty()) {
             noticeNamelessLine(colon);
