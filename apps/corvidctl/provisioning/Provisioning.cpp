@@ -106,7 +106,7 @@ private:
 
 bool hasReopened(const ProvisioningView& view) {
     // A link that is taken closes the latch again.
-    return view.wasClosed && !view.latchRefused && (!view.isClosed || view.accepted);
+    return view.latchOnDisk && view.wasClosed && !view.latchRefused && (!view.isClosed || view.accepted);
 }
 
 void reopenLatch(Session::Inside& inside, ProvisioningView& view) {
