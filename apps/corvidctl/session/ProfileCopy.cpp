@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 #include "ConfigStoreConstants.h"
@@ -56,6 +57,9 @@ ProfileCopy::ProfileCopy(const std::string& profile) {
         if (isFile(from / name)) {
             copyFile(from / name, to / name);
         }
+    }
+    if (isFile(from / LEGACY_TFTP_CACHE_FILE_NAME)) {
+        std::ofstream(to / LEGACY_TFTP_CACHE_FILE_NAME);
     }
     copyCache(from / CACHE_STORE_DIRECTORY_STRING, to / CACHE_STORE_DIRECTORY_STRING);
 }

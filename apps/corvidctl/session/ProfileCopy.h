@@ -7,7 +7,8 @@
 namespace corvidctl {
 
 /// A copy of a configuration directory in a fresh temporary place, removed at the end: the files in it that the module
-/// reads, be they links, and nothing else that lies there. One that is missing counts as an empty one.
+/// reads, be they links, an empty one in the place of one that it only removes, and nothing else that lies there. One
+/// that is missing counts as an empty one.
 class ProfileCopy {
 public:
     /// Nothing stays behind if it throws.

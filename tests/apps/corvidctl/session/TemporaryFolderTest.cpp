@@ -65,6 +65,7 @@ TEST_F(TemporaryFolders, GoAtTheEnd) {
 TEST_F(TemporaryFolders, HoldOfAProfileWhatTheModuleReads) {
     profile_.write("corvid-config-user.xml", "mine");
     profile_.write("big.log", "stray");
+    profile_.write("corvid-config.xml", "of a former version");
     profile_.write("Cache/cachedTFTPConfigStore.download.json", "{}");
     profile_.write("elsewhere/corvidLocalConfig.xml", "stray");
     fs::remove(profile_.path("Cache/cached.xml"));
@@ -77,8 +78,9 @@ TEST_F(TemporaryFolders, HoldOfAProfileWhatTheModuleReads) {
     for (const auto& entry : fs::recursive_directory_iterator(copy.path())) {
         held.push_back(entry.path().lexically_relative(copy.path()).string());
     }
-    EXPECT_THAT(held, testing::UnorderedElementsAre("corvidLocalConfig.xml", "corvid-config-user.xml", "Cache",
-                                                    "Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_THAT(held, testing::UnorderedElementsAre("corvidLocalConfig.xml", "corvid-config-user.xml",
+                                                    "corvid-config.xml", "Cache", "Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(fs::file_size(copy.path() + "/corvid-config.xml"), 0U);
 }
 
 TEST_F(TemporaryFolders, TellWhichFileOfAProfileCannotBeRead) {
