@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "ConfigStoreConstants.h"
+#include "chain/CacheFiles.h"
 #include "cli/DataDirectory.h"
 #include "comparing/ComparingChecks.h"
 #include "exporting/ExportForm.h"
@@ -227,6 +228,30 @@ std::string checkFileIn(const char* option, const std::string& directory, const 
     return std::string(option) + " '" + directory + "': expected its " + name + " to be a file that can be read";
 }
 
+/// What is wrong with the kept copies and with what a link has set; empty if nothing is.
+std::string checkCache(const std::string& directory) {
+    std::error_code error;
+    const std::string name = ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
+    const std::string cache = directory + "/" + name;
+    if (!fs::is_directory(cache, error)) {
+        return {};
+    }
+    if (!isReadableDirectory(cache)) {
+        return "--config-dir '" + directory + "': expected its " + name + " to be a folder that can be read";
+    }
+    for (fs::directory_iterator entry(cache, error); !error && entry != fs::end(entry); entry.increment(error)) {
+        const std::string file = entry->path().filename().string();
+        std::error_code unknown;
+        if (!CacheFiles::isName(file) || entry->is_directory(unknown)) {
+            continue;
+        }
+        if (std::string problem = checkFileIn("--config-dir", directory, name + "/" + file); !problem.empty()) {
+            return problem;
+        }
+    }
+    return {};
+}
+
 /// The module would pass over a file that it cannot read, and a command would tell, or store, half of the truth.
 std::string checkFilesOfTheModule(Invocation& invocation) {
     using namespace ConfigStoreConstants;
@@ -242,6 +267,9 @@ std::string checkFilesOfTheModule(Invocation& invocation) {
                 !problem.empty()) {
                 return problem;
             }
+        }
+        if (std::string problem = checkCache(invocation.host.configDirectory); !problem.empty()) {
+            return problem;
         }
     }
     const std::string& installation = invocation.host.installationDirectory;

@@ -3,6 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
+
+#include "cli/InvocationChecks.h"
+#include "support/ForkedChild.h"
+
 namespace {
 
 /// One row: the words, and the one line that is expected on standard error.
@@ -20,6 +26,31 @@ protected:
         EXPECT_EQ(ended.error, "corvidctl: " + line + "\n");
         EXPECT_EQ(ended.out, "");
         EXPECT_EQ(files(), before) << line;
+    }
+
+    /// What is wrong with a command for somebody who is not the superuser, who can read everything.
+    std::string problemForOthers(const std::string& command) const {
+        namespace fs = std::filesystem;
+        fs::permissions(directory_.path(), fs::perms(0755));
+        fs::create_directories(directory_.path("said"));
+        fs::permissions(directory_.path("said"), fs::perms::all);
+        const int status = support::runForked([&] {
+            constexpr uid_t nobody = 65534;
+            if (geteuid() == 0 && setuid(nobody) != 0) {
+                return 1;
+            }
+            corvidctl::Invocation invocation;
+            invocation.command = command;
+            invocation.arguments = {"OnlyMine"};
+            invocation.configDirectory = directory_.path("config");
+            invocation.installDirectory = directory_.path("install");
+            std::ofstream(directory_.path("said/problem")) << corvidctl::checkInvocation(invocation);
+            return 0;
+        });
+        EXPECT_EQ(status, 0);
+        const std::string problem = directory_.read("said/problem");
+        fs::remove(directory_.path("said/problem"));
+        return problem;
     }
 };
 
@@ -123,6 +154,28 @@ TEST_F(WrongUseTool, RefusesAnUnreadableFileOfTheModule) {
     EXPECT_EQ(ended.status, 2);
     EXPECT_THAT(ended.error, testing::HasSubstr("expected its corvidLocalConfig.xml to be a file that can be read"));
     EXPECT_EQ(files(), before);
+}
+
+TEST_F(WrongUseTool, RefusesKeptCopiesThatCannotBeRead) {
+    namespace fs = std::filesystem;
+    const std::string config = directory_.path("config");
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<Corvid/>");
+    const std::string notes = directory_.write("config/Cache/notes.txt", "none of the module's");
+    fs::permissions(notes, fs::perms::none);
+    EXPECT_EQ(problemForOthers("get"), "");
+    const auto refuses = [&](const std::string& name, const std::string& what) {
+        const fs::perms before = fs::status(config + "/" + name).permissions();
+        fs::permissions(config + "/" + name, fs::perms::none);
+        const std::string line =
+            "--config-dir '" + config + "': expected its " + name + " to be a " + what + " that can be read";
+        for (const char* const command : {"get", "stores", "explain"}) {
+            EXPECT_EQ(problemForOthers(command), line);
+        }
+        EXPECT_THAT(problemForOthers("reset-data"), testing::HasSubstr("--yes is missing"));  // which would remove it
+        fs::permissions(config + "/" + name, before);
+    };
+    refuses("Cache/cachedTFTPConfigStore.xml", "file");
+    refuses("Cache", "folder");
 }
 
 TEST_F(WrongUseTool, RefusesAnEmptyKey) {
