@@ -68,11 +68,10 @@ ExportView exported(const std::vector<ExportedValue>& values, const ExportForm& 
     ExportView view;
     std::vector<ExportedValue> written;
     for (const ExportedValue& value : values) {
-        const std::wstring key = QuillCoreUtils::toWideString(value.key);
         if (value.isClientState) {
             view.leftOut.push_back({value.key, "the client keeps it for itself", true});
-        } else if (!reveal && (value.isSensitive || holdsSecret(key))) {
-            view.hidden.push_back(shownKey(key));
+        } else if (value.isSensitive && !reveal) {
+            view.hidden.push_back(shownKey(QuillCoreUtils::toWideString(value.key)));
         } else if (const std::string obstacle = form.obstacleTo(value); !obstacle.empty()) {
             view.leftOut.push_back({value.key, obstacle, false});
         } else {

@@ -28,7 +28,7 @@ ChainReader::ChainReader(ConfigStoreManager& chain, bool reveal) : chain_(chain)
 bool ChainReader::isSensitive(const std::wstring& key) const {
     const std::vector<std::wstring> names = names_.namesInOrder(key);
     return std::any_of(names.begin(), names.end(),
-                       [this](const std::wstring& name) { return chain_.isKeySensitive(name); });
+                       [this](const std::wstring& name) { return chain_.isKeySensitive(name) || holdsSecret(name); });
 }
 
 std::string ChainReader::shown(const std::wstring& text, bool sensitive) const {

@@ -12,9 +12,18 @@ namespace {
 
 /// Where what was meant as a secret value may begin.
 std::optional<std::size_t> secretIn(const std::wstring& key) {
-    const std::size_t end = key.find_first_of(L"= \t");
-    const bool isSecret = end != std::wstring::npos && KnownKeys::isAlwaysSensitive(key.substr(0, end));
-    return isSecret ? std::optional(end + 1) : std::nullopt;
+    constexpr const wchar_t* betweenWords = L"= \t<>\"'";
+    for (std::size_t begin = 0; begin < key.size();) {
+        const std::size_t end = key.find_first_of(betweenWords, begin);
+        if (end == std::wstring::npos) {
+            break;
+        }
+        if (KnownKeys::isAlwaysSensitive(key.substr(begin, end - begin))) {
+            return end + 1;
+        }
+        begin = end + 1;
+    }
+    return std::nullopt;
 }
 
 }  // namespace

@@ -166,7 +166,8 @@ TEST_F(Tool, ListOfAStoreThatWinsNothingIsNoFailure) {
 }
 
 TEST_F(Tool, ShowsNoSecretOfALineWithoutAColonUnlessTold) {
-    const std::string lines = "ConnectionPassword s3cret\nBDIConnectionPassword=s3cret\nPlain s3lf\n";
+    const std::string lines = "ConnectionPassword s3cret\nBDIConnectionPassword=s3cret\n<Addtional_Info>s3cret\n<v "
+                              "name=\"ConnectionUsername\" value=\"a:s3cret\"/>\nPlain s3lf\n";
     directory_.write("install/bootstrap.properties", lines);
     const std::string file = directory_.write("other.properties", lines + "connectionpassword\ts3cret again\n");
     const std::vector<std::vector<std::string>> commands = {
