@@ -2,6 +2,9 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/pem.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,6 +15,7 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -151,9 +155,25 @@ std::string checkBootstrapFile(Invocation& invocation) {
     return {};
 }
 
+/// Whether a file has a certificate that OpenSSL can read; others may stand beside it.
+bool holdsCertificate(const std::string& path) {
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) {
+        return false;
+    }
+    const std::unique_ptr<BIO, decltype(&BIO_free)> file(BIO_new_file(path.c_str(), "rb"), BIO_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(
+        file == nullptr ? nullptr : PEM_read_bio_X509_AUX(file.get(), nullptr, nullptr, nullptr), X509_free);
+    ERR_clear_error();
+    return certificate != nullptr;
+}
+
 std::string checkCaFile(Invocation& invocation) {
     if (!invocation.caFile.empty() && !isReadableFile(invocation.caFile)) {
         return "--ca-file '" + invocation.caFile + "': expected a file that can be read";
+    }
+    if (!invocation.caFile.empty() && !holdsCertificate(invocation.caFile)) {
+        return "--ca-file '" + invocation.caFile + "': expected a file with a certificate in it (PEM)";
     }
     invocation.host.caFile = invocation.caFile;
     return {};

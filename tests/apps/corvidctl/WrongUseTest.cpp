@@ -266,6 +266,15 @@ TEST_F(WrongUseTool, RefusesANamedFileThatIsMissing) {
     expectRefused({"validate", missing}, "validate: FILE '" + missing + "': expected a file that can be read");
 }
 
+TEST_F(WrongUseTool, RefusesAnAuthorityWithoutACertificate) {
+    const std::string begun = "-----BEGIN CERTIFICATE-----\n";
+    for (const std::string& file : {directory_.write("users", "root:x:0:0\n"), directory_.write("torn", begun),
+                                    directory_.write("none", ""), std::string("/dev/null")}) {
+        expectRefused({"--ca-file", file, "fetch"},
+                      "--ca-file '" + file + "': expected a file with a certificate in it (PEM)");
+    }
+}
+
 TEST_F(WrongUseTool, RefusesADirectoryWhereAFileIsExpected) {
     const std::string folder = directory_.path("config");
     expectRefused({"--bootstrap", folder, "list"}, "--bootstrap '" + folder + "': expected a file that can be read");
