@@ -200,6 +200,10 @@ TEST_F(WrongUseTool, RefusesADataResetThatIsNotConfirmed) {
 TEST_F(WrongUseTool, NamesAnUnknownOption) {
     expectRefused({"list", "--frob"}, "unknown option '--frob', expected one that --help lists");
     expectRefused({"--frob", "list"}, "unknown option '--frob', expected one that --help lists");
+    expectRefused(
+        {"set", "neg", "-5"},
+        "unknown option '-5', expected one that --help lists, or -- before an argument that begins with a dash");
+    expectRefused({"stores", "-5"}, "unknown option '-5', expected one that --help lists");
     expectRefused({"set", "--original", "A", "B"}, "unknown option '--original', expected one that --help lists");
 }
 
