@@ -94,8 +94,10 @@ TEST_F(ProvisionTool, TellsWhichStoreStillWins) {
 }
 
 TEST_F(ProvisionTool, TellsThatTheFipsRuleOutweighsTheValue) {
-    EXPECT_EQ(run({"--fips", "on", "provision", "x?Telephony_P2P_Enabled=true"}).out,
-              "Telephony_P2P_Enabled is set to \"true\".\nIt reads as \"false\".\n" + CLOSED);
+    const support::Ended ended = run({"--fips", "on", "provision", "x?Telephony_P2P_Enabled=true"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.error, "");
+    EXPECT_EQ(ended.out, "Telephony_P2P_Enabled is set to \"true\".\nIt reads as \"false\".\n" + CLOSED);
 }
 
 TEST_F(ProvisionTool, GivesTheKeysAsTheLinkSpellsThem) {
