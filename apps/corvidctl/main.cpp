@@ -12,6 +12,7 @@
 
 #include "cli/CommandLine.h"
 #include "cli/InvocationChecks.h"
+#include "cli/WrongUse.h"
 #include "commands/Commands.h"
 #include "impl/system/CoreDumps.h"
 #include "output/DescriptorStream.h"
@@ -92,6 +93,9 @@ int runTool(CommandLine commandLine, Output& output, Streams& streams) {
     try {
         const WritersTurn turn(invocation, output);
         return turn.isGiven() ? runCommand(invocation, output, streams) : Status::AnswerIsNo;
+    } catch (const WrongUse& error) {
+        printError(output, error.what());
+        return Status::WrongUse;
     } catch (const std::exception& error) {
         printError(output, error.what());
         return Status::AnswerIsNo;

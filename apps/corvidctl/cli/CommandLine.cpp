@@ -174,7 +174,12 @@ CommandLine unknownWord(const std::string& word, const CommandDefinition* comman
     if (const auto meant = closest(name, isOption ? optionNames(command) : possibleFirstWords())) {
         return wrongUse(what + ", did you mean '" + *meant + "'?");
     }
-    return wrongUse(what + (isOption ? ", expected one that --help lists" : ", expected one of: " + namesOfCommands()));
+    if (!isOption) {
+        return wrongUse(what + ", expected one of: " + namesOfCommands());
+    }
+    const bool mayBeAnArgument = command != nullptr && command->most > 0 && !word.starts_with("--");
+    return wrongUse(what + ", expected one that --help lists" +
+                    (mayBeAnArgument ? ", or -- before an argument that begins with a dash" : ""));
 }
 
 /// Answers `help`, as --help is answered.

@@ -2,6 +2,9 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/pem.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,11 +13,14 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <limits>
+#include <memory>
 #include <string_view>
 #include <utility>
 
 #include "ConfigStoreConstants.h"
+#include "chain/CacheFiles.h"
 #include "cli/DataDirectory.h"
 #include "comparing/ComparingChecks.h"
 #include "exporting/ExportForm.h"
@@ -149,9 +155,25 @@ std::string checkBootstrapFile(Invocation& invocation) {
     return {};
 }
 
+/// Whether a file has a certificate that OpenSSL can read; others may stand beside it.
+bool holdsCertificate(const std::string& path) {
+    std::error_code error;
+    if (!fs::is_regular_file(path, error)) {
+        return false;
+    }
+    const std::unique_ptr<BIO, decltype(&BIO_free)> file(BIO_new_file(path.c_str(), "rb"), BIO_free);
+    const std::unique_ptr<X509, decltype(&X509_free)> certificate(
+        file == nullptr ? nullptr : PEM_read_bio_X509_AUX(file.get(), nullptr, nullptr, nullptr), X509_free);
+    ERR_clear_error();
+    return certificate != nullptr;
+}
+
 std::string checkCaFile(Invocation& invocation) {
     if (!invocation.caFile.empty() && !isReadableFile(invocation.caFile)) {
         return "--ca-file '" + invocation.caFile + "': expected a file that can be read";
+    }
+    if (!invocation.caFile.empty() && !holdsCertificate(invocation.caFile)) {
+        return "--ca-file '" + invocation.caFile + "': expected a file with a certificate in it (PEM)";
     }
     invocation.host.caFile = invocation.caFile;
     return {};
@@ -170,6 +192,15 @@ std::string checkFips(Invocation& invocation) {
     return {};
 }
 
+/// Whether what is written there besides would spoil a file of the module's, be that there now or not. A pipe and a
+/// device hold nothing.
+bool spoilsFileOfTheModule(const std::string& path, const Invocation& invocation) {
+    std::error_code error;
+    const fs::file_type type = fs::status(path, error).type();
+    const bool holdsNothing = type == fs::file_type::fifo || type == fs::file_type::character;
+    return !holdsNothing && TargetFile(path).belongsToModule(invocation.host);
+}
+
 std::string checkLog(Invocation& invocation) {
     const std::string& level = invocation.logLevel;
     if (level.size() != 1 || level.front() < '2' || level.front() > '5') {
@@ -178,6 +209,9 @@ std::string checkLog(Invocation& invocation) {
     invocation.host.logLevel = level.front() - '0';
     if (!invocation.logFile.empty() && !isWritablePlace(invocation.logFile)) {
         return "--log-file '" + invocation.logFile + "': expected a file that can be written";
+    }
+    if (!invocation.logFile.empty() && spoilsFileOfTheModule(invocation.logFile, invocation)) {
+        return "--log-file '" + invocation.logFile + "': this file is the module's own, expected another one";
     }
     invocation.host.logFile = invocation.logFile;
     return {};
@@ -214,6 +248,30 @@ std::string checkFileIn(const char* option, const std::string& directory, const 
     return std::string(option) + " '" + directory + "': expected its " + name + " to be a file that can be read";
 }
 
+/// What is wrong with the kept copies and with what a link has set; empty if nothing is.
+std::string checkCache(const std::string& directory) {
+    std::error_code error;
+    const std::string name = ConfigStoreConstants::CACHE_STORE_DIRECTORY_STRING;
+    const std::string cache = directory + "/" + name;
+    if (!fs::is_directory(cache, error)) {
+        return {};
+    }
+    if (!isReadableDirectory(cache)) {
+        return "--config-dir '" + directory + "': expected its " + name + " to be a folder that can be read";
+    }
+    for (fs::directory_iterator entry(cache, error); !error && entry != fs::end(entry); entry.increment(error)) {
+        const std::string file = entry->path().filename().string();
+        std::error_code unknown;
+        if (!CacheFiles::isName(file) || entry->is_directory(unknown)) {
+            continue;
+        }
+        if (std::string problem = checkFileIn("--config-dir", directory, name + "/" + file); !problem.empty()) {
+            return problem;
+        }
+    }
+    return {};
+}
+
 /// The module would pass over a file that it cannot read, and a command would tell, or store, half of the truth.
 std::string checkFilesOfTheModule(Invocation& invocation) {
     using namespace ConfigStoreConstants;
@@ -229,6 +287,9 @@ std::string checkFilesOfTheModule(Invocation& invocation) {
                 !problem.empty()) {
                 return problem;
             }
+        }
+        if (std::string problem = checkCache(invocation.host.configDirectory); !problem.empty()) {
+            return problem;
         }
     }
     const std::string& installation = invocation.host.installationDirectory;
@@ -251,6 +312,16 @@ bool isReplaceable(const std::string& path) {
     return !isOther && isWritablePlace(path) && access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0;
 }
 
+/// Whether a file begins like a certificate, or holds nothing at all.
+bool isCertificateOrEmpty(const std::string& path) {
+    constexpr std::string_view beginning = "-----BEGIN CERTIFICATE-----";
+    std::array<char, beginning.size()> start{};
+    std::ifstream file(path, std::ios::binary);
+    file.read(start.data(), static_cast<std::streamsize>(start.size()));
+    const std::string_view read(start.data(), static_cast<std::size_t>(file.gcount()));
+    return file.is_open() && (read.empty() || read == beginning);
+}
+
 std::string checkServe(const Invocation& invocation) {
     std::error_code error;
     const std::string& file = invocation.arguments.front();
@@ -267,6 +338,9 @@ std::string checkServe(const Invocation& invocation) {
     const std::optional<std::string>& ca = invocation.writeCa;
     if (ca && (!isReplaceable(*ca) || fs::equivalent(*ca, file, error))) {
         return "--write-ca '" + *ca + "': expected a file that can be written, and another one than FILE";
+    }
+    if (ca && fs::exists(*ca, error) && !isCertificateOrEmpty(*ca)) {
+        return "--write-ca '" + *ca + "': expected a file that does not exist yet, or a certificate to replace";
     }
     return {};
 }
@@ -295,9 +369,13 @@ std::string checkExport(const Invocation& invocation) {
 }
 
 /// The journal that a watch adds to. Another file must not be spoilt, nor be renamed when it is full.
-std::string checkJournalToWrite(const std::string& path) {
+std::string checkJournalToWrite(const Invocation& invocation) {
+    const std::string& path = *invocation.journal;
     if (!isReplaceable(path)) {
         return "--journal '" + path + "': expected a file that can be written";
+    }
+    if (spoilsFileOfTheModule(path, invocation)) {
+        return "--journal '" + path + "': this file is the module's own, expected another one";
     }
     if (!JournalFile::isJournal(path)) {
         return "--journal '" + path + "': expected a journal of an earlier watch, or a file that does not exist yet";
@@ -330,7 +408,7 @@ std::string checkJournal(const Invocation& invocation) {
     if (invocation.journal->empty()) {
         return "--journal is empty, expected a path";
     }
-    return reads ? checkJournalToRead(*invocation.journal) : checkJournalToWrite(*invocation.journal);
+    return reads ? checkJournalToRead(*invocation.journal) : checkJournalToWrite(invocation);
 }
 
 /// Decimal digits, and no more of them than a port needs.

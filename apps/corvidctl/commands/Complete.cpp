@@ -9,6 +9,7 @@
 #include "quill/StringUtils.h"
 #include "session/Session.h"
 #include "session/StoreFailures.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -23,7 +24,7 @@ bool isPlainInAShell(const std::string& word) {
 std::vector<std::string> keysOf(const ChainReader& reader) {
     std::vector<std::string> keys;
     for (const std::wstring& key : reader.definedKeys()) {
-        keys.push_back(QuillCoreUtils::toString(key));
+        keys.push_back(shownKey(key));
     }
     return keys;
 }

@@ -1,4 +1,5 @@
 #include "commands/Commands.h"
+#include "comparing/ComparingText.h"
 #include "comparing/FetchRehearsal.h"
 #include "fetching/FetchText.h"
 #include "fetching/KeptCopy.h"
@@ -55,6 +56,7 @@ int runFetch(const Invocation& invocation, Output& output) {
     }
     Interruption interruption;
     const InterruptibleOutput interruptibly(output, interruption);
+    const bool hadFormerCopy = holdsFormerCopy(invocation.host.configDirectory);
     Session session(invocation);
     const ValueView version = storedVersion(session);
     ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
@@ -80,6 +82,9 @@ int runFetch(const Invocation& invocation, Output& output) {
         if (!ended) {
             printError(output, view.reason);
         }
+    }
+    if (hadFormerCopy && !holdsFormerCopy(invocation.host.configDirectory)) {
+        printRemarks({"removed " + nameOfFormerCopy()}, invocation.format, output);
     }
     return view.ok ? Status::Done : Status::AnswerIsNo;
 }

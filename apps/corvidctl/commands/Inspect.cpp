@@ -43,8 +43,11 @@ void serve(const Invocation& invocation, Interruption& interruption, Inspector& 
         }
     });
     printLink(invocation, server, output);
+    if (!output.out) {
+        interruption.end();  // nobody will learn where the page is
+    }
     std::unique_ptr<Browser> browser;
-    if (invocation.open) {
+    if (invocation.open && output.out) {
         browser = std::make_unique<Browser>(server.link(), interruption, complain);
     }
     inspector.run();

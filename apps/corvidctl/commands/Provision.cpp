@@ -44,13 +44,21 @@ void printKey(const ProvisionedKey& key, std::ostream& out) {
     }
 }
 
+/// What is not on disk is told as a failure, and nowhere as done.
 void printAccepted(const ProvisioningView& view, std::ostream& out) {
     for (const ProvisionedKey& key : view.keys) {
-        printKey(key, out);
+        if (view.cacheOnDisk) {
+            printKey(key, out);
+        }
     }
     printDropped(view, out);
     for (const std::string& key : view.gone) {
-        out << escaped(key) << ", which an earlier link had set, is gone.\n";
+        if (view.cacheOnDisk) {
+            out << escaped(key) << ", which an earlier link had set, is gone.\n";
+        }
+    }
+    if (!view.latchOnDisk) {
+        return;
     }
     if (view.isClosed) {
         out << "Further links are refused until corvidctl provision --reopen.\n";
@@ -81,7 +89,7 @@ void printLink(const Invocation& invocation, const ProvisioningView& view, Outpu
         return;
     }
     for (const ProvisionedKey& key : view.keys) {
-        if (!key.isWhole) {
+        if (view.cacheOnDisk && !key.isWhole) {
             printError(output, "XML cannot hold every character of the value of " + key.key +
                                    "; on disk U+FFFD stands for them");
         }
@@ -94,15 +102,15 @@ void printLink(const Invocation& invocation, const ProvisioningView& view, Outpu
 }
 
 /// Says what is not on disk. @return whether all is.
-bool isOnDisk(const Invocation& invocation, const ProvisioningView& view, bool localFileOnDisk, Output& output) {
+bool isOnDisk(const Invocation& invocation, const ProvisioningView& view, Output& output) {
     if (!view.cacheOnDisk) {
         printError(output, "what the link sets could not be written to " + invocation.host.configDirectory +
                                " and is gone; corvidctl provision --reopen LINK tries again");
     }
-    if (!localFileOnDisk) {
+    if (!view.latchOnDisk) {
         printError(output, "the state of the latch could not be written to " + invocation.host.configDirectory);
     }
-    return view.cacheOnDisk && localFileOnDisk;
+    return view.cacheOnDisk && view.latchOnDisk;
 }
 
 }  // namespace
@@ -119,7 +127,7 @@ int runProvision(const Invocation& invocation, Output& output) {
             applyLink(inside, QuillCoreUtils::toWideString(invocation.arguments[0]), invocation.reveal, view);
         }
     });
-    const bool localFileOnDisk = session.finish();
+    view.latchOnDisk = session.finish();
 
     if (isForMachines(invocation.format)) {
         output.out << answers::provisioning(view, invocation.format);
@@ -133,7 +141,7 @@ int runProvision(const Invocation& invocation, Output& output) {
         printError(output, "the latch stays closed: " + latchSaid(view.latch));
     }
     const bool done = hasLink ? view.accepted : !view.isClosed;
-    return isOnDisk(invocation, view, localFileOnDisk, output) && done ? Status::Done : Status::AnswerIsNo;
+    return isOnDisk(invocation, view, output) && done ? Status::Done : Status::AnswerIsNo;
 }
 
 }  // namespace corvidctl

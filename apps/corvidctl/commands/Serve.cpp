@@ -80,6 +80,9 @@ int runServe(const Invocation& invocation, Output& output) {
             printListeners(options, output.out);
             output.out.flush();
         }
+        if (!output.out) {
+            interruption.end();
+        }
     }
     interruption.wait();
     server.stop();

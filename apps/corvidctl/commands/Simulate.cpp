@@ -12,12 +12,9 @@ int runSimulate(const Invocation& invocation, Output& output) {
     Rehearsal rehearsal(output);
     const InterruptibleOutput interruptibly(output, rehearsal.interruption());
     SimulationView view;
-    try {
+    {
         const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
         view = simulate(invocation, readPlan(invocation), rehearsal);
-    } catch (const WrongUse& error) {
-        printError(output, error.what());
-        return Status::WrongUse;
     }
     printRemarks(view.remarks, invocation.format, output);
     if (isForMachines(invocation.format)) {

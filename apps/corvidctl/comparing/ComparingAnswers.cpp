@@ -3,20 +3,19 @@
 #include <nlohmann/json.hpp>
 
 #include "quill/StringUtils.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl::answers {
 
 namespace {
-
-using QuillCoreUtils::toString;
 
 Json orNull(bool isThere, const std::string& text) { return isThere ? Json(text) : Json(nullptr); }
 
 Json toJson(const DeltaRow& row, bool reveal) {
     const bool hasBelow = row.belowStore.has_value();
     return {{"type", nameOf(row.type)},
-            {"key", toString(row.key)},
-            {"name", row.name},
+            {"key", shownKey(row.key, reveal)},
+            {"name", shownKey(QuillCoreUtils::toWideString(row.name), reveal)},
             {"store", row.store},
             {"value", shownText(row.value, row.isSensitive, reveal)},
             {"belowStore", orNull(hasBelow, row.belowStore.value_or(""))},
@@ -48,7 +47,7 @@ Json toJson(const ContentsDifference& difference, bool reveal) {
         return entry && !entry->store.empty() ? Json(entry->store) : Json(nullptr);
     };
     return {{"difference", wordFor(difference.kind)},
-            {"key", toString(difference.key)},
+            {"key", shownKey(difference.key, reveal)},
             {"a", value(difference.a)},
             {"b", value(difference.b)},
             {"aStore", store(difference.a)},

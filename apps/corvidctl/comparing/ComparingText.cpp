@@ -5,6 +5,7 @@
 
 #include "output/Text.h"
 #include "quill/StringUtils.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -40,7 +41,8 @@ std::string remarkOn(const DeltaRow& row, bool reveal) {
     }
     const bool isUnderOtherName = !QuillCoreUtils::caseInsensitiveStringEquals(row.name, toString(row.key));
     if (isUnderOtherName) {
-        remark += (remark.empty() ? "held as " : "; held as ") + row.name;
+        remark +=
+            (remark.empty() ? "held as " : "; held as ") + shownKey(QuillCoreUtils::toWideString(row.name), reveal);
     }
     return remark;
 }
@@ -115,7 +117,7 @@ void printDelta(const std::vector<DeltaRow>& rows, bool reveal, Output& output) 
     for (const DeltaRow& row : rows) {
         const std::string below = shownText(row.belowValue, row.isSensitive, reveal);
         table.addRow({{nameOf(row.type), styleOf(row.type)},
-                      {toString(row.key), Style::Strong},
+                      {shownKey(row.key, reveal), Style::Strong},
                       row.store,
                       valueCell(shownText(row.value, row.isSensitive, reveal)),
                       row.belowStore ? Table::Cell(*row.belowStore) : absent(),
@@ -145,7 +147,7 @@ void printDifferences(const std::vector<ContentsDifference>& differences, const 
     for (const ContentsDifference& difference : differences) {
         const Mark mark = markOf(difference.kind);
         table.addRow({{mark.text, mark.style},
-                      {toString(difference.key), Style::Strong},
+                      {shownKey(difference.key, reveal), Style::Strong},
                       cell(difference, difference.a),
                       cell(difference, difference.b),
                       difference.a ? difference.a->store : std::string(),

@@ -23,7 +23,17 @@ struct FetchRehearsalView {
     std::vector<KeyChange> changes;
     std::string fromKeptCopies;         ///< as movesFromKeptCopies() has it
     std::vector<LoadFailure> failures;  ///< of the configuration as it is
+    bool removesFormerCopy = false;
     bool interrupted = false;
+
+    /// What there is to say besides, each a line.
+    std::vector<std::string> remarks() const {
+        std::vector<std::string> lines = sentencesOf(failures);
+        if (removesFormerCopy) {
+            lines.push_back("would remove " + nameOfFormerCopy());
+        }
+        return lines;
+    }
 };
 
 EffectiveValues valuesOf(Session& session) {
@@ -36,6 +46,7 @@ FetchRehearsalView fetchOnCopy(const Invocation& invocation, Rehearsal& rehearsa
     FetchRehearsalView view;
     view.failures = loadFailuresOf(invocation.host);
     const ProfileCopy copy(invocation.host.configDirectory);
+    const bool hadFormerCopy = holdsFormerCopy(copy.path());
     Session session(Rehearsal::onCopy(invocation, copy.path()));
     EffectiveValues before;
     rehearsal.run("reading the configuration …", [&] { before = valuesOf(session); });
@@ -54,6 +65,7 @@ FetchRehearsalView fetchOnCopy(const Invocation& invocation, Rehearsal& rehearsa
         });
     }
     session.finish();
+    view.removesFormerCopy = hadFormerCopy && !holdsFormerCopy(copy.path());
     return view;
 }
 
@@ -67,7 +79,7 @@ void printForPeople(const FetchRehearsalView& view, Output& output) {
     if (view.fetch.ok || !view.changes.empty()) {
         printKeyChanges(view.changes, view.fromKeptCopies, output);
     }
-    printRemarks(sentencesOf(view.failures), Format::Table, output);
+    printRemarks(view.remarks(), Format::Table, output);
     output.out << "Nothing has been changed.\n";
 }
 
@@ -78,7 +90,7 @@ int rehearseFetch(const Invocation& invocation, Output& output) {
     const InterruptibleOutput interruptibly(output, rehearsal.interruption());
     const FetchRehearsalView view = fetchOnCopy(invocation, rehearsal);
     if (isForMachines(invocation.format)) {
-        printRemarks(sentencesOf(view.failures), invocation.format, output);
+        printRemarks(view.remarks(), invocation.format, output);
         output.out << answers::fetchRehearsal(view.fetch, view.changes, invocation.format);
         if (view.interrupted) {
             printError(output, view.fetch.reason);

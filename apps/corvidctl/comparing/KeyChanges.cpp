@@ -8,6 +8,7 @@
 #include "chain/CacheFiles.h"
 #include "comparing/SortedMerge.h"
 #include "quill/StringUtils.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -82,6 +83,9 @@ std::vector<KeyChange> changesBetween(const EffectiveValues& before, const Effec
             return;
         }
         change.kind = *kind;
+        for (ValueView* const side : {&change.before, &change.after}) {
+            side->key = shownKey(QuillCoreUtils::toWideString(side->key), reveal);
+        }
         change.isSensitive = change.before.isSensitive || change.after.isSensitive;
         if (change.isSensitive && !reveal) {
             hide(change.before);

@@ -1,20 +1,14 @@
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "cli/WrongUse.h"
 #include "comparing/KeyChanges.h"
 #include "comparing/Rehearsal.h"
 #include "comparing/SimulationPlan.h"
 
 namespace corvidctl {
-
-/// Something on the command line that only the configuration itself could show to be wrong.
-class WrongUse : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 struct SimulationView {
     std::vector<KeyChange> changes;

@@ -131,6 +131,10 @@ private:
     }
 
     void unset(const std::string& word) {
+        if (word.empty()) {
+            plan_.problem = "--unset '': expected the name of a key";
+            return;
+        }
         const bool isSetToo = std::any_of(plan_.setKeys.begin(), plan_.setKeys.end(), [&word](const auto& set) {
             return caseInsensitiveStringEquals(set.first, word);
         });

@@ -7,6 +7,7 @@
 #include "chain/ConfigStoreManager.h"
 #include "quill/StringUtils.h"
 #include "reading/ClientKeys.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -38,7 +39,7 @@ std::vector<ExportedValue> effectiveValues(const ChainReader& reader) {
         ValueView view = reader.describe(key);
         if (view.isDefined) {
             const bool isClientState = isStateOfTheClient(view, reader);
-            values.push_back({std::move(view.key), std::move(view.value), view.isSensitive, isClientState});
+            values.push_back({QuillCoreUtils::toString(key), std::move(view.value), view.isSensitive, isClientState});
         }
     }
     return values;
@@ -70,7 +71,7 @@ ExportView exported(const std::vector<ExportedValue>& values, const ExportForm& 
         if (value.isClientState) {
             view.leftOut.push_back({value.key, "the client keeps it for itself", true});
         } else if (value.isSensitive && !reveal) {
-            view.hidden.push_back(value.key);
+            view.hidden.push_back(shownKey(QuillCoreUtils::toWideString(value.key)));
         } else if (const std::string obstacle = form.obstacleTo(value); !obstacle.empty()) {
             view.leftOut.push_back({value.key, obstacle, false});
         } else {

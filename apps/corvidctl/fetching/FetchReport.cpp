@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ConfigStoreConstants.h"
 #include "output/Output.h"
 #include "output/Text.h"
 
@@ -61,6 +62,11 @@ void explainStall(const Cycle& cycle, const ValueView& before, FetchView& view) 
         view.reason += ": " + answers;
     } else if (before.isDefined && !isVersion(before.value)) {
         view.reason += ": HomeUdsVersion, from " + before.valueStoreName + ", is no version, and no server was asked";
+        view.advice = before.valueStoreName == ConfigStoreConstants::LOCAL_FILE_STORE_NAME
+                          ? "Erase it, and a server is asked: corvidctl unset HomeUdsVersion. Or correct it, for "
+                            "example: corvidctl set HomeUdsVersion 12.5"
+                          : "Correct it where it stands; corvidctl explain HomeUdsVersion tells where that is.";
+        return;
     } else {
         view.reason += ": no server was asked";
     }
@@ -77,6 +83,9 @@ std::string adviceOn(const std::vector<Attempt>& attempts) {
     };
     if (any({ResultEnum::CertificateRejected, ResultEnum::TlsFailed})) {
         return "If the certificate is of an authority of your own, name that with --ca-file FILE.";
+    }
+    if (any({ResultEnum::BodyEmpty})) {
+        return "Look at the server's file under this name: there is nothing in it.";
     }
     if (any({ResultEnum::StatusRefused})) {
         return "Check that the server holds the file under this name; the key configurationfile may name another.";

@@ -1,5 +1,7 @@
 #include "fetching/KeptCopy.h"
 
+#include <filesystem>
+
 #include "ConfigFeatureSet.h"
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
@@ -68,6 +70,15 @@ std::string noteDelivery(Session& session, const std::string& configDirectory,
         leaveNote(copy, {fetched.url, fetched.server, fetched.version, downloads.cycles.back().ended});
     }
     return lost;
+}
+
+bool holdsFormerCopy(const std::string& configDirectory) {
+    std::error_code error;
+    return std::filesystem::exists(configDirectory + "/" + ConfigStoreConstants::LEGACY_TFTP_CACHE_FILE_NAME, error);
+}
+
+std::string nameOfFormerCopy() {
+    return ConfigStoreConstants::LEGACY_TFTP_CACHE_FILE_NAME + ", a copy of a former version";
 }
 
 std::string sentenceOnLostCopy(const std::string& path) {

@@ -23,6 +23,13 @@ ValueView storedVersion(Session& session);
 std::string noteDelivery(Session& session, const std::string& configDirectory,
                          const DownloadJournal::Snapshot& downloads, const FetchView& fetched);
 
+/// Whether there is a copy of the server's file in the configuration directory itself, where former versions left it;
+/// the module removes that when it is to fetch the file.
+bool holdsFormerCopy(const std::string& configDirectory);
+
+/// What such a copy is called, and is.
+std::string nameOfFormerCopy();
+
 /// That the copy at the path could not be written; without a full stop.
 std::string sentenceOnLostCopy(const std::string& path);
 

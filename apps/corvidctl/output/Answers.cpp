@@ -73,9 +73,12 @@ Json fetchObject(const FetchView& view) { return toJson(view); }
 std::string fetch(const FetchView& view, Format format) { return printed(toJson(view), format); }
 
 std::string provisioning(const ProvisioningView& view, Format format) {
-    Json json = {{"accepted", view.accepted}, {"keys", Json::array()}};
+    const bool isSet = view.accepted && view.cacheOnDisk;
+    Json json = {{"accepted", isSet}, {"keys", Json::array()}};
     for (const ProvisionedKey& key : view.keys) {
-        json["keys"].push_back(key.key);
+        if (isSet) {
+            json["keys"].push_back(key.key);
+        }
     }
     json["reopened"] = hasReopened(view);
     return printed(json, format);

@@ -7,6 +7,8 @@
 #include "chain/CacheFiles.h"
 #include "chain/ConfigStoreManager.h"
 #include "quill/StringUtils.h"
+#include "reading/ClientKeys.h"
+#include "tessel/FipsUtils.h"
 #include "xml/XmlCharacters.h"
 #include "xml/XmlConfigParser.h"
 
@@ -31,15 +33,17 @@ SensitiveKeySet keysOfTheStore(ConfigStoreManager& chain) {
 
 std::wstring textOnDisk(const std::wstring& text) { return QuillCoreUtils::toWideString(toXmlText(text).text); }
 
-/// Whether the next start will read from the file what the link has set. It will know the keys in lower case.
+/// Whether the next start will read from the file what the link has set. It will know the keys in lower case. What FIPS
+/// mode rules reads as the rule says, whatever stands there.
 bool isCacheOnDisk(const std::vector<LinkPart>& parts) {
     ConfigMap onDisk;
     SensitiveKeySet sensitive;
     return XmlConfigParser::readFromFile(CacheFiles::provisioningPath(), onDisk, sensitive) &&
            std::all_of(parts.begin(), parts.end(), [&onDisk](const LinkPart& part) {
                const auto entry = onDisk.find(part.key);
+               const bool isRuled = isRuledByFipsMode(part.key) && tessel::common::FipsUtils::isFipsEnabled();
                return part.fate != PartFate::Taken ||
-                      (entry != onDisk.end() && entry->second == textOnDisk(part.value));
+                      (entry != onDisk.end() && (isRuled || entry->second == textOnDisk(part.value)));
            });
 }
 
@@ -106,7 +110,7 @@ private:
 
 bool hasReopened(const ProvisioningView& view) {
     // A link that is taken closes the latch again.
-    return view.wasClosed && !view.latchRefused && (!view.isClosed || view.accepted);
+    return view.latchOnDisk && view.wasClosed && !view.latchRefused && (!view.isClosed || view.accepted);
 }
 
 void reopenLatch(Session::Inside& inside, ProvisioningView& view) {

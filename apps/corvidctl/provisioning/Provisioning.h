@@ -38,9 +38,10 @@ struct ProvisioningView {
     std::vector<DroppedPart> dropped;
     std::vector<std::string> gone;  ///< keys that an earlier link had set and this one has not
     bool cacheOnDisk = true;        ///< the next start finds what the link has set
+    bool latchOnDisk = true;        ///< the next start finds the latch as it is
 };
 
-/// Whether the command has reset a latch that was closed.
+/// Whether the command has reset a latch that was closed, and that is on disk.
 bool hasReopened(const ProvisioningView& view);
 
 /// Resets the latch if it is closed. Dispatcher thread.

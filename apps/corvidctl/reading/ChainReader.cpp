@@ -9,6 +9,7 @@
 #include "quill/StringUtils.h"
 #include "reading/ClientKeys.h"
 #include "tessel/FipsUtils.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -27,7 +28,7 @@ ChainReader::ChainReader(ConfigStoreManager& chain, bool reveal) : chain_(chain)
 bool ChainReader::isSensitive(const std::wstring& key) const {
     const std::vector<std::wstring> names = names_.namesInOrder(key);
     return std::any_of(names.begin(), names.end(),
-                       [this](const std::wstring& name) { return chain_.isKeySensitive(name); });
+                       [this](const std::wstring& name) { return chain_.isKeySensitive(name) || holdsSecret(name); });
 }
 
 std::string ChainReader::shown(const std::wstring& text, bool sensitive) const {
@@ -46,7 +47,7 @@ ValueView ChainReader::describe(const std::wstring& key, const SearchList& store
     const KeyResolver::Report report = KeyResolver(stores, names_.table()).resolve(FoldedKey(current));
 
     ValueView view;
-    view.key = toString(current);
+    view.key = shownKey(current, reveal_);
     view.isDefined = report.isDefined();
     view.isOverridden = report.isOverridden();
     view.isSensitive = isSensitive(current);
@@ -70,7 +71,7 @@ ValueView ChainReader::describe(const std::wstring& key, const SearchList& store
 
 ValueView ChainReader::describe(const ConfigValue& object) const {
     ValueView view;
-    view.key = toString(currentName(object.getKey()));
+    view.key = shownKey(currentName(object.getKey()), reveal_);
     view.isDefined = object.getisDefined();
     view.isOverridden = object.getisOverridden();
     view.isSensitive = isSensitive(object.getKey());
@@ -87,7 +88,7 @@ ValueView ChainReader::describe(const ConfigValue& object) const {
 
 ExplanationView ChainReader::explain(const std::wstring& key) const {
     ExplanationView view;
-    view.asked = toString(key);
+    view.asked = shownKey(key, reveal_);
     view.value = describe(key);
     view.fipsRuleSpoke = isFipsRule(currentName(key));
 
@@ -97,7 +98,7 @@ ExplanationView ChainReader::explain(const std::wstring& key) const {
         if (hit) {
             break;
         }
-        view.lookedUp.push_back(toString(name));
+        view.lookedUp.push_back(shownKey(name, reveal_));
         for (const std::shared_ptr<ConfigStore>& store : stores) {
             LayerView layer;
             layer.store = store->getName();

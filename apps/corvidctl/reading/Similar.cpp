@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::size_t MOST_SLIPS = 2;
 constexpr std::size_t CHARACTERS_FOR_A_SLIP = 3;
+constexpr std::size_t LONGEST_WORD = 256;  // the work grows with the square of the length
 
 std::wstring folded(std::string_view text) {
     std::wstring result = QuillCoreUtils::toWideString(text);
@@ -57,6 +58,9 @@ std::size_t slipsBetween(std::string_view one, std::string_view other) { return 
 
 std::optional<std::string> closest(std::string_view word, const std::vector<std::string>& candidates) {
     const std::wstring meant = folded(word);
+    if (meant.size() > LONGEST_WORD) {
+        return std::nullopt;
+    }
     std::optional<std::string> best;
     std::size_t fewest = MOST_SLIPS + 1;
     for (const std::string& candidate : candidates) {

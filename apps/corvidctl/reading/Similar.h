@@ -16,7 +16,7 @@ std::size_t slipsBetween(std::string_view one, std::string_view other);
 /// The candidate that was probably meant by a word that is none of them: at most one slip away for each three
 /// characters of the longer one, and never more than two. Of several that are as close, the first.
 /// @param word, candidates UTF-8.
-/// @return nothing if no candidate is close enough.
+/// @return nothing if no candidate is close enough, or the word has more than 256 characters.
 std::optional<std::string> closest(std::string_view word, const std::vector<std::string>& candidates);
 
 }  // namespace corvidctl

@@ -6,11 +6,14 @@
 
 namespace corvidctl {
 
-/// A copy of a configuration directory in a fresh temporary place, removed at the end: its files and folders, as deep
-/// as the module looks, and what links lead to. One that is missing counts as an empty one.
+/// A copy of a configuration directory in a fresh temporary place, removed at the end: the files in it that the module
+/// reads, be they links, an empty one in the place of one that it only removes, and nothing else that lies there. One
+/// that is missing counts as an empty one.
 class ProfileCopy {
 public:
-    /// @throws std::system_error with one line if it cannot be copied; nothing stays behind.
+    /// Nothing stays behind if it throws.
+    /// @throws WrongUse if one of the files, or the folder of the kept copies, cannot be read.
+    /// @throws std::system_error with one line if the copy cannot be written.
     explicit ProfileCopy(const std::string& profile);
 
     const std::string& path() const { return folder_.path(); }

@@ -15,12 +15,12 @@ std::string wordOf(Severity severity);
 
 /// The stable words for what a finding is about.
 namespace FindingKind {
-inline constexpr const char* Unreadable = "unreadable";               ///< error: not there, or no document
-inline constexpr const char* Syntax = "syntax";                       ///< error or warning of the XML parser
-inline constexpr const char* WrongForm = "wrong-form";                ///< error: not the form of a file of this name
-inline constexpr const char* DuplicateKey = "duplicate-key";          ///< another entry counts
-inline constexpr const char* LostEntry = "lost-entry";                ///< it gives no key
-inline constexpr const char* IgnoredText = "ignored-text";            ///< text where none is read
+inline constexpr const char* Unreadable = "unreadable";       ///< error: not there, or no document
+inline constexpr const char* Syntax = "syntax";               ///< error or warning of the XML parser
+inline constexpr const char* WrongForm = "wrong-form";        ///< error or warning: not the form of a file of this name
+inline constexpr const char* DuplicateKey = "duplicate-key";  ///< another entry counts
+inline constexpr const char* LostEntry = "lost-entry";        ///< it gives no key
+inline constexpr const char* IgnoredText = "ignored-text";    ///< text where none is read
 inline constexpr const char* IgnoredElement = "ignored-element";      ///< an element that is not read
 inline constexpr const char* MarkupValue = "markup-value";            ///< the entry's mark-up is its value
 inline constexpr const char* NeverAnswered = "never-answered";        ///< no file of this form can set the key

@@ -1,13 +1,11 @@
 #include "validating/PropertiesInspector.h"
 
-#include <algorithm>
 #include <map>
 #include <utility>
 
-#include "ConfigStoreConstants.h"
 #include "chain/ConfigMap.h"
 #include "quill/StringUtils.h"
-#include "validating/KnownKeys.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -33,20 +31,14 @@ bool isMarkup(const std::string& contents) {
     return start.starts_with('<');
 }
 
-/// A line without a colon is a key from end to end, and what was meant as its value may be a secret.
-std::string withoutSecret(const std::string& key) {
-    const std::size_t end = std::min(key.find_first_of("= \t"), key.size());
-    const bool isSecret = end < key.size() && KnownKeys::isAlwaysSensitive(toWideString(key.substr(0, end)));
-    return isSecret ? key.substr(0, end + 1) + toString(ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT) : key;
-}
-
 /// Goes through the lines and fills a report.
 class PropertiesInspection {
 public:
     PropertiesReport run(const std::string& contents) {
         if (isMarkup(contents)) {
-            refuse();
-            return std::move(report_);
+            report_.findings.push_back({Severity::Warning, FindingKind::WrongForm, 1, 0, "",
+                                        "it looks like mark-up; a file of this name is read line by line all the same, "
+                                        "as key:value"});
         }
         for (const std::string& line : linesOf(contents)) {
             ++line_;
@@ -58,13 +50,6 @@ public:
     }
 
 private:
-    void refuse() {
-        report_.valid = false;
-        report_.findings.push_back({Severity::Error, FindingKind::WrongForm, 1, 0, "",
-                                    "no key is read from it: a file of this name is read as lines of key:value, and "
-                                    "this one is mark-up"});
-    }
-
     void inspectLine(const std::string& line) {
         if (line_ == 1 && line.starts_with(BYTE_ORDER_MARK)) {
             add(Severity::Warning, FindingKind::ByteOrderMark,
@@ -78,7 +63,8 @@ private:
             add(Severity::Warning, FindingKind::IllFormedText, "bytes that are no UTF-8 are read as U+FFFD");
         }
         const std::size_t colon = line.find(':');
-        const std::string key = withoutSecret(trim(line.substr(0, colon)));
+        const std::wstring read = toWideString(trim(line.substr(0, colon)));
+        const std::string key = shownKey(read);
         const std::string value = colon == std::string::npos ? std::string() : trim(line.substr(colon + 1));
         if (key.empty()) {
             noticeNamelessLine(colon);
@@ -87,7 +73,7 @@ private:
         if (colon == std::string::npos) {
             noticeMissingColon(line, key);
         }
-        enter(toWideString(key), toWideString(value));
+        enter(toWideString(key), toWideString(value), holdsSecret(read));
     }
 
     void noticeNamelessLine(std::size_t colon) {
@@ -107,10 +93,10 @@ private:
             key);
     }
 
-    void enter(const std::wstring& key, const std::wstring& value) {
+    void enter(const std::wstring& key, const std::wstring& value, bool isSensitive) {
         const auto [known, added] = places_.emplace(key, report_.entries.size());
         if (added) {
-            report_.entries.push_back({key, value, line_, false, false, key});
+            report_.entries.push_back({key, value, line_, isSensitive, false, key});
             return;
         }
         DocumentReport::Entry& entry = report_.entries[known->second];

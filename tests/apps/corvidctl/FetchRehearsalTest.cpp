@@ -61,6 +61,16 @@ TEST_F(FetchDryRun, ShowsNoSecretOfTheFile) {
     }
 }
 
+TEST_F(FetchDryRun, TellsThatTheCopyOfAFormerVersionWouldGo) {
+    serve("12.5");
+    const std::string line = "would remove corvid-config.xml, a copy of a former version\n";
+    EXPECT_THAT(rehearsed().out, Not(HasSubstr("former version")));
+    writeConfig("corvid-config.xml", "<c/>");
+    EXPECT_THAT(rehearsed().out, EndsWith(line + "Nothing has been changed.\n"));
+    EXPECT_EQ(rehearsed("json").error, line);
+    EXPECT_EQ(configFile("corvid-config.xml"), "<c/>");
+}
+
 TEST_F(FetchDryRun, FailsAsAFetchDoes) {
     serveAs("other.xml", "12.5");
     const auto before = files();

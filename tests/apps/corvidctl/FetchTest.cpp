@@ -37,6 +37,19 @@ TEST_F(Fetch, TakesTheFileOverHttpsFromVersionElevenOn) {
     EXPECT_THAT(requestsUntilStop(), ElementsAre("8443/hubm-uds/version", "6972/corvid-config.xml"));
 }
 
+TEST_F(Fetch, TellsThatTheCopyOfAFormerVersionIsGone) {
+    serve("12.5");
+    const std::string line = "removed corvid-config.xml, a copy of a former version\n";
+    for (const std::string format : {"table", "json"}) {
+        writeConfig("corvid-config.xml", "<c/>");
+        const support::Ended ended = run(trusting({"-o", format, "fetch"}));
+        EXPECT_EQ(ended.status, 0);
+        EXPECT_THAT(format == "json" ? ended.error : ended.out, testing::EndsWith(line));
+        EXPECT_FALSE(directory_.exists("config/corvid-config.xml"));
+    }
+    EXPECT_THAT(run(trusting({"fetch"})).out, Not(HasSubstr("former version")));
+}
+
 TEST_F(Fetch, TakesTheFileOverHttpBelowVersionEleven) {
     serve("10.5.2");
     const json result = fetched();

@@ -164,3 +164,38 @@ TEST_F(Tool, ListOfAStoreThatWinsNothingIsNoFailure) {
     EXPECT_EQ(ended.status, 0);
     EXPECT_EQ(ended.out, "No key matches.\n");
 }
+
+TEST_F(Tool, ShowsNoSecretOfALineWithoutAColonUnlessTold) {
+    const std::string lines = "ConnectionPassword s3cret\nBDIConnectionPassword=s3cret\n<Addtional_Info>s3cret\n<v "
+                              "name=\"ConnectionUsername\" value=\"a:s3cret\"/>\nPlain s3lf\n";
+    directory_.write("install/bootstrap.properties", lines);
+    const std::string file = directory_.write("other.properties", lines + "connectionpassword\ts3cret again\n");
+    const std::vector<std::vector<std::string>> commands = {
+        {"list"},
+        {"--json", "list"},
+        {"delta", "--type", "extended"},
+        {"--json", "delta"},
+        {"export"},
+        {"export", "--format", "json"},
+        {"export", "--format", "properties", "--store", "BootstrapConfigStore"},
+        {"--json", "export", "--store", "BootstrapConfigStore"},
+        {"simulate", "--replace", "BootstrapConfigStore=" + file},
+        {"--json", "simulate", "--without", "BootstrapConfigStore"},
+        {"diff", "live", "LocalFileConfigStore"},
+        {"--json", "diff", "live", "LocalFileConfigStore"},
+        {"explain", "connectionpassword s3cret", "--json"},
+        {"validate", file},
+        {"complete", "keys"}};
+    for (const std::vector<std::string>& words : commands) {
+        const support::Ended ended = run(words);
+        EXPECT_THAT(ended.out + ended.error, Not(HasSubstr("s3cret"))) << testing::PrintToString(words);
+    }
+    EXPECT_THAT(run({"list"}).out, HasSubstr("ConnectionPassword VALUE_HIDDEN"));
+    EXPECT_THAT(run({"list"}).out, HasSubstr("BDIConnectionPassword=VALUE_HIDDEN"));
+    EXPECT_THAT(run({"list"}).out, HasSubstr("Plain s3lf"));
+    for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
+             {"--reveal", "list"}, {"--reveal", "delta", "--type", "extended"}, {"--reveal", "export"}}) {
+        const support::Ended ended = run(words);
+        EXPECT_THAT(ended.out + ended.error, HasSubstr("ConnectionPassword s3cret")) << words[1];
+    }
+}

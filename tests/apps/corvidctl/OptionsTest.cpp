@@ -1,4 +1,5 @@
 #include "Tool.h"
+#include "callcontrol/CallControlServer.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -208,6 +209,20 @@ TEST_F(Tool, TellsThatItsOutputCouldNotBeWritten) {
     for (const std::string words : {"get DockedWindow", "list", "--json list", "--help", "--version", "get --help"}) {
         const support::Ended ended = support::runProgram(
             {"/bin/sh", "-c", "exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" " + words + " >/dev/full",
+             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+        EXPECT_EQ(ended.status, 1) << words;
+        EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n") << words;
+    }
+}
+
+TEST_F(Tool, DoesNotStayWhereItsFirstLinesCouldNotBeWritten) {
+    directory_.write("install/bootstrap.properties", "ServicesDomain: example.org\n");
+    const std::string file = directory_.write("served.xml", "<c/>");
+    const std::string address = callcontrol::CallControlServer::freeLoopbackAddress();
+    for (const std::string& words : {std::string("inspect"), "serve " + file + " --address " + address}) {
+        const support::Ended ended = support::runProgram(
+            {"/bin/sh", "-c",
+             "exec \"$0\" --log-level 2 --config-dir \"$1\" --install-dir \"$2\" " + words + " >/dev/full",
              CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
         EXPECT_EQ(ended.status, 1) << words;
         EXPECT_EQ(ended.error, "corvidctl: the output could not be written: No space left on device\n") << words;

@@ -44,6 +44,14 @@ protected:
         EXPECT_EQ(files(), before) << link;
     }
 
+    /// Where no file can grow.
+    support::Ended runWithoutDisk(const std::string& words) const {
+        return support::runProgram(
+            {"/bin/sh", "-c",
+             "trap '' XFSZ; ulimit -f 0; exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" " + words,
+             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+    }
+
     /// What an administrator's file says beside everything else.
     void writeOverride(const std::string& entries) const {
         writeConfig("corvid-config-user.xml", "<c><g>" + entries + "</g></c>");
@@ -86,8 +94,10 @@ TEST_F(ProvisionTool, TellsWhichStoreStillWins) {
 }
 
 TEST_F(ProvisionTool, TellsThatTheFipsRuleOutweighsTheValue) {
-    EXPECT_EQ(run({"--fips", "on", "provision", "x?Telephony_P2P_Enabled=true"}).out,
-              "Telephony_P2P_Enabled is set to \"true\".\nIt reads as \"false\".\n" + CLOSED);
+    const support::Ended ended = run({"--fips", "on", "provision", "x?Telephony_P2P_Enabled=true"});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_EQ(ended.error, "");
+    EXPECT_EQ(ended.out, "Telephony_P2P_Enabled is set to \"true\".\nIt reads as \"false\".\n" + CLOSED);
 }
 
 TEST_F(ProvisionTool, GivesTheKeysAsTheLinkSpellsThem) {
@@ -240,22 +250,28 @@ TEST_F(ProvisionTool, ShowsNoControlCharacterOfALink) {
 
 TEST_F(ProvisionTool, SaysThatTheValuesAreNotOnDisk) {
     writeConfig("Cache", "no folder");
-    const support::Ended ended = run({"provision", "x?ServicesDomain=a"});
+    const support::Ended ended = run({"provision", "x?ServicesDomain=a&Unknown=b"});
     EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "Part 2, \"Unknown\", is dropped: no link may set this key.\n" + CLOSED);
     EXPECT_THAT(ended.error,
                 HasSubstr("corvidctl: what the link sets could not be written to " + directory_.path("config") +
                           " and is gone; corvidctl provision --reopen LINK tries again\n"));
 }
 
 TEST_F(ProvisionTool, SaysThatTheLatchIsNotOnDisk) {
-    const support::Ended ended =
-        support::runProgram({"/bin/sh", "-c",
-                             "trap '' XFSZ; ulimit -f 0; exec \"$0\" --config-dir \"$1\" --install-dir \"$2\" "
-                             "provision 'x?ServicesDomain=a'",
-                             CORVIDCTL_PROGRAM, directory_.path("config"), directory_.path("install")});
+    const support::Ended ended = runWithoutDisk("provision 'x?ServicesDomain=a'");
     EXPECT_EQ(ended.status, 1);
+    EXPECT_EQ(ended.out, "");
     EXPECT_THAT(ended.error,
                 HasSubstr("the state of the latch could not be written to " + directory_.path("config") + "\n"));
+}
+
+TEST_F(ProvisionTool, GivesNothingAsDoneThatIsNotOnDisk) {
+    const json nothing = {{"accepted", false}, {"keys", json::array()}, {"reopened", false}};
+    EXPECT_EQ(json::parse(runWithoutDisk("--json provision 'x?ServicesDomain=a'").out), nothing);
+    ASSERT_EQ(run({"provision", "x?ServicesDomain=first"}).status, 0);
+    EXPECT_EQ(json::parse(runWithoutDisk("--json provision --reopen").out), nothing);
+    EXPECT_EQ(runWithoutDisk("provision --reopen").out, "");
 }
 
 TEST_F(ProvisionTool, WritesEachLineOnStandardErrorInOnePiece) {

@@ -171,7 +171,14 @@ TEST_F(Serve, IsTrustedByItsCertificateOnly) {
 }
 
 TEST_F(Serve, ReplacesTheCertificateOfAnEarlierRun) {
-    directory_.write("ca.pem", std::string(100'000, 'x'));
+    directory_.write("ca.pem", "-----BEGIN CERTIFICATE-----\n" + std::string(100'000, 'x'));
+    ChildProcess server(words());
+    ASSERT_TRUE(server.waitForOutput(READY));
+    EXPECT_EQ(client().get(secureUrl()).status, 200);
+}
+
+TEST_F(Serve, WritesItsCertificateIntoAnEmptyFile) {
+    directory_.write("ca.pem", "");
     ChildProcess server(words());
     ASSERT_TRUE(server.waitForOutput(READY));
     EXPECT_EQ(client().get(secureUrl()).status, 200);
@@ -274,6 +281,13 @@ TEST_F(Serve, NeedsAPlaceForTheCertificate) {
         expectRefused({"serve", file_, "--write-ca", path},
                       "--write-ca '" + path + "': expected a file that can be written, and another one than FILE");
     }
+}
+
+TEST_F(Serve, WritesItsCertificateOverNoFileThatIsNone) {
+    const std::string letter = directory_.write("letter", "Dear Sirs");
+    expectRefused({"serve", file_, "--write-ca", letter},
+                  "--write-ca '" + letter + "': expected a file that does not exist yet, or a certificate to replace");
+    EXPECT_EQ(directory_.read("letter"), "Dear Sirs");
 }
 
 TEST_F(Serve, HelpShowsItsOptions) {

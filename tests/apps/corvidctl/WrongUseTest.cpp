@@ -3,6 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
+#include <fstream>
+
+#include "cli/InvocationChecks.h"
+#include "support/ForkedChild.h"
+
 namespace {
 
 /// One row: the words, and the one line that is expected on standard error.
@@ -20,6 +26,31 @@ protected:
         EXPECT_EQ(ended.error, "corvidctl: " + line + "\n");
         EXPECT_EQ(ended.out, "");
         EXPECT_EQ(files(), before) << line;
+    }
+
+    /// What is wrong with a command for somebody who is not the superuser, who can read everything.
+    std::string problemForOthers(const std::string& command) const {
+        namespace fs = std::filesystem;
+        fs::permissions(directory_.path(), fs::perms(0755));
+        fs::create_directories(directory_.path("said"));
+        fs::permissions(directory_.path("said"), fs::perms::all);
+        const int status = support::runForked([&] {
+            constexpr uid_t nobody = 65534;
+            if (geteuid() == 0 && setuid(nobody) != 0) {
+                return 1;
+            }
+            corvidctl::Invocation invocation;
+            invocation.command = command;
+            invocation.arguments = {"OnlyMine"};
+            invocation.configDirectory = directory_.path("config");
+            invocation.installDirectory = directory_.path("install");
+            std::ofstream(directory_.path("said/problem")) << corvidctl::checkInvocation(invocation);
+            return 0;
+        });
+        EXPECT_EQ(status, 0);
+        const std::string problem = directory_.read("said/problem");
+        fs::remove(directory_.path("said/problem"));
+        return problem;
     }
 };
 
@@ -67,6 +98,25 @@ TEST_F(WrongUseTool, RefusesALogFileThatCannotBeOpened) {
     }
 }
 
+TEST_F(WrongUseTool, WritesNeitherALogNorAJournalIntoAFileOfTheModule) {
+    const std::string line = ": this file is the module's own, expected another one";
+    std::filesystem::create_symlink(localPath(), directory_.path("link"));
+    for (const char* const name : {"config/corvidLocalConfig.xml", "config/corvid-config-user.xml", "link",
+                                   "install/corvid-config-defaults.xml", "install/bootstrap.properties"}) {
+        const std::string file = directory_.path(name);
+        expectRefused({"--log-file", file, "get", "OnlyMine"}, "--log-file '" + file + "'" + line);
+    }
+    std::filesystem::remove(localPath());
+    for (const std::string command : {"watch", "inspect"}) {
+        expectRefused({command, "--journal", localPath()}, "--journal '" + localPath() + "'" + line);
+        expectRefused({"--log-file", localPath(), command}, "--log-file '" + localPath() + "'" + line);
+    }
+}
+
+TEST_F(WrongUseTool, TakesOneDeviceForTheInstallersFileAndTheLog) {
+    EXPECT_EQ(run({"--bootstrap", "/dev/null", "--log-file", "/dev/null", "get", "OnlyMine"}).status, 0);
+}
+
 TEST_F(WrongUseTool, DoesNothingWhereNobodyReadsThePipeThatItsLogGoesTo) {
     const std::string pipe = directory_.path("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
@@ -106,6 +156,28 @@ TEST_F(WrongUseTool, RefusesAnUnreadableFileOfTheModule) {
     EXPECT_EQ(files(), before);
 }
 
+TEST_F(WrongUseTool, RefusesKeptCopiesThatCannotBeRead) {
+    namespace fs = std::filesystem;
+    const std::string config = directory_.path("config");
+    writeConfig("Cache/cachedTFTPConfigStore.xml", "<Corvid/>");
+    const std::string notes = directory_.write("config/Cache/notes.txt", "none of the module's");
+    fs::permissions(notes, fs::perms::none);
+    EXPECT_EQ(problemForOthers("get"), "");
+    const auto refuses = [&](const std::string& name, const std::string& what) {
+        const fs::perms before = fs::status(config + "/" + name).permissions();
+        fs::permissions(config + "/" + name, fs::perms::none);
+        const std::string line =
+            "--config-dir '" + config + "': expected its " + name + " to be a " + what + " that can be read";
+        for (const char* const command : {"get", "stores", "explain"}) {
+            EXPECT_EQ(problemForOthers(command), line);
+        }
+        EXPECT_THAT(problemForOthers("reset-data"), testing::HasSubstr("--yes is missing"));  // which would remove it
+        fs::permissions(config + "/" + name, before);
+    };
+    refuses("Cache/cachedTFTPConfigStore.xml", "file");
+    refuses("Cache", "folder");
+}
+
 TEST_F(WrongUseTool, RefusesAnEmptyKey) {
     expectRefused({"get", ""}, "get: KEY is empty, expected the name of a key");
     expectRefused({"explain", ""}, "explain: KEY is empty, expected the name of a key");
@@ -128,6 +200,10 @@ TEST_F(WrongUseTool, RefusesADataResetThatIsNotConfirmed) {
 TEST_F(WrongUseTool, NamesAnUnknownOption) {
     expectRefused({"list", "--frob"}, "unknown option '--frob', expected one that --help lists");
     expectRefused({"--frob", "list"}, "unknown option '--frob', expected one that --help lists");
+    expectRefused(
+        {"set", "neg", "-5"},
+        "unknown option '-5', expected one that --help lists, or -- before an argument that begins with a dash");
+    expectRefused({"stores", "-5"}, "unknown option '-5', expected one that --help lists");
     expectRefused({"set", "--original", "A", "B"}, "unknown option '--original', expected one that --help lists");
 }
 
@@ -192,6 +268,15 @@ TEST_F(WrongUseTool, RefusesANamedFileThatIsMissing) {
     expectRefused({"--log-file", missing + "/log", "set", "A", "b"},
                   "--log-file '" + missing + "/log': expected a file that can be written");
     expectRefused({"validate", missing}, "validate: FILE '" + missing + "': expected a file that can be read");
+}
+
+TEST_F(WrongUseTool, RefusesAnAuthorityWithoutACertificate) {
+    const std::string begun = "-----BEGIN CERTIFICATE-----\n";
+    for (const std::string& file : {directory_.write("users", "root:x:0:0\n"), directory_.write("torn", begun),
+                                    directory_.write("none", ""), std::string("/dev/null")}) {
+        expectRefused({"--ca-file", file, "fetch"},
+                      "--ca-file '" + file + "': expected a file with a certificate in it (PEM)");
+    }
 }
 
 TEST_F(WrongUseTool, RefusesADirectoryWhereAFileIsExpected) {

@@ -107,6 +107,8 @@ TEST_F(Plan, RefusesAKeyThatIsSetAndErased) {
     invocation_.setKeys = {"Key=1"};
     invocation_.unsetKeys = {"KEY"};
     EXPECT_EQ(problem(), "--unset 'KEY': expected another key than --set names");
+    invocation_.unsetKeys = {""};
+    EXPECT_EQ(problem(), "--unset '': expected the name of a key");
 }
 
 TEST_F(Plan, TakesAFileThatIsValidInItsPlace) {

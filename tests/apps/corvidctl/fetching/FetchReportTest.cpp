@@ -116,6 +116,7 @@ TEST(FetchReport, AdvisesByTheKindOfFailure) {
     };
     EXPECT_THAT(adviceOn(Result::CertificateRejected), HasSubstr("--ca-file FILE"));
     EXPECT_THAT(adviceOn(Result::TlsFailed), HasSubstr("--ca-file FILE"));
+    EXPECT_EQ(adviceOn(Result::BodyEmpty), "Look at the server's file under this name: there is nothing in it.");
     EXPECT_THAT(adviceOn(Result::ConnectionFailed), HasSubstr("corvidctl explain TFTPPrimaryServer"));
 }
 
@@ -159,6 +160,13 @@ TEST(FetchReport, TellsAStoredVersionThatIsNone) {
     const FetchView view = reportOn({cycle(CycleEnd::Stalled, {}, {})}, storedVersion("secret-like"));
     EXPECT_EQ(view.reason, "the server's version is not known: HomeUdsVersion, from LocalFileConfigStore, is no "
                            "version, and no server was asked");
+    EXPECT_EQ(view.advice,
+              "Erase it, and a server is asked: corvidctl unset HomeUdsVersion. Or correct it, for example: "
+              "corvidctl set HomeUdsVersion 12.5");
+    ValueView installers = storedVersion("abc");
+    installers.valueStoreName = "BootstrapConfigStore";
+    EXPECT_EQ(reportOn({cycle(CycleEnd::Stalled, {}, {})}, installers).advice,
+              "Correct it where it stands; corvidctl explain HomeUdsVersion tells where that is.");
 }
 
 TEST(FetchReport, TellsWhenNobodyWasAskedForTheVersion) {

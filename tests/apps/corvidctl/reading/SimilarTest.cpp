@@ -36,6 +36,15 @@ TEST(Similar, FindsTheCommandThatWasMeant) {
     EXPECT_EQ(closest("LIST", COMMANDS), "list");
 }
 
+TEST(Similar, FindsNothingForAWordOfMoreThan256Characters) {
+    const auto meant = [](std::size_t length) {
+        const std::string word(length, 'a');
+        return closest(word, {word.substr(1)}).has_value();
+    };
+    EXPECT_TRUE(meant(256));
+    EXPECT_FALSE(meant(257));
+}
+
 TEST(Similar, FindsNothingThatIsFarAway) {
     EXPECT_EQ(closest("frobnicate", COMMANDS), std::nullopt);
     EXPECT_EQ(closest("explaxyzn", COMMANDS), std::nullopt);

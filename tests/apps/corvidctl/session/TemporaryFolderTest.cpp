@@ -8,8 +8,11 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <vector>
 
+#include "cli/WrongUse.h"
 #include "fakes/TemporaryDirectory.h"
 #include "session/ProfileCopy.h"
 #include "support/ForkedChild.h"
@@ -56,6 +59,58 @@ TEST_F(TemporaryFolders, GoAtTheEnd) {
         const ProfileCopy copy(profile_.path());
         EXPECT_TRUE(fs::exists(copy.path() + "/Cache/cached.xml"));
     }
+    EXPECT_EQ(count(), 0);
+}
+
+TEST_F(TemporaryFolders, HoldOfAProfileWhatTheModuleReads) {
+    profile_.write("corvid-config-user.xml", "mine");
+    profile_.write("big.log", "stray");
+    profile_.write("corvid-config.xml", "of a former version");
+    profile_.write("Cache/cachedTFTPConfigStore.download.json", "{}");
+    profile_.write("elsewhere/corvidLocalConfig.xml", "stray");
+    fs::remove(profile_.path("Cache/cached.xml"));
+    profile_.write("kept.xml", "kept");
+    fs::create_symlink(profile_.path("kept.xml"), profile_.path("Cache/cachedTFTPConfigStore.xml"));
+    fs::create_symlink("nowhere", profile_.path("Cache/cachedNobody.xml"));
+    fs::create_directory(profile_.path("Cache/cachedFolder.xml"));
+    const ProfileCopy copy(profile_.path());
+    std::vector<std::string> held;
+    for (const auto& entry : fs::recursive_directory_iterator(copy.path())) {
+        held.push_back(entry.path().lexically_relative(copy.path()).string());
+    }
+    EXPECT_THAT(held, testing::UnorderedElementsAre("corvidLocalConfig.xml", "corvid-config-user.xml",
+                                                    "corvid-config.xml", "Cache", "Cache/cachedTFTPConfigStore.xml"));
+    EXPECT_EQ(fs::file_size(copy.path() + "/corvid-config.xml"), 0U);
+}
+
+TEST_F(TemporaryFolders, TellWhichFileOfAProfileCannotBeRead) {
+    fs::permissions(profile_.path(), fs::perms(0755));
+    fs::permissions(profile_.path("Cache"), fs::perms(0755));
+    fs::permissions(place(), fs::perms(0777));
+    fs::permissions(directory_.path(), fs::perms(0755));
+    const auto complaint = [this] {
+        const int status = support::runForked([this] {
+            if (geteuid() == 0 && setuid(65534) != 0) {
+                return 3;
+            }
+            try {
+                const ProfileCopy copy(profile_.path());
+                return 0;
+            } catch (const corvidctl::WrongUse& error) {
+                std::ofstream(place() + "/said") << error.what();
+                return 2;
+            }
+        });
+        EXPECT_EQ(status, 2);
+        const std::string said = directory_.read("tmp/said");
+        fs::remove(place() + "/said");
+        return said;
+    };
+    fs::permissions(profile_.path("Cache/cached.xml"), fs::perms::none);
+    EXPECT_EQ(complaint(), "'" + profile_.path("Cache/cached.xml") + "': expected a file that can be read");
+    fs::permissions(profile_.path("Cache"), fs::perms::none);
+    EXPECT_EQ(complaint(), "'" + profile_.path("Cache") + "': expected a folder that can be read");
+    fs::permissions(profile_.path("Cache"), fs::perms::owner_all);
     EXPECT_EQ(count(), 0);
 }
 

@@ -36,7 +36,6 @@ TEST(PropertiesInspector, ReadsKeysAndValuesWithTheirLines) {
     const std::string contents = "# comment: no\n\n Key : host:80 \nEmpty:\n";
     EXPECT_THAT(entriesOf(contents), ElementsAre("3: Key=host:80", "4: Empty="));
     EXPECT_THAT(told(contents), IsEmpty());
-    EXPECT_TRUE(inspectProperties(contents).valid);
 }
 
 TEST(PropertiesInspector, TellsWhichOfTwoLinesCounts) {
@@ -99,12 +98,19 @@ TEST(PropertiesInspector, WarnsOfAByteOrderMark) {
                             "it [byte-order-mark] "));
 }
 
-TEST(PropertiesInspector, RefusesMarkUp) {
-    const PropertiesReport report = inspectProperties("\n <?xml version='1.0'?><c a='b:c'/>");
-    EXPECT_FALSE(report.valid);
-    EXPECT_THAT(report.entries, IsEmpty());
-    EXPECT_THAT(told("<c/>"), ElementsAre("1: error: no key is read from it: a file of this name is read as lines of "
-                                          "key:value, and this one is mark-up [wrong-form] "));
+TEST(PropertiesInspector, ReadsMarkUpLineByLineAndWarns) {
+    const std::string contents = "\n <?xml version='1.0'?>: \n<c a='b:c'/>";
+    EXPECT_THAT(entriesOf(contents), ElementsAre("2: <?xml version='1.0'?>=", "3: <c a='b=c'/>"));
+    EXPECT_THAT(told(contents), ElementsAre("1: warning: it looks like mark-up; a file of this name is read line by "
+                                            "line all the same, as key:value [wrong-form] "));
+}
+
+TEST(PropertiesInspector, HidesWhatMayBeASecretInALineOfMarkUp) {
+    const PropertiesReport report = inspectProperties("<ConnectionPassword>s3cret:s3cret\n<a>b: c");
+    ASSERT_EQ(report.entries.size(), 2U);
+    EXPECT_EQ(report.entries[0].key, L"<ConnectionPassword>VALUE_HIDDEN");
+    EXPECT_TRUE(report.entries[0].sensitive);
+    EXPECT_FALSE(report.entries[1].sensitive);
 }
 
 TEST(PropertiesInspector, KnowsPropertiesByNameAndByContent) {
@@ -124,11 +130,11 @@ TEST(PropertiesInspector, AgreesWithTheStoreAboutAnyFile) {
     const auto upTo = [&random](std::size_t most) {
         return std::uniform_int_distribution<std::size_t>(0, most)(random);
     };
-    const std::vector<std::string> pieces = {"a",  "B",  "b",  "A", ":", ":",        " ",   "\t",
-                                             "\r", "\n", "\n", "#", "=", "\xC3\xA4", "\xFF"};
+    const std::vector<std::string> pieces = {"a",  "B",  "b",  "A", ":", ":", " ",        "\t",
+                                             "\r", "\n", "\n", "#", "=", "<", "\xC3\xA4", "\xFF"};
     const fakes::TemporaryDirectory directory;
     for (int round = 0; round < 60; ++round) {
-        std::string contents = "a";  // no mark-up, and no byte order mark
+        std::string contents = round % 2 == 0 ? "a" : "<";  // and no byte order mark
         for (std::size_t left = upTo(160); left > 0; --left) {
             contents += pieces[upTo(pieces.size() - 1)];
         }
