@@ -63,8 +63,7 @@ private:
             add(Severity::Warning, FindingKind::IllFormedText, "bytes that are no UTF-8 are read as U+FFFD");
         }
         const std::size_t colon = line.find(':');
-        const std::wstring read = toWideString(trim(line.substr(0, colon)));
-        const std::string key = shownKey(read);
+        const std::string key = shownKey(toWideString(trim(line.substr(0, colon))));
         const std::string value = colon == std::string::npos ? std::string() : trim(line.substr(colon + 1));
         if (key.empty()) {
             noticeNamelessLine(colon);
@@ -73,7 +72,7 @@ private:
         if (colon == std::string::npos) {
             noticeMissingColon(line, key);
         }
-        enter(toWideString(key), toWideString(value), holdsSecret(read));
+        enter(toWideString(key), toWideString(value));
     }
 
     void noticeNamelessLine(std::size_t colon) {
@@ -93,10 +92,10 @@ private:
             key);
     }
 
-    void enter(const std::wstring& key, const std::wstring& value, bool isSensitive) {
+    void enter(const std::wstring& key, const std::wstring& value) {
         const auto [known, added] = places_.emplace(key, report_.entries.size());
         if (added) {
-            report_.entries.push_back({key, value, line_, isSensitive, false, key});
+            report_.entries.push_back({key, value, line_, false, false, key});
             return;
         }
         DocumentReport::Entry& entry = report_.entries[known->second];

@@ -11,6 +11,7 @@
 #include "validating/FilePlace.h"
 #include "validating/KeyFindings.h"
 #include "validating/PropertiesInspector.h"
+#include "validating/ShownKey.h"
 #include "validating/ValueFindings.h"
 #include "xml/DocumentInspector.h"
 
@@ -65,7 +66,7 @@ void addFindings(ValidationView& view, Severity severity, const std::vector<Docu
 
 void addEntries(ValidationView& view, const std::vector<DocumentReport::Entry>& entries, bool reveal) {
     for (const DocumentReport::Entry& entry : entries) {
-        const bool sensitive = entry.sensitive || KnownKeys::isAlwaysSensitive(entry.key);
+        const bool sensitive = entry.sensitive || KnownKeys::isAlwaysSensitive(entry.key) || holdsSecret(entry.key);
         const std::wstring& shown =
             sensitive && !reveal ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : entry.value;
         view.entries.push_back({QuillCoreUtils::toString(entry.key), QuillCoreUtils::toString(shown), entry.line,

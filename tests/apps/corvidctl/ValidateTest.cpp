@@ -198,6 +198,14 @@ TEST_F(Tool, ValidateReadsPropertiesByNameAndByContent) {
     EXPECT_EQ(run({"validate", "--strict", document}).status, 1);
 }
 
+TEST_F(Tool, ValidateHidesWhatMayBeASecretInALineOfMarkUp) {
+    const std::string file = directory_.write("a.properties", "<ConnectionPassword>s3cret:s3cret\n");
+    const std::string out = run({"validate", file}).out;
+    EXPECT_THAT(out, HasSubstr("<ConnectionPassword>VALUE_HIDDEN  VALUE_HIDDEN  sensitive"));
+    EXPECT_THAT(out, testing::Not(HasSubstr("s3cret")));
+    EXPECT_THAT(out, testing::Not(HasSubstr("mark-ignored")));
+}
+
 TEST_F(Tool, ValidateWarnsOfValuesThatDoNotSayWhatTheySeemTo) {
     const std::string file = directory_.write("a.properties", "AllowUrlProvisioning:no\n");
     EXPECT_THAT(run({"validate", file}).out,

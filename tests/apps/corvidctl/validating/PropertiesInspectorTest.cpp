@@ -105,14 +105,6 @@ TEST(PropertiesInspector, ReadsMarkUpLineByLineAndWarns) {
                                             "line all the same, as key:value [wrong-form] "));
 }
 
-TEST(PropertiesInspector, HidesWhatMayBeASecretInALineOfMarkUp) {
-    const PropertiesReport report = inspectProperties("<ConnectionPassword>s3cret:s3cret\n<a>b: c");
-    ASSERT_EQ(report.entries.size(), 2U);
-    EXPECT_EQ(report.entries[0].key, L"<ConnectionPassword>VALUE_HIDDEN");
-    EXPECT_TRUE(report.entries[0].sensitive);
-    EXPECT_FALSE(report.entries[1].sensitive);
-}
-
 TEST(PropertiesInspector, KnowsPropertiesByNameAndByContent) {
     EXPECT_TRUE(isNamedProperties("Bootstrap.PROPERTIES"));
     EXPECT_FALSE(isNamedProperties("properties"));
