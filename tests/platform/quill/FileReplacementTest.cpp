@@ -117,6 +117,26 @@ TEST_F(FileReplacement, OpensNothingToGrowButWhatIsAccepted) {
     EXPECT_THAT(opened.take(), ElementsAre(testing::Pair("file", 1), testing::Pair("pipe", 1)));
 }
 
+TEST_F(FileReplacement, GivesNoDescriptorOfWhatItDoesNotOpen) {
+    int descriptor = 5;
+    EXPECT_EQ(openForAppending(path("missing/file"), O_WRONLY, descriptor), ENOENT);
+    EXPECT_EQ(descriptor, -1);
+}
+
+TEST_F(FileReplacement, OpensWithTheLowestDescriptorAsWithAnyOther) {
+    const int kept = ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3);
+    ::close(STDIN_FILENO);
+    const mode_t former = ::umask(0777);
+    int descriptor = -1;
+    const int error = openForAppending(path("log"), O_WRONLY, descriptor);
+    ::umask(former);
+    ::dup2(kept, STDIN_FILENO);
+    ::close(kept);
+    EXPECT_EQ(error, 0);
+    EXPECT_EQ(descriptor, STDIN_FILENO);
+    EXPECT_EQ(static_cast<unsigned>(fs::status(path("log")).permissions()), 0600U);
+}
+
 TEST_F(FileReplacement, CopiesIntoANewFileForTheOwnerOnly) {
     directory_.write("from", "contents");
     fs::permissions(path("from"), fs::perms(0666));
