@@ -225,6 +225,8 @@ TEST_F(FileReplacement, FollowsNoLinkOfAStrangersUnlessTheFolderIsHisToo) {
     fs::create_symlink("target", path("link"));
     ASSERT_EQ(lchown(path("link").c_str(), 65534, 65534), 0);
     EXPECT_FALSE(copy("from", "link"));
+    EXPECT_FALSE(FileUtils::replaceFileDurably(directory_.write("link.new", "new"), path("link")));
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "target", "link")) << "what cannot be put in place goes";
     EXPECT_EQ(directory_.read("target"), "old");
     ASSERT_EQ(chown(directory_.path().c_str(), 65534, 65534), 0);
     EXPECT_TRUE(copy("from", "link"));
