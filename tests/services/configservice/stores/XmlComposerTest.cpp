@@ -46,7 +46,7 @@ private:
 };
 
 std::wstring randomValue(std::mt19937& random) {
-    static const std::wstring units = L"abcXYZ 019<>&\"'\t\n\r\x7f\x85\u00a0\u00e9\u0416\u20ac\ufffd\U0001F600" +
+    static const std::wstring units = L"abcXYZ 019<>&\"'\t\n\r\x7f\x80\x85\u00a0\u00e9\u0416\u20ac\ufffd\U0001F600" +
                                       std::wstring(1, L'\x1') + std::wstring(1, static_cast<wchar_t>(0xD800)) +
                                       std::wstring(1, static_cast<wchar_t>(0xFFFE));
     std::wstring value;
