@@ -39,7 +39,7 @@ public:
         displaced = services_.setItem<T>(number, service);
     }
 
-    /// The service of type T. The first miss for a type that does not throw loads its module; later ones give null.
+    /// The service of type T. The first miss loads its module and looks again, a later one only if that has thrown.
     template <typename T>
     std::shared_ptr<T> getService() {
         return find<T>(services_, [this](const std::string& name) { return loadService(name); });
@@ -60,7 +60,7 @@ public:
         displacedAdapter = std::exchange(adapters_[number], adapter);
     }
 
-    /// The feature set of type T. The first miss for a type that does not throw loads its module; later ones give null.
+    /// The feature set of type T. The first miss loads its module and looks again, a later one only if that has thrown.
     template <typename T>
     std::shared_ptr<T> getFeatureSet() {
         return find<T>(featureSets_, [this](const std::string& name) { return loadFeatureSet(name); });
