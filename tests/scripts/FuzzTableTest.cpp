@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "fakes/TemporaryDirectory.h"
 #include "support/ChildProcess.h"
@@ -44,8 +45,8 @@ protected:
                                                            "END\n;;\n*) cat <<'END'\n" + longInputs + "END\n;;\nesac");
     }
 
-    support::Ended fuzz() const {
-        return support::runProgram({directory_.path("scripts/fuzz"), "--runs", "2000", "chain-file"},
+    support::Ended fuzz(const std::string& target = "chain-file") const {
+        return support::runProgram({directory_.path("scripts/fuzz"), "--runs", "2000", target},
                                    {.environment = {{"PATH", directory_.path("bin") + ":/usr/bin:/bin"}}});
     }
 
@@ -98,6 +99,35 @@ TEST_F(FuzzTable, HasNothingAgainstATargetThatGrewByNoMore) {
         EXPECT_THAT(ended.out, testing::HasSubstr(" | nothing |\n"));
         EXPECT_EQ(ended.status, 0) << ended.error;
     }
+}
+
+TEST_F(FuzzTable, RunsWhatLedFurtherInTheWholeChainOnceMoreUnderAllSanitizers) {
+    fs::create_directories(directory_.path("fuzz/corpus/whole-chain"));
+    writeScript("build/fuzz-fast/fuzz/fuzz_whole_chain", std::string("cat <<'END'\n") + endOfShortInputs + "END");
+    const std::string found =
+        "*-runs=0*\\ " + directory_.path("build/found/whole-chain") + "\\ fuzz/corpus/whole-chain";
+    for (const auto& [ending, remark] : {std::pair{0, "nothing"}, std::pair{1, "see build/found/whole-chain.log"}}) {
+        writeScript("build/fuzz/fuzz/fuzz_whole_chain",
+                    "case \"$*\" in\n" + found + ") exit " + std::to_string(ending) + ";;\n*) exit 2;;\nesac");
+        const support::Ended ended = fuzz("whole-chain");
+        EXPECT_THAT(ended.out,
+                    testing::HasSubstr(std::string("| `whole-chain` | 1000 | 500 | 95 MiB (?) | ") + remark));
+        EXPECT_EQ(ended.status, ending) << ended.error;
+    }
+}
+
+TEST_F(FuzzTable, BuildsTheFastTargetsForTheWholeChainOnly) {
+    writeScript("bin/cmake", R"(echo "cmake $*" >&2)");
+    targetGrows("60", "60");
+    fs::create_directories(directory_.path("fuzz/corpus/whole-chain"));
+    for (const char* const name : {"build/fuzz-fast/fuzz/fuzz_whole_chain", "build/fuzz/fuzz/fuzz_whole_chain"}) {
+        writeScript(name, "");
+    }
+    fuzz("chain-file");
+    EXPECT_EQ(directory_.read("build/found/build.log"), "cmake --preset fuzz\ncmake --build --preset fuzz\n");
+    fuzz("whole-chain");
+    EXPECT_EQ(directory_.read("build/found/build.log"), "cmake --preset fuzz\ncmake --build --preset fuzz\n"
+                                                        "cmake --preset fuzz-fast\ncmake --build --preset fuzz-fast\n");
 }
 
 }  // namespace

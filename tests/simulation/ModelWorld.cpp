@@ -38,6 +38,16 @@ std::vector<ModelStore> copiesOf(const std::vector<ModelStore>& stores) {
     return inOrder;
 }
 
+/// What comes back of a text that was written to a document: XML 1.0 has no character for most control codes.
+std::wstring throughDocument(std::wstring text) {
+    for (wchar_t& unit : text) {
+        const bool isCharacter = unit == L'\t' || unit == L'\n' || unit == L'\r' || (unit >= 0x20 && unit < 0xD800) ||
+                                 (unit >= 0xE000 && unit < 0xFFFE) || (unit >= 0x10000 && unit < 0x110000);
+        unit = isCharacter ? unit : L'\xFFFD';
+    }
+    return text;
+}
+
 }  // namespace
 
 ModelWorld::ModelWorld(const std::vector<ModelStore>& stores)
@@ -69,7 +79,7 @@ void ModelWorld::makeSomeAnew(const std::vector<ModelStore>& stores) {
         users->entries.clear();
         // It has been written meanwhile, and gives its keys in small letters.
         for (const auto& [key, entry] : left) {
-            users->put(key, entry.text);
+            users->put(key, throughDocument(entry.text));
         }
     }
     chain_.add(users);

@@ -70,8 +70,8 @@ TEST(AStart, LeavesALiveValueOfWhatAPolicyHasErased) {
 }
 
 TEST(AStart, TakesThePresenceStoreOutOfTheListInPhoneMode) {
-    for (const char* const list :
-         {"PresenceConfigStore:100;", "A:600;presenceconfigSTORE:100;TFTPConfigStore:20", "PresenceConfigStore:1:2;"}) {
+    for (const char* const list : {"PresenceConfigStore:100;", "A:600;presenceconfigSTORE:100;TFTPConfigStore:20",
+                                   "PresenceConfigStore:1:2;", "A:60\x1c;PresenceConfigStore:100;b\x01:20;"}) {
         const std::string properties = std::string("PRIMARYConfigStores: ") + list + "\nProductMode: phone_MODE\n";
         EXPECT_EQ(differenceOfAStartOver({{propertiesFile, properties}}), "") << list;
     }
