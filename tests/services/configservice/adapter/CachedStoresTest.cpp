@@ -116,6 +116,14 @@ TEST_F(CachedStores, OfThePresenceServerAreThereInAnotherProductMode) {
     EXPECT_EQ(priorityOf("cachedPresenceConfigStore.xml"), 230);
 }
 
+TEST_F(CachedStores, OfThePresenceServerAreDroppedIfTheCopyOfTheServersFileSaysPhoneMode) {
+    writeLocal({{"PrimaryConfigStores", "PresenceConfigStore:230;TFTPConfigStore:240;"}});
+    writeCache("cachedTFTPConfigStore.xml", {{"ProductMode", "Phone_Mode"}});
+    inject();
+    EXPECT_THAT(chain(), Not(Contains(HasSubstr("resence"))));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
+}
+
 TEST_F(CachedStores, OfThePresenceServerAreDroppedInPhoneModeAndLeaveTheList) {
     writeLocal({{"PrimaryConfigStores", "A:77;presenceCONFIGstore:230;Z:78;"}, {"ProductMode", "phone_mode"}});
     writeCache("cachedPresenceConfigStore.xml", {{"key", "value"}});

@@ -60,10 +60,18 @@ TEST(CachingGate, StandsAgainstTheStoreThatIsRemovedAlone) {
     CachingGate gate;
     const auto other = gate.noteJoin(store("Other"));
     const auto removed = gate.noteJoin(store());
-    const auto again = gate.noteJoin(store());
     gate.noteRemoval("outSIDE");
     EXPECT_FALSE(removed->isGiven());
-    EXPECT_FALSE(again->isGiven());
     EXPECT_TRUE(other->isGiven());
     EXPECT_TRUE(gate.noteJoin(store())->isGiven());
+}
+
+TEST(CachingGate, StandsAgainstTheStoreWhosePlaceAnotherOneTakes) {
+    CachingGate gate;
+    const auto other = gate.noteJoin(store("Other"));
+    const auto replaced = gate.noteJoin(store());
+    const auto next = gate.noteJoin(store("OUTSIDE"));
+    EXPECT_FALSE(replaced->isGiven());
+    EXPECT_TRUE(next->isGiven());
+    EXPECT_TRUE(other->isGiven());
 }

@@ -4,7 +4,6 @@
 
 #include "DataResetFixture.h"
 #include "RealThreadsFixture.h"
-#include "SlowlyCachedStore.h"
 #include "support/OtherThread.h"
 
 using testing::Contains;
@@ -96,10 +95,13 @@ TEST_F(DataResetThreads, AReportThatIsUnderWayEndsFirst) {
 TEST_F(DataResetThreads, ACachedCopyThatIsBeingWrittenIsDeletedWithTheRest) {
     injectAndStart();
     std::unique_ptr<support::OtherThread> provider;
-    const auto store = std::make_shared<SlowlyCachedStore>([&] {
+    // Said when the temporary file is there and has not become the file yet.
+    log->atNext("characters that XML cannot hold were replaced in the entry: outside", [&] {
         provider = std::make_unique<support::OtherThread>([held = adapter()] { held->InvokeResetData(); });
         provider->untilItWaitsOrEnds();
     });
+    const auto store = std::make_shared<fakes::ScriptedStore>("Outside", 45);
+    store->cached().with(L"outside", L"value\x01");
     adapter()->addConfigStore(store);
     ASSERT_NE(provider, nullptr);
     provider->join();

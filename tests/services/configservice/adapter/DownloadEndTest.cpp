@@ -262,6 +262,20 @@ TEST_F(InsideAReport, AStoreThatIsRemovedAndAddedAgainIsCached) {
     EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
 }
 
+TEST_F(InsideAReport, AStoreThatTakesThePlaceOfTheReportedOneIsTheOneThatIsCached) {
+    injectAndStart();
+    const auto named = [](const std::wstring& value, int priority) {
+        const auto store = std::make_shared<fakes::ScriptedStore>("Outside", priority);
+        store->remote().cached().with(L"key", value);
+        return store;
+    };
+    onFirstValue([&] { adapter()->addConfigStore(named(L"later", 50)); });
+    adapter()->addConfigStore(named(L"earlier", 40));
+    EXPECT_EQ(get(L"key"), L"later");
+    EXPECT_THAT(cacheFile("cachedOutside.xml"), HasSubstr("<key>later</key>"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"Outside:250;");
+}
+
 TEST_F(InsideAReport, TurningTheSourceOffAndOnWorks) {
     switchOn();
     onFirstValue([this] {

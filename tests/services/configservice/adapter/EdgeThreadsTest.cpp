@@ -43,6 +43,22 @@ TEST_P(EdgeEnd, DisconnectsInOrder) {
     EXPECT_THAT(*course, ElementsAre("disconnect list", "disconnect softphone"));
 }
 
+TEST_P(EdgeEnd, ComesBehindTheEndOfTheStores) {
+    const auto softphone = health(SOFTPHONE);
+    watch({softphone});
+    {
+        // It leaves the chain, or is told that it ends.
+        auto outside = std::make_shared<fakes::ScriptedStore>("Outside", 45);
+        const auto note = [noted = course] { noted->push_back("store ends"); };
+        outside->remote().onDestruction(note);
+        outside->onDestroy(note);
+        adapter()->addConfigStore(std::move(outside));
+    }
+    course->clear();
+    endWatch();
+    EXPECT_THAT(*course, ElementsAre("store ends", "disconnect list", "disconnect softphone"));
+}
+
 TEST_P(EdgeEnd, DisconnectsTheStatesOfBothEntries) {
     watch({health(SOFTPHONE), health(SECOND_TELEPHONY)});
     course->clear();

@@ -3,7 +3,6 @@
 
 #include "DownloadFixture.h"
 #include "OnceClient.h"
-#include "SlowlyCachedStore.h"
 #include "fakes/TftpConfigStoreTestAccess.h"
 #include "support/OtherThread.h"
 
@@ -152,9 +151,47 @@ TEST_F(StoreJoin, OfAPresenceStoreOnTheDispatcherThreadWaitsUntilATransferElsewh
 TEST_F(StoreJoin, ThatIsUndoneWhileTheCopyIsBeingWrittenLeavesNoCopy) {
     injectAndStart();
     std::unique_ptr<support::OtherThread> remover;
-    const auto store = std::make_shared<SlowlyCachedStore>([&] {
+    // Said when the temporary file is there and has not become the file yet.
+    log->atNext("characters that XML cannot hold were replaced in the entry: outside", [&] {
         remover = std::make_unique<support::OtherThread>([held = adapter()] { held->removeConfigStore("Outside"); });
         remover->untilItWaitsOrEnds();
+    });
+    const auto store = server("Outside");
+    store->with(L"outside", L"value\x01");
+    adapter()->addConfigStore(store);
+    ASSERT_NE(remover, nullptr);
+    remover->join();
+    EXPECT_THAT(chain(), Not(Contains("Outside")));
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedOutside.xml"));
+    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+}
+
+TEST_F(StoreJoin, ThatIsUndoneWhileTheStoreReadsTheChainToTellItsPriorityEndsLikeIt) {
+    injectAndStart();
+    /// Reads a key whenever it is asked for its copy's place, and lets the removal begin ahead of that.
+    class ReadingStore : public fakes::ScriptedStore {
+    public:
+        explicit ReadingStore(std::function<void()> read) : ScriptedStore("Outside", 45), read_(std::move(read)) {
+            cached().with(L"outside", L"value");
+        }
+        std::int32_t getCachedPriority() override {
+            read_();
+            return ScriptedStore::getCachedPriority();
+        }
+
+    private:
+        const std::function<void()> read_;
+    };
+    std::unique_ptr<support::OtherThread> remover;
+    int asked = 0;
+    const auto store = std::make_shared<ReadingStore>([&] {
+        // The first time is for the list of stores, the second one for the file.
+        if (++asked == 2) {
+            remover =
+                std::make_unique<support::OtherThread>([held = adapter()] { held->removeConfigStore("Outside"); });
+            remover->untilItWaitsOrEnds();
+        }
+        get(L"Theme");
     });
     adapter()->addConfigStore(store);
     ASSERT_NE(remover, nullptr);

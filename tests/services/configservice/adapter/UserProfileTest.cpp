@@ -1,8 +1,13 @@
+#include <atomic>
 #include <functional>
+#include <memory>
+#include <optional>
 #include <thread>
 #include <utility>
 
 #include "AdapterFixture.h"
+#include "OnceClient.h"
+#include "support/OtherThread.h"
 
 using testing::Contains;
 using testing::Not;
@@ -128,6 +133,37 @@ TEST_F(UserProfile, ConnectionEndsWithTheStop) {
     startWithProfile("a");
     stop();
     EXPECT_FALSE(systemService->lastProfileConnection()->connected());
+}
+
+TEST_F(UserProfile, ConnectionEndsBeforeTheStoresLeave) {
+    startWithProfile("a");
+    std::optional<bool> connected;
+    {
+        auto leaving = std::make_shared<fakes::ScriptedStore>("Outside", 45);
+        leaving->remote().onDestruction([&] { connected = systemService->lastProfileConnection()->connected(); });
+        adapter()->addConfigStore(std::move(leaving));
+    }
+    stop();
+    EXPECT_EQ(connected, false);
+}
+
+TEST_F(UserProfile, RemovesTheServersValuesWhileOthersMayStartAndStop) {
+    startWithProfile("a");
+    const auto live = service()->getConfig(L"key");
+    std::atomic<bool> answered = false;
+    std::unique_ptr<support::OtherThread> asker;
+    const auto client = std::make_shared<OnceClient>([&] {
+        asker = std::make_unique<support::OtherThread>([&answered, held = adapter()] {
+            held->IsFeatureSetStarted(1300);
+            answered = true;
+        });
+        asker->untilItWaitsOrEnds();
+        EXPECT_TRUE(answered);
+    });
+    live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
+    changeTo(L"b");
+    ASSERT_NE(asker, nullptr);
+    asker->join();
 }
 
 TEST_F(UserProfile, RemovesTheLiveStoreWithItsFileAndItsEntry) {

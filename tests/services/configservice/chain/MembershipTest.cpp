@@ -106,6 +106,24 @@ TEST_F(Membership, RemovalOfAllCopiesTakesStoresAndFiles) {
     EXPECT_TRUE(cacheFileExists("notes.txt"));
 }
 
+TEST_F(Membership, RemovalOfAllCopiesTakesEachStoreThenItsFileAndLeavesTheChainFreeInBetween) {
+    std::vector<std::size_t> copiesLeft;
+    for (const char* const name : {"cachedA.xml", "cachedB.xml"}) {
+        writeCacheFile(name);
+        auto copy = makeReadOnly(name, 400);
+        // A store that has left goes as soon as its thread no longer has the chain.
+        copy->onDestruction([&, name] {
+            EXPECT_TRUE(cacheFileExists(name));
+            copiesLeft.push_back(chainNames().size());
+        });
+        manager.addStore(std::move(copy));
+    }
+    manager.removeAllCachedConfigStores();
+    EXPECT_THAT(copiesLeft, ElementsAre(1, 0));
+    EXPECT_FALSE(cacheFileExists("cachedA.xml"));
+    EXPECT_FALSE(cacheFileExists("cachedB.xml"));
+}
+
 TEST_F(Membership, RemovalOfCopiesLeavesFilesBehindAStrangersLink) {
     for (const char* file : {"cachedA.xml", "cachedServer.xml", "report.xml"}) {
         world.directory().write(std::string("elsewhere/") + file, "text");

@@ -49,6 +49,19 @@ TEST_F(ProvisioningStore, IsReportedBeforeTheLatchIsClosed) {
     EXPECT_THAT(tasks->waitingNames(), ElementsAre("ConfigStore::persistValues"));
 }
 
+TEST_F(ProvisioningStore, IsThereWhileTheLatchIsStillOpen) {
+    std::vector<std::wstring> seen;
+    {
+        auto former = makeReadOnly("UrlProvisioningConfigStore", 300);
+        // It goes once the chain is free, which is between the two.
+        former->onDestruction([&] { seen = {valueOf(L"ServicesDomain"), valueOf(L"AllowUrlProvisioning")}; });
+        manager.addStore(std::move(former));
+    }
+    EXPECT_TRUE(manager.setUrlProvisioningData(L"x?ServicesDomain=a"));
+    EXPECT_THAT(seen, ElementsAre(L"a", L"(none)"));
+    EXPECT_EQ(valueOf(L"AllowUrlProvisioning"), L"False");
+}
+
 TEST_F(ProvisioningStore, WithOneKnownAndOneUnknownKeyHoldsTheKnownOneAndClosesTheLatch) {
     EXPECT_TRUE(manager.setUrlProvisioningData(L"x?ServicesDomain=a&Unknown=b"));
     EXPECT_EQ(valueOf(L"Unknown"), L"(none)");

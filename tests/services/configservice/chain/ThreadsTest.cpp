@@ -4,11 +4,13 @@
 #include <atomic>
 #include <future>
 #include <latch>
+#include <memory>
 #include <thread>
 #include <utility>
 
 #include "ChainFixture.h"
 #include "stores/InMemoryConfigStore.h"
+#include "support/OtherThread.h"
 
 namespace {
 
@@ -273,6 +275,7 @@ TEST_P(WholeRuns, KeepTheChainTakenUntilTheirLastReport) {
     const auto called = std::make_shared<ActingStore>(GetParam().store, 100);
     called->with(L"a", L"1");
     auto leaving = makeReadOnly("Leaving", 200);
+    leaving->remote();
     // A store that has left goes as soon as its thread no longer has the chain.
     leaving->onDestruction([&] { course.emplace_back("the chain is free"); });
     manager.addStore(std::move(leaving));
@@ -310,12 +313,57 @@ INSTANTIATE_TEST_SUITE_P(
                                  next->with(L"b", L"2");
                                  chain.updateStoreValues(next);
                              }},
+                    WholeRun{"clearConfigStores", "User", true,
+                             [](ConfigStoreManager& chain, const Called& called) {
+                                 called->remote();
+                                 chain.clearConfigStores();
+                             }},
+                    WholeRun{"resetConfigData", "User", true,
+                             [](ConfigStoreManager& chain, const Called&) { chain.resetConfigData(); }},
                     WholeRun{"updateStoreValuesOfOldKeys", "User", false,
                              [](ConfigStoreManager& chain, const Called& called) {
                                  chain.addStore(std::make_shared<fakes::ScriptedStore>("User", 100));
                                  chain.updateStoreValues(called, {L"b"});
                              }}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Threads, TheEndOfTheStoresKeepsTheChainTakenUntilTheLastOne) {
+    std::vector<std::string> course;
+    auto leaving = makeReadOnly("Leaving", 300);
+    leaving->onDestruction([&] { course.emplace_back("the chain is free"); });
+    manager.addStore(std::move(leaving));
+    const auto first = makeReadOnly("First", 100);
+    const auto second = makeReadOnly("Second", 200);
+    first->onDestroy([&] { manager.removeStoreWithSameName("Leaving"); });
+    second->onDestroy([&] { course.emplace_back("end of the second"); });
+    addQuietly({first, second});
+    manager.destroy();
+    EXPECT_THAT(course, testing::ElementsAre("end of the second", "the chain is free"));
+}
+
+TEST_F(Threads, ADuplicateAndItsCopyLeaveInOneStep) {
+    std::vector<std::string> left{"the copy is still there"};
+    auto copy = makeReadOnly("cachedServer.xml", 400);
+    copy->onDestruction([&] { left = chainNames(); });
+    manager.addStore(std::move(copy));
+    const auto server = makeReadOnly("Server", 200);
+    server->cached();
+    addQuietly({server});
+    manager.removeStoreOnDuplicateAdded("Server");
+    EXPECT_THAT(left, testing::IsEmpty());
+}
+
+TEST_F(Threads, ACacheFileIsRemovedWhileNobodyHasTheChain) {
+    world.directory().write("config/Cache/cachedA.xml", "<config/>");
+    std::unique_ptr<support::OtherThread> remover;
+    manager.atomically([&] {
+        remover = std::make_unique<support::OtherThread>([this] { manager.removeCacheFile("cachedA.xml"); });
+        remover->untilItWaitsOrEnds();
+        EXPECT_TRUE(world.directory().exists("config/Cache/cachedA.xml"));
+    });
+    remover->join();
+    EXPECT_FALSE(world.directory().exists("config/Cache/cachedA.xml"));
+}
 
 TEST_F(Threads, NobodyReadsWhileAllStoresAreWaitedFor) {
     std::latch readerIsThere(1);

@@ -7,6 +7,8 @@ std::shared_ptr<const CachingPermit> CachingGate::noteJoin(const std::shared_ptr
     if (isResetting_) {
         joinedMeanwhile_.push_back(store);
     }
+    // Of two of one name the later one answers, whichever of them is cached last.
+    noteRemoval(store->getName());
     const auto permit = std::make_shared<CachingPermit>(store->getName(), !isResetting_);
     std::erase_if(permits_, [](const std::weak_ptr<CachingPermit>& former) { return former.expired(); });
     permits_.push_back(permit);

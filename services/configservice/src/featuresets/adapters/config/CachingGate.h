@@ -24,13 +24,14 @@ private:
 };
 
 /// Keeps what is written of a store on the disk apart from what forgets it: a store that joins the chain is cached by
-/// whoever brings it if neither a data reset nor a removal of it has come since, and one that joins in the midst of a
-/// reset by that reset, at its end, if it has not been thrown out on the way.
+/// whoever brings it if neither a data reset, a removal of it nor another one of its name has come since, and one that
+/// joins in the midst of a reset by that reset, at its end, if it has not been thrown out on the way.
 ///
 /// With the lock of the chain held.
 class CachingGate {
 public:
-    /// A store joins. @return the leave to write of it, which whoever brings it keeps until that is done.
+    /// A store joins, in the place of any of its name. @return the leave to write of it, which whoever brings it keeps
+    ///         until that is done.
     std::shared_ptr<const CachingPermit> noteJoin(const std::shared_ptr<ConfigStore>& store);
 
     /// The store of that name, whose case does not count, is removed.

@@ -222,14 +222,16 @@ void ConfigAdapter::cacheStoreOnConfigStoreAdded(const std::shared_ptr<ConfigSto
 }
 
 void ConfigAdapter::writeCacheFile(ConfigStore& store, const ConfigMap& values, const CachingPermit& permit) {
+    // Asked for ahead of the lock: a store may read the chain to answer, and a removal waits for the lock with the
+    // chain.
+    const std::string name = CacheFiles::nameFor(store.getName());
+    const int priority = ConfigStore::twoHundredBehind(store.getCachedPriority());
     const tessel::ScopedLock lock(cacheFileMutex_);
     if (!permit.isGiven()) {
         return;
     }
-    const std::string name = CacheFiles::nameFor(store.getName());
     // Made for the file that its constructor writes; it never joins the chain, so its priority has no effect.
-    const CacheConfigStore writer(name, ConfigStore::twoHundredBehind(store.getCachedPriority()),
-                                  CacheFiles::path(name), values);
+    const CacheConfigStore writer(name, priority, CacheFiles::path(name), values);
 }
 
 void ConfigAdapter::waitForCacheFileThatIsBegun() { const tessel::ScopedLock untilItIsWritten(cacheFileMutex_); }
