@@ -1,12 +1,19 @@
 #include "impl/quill/SiblingFile.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "fakes/TemporaryDirectory.h"
@@ -80,6 +87,64 @@ TEST_F(SiblingFiles, NamesASiblingSoThatNoSearchForDocumentsFindsIt) {
     ASSERT_EQ(sibling.create(), 0);
     EXPECT_THAT(names(), ElementsAre(testing::MatchesRegex("\\.to\\.xml\\.[0-9]+\\.[0-9]+\\.new")));
     EXPECT_EQ(modeOf(names().front()), 0600U);
+}
+
+TEST_F(SiblingFiles, RemovesWhatDeadProcessesLeftBesideWhatItCannotOpen) {
+    // The folder tells them in an order of its own.
+    for (int number = 0; number < 30; number += 2) {
+        fs::create_directory(path(".to.4711." + std::to_string(number) + ".new"));
+        directory_.write(".to.4711." + std::to_string(number + 1) + ".new", "half");
+    }
+    FileUtils::removeStaleSiblings(path("to"));
+    EXPECT_EQ(names().size(), 15U);
+}
+
+/// A thread on a stack whose memory a test can look at when the thread has ended.
+class ThreadOnAStackOfItsOwn {
+public:
+    explicit ThreadOnAStackOfItsOwn(std::function<void()> body) : body_(std::move(body)) {
+        pthread_attr_t attributes;
+        pthread_t thread = 0;
+        EXPECT_EQ(pthread_attr_init(&attributes), 0);
+        EXPECT_EQ(pthread_attr_setstack(&attributes, stack_.get(), size), 0);
+        EXPECT_EQ(pthread_create(&thread, &attributes, &run, this), 0);
+        EXPECT_EQ(pthread_join(thread, nullptr), 0);
+        pthread_attr_destroy(&attributes);
+    }
+
+    bool hasLeft(std::string_view text) const {
+        return std::string_view(stack_.get(), size).find(text) != std::string_view::npos;
+    }
+
+private:
+    struct Free {
+        void operator()(char* memory) const { std::free(memory); }
+    };
+
+    static void* run(void* self) {
+        static_cast<ThreadOnAStackOfItsOwn*>(self)->body_();
+        return nullptr;
+    }
+
+    static constexpr std::size_t size = 1U << 20U;
+    const std::unique_ptr<char, Free> stack_{static_cast<char*>(std::aligned_alloc(4096, size))};
+    const std::function<void()> body_;
+};
+
+TEST_F(SiblingFiles, LeaveNothingOfWhatTheyCopyOnTheStack) {
+    directory_.write("from", "the password");
+    const ThreadOnAStackOfItsOwn thread([this] {
+        SiblingFile sibling(path("to"));
+        ASSERT_EQ(sibling.create(), 0);
+        const FileDescriptor source(::open(path("from").c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(sibling.appendAllOf(source.get()), 0);
+        ASSERT_EQ(sibling.becomeDestination(false), 0);
+        const volatile char left[] = "witness";
+        EXPECT_EQ(left[0], 'w');
+    });
+    EXPECT_EQ(directory_.read("to"), "the password");
+    EXPECT_FALSE(thread.hasLeft("password"));
+    EXPECT_TRUE(thread.hasLeft("witness")) << "the stack was not looked at";
 }
 
 /// Siblings of "to" that an ordinary user's process has left, and one that may not be opened.
