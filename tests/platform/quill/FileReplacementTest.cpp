@@ -13,6 +13,7 @@
 #include <latch>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "fakes/RecordingLogSink.h"
@@ -162,11 +163,13 @@ TEST_F(FileReplacement, KeepsTheOwnerOfTheDestination) {
         GTEST_SKIP() << "only root may give files away";
     }
     directory_.write("from", "new");
-    directory_.write("to", "old");
-    ASSERT_EQ(chown(path("to").c_str(), 12345, 23456), 0);
-    EXPECT_TRUE(copy("from", "to"));
-    EXPECT_EQ(statusOf("to").st_uid, 12345U);
-    EXPECT_EQ(statusOf("to").st_gid, 23456U);
+    for (const auto& [user, group] : {std::pair{12345U, 23456U}, std::pair{0U, 23456U}, std::pair{12345U, 0U}}) {
+        directory_.write("to", "old");
+        ASSERT_EQ(chown(path("to").c_str(), user, group), 0);
+        EXPECT_TRUE(copy("from", "to"));
+        EXPECT_EQ(statusOf("to").st_uid, user);
+        EXPECT_EQ(statusOf("to").st_gid, group);
+    }
 }
 
 TEST_F(FileReplacement, NeverWritesIntoTheFileThatIsThere) {
