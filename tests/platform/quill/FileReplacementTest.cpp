@@ -166,9 +166,11 @@ TEST_F(FileReplacement, KeepsTheOwnerOfTheDestination) {
     for (const auto& [user, group] : {std::pair{12345U, 23456U}, std::pair{0U, 23456U}, std::pair{12345U, 0U}}) {
         directory_.write("to", "old");
         ASSERT_EQ(chown(path("to").c_str(), user, group), 0);
+        ASSERT_EQ(chmod(path("to").c_str(), 0664), 0);
         EXPECT_TRUE(copy("from", "to"));
         EXPECT_EQ(statusOf("to").st_uid, user);
         EXPECT_EQ(statusOf("to").st_gid, group);
+        EXPECT_EQ(statusOf("to").st_mode & 07777U, 0664U);
     }
 }
 
