@@ -92,7 +92,7 @@ public:
     /// - When every address has failed, the server's values are gone from the chain, and nobody is told: lookups see
     ///   it, live values keep what they had.
     /// - A file that is no configuration document counts as delivered: the server's values are gone, and so are those
-    ///   of its copy, which would have served the next start.
+    ///   of its copy, which would have served the next start. Live values keep what they had.
     /// - A policy in the file can erase the server keys that the user has entered. That starts a new attempt with what
     ///   is left; if no address is left, the values that have just joined are gone again.
     /// - Sensitive values are not in the copy on disk: after a restart they are missing until the next download.
