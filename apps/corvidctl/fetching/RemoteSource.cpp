@@ -1,14 +1,17 @@
 #include "fetching/RemoteSource.h"
 
 #include <chrono>
+#include <mutex>
 #include <utility>
 
 #include "ConfigAdapter.h"
 #include "fetching/FetchReport.h"
 #include "output/ProgressLine.h"
+#include "quill/ThreadUtils.h"
 #include "remote/TftpConfigStore.h"
 #include "session/Interruption.h"
 #include "session/Session.h"
+#include "system/SystemMonitor.h"
 
 namespace corvidctl {
 
@@ -23,14 +26,54 @@ bool namesServer(const TftpServerDetails& details) {
 
 }  // namespace
 
+/// Turns the source off and on once a power down is called off, on the host's pool: the dispatcher thread, which tells
+/// of it, is not to wait for servers.
+class RemoteSource::PowerObserver final : public TesselSystemMonitor::PowerEventObserver,
+                                          public std::enable_shared_from_this<PowerObserver> {
+public:
+    explicit PowerObserver(const std::shared_ptr<ConfigAdapter>& adapter)
+        : journal_(adapter->getDownloadJournal()), adapter_(adapter) {}
+
+    /// Waits for what it is at. Later events mean nothing.
+    void stop() {
+        const std::lock_guard lock(mutex_);
+        adapter_.reset();
+    }
+
+    void onPowerEvent(TesselSystemMonitor::PowerEventTypeEnum::PowerEventType type) override {
+        if (type == TesselSystemMonitor::PowerEventTypeEnum::PowerDownCalledOff) {
+            QuillCoreUtils::ThreadUtils::runInThreadPool(
+                [self = shared_from_this(), work = journal_->beginWork()] { self->turnOffAndOn(); },
+                "the remote source after a power down that was called off");
+        }
+    }
+
+private:
+    void turnOffAndOn() {
+        const std::lock_guard lock(mutex_);
+        if (const auto adapter = adapter_.lock()) {
+            adapter->stopTftpConfigSource();
+            adapter->startTftpConfigSource();
+        }
+    }
+
+    const std::shared_ptr<DownloadJournal> journal_;
+    std::mutex mutex_;
+    std::weak_ptr<ConfigAdapter> adapter_;  ///< under mutex_; null once this has been stopped
+};
+
 RemoteSource::RemoteSource(Session& session, Interruption& interruption)
-    : session_(session), interruption_(interruption), journal_(session.host().adapter()->getDownloadJournal()) {
+    : session_(session),
+      interruption_(interruption),
+      journal_(session.host().adapter()->getDownloadJournal()),
+      powerObserver_(std::make_shared<PowerObserver>(session.host().adapter())) {
     journal_->setListener([&interruption] { interruption.nudge(); });
 }
 
 RemoteSource::~RemoteSource() { stop(); }
 
 void RemoteSource::start() {
+    TesselSystemMonitor::SystemMonitorFactory::getInstance()->addPowerEventObserver(powerObserver_);
     workBeside([adapter = session_.host().adapter()] { adapter->startTftpConfigSource(); });
 }
 
@@ -74,6 +117,7 @@ void RemoteSource::stop() {
     journal_->setListener({});
     // Whether or not the worker is at it: what a new file has set off asks servers on threads of the host's.
     session_.host().interruptRequests();
+    powerObserver_->stop();
     if (worker_.joinable()) {
         worker_.join();
     }

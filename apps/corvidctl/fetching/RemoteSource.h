@@ -14,7 +14,8 @@ class ProgressLine;
 class Session;
 
 /// The remote source of a session, worked beside the thread that owns this: what turns it on may wait for servers, and
-/// an interruption must not.
+/// an interruption must not. Once a power down is called off it is turned off and on again, since it has missed what
+/// came meanwhile.
 class RemoteSource {
 public:
     /// Does nothing yet. @param interruption nudged at each step of a download; must outlive the session.
@@ -47,11 +48,14 @@ public:
     void stop();
 
 private:
+    class PowerObserver;
+
     void workBeside(std::function<void()> work);
 
     Session& session_;
     Interruption& interruption_;
     const std::shared_ptr<DownloadJournal> journal_;
+    const std::shared_ptr<PowerObserver> powerObserver_;
     std::atomic<bool> busy_ = false;
     std::thread worker_;
 };

@@ -38,7 +38,8 @@ struct ReferenceHostOptions {
     /// the machine waits for that as long as it ever waits. What is set on the dispatcher thread before it is told of
     /// the power down is written; what another thread sets while the stores end may be lost. When the power down is
     /// called off, the feature set that it has ended starts again: what was set meanwhile is written, and what was set
-    /// in memory only is gone, as at any start.
+    /// in memory only is gone, as at any start. Then observers of power events are told: a client that has turned the
+    /// remote source on turns it off and on again; ConfigFeatureSet::startTftpConfigSource() tells why.
     bool powerEvents = true;
     std::string powerBusAddress;  ///< the bus to hear them on, as D-Bus writes addresses; empty: the system's own
 

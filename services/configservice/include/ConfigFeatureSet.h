@@ -93,10 +93,16 @@ public:
     /// - When every address has failed, the server's values are gone from the chain, and nobody is told: lookups see
     ///   it, live values keep what they had.
     /// - A file that is no configuration document counts as delivered: the server's values are gone, and so are those
-    ///   of its copy, which would have served the next start.
+    ///   of its copy, which would have served the next start. Live values keep what they had.
     /// - A policy in the file can erase the server keys that the user has entered. That starts a new attempt with what
     ///   is left; if no address is left, the values that have just joined are gone again.
     /// - Sensitive values are not in the copy on disk: after a restart they are missing until the next download.
+    /// - After a power down that is called off the source is on and may have missed something: of a file that has come
+    ///   meanwhile nobody is told, and if it was the first, neither it nor a later one joins the chain; a version that
+    ///   servers have told is forgotten, while they count as asked. So who has turned the source on turns it off and on
+    ///   again then, best on a thread of its own; an observer of power events is told when
+    ///   (PowerDownCalledOff in system/SystemMonitor.h). The new file is told as any, and what the one that has come
+    ///   meanwhile had alone as gone; a live value whose key is in neither of the two keeps what it had.
     virtual void startTftpConfigSource() = 0;
 
     /// Turns it off. The values that it has brought stay in the chain, and a download that is under way goes on.

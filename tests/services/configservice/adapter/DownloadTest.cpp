@@ -167,12 +167,14 @@ TEST_F(Download, ServesFromTheCacheAfterARestart) {
     EXPECT_EQ(copy->getPriority(), 240);
 }
 
-TEST_F(Download, OfABadFileEmptiesTheStoreAndTheCache) {
+TEST_F(Download, OfABadFileEmptiesTheStoreAndTheCacheWithoutAReport) {
     switchOn();
     ASSERT_TRUE(deliver({{"key", "value"}}));
+    const auto live = service()->getConfig(L"key");
     adapter()->getTftpConfigStore()->attemptDownloadFromCachedAddress();
     ASSERT_TRUE(transport->deliver("no document"));
     EXPECT_EQ(get(L"key"), L"<none>");
+    EXPECT_EQ(live->getValue(), L"value");
     EXPECT_TRUE(isCached());
     EXPECT_THAT(cached(), Not(HasSubstr("key")));
     EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");

@@ -1,4 +1,6 @@
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "RemoteFixture.h"
 
@@ -80,6 +82,26 @@ TEST_F(DownloadStates, ALookupInACycleAnswersFromTheValuesBefore) {
     EXPECT_THAT(lines(4),
                 ElementsAre("getValue: TftpConfigStore::getValue() currentQueryState is not FINISHED - Current "
                             "State: 1"));
+}
+
+TEST_F(DownloadStates, InProgressLastsUntilTheValuesOfTheFileAreInPlace) {
+    const auto store = makeInProgress();
+    std::vector<std::pair<State, std::wstring>> seen;
+    featureSet->during("isKeySensitive",
+                       [&](const auto&) { seen.emplace_back(store->queryState(), valueOf(store, L"key")); });
+    transport->deliver(serverFile({{"key", "value"}}));
+    EXPECT_THAT(seen, ElementsAre(std::pair(State::IN_PROGRESS, L"value")));
+    EXPECT_EQ(store->queryState(), State::FINISHED);
+}
+
+TEST_F(DownloadStates, InProgressLastsUntilTheFileIsKnownToBeNoDocument) {
+    const auto store = makeInProgress();
+    std::vector<State> seen;
+    log->atNext("\n************\nError Invalid XML syntax detected - Unable to read xml configuration.\n************",
+                [&] { seen.push_back(store->queryState()); });
+    transport->deliver("no document");
+    EXPECT_THAT(seen, ElementsAre(State::IN_PROGRESS));
+    EXPECT_EQ(store->queryState(), State::FINISHED);
 }
 
 TEST_F(DownloadStates, NotStartedBeginsACycleAtAChange) {

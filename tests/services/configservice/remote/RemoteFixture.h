@@ -44,6 +44,16 @@ public:
     std::function<void()> during;
 };
 
+/// Leaves a text in the place of a value that it does not have.
+class CarelessFeatureSet : public fakes::ScriptedFeatureSet {
+public:
+    using fakes::ScriptedFeatureSet::getConfig;
+    bool getConfig(const std::wstring&, std::wstring& value, std::wstring&, bool&, bool) override {
+        value = L"left";
+        return false;
+    }
+};
+
 /// A remote store over a scripted chain and a scripted network. The test's thread is the dispatcher thread; transfers,
 /// pool and dispatcher are stepped by hand.
 class RemoteFixture : public ::testing::Test {
@@ -71,6 +81,13 @@ protected:
                                                      const TftpServerDetails& details = three()) {
         return std::make_shared<TftpConfigStore>(factory, "TFTPConfigStore", 40, details.server1, details.server2,
                                                  details.server3, details.file);
+    }
+
+    /// A factory whose feature set finds nothing and leaves "left" there; to be cleared.
+    std::shared_ptr<UnifiedFactory> makeCareless() const {
+        auto careless = std::make_shared<UnifiedFactory>(dispatcher, nullptr);
+        careless->setFeatureSetAdapter<ConfigFeatureSet>(CONFIG_SERVICE_ID, std::make_shared<CarelessFeatureSet>());
+        return careless;
     }
 
     /// A store of a server whose version is known, observed by the fixture's observer.

@@ -19,6 +19,15 @@ protected:
     }
 };
 
+/// Runs each function at once, on the caller's thread.
+class PoolInPlace : public platform::ThreadPool {
+public:
+    bool run(const boost::function<void()>& function, const std::string&) override {
+        function();
+        return true;
+    }
+};
+
 const std::string NO_SUCCESS_YET =
     "shouldAttemptDownload: Allowing download. Reason: There has not already been a successful tftp file download.";
 
@@ -116,6 +125,14 @@ TEST_F(ServerDetailsChange, WithAValueThatTheChainDoesNotHoldCountsAsAbsent) {
     EXPECT_EQ(store->lastServerDetails(), (TftpServerDetails{L"", L"two", L"", L"file.xml"}));
 }
 
+TEST_F(ServerDetailsChange, TakesNoDetailsFromWhatTheChainLeavesOnAMiss) {
+    const auto careless = makeCareless();
+    const auto store = makeOver(careless);
+    report(*store, L"TFTPPrimaryServer");
+    EXPECT_EQ(store->lastServerDetails(), (TftpServerDetails{L"", L"", L"", L"file.xml"}));
+    careless->clear();
+}
+
 TEST_F(ServerDetailsChange, BehindTheSuccessfulServerIsRefusedButRemembered) {
     const auto store = makeAfterSuccess();
     announce(*store, {L"one", L"other", L"three", L"file.xml"});
@@ -182,6 +199,14 @@ TEST_F(ServerDetailsChange, ToNoServerAtAllIsActedOnOnce) {
     report(*store, L"TFTPPrimaryServer");
     EXPECT_THAT(log->lines(), IsEmpty());
     EXPECT_EQ(pool->waiting(), 0U);
+}
+
+TEST_F(ServerDetailsChange, LeavesAStoreReadyWhoseCycleHasEndedBeforeThePoolsCallReturns) {
+    world.change([](platform::World& changed) { changed.threadPool = std::make_shared<PoolInPlace>(); });
+    const auto store = makeObserved({});
+    announce(*store, {});
+    EXPECT_EQ(store->queryState(), State::FINISHED);
+    EXPECT_TRUE(isReady(store));
 }
 
 TEST_F(ServerDetailsChange, AfterForgottenAddressesIsComparedWithNone) {

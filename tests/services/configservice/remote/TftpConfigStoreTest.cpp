@@ -13,16 +13,6 @@ namespace {
 
 using RemoteStore = RemoteFixture;
 
-/// Leaves a text in the place of a value that it does not have.
-class CarelessFeatureSet : public fakes::ScriptedFeatureSet {
-public:
-    using fakes::ScriptedFeatureSet::getConfig;
-    bool getConfig(const std::wstring&, std::wstring& value, std::wstring&, bool&, bool) override {
-        value = L"left";
-        return false;
-    }
-};
-
 const std::string NOT_FINISHED =
     "getValue: TftpConfigStore::getValue() currentQueryState is not FINISHED - Current State: 0";
 
@@ -225,8 +215,7 @@ TEST_F(RemoteStore, AsksTheWholeChainWhateverTheFlag) {
 }
 
 TEST_F(RemoteStore, TakesATextThatTheChainLeavesOnAMissAsAValue) {
-    const auto careless = std::make_shared<UnifiedFactory>(dispatcher, nullptr);
-    careless->setFeatureSetAdapter<ConfigFeatureSet>(CONFIG_SERVICE_ID, std::make_shared<CarelessFeatureSet>());
+    const auto careless = makeCareless();
     std::wstring value;
     std::wstring storeName;
     EXPECT_TRUE(makeOver(careless)->getConfigStoreValue(L"key", value, storeName, false));

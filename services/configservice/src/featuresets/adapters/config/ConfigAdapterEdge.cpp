@@ -1,4 +1,5 @@
 #include "ConfigAdapter.h"
+#include "DoBoth.h"
 #include "quill/FunctionTask.h"
 #include "remote/TftpConfigStore.h"
 
@@ -176,11 +177,14 @@ void ConfigAdapter::takeTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch
     if (!isConnected(entry) || !edgeWatch_.answer(wait)) {
         return;
     }
-    downloadForTelephony();
-    edgeWatch_.end(wait);
-    if (edgeWatch_.current() == EdgeWatch::NO_WAIT) {
-        edgeWatch_.clearEntries();
-    }
+    // A client that is told of the version, once a server has given it, may throw.
+    doBoth([this] { downloadForTelephony(); },
+           [this, wait] {
+               edgeWatch_.end(wait);
+               if (edgeWatch_.current() == EdgeWatch::NO_WAIT) {
+                   edgeWatch_.clearEntries();
+               }
+           });
 }
 
 void ConfigAdapter::downloadForTelephony() {

@@ -1,5 +1,6 @@
 #include "ConfigAdapter.h"
 #include "ConfigStoreConstants.h"
+#include "DoBoth.h"
 #include "ServerPolicy.h"
 #include "quill/FileUtils.h"
 #include "remote/TftpConfigStore.h"
@@ -114,8 +115,8 @@ void ConfigAdapter::switchTftpSourceOn() {
         return;
     }
     tftpSourceStarted_.store(true, std::memory_order_relaxed);
-    initialiseTftpConfigStore();
-    checkEdgeReady();
+    // A client that is told of the version, once a server has given it, may throw.
+    doBoth([this] { initialiseTftpConfigStore(); }, [this] { checkEdgeReady(); });
 }
 
 void ConfigAdapter::initialiseTftpConfigStore() {
@@ -134,8 +135,8 @@ void ConfigAdapter::initialiseTftpConfigStore() {
         tftpConfigStore_.set(store);
     }
     store->addObserver(this);
-    store->attemptDownloadFromCachedAddress();
-    configStoreManager_->AddObserver(store.get());
+    doBoth([&store] { store->attemptDownloadFromCachedAddress(); },
+           [this, &store] { configStoreManager_->AddObserver(store.get()); });
 }
 
 void ConfigAdapter::stopTftpConfigSource() {
