@@ -1,6 +1,7 @@
 #include "support/PlatformTestModule.h"
 
 #include <atomic>
+#include <stdexcept>
 
 #include "unified/UnifiedFactory.h"
 
@@ -23,4 +24,9 @@ private:
 extern "C" void InjectTestModule(const std::shared_ptr<UnifiedFactory>& factory) {
     factory->setService<TestModuleService>(1, std::make_shared<TestModuleServiceImpl>(++entryCount));
     factory->getFeatureSet<TestModuleFeatureSet>();
+}
+
+extern "C" void InjectFailingTestModule(const std::shared_ptr<UnifiedFactory>& factory) {
+    InjectTestModule(factory);
+    throw std::runtime_error("half-way");
 }

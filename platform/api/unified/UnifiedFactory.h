@@ -1,10 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
+#include <thread>
 #include <typeinfo>
 #include <utility>
 
@@ -39,7 +40,8 @@ public:
         displaced = services_.setItem<T>(number, service);
     }
 
-    /// The service of type T. The first miss loads its module and looks again, a later one only if that has thrown.
+    /// The service of type T. The first miss loads its module and looks again, a later one only if that has thrown, or
+    /// another load in the midst of which it was made, on the same thread.
     template <typename T>
     std::shared_ptr<T> getService() {
         return find<T>(services_, [this](const std::string& name) { return loadService(name); });
@@ -60,7 +62,7 @@ public:
         displacedAdapter = std::exchange(adapters_[number], adapter);
     }
 
-    /// The feature set of type T. The first miss loads its module and looks again, a later one only if that has thrown.
+    /// The feature set of type T, which a miss loads as that of a service does.
     template <typename T>
     std::shared_ptr<T> getFeatureSet() {
         return find<T>(featureSets_, [this](const std::string& name) { return loadFeatureSet(name); });
@@ -97,17 +99,33 @@ private:
         return items.getItem<T>();
     }
 
-    /// False if the type's module has been asked for before. The flags are the factory's own: a flag in a template
-    /// would exist once in each module that names the type.
+    /// A load that has begun.
+    struct Load {
+        std::thread::id thread;    ///< where
+        std::uint64_t number = 0;  ///< as which of all
+    };
+
+    /// Those that need not be made again, under the name of their type. They are the factory's own: a flag in a
+    /// template would exist once in each module that names the type.
+    using Loads = std::map<std::string, Load>;
+
+    using LoaderOperation = void (ModuleLoader::*)(const std::string&, const std::shared_ptr<UnifiedFactory>&);
+
+    /// False if the type's module has been asked for before.
     bool loadService(const std::string& typeName);
     bool loadFeatureSet(const std::string& typeName);
+    bool load(Loads& loads, LoaderOperation operation, const std::string& typeName);
+
+    /// Forgets the load, and those that its thread has begun after it.
+    void forgetFrom(const Load& first);
 
     mutable tessel::Mutex mutex_;
     TypeMap services_;
     TypeMap featureSets_;
     std::map<unsigned, std::shared_ptr<FeatureSetAdapter>> adapters_;
-    std::set<std::string> servicesLoaded_;
-    std::set<std::string> featureSetsLoaded_;
+    Loads serviceLoads_;
+    Loads featureSetLoads_;
+    std::uint64_t lastLoad_ = 0;  ///< number of the latest
     const std::shared_ptr<ServicesDispatcher> servicesDispatcher_;
     const std::shared_ptr<Processing::TaskDispatcher> taskDispatcher_;
     const std::shared_ptr<ModuleLoader> moduleLoader_;

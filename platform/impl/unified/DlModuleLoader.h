@@ -20,7 +20,8 @@ public:
     /// @param libraryPath as dlopen() takes it.
     /// @param entryPoint a function of the library with C linkage: void entry(const std::shared_ptr<UnifiedFactory>&).
     ///                   It runs on the thread that asked for the type. What it throws goes on to that caller, and
-    ///                   whoever asks next runs it anew.
+    ///                   whoever asks next for a type of the library's runs it anew. What it has registered by then
+    ///                   stays, and asking for that runs nothing.
     void addModule(std::string typeName, std::string libraryPath, std::string entryPoint);
 
     void loadService(const std::string& typeName, const std::shared_ptr<UnifiedFactory>& factory) override;

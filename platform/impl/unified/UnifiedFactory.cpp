@@ -36,44 +36,42 @@ void UnifiedFactory::clear() {
 }
 
 bool UnifiedFactory::loadService(const std::string& typeName) {
+    return load(serviceLoads_, &ModuleLoader::loadService, typeName);
+}
+
+bool UnifiedFactory::loadFeatureSet(const std::string& typeName) {
+    return load(featureSetLoads_, &ModuleLoader::loadFeatureSet, typeName);
+}
+
+bool UnifiedFactory::load(Loads& loads, LoaderOperation operation, const std::string& typeName) {
     // A factory that is being destroyed can no longer be shared with a module, and loads none.
     const std::shared_ptr<UnifiedFactory> self = weak_from_this().lock();
     if (moduleLoader_ == nullptr || self == nullptr) {
         return false;
     }
+    Load begun{std::this_thread::get_id()};
     {
         const tessel::ScopedLock lock(mutex_);
-        if (!servicesLoaded_.insert(typeName).second) {
+        begun.number = ++lastLoad_;
+        if (!loads.try_emplace(typeName, begun).second) {
             return false;
         }
     }
     try {
-        moduleLoader_->loadService(typeName, self);
+        (moduleLoader_.get()->*operation)(typeName, self);
     } catch (...) {
-        const tessel::ScopedLock lock(mutex_);
-        servicesLoaded_.erase(typeName);
+        forgetFrom(begun);
         throw;
     }
     return true;
 }
 
-bool UnifiedFactory::loadFeatureSet(const std::string& typeName) {
-    const std::shared_ptr<UnifiedFactory> self = weak_from_this().lock();
-    if (moduleLoader_ == nullptr || self == nullptr) {
-        return false;
-    }
-    {
-        const tessel::ScopedLock lock(mutex_);
-        if (!featureSetsLoaded_.insert(typeName).second) {
-            return false;
-        }
-    }
-    try {
-        moduleLoader_->loadFeatureSet(typeName, self);
-    } catch (...) {
-        const tessel::ScopedLock lock(mutex_);
-        featureSetsLoaded_.erase(typeName);
-        throw;
-    }
-    return true;
+void UnifiedFactory::forgetFrom(const Load& first) {
+    // A module that throws half-way may have asked for types that it would have brought itself.
+    const auto isForgotten = [&first](const Loads::value_type& load) {
+        return load.second.thread == first.thread && load.second.number >= first.number;
+    };
+    const tessel::ScopedLock lock(mutex_);
+    std::erase_if(serviceLoads_, isForgotten);
+    std::erase_if(featureSetLoads_, isForgotten);
 }

@@ -1,5 +1,7 @@
 #include "impl/unified/DlModuleLoader.h"
 
+#include <stdexcept>
+
 #include "fakes/RecordingLogSink.h"
 #include "fakes/TemporaryDirectory.h"
 #include "support/PlatformTestModule.h"
@@ -53,6 +55,16 @@ TEST_F(DlModuleLoaderTest, RunsAModuleAnewForAnotherLoader) {
     secondLoader->addModule(serviceType, PLATFORM_TEST_MODULE, "InjectTestModule");
     const auto secondFactory = std::make_shared<UnifiedFactory>(nullptr, nullptr, secondLoader);
     EXPECT_EQ(secondFactory->getService<TestModuleService>()->entries(), before + 1);
+}
+
+TEST_F(DlModuleLoaderTest, RunsAModuleAnewThatHasThrownHalfWay) {
+    loader->addModule(serviceType, PLATFORM_TEST_MODULE, "InjectFailingTestModule");
+    loader->addModule(featureSetType, PLATFORM_TEST_MODULE, "InjectFailingTestModule");
+    EXPECT_THROW(factory->getService<TestModuleService>(), std::runtime_error);
+    const auto service = factory->getService<TestModuleService>();
+    ASSERT_NE(service, nullptr) << "it was registered before";
+    EXPECT_THROW(factory->getFeatureSet<TestModuleFeatureSet>(), std::runtime_error);
+    EXPECT_EQ(factory->getService<TestModuleService>()->entries(), service->entries() + 1);
 }
 
 TEST_F(DlModuleLoaderTest, TakesTheLaterOfTwoModulesForAType) {

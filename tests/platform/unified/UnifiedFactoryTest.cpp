@@ -164,6 +164,43 @@ TEST(UnifiedFactory, LoadsAModuleAnewThatHasThrown) {
     EXPECT_EQ(factory->getFeatureSet<Chat>(), adapter);
 }
 
+TEST(UnifiedFactory, LoadsAnewWhatAModuleAskedForInVainBeforeItThrew) {
+    const auto loader = std::make_shared<ScriptedLoader>();
+    const auto factory = makeFactory(loader);
+    const auto service = std::make_shared<Service>();
+    const auto adapter = std::make_shared<ChatAdapter>();
+    loader->onService = [&](const std::shared_ptr<UnifiedFactory>& given) {
+        given->setService<Service>(1, service);
+        EXPECT_EQ(given->getFeatureSet<Chat>(), nullptr);
+        EXPECT_EQ(given->getFeatureSet<Chat>(), nullptr);
+        throw std::runtime_error("half-way");
+    };
+    EXPECT_THROW(factory->getService<Service>(), std::runtime_error);
+    EXPECT_EQ(loader->trace.events().size(), 2U);
+    loader->onFeatureSet = [&](const std::shared_ptr<UnifiedFactory>& given) {
+        given->setFeatureSetAdapter<Chat>(1, adapter);
+    };
+    EXPECT_EQ(factory->getFeatureSet<Chat>(), adapter);
+    EXPECT_EQ(factory->getService<Service>(), service);
+}
+
+TEST(UnifiedFactory, LoadsNothingAnewThatHasNoPartInALoadThatThrows) {
+    class Before {};
+    class OnAnotherThread {};
+    const auto loader = std::make_shared<ScriptedLoader>();
+    const auto factory = makeFactory(loader);
+    EXPECT_EQ(factory->getFeatureSet<Before>(), nullptr);
+    loader->onService = [](const std::shared_ptr<UnifiedFactory>& given) {
+        std::thread([&] { EXPECT_EQ(given->getFeatureSet<OnAnotherThread>(), nullptr); }).join();
+        throw std::runtime_error("half-way");
+    };
+    EXPECT_THROW(factory->getService<Service>(), std::runtime_error);
+    EXPECT_EQ(loader->trace.events().size(), 3U);
+    EXPECT_EQ(factory->getFeatureSet<Before>(), nullptr);
+    EXPECT_EQ(factory->getFeatureSet<OnAnotherThread>(), nullptr);
+    EXPECT_EQ(loader->trace.events().size(), 3U);
+}
+
 TEST(UnifiedFactory, FindsWhatIsRegisteredAfterAMissWithoutLoadingAgain) {
     const auto loader = std::make_shared<ScriptedLoader>();
     const auto factory = makeFactory(loader);

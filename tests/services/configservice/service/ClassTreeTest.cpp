@@ -1,11 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <type_traits>
 
 #include "ConfigServiceImpl.h"
 #include "ConfigServiceNotifiersImpl.h"
 #include "ConfigValueNotifiersImpl.h"
+#include "PropertyNotifierConnectionImpl.h"
 #include "ServiceFixture.h"
 
 namespace {
@@ -51,6 +53,7 @@ static_assert(isPlainBase<UnifiedBusinessObjectNotifiersImpl, ConfigValueNotifie
 static_assert(isVirtualBase<ConfigValueNotifiers, ConfigValueNotifiersImpl>);
 static_assert(isVirtualBase<ConfigValueObserver, ConfigValueNotifiersImpl>);
 static_assert(isVirtualBase<PropertyNotifier, PropertyNotifierImpl>);
+static_assert(isPlainBase<PropertyNotifierConnection, PropertyNotifierConnectionImpl<std::function<void()>>>);
 
 template <typename T>
 concept ObservedByPlainObservers = requires(T& object, std::weak_ptr<UnifiedBusinessObjectObserver> observer) {

@@ -254,6 +254,22 @@ TEST_F(ConfigValueTest, EveryPropertyLosesAMarkMadeWhileItsObserversAreTold) {
     EXPECT_THAT(takeTold(), IsEmpty());
 }
 
+TEST_F(ConfigValueTest, AKeyThatStaysUndefinedLosesAMarkMadeWhileItsObserversAreTold) {
+    const auto unknown = std::make_shared<ConfigValueImpl>(factory, L"Unknown");
+    unknown->addObserver(std::weak_ptr<ConfigValueObserver>(observer));
+    const auto stayUndefined = [&] { unknown->silentUpdate(L"", L"", false, false, L"", L""); };
+    observer->hook = [&](const std::string& property) {
+        if (property == "isDefined") {
+            stayUndefined();
+        }
+    };
+    stayUndefined();
+    unknown->fireRequired();
+    EXPECT_THAT(takeTold(), ElementsAre("isDefined"));
+    unknown->fireRequired();
+    EXPECT_THAT(takeTold(), IsEmpty());
+}
+
 TEST_F(ConfigValueTest, StateIsTakenInOnlyOnTheDispatcherThread) {
     dispatcher->setUpdateAccess(false);
     EXPECT_THROW(object->update(L"v", L"o", false, false, L"s", L"t"), std::logic_error);

@@ -73,12 +73,28 @@ TEST_F(ServiceForwarding, LeavesTheLiveObjectToTheReport) {
 }
 
 TEST_F(ServiceForwarding, FindsTheFeatureSetAnewForEachCall) {
+    const auto object = service->getConfig(L"Key");
+    const auto callEachOperation = [&] {
+        service->setConfig(L"Key", L"Value");
+        service->setInMemoryConfig(L"Key", L"Value");
+        service->resetConfig(L"Key");
+        service->setKeySensitive(L"Key");
+        service->removeConfigStoreAndCache(L"Store");
+        service->removeAllCachedConfigStores();
+        service->refreshConfigFeatureSet();
+        service->setUrlProvisioningData(L"link");
+        service->resetAllowUriProvisioningData();
+        object->setConfig(L"Value");
+        object->reset();
+    };
     const auto former = registerFeatureSet();
-    service->setConfig(L"Key", L"1");
+    callEachOperation();
+    const auto calls = former->calls();
+    EXPECT_EQ(calls.size(), 11U);
     const auto current = registerFeatureSet();
-    service->setConfig(L"Key", L"2");
-    EXPECT_THAT(former->calls(), ElementsAre(Call{"setConfig", {L"Key", L"1"}}));
-    EXPECT_THAT(current->calls(), ElementsAre(Call{"setConfig", {L"Key", L"2"}}));
+    callEachOperation();
+    EXPECT_EQ(former->calls(), calls);
+    EXPECT_EQ(current->calls(), calls);
 }
 
 TEST_F(ServiceForwarding, LogsNoValue) {
