@@ -8,6 +8,7 @@
 #include "StoreTestSupport.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/XmlConfigStore.h"
+#include "support/NoFolderSyncs.h"
 #include "support/NoMoreDescriptors.h"
 
 namespace storetests {
@@ -244,6 +245,28 @@ TEST_F(CacheStore, WritesAgainOnlyWhatTheLastWriteCouldNotAndNobodyHasWrittenSin
     store.persistValues();
     std::filesystem::remove(file_ + ".temp");
     const CacheConfigStore later("cachedX.xml", 240, file_, ConfigMap{{L"a", L"2"}});
+    store.persistAgain();
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>2</a>"));
+}
+
+TEST_F(CacheStore, WritesAgainWhatIsInPlaceInAFolderThatCouldNotBeSynced) {
+    std::optional<support::NoFolderSyncs> none(std::in_place);
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>1</a>"));
+    EXPECT_TRUE(store.hasUnwrittenValues()) << "a power cut may take the file";
+    store.persistAgain();
+    EXPECT_TRUE(store.hasUnwrittenValues());
+    none.reset();
+    store.persistAgain();
+    EXPECT_FALSE(store.hasUnwrittenValues());
+}
+
+TEST_F(CacheStore, LeavesALaterFileInAFolderThatCouldNotBeSyncedBefore) {
+    std::optional<support::NoFolderSyncs> none(std::in_place);
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    none.reset();
+    const CacheConfigStore later("cachedX.xml", 240, file_, ConfigMap{{L"a", L"2"}});
+    EXPECT_FALSE(store.hasUnwrittenValues());
     store.persistAgain();
     EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>2</a>"));
 }
