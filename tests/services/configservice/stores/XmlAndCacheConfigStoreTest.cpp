@@ -271,6 +271,19 @@ TEST_F(CacheStore, LeavesALaterFileInAFolderThatCouldNotBeSyncedBefore) {
     EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>2</a>"));
 }
 
+TEST_F(CacheStore, LeavesAFileThatComesAsSoonAsItsWriteHasFailed) {
+    std::filesystem::create_directories(file_);
+    const std::string other = serverDocument("<A>2</A>");
+    log_->atNext("data NOT written to file: " + file_, [&] {
+        std::filesystem::remove(file_);
+        write("Cache/cachedX.xml", other);
+    });
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_FALSE(store.hasUnwrittenValues());
+    store.persistAgain();
+    EXPECT_EQ(read("Cache/cachedX.xml"), other);
+}
+
 TEST_F(CacheStore, HasNoUnwrittenValuesWhenItHasOnlyRead) {
     CacheConfigStore store("cachedX.xml", 240, file_);
     EXPECT_FALSE(store.hasUnwrittenValues());
