@@ -30,13 +30,16 @@ const std::string OF_THE_LINK = "tr0ub4dor-of-the-provisioning-link";
 const std::string IGNORED = "tr0ub4dor-of-what-the-link-may-not-set";
 const std::string OF_THE_USER = "tr0ub4dor-of-the-user-himself";
 const std::string USERS_PASSWORD = "tr0ub4dor-of-the-users-own-password";
+// Which nothing forgets before the host has stopped.
+const std::string OF_THE_INSTALLER = "c0rrecth0rse-of-the-installers-file";
 
 /// A client that has a server, and whose memory is looked at while it waits.
 class SecretsInMemory : public testing::Test {
 protected:
     SecretsInMemory() {
         directory_.write("ca.pem", authority_.certificate());
-        directory_.write("install/bootstrap.properties", "TFTPPrimaryServer: " + address_ + "\n");
+        directory_.write("install/bootstrap.properties",
+                         "TFTPPrimaryServer: " + address_ + "\nConnectionPassword: " + OF_THE_INSTALLER + "\n");
         directory_.write("link", support::turned("corvid://setup?ServicesDomain=" + OF_THE_LINK + "&Other=" + IGNORED));
         directory_.write("user", support::turned(OF_THE_USER));
         directory_.write("password", support::turned(USERS_PASSWORD));
@@ -88,7 +91,7 @@ protected:
         for (const auto& entry : std::filesystem::recursive_directory_iterator(directory_.path())) {
             const std::string name = std::filesystem::relative(entry.path(), directory_.path());
             for (const std::string& secret :
-                 {PASSWORD, SENSITIVE, COMMENT, OF_THE_LINK, IGNORED, OF_THE_USER, USERS_PASSWORD}) {
+                 {PASSWORD, SENSITIVE, COMMENT, OF_THE_LINK, IGNORED, OF_THE_USER, USERS_PASSWORD, OF_THE_INSTALLER}) {
                 if (!name.starts_with("server/") && directory_.read(name).find(secret) != std::string::npos) {
                     found.push_back(name + ": " + secret);
                 }
@@ -112,9 +115,12 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     if (!canLookAtMemory()) {
         GTEST_SKIP() << "only root can look into the memory of a host";
     }
+    // The value in the store and the two of the live object, while no other store has the key.
+    EXPECT_THAT(placesOf(OF_THE_INSTALLER), ElementsAre(EndsWith(" wide"), EndsWith(" wide"), EndsWith(" wide")));
     goOn();
 
     awaitStep("fetched");
+    EXPECT_THAT(placesOf(OF_THE_INSTALLER), ElementsAre(EndsWith(" wide")));
     EXPECT_THAT(placesOf(PASSWORD), IsEmpty());
     EXPECT_THAT(placesOf(COMMENT), IsEmpty());
     // The value in the store and the two of the live object, and no other form of them.
@@ -122,6 +128,7 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     goOn();
 
     awaitStep("set");
+    EXPECT_THAT(placesOf(OF_THE_INSTALLER), ElementsAre(EndsWith(" wide")));
     // The value in the store and the one of the live object: what a user has set is no administrator's value.
     for (const std::string& secret : {OF_THE_USER, USERS_PASSWORD}) {
         EXPECT_THAT(placesOf(secret), ElementsAre(EndsWith(" wide"), EndsWith(" wide"))) << secret;
@@ -132,6 +139,7 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     goOn();
 
     awaitStep("forgotten");
+    EXPECT_THAT(placesOf(OF_THE_INSTALLER), ElementsAre(EndsWith(" wide"), EndsWith(" wide"), EndsWith(" wide")));
     for (const std::string& secret : {SENSITIVE, OF_THE_USER, USERS_PASSWORD, OF_THE_LINK, COMMON_PART}) {
         EXPECT_THAT(placesOf(secret), IsEmpty()) << secret;
     }
@@ -150,6 +158,7 @@ TEST_F(SecretsInMemory, AreGoneWhenTheHostHasStopped) {
     }
     awaitStep("stopped");
     EXPECT_THAT(placesOf(COMMON_PART), IsEmpty());
+    EXPECT_THAT(placesOf(OF_THE_INSTALLER), IsEmpty());
     goOn();
     EXPECT_EQ(client_->wait().status, 0);
 }
@@ -162,13 +171,14 @@ TEST_F(SecretsInMemory, AreInNoLogAndInNoFileButThoseThatKeepThemByDesign) {
     }
     awaitStep("set");
     // What a user sets, and what a link sets, is kept in clear; the mark "sensitive" concerns what is shown.
+    const std::string ofTheInstaller = "install/bootstrap.properties: " + OF_THE_INSTALLER;
     EXPECT_THAT(filesWithSecrets(),
-                testing::UnorderedElementsAre("config/corvidLocalConfig.xml: " + OF_THE_USER,
+                testing::UnorderedElementsAre(ofTheInstaller, "config/corvidLocalConfig.xml: " + OF_THE_USER,
                                               "config/corvidLocalConfig.xml: " + USERS_PASSWORD,
                                               "config/Cache/cachedUrlProvisioningConfigStore.xml: " + OF_THE_LINK));
     goOn();
     finish({"forgotten", "stopped"});
-    EXPECT_THAT(directory_.read("log"),
-                AllOf(HasSubstr("VALUE_HIDDEN"), HasSubstr(" debug "), Not(HasSubstr(COMMON_PART))));
-    EXPECT_THAT(filesWithSecrets(), IsEmpty());
+    EXPECT_THAT(directory_.read("log"), AllOf(HasSubstr("VALUE_HIDDEN"), HasSubstr(" debug "),
+                                              Not(HasSubstr(COMMON_PART)), Not(HasSubstr(OF_THE_INSTALLER))));
+    EXPECT_THAT(filesWithSecrets(), ElementsAre(ofTheInstaller));
 }

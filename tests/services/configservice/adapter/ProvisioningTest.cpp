@@ -1,6 +1,10 @@
 #include <filesystem>
+#include <optional>
+#include <utility>
 
 #include "DataResetFixture.h"
+#include "stores/FileStamp.h"
+#include "support/NoFolderSyncs.h"
 #include "support/OtherThread.h"
 
 using testing::ElementsAre;
@@ -173,6 +177,18 @@ TEST_F(Provisioning, IsNotWrittenByTheEndOnceItHasBeenRemoved) {
     stop();
     adapter()->Destroy();
     EXPECT_EQ(cacheFile(FILE_NAME), "");
+}
+
+TEST_F(Provisioning, IsWrittenOnceMoreByTheStopWhereItsFolderCouldNotBeSyncedBefore) {
+    injectAndStart();
+    std::optional<support::NoFolderSyncs> none(std::in_place);
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(LINK));
+    none.reset();
+    adapter()->refreshConfigFeatureSet();
+    const FileStamp before = FileStamp::of(provisioningFile());
+    stop();
+    EXPECT_THAT(cacheFile(FILE_NAME), HasSubstr("<ServicesDomain>example.com</ServicesDomain>"));
+    EXPECT_NE(FileStamp::of(provisioningFile()).number, before.number);
 }
 
 TEST_F(Provisioning, OutlivesADataResetThatRemovesALinkInThePlaceOfTheCacheFolder) {

@@ -1,9 +1,12 @@
 #include "support/FreedMemory.h"
 
+#include <optional>
+
 #include "../stores/StoreTestSupport.h"
 #include "chain/ConfigStoreManager.h"
 #include "chain/SensitiveKeySecuringUtility.h"
 #include "fakes/TemporaryDirectory.h"
+#include "stores/BootstrapConfigStore.h"
 #include "xml/XmlFileWriter.h"
 
 using support::blocksLeftBy;
@@ -52,6 +55,25 @@ TEST(FreedMemory, HoldsNoSecretOfAnEntryThatIsPassedOver) {
     SensitiveKeySet sensitiveKeys;
     EXPECT_EQ(blocksLeftBy([&] { XmlConfigParser::readFromMemory(document, values, sensitiveKeys); }), 0);
     EXPECT_EQ(values.size(), 1U);
+}
+
+TEST(FreedMemory, HoldsNoSecretOfTheInstallersFile) {
+    const std::string secret = QuillCoreUtils::toString(wideSecret);
+    const std::string tail(200, 't');
+    const fakes::TemporaryDirectory folder;
+    // The second one is more than is read at a time.
+    for (const std::size_t others : {0U, 10000U}) {
+        const std::string file = folder.write(
+            "bootstrap", "ConnectionPassword: " + secret + "\n#" + secret + "\nurl: h:" + secret + ":1:" + tail +
+                             "\nthe password hunter22 is here without a colon\nother: " + std::string(others, 'x') +
+                             "\n");
+        std::optional<BootstrapConfigStore> store;
+        EXPECT_EQ(blocksLeftBy([&] { store.emplace("BootstrapConfigStore", file, 500); }), 0);
+        EXPECT_EQ(valueOf(*store, L"ConnectionPassword"), wideSecret);
+        EXPECT_EQ(valueOf(*store, L"url"),
+                  L"h:" + std::wstring(wideSecret) + L":1:" + QuillCoreUtils::toWideString(tail));
+        EXPECT_EQ(valueOf(*store, L"the password hunter22 is here without a colon"), L"");
+    }
 }
 
 TEST(FreedMemory, HoldsNoSecretThatALinkBrought) {

@@ -7,6 +7,7 @@
 
 #include "FaultSupport.h"
 #include "stores/LocalFileConfigStore.h"
+#include "support/AtRemovals.h"
 #include "support/StrangersLink.h"
 
 namespace storetests {
@@ -158,6 +159,22 @@ TEST_F(LocalFilePersisting, WritesAgainOverAFileThatSomeoneElseHasChanged) {
     store.storeValue(L"a", L"1");
     store.persistValues();
     write("folder/local.xml", "<r><userConfig name='a' value='2'/></r>");
+    store.persistValues();
+    EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
+}
+
+TEST_F(LocalFilePersisting, WritesAgainOverAFileThatCameAsSoonAsItsOwnWasInPlace) {
+    LocalFileConfigStore store = open();
+    store.storeValue(L"a", L"1");
+    {
+        const support::AtRemovals afterTheReplacement([this] {
+            if (world_.directory().exists("folder/local.xml")) {
+                write("folder/local.xml", "<r><userConfig name='a' value='of another'/></r>");
+            }
+        });
+        store.persistValues();
+    }
+    EXPECT_EQ(restarted(), (Map{{L"a", L"of another"}}));
     store.persistValues();
     EXPECT_EQ(restarted(), (Map{{L"a", L"1"}}));
 }

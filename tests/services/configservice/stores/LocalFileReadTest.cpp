@@ -198,6 +198,15 @@ TEST_F(LocalFileReading, NamesTheBackupOfAFileWithoutAnExtension) {
     EXPECT_EQ(read("some.folder/local-backup.xml"), "not xml");
 }
 
+TEST_F(LocalFileReading, NamesTheBackupsOfAFileWithSeveralDotsByAllButItsLastExtension) {
+    for (const std::string invalid : {"first", "second"}) {
+        write("some.folder/my.local.xml", invalid);
+        LocalFileConfigStore store("X", 20, path("some.folder"), "my.local.xml", false, false);
+    }
+    EXPECT_EQ(read("some.folder/my.local-backup.xml"), "second");
+    EXPECT_EQ(read("some.folder/my.local-backup-1.xml"), "first");
+}
+
 TEST_F(LocalFileReading, LogsABackupThatCannotBeMade) {
     std::filesystem::create_directories(path("local-backup.xml/full"));
     EXPECT_EQ(contents("not xml"), Map{});

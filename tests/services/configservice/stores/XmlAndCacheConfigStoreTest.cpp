@@ -8,6 +8,7 @@
 #include "StoreTestSupport.h"
 #include "stores/CacheConfigStore.h"
 #include "stores/XmlConfigStore.h"
+#include "support/NoFolderSyncs.h"
 #include "support/NoMoreDescriptors.h"
 
 namespace storetests {
@@ -246,6 +247,41 @@ TEST_F(CacheStore, WritesAgainOnlyWhatTheLastWriteCouldNotAndNobodyHasWrittenSin
     const CacheConfigStore later("cachedX.xml", 240, file_, ConfigMap{{L"a", L"2"}});
     store.persistAgain();
     EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>2</a>"));
+}
+
+TEST_F(CacheStore, WritesAgainWhatIsInPlaceInAFolderThatCouldNotBeSynced) {
+    std::optional<support::NoFolderSyncs> none(std::in_place);
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>1</a>"));
+    EXPECT_TRUE(store.hasUnwrittenValues()) << "a power cut may take the file";
+    store.persistAgain();
+    EXPECT_TRUE(store.hasUnwrittenValues());
+    none.reset();
+    store.persistAgain();
+    EXPECT_FALSE(store.hasUnwrittenValues());
+}
+
+TEST_F(CacheStore, LeavesALaterFileInAFolderThatCouldNotBeSyncedBefore) {
+    std::optional<support::NoFolderSyncs> none(std::in_place);
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    none.reset();
+    const CacheConfigStore later("cachedX.xml", 240, file_, ConfigMap{{L"a", L"2"}});
+    EXPECT_FALSE(store.hasUnwrittenValues());
+    store.persistAgain();
+    EXPECT_THAT(read("Cache/cachedX.xml"), testing::HasSubstr("<a>2</a>"));
+}
+
+TEST_F(CacheStore, LeavesAFileThatComesAsSoonAsItsWriteHasFailed) {
+    std::filesystem::create_directories(file_);
+    const std::string other = serverDocument("<A>2</A>");
+    log_->atNext("data NOT written to file: " + file_, [&] {
+        std::filesystem::remove(file_);
+        write("Cache/cachedX.xml", other);
+    });
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    EXPECT_FALSE(store.hasUnwrittenValues());
+    store.persistAgain();
+    EXPECT_EQ(read("Cache/cachedX.xml"), other);
 }
 
 TEST_F(CacheStore, HasNoUnwrittenValuesWhenItHasOnlyRead) {

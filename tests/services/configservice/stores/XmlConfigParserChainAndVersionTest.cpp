@@ -1,4 +1,5 @@
 #include "StoreTestSupport.h"
+#include "xml/XmlDocument.h"
 
 namespace storetests {
 namespace {
@@ -75,6 +76,24 @@ TEST_F(ChainedConfigFile, EndsItsWalkBeforeItBeginsWithoutANode) {
     ChainedStoreMap stores;
     XmlConfigParser::parseChainedConfigXml(nullptr, stores);
     EXPECT_TRUE(stores.empty());
+}
+
+TEST_F(ChainedConfigFile, IsWalkedFromAnyNodeOverItsFollowingSiblingsAndWhatIsBelowThem) {
+    const std::string text =
+        "<r><g><ConfigStore name='A' chainedTo='0'/><ConfigStore name='B' chainedTo='0'><x><ConfigStore name='InB' "
+        "chainedTo='0'/></x></ConfigStore><ConfigStore name='C' chainedTo='0'/></g>"
+        "<ConfigStore name='BehindTheParent' chainedTo='0'/></r>";
+    const std::shared_ptr<xmlDoc> document = readXmlMemory(text.data(), text.length(), "chain.xml");
+    xmlNode* const first = xmlDocGetRootElement(document.get())->children->children;
+    const ChainedStoreMap fromTheSecond = {{"B", Names{"0"}}, {"C", Names{"0"}}, {"InB", Names{"0"}}};
+    ChainedStoreMap stores;
+    XmlConfigParser::parseChainedConfigXml(first->next, stores);
+    EXPECT_EQ(stores, fromTheSecond);
+    ChainedStoreMap fromTheFirst = fromTheSecond;
+    fromTheFirst["A"] = Names{"0"};
+    stores.clear();
+    XmlConfigParser::parseChainedConfigXml(first, stores);
+    EXPECT_EQ(stores, fromTheFirst);
 }
 
 using VersionResponse = StoreTest;

@@ -5,26 +5,27 @@
 
 #include "tessel/SecureStringUtils.h"
 
-/// Overwrites texts at the end of a scope, whichever way it is left. The texts must outlive it.
+/// Overwrites a text, narrow or wide, or several ones, at the end of a scope, whichever way it is left. What is
+/// overwritten must outlive it.
+template <typename Text>
 class WipedAtEnd {
 public:
-    explicit WipedAtEnd(std::wstring& text) : text_(&text) {}
-    explicit WipedAtEnd(std::vector<std::wstring>& texts) : texts_(&texts) {}
-
-    ~WipedAtEnd() {
-        if (text_ != nullptr) {
-            tessel::SecureStringUtils::TesselZeroWstring(*text_);
-            return;
-        }
-        for (std::wstring& text : *texts_) {
-            tessel::SecureStringUtils::TesselZeroWstring(text);
-        }
-    }
+    explicit WipedAtEnd(Text& text) : text_(text) {}
+    ~WipedAtEnd() { wipe(text_); }
 
     WipedAtEnd(const WipedAtEnd&) = delete;
     WipedAtEnd& operator=(const WipedAtEnd&) = delete;
 
 private:
-    std::wstring* const text_ = nullptr;
-    std::vector<std::wstring>* const texts_ = nullptr;
+    static void wipe(std::string& text) { tessel::SecureStringUtils::TesselZeroString(text); }
+    static void wipe(std::wstring& text) { tessel::SecureStringUtils::TesselZeroWstring(text); }
+
+    template <typename One>
+    static void wipe(std::vector<One>& texts) {
+        for (One& text : texts) {
+            wipe(text);
+        }
+    }
+
+    Text& text_;
 };

@@ -1,41 +1,63 @@
 #include "stores/BootstrapConfigStore.h"
 
 #include <array>
-#include <optional>
-#include <sstream>
-#include <utility>
+#include <streambuf>
+#include <string_view>
 
 #include "InputFile.h"
 #include "chain/DisableP2PCallOnFips.h"
+#include "chain/WipedAtEnd.h"
 #include "quill/StringUtils.h"
+#include "tessel/SecureStringUtils.h"
 #include "tessel/TesselLogger.h"
 
 namespace {
 
-/// @return nothing if the file cannot be read; a folder opens like a file and fails at the first read only.
-std::optional<std::string> contentsOf(const std::string& path) {
+/// Appends to a text. One that grew by itself would leave a copy of a secret behind.
+void append(std::string& text, std::string_view piece) {
+    if (text.capacity() - text.size() < piece.size()) {
+        std::string longer;
+        const WipedAtEnd wiped(longer);
+        longer.reserve(2 * (text.size() + piece.size()));
+        longer.append(text);
+        text.swap(longer);
+    }
+    text.append(piece);
+}
+
+/// @return false if the file cannot be read; a folder opens like a file and fails at the first read only.
+bool readContents(const std::string& path, std::string& contents) {
     InputFile file(path, InputFile::Pipes::Read);
-    std::string text;
     std::array<char, 4096> piece{};
     int count = file.read(piece.data(), static_cast<int>(piece.size()));
     for (; count > 0; count = file.read(piece.data(), static_cast<int>(piece.size()))) {
-        text.append(piece.data(), static_cast<std::size_t>(count));
+        const auto length = static_cast<std::size_t>(count);
+        append(contents, {piece.data(), length});
+        tessel::SecureStringUtils::TesselZeroMemory(piece.data(), length);
     }
-    return count == 0 ? std::optional(std::move(text)) : std::nullopt;
+    return count == 0;
 }
+
+/// Lets a stream read a text in its place: one of its own would be a copy that nobody overwrites.
+class TextInPlace : public std::streambuf {
+public:
+    explicit TextInPlace(std::string& text) { setg(text.data(), text.data(), text.data() + text.size()); }
+};
 
 }  // namespace
 
 BootstrapConfigStore::BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority)
     : priority_(priority), filePath_(filePath), name_(name) {
-    std::optional<std::string> contents = contentsOf(filePath_);
-    if (!contents) {
+    std::string contents;
+    const WipedAtEnd wiped(contents);
+    if (!readContents(filePath_, contents)) {
         static TesselLogger* const logger = TesselLogger_getLogger("BootstrapConfigStore");
         TesselLog(logger, 3, __FILE__, __LINE__, "BootstrapConfigStore",
                   L"File does not exist " + QuillCoreUtils::toWideString(filePath_));
         return;
     }
-    std::istringstream file(*std::move(contents));
+    TextInPlace text(contents);
+    std::istream file(&text);
     readConfigFromFile(file);
     values_.inOrder();  // so that getKeys() changes nothing
 }
@@ -80,18 +102,29 @@ const std::string& BootstrapConfigStore::SPLITTER() {
 }
 
 bool BootstrapConfigStore::readConfigFromFile(std::istream& stream) {
-    std::string line;
     while (stream.good()) {
-        line.clear();
+        std::string line;
+        const WipedAtEnd wiped(line);
         std::getline(stream, line);
-        std::string key;
-        std::string value;
-        if (!line.empty() && readKeyValue(line, key, value)) {
-            const std::wstring name = QuillCoreUtils::toWideString(key);
-            values_.set(FoldedKey(name), QuillCoreUtils::toWideString(value));
+        if (!line.empty()) {
+            takeLine(line);
         }
     }
     return true;
+}
+
+void BootstrapConfigStore::takeLine(const std::string& line) {
+    std::string key;
+    std::string value;
+    const WipedAtEnd wipedKey(key);
+    const WipedAtEnd wipedValue(value);
+    if (readKeyValue(line, key, value)) {
+        std::wstring wideKey = QuillCoreUtils::toWideString(key);
+        std::wstring wideValue = QuillCoreUtils::toWideString(value);
+        const WipedAtEnd wipedWideKey(wideKey);
+        const WipedAtEnd wipedWideValue(wideValue);
+        values_.set(FoldedKey(wideKey), wideValue);
+    }
 }
 
 bool BootstrapConfigStore::readKeyValue(const std::string& line, std::string& key, std::string& value) {
@@ -99,23 +132,29 @@ bool BootstrapConfigStore::readKeyValue(const std::string& line, std::string& ke
         return false;
     }
     std::vector<std::string> parts;
+    const WipedAtEnd wipedParts(parts);
     QuillCoreUtils::split(line, parts, SPLITTER());
     if (!isValidConfigValue(parts)) {
         return false;
     }
-    key = QuillCoreUtils::trim(parts.front());
-    value.clear();
+    key = QuillCoreUtils::trimmed(parts.front());
+    std::string joined;
+    const WipedAtEnd wipedJoined(joined);
+    joined.reserve(line.size());
     for (std::size_t index = 1; index < parts.size(); ++index) {
-        value += parts[index];
+        joined += parts[index];
         if (index + 1 < parts.size()) {
-            value += SPLITTER();
+            joined += SPLITTER();
         }
     }
-    value = QuillCoreUtils::trim(value);
+    value = QuillCoreUtils::trimmed(joined);
     return true;
 }
 
-bool BootstrapConfigStore::isLineComment(std::string line) { return line.starts_with('#'); }
+bool BootstrapConfigStore::isLineComment(std::string line) {
+    const WipedAtEnd wiped(line);
+    return line.starts_with('#');
+}
 
 bool BootstrapConfigStore::isValidConfigValue(const std::vector<std::string>& parts) { return !parts.empty(); }
 

@@ -14,7 +14,8 @@
 ///
 /// The file is UTF-8 text. A line is "key:value", split at its first colon, both sides trimmed; a line without a colon
 /// is a key with an empty value. Empty lines, and lines whose first character after white space is "#", are skipped. Of
-/// several lines with one key (case ignored) the last one gives the value.
+/// several lines with one key (case ignored) the last one gives the value. There may be a password in it: what has been
+/// read of it is overwritten, but for the store's own values.
 class BootstrapConfigStore : public ConfigStore, public FoldedLookup {
 public:
     BootstrapConfigStore(const std::string& name, const std::string& filePath, std::int32_t priority);
@@ -48,6 +49,7 @@ public:
 
 private:
     bool readConfigFromFile(std::istream& stream);
+    void takeLine(const std::string& line);
     static bool isLineComment(std::string line);
     static bool isValidConfigValue(const std::vector<std::string>& parts);
     bool getValueFromMap(const KeyedValues& map, const FoldedKey& key, std::wstring& value);

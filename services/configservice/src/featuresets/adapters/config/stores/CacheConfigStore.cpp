@@ -45,13 +45,17 @@ bool CacheConfigStore::hasUnwrittenValues() {
 
 void CacheConfigStore::write(const std::function<bool()>& isWanted) {
     using Outcome = XmlConfigParser::Outcome;
-    FileStamp left = FileStamp::of(getFilePath());
+    FileStamp left;
+    const auto look = [&] { left = FileStamp::of(getFilePath()); };
+    look();
     const auto isWantedNow = [&] {
         // Once more while no other process can write: one that comes afterwards is not to be written over.
-        left = FileStamp::of(getFilePath());
+        look();
         return isWanted();
     };
-    const Outcome outcome = XmlConfigParser::write(getFilePath(), copyValues(), isWantedNow);
+    // And after a write that has failed, under the same lock: where only the folder could not be synced the file in
+    // place is this store's own, and is to be written once more.
+    const Outcome outcome = XmlConfigParser::write(getFilePath(), copyValues(), isWantedNow, look);
     if (outcome == Outcome::Written) {
         fileLeft_.reset();
     } else if (outcome != Outcome::LeftAlone) {

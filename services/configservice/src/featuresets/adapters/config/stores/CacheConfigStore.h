@@ -19,7 +19,8 @@ public:
     /// Takes the values and writes the file at once. A file that cannot be written leaves the store working in memory.
     CacheConfigStore(std::string name, std::int32_t priority, std::string filePath, const ConfigMap& values);
 
-    /// Writes the values to the file; the old file stays whole if that fails. Any thread; readers do not wait.
+    /// Writes the values to the file. If that fails the old file stays whole; or the new one is in place, where only
+    /// its folder could not be synced. Any thread; readers do not wait.
     void persistValues() override;
 
     /// Writes the values if there is no file; one that is there may be another store's, with later values.
@@ -29,7 +30,7 @@ public:
     void persistAgain();
 
     /// True if the last write failed and nobody is known to have written the file since: these values are nowhere but
-    /// in memory, and what a new store would read is older.
+    /// in memory, and what a new store would read is older, or may become so again by a power cut.
     bool hasUnwrittenValues();
 
 private:
@@ -37,6 +38,7 @@ private:
 
     // Held for a whole write, so that of two writes the later one holds the later values.
     tessel::Mutex fileMutex_{LockRanks::STORE_FILE};
-    /// The file that a failed write has left, or that there was none; nothing after a write that went well.
+    /// The file that a failed write has left in place, be it an older one or its own, or that there was none; nothing
+    /// after a write that went well.
     std::optional<FileStamp> fileLeft_ TESSEL_GUARDED_BY(fileMutex_);
 };

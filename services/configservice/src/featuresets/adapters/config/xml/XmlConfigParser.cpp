@@ -150,11 +150,13 @@ public:
 }  // namespace
 
 bool XmlConfigParser::writeToFile(const std::string& path, const ConfigMap& values) {
-    return write(path, values, [] { return true; }) != Outcome::NotOpened;
+    const auto always = [] { return true; };
+    return write(path, values, always, [] {}) != Outcome::NotOpened;
 }
 
 XmlConfigParser::Outcome XmlConfigParser::write(const std::string& path, const ConfigMap& values,
-                                                const std::function<bool()>& isWanted) {
+                                                const std::function<bool()>& isWanted,
+                                                const std::function<void()>& onNotReplaced) {
     if (!prepareParentDirectory(path)) {
         return Outcome::NotOpened;
     }
@@ -172,7 +174,9 @@ XmlConfigParser::Outcome XmlConfigParser::write(const std::string& path, const C
         TesselLog(logger(), 4, __FILE__, __LINE__, "writeToFile", "data written to file: " + path);
         return Outcome::Written;
     }
-    if (!written) {
+    if (written) {
+        onNotReplaced();
+    } else {
         QuillCoreUtils::FileUtils::removeFile(sibling);
     }
     TesselLog(logger(), 2, __FILE__, __LINE__, "writeToFile", "data NOT written to file: " + path);

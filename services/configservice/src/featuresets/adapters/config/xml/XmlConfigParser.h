@@ -25,7 +25,7 @@ public:
         Written,    ///< the file holds the values
         LeftAlone,  ///< the file was to be left alone
         NotOpened,  ///< the writer could not be opened
-        Failed,     ///< on the way; the file is as it was
+        Failed,     ///< on the way; the file is as it was, or the new one in a folder that could not be synced
     };
 
     /// Writes a map in cached form: root "Corvid", its child "CachedConfig", an element for each key. A key that is no
@@ -34,12 +34,14 @@ public:
     /// is missing; where it or the configuration folder is a link of somebody else's (FileUtils::isStrangersLink())
     /// nothing is written, which is logged at level 2. The file is the old one or the new one, whole, at every instant.
     /// @return true if the writer could be opened. A write that fails later is logged at level 2 and leaves the old
-    ///         file.
+    ///         file; or the new one, where only its folder could not be synced.
     static bool writeToFile(const std::string& path, const ConfigMap& values);
 
-    /// The same, and tells more. @param isWanted looks whether the file is to be written; among those who write through
-    /// this class, nobody gets between the look and the write.
-    static Outcome write(const std::string& path, const ConfigMap& values, const std::function<bool()>& isWanted);
+    /// The same, and tells more. Among those who write through this class, nobody gets between the two calls.
+    /// @param isWanted looks whether the file is to be written. @param onNotReplaced looks at what is in place once a
+    /// document that was whole could not be put there durably.
+    static Outcome write(const std::string& path, const ConfigMap& values, const std::function<bool()>& isWanted,
+                         const std::function<void()>& onNotReplaced);
 
     /// Writes a document's text, as libxml2 spells it, with the same promise.
     /// @return true if the text is a document and the file holds it.
