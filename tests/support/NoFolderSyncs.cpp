@@ -5,11 +5,10 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 
 namespace {
 
-std::atomic<bool> refuses = false;
+std::atomic<int> errorOfSyncs = 0;
 
 bool isFolder(int file) {
     struct stat status {};
@@ -19,8 +18,8 @@ bool isFolder(int file) {
 }  // namespace
 
 extern "C" int fsync(int file) noexcept(noexcept(::fsync(0))) {
-    if (refuses && isFolder(file)) {
-        errno = EIO;
+    if (errorOfSyncs != 0 && isFolder(file)) {
+        errno = errorOfSyncs;
         return -1;
     }
     return static_cast<int>(syscall(SYS_fsync, file));
@@ -28,8 +27,8 @@ extern "C" int fsync(int file) noexcept(noexcept(::fsync(0))) {
 
 namespace support {
 
-NoFolderSyncs::NoFolderSyncs() { refuses = true; }
+NoFolderSyncs::NoFolderSyncs(int error) { errorOfSyncs = error; }
 
-NoFolderSyncs::~NoFolderSyncs() { refuses = false; }
+NoFolderSyncs::~NoFolderSyncs() { errorOfSyncs = 0; }
 
 }  // namespace support

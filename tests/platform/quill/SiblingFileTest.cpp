@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
@@ -18,6 +19,9 @@
 
 #include "fakes/TemporaryDirectory.h"
 #include "quill/FileUtils.h"
+#include "support/AtLocks.h"
+#include "support/NoFolderSyncs.h"
+#include "support/NoRenameFlags.h"
 #include "support/OrdinaryUser.h"
 
 using testing::ElementsAre;
@@ -97,6 +101,72 @@ TEST_F(SiblingFiles, RemovesWhatDeadProcessesLeftBesideWhatItCannotOpen) {
     }
     FileUtils::removeStaleSiblings(path("to"));
     EXPECT_EQ(names().size(), 15U);
+}
+
+TEST_F(SiblingFiles, DoWithoutLocksWhereTheFileSystemHasNone) {
+    directory_.write("from", "new");
+    directory_.write(".to.1.1.new", "perhaps at work");
+    const support::AtLocks none([] { return ENOLCK; });
+    EXPECT_TRUE(copy());
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_EQ(directory_.read(".to.1.1.new"), "perhaps at work");
+}
+
+TEST_F(SiblingFiles, AreMadeAnewIfTheyAreRemovedBeforeTheyAreLocked) {
+    directory_.write("from", "new");
+    int locks = 0;
+    const support::AtLocks sweeper([&] {
+        for (const std::string& name : names()) {
+            if (locks == 0 && name != "from") {
+                fs::remove(path(name));
+            }
+        }
+        ++locks;
+        return 0;
+    });
+    EXPECT_TRUE(copy());
+    EXPECT_EQ(locks, 2);
+    EXPECT_EQ(directory_.read("to"), "new");
+    EXPECT_THAT(names(), UnorderedElementsAre("from", "to"));
+}
+
+TEST_F(SiblingFiles, AreMadeAnewIfSomebodyElseLocksThemFirst) {
+    directory_.write("from", "new");
+    int locks = 0;
+    const support::AtLocks sweeper([&] { return ++locks == 1 ? EWOULDBLOCK : 0; });
+    EXPECT_TRUE(copy());
+    EXPECT_EQ(locks, 2);
+    EXPECT_EQ(directory_.read("to"), "new");
+    // Whoever has locked the first one removes it.
+    EXPECT_EQ(names().size(), 3U);
+}
+
+TEST_F(SiblingFiles, ReplaceNothingAlsoWhereTheFileSystemCannotRenameSo) {
+    for (const int error : {EINVAL, ENOSYS}) {
+        const support::NoRenameFlags none(error);
+        for (const bool isThere : {false, true}) {
+            SiblingFile sibling(path("to"));
+            ASSERT_EQ(sibling.create(), 0);
+            ASSERT_EQ(sibling.append("new"), 0);
+            if (isThere) {
+                directory_.write("to", "kept");
+            }
+            EXPECT_EQ(sibling.becomeDestination(true), isThere ? EEXIST : 0);
+            EXPECT_EQ(directory_.read("to"), isThere ? "kept" : "new");
+        }
+        EXPECT_THAT(names(), ElementsAre("to"));
+        fs::remove(path("to"));
+    }
+}
+
+TEST_F(SiblingFiles, AreInPlaceWhereFoldersCannotBeSynced) {
+    for (const int error : {EINVAL, EIO}) {
+        const support::NoFolderSyncs none(error);
+        SiblingFile sibling(path("to"));
+        ASSERT_EQ(sibling.create(), 0);
+        EXPECT_EQ(sibling.becomeDestination(false), error == EINVAL ? 0 : EIO);
+        EXPECT_THAT(names(), ElementsAre("to"));
+    }
 }
 
 /// A thread on a stack whose memory a test can look at when the thread has ended.
