@@ -22,6 +22,7 @@
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
 #include "cli/DataDirectory.h"
+#include "cli/FilesOfCommand.h"
 #include "comparing/ComparingChecks.h"
 #include "exporting/ExportForm.h"
 #include "exporting/TargetFile.h"
@@ -212,6 +213,10 @@ std::string checkLog(Invocation& invocation) {
     }
     if (!invocation.logFile.empty() && spoilsFileOfTheModule(invocation.logFile, invocation)) {
         return "--log-file '" + invocation.logFile + "': this file is the module's own, expected another one";
+    }
+    if (!invocation.logFile.empty() && isFileOfCommand(invocation.logFile, invocation)) {
+        return "--log-file '" + invocation.logFile + "': the command itself reads or writes this file, expected " +
+               "another one";
     }
     invocation.host.logFile = invocation.logFile;
     return {};

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "callcontrol/CertificateAuthority.h"
 #include "cli/InvocationChecks.h"
 #include "support/ForkedChild.h"
 
@@ -111,6 +112,44 @@ TEST_F(WrongUseTool, WritesNeitherALogNorAJournalIntoAFileOfTheModule) {
         expectRefused({command, "--journal", localPath()}, "--journal '" + localPath() + "'" + line);
         expectRefused({"--log-file", localPath(), command}, "--log-file '" + localPath() + "'" + line);
     }
+}
+
+TEST_F(WrongUseTool, WritesNoLogIntoAFileThatTheCommandItselfReadsOrWrites) {
+    const std::string line = ": the command itself reads or writes this file, expected another one";
+    const std::string a = directory_.write("a.xml", "<c><g><A>1</A></g></c>");
+    const std::string link = directory_.path("link.xml");
+    std::filesystem::create_symlink(a, link);
+    const std::string certificate = directory_.write("c.pem", callcontrol::CertificateAuthority().certificate());
+    const std::string other = directory_.write("other/corvidLocalConfig.xml", localFile({{"A", "b"}}));
+    const std::string folder = directory_.path("other");
+    const std::string fresh = directory_.path("new");
+    const std::vector<std::pair<std::vector<std::string>, std::string>> uses = {
+        {{"simulate", "--replace", "cachedTFTPConfigStore.xml=" + a}, link},
+        {{"diff", "live", a}, a},
+        {{"diff", "file:" + a, "live"}, a},
+        {{"diff", "live", "dir:" + folder}, other},
+        {{"diff", folder, "live"}, directory_.path("other/./corvid-config-user.xml")},
+        {{"validate", other, a}, a},
+        {{"serve", a}, a},
+        {{"serve", a, "--write-ca", fresh}, fresh},
+        {{"--ca-file", certificate, "get", "OnlyMine"}, certificate},
+        {{"export", "--to", fresh}, directory_.path("./new")},
+        {{"watch", "--journal", fresh}, fresh},
+        {{"watch", "--journal", fresh}, fresh + ".1"},
+        {{"history", "--journal", fresh}, fresh},
+    };
+    for (const auto& [words, log] : uses) {
+        std::vector<std::string> all = {"--log-file", log};
+        all.insert(all.end(), words.begin(), words.end());
+        expectRefused(all, "--log-file '" + log + "'" + line);
+    }
+}
+
+TEST_F(WrongUseTool, TakesALogThatTheCommandDoesNotRead) {
+    const std::string a = directory_.write("a.xml", "<c><g><A>1</A></g></c>");
+    EXPECT_EQ(run({"--log-file", directory_.path("log"), "validate", a}).status, 0);
+    EXPECT_EQ(run({"--log-file", "/dev/null", "validate", "/dev/null"}).status, 1);
+    EXPECT_EQ(run({"--log-file", directory_.write("OnlyMine", ""), "get", "OnlyMine"}).status, 0);
 }
 
 TEST_F(WrongUseTool, TakesOneDeviceForTheInstallersFileAndTheLog) {
