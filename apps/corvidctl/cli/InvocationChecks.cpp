@@ -28,6 +28,7 @@
 #include "exporting/TargetFile.h"
 #include "journal/JournalFile.h"
 #include "output/Terminal.h"
+#include "reading/ReadableFile.h"
 #include "session/WritersTurn.h"
 
 namespace corvidctl {
@@ -43,11 +44,6 @@ using Fips = host::ReferenceHostOptions::Fips;
 std::string environment(const char* name) {
     const char* const value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);
-}
-
-bool isReadableFile(const std::string& path) {
-    std::error_code error;
-    return fs::exists(path, error) && !fs::is_directory(path, error) && access(path.c_str(), R_OK) == 0;
 }
 
 bool isReadableDirectory(const std::string& path) {

@@ -1,6 +1,8 @@
 #include "Tool.h"
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -54,6 +56,17 @@ protected:
         return problem;
     }
 };
+
+/// A socket in the place of a file.
+void makeSocket(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(path.size(), sizeof(address.sun_path));
+    path.copy(address.sun_path, path.size());
+    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    close(made);
+}
 
 const std::string COMMANDS =
     "get, list, explain, stores, delta, report, validate, simulate, diff, export, set, unset, provision, reset-data, "
@@ -323,6 +336,20 @@ TEST_F(WrongUseTool, RefusesADirectoryWhereAFileIsExpected) {
     expectRefused({"--bootstrap", folder, "list"}, "--bootstrap '" + folder + "': expected a file that can be read");
     expectRefused({"--log-file", folder, "list"}, "--log-file '" + folder + "': expected a file that can be written");
     expectRefused({"validate", folder}, "validate: FILE '" + folder + "': expected a file that can be read");
+}
+
+TEST_F(WrongUseTool, RefusesASocketWhereAFileIsExpected) {
+    const std::string file = directory_.path("socket");
+    makeSocket(file);
+    const std::string expected = "expected a file that can be read";
+    expectRefused({"--bootstrap", file, "list"}, "--bootstrap '" + file + "': " + expected);
+    expectRefused({"--ca-file", file, "fetch"}, "--ca-file '" + file + "': " + expected);
+    expectRefused({"validate", file}, "validate: FILE '" + file + "': " + expected);
+    expectRefused({"diff", "live", file}, "diff: '" + file + "': " + expected);
+    std::filesystem::remove(directory_.path("config/corvid-config-user.xml"));
+    makeSocket(directory_.path("config/corvid-config-user.xml"));
+    expectRefused({"get", "OnlyMine"}, "--config-dir '" + directory_.path("config") +
+                                           "': expected its corvid-config-user.xml to be a file that can be read");
 }
 
 TEST_F(WrongUseTool, RefusesAnExportInAnUnknownFormatOrPlace) {
