@@ -358,6 +358,9 @@ TEST_F(WrongUseTool, RefusesAnExportInAnUnknownFormatOrPlace) {
     expectRefused({"export", "--to", nowhere},
                   "--to '" + nowhere + "': expected a file in a folder that can be written");
     const std::string folder = directory_.path("config");
+    expectRefused({"export", "--to", ""}, "--to is empty, expected a path");
+    expectRefused({"export", "--force", "--to", "/dev/null"},
+                  "--to '/dev/null': expected a regular file, or one that does not exist yet");
     expectRefused({"export", "--force", "--to", folder},
                   "--to '" + folder + "': expected a file in a folder that can be written");
 }
