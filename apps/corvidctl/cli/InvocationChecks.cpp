@@ -22,11 +22,13 @@
 #include "ConfigStoreConstants.h"
 #include "chain/CacheFiles.h"
 #include "cli/DataDirectory.h"
+#include "cli/FilesOfCommand.h"
 #include "comparing/ComparingChecks.h"
 #include "exporting/ExportForm.h"
 #include "exporting/TargetFile.h"
 #include "journal/JournalFile.h"
 #include "output/Terminal.h"
+#include "reading/ReadableFile.h"
 #include "session/WritersTurn.h"
 
 namespace corvidctl {
@@ -42,11 +44,6 @@ using Fips = host::ReferenceHostOptions::Fips;
 std::string environment(const char* name) {
     const char* const value = std::getenv(name);
     return value == nullptr ? std::string() : std::string(value);
-}
-
-bool isReadableFile(const std::string& path) {
-    std::error_code error;
-    return fs::exists(path, error) && !fs::is_directory(path, error) && access(path.c_str(), R_OK) == 0;
 }
 
 bool isReadableDirectory(const std::string& path) {
@@ -213,6 +210,10 @@ std::string checkLog(Invocation& invocation) {
     if (!invocation.logFile.empty() && spoilsFileOfTheModule(invocation.logFile, invocation)) {
         return "--log-file '" + invocation.logFile + "': this file is the module's own, expected another one";
     }
+    if (!invocation.logFile.empty() && isFileOfCommand(invocation.logFile, invocation)) {
+        return "--log-file '" + invocation.logFile + "': the command itself reads or writes this file, expected " +
+               "another one";
+    }
     invocation.host.logFile = invocation.logFile;
     return {};
 }
@@ -325,8 +326,11 @@ bool isCertificateOrEmpty(const std::string& path) {
 std::string checkServe(const Invocation& invocation) {
     std::error_code error;
     const std::string& file = invocation.arguments.front();
-    if (!isReadableFile(file) || !fs::is_regular_file(file, error)) {
+    if (!isReadableFile(file)) {
         return "serve: FILE '" + file + "': expected a file that can be read";
+    }
+    if (!fs::is_regular_file(file, error)) {  // each request reads it anew
+        return "serve: FILE '" + file + "': expected a regular file";
     }
     in_addr address{};
     if (inet_pton(AF_INET, invocation.address.c_str(), &address) != 1) {
@@ -336,6 +340,9 @@ std::string checkServe(const Invocation& invocation) {
         return "--server-version '" + invocation.serverVersion + "': expected digits and full stops, as in 12.5";
     }
     const std::optional<std::string>& ca = invocation.writeCa;
+    if (ca && ca->empty()) {
+        return "--write-ca is empty, expected a path";
+    }
     if (ca && (!isReplaceable(*ca) || fs::equivalent(*ca, file, error))) {
         return "--write-ca '" + *ca + "': expected a file that can be written, and another one than FILE";
     }
@@ -351,6 +358,13 @@ std::string checkExport(const Invocation& invocation) {
     }
     if (!invocation.to) {
         return {};
+    }
+    if (invocation.to->empty()) {
+        return "--to is empty, expected a path";
+    }
+    std::error_code error;
+    if (fs::is_other(*invocation.to, error)) {
+        return "--to '" + *invocation.to + "': expected a regular file, or one that does not exist yet";
     }
     const TargetFile target(*invocation.to);
     if (!target.isWritable()) {

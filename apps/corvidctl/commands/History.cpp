@@ -24,7 +24,7 @@ void complainOf(const JournalReading::Damage& damage, Output& output) {
 std::string nothingFound(const Invocation& invocation, const std::vector<JournalBatch>& batches) {
     std::string keys;
     for (const std::string& argument : invocation.arguments) {
-        keys += (keys.empty() ? " of " : ", ") + argument;
+        keys += (keys.empty() ? " of " : ", ") + (argument.empty() ? quoted(argument) : argument);
     }
     return batches.empty()
                ? "the journal holds no batch yet"

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
 #include <ostream>
 
@@ -35,15 +36,32 @@ void printOutcome(const DataResetView& view, Output& output) {
     }
 }
 
+/// Why something that is no file stays, as the end of a sentence; empty for a file and a link.
+std::string whyLeft(const std::string& path) {
+    std::error_code error;
+    switch (std::filesystem::symlink_status(path, error).type()) {
+    case std::filesystem::file_type::fifo:
+        return ", since it is a pipe";
+    case std::filesystem::file_type::socket:
+        return ", since it is a socket";
+    case std::filesystem::file_type::block:
+    case std::filesystem::file_type::character:
+        return ", since it is a device";
+    default:
+        return {};
+    }
+}
+
 /// Names what should have gone and is still there. @return whether there is nothing of that kind.
-bool isComplete(const DataResetView& view, const FileListing& after, Output& output) {
+bool isComplete(const std::string& directory, const DataResetView& view, const FileListing& after, Output& output) {
     bool complete = after.unreadable.empty();
     for (const std::string& folder : after.unreadable) {
         printError(output, "the folder '" + folder + "' cannot be listed; what lies in it stays");
     }
     for (const std::string& file : view.kept) {
         if (!DataReset::keeps(QuillCoreUtils::FileUtils::getFileName(file))) {
-            printError(output, "'" + file + "' should have been removed and is still there");
+            printError(output,
+                       "'" + file + "' should have been removed and is still there" + whyLeft(directory + "/" + file));
             complete = false;
         }
     }
@@ -67,7 +85,7 @@ int runResetData(const Invocation& invocation, Output& output) {
     } else {
         printOutcome(view, output);
     }
-    return isComplete(view, after, output) ? Status::Done : Status::AnswerIsNo;
+    return isComplete(directory, view, after, output) ? Status::Done : Status::AnswerIsNo;
 }
 
 }  // namespace corvidctl

@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "comparing/StoreNames.h"
+#include "reading/ReadableFile.h"
 
 namespace corvidctl {
 
@@ -23,10 +24,7 @@ std::string behind(const std::string& prefix, const std::string& word) {
 }
 
 Operand checkedFile(const std::string& word, const std::string& path) {
-    std::error_code error;
-    const bool isFile = fs::exists(path, error) && !fs::is_directory(path, error);
-    const bool isReadable = isFile && access(path.c_str(), R_OK) == 0;
-    return {Kind::File, path, isReadable ? "" : "'" + word + "': expected a file that can be read"};
+    return {Kind::File, path, isReadableFile(path) ? "" : "'" + word + "': expected a file that can be read"};
 }
 
 Operand checkedStore(const std::string& word, const std::string& name) {

@@ -101,7 +101,7 @@ Contents Sides::readStore(const std::string& name) {
     }
     for (const LoadFailure& failure : live().failures) {
         if (QuillCoreUtils::caseInsensitiveStringEquals(failure.store, name)) {
-            remark(failure.sentence);
+            throw std::runtime_error(failure.sentence.substr(0, failure.sentence.rfind('.')));
         }
     }
     return contentsOf(*layer);

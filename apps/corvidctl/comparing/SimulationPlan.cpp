@@ -1,7 +1,5 @@
 #include "comparing/SimulationPlan.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -12,6 +10,7 @@
 #include "comparing/DocumentContents.h"
 #include "comparing/StoreNames.h"
 #include "quill/StringUtils.h"
+#include "reading/ReadableFile.h"
 
 namespace corvidctl {
 
@@ -46,12 +45,6 @@ std::optional<StorePlace> placeOf(const std::string& store) {
         }
     }
     return isNameOfCachedCopy(store) ? std::optional(StorePlace::CachedCopy) : std::nullopt;
-}
-
-/// A pipe is none: the file is read more than once.
-bool isReadableFile(const std::string& path) {
-    std::error_code error;
-    return fs::is_regular_file(path, error) && access(path.c_str(), R_OK) == 0;
 }
 
 bool holdsNul(const std::string& path) {
@@ -92,8 +85,14 @@ private:
         }
         const std::string file = word.substr(equals + 1);
         add("--replace '" + word + "'", word.substr(0, equals), file);
-        if (plan_.problem.empty() && !isReadableFile(file)) {
+        if (!plan_.problem.empty()) {
+            return;
+        }
+        std::error_code error;
+        if (!isReadableFile(file)) {
             plan_.problem = "--replace '" + word + "': expected a file that can be read";
+        } else if (!fs::is_regular_file(file, error)) {  // it is read more than once
+            plan_.problem = "--replace '" + word + "': expected a regular file";
         }
     }
 

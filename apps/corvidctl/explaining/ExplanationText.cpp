@@ -122,8 +122,15 @@ std::string inBrackets(const KeyLayer& layer) {
 
 bool isInMemory(const KeyLayer& layer) { return layer.store == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME; }
 
-/// What a writable store that wins means for the administrator's value.
+/// What a writable store that wins means for the administrator's value. Where there is one that is not told, nothing is
+/// said of it.
 std::string onOverride(const Explanation& key, const KeyLayer& winner, const std::string& original) {
+    if (key.value.hasUntoldOriginal) {
+        if (isInMemory(winner)) {
+            return "It is set for this run.";
+        }
+        return isKeptByClient(key.value.key) ? "The client has stored it." : "The user has set it.";
+    }
     if (isInMemory(winner)) {
         return original.empty() ? "It is set for this run only; the administrator has not set it."
                                 : "It is set for this run, over the administrator's " + original + ".";

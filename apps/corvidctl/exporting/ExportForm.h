@@ -20,7 +20,8 @@ public:
     virtual std::string write(const std::vector<ExportedValue>& values) const = 0;
 };
 
-/// A configuration document as a server sends it. Sensitive values are marked.
+/// A configuration document as a server sends it. Sensitive values are marked. From a server the two well-known
+/// passwords are read back enciphered.
 class ServerForm : public ExportForm {
 public:
     std::string obstacleTo(const ExportedValue& value) const override;

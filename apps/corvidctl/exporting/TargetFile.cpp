@@ -24,6 +24,11 @@ std::string withoutLinks(const std::string& path) {
     return error ? path : resolved.string();
 }
 
+/// Whether the module moves a file aside under such a name when it cannot read it; earlier ones get numbers.
+bool isBackupOf(const std::string& fileName, const std::string& name) {
+    return name.starts_with(fs::path(fileName).stem().string() + "-backup") && name.ends_with(".xml");
+}
+
 mode_t modeOfNewFiles() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -52,9 +57,13 @@ bool TargetFile::isWritable() const {
            access(folder.c_str(), W_OK | X_OK) == 0;
 }
 
+bool TargetFile::isSameAs(const std::string& path) const {
+    std::error_code error;
+    return resolved_ == withoutLinks(path) || fs::equivalent(resolved_, path, error);
+}
+
 bool TargetFile::belongsToModule(const host::ReferenceHost::Options& host) const {
     using namespace ConfigStoreConstants;
-    const std::string folder = FileUtils::getParentDirectory(resolved_);
     for (const std::string& file : {host.configDirectory + "/" + LOCAL_FILE_CONFIG_STORE_FILE_NAME,
                                     host.configDirectory + "/" + TFTP_OVERRIDE_FILE_NAME,
                                     host.configDirectory + "/" + LEGACY_TFTP_CACHE_FILE_NAME, host.bootstrapFilePath,
@@ -63,8 +72,16 @@ bool TargetFile::belongsToModule(const host::ReferenceHost::Options& host) const
             return true;
         }
     }
-    return folder == withoutLinks(host.configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING) &&
-           resolved_.ends_with(".xml");
+    const std::string name = FileUtils::getFileName(resolved_);
+    if (isIn(host.configDirectory + "/" + CACHE_STORE_DIRECTORY_STRING)) {
+        return name.ends_with(".xml") || (name.starts_with("cached") && name.ends_with(".download.json"));
+    }
+    return (isIn(host.configDirectory) && isBackupOf(LOCAL_FILE_CONFIG_STORE_FILE_NAME, name)) ||
+           (isIn(host.installationDirectory) && isBackupOf(DEFAULT_CONFIG_STORE_FILE_NAME, name));
+}
+
+bool TargetFile::isIn(const std::string& folder) const {
+    return FileUtils::getParentDirectory(resolved_) == withoutLinks(folder);
 }
 
 void TargetFile::write(const std::string& contents, bool isPrivate, bool replaces) const {

@@ -18,8 +18,11 @@ public:
     /// Whether an export can be written there: in a folder that can be written, and no folder or device.
     bool isWritable() const;
 
-    /// Whether the file is the module's own, on a host with these paths: one that it reads, writes or removes, be it
-    /// there now or not.
+    /// Whether another path leads to the file, be it there now or not.
+    bool isSameAs(const std::string& path) const;
+
+    /// Whether the file is the module's own, on a host with these paths: one that it reads, writes, moves
+    /// aside or removes, or the note beside a kept copy, be it there now or not.
     bool belongsToModule(const host::ReferenceHost::Options& host) const;
 
     /// Writes the file in one step: it is the old one or the new one, whole, at every instant. What a process left that
@@ -31,6 +34,7 @@ public:
     void write(const std::string& contents, bool isPrivate, bool replaces) const;
 
 private:
+    bool isIn(const std::string& folder) const;
     void writeAnew(const std::string& contents, bool isPrivate, bool replaces) const;
 
     const std::string path_;      ///< as it was given

@@ -25,7 +25,7 @@ Table::Cell valueCell(const std::string& value, const std::string& store, Style 
 
 /// Who set the value that comes before the administrator's.
 const char* remarkOnOverride(const ValueView& view) {
-    const bool onlyOne = view.originalValueStoreName.empty();
+    const bool onlyOne = view.originalValueStoreName.empty() && !view.hasUntoldOriginal;
     if (view.valueStoreName == ConfigStoreConstants::IN_MEMORY_CONFIG_STORE_NAME) {
         return onlyOne ? "set for this run" : "overridden for this run";
     }

@@ -61,7 +61,9 @@ ValueView ChainReader::describe(const std::wstring& key, const SearchList& store
     if (report.lookup.usedOtherKeyName()) {
         view.foundUnder = toString(report.lookup.otherName);
     }
-    if (!view.isOverridden) {
+    if (view.isOverridden) {
+        view.hasUntoldOriginal = !hasOriginal && !holders(current, true).empty();
+    } else {
         const std::vector<std::string> holders = writableHolders(current);
         const auto waits = [&view](const std::string& store) { return store != view.valueStoreName; };
         view.shadowsUser = std::any_of(holders.begin(), holders.end(), waits);
@@ -155,13 +157,15 @@ std::vector<std::string> ChainReader::userStores() const {
     return names;
 }
 
-std::vector<std::string> ChainReader::writableHolders(const std::wstring& key) const {
+std::vector<std::string> ChainReader::writableHolders(const std::wstring& key) const { return holders(key, false); }
+
+std::vector<std::string> ChainReader::holders(const std::wstring& key, bool areReadOnly) const {
     std::vector<std::string> holders;
     const std::vector<std::wstring> names = names_.namesInOrder(key);
     for (const std::shared_ptr<ConfigStore>& store : chain_.getStores()) {
         std::wstring value;
         const auto holds = [&store, &value](const std::wstring& name) { return store->getValue(name, value); };
-        if (!store->isReadOnly() && std::any_of(names.begin(), names.end(), holds)) {
+        if (store->isReadOnly() == areReadOnly && std::any_of(names.begin(), names.end(), holds)) {
             holders.push_back(store->getName());
         }
     }

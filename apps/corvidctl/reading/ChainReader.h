@@ -55,6 +55,7 @@ private:
     SearchList searchList() const;
 
     ValueView describe(const std::wstring& key, const SearchList& stores) const;
+    std::vector<std::string> holders(const std::wstring& key, bool areReadOnly) const;
     std::string shown(const std::wstring& text, bool sensitive) const;
 
     ConfigStoreManager& chain_;

@@ -24,6 +24,10 @@ struct ValueView {
 
     /// A store that the user can write holds the key, and another store wins all the same.
     bool shadowsUser = false;
+
+    /// It is overridden and no administrator's value is told, although a store that the user cannot write holds the
+    /// key: FIPS mode answers in its place.
+    bool hasUntoldOriginal = false;
 };
 
 /// One store of the chain.

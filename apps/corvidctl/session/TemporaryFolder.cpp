@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -16,6 +17,8 @@
 #include <string_view>
 #include <system_error>
 #include <vector>
+
+#include "cli/WrongUse.h"
 
 namespace corvidctl {
 
@@ -108,10 +111,21 @@ void removeWhatIsLeftIn(const std::string& place) {
     }
 }
 
+/// What TMPDIR names, else /tmp; an empty text names nothing.
+std::string placeOfAll() {
+    const char* const named = std::getenv("TMPDIR");
+    const std::string place = named == nullptr || *named == '\0' ? "/tmp" : named;
+    std::error_code error;
+    if (!fs::is_directory(place, error) || access(place.c_str(), W_OK | X_OK) != 0) {
+        throw WrongUse("TMPDIR '" + place + "': expected a folder that can be written");
+    }
+    return place;
+}
+
 }  // namespace
 
 TemporaryFolder::TemporaryFolder() {
-    const fs::path place = fs::temp_directory_path();
+    const fs::path place = placeOfAll();
     removeWhatIsLeftIn(place);
     Existing& existing = Existing::instance();
     const std::lock_guard<std::mutex> lock(existing.mutex);

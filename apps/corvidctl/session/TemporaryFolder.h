@@ -12,7 +12,10 @@ namespace corvidctl {
 /// has left. A configuration directory is locked by those who write there, and so is no place for that lock.
 class TemporaryFolder {
 public:
-    /// @throws std::system_error with one line if it cannot be made.
+    /// It is made in the folder that TMPDIR names, else in /tmp.
+    /// @throws WrongUse with one line if that is no folder that can be written; std::system_error if the folder cannot
+    /// be
+    ///         made all the same.
     TemporaryFolder();
     ~TemporaryFolder();
 

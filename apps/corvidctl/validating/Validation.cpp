@@ -8,6 +8,7 @@
 #include "ConfigStoreConstants.h"
 #include "quill/FileUtils.h"
 #include "quill/StringUtils.h"
+#include "validating/FileContents.h"
 #include "validating/FilePlace.h"
 #include "validating/KeyFindings.h"
 #include "validating/PropertiesInspector.h"
@@ -85,8 +86,10 @@ void noticeMove(ValidationView& view, const std::string& fileName) {
          "a client that starts on this file renames it to " + backup + " and has none of its values"});
 }
 
-std::vector<DocumentReport::Entry> inspectXml(ValidationView& view, const std::string& fileName) {
-    DocumentReport report = inspectDocument(view.file);
+/// @param path where the document lies, if not at its own place.
+std::vector<DocumentReport::Entry> inspectXml(ValidationView& view, const std::string& path,
+                                              const std::string& fileName) {
+    DocumentReport report = inspectDocument(path);
     view.valid = report.valid;
     view.form = report.form == DocumentReport::Form::Local ? Form::LocalFile : Form::Document;
     view.formIsGuessed = report.formIsGuessed;
@@ -108,19 +111,25 @@ std::vector<DocumentReport::Entry> inspectLines(ValidationView& view, const std:
     return std::move(report.entries);
 }
 
-/// Reads the file in the form that suits it. A file that can be read only once, such as a pipe, is left to the reader
-/// of documents.
-std::vector<DocumentReport::Entry> inspectFile(ValidationView& view, const std::string& fileName) {
-    const bool isNamedDocument = QuillCoreUtils::toLowercase(fileName).ends_with(".xml");
+/// A document of which the name says that it is one. What its file does not give is no fault of the document.
+std::vector<DocumentReport::Entry> inspectNamedXml(ValidationView& view, const std::string& fileName) {
+    std::vector<DocumentReport::Entry> entries = inspectXml(view, view.file, fileName);
     std::error_code error;
-    std::string contents;
-    if (isNamedDocument || !std::filesystem::is_regular_file(view.file, error) ||
-        !FileUtils::readFile(view.file, contents)) {
-        return inspectXml(view, fileName);
+    if (!view.valid && std::filesystem::is_regular_file(view.file, error)) {
+        readToEnd(view.file);
     }
+    return entries;
+}
+
+/// Reads the file, which may be a pipe, in the form that suits it.
+std::vector<DocumentReport::Entry> inspectFile(ValidationView& view, const std::string& fileName) {
+    if (QuillCoreUtils::toLowercase(fileName).ends_with(".xml")) {
+        return inspectNamedXml(view, fileName);
+    }
+    const std::string contents = readToEnd(view.file);
     const bool isNamed = isNamedProperties(fileName);
     if (!isNamed && !looksLikeProperties(contents)) {
-        return inspectXml(view, fileName);
+        return inspectXml(view, FileInMemory(contents).path(), fileName);
     }
     view.formIsGuessed = !isNamed;
     return inspectLines(view, contents);

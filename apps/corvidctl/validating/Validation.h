@@ -10,6 +10,7 @@ namespace corvidctl {
 /// mode of the process.
 /// @param file path, UTF-8. By its name, else by its content, it is a document, a local file or one of properties.
 /// @param reveal show sensitive values.
+/// @throws WrongUse with one line if the file cannot be opened or read to its end.
 ValidationView validateFile(const std::string& file, bool reveal);
 
 }  // namespace corvidctl

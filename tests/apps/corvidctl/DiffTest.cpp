@@ -218,10 +218,16 @@ TEST_F(Diff, TellsWhichFilesItCouldNotRead) {
     EXPECT_EQ(run({"--json", "diff", "live", directory_.path("other")}).error, remark);
 }
 
-TEST_F(Diff, TellsOfAFailedStoreOnlyWhereItIsCompared) {
+TEST_F(Diff, RefusesAFailedStoreOnlyWhereItIsCompared) {
     writeConfig("corvidLocalConfig.xml", "<broken");
-    EXPECT_THAT(run({"diff", "LocalFileConfigStore", "BootstrapConfigStore"}).out,
-                HasSubstr("LocalFileConfigStore failed to load: "));
+    for (const std::vector<std::string>& sides : {std::vector<std::string>{"LocalFileConfigStore", "live"},
+                                                  {"BootstrapConfigStore", "store:localfileconfigstore"}}) {
+        const support::Ended ended = run({"diff", sides[0], sides[1]});
+        EXPECT_EQ(ended.status, 2);
+        EXPECT_EQ(ended.out, "");
+        EXPECT_THAT(ended.error, testing::MatchesRegex("corvidctl: diff: LocalFileConfigStore failed to load: .*, line "
+                                                       "1, column [0-9]+: it is not well-formed XML\n"));
+    }
     EXPECT_THAT(run({"diff", "corvid-config-defaults.xml", "BootstrapConfigStore"}).out,
                 Not(HasSubstr("failed to load")));
 }

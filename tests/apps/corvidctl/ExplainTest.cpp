@@ -285,6 +285,23 @@ TEST_F(Tool, ExplainTellsWhatAFileSaysBehindTheFipsRule) {
                 HasSubstr("bootstrap.properties, line 1, says \"yes\".\n"));
 }
 
+TEST_F(Tool, ExplainSaysNothingOfAnAdministratorWhoseValueIsNotTold) {
+    writeConfig("corvidLocalConfig.xml", localFile({{"Telephony_P2P_Enabled", "true"}}));
+    const std::string alone = "Only the user has set it; the administrator has not.\n";
+    EXPECT_THAT(run({"--fips", "on", "explain", "Telephony_P2P_Enabled"}).out, HasSubstr(alone));
+    EXPECT_THAT(run({"--fips", "on", "list", "Telephony_P2P*"}).out, HasSubstr("user only"));
+    directory_.write("install/corvid-config-defaults.xml", localFile({{"Telephony_P2P_Enabled", "true"}}));
+    const std::string out = run({"--fips", "on", "explain", "Telephony_P2P_Enabled"}).out;
+    EXPECT_THAT(out, HasSubstr("The user has set it.\n"));
+    EXPECT_THAT(out, testing::Not(HasSubstr("administrator")));
+    EXPECT_THAT(out, HasSubstr("corvid-config-defaults.xml, line 3, says \"true\".\n"));
+    const std::string row = run({"--fips", "on", "list", "Telephony_P2P*"}).out;
+    EXPECT_THAT(row, HasSubstr("overridden"));
+    EXPECT_THAT(row, testing::Not(HasSubstr("user only")));
+    EXPECT_THAT(run({"--fips", "off", "explain", "Telephony_P2P_Enabled"}).out,
+                HasSubstr("The user overrides the administrator's \"true\", from corvid-config-defaults.xml.\n"));
+}
+
 TEST_F(Tool, ExplainTellsTheKeyThatWasMeant) {
     EXPECT_THAT(run({"explain", "DockedWindw"}).out,
                 HasSubstr("DockedWindw is not defined: no store holds it.\nDid you mean DockedWindow?\n"));

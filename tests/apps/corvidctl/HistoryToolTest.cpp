@@ -108,6 +108,8 @@ TEST_F(HistoryTool, SaysSinceWhenNothingChanged) {
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.out, "");
     EXPECT_EQ(ended.error, "corvidctl: the journal knows no change of C, x* since 2024-02-29T13:05:59.007Z\n");
+    EXPECT_EQ(history({"", "--journal", journal_}).error,
+              "corvidctl: the journal knows no change of \"\" since 2024-02-29T13:05:59.007Z\n");
     directory_.write("journal", START);
     EXPECT_EQ(history({"--journal", journal_}).error,
               "corvidctl: the journal knows no change since 2024-02-29T13:05:59.007Z\n");

@@ -101,7 +101,8 @@ TEST_F(Tool, ResetDataSaysWhatItCouldNotRemove) {
     const support::Ended ended = run({"reset-data", "--yes"});
     EXPECT_EQ(ended.status, 1);
     EXPECT_THAT(ended.out, HasSubstr("kept     pipe\n"));
-    EXPECT_THAT(ended.error, HasSubstr("corvidctl: 'pipe' should have been removed and is still there\n"));
+    EXPECT_THAT(ended.error,
+                HasSubstr("corvidctl: 'pipe' should have been removed and is still there, since it is a pipe\n"));
 }
 
 TEST_F(Tool, ResetDataNamesAFolderThatCannotBeListed) {

@@ -254,9 +254,10 @@ TEST_F(Serve, NamesThePortThatIsTaken) {
 TEST_F(Serve, NeedsAFileThatCanBeRead) {
     expectRefused({"serve"}, "serve: FILE is missing, expected: corvidctl serve FILE");
     expectRefused({"serve", file_, "B"}, "serve: unexpected argument 'B', expected: corvidctl serve FILE");
-    for (const std::string& file : {directory_.path("nowhere"), directory_.path("config"), std::string("/dev/null")}) {
+    for (const std::string& file : {directory_.path("nowhere"), directory_.path("config")}) {
         expectRefused({"serve", file}, "serve: FILE '" + file + "': expected a file that can be read");
     }
+    expectRefused({"serve", "/dev/null"}, "serve: FILE '/dev/null': expected a regular file");
 }
 
 TEST_F(Serve, NeedsAnIpv4Address) {
@@ -285,6 +286,7 @@ TEST_F(Serve, NeedsAPlaceForTheCertificate) {
 
 TEST_F(Serve, WritesItsCertificateOverNoFileThatIsNone) {
     const std::string letter = directory_.write("letter", "Dear Sirs");
+    expectRefused({"serve", file_, "--write-ca", ""}, "--write-ca is empty, expected a path");
     expectRefused({"serve", file_, "--write-ca", letter},
                   "--write-ca '" + letter + "': expected a file that does not exist yet, or a certificate to replace");
     EXPECT_EQ(directory_.read("letter"), "Dear Sirs");

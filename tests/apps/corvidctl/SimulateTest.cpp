@@ -301,6 +301,19 @@ TEST_F(Simulate, EndsWhenItIsInterruptedWithNoCopyLeft) {
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory_.path("tmp")), {}), 1);
 }
 
+TEST_F(Simulate, TellsWhereNoCopyCanBeMade) {
+    support::ChildProcess::Options options;
+    const std::string none = directory_.path("none");
+    options.environment = {{"TMPDIR", none}};
+    const std::string problem = "TMPDIR '" + none + "': expected a folder that can be written\n";
+    const support::Ended ended = run({"simulate", "--set", "A=b"}, options);
+    EXPECT_EQ(ended.status, 2);
+    EXPECT_EQ(ended.error, "corvidctl: " + problem);
+    const support::Ended compared = run({"diff", "live", "dir:" + directory_.path("config")}, options);
+    EXPECT_EQ(compared.status, 2);
+    EXPECT_EQ(compared.error, "corvidctl: diff: " + problem);
+}
+
 TEST_F(Simulate, LeavesNoCopyBehind) {
     directory_.write("tmp/keep", "");
     support::ChildProcess::Options options;

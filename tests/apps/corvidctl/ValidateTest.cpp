@@ -234,6 +234,37 @@ TEST_F(Tool, ValidateReadsAPipeAsADocument) {
     EXPECT_THAT(ended.out, HasSubstr("a configuration document with 1 key\n"));
 }
 
+TEST_F(Tool, ValidateReadsAPipeOfPropertiesByItsContentOrItsName) {
+    const std::string program = "printf 'ServicesDomain: example.org\\n' | " CORVIDCTL_PROGRAM " validate ";
+    const support::Ended ended = support::runProgram({"/bin/sh", "-c", program + "/dev/stdin"}, {});
+    EXPECT_EQ(ended.status, 0);
+    EXPECT_THAT(ended.out, HasSubstr("by its content a properties file with 1 key\n"));
+    EXPECT_THAT(ended.out, HasSubstr("ServicesDomain"));
+    const std::string named = directory_.path("bootstrap.properties");
+    std::filesystem::create_symlink("/dev/stdin", named);
+    EXPECT_THAT(support::runProgram({"/bin/sh", "-c", program + named}, {}).out,
+                HasSubstr(named + ": valid, a properties file with 1 key\n"));
+}
+
+TEST_F(Tool, ValidateTellsWhereAPipedDocumentIsBroken) {
+    const support::Ended ended = support::runProgram(
+        {"/bin/sh", "-c", "printf '<c>\\n<a></c>' | " CORVIDCTL_PROGRAM " validate /dev/stdin"}, {});
+    EXPECT_EQ(ended.status, 1);
+    EXPECT_THAT(ended.out, HasSubstr("/dev/stdin:2"));
+}
+
+TEST_F(Tool, ValidateRefusesWhatItCannotReadToTheEnd) {
+    std::filesystem::create_symlink("/proc/self/mem", directory_.path("a.xml"));  // nothing is at its beginning
+    for (const std::string& file : {std::string("/proc/self/mem"), directory_.path("a.xml")}) {
+        const support::Ended ended = run({"validate", file});
+        EXPECT_EQ(ended.status, 2);
+        EXPECT_EQ(ended.out, "");
+        EXPECT_EQ(ended.error, "corvidctl: validate: FILE '" + file + "': expected a file that can be read\n");
+    }
+    EXPECT_EQ(run({"validate", "/dev/zero"}).error,
+              "corvidctl: validate: FILE '/dev/zero': expected a pipe or a device that ends within 64 MiB\n");
+}
+
 TEST_F(Tool, ValidateAnswersWithATabSeparatedLineForEachFinding) {
     const std::string file = directory_.write("a.properties", "A\n");
     const std::string good = directory_.write("b.xml", "<c><g><a>1</a></g></c>");

@@ -1,11 +1,14 @@
 #include "Tool.h"
 
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 
+#include "callcontrol/CertificateAuthority.h"
 #include "cli/InvocationChecks.h"
 #include "support/ForkedChild.h"
 
@@ -53,6 +56,17 @@ protected:
         return problem;
     }
 };
+
+/// A socket in the place of a file.
+void makeSocket(const std::string& path) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    ASSERT_LT(path.size(), sizeof(address.sun_path));
+    path.copy(address.sun_path, path.size());
+    const int made = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    close(made);
+}
 
 const std::string COMMANDS =
     "get, list, explain, stores, delta, report, validate, simulate, diff, export, set, unset, provision, reset-data, "
@@ -111,6 +125,44 @@ TEST_F(WrongUseTool, WritesNeitherALogNorAJournalIntoAFileOfTheModule) {
         expectRefused({command, "--journal", localPath()}, "--journal '" + localPath() + "'" + line);
         expectRefused({"--log-file", localPath(), command}, "--log-file '" + localPath() + "'" + line);
     }
+}
+
+TEST_F(WrongUseTool, WritesNoLogIntoAFileThatTheCommandItselfReadsOrWrites) {
+    const std::string line = ": the command itself reads or writes this file, expected another one";
+    const std::string a = directory_.write("a.xml", "<c><g><A>1</A></g></c>");
+    const std::string link = directory_.path("link.xml");
+    std::filesystem::create_symlink(a, link);
+    const std::string certificate = directory_.write("c.pem", callcontrol::CertificateAuthority().certificate());
+    const std::string other = directory_.write("other/corvidLocalConfig.xml", localFile({{"A", "b"}}));
+    const std::string folder = directory_.path("other");
+    const std::string fresh = directory_.path("new");
+    const std::vector<std::pair<std::vector<std::string>, std::string>> uses = {
+        {{"simulate", "--replace", "cachedTFTPConfigStore.xml=" + a}, link},
+        {{"diff", "live", a}, a},
+        {{"diff", "file:" + a, "live"}, a},
+        {{"diff", "live", "dir:" + folder}, other},
+        {{"diff", folder, "live"}, directory_.path("other/./corvid-config-user.xml")},
+        {{"validate", other, a}, a},
+        {{"serve", a}, a},
+        {{"serve", a, "--write-ca", fresh}, fresh},
+        {{"--ca-file", certificate, "get", "OnlyMine"}, certificate},
+        {{"export", "--to", fresh}, directory_.path("./new")},
+        {{"watch", "--journal", fresh}, fresh},
+        {{"watch", "--journal", fresh}, fresh + ".1"},
+        {{"history", "--journal", fresh}, fresh},
+    };
+    for (const auto& [words, log] : uses) {
+        std::vector<std::string> all = {"--log-file", log};
+        all.insert(all.end(), words.begin(), words.end());
+        expectRefused(all, "--log-file '" + log + "'" + line);
+    }
+}
+
+TEST_F(WrongUseTool, TakesALogThatTheCommandDoesNotRead) {
+    const std::string a = directory_.write("a.xml", "<c><g><A>1</A></g></c>");
+    EXPECT_EQ(run({"--log-file", directory_.path("log"), "validate", a}).status, 0);
+    EXPECT_EQ(run({"--log-file", "/dev/null", "validate", "/dev/null"}).status, 1);
+    EXPECT_EQ(run({"--log-file", directory_.write("OnlyMine", ""), "get", "OnlyMine"}).status, 0);
 }
 
 TEST_F(WrongUseTool, TakesOneDeviceForTheInstallersFileAndTheLog) {
@@ -286,12 +338,29 @@ TEST_F(WrongUseTool, RefusesADirectoryWhereAFileIsExpected) {
     expectRefused({"validate", folder}, "validate: FILE '" + folder + "': expected a file that can be read");
 }
 
+TEST_F(WrongUseTool, RefusesASocketWhereAFileIsExpected) {
+    const std::string file = directory_.path("socket");
+    makeSocket(file);
+    const std::string expected = "expected a file that can be read";
+    expectRefused({"--bootstrap", file, "list"}, "--bootstrap '" + file + "': " + expected);
+    expectRefused({"--ca-file", file, "fetch"}, "--ca-file '" + file + "': " + expected);
+    expectRefused({"validate", file}, "validate: FILE '" + file + "': " + expected);
+    expectRefused({"diff", "live", file}, "diff: '" + file + "': " + expected);
+    std::filesystem::remove(directory_.path("config/corvid-config-user.xml"));
+    makeSocket(directory_.path("config/corvid-config-user.xml"));
+    expectRefused({"get", "OnlyMine"}, "--config-dir '" + directory_.path("config") +
+                                           "': expected its corvid-config-user.xml to be a file that can be read");
+}
+
 TEST_F(WrongUseTool, RefusesAnExportInAnUnknownFormatOrPlace) {
     expectRefused({"export", "--format", "yaml"}, "--format 'yaml': expected server, json or properties");
     const std::string nowhere = directory_.path("nowhere/a.xml");
     expectRefused({"export", "--to", nowhere},
                   "--to '" + nowhere + "': expected a file in a folder that can be written");
     const std::string folder = directory_.path("config");
+    expectRefused({"export", "--to", ""}, "--to is empty, expected a path");
+    expectRefused({"export", "--force", "--to", "/dev/null"},
+                  "--to '/dev/null': expected a regular file, or one that does not exist yet");
     expectRefused({"export", "--force", "--to", folder},
                   "--to '" + folder + "': expected a file in a folder that can be written");
 }

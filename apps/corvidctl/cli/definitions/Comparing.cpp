@@ -76,7 +76,8 @@ DefinitionGroup comparingCommands() {
              "Write the effective configuration, or one store, as a document",
              "The document goes to the standard output, or with --to in one step to a file. As \"server\" it is what a "
              "call-control server would send, and as \"properties\" what an installer would write; the module reads "
-             "both back to the same values. A value that the format cannot hold is left out and told, and the status "
+             "both back to the same values, but for ConnectionPassword and BDIConnectionPassword, which it enciphers "
+             "when a server sends them. A value that the format cannot hold is left out and told, and the status "
              "is 1. Of the effective configuration, what the client keeps for itself is left out and told, too; the "
              "status stays 0.\n\n"
              "Sensitive values are left out, and their number is told, unless --reveal is given; a file that is "

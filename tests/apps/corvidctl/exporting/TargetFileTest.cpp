@@ -113,6 +113,19 @@ TEST_F(Target, IsAFileInAFolder) {
     EXPECT_FALSE(TargetFile("").isWritable());
 }
 
+TEST_F(Target, IsTheSameUnderAnyPath) {
+    const TargetFile there(directory_.write("a", "text"));
+    fs::create_symlink("a", directory_.path("link"));
+    fs::create_hard_link(directory_.path("a"), directory_.path("hard"));
+    const TargetFile missing(directory_.path("b"));
+    EXPECT_TRUE(there.isSameAs(directory_.path("link")));
+    EXPECT_TRUE(there.isSameAs(directory_.path("hard")));
+    EXPECT_TRUE(missing.isSameAs(directory_.path("./b")));
+    EXPECT_FALSE(there.isSameAs(directory_.path("b")));
+    EXPECT_FALSE(missing.isSameAs(directory_.path("a")));
+    EXPECT_FALSE(missing.isSameAs(directory_.path("c")));
+}
+
 TEST_F(Target, IsTheModulesOwnUnderAnyPath) {
     host::ReferenceHost::Options host;
     host.configDirectory = directory_.path("config");
@@ -122,15 +135,18 @@ TEST_F(Target, IsTheModulesOwnUnderAnyPath) {
     fs::create_symlink("config", directory_.path("link"));
     for (const char* const name :
          {"config/corvidLocalConfig.xml", "config/corvid-config-user.xml", "config/corvid-config.xml",
-          "config/Cache/cachedX.xml", "link/Cache/../corvidLocalConfig.xml", "install/corvid-config-defaults.xml",
-          "boot.properties"}) {
+          "config/Cache/cachedX.xml", "config/Cache/cachedX.download.json", "link/Cache/../corvidLocalConfig.xml",
+          "config/corvidLocalConfig-backup.xml", "config/corvidLocalConfig-backup-2.xml",
+          "install/corvid-config-defaults.xml", "install/corvid-config-defaults-backup.xml", "boot.properties"}) {
         EXPECT_TRUE(TargetFile(directory_.path(name)).belongsToModule(host)) << name;
     }
     host.configDirectory = directory_.path("link");
     EXPECT_TRUE(TargetFile(directory_.path("config/Cache/cachedX.xml")).belongsToModule(host));
     EXPECT_TRUE(TargetFile(directory_.path("config/corvidLocalConfig.xml")).belongsToModule(host));
     for (const char* const name : {"corvidLocalConfig.xml", "config/export.xml", "config/Cache/export.json",
-                                   "install/corvidLocalConfig.xml", "config/Cache/deep/cachedX.xml"}) {
+                                   "config/Cache/corvidLocalConfig.download.json", "config/backup.xml",
+                                   "config/corvid-config-defaults-backup.xml", "install/corvidLocalConfig.xml",
+                                   "config/Cache/deep/cachedX.xml"}) {
         EXPECT_FALSE(TargetFile(directory_.path(name)).belongsToModule(host)) << name;
     }
 }

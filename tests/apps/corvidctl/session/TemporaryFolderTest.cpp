@@ -54,6 +54,18 @@ protected:
     const fakes::TemporaryDirectory profile_;
 };
 
+TEST_F(TemporaryFolders, AreNotMadeWhereTheNamedPlaceIsNone) {
+    setenv("TMPDIR", directory_.path("none").c_str(), 1);
+    try {
+        const TemporaryFolder folder;
+        FAIL();
+    } catch (const corvidctl::WrongUse& error) {
+        EXPECT_EQ(error.what(), "TMPDIR '" + directory_.path("none") + "': expected a folder that can be written");
+    }
+    setenv("TMPDIR", "", 1);
+    EXPECT_THAT(TemporaryFolder().path(), testing::StartsWith("/tmp/"));
+}
+
 TEST_F(TemporaryFolders, GoAtTheEnd) {
     {
         const ProfileCopy copy(profile_.path());
