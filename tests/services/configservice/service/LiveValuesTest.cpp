@@ -78,6 +78,8 @@ TEST(LiveValues, FetchAheadWhateverTheyHoldAndChangeNothing) {
     const auto notifierOf = [&](std::size_t index) {
         return objects[index]->getConfigValueNotifiers()->getValueNotifier();
     };
+    objects[1]->getConfigValueNotifiers()->getKeyNotifier();
+    fetchAheadOf(values, keys);
     notifierOf(1);
     connections.push_back(notifierOf(2)->addConnection([&] { ++told; }));
     connections.push_back(notifierOf(3)->connect([&] { ++told; }));

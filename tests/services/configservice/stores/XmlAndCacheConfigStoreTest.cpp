@@ -261,6 +261,16 @@ TEST_F(CacheStore, WritesAgainWhatIsInPlaceInAFolderThatCouldNotBeSynced) {
     EXPECT_FALSE(store.hasUnwrittenValues());
 }
 
+TEST_F(CacheStore, WritesNothingAgainThatWasInPlaceAndIsGone) {
+    std::optional<support::NoFolderSyncs> none(std::in_place);
+    CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});
+    none.reset();
+    std::filesystem::remove(file_);
+    EXPECT_FALSE(store.hasUnwrittenValues());
+    store.persistAgain();
+    EXPECT_FALSE(std::filesystem::exists(file_));
+}
+
 TEST_F(CacheStore, LeavesALaterFileInAFolderThatCouldNotBeSyncedBefore) {
     std::optional<support::NoFolderSyncs> none(std::in_place);
     CacheConfigStore store("cachedX.xml", 240, file_, ConfigMap{{L"a", L"1"}});

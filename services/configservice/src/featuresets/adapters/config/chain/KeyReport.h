@@ -34,5 +34,5 @@ public:
 
     /// A hint in the midst of many reports: those of these keys, or their fires, come next. The receiver may fetch what
     /// it will need for them, and changes nothing.
-    virtual void expect(std::span<const FoldedKey> keys) { static_cast<void>(keys); }
+    virtual void expect(std::span<const FoldedKey> keys) = 0;
 };
