@@ -33,6 +33,10 @@ class RemoteSource::PowerObserver final : public TesselSystemMonitor::PowerEvent
 public:
     explicit PowerObserver(const std::shared_ptr<ConfigAdapter>& adapter)
         : journal_(adapter->getDownloadJournal()), adapter_(adapter) {}
+    virtual ~PowerObserver() = default;
+
+    PowerObserver(const PowerObserver&) = delete;
+    PowerObserver& operator=(const PowerObserver&) = delete;
 
     /// Waits for what it is at. Later events mean nothing.
     void stop() {
