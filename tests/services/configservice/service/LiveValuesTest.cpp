@@ -65,11 +65,12 @@ void fetchAheadOf(const LiveValues& values, const std::vector<std::wstring>& key
 }
 
 TEST(LiveValues, FetchAheadWhateverTheyHoldAndChangeNothing) {
-    const std::vector<std::wstring> keys = {L"bare", L"asked for", L"heard", L"heard by two", L"not there"};
+    const std::vector<std::wstring> keys = {L"bare",         L"asked for",         L"heard",
+                                            L"heard by two", L"asked for its key", L"not there"};
     LiveValues values;
     fetchAheadOf(values, keys);
     std::vector<std::shared_ptr<ConfigValueImpl>> objects;
-    for (std::size_t index = 0; index < 4; ++index) {
+    for (std::size_t index = 0; index < 5; ++index) {
         objects.push_back(makeLive(keys[index]));
         values.add(objects.back());
     }
@@ -78,9 +79,8 @@ TEST(LiveValues, FetchAheadWhateverTheyHoldAndChangeNothing) {
     const auto notifierOf = [&](std::size_t index) {
         return objects[index]->getConfigValueNotifiers()->getValueNotifier();
     };
-    objects[1]->getConfigValueNotifiers()->getKeyNotifier();
-    fetchAheadOf(values, keys);
     notifierOf(1);
+    objects[4]->getConfigValueNotifiers()->getKeyNotifier();
     connections.push_back(notifierOf(2)->addConnection([&] { ++told; }));
     connections.push_back(notifierOf(3)->connect([&] { ++told; }));
     connections.push_back(notifierOf(3)->addConnection([&] { ++told; }));
