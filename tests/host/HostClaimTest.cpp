@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <thread>
 
@@ -35,10 +36,14 @@ protected:
         return directory_.read("log");
     }
 
+    /// Of this very process, whose name is another one under a debugger.
     std::string warning() const {
+        std::string name;
+        std::ifstream file("/proc/self/comm");
+        std::getline(file, name);
         return "[ReferenceHost] start: another program works on the configuration directory: process " +
-               std::to_string(getpid()) +
-               ", host_tests; neither notices what the other stores, and the last to save wins\n";
+               std::to_string(getpid()) + ", " + name +
+               "; neither notices what the other stores, and the last to save wins\n";
     }
 
     const fakes::TemporaryDirectory directory_;
