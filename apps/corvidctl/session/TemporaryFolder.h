@@ -13,9 +13,8 @@ namespace corvidctl {
 class TemporaryFolder {
 public:
     /// It is made in the folder that TMPDIR names, else in /tmp.
-    /// @throws WrongUse with one line if that is no folder that can be written; std::system_error if the folder cannot
-    /// be
-    ///         made all the same.
+    /// @throws WrongUse with one line if that is no folder that can be written; std::system_error if this one cannot be
+    ///         made there all the same.
     TemporaryFolder();
     ~TemporaryFolder();
 

@@ -35,9 +35,26 @@ protected:
         return local;
     }
 
+    /// Another thread takes the store "Outside" out; goes on once that waits for something or has ended.
+    void removeElsewhere() {
+        remover_ = std::make_unique<support::OtherThread>([held = adapter()] { held->removeConfigStore("Outside"); });
+        remover_->untilItWaitsOrEnds();
+    }
+
+    void expectNothingOfWhatWasRemoved() {
+        ASSERT_NE(remover_, nullptr);
+        remover_->join();
+        EXPECT_THAT(chain(), Not(Contains("Outside")));
+        EXPECT_FALSE(world.directory().exists("config/Cache/cachedOutside.xml"));
+        EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+    }
+
     std::size_t waits() const {
         return log->count(5, "TftpConfigStore::waitForStoreReady() - Starting timed wait. Timeout of 20 seconds");
     }
+
+private:
+    std::unique_ptr<support::OtherThread> remover_;
 };
 
 }  // namespace
@@ -150,25 +167,17 @@ TEST_F(StoreJoin, OfAPresenceStoreOnTheDispatcherThreadWaitsUntilATransferElsewh
 
 TEST_F(StoreJoin, ThatIsUndoneWhileTheCopyIsBeingWrittenLeavesNoCopy) {
     injectAndStart();
-    std::unique_ptr<support::OtherThread> remover;
     // Said when the temporary file is there and has not become the file yet.
-    log->atNext("characters that XML cannot hold were replaced in the entry: outside", [&] {
-        remover = std::make_unique<support::OtherThread>([held = adapter()] { held->removeConfigStore("Outside"); });
-        remover->untilItWaitsOrEnds();
-    });
+    log->atNext("characters that XML cannot hold were replaced in the entry: outside", [this] { removeElsewhere(); });
     const auto store = server("Outside");
     store->with(L"outside", L"value\x01");
     adapter()->addConfigStore(store);
-    ASSERT_NE(remover, nullptr);
-    remover->join();
-    EXPECT_THAT(chain(), Not(Contains("Outside")));
-    EXPECT_FALSE(world.directory().exists("config/Cache/cachedOutside.xml"));
-    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+    expectNothingOfWhatWasRemoved();
 }
 
 TEST_F(StoreJoin, ThatIsUndoneWhileTheStoreReadsTheChainToTellItsPriorityEndsLikeIt) {
     injectAndStart();
-    /// Reads a key whenever it is asked for its copy's place, and lets the removal begin ahead of that.
+    /// Lets something happen whenever it is asked for its copy's place.
     class ReadingStore : public fakes::ScriptedStore {
     public:
         explicit ReadingStore(std::function<void()> read) : ScriptedStore("Outside", 45), read_(std::move(read)) {
@@ -182,23 +191,16 @@ TEST_F(StoreJoin, ThatIsUndoneWhileTheStoreReadsTheChainToTellItsPriorityEndsLik
     private:
         const std::function<void()> read_;
     };
-    std::unique_ptr<support::OtherThread> remover;
     int asked = 0;
     const auto store = std::make_shared<ReadingStore>([&] {
         // The first time is for the list of stores, the second one for the file.
         if (++asked == 2) {
-            remover =
-                std::make_unique<support::OtherThread>([held = adapter()] { held->removeConfigStore("Outside"); });
-            remover->untilItWaitsOrEnds();
+            removeElsewhere();
         }
         get(L"Theme");
     });
     adapter()->addConfigStore(store);
-    ASSERT_NE(remover, nullptr);
-    remover->join();
-    EXPECT_THAT(chain(), Not(Contains("Outside")));
-    EXPECT_FALSE(world.directory().exists("config/Cache/cachedOutside.xml"));
-    EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
+    expectNothingOfWhatWasRemoved();
 }
 
 TEST_F(StoreJoin, ThatIsUndoneWhileTheStoreWaitsLeavesNothing) {
