@@ -222,10 +222,18 @@ void ReferenceHost::reportPowerDown() {
 void ReferenceHost::reportPowerDownCalledOff() {
     parts_->httpTransport->allowRequests();
     runOnDispatcher([this] {
+        std::exception_ptr thrown;
         if (std::exchange(parts_->startsWhenCalledOff, false)) {
-            startFeatureSet();
+            try {
+                startFeatureSet();
+            } catch (...) {  // a client that is told of a value; the others are told of the power all the same
+                thrown = std::current_exception();
+            }
         }
         parts_->systemMonitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDownCalledOff);
+        if (thrown) {
+            std::rethrow_exception(thrown);
+        }
     });
 }
 

@@ -4,10 +4,13 @@
 #include <latch>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 
 #include "ConfigFeatureSet.h"
 #include "ConfigService.h"
+#include "ConfigValue.h"
+#include "ConfigValueObserver.h"
 #include "HostOn.h"
 #include "InjectConfigService.h"
 #include "fakes/RecordingLogSink.h"
@@ -60,6 +63,11 @@ private:
     std::mutex mutex_;
     std::condition_variable changed_;
     std::deque<int> told_;
+};
+
+class ThrowingClient final : public ConfigValueObserver {
+public:
+    void OnValueChanged() override { throw std::runtime_error("a client's"); }
 };
 
 /// A host on a bus of the test's own, with a login manager on it.
@@ -200,6 +208,25 @@ TEST_F(HostPower, WritesAgainOnceAPowerDownIsCalledOff) {
     set(host, L"B", L"2");
     host.stop();
     EXPECT_THAT(localFile(), HasSubstr("name=\"B\" value=\"2\""));
+}
+
+TEST_F(HostPower, TellsThatAPowerDownIsCalledOffThoughAClientThrowsAtTheStart) {
+    ReferenceHost host(options());
+    startListening(host);
+    shutDown();
+    const auto client = std::make_shared<ThrowingClient>();
+    std::shared_ptr<ConfigValue> live;
+    host.runOnDispatcher([&] {
+        host.service()->setInMemoryConfig(L"Memory", L"1");
+        live = host.service()->getConfig(L"Memory");
+        live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
+    });
+    callOff();
+    EXPECT_TRUE(isStarted(host));
+    set(host, L"A", L"1");
+    host.persistAll();
+    EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+    host.runOnDispatcher([&] { live.reset(); });
 }
 
 TEST_F(HostPower, WritesWhatWasSetBeforeAPowerDownWasCalledOff) {

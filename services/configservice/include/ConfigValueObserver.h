@@ -7,6 +7,10 @@
 /// observer of the value may still see the former original value; a batch (a store that comes or goes) is applied in
 /// full before the first observer hears of it. An observer that changes the same key from inside its notification has
 /// the newer state applied, and told, before its call returns; what was left of the older state is then dropped.
+///
+/// An observer that throws keeps the change from whoever observes that value behind it, and nothing else back: the
+/// operation that made the change is done to its end, on all its keys, and throws then. Of several exceptions it throws
+/// the first one, each further one is a level 2 line. Where the operation ran on another thread, all are lines.
 class ConfigValueObserver : public virtual UnifiedBusinessObjectObserver {
 public:
     /// ConfigValue::getKey() has changed.

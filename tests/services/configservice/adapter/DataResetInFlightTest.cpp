@@ -222,11 +222,15 @@ TEST_F(DataResetInFlight, AStoreThatIsNotToBeCachedIsNotCachedByIt) {
     EXPECT_THAT(filesLeft(), IsEmpty());
 }
 
-TEST_F(DataResetInFlight, AStoreThatIsAddedAfterOneThatAClientHasBrokenOffIsCached) {
+TEST_F(DataResetInFlight, AClientThatThrowsKeepsNothingOfIt) {
     writeLocal({{"key", "value"}});
     injectAndStart();
+    put("file");
+    adapter()->setConfig(L"late", L"value");
     atNextChange(L"key", [] { throw std::runtime_error("a client's"); });
     EXPECT_THROW(reset(), std::runtime_error);
+    expectNothingOfTheUsers({L"key", L"late"});
+    EXPECT_FALSE(exists("file"));
     adapter()->addConfigStore(cachedStore("Outside"));
     EXPECT_TRUE(isCachedAs("Outside"));
 }

@@ -156,6 +156,70 @@ TEST_F(ReportGateTest, ThrowsTheFirstOfSeveralExceptionsAndLogsTheOthers) {
     EXPECT_THAT(delivered_, ElementsAre("own"));
 }
 
+TEST_F(ReportGateTest, AnOperationOfSeveralStepsGoesToItsEndBehindClientsThatThrow) {
+    const fakes::ScopedRecordingLog log;
+    passOnForeignThread("older");
+    try {
+        gate_->toTheEnd([&] {
+            pass([] { throw std::runtime_error("first"); });
+            pass(note("step"));
+            gate_->passFirst([] { throw std::logic_error("second"); }, "task");
+            delivered_.emplace_back("last step");
+        });
+        FAIL() << "nothing was thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "first");
+    }
+    EXPECT_THAT(delivered_, ElementsAre("older", "step", "last step"));
+    EXPECT_THAT(log->texts(2), ElementsAre("A further report threw: second"));
+    EXPECT_FALSE(gate_->isInsideNotification());
+    EXPECT_THROW(pass([] { throw std::runtime_error("alone"); }), std::runtime_error);
+}
+
+TEST_F(ReportGateTest, AnOperationInsideAnotherOneIsAPartOfIt) {
+    EXPECT_THROW(gate_->toTheEnd([&] {
+        gate_->toTheEnd([&] { pass([] { throw std::runtime_error("inner"); }); });
+        pass(note("outer"));
+    }),
+                 std::runtime_error);
+    EXPECT_THAT(delivered_, ElementsAre("outer"));
+}
+
+TEST_F(ReportGateTest, AnOperationThatAClientStartsThrowsToThatClient) {
+    gate_->toTheEnd([&] {
+        pass([&] {
+            EXPECT_THROW(gate_->toTheEnd([&] { pass([] { throw std::runtime_error("observer"); }); }),
+                         std::runtime_error);
+            EXPECT_THROW(pass([] { throw std::runtime_error("observer"); }), std::runtime_error);
+            delivered_.emplace_back("client");
+        });
+    });
+    EXPECT_THAT(delivered_, ElementsAre("client"));
+}
+
+TEST_F(ReportGateTest, AnOperationThatFailsItselfThrowsBehindWhatAClientHasThrown) {
+    const fakes::ScopedRecordingLog log;
+    EXPECT_THROW(gate_->toTheEnd([&] {
+        pass([] { throw std::runtime_error("client"); });
+        throw std::logic_error("operation");
+    }),
+                 std::runtime_error);
+    EXPECT_THAT(log->texts(2), ElementsAre("A further report threw: operation"));
+}
+
+TEST_F(ReportGateTest, AnOperationOfAnotherThreadLeavesWhatIsThrownToTheTasks) {
+    std::thread([&] {
+        gate_->toTheEnd([&] {
+            pass([] { throw std::runtime_error("client"); });
+            pass(note("step"));
+        });
+    }).join();
+    EXPECT_THROW(dispatcher_->runAll(), std::runtime_error);
+    EXPECT_THAT(delivered_, IsEmpty());
+    dispatcher_->runAll();
+    EXPECT_THAT(delivered_, ElementsAre("step"));
+}
+
 TEST_F(ReportGateTest, KnowsThatItIsInsideANotification) {
     bool inside = false;
     bool elsewhere = true;

@@ -107,7 +107,7 @@ void ConfigAdapter::runExclusively(const std::string& name, Operation operation)
     const FeatureSetLock lock = lockFeatureSet();
     if (isMyTurn(lock)) {
         const Turn turn(isOperating_, true);
-        (this->*operation)();
+        reportGate_->toTheEnd([&] { (this->*operation)(); });
         return;
     }
     const auto again = [weak = weak_from_this(), name, operation] {
@@ -237,9 +237,9 @@ void ConfigAdapter::resetChainOnDispatcherThread() {
                   std::string("No services dispatcher: the stores stay in the chain"));
         return;
     }
-    const auto reset = [weak = std::weak_ptr<ConfigStoreManager>(configStoreManager_)] {
+    const auto reset = [weak = std::weak_ptr<ConfigStoreManager>(configStoreManager_), gate = reportGate_] {
         if (const auto manager = weak.lock()) {
-            manager->reset();
+            gate->toTheEnd([&manager] { manager->reset(); });
         }
     };
     dispatcher->enqueueBlock(std::make_shared<QuillCoreUtils::FunctionTask>(reset, "ConfigStoreManager::reset"));

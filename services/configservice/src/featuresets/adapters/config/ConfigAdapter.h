@@ -200,6 +200,10 @@ private:
     std::wstring readConfig(const std::wstring& key);
     void logNotStarted(const char* function, const std::string& consequence) const;
 
+    /// What a client asks of the chain. @return what the change returns; false without a chain.
+    template <typename Change>
+    bool change(const Change& change);
+
     // Lifecycle. The second group expects featureSetMutex_ to be held.
 
     FeatureSetLock lockFeatureSet();
@@ -277,6 +281,9 @@ private:
     /// Makes a change by which a store joins the chain. @return see CachingGate::noteJoin().
     std::shared_ptr<const CachingPermit> join(const std::shared_ptr<ConfigStore>& store,
                                               const std::function<void()>& change);
+
+    void addStoreAndItsCopy(const std::shared_ptr<ConfigStore>& store);
+    bool removeStoreAndItsCopy(const std::string& name);
 
     /// Whether this very store is in the chain.
     bool isInChain(const std::shared_ptr<ConfigStore>& store);

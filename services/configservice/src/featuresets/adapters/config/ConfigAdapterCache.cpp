@@ -143,9 +143,12 @@ void ConfigAdapter::removeOldCacheConfigStores(const std::shared_ptr<std::vector
                                                const ConfigMap& /*map*/) {}
 
 void ConfigAdapter::addConfigStore(std::shared_ptr<ConfigStore> store) {
-    if (store == nullptr) {
-        return;
+    if (store != nullptr) {
+        reportGate_->toTheEnd([&] { addStoreAndItsCopy(store); });
     }
+}
+
+void ConfigAdapter::addStoreAndItsCopy(const std::shared_ptr<ConfigStore>& store) {
     const std::string name = store->getName();
     if (!isStarted()) {
         logNotStarted("addConfigStore", ", failed to add ConfigStore with name: [" + name + "]");
@@ -282,6 +285,12 @@ bool ConfigAdapter::removeConfigStore(const std::string& name) {
         return false;
     }
     bool removed = false;
+    reportGate_->toTheEnd([&] { removed = removeStoreAndItsCopy(name); });
+    return removed;
+}
+
+bool ConfigAdapter::removeStoreAndItsCopy(const std::string& name) {
+    bool removed = false;
     // In one step: what is under way of a store that has joined before is not to write it back, and one that joins
     // meanwhile comes before all this or after it.
     configStoreManager_->atomically([&] {
@@ -324,8 +333,10 @@ void ConfigAdapter::updateExistingConfigStore(const std::shared_ptr<ConfigStore>
     if (!isStarted() || configStoreManager_ == nullptr) {
         return;
     }
-    const auto permit = join(store, [&] { configStoreManager_->updateStoreValues(store, keys); });
-    if (store->shouldCacheConfigStore()) {
-        cacheStoreOnConfigStoreAdded(store, *permit);
-    }
+    reportGate_->toTheEnd([&] {
+        const auto permit = join(store, [&] { configStoreManager_->updateStoreValues(store, keys); });
+        if (store->shouldCacheConfigStore()) {
+            cacheStoreOnConfigStoreAdded(store, *permit);
+        }
+    });
 }

@@ -1,5 +1,4 @@
 #include "ConfigAdapter.h"
-#include "DoBoth.h"
 #include "quill/FunctionTask.h"
 #include "remote/TftpConfigStore.h"
 
@@ -34,7 +33,7 @@ void ConfigAdapter::checkEdgeReady() {
     }
     const auto service = findSystemService("checkEdgeReady", "telephony is not watched");
     if (service != nullptr && service->isEdgeMode()) {
-        watchEdge(*service);
+        reportGate_->toTheEnd([&] { watchEdge(*service); });
     }
 }
 
@@ -121,12 +120,14 @@ void ConfigAdapter::onServerHealthInformationListChanged() {
     if (service == nullptr) {
         return;
     }
-    if (takeInNewEntries(*service, wait)) {
-        edgeWatch_.end(wait);
-    } else if (edgeWatch_.hasBothEntries()) {
-        // The list has nothing more to offer.
-        edgeWatch_.endListConnection(wait);
-    }
+    reportGate_->toTheEnd([&] {
+        if (takeInNewEntries(*service, wait)) {
+            edgeWatch_.end(wait);
+        } else if (edgeWatch_.hasBothEntries()) {
+            // The list has nothing more to offer.
+            edgeWatch_.endListConnection(wait);
+        }
+    });
 }
 
 bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wait wait) {
@@ -178,13 +179,13 @@ void ConfigAdapter::takeTelephonyStatus(const EdgeWatch::Entry& entry, EdgeWatch
         return;
     }
     // A client that is told of the version, once a server has given it, may throw.
-    doBoth([this] { downloadForTelephony(); },
-           [this, wait] {
-               edgeWatch_.end(wait);
-               if (edgeWatch_.current() == EdgeWatch::NO_WAIT) {
-                   edgeWatch_.clearEntries();
-               }
-           });
+    reportGate_->toTheEnd([&] {
+        downloadForTelephony();
+        edgeWatch_.end(wait);
+        if (edgeWatch_.current() == EdgeWatch::NO_WAIT) {
+            edgeWatch_.clearEntries();
+        }
+    });
 }
 
 void ConfigAdapter::downloadForTelephony() {

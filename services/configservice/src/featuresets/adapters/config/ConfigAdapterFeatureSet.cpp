@@ -27,7 +27,7 @@ void ConfigAdapter::removeAllCachedConfigStores() {
         logNotStarted("removeAllCachedConfigStores", ", failed to remove cached ConfigStores");
     }
     if (configStoreManager_ != nullptr) {
-        configStoreManager_->removeAllCachedConfigStores();
+        reportGate_->toTheEnd([this] { configStoreManager_->removeAllCachedConfigStores(); });
     }
 }
 
@@ -51,25 +51,32 @@ std::wstring ConfigAdapter::readConfig(const std::wstring& key) {
     return getConfig(key, value, false) ? value : std::wstring();
 }
 
+template <typename Change>
+bool ConfigAdapter::change(const Change& change) {
+    bool done = false;
+    if (configStoreManager_ != nullptr) {
+        reportGate_->toTheEnd([&] { done = change(*configStoreManager_); });
+    }
+    return done;
+}
+
 bool ConfigAdapter::setConfig(const std::wstring& key, const std::wstring& value) {
-    return configStoreManager_ != nullptr && configStoreManager_->storeValue(key, value);
+    return change([&](ConfigStoreManager& manager) { return manager.storeValue(key, value); });
 }
 
 bool ConfigAdapter::setConfig(std::map<std::wstring, std::wstring> values) {
-    return configStoreManager_ != nullptr && configStoreManager_->storeValue(values);
+    return change([&](ConfigStoreManager& manager) { return manager.storeValue(values); });
 }
 
 bool ConfigAdapter::setInMemoryConfig(const std::wstring& key, const std::wstring& value) {
     if (!isStarted()) {
         logNotStarted("setInMemoryConfig", "");
     }
-    return configStoreManager_ != nullptr && configStoreManager_->storeInMemoryValue(key, value);
+    return change([&](ConfigStoreManager& manager) { return manager.storeInMemoryValue(key, value); });
 }
 
 void ConfigAdapter::resetConfig(const std::wstring& key) {
-    if (configStoreManager_ != nullptr) {
-        configStoreManager_->eraseKey(key);
-    }
+    change([&](ConfigStoreManager& manager) { return manager.eraseKey(key); });
 }
 
 bool ConfigAdapter::isKeySensitive(const std::wstring& key) {
@@ -84,11 +91,13 @@ void ConfigAdapter::setKeySensitive(const std::wstring& key) {
 
 bool ConfigAdapter::setUrlProvisioningData(std::wstring data) {
     const WipedAtEnd wiped(data);
-    return configStoreManager_ != nullptr && !refusesUrlProvisioning(*configStoreManager_) &&
-           configStoreManager_->setUrlProvisioningData(data);
+    return change([&](ConfigStoreManager& manager) {
+        return !refusesUrlProvisioning(manager) && manager.setUrlProvisioningData(data);
+    });
 }
 
 bool ConfigAdapter::resetAllowUriProvisioningData() {
-    return configStoreManager_ != nullptr && refusesUrlProvisioning(*configStoreManager_) &&
-           configStoreManager_->resetAllowUriProvisioningData();
+    return change([](ConfigStoreManager& manager) {
+        return refusesUrlProvisioning(manager) && manager.resetAllowUriProvisioningData();
+    });
 }

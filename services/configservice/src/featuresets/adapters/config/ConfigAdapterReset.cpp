@@ -80,13 +80,7 @@ void ConfigAdapter::InvokeResetData() {
 }
 
 void ConfigAdapter::resetData() {
-    try {
-        forgetUsersData();
-    } catch (...) {
-        // An observer of a client has thrown; stores that are added from now on are to be cached all the same.
-        endDataReset();
-        throw;
-    }
+    forgetUsersData();
     for (const std::shared_ptr<ConfigStore>& store : endDataReset()) {
         if (store->shouldCacheConfigStore()) {
             cacheIfStillThere(store);

@@ -1,6 +1,5 @@
 #include "ConfigAdapter.h"
 #include "ConfigStoreConstants.h"
-#include "DoBoth.h"
 #include "ServerPolicy.h"
 #include "quill/FileUtils.h"
 #include "remote/TftpConfigStore.h"
@@ -115,8 +114,8 @@ void ConfigAdapter::switchTftpSourceOn() {
         return;
     }
     tftpSourceStarted_.store(true, std::memory_order_relaxed);
-    // A client that is told of the version, once a server has given it, may throw.
-    doBoth([this] { initialiseTftpConfigStore(); }, [this] { checkEdgeReady(); });
+    initialiseTftpConfigStore();
+    checkEdgeReady();
 }
 
 void ConfigAdapter::initialiseTftpConfigStore() {
@@ -135,8 +134,8 @@ void ConfigAdapter::initialiseTftpConfigStore() {
         tftpConfigStore_.set(store);
     }
     store->addObserver(this);
-    doBoth([&store] { store->attemptDownloadFromCachedAddress(); },
-           [this, &store] { configStoreManager_->AddObserver(store.get()); });
+    store->attemptDownloadFromCachedAddress();
+    configStoreManager_->AddObserver(store.get());
 }
 
 void ConfigAdapter::stopTftpConfigSource() {

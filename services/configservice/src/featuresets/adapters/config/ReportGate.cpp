@@ -7,10 +7,17 @@
 #include "quill/FunctionTask.h"
 #include "tessel/TesselLogger.h"
 
-namespace {
+ReportGate::ReportGate(std::shared_ptr<ServicesDispatcher> dispatcher) : dispatcher_(std::move(dispatcher)) {}
 
-/// Inside a catch block: keeps the exception if it is the first one, else says in the log what it was.
-void keepFirst(std::exception_ptr& first) {
+bool ReportGate::isOnDispatcherThread() const { return dispatcher_ != nullptr && dispatcher_->checkForUpdateAccess(); }
+
+bool ReportGate::nothingIsAhead() {
+    // Each report that this thread must not pass by was put in before: its own ones, and those of other threads that it
+    // knows of.
+    return isOnDispatcherThread() && waiting_.load() == 0;
+}
+
+void ReportGate::keepFirst(std::exception_ptr& first) {
     if (first == nullptr) {
         first = std::current_exception();
         return;
@@ -27,22 +34,12 @@ void keepFirst(std::exception_ptr& first) {
     TesselLog(logger, 2, __FILE__, __LINE__, "pass", "A further report threw: " + text);
 }
 
-}  // namespace
-
-ReportGate::ReportGate(std::shared_ptr<ServicesDispatcher> dispatcher) : dispatcher_(std::move(dispatcher)) {}
-
-bool ReportGate::nothingIsAhead() {
-    // Each report that this thread must not pass by was put in before: its own ones, and those of other threads that it
-    // knows of.
-    return dispatcher_ != nullptr && dispatcher_->checkForUpdateAccess() && waiting_.load() == 0;
-}
-
 void ReportGate::passThroughBox(Delivery delivery, std::string_view taskName) {
     if (dispatcher_ == nullptr) {
         return;
     }
     const std::uint64_t ticket = put(std::move(delivery));
-    if (dispatcher_->checkForUpdateAccess()) {
+    if (isOnDispatcherThread()) {
         deliverUpTo(ticket);
         return;
     }
@@ -56,8 +53,8 @@ void ReportGate::passThroughBox(Delivery delivery, std::string_view taskName) {
 }
 
 void ReportGate::passFirst(Delivery delivery, std::string_view taskName) {
-    if (dispatcher_ != nullptr && dispatcher_->checkForUpdateAccess()) {
-        delivery();
+    if (isOnDispatcherThread()) {
+        deliver(delivery);
         return;
     }
     passThroughBox(std::move(delivery), taskName);
@@ -90,7 +87,7 @@ bool ReportGate::deliverOldest(std::uint64_t lastTicket) {
     if (!take(lastTicket, delivery)) {
         return false;
     }
-    delivery();
+    deliver(delivery);
     return true;
 }
 
@@ -98,16 +95,9 @@ void ReportGate::deliverUpTo(std::uint64_t ticket) {
     // The caller's own report went through the box as well. An observer that writes while older reports are still being
     // delivered comes back in here, and delivers the rest of them, that own report included, before its newer one.
     const Depth depth(depth_);
-    std::exception_ptr first;
-    for (bool delivered = true; delivered;) {
-        try {
-            delivered = deliverOldest(ticket);
-        } catch (...) {
-            // Another's report that fails must not keep the caller's own from being told before this returns.
-            keepFirst(first);
+    // Another's report that fails must not keep the caller's own from being told before this returns.
+    toTheEnd([this, ticket] {
+        while (deliverOldest(ticket)) {
         }
-    }
-    if (first != nullptr) {
-        std::rethrow_exception(first);
-    }
+    });
 }

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
@@ -32,15 +33,14 @@ public:
 
     /// Delivers in order: on the dispatcher thread at once, after all that waits; elsewhere through a task, which
     /// delivers whatever report is then the oldest, or finds none. The task is harmless once the gate is gone.
-    /// On the dispatcher thread a delivery that throws does not keep the later ones back: the first exception leaves
-    /// when all are made, and each further one is a level 2 line.
+    /// On the dispatcher thread a delivery that throws does not keep the later ones back; see toTheEnd().
     /// @param deliver makes the delivery, if that can be done at once.
     /// @param gather otherwise: returns a Delivery, with what it will need.
     template <typename Deliver, typename Gather>
     void pass(const Deliver& deliver, const Gather& gather, std::string_view taskName) {
         if (nothingIsAhead()) {
             const Depth depth(depth_);
-            deliver();
+            this->deliver(deliver);
         } else {
             passThroughBox(gather(), taskName);
         }
@@ -53,6 +53,31 @@ public:
     /// once, ahead of all that waits; elsewhere in its turn, so that no later report of the same thread is told before
     /// it.
     void passFirst(Delivery delivery, std::string_view taskName);
+
+    /// Runs an operation of several steps: a client that throws when it is told of one of them keeps back neither the
+    /// others nor what the others tell. The first exception leaves when all is done, each further one is a level 2
+    /// line. An operation inside another one is a part of it, but one that a client starts when it is told of something
+    /// is not. Elsewhere than on the dispatcher thread, where nobody is told before it returns, this just runs the
+    /// steps.
+    template <typename Steps>
+    void toTheEnd(const Steps& steps) {
+        if (!isOnDispatcherThread() || thrown_ != nullptr) {
+            steps();
+            return;
+        }
+        std::exception_ptr first;
+        {
+            const KeptAt here(thrown_, &first);
+            try {
+                steps();
+            } catch (...) {
+                keepFirst(first);
+            }
+        }
+        if (first != nullptr) {
+            std::rethrow_exception(first);
+        }
+    }
 
     /// True on the dispatcher thread inside a delivery that pass() makes before it returns, which means: inside a
     /// notification that runs under the locks of the chain.
@@ -74,10 +99,45 @@ private:
         std::atomic<int>& depth_;
     };
 
+    /// Says for a scope where exceptions of clients are kept; null: they go on to the caller.
+    class KeptAt {
+    public:
+        KeptAt(std::exception_ptr*& place, std::exception_ptr* here)
+            : place_(place), former_(std::exchange(place, here)) {}
+        ~KeptAt() { place_ = former_; }
+        KeptAt(const KeptAt&) = delete;
+        KeptAt& operator=(const KeptAt&) = delete;
+
+    private:
+        std::exception_ptr*& place_;
+        std::exception_ptr* const former_;
+    };
+
     struct Report {
         std::uint64_t ticket;
         Delivery delivery;
     };
+
+    bool isOnDispatcherThread() const;
+
+    /// Inside a catch block: keeps the exception if it is the first one, else says in the log what it was.
+    static void keepFirst(std::exception_ptr& first);
+
+    /// On the dispatcher thread.
+    template <typename Deliver>
+    void deliver(const Deliver& delivery) {
+        std::exception_ptr* const kept = thrown_;
+        if (kept == nullptr) {
+            delivery();
+            return;
+        }
+        const KeptAt nowhere(thrown_, nullptr);
+        try {
+            delivery();
+        } catch (...) {
+            keepFirst(*kept);
+        }
+    }
 
     void passThroughBox(Delivery delivery, std::string_view taskName);
     std::uint64_t put(Delivery delivery);
@@ -89,6 +149,7 @@ private:
 
     const std::shared_ptr<ServicesDispatcher> dispatcher_;
     std::atomic<int> depth_ = 0;
+    std::exception_ptr* thrown_ = nullptr;  ///< dispatcher thread
     tessel::Mutex mutex_;
     std::deque<Report> box_ TESSEL_GUARDED_BY(mutex_);
     std::uint64_t lastTicket_ TESSEL_GUARDED_BY(mutex_) = 0;
