@@ -5,7 +5,6 @@
 #include <map>
 #include <memory>
 #include <string>
-#include <thread>
 #include <typeinfo>
 #include <utility>
 
@@ -41,7 +40,7 @@ public:
     }
 
     /// The service of type T. The first miss loads its module and looks again, a later one only if that has thrown, or
-    /// another load in the midst of which it was made, on the same thread.
+    /// another load that was under way at the same time, on whichever thread: the two may be of one module.
     template <typename T>
     std::shared_ptr<T> getService() {
         return find<T>(services_, [this](const std::string& name) { return loadService(name); });
@@ -99,15 +98,9 @@ private:
         return items.getItem<T>();
     }
 
-    /// A load that has begun.
-    struct Load {
-        std::thread::id thread;    ///< where
-        std::uint64_t number = 0;  ///< as which of all
-    };
-
-    /// Those that need not be made again, under the name of their type. They are the factory's own: a flag in a
-    /// template would exist once in each module that names the type.
-    using Loads = std::map<std::string, Load>;
+    /// The loads that need not be made again: when each has ended, under the name of its type; 0 while it is under way.
+    /// They are the factory's own: a flag in a template would exist once in each module that names the type.
+    using Loads = std::map<std::string, std::uint64_t>;
 
     using LoaderOperation = void (ModuleLoader::*)(const std::string&, const std::shared_ptr<UnifiedFactory>&);
 
@@ -116,8 +109,11 @@ private:
     bool loadFeatureSet(const std::string& typeName);
     bool load(Loads& loads, LoaderOperation operation, const std::string& typeName);
 
-    /// Forgets the load, and those that its thread has begun after it.
-    void forgetFrom(const Load& first);
+    /// Notes that a load has ended, or forgets it if one has thrown since it began.
+    void endLoad(Loads& loads, const std::string& typeName, std::uint64_t begun);
+
+    /// Forgets a load that has thrown, and those that have ended since it began.
+    void forgetLoad(Loads& loads, const std::string& typeName, std::uint64_t begun);
 
     mutable tessel::Mutex mutex_;
     TypeMap services_;
@@ -125,7 +121,8 @@ private:
     std::map<unsigned, std::shared_ptr<FeatureSetAdapter>> adapters_;
     Loads serviceLoads_;
     Loads featureSetLoads_;
-    std::uint64_t lastLoad_ = 0;  ///< number of the latest
+    std::uint64_t loadSteps_ = 0;  ///< how many times a load has begun or ended
+    std::uint64_t lastThrow_ = 0;  ///< which of those was the latest that has thrown
     const std::shared_ptr<ServicesDispatcher> servicesDispatcher_;
     const std::shared_ptr<Processing::TaskDispatcher> taskDispatcher_;
     const std::shared_ptr<ModuleLoader> moduleLoader_;

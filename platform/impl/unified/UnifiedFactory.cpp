@@ -49,29 +49,39 @@ bool UnifiedFactory::load(Loads& loads, LoaderOperation operation, const std::st
     if (moduleLoader_ == nullptr || self == nullptr) {
         return false;
     }
-    Load begun{std::this_thread::get_id()};
+    std::uint64_t begun = 0;
     {
         const tessel::ScopedLock lock(mutex_);
-        begun.number = ++lastLoad_;
-        if (!loads.try_emplace(typeName, begun).second) {
+        if (!loads.try_emplace(typeName, 0).second) {
             return false;
         }
+        begun = ++loadSteps_;
     }
     try {
         (moduleLoader_.get()->*operation)(typeName, self);
     } catch (...) {
-        forgetFrom(begun);
+        forgetLoad(loads, typeName, begun);
         throw;
     }
+    endLoad(loads, typeName, begun);
     return true;
 }
 
-void UnifiedFactory::forgetFrom(const Load& first) {
-    // A module that throws half-way may have asked for types that it would have brought itself.
-    const auto isForgotten = [&first](const Loads::value_type& load) {
-        return load.second.thread == first.thread && load.second.number >= first.number;
-    };
+void UnifiedFactory::endLoad(Loads& loads, const std::string& typeName, std::uint64_t begun) {
     const tessel::ScopedLock lock(mutex_);
+    if (lastThrow_ > begun) {
+        loads.erase(typeName);
+    } else {
+        loads[typeName] = ++loadSteps_;
+    }
+}
+
+void UnifiedFactory::forgetLoad(Loads& loads, const std::string& typeName, std::uint64_t begun) {
+    // Until a module throws half-way, it and others may have asked for types that it would have brought itself.
+    const auto isForgotten = [begun](const Loads::value_type& load) { return load.second > begun; };
+    const tessel::ScopedLock lock(mutex_);
+    lastThrow_ = ++loadSteps_;
+    loads.erase(typeName);
     std::erase_if(serviceLoads_, isForgotten);
     std::erase_if(featureSetLoads_, isForgotten);
 }

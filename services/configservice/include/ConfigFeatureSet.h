@@ -27,13 +27,13 @@ public:
     virtual void addConfigStore(std::shared_ptr<ConfigStore> store) = 0;
 
     /// Takes a store and the cached copy of it out of the chain, its cache file included. An addition of it that is
-    /// under way writes no copy any more, nor does a download whose values are being taken in; one that is still being
-    /// transferred does.
+    /// under way writes no copy any more, nor does a download that is being reported; one that is not being reported
+    /// yet does.
     /// @return true if either was there. Refused, with a level 2 line, while the feature set is not started.
     virtual bool removeConfigStore(const std::string& name) = 0;
 
     /// Takes the cached copies of remote stores out of the chain and deletes all cache files; what a provisioning link
-    /// has set goes on answering until the next start, refresh or data reset.
+    /// has set goes on answering until the next start of the program, refresh or data reset.
     virtual void removeAllCachedConfigStores() = 0;
 
     /// The winning value of a key, aliases included.

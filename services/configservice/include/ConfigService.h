@@ -64,7 +64,7 @@ public:
     virtual bool removeConfigStoreAndCache(std::wstring storeName) = 0;
 
     /// Takes the cached copies of remote stores out of the chain and deletes all cache files; what a provisioning link
-    /// has set goes on answering until the next start.
+    /// has set goes on answering until the next start of the program, refresh or data reset.
     virtual void removeAllCachedConfigStores() = 0;
 
     /// Writes the "Master Configuration Settings" report of all live objects as one log record of level 4.

@@ -1,6 +1,7 @@
 #include "impl/unified/DlModuleLoader.h"
 
 #include <stdexcept>
+#include <thread>
 
 #include "fakes/RecordingLogSink.h"
 #include "fakes/TemporaryDirectory.h"
@@ -65,6 +66,32 @@ TEST_F(DlModuleLoaderTest, RunsAModuleAnewThatHasThrownHalfWay) {
     ASSERT_NE(service, nullptr) << "it was registered before";
     EXPECT_THROW(factory->getFeatureSet<TestModuleFeatureSet>(), std::runtime_error);
     EXPECT_EQ(factory->getService<TestModuleService>()->entries(), service->entries() + 1);
+}
+
+TEST_F(DlModuleLoaderTest, RunsAModuleAnewForATypeThatAnotherThreadMissedBeforeItThrew) {
+    class MissedType {};
+    class AskingLoader : public DlModuleLoader {
+    public:
+        /// The module asks for it in the midst of its entry point.
+        void loadFeatureSet(const std::string& typeName, const std::shared_ptr<UnifiedFactory>& given) override {
+            if (!hasAsked_) {
+                hasAsked_ = true;
+                std::thread([&] { EXPECT_EQ(given->getService<MissedType>(), nullptr); }).join();
+            }
+            DlModuleLoader::loadFeatureSet(typeName, given);
+        }
+
+    private:
+        bool hasAsked_ = false;
+    };
+    const auto askingLoader = std::make_shared<AskingLoader>();
+    askingLoader->addModule(serviceType, PLATFORM_TEST_MODULE, "InjectFailingTestModule");
+    askingLoader->addModule(typeMapName(typeid(MissedType)), PLATFORM_TEST_MODULE, "InjectFailingTestModule");
+    const auto askingFactory = std::make_shared<UnifiedFactory>(nullptr, nullptr, askingLoader);
+    EXPECT_THROW(askingFactory->getService<TestModuleService>(), std::runtime_error);
+    const int before = askingFactory->getService<TestModuleService>()->entries();
+    EXPECT_THROW(askingFactory->getService<MissedType>(), std::runtime_error);
+    EXPECT_EQ(askingFactory->getService<TestModuleService>()->entries(), before + 1);
 }
 
 TEST_F(DlModuleLoaderTest, TakesTheLaterOfTwoModulesForAType) {

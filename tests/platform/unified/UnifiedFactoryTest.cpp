@@ -186,19 +186,50 @@ TEST(UnifiedFactory, LoadsAnewWhatAModuleAskedForInVainBeforeItThrew) {
 
 TEST(UnifiedFactory, LoadsNothingAnewThatHasNoPartInALoadThatThrows) {
     class Before {};
-    class OnAnotherThread {};
+    class After {};
     const auto loader = std::make_shared<ScriptedLoader>();
     const auto factory = makeFactory(loader);
     EXPECT_EQ(factory->getFeatureSet<Before>(), nullptr);
+    loader->onService = [](const std::shared_ptr<UnifiedFactory>&) { throw std::runtime_error("half-way"); };
+    EXPECT_THROW(factory->getService<Service>(), std::runtime_error);
+    EXPECT_EQ(factory->getFeatureSet<After>(), nullptr);
+    EXPECT_EQ(loader->trace.events().size(), 3U);
+    EXPECT_EQ(factory->getFeatureSet<Before>(), nullptr);
+    EXPECT_EQ(factory->getFeatureSet<After>(), nullptr);
+    EXPECT_EQ(loader->trace.events().size(), 3U);
+}
+
+TEST(UnifiedFactory, LoadsAnewWhatAnotherThreadAskedForInVainBeforeAModuleThrew) {
+    const auto loader = std::make_shared<ScriptedLoader>();
+    const auto factory = makeFactory(loader);
     loader->onService = [](const std::shared_ptr<UnifiedFactory>& given) {
-        std::thread([&] { EXPECT_EQ(given->getFeatureSet<OnAnotherThread>(), nullptr); }).join();
+        std::thread([&] { EXPECT_EQ(given->getFeatureSet<Chat>(), nullptr); }).join();
         throw std::runtime_error("half-way");
     };
     EXPECT_THROW(factory->getService<Service>(), std::runtime_error);
-    EXPECT_EQ(loader->trace.events().size(), 3U);
-    EXPECT_EQ(factory->getFeatureSet<Before>(), nullptr);
-    EXPECT_EQ(factory->getFeatureSet<OnAnotherThread>(), nullptr);
-    EXPECT_EQ(loader->trace.events().size(), 3U);
+    EXPECT_EQ(loader->trace.events().size(), 2U);
+    const auto adapter = std::make_shared<ChatAdapter>();
+    loader->onFeatureSet = [&](const std::shared_ptr<UnifiedFactory>& given) {
+        given->setFeatureSetAdapter<Chat>(1, adapter);
+    };
+    EXPECT_EQ(factory->getFeatureSet<Chat>(), adapter);
+}
+
+TEST(UnifiedFactory, LoadsAnewWhatIsAskedForInVainWhileAModuleThrowsOnAnotherThread) {
+    const auto loader = std::make_shared<ScriptedLoader>();
+    const auto factory = makeFactory(loader);
+    loader->onService = [](const std::shared_ptr<UnifiedFactory>&) { throw std::runtime_error("half-way"); };
+    loader->onFeatureSet = [](const std::shared_ptr<UnifiedFactory>& given) {
+        std::thread([&] { EXPECT_THROW(given->getService<Service>(), std::runtime_error); }).join();
+        EXPECT_EQ(given->getFeatureSet<Chat>(), nullptr) << "this load is under way";
+    };
+    EXPECT_EQ(factory->getFeatureSet<Chat>(), nullptr);
+    EXPECT_EQ(loader->trace.events().size(), 2U);
+    const auto adapter = std::make_shared<ChatAdapter>();
+    loader->onFeatureSet = [&](const std::shared_ptr<UnifiedFactory>& given) {
+        given->setFeatureSetAdapter<Chat>(1, adapter);
+    };
+    EXPECT_EQ(factory->getFeatureSet<Chat>(), adapter);
 }
 
 TEST(UnifiedFactory, FindsWhatIsRegisteredAfterAMissWithoutLoadingAgain) {

@@ -334,6 +334,28 @@ TEST_F(CachedStores, RemovalOfAllLeavesTheStoreOfTheLinkAnsweringWithoutItsFile)
     EXPECT_EQ(storeOf(L"ServicesDomain"), L"UrlProvisioningConfigStore");
 }
 
+TEST_F(CachedStores, RemovalOfAllLeavesTheStoreOfTheLinkAnsweringUntilARefresh) {
+    injectAndStart();
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(L"x?ServicesDomain=example.com"));
+    adapter()->removeAllCachedConfigStores();
+    stop();
+    start();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    adapter()->Destroy();
+    start();
+    EXPECT_EQ(get(L"ServicesDomain"), L"example.com");
+    adapter()->refreshConfigFeatureSet();
+    EXPECT_EQ(get(L"ServicesDomain"), L"<none>");
+}
+
+TEST_F(CachedStores, RemovalOfAllLeavesTheStoreOfTheLinkAnsweringUntilADataReset) {
+    injectAndStart();
+    ASSERT_TRUE(adapter()->setUrlProvisioningData(L"x?ServicesDomain=example.com"));
+    adapter()->removeAllCachedConfigStores();
+    adapter()->InvokeResetData();
+    EXPECT_EQ(get(L"ServicesDomain"), L"<none>");
+}
+
 TEST_F(CachedStores, RemovalOfAnUnknownNameYieldsFalseAndRewritesTheList) {
     injectAndStart();
     tasks->runAll();

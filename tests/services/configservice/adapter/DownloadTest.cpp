@@ -229,6 +229,18 @@ TEST_F(Download, AfterTheStoresRemovalWritesTheCacheAndTheListAndStaysOut) {
     EXPECT_EQ(get(L"PrimaryConfigStores"), L"TFTPConfigStore:240;");
 }
 
+TEST_F(Download, WhoseReportWaitsDuringTheStoresRemovalWritesTheCacheAfterIt) {
+    switchOn();
+    ASSERT_TRUE(deliver({{"key", "first"}}));
+    adapter()->getTftpConfigStore()->attemptDownloadFromCachedAddress();
+    elsewhere([&] { ASSERT_TRUE(deliver({{"key", "second"}})); });
+    EXPECT_TRUE(adapter()->removeConfigStore("TFTPConfigStore"));
+    EXPECT_FALSE(isCached());
+    dispatcher->runAll();
+    EXPECT_THAT(chain(), Not(Contains("TFTPConfigStore")));
+    EXPECT_THAT(cached(), HasSubstr("second"));
+}
+
 TEST_F(Download, AfterTheStoresRemovalJoinsAgainOnceItHasNoFormerKeys) {
     switchOn();
     ASSERT_TRUE(deliver({{"key", "first"}}));

@@ -76,6 +76,30 @@ TEST(FreedMemory, HoldsNoSecretOfTheInstallersFile) {
     }
 }
 
+// A string keeps so short a part of a line within itself, and leaves it behind when it is moved.
+TEST(FreedMemory, HoldsNoShortSecretAmongManyColonsOfTheInstallersFile) {
+    const fakes::TemporaryDirectory folder;
+    const std::string file = folder.write("bootstrap", "ConnectionPassword:a:x hunter22 is:b:c:d\n");
+    std::optional<BootstrapConfigStore> store;
+    EXPECT_EQ(blocksLeftBy([&] { store.emplace("BootstrapConfigStore", file, 500); }), 0);
+    EXPECT_EQ(valueOf(*store, L"ConnectionPassword"), L"a:x hunter22 is:b:c:d");
+}
+
+TEST(FreedMemory, HoldsNoSecretThatALaterLineOfTheInstallersFileReplaces) {
+    const std::string secret = QuillCoreUtils::toString(wideSecret);
+    const fakes::TemporaryDirectory folder;
+    // One needs more room than the secret has, the other leaves most of that as it is.
+    for (const std::string& later : {std::string(200, 'x'), std::string("x")}) {
+        const std::string file =
+            folder.write("bootstrap", "ConnectionPassword: " + secret + "\nconnectionpassword: " + later + "\n");
+        std::optional<BootstrapConfigStore> store;
+        EXPECT_EQ(blocksLeftBy([&] { store.emplace("BootstrapConfigStore", file, 500); }), 0);
+        EXPECT_EQ(valueOf(*store, L"ConnectionPassword"), QuillCoreUtils::toWideString(later));
+        EXPECT_EQ(store->getKeys(), std::vector<std::wstring>{L"ConnectionPassword"});
+        EXPECT_EQ(blocksLeftBy([&] { store.reset(); }), 0);
+    }
+}
+
 TEST(FreedMemory, HoldsNoSecretThatALinkBrought) {
     const std::wstring secret(wideSecret);
     const std::wstring link = L"corvid://setup?Other=" + secret + L"&ServicesDomain=" + secret + L"&ServicesDomain=" +

@@ -1,8 +1,10 @@
 #include "stores/BootstrapConfigStore.h"
 
+#include <algorithm>
 #include <array>
 #include <streambuf>
 #include <string_view>
+#include <utility>
 
 #include "InputFile.h"
 #include "chain/DisableP2PCallOnFips.h"
@@ -102,18 +104,20 @@ const std::string& BootstrapConfigStore::SPLITTER() {
 }
 
 bool BootstrapConfigStore::readConfigFromFile(std::istream& stream) {
+    ConfigMap values;
     while (stream.good()) {
         std::string line;
         const WipedAtEnd wiped(line);
         std::getline(stream, line);
         if (!line.empty()) {
-            takeLine(line);
+            takeLine(line, values);
         }
     }
+    values_.exchange(std::move(values));
     return true;
 }
 
-void BootstrapConfigStore::takeLine(const std::string& line) {
+void BootstrapConfigStore::takeLine(const std::string& line, ConfigMap& values) {
     std::string key;
     std::string value;
     const WipedAtEnd wipedKey(key);
@@ -123,7 +127,9 @@ void BootstrapConfigStore::takeLine(const std::string& line) {
         std::wstring wideValue = QuillCoreUtils::toWideString(value);
         const WipedAtEnd wipedWideKey(wideKey);
         const WipedAtEnd wipedWideValue(wideValue);
-        values_.set(FoldedKey(wideKey), wideValue);
+        std::wstring& held = values[wideKey];
+        tessel::SecureStringUtils::TesselZeroWstring(held);  // of an earlier line of that key
+        held = wideValue;
     }
 }
 
@@ -133,6 +139,8 @@ bool BootstrapConfigStore::readKeyValue(const std::string& line, std::string& ke
     }
     std::vector<std::string> parts;
     const WipedAtEnd wipedParts(parts);
+    // One that grew by itself would leave a copy of its short parts behind.
+    parts.reserve(static_cast<std::size_t>(std::count(line.begin(), line.end(), SPLITTER().front())) + 1);
     QuillCoreUtils::split(line, parts, SPLITTER());
     if (!isValidConfigValue(parts)) {
         return false;

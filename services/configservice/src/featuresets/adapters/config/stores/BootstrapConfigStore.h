@@ -49,7 +49,7 @@ public:
 
 private:
     bool readConfigFromFile(std::istream& stream);
-    void takeLine(const std::string& line);
+    static void takeLine(const std::string& line, ConfigMap& values);
     static bool isLineComment(std::string line);
     static bool isValidConfigValue(const std::vector<std::string>& parts);
     bool getValueFromMap(const KeyedValues& map, const FoldedKey& key, std::wstring& value);
