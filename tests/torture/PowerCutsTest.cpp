@@ -127,18 +127,25 @@ public:
 
     /// @return the last state that was acknowledged; waits for the next one.
     int next() {
-        (void)!::read(child_.channel(), &last_, sizeof last_);
+        hasEnded_ = hasEnded_ || ::read(child_.channel(), &last_, sizeof last_) != sizeof last_;
         return lastSoFar();
     }
 
     /// The same without waiting for another.
     int lastSoFar() {
         fcntl(child_.channel(), F_SETFL, O_NONBLOCK);
-        while (::read(child_.channel(), &last_, sizeof last_) == sizeof last_) {
-        }
+        ssize_t bytes = 0;
+        do {
+            bytes = ::read(child_.channel(), &last_, sizeof last_);
+        } while (bytes == sizeof last_);
         fcntl(child_.channel(), F_SETFL, 0);
+        // Less than nothing where the next one is yet to come.
+        hasEnded_ = hasEnded_ || bytes >= 0;
         return last_;
     }
+
+    /// Whether the process is known to write no more: it is not meant to end.
+    bool hasEnded() const { return hasEnded_; }
 
     void pause() const { child_.signal(SIGSTOP); }
     void goOn() const { child_.signal(SIGCONT); }
@@ -156,6 +163,7 @@ private:
 
     support::ForkedChild child_;
     int last_ = States::none;
+    bool hasEnded_ = false;
 };
 
 class PowerCuts : public testing::Test {
@@ -177,6 +185,10 @@ protected:
         const int newest = writer.lastSoFar() + 1;
         writer.goOn();
         trial_.tried();
+        if (writer.hasEnded()) {
+            trial_.lost("the writer has ended", disk_.folder());
+            return;
+        }
         DiskImage copy(directory_.path("copy.image"), directory_.path("copy"));
         if (!copy.mount()) {
             trial_.lost("the disk cannot be mounted after the power cut", disk_.folder());
