@@ -86,6 +86,9 @@ int writtenBy(Deed deed, const States& states) {
         return states.user;
     case Deed::JoinServer:
         return states.server;
+    case Deed::RemoveServer:
+        // A copy that could not be removed is in no chain.
+        return states.isServerListed ? stateBefore : States::none;
     case Deed::TakeLink:
         return states.link;
     case Deed::ResetData:
@@ -99,7 +102,7 @@ int writtenBy(Deed deed, const States& states) {
 bool isOfTheUser(Deed deed) { return deed == Deed::SetUser || deed == Deed::Refresh; }
 
 /// What writtenBy() gives once the deed is done.
-int stateWanted(Deed deed) { return deed == Deed::ResetData ? States::none : stateAfter; }
+int stateWanted(Deed deed) { return deed == Deed::ResetData || deed == Deed::RemoveServer ? States::none : stateAfter; }
 
 /// The files that a deed has left as they were.
 std::vector<std::string> leftBehindBy(Deed deed, const States& found, const Scene& scene) {
@@ -110,7 +113,7 @@ std::vector<std::string> leftBehindBy(Deed deed, const States& found, const Scen
     if (isOfTheUser(deed) || deed == Deed::ResetData) {
         about.push_back(user);
     }
-    if (deed == Deed::JoinServer || deed == Deed::ResetData) {
+    if (deed == Deed::JoinServer || deed == Deed::RemoveServer || deed == Deed::ResetData) {
         about.push_back(server);
     }
     if (deed == Deed::TakeLink) {
@@ -122,19 +125,24 @@ std::vector<std::string> leftBehindBy(Deed deed, const States& found, const Scen
             files.push_back(file);
         }
     }
+    if ((deed == Deed::JoinServer && !found.isServerListed) || (deed == Deed::RemoveServer && found.isServerListed)) {
+        files.push_back(scene.localFile());
+    }
     return files;
 }
 
 /// Writes what the deed has left in memory, as the next one does that comes to a disk in order.
 void writeAgain(Client& client, Deed deed) {
-    if (isOfTheUser(deed)) {
+    if (isOfTheUser(deed) || deed == Deed::RemoveServer) {
         client.touchUser();
     } else {
         perform(client, deed, stateAfter);
     }
 }
 
-bool isTriedAgainByTheEnd(Deed deed) { return isOfTheUser(deed) || deed == Deed::TakeLink; }
+bool isTriedAgainByTheEnd(Deed deed) {
+    return isOfTheUser(deed) || deed == Deed::RemoveServer || deed == Deed::TakeLink;
+}
 
 /// What comes once the disk is in order again.
 enum class Then { AnotherWrite, TheEnd };

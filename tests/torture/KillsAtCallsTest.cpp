@@ -57,9 +57,8 @@ public:
                             scene_.folder());
                 continue;
             }
-            const bool isServerNamed = namesServer(day_ == Day::Later, deed, !cameTo);
-            if (seen_.insert(scene_.fingerprint() + (isServerNamed ? "named" : "")).second) {
-                killDuringRecovery(found, isServerNamed);
+            if (seen_.insert(scene_.fingerprint()).second) {
+                killDuringRecovery(found);
             }
         }
     }
@@ -71,42 +70,42 @@ public:
         bool cameTo = true;
         for (std::size_t call = 0; cameTo && !trial_.hasLost(); ++call) {
             scene_.copyFrom(damaged);
-            cameTo = recoverKilledAt(call, States{}, false, {Scene::damaged, Scene::damagedEarlier},
+            cameTo = recoverKilledAt(call, States{}, {Scene::damaged, Scene::damagedEarlier},
                                      "a start that sets a file aside");
         }
     }
 
 private:
     /// Of the files as they are now: a recovery from the same files goes the same way.
-    void killDuringRecovery(const States& found, bool isServerNamed) {
+    void killDuringRecovery(const States& found) {
         killed_.copyFrom(scene_);
         const Traced whole = runTraced(scene_.folder(), [&] { return recover(scene_); }, {});
-        expectRecovered(whole, found, isServerNamed, {}, "recovery");
+        expectRecovered(whole, found, {}, "recovery");
         const std::size_t all = whole.calls.size();
         for (std::size_t call = 0; call <= all && !trial_.hasLost(); ++call) {
             if (!trial_.picks(1, all)) {
                 continue;
             }
             scene_.copyFrom(killed_);
-            recoverKilledAt(call, found, isServerNamed, {}, "recovery");
+            recoverKilledAt(call, found, {}, "recovery");
         }
         scene_.copyFrom(killed_);
     }
 
     /// @return false if the kill was not come to.
-    bool recoverKilledAt(std::size_t call, const States& found, bool isServerNamed,
-                         const std::vector<std::string>& setAside, const std::string& what) {
+    bool recoverKilledAt(std::size_t call, const States& found, const std::vector<std::string>& setAside,
+                         const std::string& what) {
         const Traced traced = runTraced(
             scene_.folder(), [&] { return recover(scene_); }, killAt(call));
         trial_.tried(traced.faultCame ? 1 : 0);
-        expectRecovered(traced, found, isServerNamed, setAside, what + ", killed at call " + std::to_string(call));
+        expectRecovered(traced, found, setAside, what + ", killed at call " + std::to_string(call));
         return traced.faultCame;
     }
 
     /// @param found before it. @param setAside the bytes of all files that are to be there as backups from the next
     /// start on.
-    void expectRecovered(const Traced& recovery, const States& found, bool isServerNamed,
-                         const std::vector<std::string>& setAside, const std::string& what) {
+    void expectRecovered(const Traced& recovery, const States& found, const std::vector<std::string>& setAside,
+                         const std::string& what) {
         Client client(scene_);
         const States recovered = States::of(scene_);
         const States done = after(found, Deed::SetUser, nextState);
@@ -118,7 +117,7 @@ private:
             trial_.lost(what + ": " + wrong, scene_.folder());
         } else if (!isKept || scene_.backups().size() != setAside.size()) {
             trial_.lost(what + ": there are other backups than of what was damaged", scene_.folder());
-        } else if (const std::string other = otherAnswers(client, recovered, isServerNamed); !other.empty()) {
+        } else if (const std::string other = otherAnswers(client, recovered); !other.empty()) {
             trial_.lost(what + ": " + other, scene_.folder());
         } else if (!scene_.temporaries().empty()) {
             trial_.lost(what + ", left over after the next start: " + scene_.temporaries().front(), scene_.folder());

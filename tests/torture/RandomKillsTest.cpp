@@ -74,8 +74,8 @@ private:
 };
 
 Deed randomDeed(Trial& trial) {
-    constexpr Deed deeds[] = {Deed::SetUser,    Deed::SetUser,  Deed::SetUser,
-                              Deed::JoinServer, Deed::TakeLink, Deed::ResetData};
+    constexpr Deed deeds[] = {Deed::SetUser,    Deed::SetUser,      Deed::SetUser,  Deed::JoinServer,
+                              Deed::JoinServer, Deed::RemoveServer, Deed::TakeLink, Deed::ResetData};
     return deeds[trial.below(std::size(deeds))];
 }
 
@@ -118,12 +118,10 @@ private:
         const std::size_t done = acknowledged == 0 ? 0 : acknowledged - 1;
         for (std::size_t index = 0; index < done; ++index) {
             files_ = after(files_, steps[index].deed, steps[index].state);
-            isServerNamed_ = namesServer(isServerNamed_, steps[index].deed, true);
         }
         const bool wasAtOne = acknowledged > 0 && done < steps.size();
         inSteps_ += wasAtOne ? 1 : 0;
         const States next = wasAtOne ? after(files_, steps[done].deed, steps[done].state) : files_;
-        isServerNamed_ = wasAtOne ? namesServer(isServerNamed_, steps[done].deed, false) : isServerNamed_;
         const States found = States::of(scene_);
         const std::string wrong = neitherOldNorNew(found, files_, next);
         if (!wrong.empty()) {
@@ -137,7 +135,7 @@ private:
     void restart() {
         Client client(scene_);
         const States found = States::of(scene_);
-        const std::string wrong = otherAnswers(client, files_, isServerNamed_);
+        const std::string wrong = otherAnswers(client, files_);
         if (!wrong.empty()) {
             trial_.lost("at the next start " + wrong, scene_.folder());
         } else if (found != files_ || !scene_.backups().empty()) {
@@ -150,7 +148,6 @@ private:
     Trial& trial_;
     const Scene& scene_;
     States files_;
-    bool isServerNamed_ = false;
     int lastState_ = 0;
     std::uint64_t rounds_ = 0;
     std::uint64_t inSteps_ = 0;
