@@ -400,4 +400,9 @@ std::string neitherOldNorNew(const States& found, const States& before, const St
     return "found " + found.text() + "; before " + before.text() + "; after " + after.text();
 }
 
+std::string otherThanKilled(const States& found, const States& before, const States& after) {
+    const bool isLeftOver = before.isServerListed && !found.isServerListed && found.server != States::none;
+    return isLeftOver ? "a copy is left that is listed no more" : neitherOldNorNew(found, before, after);
+}
+
 }  // namespace torture

@@ -163,4 +163,8 @@ States after(const States& before, Deed deed, int state);
 /// Empty if each file is the old or the new one; else what is wrong.
 std::string neitherOldNorNew(const States& found, const States& before, const States& after);
 
+/// The same where each call has done what it was to do until a kill: a copy that was listed is so as long as it is
+/// there.
+std::string otherThanKilled(const States& found, const States& before, const States& after);
+
 }  // namespace torture

@@ -50,7 +50,7 @@ public:
             trial_.tried(cameTo ? 1 : 0);
             const States found = States::of(scene_);
             const States done = after(before_, deed, newState);
-            const std::string wrong = otherEnd(traced) + neitherOldNorNew(found, cameTo ? before_ : done, done);
+            const std::string wrong = otherEnd(traced) + otherThanKilled(found, cameTo ? before_ : done, done);
             if (!wrong.empty()) {
                 trial_.lost(std::string(nameOf(deed)) + (day_ == Day::First ? " on the first day" : "") +
                                 ", killed at call " + std::to_string(call) + ": " + wrong,

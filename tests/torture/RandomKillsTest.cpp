@@ -123,7 +123,7 @@ private:
         inSteps_ += wasAtOne ? 1 : 0;
         const States next = wasAtOne ? after(files_, steps[done].deed, steps[done].state) : files_;
         const States found = States::of(scene_);
-        const std::string wrong = neitherOldNorNew(found, files_, next);
+        const std::string wrong = otherThanKilled(found, files_, next);
         if (!wrong.empty()) {
             trial_.lost(wrong, scene_.folder());
             return;
