@@ -57,16 +57,18 @@ int ForkedChild::wait() {
     // A traced process is told of at each of its stops.
     while (waitpid(process_, &status, 0) == process_ && WIFSTOPPED(status)) {
     }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return status_;
 }
 
-void ForkedChild::end() {
+int ForkedChild::end() {
     siginfo_t unused{};
     const bool isOurs = waitid(P_PID, static_cast<id_t>(process_), &unused, WEXITED | WNOHANG | WNOWAIT) == 0;
     if (isOurs) {
         signal(SIGKILL);
         wait();
     }
+    return status_;
 }
 
 int runForked(const std::function<int()>& function) {

@@ -33,12 +33,14 @@ public:
     /// Waits for the process. @return its exit status, or 128 and the number of the signal that ended it.
     int wait();
 
-    /// Kills the process and waits for it; nothing if it has been waited for already.
-    void end();
+    /// Kills the process and waits for it, unless it has been waited for already. @return what wait() gives: another
+    /// end than by the kill is one that the process came to before.
+    int end();
 
 private:
     pid_t process_ = -1;
     int channel_ = -1;
+    int status_ = -1;  ///< once it has been waited for
 };
 
 /// Runs a function in a process of its own to its end. @return what ForkedChild::wait() gives.

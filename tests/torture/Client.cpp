@@ -8,6 +8,7 @@
 
 #include "ConfigAdapter.h"
 #include "ConfigServiceImpl.h"
+#include "ConfigStoreConstants.h"
 #include "InjectConfigService.h"
 #include "fakes/ScriptedStore.h"
 #include "quill/FileUtils.h"
@@ -72,12 +73,20 @@ int stateOfStore(ConfigStore& store, const std::wstring& prefix) {
     return oneState(prefix, [&](const std::wstring& key, std::wstring& value) { return store.getValue(key, value); });
 }
 
-int stateOfUserFile(const Scene& scene) {
+/// Whether the server of joinServer() is in the list.
+template <class Ask>
+bool listsServer(const Ask& ask) {
+    std::wstring list;
+    return ask(ConfigStoreConstants::PRIMARY_CONFIG_STORES_KEY, list) && list.find(L"Server:") != std::wstring::npos;
+}
+
+void readUserFile(const Scene& scene, States& states) {
     const std::size_t earlier = scene.backups().size();
     LocalFileConfigStore store("files", 20, scene.config(), "corvidLocalConfig.xml", false, true);
-    const int state = stateOfStore(store, L"user");
     // What is no document has been set aside, and the store is as empty as one without a file.
-    return scene.backups().size() == earlier ? state : States::torn;
+    states.user = scene.backups().size() == earlier ? stateOfStore(store, L"user") : States::torn;
+    states.isServerListed =
+        listsServer([&](const std::wstring& key, std::wstring& value) { return store.getValue(key, value); });
 }
 
 /// @param ask for the state of the store that has read the file.
@@ -144,7 +153,7 @@ void Scene::damage() const {
 
 States States::of(const Scene& scene) {
     States states;
-    states.user = stateOfUserFile(scene);
+    readUserFile(scene, states);
     states.server = stateOfCache(scene.serverFile(), [](ConfigStore& store) { return stateOfStore(store, L"server"); });
     states.link = stateOfCache(scene.linkFile(), [](ConfigStore& store) {
         std::wstring value;
@@ -154,7 +163,8 @@ States States::of(const Scene& scene) {
 }
 
 std::string States::text() const {
-    return "user " + std::to_string(user) + ", server " + std::to_string(server) + ", link " + std::to_string(link);
+    return "user " + std::to_string(user) + ", server " + std::to_string(server) + ", link " + std::to_string(link) +
+           (isServerListed ? ", the server listed" : "");
 }
 
 Client::ScopedPlace::ScopedPlace(const Scene& scene) {
@@ -221,6 +231,11 @@ void Client::joinServer(int state) {
     settle();
 }
 
+void Client::removeServer() {
+    featureSet_->removeConfigStore("Server");
+    settle();
+}
+
 void Client::takeLink(int state) {
     featureSet_->resetAllowUriProvisioningData();
     featureSet_->setUrlProvisioningData(L"corvid://setup?ServicesDomain=" + std::to_wstring(state));
@@ -251,6 +266,8 @@ States Client::answers() {
     std::wstring value;
     states.link = featureSet_->getConfig(L"ServicesDomain", value, false) ? QuillCoreUtils::toInt(value, States::torn)
                                                                           : States::none;
+    states.isServerListed = listsServer(
+        [this](const std::wstring& key, std::wstring& text) { return featureSet_->getConfig(key, text, false); });
     return states;
 }
 
@@ -279,6 +296,8 @@ const char* nameOf(Deed deed) {
         return "persist";
     case Deed::JoinServer:
         return "cache write";
+    case Deed::RemoveServer:
+        return "removal";
     case Deed::TakeLink:
         return "provisioning link";
     case Deed::ResetData:
@@ -296,6 +315,9 @@ void perform(Client& client, Deed deed, int state) {
         break;
     case Deed::JoinServer:
         client.joinServer(state);
+        break;
+    case Deed::RemoveServer:
+        client.removeServer();
         break;
     case Deed::TakeLink:
         client.takeLink(state);
@@ -328,21 +350,14 @@ States prepare(const Scene& scene, Day day, int state) {
         return {};
     }
     writeFiles(scene, state);
-    return {state, state, state};
+    return {state, state, state, true};
 }
 
-std::string otherAnswers(Client& client, const States& files, bool isServerNamed) {
+std::string otherAnswers(Client& client, const States& files) {
     const States answers = client.answers();
-    const bool isServerRight = isServerNamed || files.server == States::none
-                                   ? answers.server == files.server
-                                   : answers.server == files.server || answers.server == States::none;
-    return answers.user == files.user && answers.link == files.link && isServerRight
-               ? ""
-               : "a client answers " + answers.text() + " to files of " + files.text();
-}
-
-bool namesServer(bool before, Deed deed, bool isDone) {
-    return deed == Deed::ResetData ? false : before || (isDone && deed == Deed::JoinServer);
+    States wanted = files;
+    wanted.server = files.isServerListed ? files.server : States::none;
+    return answers == wanted ? "" : "a client answers " + answers.text() + " to files of " + files.text();
 }
 
 States after(const States& before, Deed deed, int state) {
@@ -354,6 +369,11 @@ States after(const States& before, Deed deed, int state) {
         break;
     case Deed::JoinServer:
         states.server = state;
+        states.isServerListed = true;
+        break;
+    case Deed::RemoveServer:
+        states.server = before.isServerListed ? States::none : before.server;
+        states.isServerListed = false;
         break;
     case Deed::TakeLink:
         states.link = state;
@@ -361,6 +381,7 @@ States after(const States& before, Deed deed, int state) {
     case Deed::ResetData:
         states.user = States::none;
         states.server = States::none;
+        states.isServerListed = false;
         break;
     }
     return states;
@@ -372,10 +393,16 @@ std::string neitherOldNorNew(const States& found, const States& before, const St
         return value != States::torn && (value == one || value == other);
     };
     if (isEither(found.user, before.user, after.user) && isEither(found.server, before.server, after.server) &&
-        isEither(found.link, before.link, after.link)) {
+        isEither(found.link, before.link, after.link) &&
+        isEither(found.isServerListed, before.isServerListed, after.isServerListed)) {
         return "";
     }
     return "found " + found.text() + "; before " + before.text() + "; after " + after.text();
+}
+
+std::string otherThanKilled(const States& found, const States& before, const States& after) {
+    const bool isLeftOver = before.isServerListed && !found.isServerListed && found.server != States::none;
+    return isLeftOver ? "a copy is left that is listed no more" : neitherOldNorNew(found, before, after);
 }
 
 }  // namespace torture

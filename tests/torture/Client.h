@@ -60,6 +60,8 @@ struct States {
     int user = none;
     int server = none;
     int link = none;
+    bool isServerListed =
+        false;  ///< in the user's file: without that the server's copy, whole as it may be, gives nothing
 
     bool operator==(const States&) const = default;
 
@@ -84,6 +86,7 @@ public:
     void setUser(int state);
     void touchUser();
     void joinServer(int state);
+    void removeServer();
     void takeLink(int state);
     void resetData();
     /// Sets, and has the user's file read anew.
@@ -127,9 +130,10 @@ private:
 bool tellsOf(const std::vector<std::string>& complaints, const std::string& path);
 
 /// Something that a client does to its files.
-enum class Deed { SetUser, JoinServer, TakeLink, ResetData, Refresh };
+enum class Deed { SetUser, JoinServer, RemoveServer, TakeLink, ResetData, Refresh };
 
-constexpr Deed allDeeds[] = {Deed::SetUser, Deed::JoinServer, Deed::TakeLink, Deed::ResetData, Deed::Refresh};
+constexpr Deed allDeeds[] = {Deed::SetUser,  Deed::JoinServer, Deed::RemoveServer,
+                             Deed::TakeLink, Deed::ResetData,  Deed::Refresh};
 
 const char* nameOf(Deed deed);
 
@@ -151,18 +155,16 @@ constexpr Day allDays[] = {Day::Later, Day::First};
 States prepare(const Scene& scene, Day day, int state);
 
 /// What is wrong with a client's answers to files in these states; empty if nothing is.
-/// @param isServerNamed whether the user's file must name the server's copy: without that the copy, whole as it may be,
-/// gives no answer.
-std::string otherAnswers(Client& client, const States& files, bool isServerNamed);
+std::string otherAnswers(Client& client, const States& files);
 
-/// What the files hold after it.
+/// What the files hold after it. A removal leaves a copy that is not listed: that is in no chain.
 States after(const States& before, Deed deed, int state);
-
-/// Whether the user's file must name the server's copy from a deed on. @param before whether it had to until then.
-/// @param isDone false: the deed may have come to its end or not.
-bool namesServer(bool before, Deed deed, bool isDone);
 
 /// Empty if each file is the old or the new one; else what is wrong.
 std::string neitherOldNorNew(const States& found, const States& before, const States& after);
+
+/// The same where each call has done what it was to do until a kill: a copy that was listed is so as long as it is
+/// there.
+std::string otherThanKilled(const States& found, const States& before, const States& after);
 
 }  // namespace torture

@@ -81,6 +81,16 @@ TEST(ForkedChild, TellsHowItEndedAndWhatItWrote) {
     EXPECT_EQ(killed.wait(), 128 + SIGTERM);
 }
 
+TEST(ForkedChild, TellsAnEndOfItsOwnFromThatByItsObject) {
+    ForkedChild child(waitForever);
+    EXPECT_EQ(child.end(), 128 + SIGKILL);
+    EXPECT_EQ(child.end(), 128 + SIGKILL) << "it has been waited for already";
+    ForkedChild crashed([](int) { return raise(SIGTERM); });
+    char mark = 0;
+    EXPECT_EQ(::read(crashed.channel(), &mark, 1), 0) << "until it has ended";
+    EXPECT_EQ(crashed.end(), 128 + SIGTERM);
+}
+
 TEST(ForkedChild, DoesNotGoOnWithTheTestAfterAnException) {
     EXPECT_EQ(runForked([]() -> int {
                   std::signal(SIGABRT, SIG_DFL);

@@ -90,7 +90,8 @@ const char* nameOfFound(int found) {
 /// Whether a line tells of each file that is not what it was to become.
 bool tellsOfAllLeft(const std::vector<std::string>& complaints, const Scene& scene, const States& found,
                     const States& wanted) {
-    return (found.user == wanted.user || tellsOf(complaints, scene.localFile())) &&
+    return ((found.user == wanted.user && found.isServerListed == wanted.isServerListed) ||
+            tellsOf(complaints, scene.localFile())) &&
            (found.server == wanted.server || tellsOf(complaints, scene.serverFile())) &&
            (found.link == wanted.link || tellsOf(complaints, scene.linkFile()));
 }
@@ -99,7 +100,11 @@ bool tellsOfAllLeft(const std::vector<std::string>& complaints, const Scene& sce
 /// @param isToldOf whether the log speaks of what is not written: not where the temporary file cannot even be opened.
 Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
                    const std::function<bool()>& putInOrder) {
-    const States before = States::of(scene);
+    States before = States::of(scene);
+    if (deed == Deed::RemoveServer) {
+        // The list may be in memory alone, and the client goes by that.
+        before.isServerListed = client.answers().isServerListed;
+    }
     const States wanted = after(before, deed, stateThatIsLong);
     // What a link has set and no disk would take is answered all the same, and no other deed changes it.
     const int linkBefore = client.answers().link;
@@ -132,7 +137,12 @@ Found doOnABadDisk(const Scene& scene, Client& client, Deed deed, bool isToldOf,
     } else {
         perform(client, deed, stateThatIsLong);
     }
-    return States::of(scene) == wanted ? allIsWell : valueIsNeverWritten;
+    States written = States::of(scene);
+    if (deed == Deed::RemoveServer && !written.isServerListed) {
+        // What could not be removed stays where nothing reads it.
+        written.server = wanted.server;
+    }
+    return written == wanted ? allIsWell : valueIsNeverWritten;
 }
 
 /// Starts, and sets a value, while the disk is what it is, on whole files or on a damaged user's file; and sets it once
@@ -153,10 +163,9 @@ Found startOnABadDisk(const Scene& scene, const States& before, bool isDamaged,
     if (isTold != isDamaged) {
         return nothingIsSaid;
     }
-    // The user's file says which copies of servers' files are in the chain.
     const States answers = client.answers();
     if (answers.user != before.user || answers.link != before.link ||
-        (before.user != States::none && answers.server != before.server)) {
+        answers.server != (before.isServerListed ? before.server : States::none)) {
         return valueIsForgotten;
     }
     client.setUser(stateThatIsLong);
@@ -247,6 +256,7 @@ protected:
                                                 if (isDamaged) {
                                                     scene.damage();
                                                     before.user = States::none;
+                                                    before.isServerListed = false;
                                                 }
                                                 return makeItBad()
                                                            ? startOnABadDisk(scene, before, isDamaged, putInOrder)
@@ -258,6 +268,9 @@ protected:
 
     /// The file that the deed is about, or all of them; on a small disk not even that may come to be.
     static void prepareFor(Client& client, Deed deed) {
+        if (deed == Deed::RemoveServer) {
+            deed = Deed::JoinServer;
+        }
         if (deed != Deed::ResetData) {
             perform(client, deed, stateThatFits);
             return;

@@ -1,6 +1,7 @@
-#include <functional>
+#include <algorithm>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "Client.h"
 #include "TracedDeeds.h"
@@ -26,6 +27,11 @@ int recover(const Scene& scene) {
 
 constexpr Fault killAt(std::size_t call) { return {Fault::Kind::Kill, call, 1, 0}; }
 
+/// What is wrong with the end of a process that was to be killed; empty if nothing is, or if the kill was come to.
+std::string otherEnd(const Traced& traced) {
+    return traced.faultCame || traced.status == 0 ? "" : "unkilled it ended with " + std::to_string(traced.status);
+}
+
 /// Kills a client at each call of a deed, and the next one at each call of its recovery.
 class CallByCall {
 public:
@@ -38,22 +44,21 @@ public:
                 continue;
             }
             scene_.copyFrom(old_);
-            cameTo = runTraced(
-                         scene_.folder(), [&] { return startAndPerform(scene_, deed, newState); }, killAt(call))
-                         .faultCame;
+            const Traced traced = runTraced(
+                scene_.folder(), [&] { return startAndPerform(scene_, deed, newState); }, killAt(call));
+            cameTo = traced.faultCame;
             trial_.tried(cameTo ? 1 : 0);
             const States found = States::of(scene_);
             const States done = after(before_, deed, newState);
-            const std::string wrong = neitherOldNorNew(found, cameTo ? before_ : done, done);
+            const std::string wrong = otherEnd(traced) + otherThanKilled(found, cameTo ? before_ : done, done);
             if (!wrong.empty()) {
                 trial_.lost(std::string(nameOf(deed)) + (day_ == Day::First ? " on the first day" : "") +
                                 ", killed at call " + std::to_string(call) + ": " + wrong,
                             scene_.folder());
                 continue;
             }
-            const bool isServerNamed = namesServer(day_ == Day::Later, deed, !cameTo);
-            if (seen_.insert(scene_.fingerprint() + (isServerNamed ? "named" : "")).second) {
-                killDuringRecovery(found, isServerNamed);
+            if (seen_.insert(scene_.fingerprint()).second) {
+                killDuringRecovery(found);
             }
         }
     }
@@ -65,47 +70,54 @@ public:
         bool cameTo = true;
         for (std::size_t call = 0; cameTo && !trial_.hasLost(); ++call) {
             scene_.copyFrom(damaged);
-            cameTo = runTraced(
-                         scene_.folder(), [&] { return recover(scene_); }, killAt(call))
-                         .faultCame;
-            trial_.tried(cameTo ? 1 : 0);
-            { const Client next(scene_); }
-            if (!scene_.keeps(Scene::damaged) || !scene_.keeps(Scene::damagedEarlier)) {
-                trial_.lost("killed at call " + std::to_string(call) + " of a start that sets a file aside",
-                            scene_.folder());
-            }
+            cameTo = recoverKilledAt(call, States{}, {Scene::damaged, Scene::damagedEarlier},
+                                     "a start that sets a file aside");
         }
     }
 
 private:
     /// Of the files as they are now: a recovery from the same files goes the same way.
-    void killDuringRecovery(const States& found, bool isServerNamed) {
+    void killDuringRecovery(const States& found) {
         killed_.copyFrom(scene_);
-        const std::size_t all = runTraced(scene_.folder(), [&] { return recover(scene_); }, {}).calls.size();
-        expectRecovered(found, isServerNamed, "recovery");
+        const Traced whole = runTraced(scene_.folder(), [&] { return recover(scene_); }, {});
+        expectRecovered(whole, found, {}, "recovery");
+        const std::size_t all = whole.calls.size();
         for (std::size_t call = 0; call <= all && !trial_.hasLost(); ++call) {
             if (!trial_.picks(1, all)) {
                 continue;
             }
             scene_.copyFrom(killed_);
-            const bool cameTo = runTraced(
-                                    scene_.folder(), [&] { return recover(scene_); }, killAt(call))
-                                    .faultCame;
-            trial_.tried(cameTo ? 1 : 0);
-            expectRecovered(found, isServerNamed, "recovery killed at call " + std::to_string(call));
+            recoverKilledAt(call, found, {}, "recovery");
         }
         scene_.copyFrom(killed_);
     }
 
-    void expectRecovered(const States& found, bool isServerNamed, const std::string& what) {
-        const States recovered = States::of(scene_);
-        const std::string wrong = neitherOldNorNew(recovered, found, after(found, Deed::SetUser, nextState));
-        if (!wrong.empty() || !scene_.backups().empty()) {
-            trial_.lost(what + ": " + wrong, scene_.folder());
-            return;
-        }
+    /// @return false if the kill was not come to.
+    bool recoverKilledAt(std::size_t call, const States& found, const std::vector<std::string>& setAside,
+                         const std::string& what) {
+        const Traced traced = runTraced(
+            scene_.folder(), [&] { return recover(scene_); }, killAt(call));
+        trial_.tried(traced.faultCame ? 1 : 0);
+        expectRecovered(traced, found, setAside, what + ", killed at call " + std::to_string(call));
+        return traced.faultCame;
+    }
+
+    /// @param found before it. @param setAside the bytes of all files that are to be there as backups from the next
+    /// start on.
+    void expectRecovered(const Traced& recovery, const States& found, const std::vector<std::string>& setAside,
+                         const std::string& what) {
         Client client(scene_);
-        if (const std::string other = otherAnswers(client, recovered, isServerNamed); !other.empty()) {
+        const States recovered = States::of(scene_);
+        const States done = after(found, Deed::SetUser, nextState);
+        const std::string wrong =
+            otherEnd(recovery) + neitherOldNorNew(recovered, recovery.faultCame ? found : done, done);
+        const bool isKept = std::all_of(setAside.begin(), setAside.end(),
+                                        [this](const std::string& bytes) { return scene_.keeps(bytes); });
+        if (!wrong.empty()) {
+            trial_.lost(what + ": " + wrong, scene_.folder());
+        } else if (!isKept || scene_.backups().size() != setAside.size()) {
+            trial_.lost(what + ": there are other backups than of what was damaged", scene_.folder());
+        } else if (const std::string other = otherAnswers(client, recovered); !other.empty()) {
             trial_.lost(what + ": " + other, scene_.folder());
         } else if (!scene_.temporaries().empty()) {
             trial_.lost(what + ", left over after the next start: " + scene_.temporaries().front(), scene_.folder());

@@ -223,7 +223,7 @@ TEST_P(TighterPermissions, AreNotWidened) {
     const bool isFolder = fs::is_directory(afterwards);
     chmod(afterwards.c_str(), isFolder ? 0700 : 0600);
     // Nothing need be written into a folder that is shut.
-    EXPECT_TRUE(isFolder || torture::States::of(scene_) == (torture::States{2, 2, 2}))
+    EXPECT_TRUE(isFolder || torture::States::of(scene_) == (torture::States{2, 2, 2, true}))
         << torture::States::of(scene_).text();
 }
 

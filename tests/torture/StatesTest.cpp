@@ -28,7 +28,7 @@ protected:
 };
 
 TEST_F(StatesOfFiles, AreThoseThatWereWritten) {
-    EXPECT_EQ(States::of(scene_), (States{1, 1, 1}));
+    EXPECT_EQ(States::of(scene_), (States{1, 1, 1, true}));
     Client(scene_).resetData();
     EXPECT_EQ(States::of(scene_), (States{States::none, States::none, 1}));
 }
@@ -39,7 +39,7 @@ TEST_F(StatesOfFiles, AreTornWhereAFileEndsEarlyAndNotMissing) {
             const std::string whole = cutFile(file, length);
             const int of = States::torn;
             const States torn{file == scene_.localFile() ? of : 1, file == scene_.serverFile() ? of : 1,
-                              file == scene_.linkFile() ? of : 1};
+                              file == scene_.linkFile() ? of : 1, file != scene_.localFile()};
             EXPECT_EQ(States::of(scene_), torn) << file << ", " << length << " bytes: " << States::of(scene_).text();
             std::ofstream(file, std::ios::trunc) << whole;
         }
