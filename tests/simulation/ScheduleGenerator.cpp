@@ -69,6 +69,7 @@ ScheduleGenerator::ScheduleGenerator(std::uint64_t seed) : engine_(seed) {
         {Act::PowerDown, 1},
         {Act::SourceOn, 8},
         {Act::SourceOff, 2},
+        {Act::ChangeProfile, 4},
         {Act::Kill, 1},
         {Act::ShutDown, 1},
         {Act::AnswerVersion, 4},

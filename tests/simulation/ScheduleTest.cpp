@@ -68,6 +68,7 @@ const std::map<std::string, std::uint64_t> LANDMARKS = {
     {"copies kept of other modules' stores", 1000},
     {"files of the server that joined", 5},
     {"files of the server that changed", 200},
+    {"server's values that a changed profile took away", 1000},
     {"persists of the user's file that a disk refused", 1000},
     {"copies that a disk refused", 1000},
     {"processes that went on with another's files", 1000},
