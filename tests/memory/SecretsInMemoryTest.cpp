@@ -13,25 +13,29 @@
 #include "support/ChildProcess.h"
 #include "support/TurnedText.h"
 
+using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
+using testing::SizeIs;
 
 namespace {
 
-// Long enough to lie on the heap, and unlike anything else.
+// Long enough to lie on the heap, and unlike anything else. What gives a block back writes over its beginning: what
+// lies there unwiped has but its end left.
 const std::string COMMON_PART = "tr0ub4dor";
-const std::string PASSWORD = "tr0ub4dor-of-the-directory-password";
-const std::string SENSITIVE = "tr0ub4dor-of-the-sensitive-key";
-const std::string COMMENT = "tr0ub4dor-of-a-comment-in-the-document";
-const std::string OF_THE_LINK = "tr0ub4dor-of-the-provisioning-link";
-const std::string IGNORED = "tr0ub4dor-of-what-the-link-may-not-set";
-const std::string OF_THE_USER = "tr0ub4dor-of-the-user-himself";
-const std::string USERS_PASSWORD = "tr0ub4dor-of-the-users-own-password";
+const std::string COMMON_END = "-b4tterystaple";
+const std::string PASSWORD = "tr0ub4dor-of-the-directory-password" + COMMON_END;
+const std::string SENSITIVE = "tr0ub4dor-of-the-sensitive-key" + COMMON_END;
+const std::string COMMENT = "tr0ub4dor-of-a-comment-in-the-document" + COMMON_END;
+const std::string OF_THE_LINK = "tr0ub4dor-of-the-provisioning-link" + COMMON_END;
+const std::string IGNORED = "tr0ub4dor-of-what-the-link-may-not-set" + COMMON_END;
+const std::string OF_THE_USER = "tr0ub4dor-of-the-user-himself" + COMMON_END;
+const std::string USERS_PASSWORD = "tr0ub4dor-of-the-users-own-password" + COMMON_END;
 // Which nothing forgets before the host has stopped.
-const std::string OF_THE_INSTALLER = "c0rrecth0rse-of-the-installers-file";
+const std::string OF_THE_INSTALLER = "c0rrecth0rse-of-the-installers-file" + COMMON_END;
 
 /// A client that has a server, and whose memory is looked at while it waits.
 class SecretsInMemory : public testing::Test {
@@ -76,6 +80,11 @@ protected:
         return ProcessMemory(client_->id()).placesOf(secret);
     }
 
+    /// No secret lies anywhere but as often as it is held, each wide: not even the end of one.
+    void expectNoneBeyond(std::size_t held) const {
+        EXPECT_THAT(placesOf(COMMON_END), AllOf(SizeIs(held), Each(EndsWith(" wide"))));
+    }
+
     /// Lets the client do the rest without being looked at.
     void finish(const std::vector<std::string>& steps) {
         for (const std::string& step : steps) {
@@ -117,6 +126,7 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     }
     // The value in the store and the two of the live object, while no other store has the key.
     EXPECT_THAT(placesOf(OF_THE_INSTALLER), ElementsAre(EndsWith(" wide"), EndsWith(" wide"), EndsWith(" wide")));
+    expectNoneBeyond(3);
     goOn();
 
     awaitStep("fetched");
@@ -125,6 +135,7 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     EXPECT_THAT(placesOf(COMMENT), IsEmpty());
     // The value in the store and the two of the live object, and no other form of them.
     EXPECT_THAT(placesOf(SENSITIVE), ElementsAre(EndsWith(" wide"), EndsWith(" wide"), EndsWith(" wide")));
+    expectNoneBeyond(4);
     goOn();
 
     awaitStep("set");
@@ -135,6 +146,8 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     }
     EXPECT_THAT(placesOf(OF_THE_LINK), ElementsAre(EndsWith(" wide"), EndsWith(" wide"), EndsWith(" wide")));
     EXPECT_THAT(placesOf(IGNORED), IsEmpty());
+    // That of the server is still held.
+    expectNoneBeyond(11);
     serve("");
     goOn();
 
@@ -143,6 +156,7 @@ TEST_F(SecretsInMemory, AreThereOnlyWhereAndAsLongAsAClientHoldsThem) {
     for (const std::string& secret : {SENSITIVE, OF_THE_USER, USERS_PASSWORD, OF_THE_LINK, COMMON_PART}) {
         EXPECT_THAT(placesOf(secret), IsEmpty()) << secret;
     }
+    expectNoneBeyond(3);
     goOn();
     finish({"stopped"});
 }
@@ -159,6 +173,7 @@ TEST_F(SecretsInMemory, AreGoneWhenTheHostHasStopped) {
     awaitStep("stopped");
     EXPECT_THAT(placesOf(COMMON_PART), IsEmpty());
     EXPECT_THAT(placesOf(OF_THE_INSTALLER), IsEmpty());
+    expectNoneBeyond(0);
     goOn();
     EXPECT_EQ(client_->wait().status, 0);
 }
@@ -179,6 +194,6 @@ TEST_F(SecretsInMemory, AreInNoLogAndInNoFileButThoseThatKeepThemByDesign) {
     goOn();
     finish({"forgotten", "stopped"});
     EXPECT_THAT(directory_.read("log"), AllOf(HasSubstr("VALUE_HIDDEN"), HasSubstr(" debug "),
-                                              Not(HasSubstr(COMMON_PART)), Not(HasSubstr(OF_THE_INSTALLER))));
+                                              Not(HasSubstr(COMMON_PART)), Not(HasSubstr(COMMON_END))));
     EXPECT_THAT(filesWithSecrets(), ElementsAre(ofTheInstaller));
 }

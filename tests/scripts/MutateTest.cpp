@@ -44,6 +44,11 @@ protected:
                                                       (text.empty() ? "" : "; ! grep -qF '" + text + "' " + source));
     }
 
+    /// Each lane's first build is that of the tree as it is.
+    void buildsOnceAndThen(const std::string& text) const {
+        script("bin/ninja", "[ -e $PWD/built ] || { touch $PWD/built; exit 0; }; " + text);
+    }
+
     support::Ended mutate(std::vector<std::string> arguments) const {
         arguments.insert(arguments.begin(), {directory_.path("scripts/mutate"), "--lanes", "1"});
         return support::runProgram(arguments, {.environment = {{"PATH", directory_.path("bin") + ":/usr/bin:/bin"}}});
@@ -113,6 +118,26 @@ TEST_F(Mutate, TriesEachMistakeOnceInHoweverManyLanes) {
     EXPECT_THAT(ended.out, EndsWith("| all | 3 | 0, 0.0 % |\n")) << ended.error;
     for (const char* mistake : {"2: ;", "3: return isLost == false;", "3: return isLost != true;"}) {
         EXPECT_THAT(ended.out, HasSubstr(line(mistake)));
+    }
+}
+
+TEST_F(Mutate, CountsNoMistakeThatTheCompilerRefuses) {
+    buildsOnceAndThen("echo 'x.cpp:2:5: error: expected expression'; exit 1");
+    const support::Ended ended = mutate({SOURCE});
+    EXPECT_THAT(ended.out, EndsWith("| `SearchedStore.cpp` | 0 | 0 |\n| all | 0 | 0, 0.0 % |\n")) << ended.error;
+    EXPECT_EQ(ended.status, 0);
+}
+
+TEST_F(Mutate, EndsAtABuildThatFailsForNoMistake) {
+    for (const char* const text :
+         {"collect2: error: ld returned 1 exit status", "cc1plus: fatal error: error writing"}) {
+        buildsOnceAndThen(std::string("echo '") + text + "'; exit 1");
+        const support::Ended ended = mutate({"--lanes", "2", SOURCE});
+        EXPECT_EQ(ended.error,
+                  std::string("mutate: configservice_chain_tests cannot be built, and not for a mistake:\n") + text +
+                      "\n\n");
+        EXPECT_THAT(ended.out, Not(HasSubstr("|")));
+        EXPECT_EQ(ended.status, 1);
     }
 }
 

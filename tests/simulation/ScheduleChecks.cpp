@@ -242,6 +242,12 @@ void ScheduledWorld::noteSilentChanges() {
             silence(found->second);
         }
     }
+    if (downloaded_) {
+        // It has told of all that it holds.
+        for (const auto& [key, entry] : now["tftpconfigstore"]) {
+            silenced_.erase(key);
+        }
+    }
     remembered_ = std::move(now);
 }
 

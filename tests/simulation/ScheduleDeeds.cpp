@@ -1,6 +1,7 @@
 // What clients and the host do in a scheduled world, to the module and to its model.
 
 #include <algorithm>
+#include <utility>
 
 #include "ConfigValueObserver.h"
 #include "InjectConfigService.h"
@@ -14,6 +15,8 @@ namespace simulation {
 namespace {
 
 using Act = ScheduleAct;
+
+const wchar_t* const PROFILE_KEY = L"LastLoadedUserProfile";
 
 /// What a link sets, of the keys that the links of these schedules name.
 ModelEntries entriesOfLink(const std::wstring& link) {
@@ -202,6 +205,9 @@ void ScheduledWorld::performByHost(const ScheduleStep& step) {
         host_.featureSet().stopTftpConfigSource();
         model_.sourceOn = false;
         break;
+    case Act::ChangeProfile:
+        changeProfile(step);
+        break;
     default:
         startAnew(step.act == Act::ShutDown);
         break;
@@ -226,23 +232,25 @@ void ScheduledWorld::addStore(const ModelStore& description) {
     }
 }
 
-void ScheduledWorld::removeStore(const std::string& name) {
-    bool expected = false;
-    if (model_.started) {
-        const auto chain = mirror();
-        const auto holds = [&](const std::string& sought) {
-            return std::any_of(chain.begin(), chain.end(),
-                               [&](const auto& store) { return folded(store->name) == folded(sought); });
-        };
-        const bool isCached = name == ScheduleModel::serverStore || name == "RemoteStore";
-        expected = holds(name) || holds(ScheduleModel::copyOf(name));
-        if (isCached && expected) {
-            model_.copies.erase(ScheduleModel::copyOf(name));
-        }
-        model_.outside.erase(folded(name));
-        model_.cached.erase(folded(ScheduleModel::copyOf(name)));
-        model_.serverIn = model_.serverIn && name != ScheduleModel::serverStore;
+bool ScheduledWorld::noteRemoval(const std::string& name) {
+    const auto chain = mirror();
+    const auto holds = [&](const std::string& sought) {
+        return std::any_of(chain.begin(), chain.end(),
+                           [&](const auto& store) { return folded(store->name) == folded(sought); });
+    };
+    const bool isCached = name == ScheduleModel::serverStore || name == "RemoteStore";
+    const bool isThere = holds(name) || holds(ScheduleModel::copyOf(name));
+    if (isCached && isThere) {
+        model_.copies.erase(ScheduleModel::copyOf(name));
     }
+    model_.outside.erase(folded(name));
+    model_.cached.erase(folded(ScheduleModel::copyOf(name)));
+    model_.serverIn = model_.serverIn && name != ScheduleModel::serverStore;
+    return isThere;
+}
+
+void ScheduledWorld::removeStore(const std::string& name) {
+    const bool expected = model_.started && noteRemoval(name);
     if (host_.featureSet().removeConfigStore(name) != expected) {
         complain(std::string("answer: expected ") + (expected ? "true" : "false"));
     }
@@ -264,9 +272,38 @@ void ScheduledWorld::start() {
     mayHaveWritten_ = true;
     host_.adapter().StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
     if (!model_.started) {
-        model_.started = model_.usersFilesIn = model_.hearsOfPower = true;
+        model_.started = model_.usersFilesIn = model_.hearsOfHost = true;
         model_.userDestroyed = false;
         model_.memory->entries.clear();
+        readProfile();
+    }
+}
+
+void ScheduledWorld::readProfile() {
+    oracle_.adopt(mirror());
+    if (const ChainOracle::Answer profile = oracle_.lookUp(PROFILE_KEY, false); profile.found) {
+        model_.lastProfile = profile.value;
+    }
+}
+
+void ScheduledWorld::changeProfile(const ScheduleStep& step) {
+    ScheduleStep stored = step;
+    stored.act = Act::Store;
+    stored.key = PROFILE_KEY;
+    write(stored);
+    oracle_.adopt(mirror());
+    const std::wstring profile = oracle_.lookUp(PROFILE_KEY, false).value;
+    bool removes = false;
+    if (model_.hearsOfHost) {
+        const std::wstring former = std::exchange(model_.lastProfile, profile);
+        removes = model_.started && !former.empty() && former != profile;
+    }
+    if (removes && noteRemoval(ScheduleModel::serverStore)) {
+        ++tally_["server's values that a changed profile took away"];
+    }
+    host_.systemService().userProfileChanged();
+    if (removes) {
+        unlistCopy(ScheduleModel::serverStore);
     }
 }
 
@@ -279,11 +316,11 @@ void ScheduledWorld::powerDown() {
     mayHaveWritten_ = true;
     // As a host does: what is destroyed writes nothing any more, not even what is queued.
     host_.persistence().runAll();
-    if (model_.hearsOfPower) {
+    if (model_.hearsOfHost) {
         expectAnotherTry();
     }
     host_.monitor().report(TesselSystemMonitor::PowerEventTypeEnum::PowerDown);
-    if (model_.hearsOfPower) {
+    if (model_.hearsOfHost) {
         noteWhetherTheLinkIsWritten();
         destroy();
     }
@@ -318,6 +355,7 @@ void ScheduledWorld::startAnew(bool shutDown) {
     }
     model_.boot();
     host_.start();
+    readProfile();
     if (const std::string name = strangeFile(host_.configDirectory()); !name.empty()) {
         complain("a process that starts leaves this file: " + name);
     }

@@ -69,6 +69,7 @@ ScheduleGenerator::ScheduleGenerator(std::uint64_t seed) : engine_(seed) {
         {Act::PowerDown, 1},
         {Act::SourceOn, 8},
         {Act::SourceOff, 2},
+        {Act::ChangeProfile, 4},
         {Act::Kill, 1},
         {Act::ShutDown, 1},
         {Act::AnswerVersion, 4},
@@ -84,11 +85,41 @@ ScheduleGenerator::ScheduleGenerator(std::uint64_t seed) : engine_(seed) {
 
 std::vector<ScheduleStep> ScheduleGenerator::schedule(std::size_t length) {
     std::vector<ScheduleStep> steps;
-    while (steps.size() < length) {
+    if (oneIn(2)) {
+        beginWithAServer(steps);
+    }
+    const std::size_t begun = steps.size();
+    while (steps.size() < begun + length) {
         steps.push_back(make(pick(choices_)));
         fillMeanwhile(steps.back());
     }
     return steps;
+}
+
+void ScheduleGenerator::beginWithAServer(std::vector<ScheduleStep>& steps) {
+    const auto take = [&](Act act) -> ScheduleStep& {
+        if (oneIn(6)) {
+            steps.push_back(make(pick(choices_)));
+        }
+        steps.push_back(make(act));
+        return steps.back();
+    };
+    const auto name = [&](const wchar_t* server) {
+        ScheduleStep& step = take(Act::Store);
+        step.key = L"TFTPPrimaryServer";
+        step.text = server;
+        step.onDispatcher = true;
+    };
+    name(L"alpha.example");
+    take(Act::SourceOn);
+    take(Act::EndTransfer);
+    take(Act::RunDispatcher);
+    if (oneIn(2)) {
+        name(L"beta.example");
+        take(Act::RunPool);
+        take(Act::EndTransfer);
+        take(Act::RunDispatcher);
+    }
 }
 
 ScheduleStep ScheduleGenerator::make(ScheduleAct act) {

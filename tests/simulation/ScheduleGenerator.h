@@ -16,6 +16,7 @@ class ScheduleGenerator {
 public:
     explicit ScheduleGenerator(std::uint64_t seed);
 
+    /// @param length of what is random in it; half of the schedules have a server before that.
     std::vector<ScheduleStep> schedule(std::size_t length);
 
 private:
@@ -31,6 +32,9 @@ private:
     ScheduleAct pick(const std::vector<Choice>& choices) {
         return pickByWeight(choices, [this](std::size_t bound) { return below(bound); });
     }
+    /// A server is named, the source is on, and a file comes, in half of them a second one from another server: by
+    /// chance alone one comes in few schedules.
+    void beginWithAServer(std::vector<ScheduleStep>& steps);
     ScheduleStep make(ScheduleAct act);
     void fill(ScheduleStep& step);
     void fillAssignment(ScheduleStep& step);

@@ -110,13 +110,14 @@ void ScheduleModel::boot() {
     readLinkFile();
     const auto list = user->entries.find(folded(copiesKey));
     addCopies(list == user->entries.end() ? std::wstring() : list->second.text);
-    started = usersFilesIn = hearsOfPower = true;
+    started = usersFilesIn = hearsOfHost = true;
     userDestroyed = sourceOn = serverIn = writeFailed = false;
+    lastProfile.clear();
 }
 
 void ScheduleModel::stop() {
     if (started) {
-        started = usersFilesIn = hearsOfPower = sourceOn = serverIn = false;
+        started = usersFilesIn = hearsOfHost = sourceOn = serverIn = false;
         dropOutside(false);
     }
 }

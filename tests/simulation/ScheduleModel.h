@@ -57,7 +57,8 @@ struct ScheduleModel {
     bool started = true;         ///< the feature set
     bool usersFilesIn = true;    ///< the user's file and the override are in the chain
     bool userDestroyed = false;  ///< the user's file is written no more
-    bool hearsOfPower = true;
+    bool hearsOfHost = true;     ///< of its power, and of the user's profile
+    std::wstring lastProfile;    ///< of the user, as last read; empty for none
     bool sourceOn = false;
     bool serverIn = false;  ///< the server's store is in the chain
 

@@ -11,7 +11,7 @@ namespace {
 using Act = ScheduleAct;
 
 const char* nameOf(Act act) {
-    static constexpr std::array<const char*, 30> names = {"run dispatcher",
+    static constexpr std::array<const char*, 31> names = {"run dispatcher",
                                                           "run pool",
                                                           "run persist queue",
                                                           "end transfer",
@@ -35,6 +35,7 @@ const char* nameOf(Act act) {
                                                           "power down",
                                                           "source on",
                                                           "source off",
+                                                          "change profile",
                                                           "kill and start anew",
                                                           "shut down and start anew",
                                                           "answer version",
@@ -56,6 +57,8 @@ std::string describeSubject(const ScheduleStep& step) {
         }
         return line;
     }
+    case Act::ChangeProfile:
+        return " to " + bracketed(step.text);
     case Act::TakeLink:
         return " " + printable(step.text);
     case Act::Erase:

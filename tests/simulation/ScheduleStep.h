@@ -40,8 +40,9 @@ enum class ScheduleAct {
     PowerDown,
     SourceOn,
     SourceOff,
-    Kill,      ///< the process ends with nothing of what waits done, and another one starts on its files
-    ShutDown,  ///< the process ends as a host ends it, and another one starts on its files
+    ChangeProfile,  ///< the key of the user's profile is stored, and the host tells of it
+    Kill,           ///< the process ends with nothing of what waits done, and another one starts on its files
+    ShutDown,       ///< the process ends as a host ends it, and another one starts on its files
 
     // Servers and disk.
     AnswerVersion,  ///< what servers answer from now on when they are asked for their version
@@ -55,7 +56,7 @@ struct ScheduleStep {
     ScheduleAct act = ScheduleAct::RunDispatcher;
     bool onDispatcher = false;                    ///< clients and host: on the dispatcher thread, else on another one
     std::wstring key;                             ///< the steps about values
-    std::wstring text;                            ///< Store, StoreInMemory; the link of TakeLink
+    std::wstring text;                            ///< Store, StoreInMemory; the link of TakeLink; the profile
     std::map<std::wstring, std::wstring> values;  ///< StoreMap
     ModelStore store;                             ///< AddStore; RemoveStore needs only its name
     std::size_t index = 0;                        ///< which of those that wait or run, modulo their number; the answer

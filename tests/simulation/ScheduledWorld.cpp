@@ -263,7 +263,7 @@ void ScheduledWorld::onDownload(const std::shared_ptr<TftpConfigStore>& store, b
     if (!model_.sourceOn || !model_.started || store != host_.adapter().getTftpConfigStore()) {
         return;
     }
-    ++tally_["files of the server that joined or changed"];
+    ++tally_[isFirst ? "files of the server that joined" : "files of the server that changed"];
     model_.serverIn = model_.serverIn || isFirst;
     joined_ = joined_ || isFirst;
     downloaded_ = true;

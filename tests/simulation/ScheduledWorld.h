@@ -70,11 +70,14 @@ private:
     void allowLinks();
     void addStore(const ModelStore& description);
     void removeStore(const std::string& name);
+    bool noteRemoval(const std::string& name);
     void removeCopies();
     void start();
     void destroy();
     void powerDown();
     void switchSourceOn();
+    void readProfile();
+    void changeProfile(const ScheduleStep& step);
     void startAnew(bool shutDown);
     void runPool(std::size_t index);
     void endTransfer(const ScheduleStep& step);

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
-#include <libxml/parser.h>
+#include <libxml/xmlerror.h>
 
-#include <memory>
 #include <string>
 
 #include "Client.h"
@@ -11,14 +10,6 @@
 
 namespace torture {
 namespace {
-
-bool isWellFormed(const std::string& text) {
-    const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(xmlReadMemory(text.data(), static_cast<int>(text.size()),
-                                                                            "text", nullptr,
-                                                                            XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
-                                                              xmlFreeDoc);
-    return document != nullptr;
-}
 
 /// A client whose six inputs are whole but for one.
 class DamagedClient {

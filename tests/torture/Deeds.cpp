@@ -16,7 +16,32 @@ constexpr int CONNECTED = 1;
 
 const std::vector<std::string> STORES = {"Alpha", "Beta", "Gamma", "Delta"};
 
+/// This thread tells that the profile has changed, and is at nothing else from inside a notification. Never true of the
+/// dispatcher thread: it may do a part of what another thread waits for meanwhile.
+thread_local bool isChangingProfile = false;
+
+class Within {
+public:
+    explicit Within(bool isProfile) : former_(std::exchange(isChangingProfile, isProfile)) {}
+    ~Within() { isChangingProfile = former_; }
+
+    Within(const Within&) = delete;
+    Within& operator=(const Within&) = delete;
+
+private:
+    const bool former_;
+};
+
 }  // namespace
+
+void ProfileRemovals::onConfigAddedOrUpdated(std::wstring /*key*/, std::wstring /*value*/,
+                                             std::wstring /*originalValue*/, bool /*isOverridden*/, bool /*isDefined*/,
+                                             std::wstring /*valueStoreName*/, std::wstring /*originalValueStoreName*/,
+                                             bool silent) {
+    if (silent && std::exchange(isChangingProfile, false)) {
+        ++count_;
+    }
+}
 
 const std::vector<std::wstring>& Deeds::keys() {
     static const std::vector<std::wstring> keys = {L"Theme", L"Language", L"Served", L"contactsearchtoken",
@@ -45,7 +70,7 @@ const Deeds::Shares& Deeds::shares() {
         {2, &Deeds::refresh, "refresh"},
         {2, &Deeds::provision, "provision"},
         {2, &Deeds::changeTelephony, "changeTelephony"},
-        {1, &Deeds::changeProfile, "changeProfile"},
+        {6, &Deeds::changeProfile, "changeProfile"},
         {1, &Deeds::resetData, "resetData"},
         {1, &Deeds::powerDown, "powerDown"},
     }};
@@ -61,6 +86,7 @@ void Deeds::doOne() {
     for (const Share& share : shares()) {
         if (choice < share.of) {
             share.done.fetch_add(1, std::memory_order_relaxed);
+            const Within deed(false);
             (this->*share.deed)();
             return;
         }
@@ -162,7 +188,11 @@ void Deeds::changeTelephony() {
     }
 }
 
-void Deeds::changeProfile() { module_.system().userProfileChanged(); }
+void Deeds::changeProfile() {
+    module_.featureSet().setConfig(L"LastLoadedUserProfile", value());
+    const Within notification(!module_.isOnDispatcher());
+    module_.system().userProfileChanged();
+}
 
 void Deeds::resetData() { module_.resetData(); }
 

@@ -8,8 +8,25 @@
 #include <vector>
 
 #include "StressedModule.h"
+#include "chain/ConfigStoreManager_Observer.h"
 
 namespace torture {
+
+/// Counts the times that a changed profile takes a store out of the chain. Others remove stores as well: what tells is
+/// the thread on which the removal is reported, silently.
+class ProfileRemovals : public ConfigStoreManager_Observer {
+public:
+    void onFireIfRequired(std::wstring /*key*/) override {}
+    void onSensitiveKeyAddedOrUpdated(std::wstring /*key*/) override {}
+    void onConfigAddedOrUpdated(std::wstring key, std::wstring value, std::wstring originalValue, bool isOverridden,
+                                bool isDefined, std::wstring valueStoreName, std::wstring originalValueStoreName,
+                                bool silent) override;
+
+    std::uint64_t count() const { return count_; }
+
+private:
+    std::atomic<std::uint64_t> count_ = 0;
+};
 
 /// Does what clients do, in an order that its seed chooses. One thread.
 class Deeds {

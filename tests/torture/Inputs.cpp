@@ -1,5 +1,7 @@
 #include "Inputs.h"
 
+#include <libxml/parser.h>
+
 #include <filesystem>
 #include <memory>
 
@@ -28,12 +30,26 @@ std::string provision(const Input& other) {
     return asServerFile("<TFTPPrimaryServer>one</TFTPPrimaryServer>\n" + version);
 }
 
-/// One of the whole files says which cache files are in the chain.
-std::string wholeOne(const Input& input, const Input& other) {
-    if (input.name == "override" && other.name != "override") {
-        return asServerFile("<OfOverride>yes</OfOverride><PrimaryConfigStores>Server:240;</PrimaryConfigStores>");
-    }
-    return input.name == "bootstrap" ? input.contents + "PrimaryConfigStores: Server:240;\n" : input.contents;
+/// What of a list of copies names that of the cache file.
+const std::string nameOfCache = "Server:240;";
+
+/// Which cache files are in the chain the override file says, and one more whole file where that is the other one.
+std::string wholeOne(const Input& input) {
+    return input.name == "bootstrap" ? input.contents + "PrimaryConfigStores: " + nameOfCache + "\n" : input.contents;
+}
+
+/// A mark, a password, references and letters of two to four bytes, beside the entry that is asked for.
+std::string withMore(const std::string& entry) {
+    return entry + "<Marked sensitive=\"true\">a&amp;\u00e9</Marked>\n"
+                   "<ConnectionPassword>&lt;\u20ac&#228;</ConnectionPassword>\n"
+                   "<Last>\U0001F600 z</Last>\n";
+}
+
+std::string asLocalFileWithMore(const std::string& entry) {
+    return asLocalFile("<userConfig name=\"" + entry +
+                       "\" value=\"yes\"/>\n"
+                       "<userConfig name=\"ConnectionPassword\" value=\"&lt;\u20ac&#228;\"/>\n"
+                       "<userConfig name=\"Gr\u00f6\u00dfe\" value='a&amp;\U0001F600'/>\n");
 }
 
 }  // namespace
@@ -41,16 +57,19 @@ std::string wholeOne(const Input& input, const Input& other) {
 const std::vector<Input>& inputs() {
     using Form = Input::Form;
     static const std::vector<Input> all = {
-        {"override", Form::Server, "config/corvid-config-user.xml", asServerFile("<OfOverride>yes</OfOverride>\n"),
+        {"override", Form::Server, "config/corvid-config-user.xml",
+         asServerFile(withMore("<OfOverride>yes</OfOverride>\n<PrimaryConfigStores>" + nameOfCache +
+                               "Other:250;</PrimaryConfigStores>\n")),
          L"OfOverride"},
-        {"local", Form::Local, "config/corvidLocalConfig.xml",
-         asLocalFile("<userConfig name=\"OfLocal\" value=\"yes\"/>\n"), L"OfLocal"},
-        {"cache", Form::Server, "config/Cache/cachedServer.xml", asServerFile("<OfCache>yes</OfCache>\n"), L"OfCache"},
-        {"bootstrap", Form::Properties, "install/bootstrap.properties", "# of the installer\nOfBootstrap: yes\n",
+        {"local", Form::Local, "config/corvidLocalConfig.xml", asLocalFileWithMore("OfLocal"), L"OfLocal"},
+        {"cache", Form::Server, "config/Cache/cachedServer.xml", asServerFile(withMore("<OfCache>yes</OfCache>\n")),
+         L"OfCache"},
+        {"bootstrap", Form::Properties, "install/bootstrap.properties",
+         "# of the installer\nOfBootstrap: yes\nConnectionPassword: \u20ac&amp; =z\nGr\u00f6\u00dfe: \U0001F600\n",
          L"OfBootstrap"},
-        {"defaults", Form::Local, "install/corvid-config-defaults.xml",
-         asLocalFile("<userConfig name=\"OfDefaults\" value=\"yes\"/>\n"), L"OfDefaults"},
-        {"downloaded", Form::Server, "", asServerFile("<OfDownload>yes</OfDownload>\n"), L"OfDownload"},
+        {"defaults", Form::Local, "install/corvid-config-defaults.xml", asLocalFileWithMore("OfDefaults"),
+         L"OfDefaults"},
+        {"downloaded", Form::Server, "", asServerFile(withMore("<OfDownload>yes</OfDownload>\n")), L"OfDownload"},
     };
     return all;
 }
@@ -70,11 +89,19 @@ void InputFiles::write(const Input& other, const std::string& contents) const {
     std::filesystem::remove(scene_.install() + "/corvid-config-defaults-backup.xml");
     for (const Input& input : inputs()) {
         if (!input.path.empty()) {
-            directory_.write(input.path, wholeOne(input, other));
+            directory_.write(input.path, wholeOne(input));
         }
     }
     directory_.write(provisioned, provision(other));
     directory_.write(other.path.empty() ? other.name + ".xml" : other.path, contents);
+}
+
+bool isWellFormed(const std::string& text) {
+    const std::unique_ptr<xmlDoc, void (*)(xmlDoc*)> document(xmlReadMemory(text.data(), static_cast<int>(text.size()),
+                                                                            "text", nullptr,
+                                                                            XML_PARSE_NOERROR | XML_PARSE_NOWARNING),
+                                                              xmlFreeDoc);
+    return document != nullptr;
 }
 
 std::string whatIsUnanswered(Client& client, const Input& other, const std::string& contents) {
@@ -98,10 +125,18 @@ std::string whatIsUnanswered(Client& client, const Input& other, const std::stri
         return "no file was asked for";
     }
     client.settle();
+    // A list that still can be read, and reads otherwise, is taken for what it says. Well-formed is asked of nothing
+    // else: a document that grows without end would never be.
+    const auto holds = [](const std::string& text, const std::string& part) {
+        return text.find(part) != std::string::npos;
+    };
+    const bool isCacheNamed = !holds(other.contents, nameOfCache) || holds(contents, nameOfCache) ||
+                              !holds(contents, "PrimaryConfigStores") || !isWellFormed(contents);
     for (const Input& input : inputs()) {
         std::wstring value;
         const bool answers = client.featureSet().getConfig(input.key, value, false) && value == L"yes";
-        const bool isWhole = input.name != other.name && (arrives || input.name != downloaded.name);
+        const bool isWhole = input.name != other.name && (arrives || input.name != downloaded.name) &&
+                             (isCacheNamed || input.name != "cache");
         if (!answers && isWhole) {
             return "nothing comes from the " + input.name + " file";
         }

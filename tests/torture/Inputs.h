@@ -39,6 +39,9 @@ private:
     const Scene scene_{directory_.path()};
 };
 
+/// What a document is to libxml2, without any of its options.
+bool isWellFormed(const std::string& text);
+
 /// Has a client download its file and asks it for the keys of all inputs but one.
 /// @param contents those of the other one, if a server sends it.
 /// @return what is not answered, as a sentence without its full stop; empty if all is.

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -38,6 +39,7 @@
 
 using torture::Client;
 using torture::Scene;
+using torture::States;
 using torture::Trial;
 
 namespace {
@@ -48,6 +50,7 @@ constexpr const char* DOCUMENT =
     "<Corvid><userConfig name=\"outside\" value=\"1\"/><group><outside>1</outside></group></Corvid>\n";
 
 constexpr std::string_view LINK_TO_A_FOLDER = "a link to a folder";
+constexpr std::string_view STRANGERS_LINK = "a stranger's link";
 constexpr std::string_view STRANGERS_LINK_TO_A_FOLDER = "a stranger's link to a folder";
 
 /// What stands in the place of a file. Each makes it at a path; false if this system does not let it be made.
@@ -88,7 +91,7 @@ const std::vector<Obstacle>& obstacles() {
         {LINK_TO_A_FOLDER.data(), [](auto& path, const Outside& out) { return linkTo(out.path("folder"), path); }},
         {"a link to a pipe", [](auto& path, const Outside& out) { return linkTo(out.path("pipe"), path); }},
         {"a link to itself", [](auto& path, const Outside&) { return linkTo(path, path); }},
-        {"a stranger's link",
+        {STRANGERS_LINK.data(),
          [](auto& path, const Outside& out) { return support::makeStrangersLink(out.path("file.xml"), path); }},
         {STRANGERS_LINK_TO_A_FOLDER.data(),
          [](auto& path, const Outside& out) { return support::makeStrangersLink(out.path("folder"), path); }},
@@ -115,6 +118,15 @@ constexpr const char* AUTHORITIES = "install/ca.pem";
 
 constexpr const char* CACHE = "config/Cache";
 
+constexpr const char* USERS = "config/corvidLocalConfig.xml";
+constexpr const char* TEMPORARY_OF_USERS = "config/.corvidLocalConfig.xml.temp";
+
+/// What has been cached of a store, what has been downloaded, and what a provisioning link has set. The temporary of
+/// each has its name with ".temp" behind it.
+const std::string CACHED = "config/Cache/cachedServer.xml";
+const std::string DOWNLOADED = "config/Cache/cachedTFTPConfigStore.xml";
+const std::string OF_THE_LINK = "config/Cache/cachedUrlProvisioningConfigStore.xml";
+
 /// The folder of the user's files.
 constexpr const char* CONFIGURATION = "config";
 
@@ -130,8 +142,8 @@ constexpr const char* INSTALLATION = "install";
 /// Every file and folder that is read, written or removed, below the scene's folder.
 const std::vector<std::string>& places() {
     static const std::vector<std::string> all = {
-        "config/corvidLocalConfig.xml",
-        "config/.corvidLocalConfig.xml.temp",
+        USERS,
+        TEMPORARY_OF_USERS,
         FILE_IN_THE_MAKING,
         "config/corvidLocalConfig-backup.xml",
         "config/corvidLocalConfig-backup-1.xml",
@@ -139,13 +151,13 @@ const std::vector<std::string>& places() {
         "config/corvid-config.xml",
         CONFIGURATION,
         CACHE,
-        "config/Cache/cachedServer.xml",
-        "config/Cache/cachedServer.xml.temp",
-        "config/Cache/cachedTFTPConfigStore.xml",
-        "config/Cache/cachedTFTPConfigStore.xml.temp",
+        CACHED,
+        CACHED + ".temp",
+        DOWNLOADED,
+        DOWNLOADED + ".temp",
         "config/Cache/cachedTFTPConfigStore.download.json",
-        "config/Cache/cachedUrlProvisioningConfigStore.xml",
-        "config/Cache/cachedUrlProvisioningConfigStore.xml.temp",
+        OF_THE_LINK,
+        OF_THE_LINK + ".temp",
         "install/corvid-config-defaults.xml",
         "install/corvid-config-defaults-backup.xml",
         "install/corvid-config-defaults-backup-1.xml",
@@ -159,9 +171,7 @@ const std::vector<std::string>& places() {
 
 /// The file is one that this system writes, and so through a link that its user has made.
 bool isWrittenThroughLinks(const std::string& place) {
-    return place == "config/corvidLocalConfig.xml" || place == "config/Cache/cachedServer.xml" ||
-           place == "config/Cache/cachedTFTPConfigStore.xml" ||
-           place == "config/Cache/cachedUrlProvisioningConfigStore.xml" || place == LOG;
+    return place == USERS || place == CACHED || place == DOWNLOADED || place == OF_THE_LINK || place == LOG;
 }
 
 /// The name that is FILE_IN_THE_MAKING in this process.
@@ -240,8 +250,14 @@ std::vector<std::string> damageWhatIsBackedUpAt(const std::string& place, const 
     return {"damaged", "damaged earlier"};
 }
 
-/// Has the client fetch the server's file. @return false if its value is not answered then.
-bool fetch(Client& client) {
+/// Whether the client answers what the server's file holds.
+bool hasDownloaded(Client& client) {
+    std::wstring value;
+    return client.featureSet().getConfig(L"OfServer", value, false) && value == L"yes";
+}
+
+/// Has the client fetch the server's file.
+void fetch(Client& client) {
     const auto transport = std::make_shared<fakes::ScriptedHttpTransport>();
     client.useTransport(transport);
     client.featureSet().setInMemoryConfig(L"HomeUdsVersion", L"12");
@@ -249,8 +265,51 @@ bool fetch(Client& client) {
     client.featureSet().startTftpConfigSource();
     transport->deliver("<Corvid><group><OfServer>yes</OfServer></group></Corvid>");
     client.settle();
-    std::wstring value;
-    return client.featureSet().getConfig(L"OfServer", value, false) && value == L"yes";
+}
+
+/// What a client answers of all that it has been given.
+struct Answers {
+    States states;
+    bool hasDownloaded = false;
+
+    bool operator==(const Answers&) const = default;
+    std::string text() const { return states.text() + (hasDownloaded ? ", downloaded" : ", nothing downloaded"); }
+};
+
+/// What the next start answers of what was acknowledged: all but what no write can bring to the disk, since the
+/// obstacle is in its way.
+/// @param type of the obstacle. @param isReset whether a data reset has come before the last writes: it removes files
+/// and links, but neither what a provisioning link has set nor a folder, a pipe, a socket or a device.
+Answers keptBeside(const Obstacle& obstacle, fs::file_type type, const std::string& place, bool isReset,
+                   const Answers& acknowledged) {
+    const bool isFolder = type == fs::file_type::directory;
+    const bool isReadAsFolder = isFolder || obstacle.name == LINK_TO_A_FOLDER;
+    const bool isReadAsFile = type == fs::file_type::regular || !obstacle.leadsTo.empty();
+    const bool isRemoved = isReset && (type == fs::file_type::regular || type == fs::file_type::symlink);
+    Answers kept = acknowledged;
+    const bool isWithoutFolder = place == CONFIGURATION && !isReadAsFolder;
+    if (isWithoutFolder || (place == USERS && (isFolder || (obstacle.name == STRANGERS_LINK && !isReset))) ||
+        (place == TEMPORARY_OF_USERS && isFolder)) {
+        // The user's file names the copies.
+        kept.states.user = kept.states.server = States::none;
+        kept.hasDownloaded = false;
+    }
+    const bool isWithoutCache = isWithoutFolder || (place == CACHE && !isReadAsFolder && !isRemoved);
+    const auto isUnwritten = [&](const std::string& file, bool isReplaced) {
+        return isWithoutCache || (place == file + ".temp" && isFolder) ||
+               (place == file && !isReadAsFile && !isReplaced);
+    };
+    // The removal of the store has taken away whatever stood there, but for a folder.
+    if (isUnwritten(CACHED, isReset && !isFolder)) {
+        kept.states.server = States::none;
+    }
+    if (isUnwritten(OF_THE_LINK, false)) {
+        kept.states.link = States::none;
+    }
+    if (isUnwritten(DOWNLOADED, false)) {
+        kept.hasDownloaded = false;
+    }
+    return kept;
 }
 
 /// Exit statuses of a client's process.
@@ -292,34 +351,54 @@ bool areKept(const std::vector<std::string>& contents, const std::string& folder
     });
 }
 
-/// Everything that a client does to its files, and a second start.
+/// Where a client that has lost something says what.
+std::string nameOfReport(const Scene& scene) { return scene.folder() + "/wrong"; }
+
+/// Everything that a client does to its files, and two more starts.
 /// @param keeps whether nothing is lost; asked before the client removes all files itself.
-int workOn(const Scene& scene, const std::function<bool()>& keeps) {
+/// @param kept what of the acknowledged a start answers, before and after a data reset.
+int workOn(const Scene& scene, const std::function<bool()>& keeps,
+           const std::function<Answers(bool isReset, const Answers& acknowledged)>& kept) {
     alarm(60);  // a hang ends the process, and so the test
     const host::XmlDiagnostics quiet(host::XmlDiagnostics::Way::Discard);
-    bool isFetched = false;
+    bool isRight = true;
+    const auto expect = [&](const char* when, Client& client, const Answers& expected) {
+        if (const Answers found{client.answers(), hasDownloaded(client)}; found != expected) {
+            std::ofstream(nameOfReport(scene), std::ios::app)
+                << when << ": " << found.text() << ", and not " << expected.text() << "\n";
+            isRight = false;
+        }
+    };
     {
         Client client(scene);
-        isFetched = fetch(client);
+        fetch(client);
         client.setUser(1);
         client.joinServer(1);
         client.takeLink(1);
+        expect("first", client, {{1, 1, 1}, true});
+    }
+    {
+        Client client(scene);
+        expect("second start", client, kept(false, {{1, 1, 1}, true}));
+        fetch(client);
+        client.setUser(2);
+        client.joinServer(2);
+        client.takeLink(2);
+        expect("second", client, {{2, 2, 2}, true});
+        if (!keeps()) {
+            return LOST;
+        }
+        if (CacheFiles::areStrangers()) {
+            client.featureSet().removeAllCachedConfigStores();
+        }
+        client.resetData();
+        client.setUser(3);
+        client.joinServer(3);
+        expect("after the reset", client, {{3, 3, 2}, false});
     }
     Client client(scene);
-    isFetched = fetch(client) && isFetched;
-    client.setUser(2);
-    client.joinServer(2);
-    client.takeLink(2);
-    if (!keeps()) {
-        return LOST;
-    }
-    if (CacheFiles::areStrangers()) {
-        client.featureSet().removeAllCachedConfigStores();
-    }
-    client.resetData();
-    client.setUser(3);
-    client.joinServer(3);
-    return isFetched && client.answers().user == 3 && client.answers().server == 3 ? IN_ORDER : UNANSWERED;
+    expect("third start", client, kept(true, {{3, 3, 2}, false}));
+    return isRight ? IN_ORDER : UNANSWERED;
 }
 
 class Obstacles : public testing::Test {
@@ -377,7 +456,11 @@ protected:
                     return NOT_MADE;
                 }
             }
-            return place == AUTHORITIES ? askOverTls(path) : place == LOG ? writeLog(path) : workOn(scene, keeps);
+            const fs::file_type type = fs::symlink_status(path).type();
+            const auto kept = [&](bool isReset, const Answers& acknowledged) {
+                return keptBeside(obstacle, type, place, isReset, acknowledged);
+            };
+            return place == AUTHORITIES ? askOverTls(path) : place == LOG ? writeLog(path) : workOn(scene, keeps, kept);
         });
         if (status == NOT_MADE) {
             return false;
@@ -385,10 +468,11 @@ protected:
         const std::string what = std::string(obstacle.name) + " in the place of " + place;
         trial_.tried();
         if (status != IN_ORDER) {
-            trial_.lost(
-                what + ": " +
-                    (status == LOST ? "what was set aside is gone" : "the client ended with " + std::to_string(status)),
-                directory.path());
+            trial_.lost(what + ": " +
+                            (status == LOST ? "what was set aside is gone"
+                                            : "the client ended with " + std::to_string(status)) +
+                            "\n" + torture::bytesOf(nameOfReport(scene)),
+                        directory.path());
         }
         if (const std::string after = description(outside.path(), written); after != before) {
             trial_.lost(what + ": outside there was\n" + before + "and now there is\n" + after, outside.path());

@@ -143,12 +143,14 @@ struct Harvest {
     std::size_t versionQueries = 0;
     int heard = 0;
     int reactions = 0;
+    std::uint64_t profileRemovals = 0;
 
     void expectSome() const {
         EXPECT_GT(downloads, 0U);
         EXPECT_GT(versionQueries, 0U);
         EXPECT_GT(heard, 0);
         EXPECT_GT(reactions, 0);
+        EXPECT_GT(profileRemovals, 0U) << "a changed profile has never taken a store out of the chain";
     }
 };
 
@@ -157,6 +159,7 @@ class Storm {
 public:
     Storm(support::Watchdog& watchdog, std::uint64_t seed)
         : watchdog_(watchdog), module_(seed % 2 == 0), listener_(std::make_shared<Listener>(module_, watchdog, seed)) {
+        module_.adapter().getConfigStoreManager()->AddObserver(&profileRemovals_);
         module_.start();
         std::vector<std::thread> threads;
         for (std::uint64_t number = 1; number <= THREADS; ++number) {
@@ -199,6 +202,7 @@ public:
     void addTo(Harvest& harvest) {
         harvest.downloads += module_.downloads();
         harvest.versionQueries += module_.versionQueries();
+        harvest.profileRemovals += profileRemovals_.count();
         module_.runOnDispatcher([&] {
             harvest.heard += listener_->heard();
             harvest.reactions += listener_->reactions();
@@ -242,6 +246,7 @@ private:
     }
 
     support::Watchdog& watchdog_;
+    ProfileRemovals profileRemovals_;  // outlives the module, which tells it
     StressedModule module_;
     const std::shared_ptr<Listener> listener_;
 };

@@ -59,6 +59,7 @@ public:
     /// held that a task may want.
     void post(const std::function<void()>& function);
     void runOnDispatcher(const std::function<void()>& function);
+    bool isOnDispatcher() const { return dispatcher_->checkForUpdateAccess(); }
 
     /// Dispatcher thread.
     ConfigService& service() { return *service_; }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <random>
 #include <thread>
@@ -375,6 +376,28 @@ TEST(KeyFilter, NeverRulesOutAHeldKeyWhileItIsRenewed) {
     done = true;
     reader.join();
     EXPECT_EQ(misses, 0);
+}
+
+// Copied into the place of a long one, a short text would leave the end of that in memory.
+TEST(KeyedValues, KeepNoMemoryOfAnErasedTextForTheOneThatComesIntoItsPlace) {
+    const std::wstring erased = L"erased";
+    const std::wstring last = L"last";
+    Keyed keyed;
+    keyed.values.set(FoldedKey(erased), std::wstring(50, L's'));
+    keyed.values.set(FoldedKey(last), L"x");
+    keyed.values.erase(FoldedKey(erased));
+    ASSERT_EQ(keyed.valueOf(last), L"x");
+    EXPECT_LT(keyed.values.find(FoldedKey(last))->capacity(), 50U);
+}
+
+TEST(KeyedValues, LeaveNothingOfALongerValueBehindANewOne) {
+    const std::wstring key = L"key";
+    Keyed keyed;
+    keyed.values.set(FoldedKey(key), std::wstring(50, L's'));
+    keyed.values.set(FoldedKey(key), L"x");
+    const std::wstring& value = *keyed.values.find(FoldedKey(key));
+    ASSERT_GE(value.capacity(), 50U);
+    EXPECT_EQ(std::count(value.data(), value.data() + 50, L's'), 0);
 }
 
 TEST(FoldedKey, ComparesAsTheTextsDo) {

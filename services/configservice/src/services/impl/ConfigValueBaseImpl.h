@@ -5,6 +5,7 @@
 
 #include "ConfigValue.h"
 #include "SharedText.h"
+#include "chain/ReplaceText.h"
 #include "tessel/TesselLogger.h"
 #include "unified/UnifiedBusinessObjectImpl.h"
 
@@ -74,8 +75,8 @@ protected:
     const std::wstring& storedOriginalValueStoreName() const { return originalValueStoreName_.text(); }
 
     // What setters and fires do after their check of the thread, for an operation that has made it.
-    void storeValue(const std::wstring& value) { value_ = value; }
-    void storeOriginalValue(const std::wstring& originalValue) { originalValue_ = originalValue; }
+    void storeValue(const std::wstring& value) { replaceText(value_, value); }
+    void storeOriginalValue(const std::wstring& originalValue) { replaceText(originalValue_, originalValue); }
     void storeIsOverridden(bool isOverridden) { isOverridden_ = isOverridden; }
     void storeIsDefined(bool isDefined) { isDefined_ = isDefined; }
     void storeValueStoreName(const std::wstring& name) { valueStoreName_ = SharedText(name); }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "chain/ReplaceText.h"
+
 ConfigMap KeyedValues::map() const {
     ConfigMap map;
     for (const Entry& entry : entries_) {
@@ -56,7 +58,7 @@ bool KeyedValues::set(const FoldedKey& key, const std::wstring& value) {
     }
     std::wstring& text = (*found)->value;
     const bool changed = text != value;
-    text = value;
+    replaceText(text, value);
     return changed;
 }
 
@@ -75,9 +77,10 @@ bool KeyedValues::erase(const FoldedKey& key) {
     order_.clear();
     Entry& last = entries_.back();
     if (gone != &last) {
-        // The last one comes into its place, so that the entries stay side by side.
+        // The last one comes into its place, so that the entries stay side by side. Swapped, and not moved: a short
+        // text would be copied over a long one, and leave the end of that.
         *table_.find(FoldedKey(last.key)) = gone;
-        *gone = std::move(last);
+        std::swap(*gone, last);
     }
     entries_.pop_back();
     return true;
