@@ -292,6 +292,7 @@ Answers keptBeside(const Obstacle& obstacle, fs::file_type type, const std::stri
         (place == TEMPORARY_OF_USERS && isFolder)) {
         // The user's file names the copies.
         kept.states.user = kept.states.server = States::none;
+        kept.states.isServerListed = false;
         kept.hasDownloaded = false;
     }
     const bool isWithoutCache = isWithoutFolder || (place == CACHE && !isReadAsFolder && !isRemoved);
@@ -375,16 +376,16 @@ int workOn(const Scene& scene, const std::function<bool()>& keeps,
         client.setUser(1);
         client.joinServer(1);
         client.takeLink(1);
-        expect("first", client, {{1, 1, 1}, true});
+        expect("first", client, {{1, 1, 1, true}, true});
     }
     {
         Client client(scene);
-        expect("second start", client, kept(false, {{1, 1, 1}, true}));
+        expect("second start", client, kept(false, {{1, 1, 1, true}, true}));
         fetch(client);
         client.setUser(2);
         client.joinServer(2);
         client.takeLink(2);
-        expect("second", client, {{2, 2, 2}, true});
+        expect("second", client, {{2, 2, 2, true}, true});
         if (!keeps()) {
             return LOST;
         }
@@ -394,10 +395,10 @@ int workOn(const Scene& scene, const std::function<bool()>& keeps,
         client.resetData();
         client.setUser(3);
         client.joinServer(3);
-        expect("after the reset", client, {{3, 3, 2}, false});
+        expect("after the reset", client, {{3, 3, 2, true}, false});
     }
     Client client(scene);
-    expect("third start", client, kept(true, {{3, 3, 2}, false}));
+    expect("third start", client, kept(true, {{3, 3, 2, true}, false}));
     return isRight ? IN_ORDER : UNANSWERED;
 }
 
