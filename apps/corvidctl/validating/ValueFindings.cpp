@@ -9,6 +9,7 @@
 #include "ServerPolicy.h"
 #include "quill/StringUtils.h"
 #include "tessel/FipsUtils.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -41,7 +42,8 @@ std::string listed(const std::vector<std::wstring>& names) {
 
 }  // namespace
 
-ValueFindings::ValueFindings(const std::vector<Entry>& entries, FilePlace place) : entries_(entries), place_(place) {}
+ValueFindings::ValueFindings(const std::vector<Entry>& entries, FilePlace place, bool reveal)
+    : entries_(entries), place_(place), reveal_(reveal) {}
 
 std::vector<Finding> ValueFindings::find() {
     findings_.clear();
@@ -130,7 +132,8 @@ void ValueFindings::noticeMeetingsType(const Entry& entry) {
 }
 
 void ValueFindings::add(Severity severity, const char* kind, const Entry& entry, const std::string& text) {
-    findings_.push_back({severity, kind, entry.line, 0, toString(entry.key), text + ": " + toString(entry.name)});
+    findings_.push_back(
+        {severity, kind, entry.line, 0, shownKey(entry.key, reveal_), text + ": " + shownKey(entry.name, reveal_)});
 }
 
 }  // namespace corvidctl
