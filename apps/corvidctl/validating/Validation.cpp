@@ -152,7 +152,7 @@ ValidationView validateFile(const std::string& file, bool reveal) {
     addEntries(view, entries, reveal);
     const FilePlace place = placeOf(fileName, view.form);
     addAll(view.findings, KeyFindings(entries, place, reveal).find());
-    addAll(view.findings, ValueFindings(entries, place, reveal).find());
+    addAll(view.findings, ValueFindings(entries, place).find());
     std::stable_sort(view.findings.begin(), view.findings.end(),
                      [](const Finding& one, const Finding& other) { return one.line < other.line; });
     return view;

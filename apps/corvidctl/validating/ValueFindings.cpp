@@ -9,7 +9,6 @@
 #include "ServerPolicy.h"
 #include "quill/StringUtils.h"
 #include "tessel/FipsUtils.h"
-#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -42,8 +41,7 @@ std::string listed(const std::vector<std::wstring>& names) {
 
 }  // namespace
 
-ValueFindings::ValueFindings(const std::vector<Entry>& entries, FilePlace place, bool reveal)
-    : entries_(entries), place_(place), reveal_(reveal) {}
+ValueFindings::ValueFindings(const std::vector<Entry>& entries, FilePlace place) : entries_(entries), place_(place) {}
 
 std::vector<Finding> ValueFindings::find() {
     findings_.clear();
@@ -132,8 +130,7 @@ void ValueFindings::noticeMeetingsType(const Entry& entry) {
 }
 
 void ValueFindings::add(Severity severity, const char* kind, const Entry& entry, const std::string& text) {
-    findings_.push_back(
-        {severity, kind, entry.line, 0, shownKey(entry.key, reveal_), text + ": " + shownKey(entry.name, reveal_)});
+    findings_.push_back({severity, kind, entry.line, 0, toString(entry.key), text + ": " + toString(entry.name)});
 }
 
 }  // namespace corvidctl

@@ -13,9 +13,8 @@ namespace corvidctl {
 /// What the module's rules make of the values of one file, the other stores left aside.
 class ValueFindings {
 public:
-    /// @param entries must outlive this. @param place where the file stands. @param reveal show what a key holds of a
-    ///        secret.
-    ValueFindings(const std::vector<DocumentReport::Entry>& entries, FilePlace place, bool reveal);
+    /// @param entries must outlive this. @param place where the file stands.
+    ValueFindings(const std::vector<DocumentReport::Entry>& entries, FilePlace place);
 
     /// Asks for the FIPS mode of the process.
     std::vector<Finding> find();
@@ -34,7 +33,6 @@ private:
 
     const std::vector<Entry>& entries_;
     const FilePlace place_;
-    const bool reveal_;
     const KnownKeys known_;
     std::vector<Finding> findings_;
 };

@@ -143,8 +143,8 @@ TEST_F(WrongUseTool, WritesNeitherALogNorAJournalIntoAFileOfAConfigurationThatTh
     for (const std::string& file : {users, copy}) {
         expectRefusal({"--log-file", file, "get", "OnlyMine"}, "--log-file '" + file + "'");
         expectRefusal({"--log-file", file, "demo"}, "--log-file '" + file + "'");
-        expectRefusal({"watch", "--journal", file}, "--journal '" + file + "'");
     }
+    expectRefusal({"watch", "--journal", users}, "--journal '" + users + "'");
     expectRefusal({"--log-file", localPath(), "validate", "/dev/null"}, "--log-file '" + localPath() + "'");
 }
 

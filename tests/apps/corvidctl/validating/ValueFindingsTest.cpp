@@ -17,7 +17,7 @@ DocumentReport::Entry entryWith(const std::wstring& name, const std::wstring& va
 
 std::vector<std::string> toldOfValues(const Entries& entries, FilePlace place = FilePlace::ServerFile) {
     std::vector<std::string> lines;
-    for (const Finding& finding : ValueFindings(entries, place, false).find()) {
+    for (const Finding& finding : ValueFindings(entries, place).find()) {
         lines.push_back(std::to_string(finding.line) + ": " + wordOf(finding.severity) + ": " + finding.text + " [" +
                         finding.kind + "] " + finding.key);
     }
@@ -66,7 +66,7 @@ TEST_F(ValueFindingsTest, TellWhichServersAreErasedFromTheUsersFileUnderAnyName)
                              entryWith(L"TFTPBackupServer1", L"h", 3),
                              entryWith(L"Customize_Phone_Server", L"false", 4)};
     std::vector<std::string> erased;
-    for (const Finding& finding : ValueFindings(entries, FilePlace::UserFile, false).find()) {
+    for (const Finding& finding : ValueFindings(entries, FilePlace::UserFile).find()) {
         if (finding.kind == FindingKind::ErasedServer) {
             erased.push_back(std::to_string(finding.line) + ": " + finding.text);
         }
