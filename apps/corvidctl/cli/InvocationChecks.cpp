@@ -140,6 +140,13 @@ std::string checkInstallDirectory(Invocation& invocation) {
     return {};
 }
 
+/// Whether the command starts the module more than once, each time with the installer's file.
+bool startsTwice(const Invocation& invocation) {
+    const bool rehearsesFirst = invocation.command == "set" && invocation.requireEffective && !invocation.dryRun;
+    const bool readsTwo = invocation.command == "diff" && comparesTwoConfigurations(invocation);
+    return invocation.command == "simulate" || rehearsesFirst || readsTwo;
+}
+
 std::string checkBootstrapFile(Invocation& invocation) {
     if (invocation.bootstrapFile.empty()) {
         invocation.host.bootstrapFilePath = invocation.host.installationDirectory + "/" + BOOTSTRAP_FILE_NAME;
@@ -147,6 +154,11 @@ std::string checkBootstrapFile(Invocation& invocation) {
     }
     if (!isReadableFile(invocation.bootstrapFile)) {
         return "--bootstrap '" + invocation.bootstrapFile + "': expected a file that can be read";
+    }
+    std::error_code error;
+    if (startsTwice(invocation) && fs::is_fifo(invocation.bootstrapFile, error)) {  // empty for the second start
+        return "--bootstrap '" + invocation.bootstrapFile + "': expected no pipe, since " + invocation.command +
+               " reads the file more than once";
     }
     invocation.host.bootstrapFilePath = fs::absolute(invocation.bootstrapFile).string();
     return {};

@@ -200,6 +200,33 @@ TEST_F(WrongUseTool, TakesOneDeviceForTheInstallersFileAndTheLog) {
     EXPECT_EQ(run({"--bootstrap", "/dev/null", "--log-file", "/dev/null", "get", "OnlyMine"}).status, 0);
 }
 
+TEST_F(WrongUseTool, RefusesAPipeForTheInstallersFileWhereItIsReadMoreThanOnce) {
+    const auto runOnPipe = [this](std::vector<std::string> words) {
+        words.insert(words.begin(), {"--log-level", "2", "--bootstrap", "/dev/stdin"});
+        std::vector<std::string> all = {"/bin/sh", "-c", "echo 'Installed: 1' | \"$@\"", "sh"};
+        const std::vector<std::string> tool = command(words);
+        all.insert(all.end(), tool.begin(), tool.end());
+        return support::runProgram(all, {});
+    };
+    const std::string config = directory_.path("config");
+    const auto before = files();
+    const std::vector<std::vector<std::string>> uses = {{"simulate", "--set", "A=b"},
+                                                        {"set", "--require-effective", "A", "b"},
+                                                        {"diff", "live", "dir:" + config},
+                                                        {"diff", config, "LocalFileConfigStore"},
+                                                        {"diff", config, directory_.path("install")}};
+    for (const std::vector<std::string>& words : uses) {
+        const support::Ended ended = runOnPipe(words);
+        EXPECT_EQ(ended.status, 2) << words.front();
+        EXPECT_EQ(ended.error, "corvidctl: --bootstrap '/dev/stdin': expected no pipe, since " + words.front() +
+                                   " reads the file more than once\n");
+        EXPECT_EQ(files(), before);
+    }
+    EXPECT_EQ(runOnPipe({"get", "Installed"}).out, "1\n");
+    EXPECT_EQ(runOnPipe({"set", "--dry-run", "--require-effective", "A", "b"}).status, 0);
+    EXPECT_EQ(runOnPipe({"diff", "live", "LocalFileConfigStore"}).status, 1);
+}
+
 TEST_F(WrongUseTool, DoesNothingWhereNobodyReadsThePipeThatItsLogGoesTo) {
     const std::string pipe = directory_.path("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
