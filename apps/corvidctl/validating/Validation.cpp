@@ -123,7 +123,7 @@ std::vector<DocumentReport::Entry> inspectNamedXml(ValidationView& view, const s
     std::vector<DocumentReport::Entry> entries = inspectXml(view, view.file, fileName, reveal);
     std::error_code error;
     if (!view.valid && std::filesystem::is_regular_file(view.file, error)) {
-        readToEnd(view.file);
+        readThrough(view.file);
     }
     return entries;
 }
