@@ -89,7 +89,7 @@ def test_screen_readers_are_told_the_roles(open_page):
 def test_every_field_and_button_has_a_name(address, open_page):
     page = open_page("#" + address)
     page.wait(lambda: page.texts("#view-" + address.split("/")[0]))
-    assert page.script("""return [...document.querySelectorAll('button, input, select, a')]
+    assert page.script("""return [...document.querySelectorAll('button, input, select, textarea, a')]
         .filter((node) => node.checkVisibility())
         .filter((node) => !(node.ariaLabel || node.innerText.trim() || node.labels?.length))
         .map((node) => node.outerHTML)""") == []

@@ -87,6 +87,36 @@ def test_what_is_being_typed_survives_a_change(start, open_page):
     assert first.find("#user-value").get_attribute("value") == "not yet"
 
 
+def test_line_feeds_of_a_value_survive(profile, open_page):
+    profile.write_user({"DockedWindow": "left\r\nright", "LaunchOnSystemStartup": "true"})
+    user_file = profile.directory / "config" / "corvidLocalConfig.xml"
+    page = open_page("#keys/DockedWindow")
+    page.wait(lambda: page.find("#user-value").get_attribute("value") == "left\nright")
+    page.click_text(".user-value button", "Set")
+    page.wait(lambda: answer(page))
+    assert 'value="left&#13;&#10;right"' in user_file.read_text()
+    page.find("#user-value").send_keys(" and above")
+    page.click_text(".user-value button", "Set")
+    page.wait(lambda: 'right and above"' in user_file.read_text())
+    assert 'value="left&#10;right and above"' in user_file.read_text()
+    page.open_key("LaunchOnSystemStartup")
+    page.wait(lambda: page.find("#user-value").tag_name == "input")
+
+
+def test_a_value_that_is_not_shown_is_not_lost_to_an_empty_field(profile, open_page):
+    profile.write_user({"BDIConnectionPassword": "the user's own"})
+    user_file = profile.directory / "config" / "corvidLocalConfig.xml"
+    before = user_file.read_text()
+    page = open_page("#keys/BDIConnectionPassword")
+    page.wait(lambda: page.find("#user-value").get_attribute("placeholder") == "set, and not shown")
+    page.click_text(".user-value button", "Set")
+    page.wait(lambda: answer(page))
+    assert answer(page) == ["Nothing is stored: the value is not shown, and nobody has typed another one."]
+    assert user_file.read_text() == before
+    page.type("#user-value", "another\n")
+    page.wait(lambda: "another" in user_file.read_text())
+
+
 @pytest.mark.parametrize("key", ("ContactSearchToken", "BDIConnectionPassword"))
 def test_a_sensitive_value_is_typed_hidden_even_if_no_store_has_it(key, open_page):
     page = open_page(f"#keys/{key}")

@@ -40,7 +40,9 @@ const std::vector<OptionDefinition>& globalOptions() {
          &Invocation::configDirectory, WordKind::Directory},
         {"--install-dir", "DIR", "Where corvid-config-defaults.xml lies [the installed data directory]",
          &Invocation::installDirectory, WordKind::Directory},
-        {"--bootstrap", "FILE", "The bootstrap properties file [bootstrap.properties in the installation directory]",
+        {"--bootstrap", "FILE",
+         "The bootstrap properties file; a pipe where it is read once [bootstrap.properties in the installation "
+         "directory]",
          &Invocation::bootstrapFile, WordKind::File},
         {"--ca-file", "FILE", "Further trusted certificates (PEM) for HTTPS", &Invocation::caFile, WordKind::File},
         {"--fips",

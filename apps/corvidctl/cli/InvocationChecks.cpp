@@ -140,6 +140,13 @@ std::string checkInstallDirectory(Invocation& invocation) {
     return {};
 }
 
+/// Whether the command starts the module more than once, each time with the installer's file.
+bool startsTwice(const Invocation& invocation) {
+    const bool rehearsesFirst = invocation.command == "set" && invocation.requireEffective && !invocation.dryRun;
+    const bool readsTwo = invocation.command == "diff" && comparesTwoConfigurations(invocation);
+    return invocation.command == "simulate" || rehearsesFirst || readsTwo;
+}
+
 std::string checkBootstrapFile(Invocation& invocation) {
     if (invocation.bootstrapFile.empty()) {
         invocation.host.bootstrapFilePath = invocation.host.installationDirectory + "/" + BOOTSTRAP_FILE_NAME;
@@ -147,6 +154,11 @@ std::string checkBootstrapFile(Invocation& invocation) {
     }
     if (!isReadableFile(invocation.bootstrapFile)) {
         return "--bootstrap '" + invocation.bootstrapFile + "': expected a file that can be read";
+    }
+    std::error_code error;
+    if (startsTwice(invocation) && fs::is_fifo(invocation.bootstrapFile, error)) {  // empty for the second start
+        return "--bootstrap '" + invocation.bootstrapFile + "': expected no pipe, since " + invocation.command +
+               " reads the file more than once";
     }
     invocation.host.bootstrapFilePath = fs::absolute(invocation.bootstrapFile).string();
     return {};
@@ -189,13 +201,28 @@ std::string checkFips(Invocation& invocation) {
     return {};
 }
 
+/// Whether a file is the module's own: of the configuration that was named, whether or not the command looks at it, of
+/// the user's, or of the sample.
+bool belongsToModule(const TargetFile& file, const Invocation& invocation) {
+    const std::string data = dataDirectory();
+    host::ReferenceHostOptions installed;
+    installed.installationDirectory = data;
+    installed.bootstrapFilePath = data + "/" + BOOTSTRAP_FILE_NAME;
+    const auto belongsTo = [&](const std::string& directory) {
+        installed.configDirectory = directory;
+        return !directory.empty() && file.belongsToModule(installed);
+    };
+    return file.belongsToModule(invocation.host) || belongsTo(invocation.configDirectory) ||
+           belongsTo(defaultConfigDirectory()) || belongsTo(data + "/sample");
+}
+
 /// Whether what is written there besides would spoil a file of the module's, be that there now or not. A pipe and a
 /// device hold nothing.
 bool spoilsFileOfTheModule(const std::string& path, const Invocation& invocation) {
     std::error_code error;
     const fs::file_type type = fs::status(path, error).type();
     const bool holdsNothing = type == fs::file_type::fifo || type == fs::file_type::character;
-    return !holdsNothing && TargetFile(path).belongsToModule(invocation.host);
+    return !holdsNothing && belongsToModule(TargetFile(path), invocation);
 }
 
 std::string checkLog(Invocation& invocation) {

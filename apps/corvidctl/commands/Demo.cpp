@@ -34,7 +34,9 @@ int runDemo(const Invocation& invocation, Output& output) {
     Interruption interruption;
     const InterruptibleOutput interruptibly(output, interruption);
     ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
-    const DemonstrationView view = demonstrate(invocation, profileToShow(invocation), interruption, progress);
+    const auto lastWords = [&] { progress.aside([&] { printError(output, "interrupted"); }); };
+    const DemonstrationView view =
+        demonstrate(invocation, profileToShow(invocation), interruption, progress, lastWords);
     if (isForMachines(invocation.format)) {
         output.out << answers::demonstration(view, invocation.format);
     } else {

@@ -7,12 +7,14 @@
 #include "output/Answers.h"
 #include "output/InterruptibleOutput.h"
 #include "output/ProgressLine.h"
+#include "session/ExitOnInterruption.h"
 #include "session/Interruption.h"
 #include "session/Session.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <memory>
 #include <ostream>
 
 namespace corvidctl {
@@ -48,6 +50,12 @@ void printForPeople(const FetchView& view, bool delivered, bool interrupted, Out
     }
 }
 
+/// An interruption ends the program on the spot while the module starts, since that may wait for the installer's file.
+std::unique_ptr<Session> start(const Invocation& invocation, const Interruption& interruption, Output& output) {
+    const ExitOnInterruption exit(interruption, Status::AnswerIsNo, [&output] { printError(output, "interrupted"); });
+    return std::make_unique<Session>(invocation);
+}
+
 }  // namespace
 
 int runFetch(const Invocation& invocation, Output& output) {
@@ -57,7 +65,8 @@ int runFetch(const Invocation& invocation, Output& output) {
     Interruption interruption;
     const InterruptibleOutput interruptibly(output, interruption);
     const bool hadFormerCopy = holdsFormerCopy(invocation.host.configDirectory);
-    Session session(invocation);
+    const std::unique_ptr<Session> started = start(invocation, interruption, output);
+    Session& session = *started;
     const ValueView version = storedVersion(session);
     ProgressLine progress(output.error, ProgressLine::terminalOf(STDERR_FILENO));
     RemoteSource remote(session, interruption);

@@ -13,16 +13,18 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace corvidctl {
 
 namespace {
 
-/// Fetches, tells how that ended, and waits for an interruption, which may come first.
-/// @return the path of the copy for the next start, if that could not be written.
+/// Fetches, tells how that ended, and waits for an interruption, which may come first. Another file may come meanwhile.
+/// @return the path of the copy for the next start, if that of the latest file could not be written.
 std::string fetchAndWait(Session& session, const std::string& configDirectory, RemoteSource& remote,
                          Interruption& interruption, ProgressLine& progress,
                          const std::function<void(const std::string&)>& complain) {
@@ -31,19 +33,34 @@ std::string fetchAndWait(Session& session, const std::string& configDirectory, R
     if (!remote.waitUntilSettled(progress)) {
         return {};
     }
+    std::string lostCopy;
+    const auto lookAt = [&](const DownloadJournal::Snapshot& delivered, const FetchView& fetched) {
+        const std::string former = std::exchange(lostCopy, noteDelivery(session, configDirectory, delivered, fetched));
+        if (!lostCopy.empty() && former.empty()) {
+            complain(sentenceOnLostCopy(lostCopy));
+        }
+    };
     DownloadJournal::Snapshot downloads = remote.downloads();
-    const FetchView fetched = summarise(downloads, version, false);
-    std::string lostCopy = noteDelivery(session, configDirectory, downloads, fetched);
-    if (!fetched.ok) {
-        complain("nothing fetched: " + fetched.reason);
-    } else if (!lostCopy.empty()) {
-        complain(sentenceOnLostCopy(lostCopy));
+    const FetchView first = summarise(downloads, version, false);
+    if (!first.ok) {
+        complain("nothing fetched: " + first.reason);
     }
-    interruption.wait();
-    if (remote.isSettled()) {  // another file may have come meanwhile
-        downloads = remote.downloads();
-        noteDelivery(session, configDirectory, downloads, summarise(downloads, version, false));
+    lookAt(downloads, first);
+    const auto lookAtTheLatest = [&] {
+        DownloadJournal::Snapshot latest = remote.downloads();
+        if (!latest.settled || latest.cyclesEver == downloads.cyclesEver) {
+            return;
+        }
+        downloads = std::move(latest);
+        const FetchView fetched = summarise(downloads, version, false);
+        if (fetched.ok) {
+            lookAt(downloads, fetched);
+        }
+    };
+    while (!interruption.waitForNews(std::chrono::hours(1))) {
+        lookAtTheLatest();
     }
+    lookAtTheLatest();
     return lostCopy;
 }
 

@@ -26,6 +26,17 @@ std::string checkDiff(const Invocation& invocation) {
 
 }  // namespace
 
+bool comparesTwoConfigurations(const Invocation& invocation) {
+    bool needsLive = false;
+    int others = 0;
+    for (const std::string& word : invocation.arguments) {
+        const Operand::Kind kind = readOperand(word).kind;
+        needsLive = needsLive || kind == Operand::Kind::Live || kind == Operand::Kind::Store;
+        others += kind == Operand::Kind::Directory ? 1 : 0;
+    }
+    return others + (needsLive ? 1 : 0) > 1;
+}
+
 std::string checkComparing(const Invocation& invocation) {
     if (invocation.command == "delta") {
         return checkDelta(invocation);

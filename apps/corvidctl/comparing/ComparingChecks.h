@@ -10,4 +10,8 @@ namespace corvidctl {
 /// line that names the argument and what was expected.
 std::string checkComparing(const Invocation& invocation);
 
+/// Whether a comparison starts the module more than once: it has two configurations to read, of which one may be the
+/// live one, or a store of it.
+bool comparesTwoConfigurations(const Invocation& invocation);
+
 }  // namespace corvidctl

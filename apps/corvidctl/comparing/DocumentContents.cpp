@@ -13,6 +13,7 @@
 #include "stores/BootstrapConfigStore.h"
 #include "system/World.h"
 #include "validating/KnownKeys.h"
+#include "validating/ShownKey.h"
 #include "xml/DocumentInspector.h"
 
 namespace corvidctl {
@@ -21,6 +22,8 @@ namespace {
 
 using QuillCoreUtils::caseInsensitiveStringEquals;
 using QuillCoreUtils::toString;
+
+bool isSecret(const std::wstring& key) { return KnownKeys::isAlwaysSensitive(key) || holdsSecret(key); }
 
 /// Entries of one document, of which the ones under old names wait until all others are in.
 class Collection {
@@ -47,7 +50,7 @@ Contents readProperties(const std::string& path) {
     for (const std::wstring& key : store.getKeys()) {
         std::wstring value;
         store.getValue(key, value);
-        collection.add(key, {toString(value), {}, KnownKeys::isAlwaysSensitive(key)});
+        collection.add(key, {toString(value), {}, isSecret(key)});
     }
     return collection.take();
 }
@@ -65,8 +68,7 @@ Contents readXml(const std::string& path) {
         if (isAnswered) {
             std::wstring value = entry.value;
             DisableP2PCallOnFips::DisableP2PCallConfigValueOnFips(entry.key, value);
-            collection.add(entry.key,
-                           {toString(value), {}, entry.sensitive || KnownKeys::isAlwaysSensitive(entry.key)});
+            collection.add(entry.key, {toString(value), {}, entry.sensitive || isSecret(entry.key)});
         }
     }
     return collection.take();

@@ -1,5 +1,6 @@
 #include "comparing/FetchRehearsal.h"
 
+#include <memory>
 #include <ostream>
 
 #include "comparing/ComparingAnswers.h"
@@ -44,10 +45,15 @@ EffectiveValues valuesOf(Session& session) {
 
 FetchRehearsalView fetchOnCopy(const Invocation& invocation, Rehearsal& rehearsal) {
     FetchRehearsalView view;
-    view.failures = loadFailuresOf(invocation.host);
     const ProfileCopy copy(invocation.host.configDirectory);
     const bool hadFormerCopy = holdsFormerCopy(copy.path());
-    Session session(Rehearsal::onCopy(invocation, copy.path()));
+    std::unique_ptr<Session> started;
+    {
+        const ExitOnInterruption exit = rehearsal.endingOnTheSpot();
+        view.failures = loadFailuresOf(invocation.host);
+        started = std::make_unique<Session>(Rehearsal::onCopy(invocation, copy.path()));
+    }
+    Session& session = *started;
     EffectiveValues before;
     rehearsal.run("reading the configuration …", [&] { before = valuesOf(session); });
     session.work([&](Session::Inside& inside) { keepThoseOf(inside.chain, view.failures); });

@@ -57,7 +57,7 @@ UserWriteView storeUserValue(Session::Inside& inside, const std::string& name, c
     const ChainReader inClear(inside.chain, true);
     UserWriteView view;
     view.before = inside.reader.describe(key);
-    view.isUnderOldName = !caseInsensitiveStringEquals(name, view.before.key);
+    view.isUnderOldName = !caseInsensitiveStringEquals(key, inside.reader.currentName(key));
     view.storedIn = userStores.empty() ? std::string() : userStores.front();
     view.isTaken = inside.featureSet.setConfig(key, toWideString(value));
     view.after = inside.reader.describe(key);

@@ -1,6 +1,8 @@
 #include "comparing/UserWriteText.h"
 
 #include "comparing/LocalFile.h"
+#include "quill/StringUtils.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -40,7 +42,8 @@ std::string sentenceOnErased(const UserWriteView& view) {
 std::vector<std::string> sentencesOnReplacedCharacters(const UserWriteView& view, bool reveal) {
     std::vector<std::string> sentences;
     if (!view.isKeyWhole) {
-        sentences.push_back("XML cannot hold every character of the key; on disk it is " + quoted(view.onDiskKey));
+        sentences.push_back("XML cannot hold every character of the key; on disk it is " +
+                            quoted(shownKey(QuillCoreUtils::toWideString(view.onDiskKey), reveal)));
     }
     if (!view.isValueWhole) {
         const bool isHidden = view.after.isSensitive && !reveal;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -15,6 +16,7 @@
 #include "fetching/KeptCopy.h"
 #include "fetching/RemoteSource.h"
 #include "quill/StringUtils.h"
+#include "session/ExitOnInterruption.h"
 #include "session/ProfileCopy.h"
 #include "session/Session.h"
 #include "session/WatchScope.h"
@@ -212,8 +214,16 @@ private:
 }  // namespace
 
 DemonstrationView demonstrate(const Invocation& invocation, const std::string& profile, Interruption& interruption,
-                              ProgressLine& progress) {
-    return Demonstrator(invocation, profile, interruption, progress).run();
+                              ProgressLine& progress, const std::function<void()>& lastWords) {
+    std::optional<Demonstrator> demonstrator;
+    {
+        std::optional<ExitOnInterruption> exit;
+        if (lastWords) {
+            exit.emplace(interruption, Status::AnswerIsNo, lastWords);
+        }
+        demonstrator.emplace(invocation, profile, interruption, progress);
+    }
+    return demonstrator->run();
 }
 
 }  // namespace corvidctl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -53,8 +54,10 @@ struct DemonstrationView {
 /// Plays the main job through: a server starts, a client fetches its file, the administrator changes that, the client
 /// fetches again, the user changes a value. Everything happens in temporary folders, which are gone when this returns.
 /// @param profile the configuration directory to begin with; only read.
+/// @param lastWords said where the interruption comes while the module starts, which may wait for the installer's file:
+///        it ends the program on the spot, with status 1. None: it is noticed when the module has started.
 /// @throws std::runtime_error with one line if a step fails, or the interruption comes.
 DemonstrationView demonstrate(const Invocation& invocation, const std::string& profile, Interruption& interruption,
-                              ProgressLine& progress);
+                              ProgressLine& progress, const std::function<void()>& lastWords = {});
 
 }  // namespace corvidctl

@@ -10,10 +10,13 @@ const secretNames = /password|token|secret/i;
 export class UserValueForm {
   #key = '';
   #isTouched = false;        // somebody has typed; what comes from the chain must not overwrite it
+  #value = null;             // what an untouched field stands for, letter by letter; null: that is not known, or hidden
 
   constructor() {
-    this.field = element('input', { type: 'text', id: 'user-value', autocomplete: 'off', spellcheck: 'false' });
-    this.field.addEventListener('input', () => { this.#isTouched = true; });
+    // A line drops line feeds, so what has any stands in a field of several lines.
+    this.line = this.#inputOf('input', { type: 'text' });
+    this.lines = this.#inputOf('textarea', { rows: 3 });
+    this.field = this.line;
     this.answer = element('div', { class: 'answer', role: 'status' });
     this.element = element('form', { class: 'user-value' },
       element('label', { class: 'field', for: 'user-value' }, 'The user’s value', this.field),
@@ -31,9 +34,9 @@ export class UserValueForm {
   show(key) {
     this.#key = key;
     this.#isTouched = false;
-    this.field.value = '';
+    this.#fill(null);
     // Until it is known, nobody beside may read what is typed.
-    this.field.type = 'password';
+    this.line.type = 'password';
     this.answer.replaceChildren();
   }
 
@@ -41,19 +44,48 @@ export class UserValueForm {
   showExplanation(explanation) {
     const own = explanation.layers.find(isOfUser);
     const isHidden = own?.value === 'VALUE_HIDDEN';
-    this.field.type = isHidden || explanation.isSensitive || secretNames.test(this.#key) ? 'password' : 'text';
+    const isSecret = isHidden || explanation.isSensitive || secretNames.test(this.#key);
+    this.line.type = isSecret ? 'password' : 'text';
+    this.lines.classList.toggle('dots', isSecret);
+    const isFree = this.#value === null || document.activeElement !== this.field;
+    if (!this.#isTouched && isFree) this.#fill(isHidden ? null : own?.value ?? '');
     this.field.placeholder = isHidden ? 'set, and not shown' : own ? '' : 'not set';
-    if (!this.#isTouched && document.activeElement !== this.field) this.field.value = isHidden ? '' : own?.value ?? '';
+  }
+
+  #inputOf(tag, attributes) {
+    const input = element(tag, { id: 'user-value', autocomplete: 'off', spellcheck: 'false', ...attributes });
+    input.addEventListener('input', () => { this.#isTouched = true; });
+    return input;
+  }
+
+  #fill(value) {
+    const field = /[\r\n]/.test(value ?? '') ? this.lines : this.line;
+    if (field !== this.field) {
+      const isFocused = document.activeElement === this.field;
+      this.field.replaceWith(field);
+      this.field = field;
+      if (isFocused) field.focus();
+    }
+    this.#value = value;
+    this.field.value = value ?? '';
   }
 
   async #write(what) {
     const key = this.#key;
-    const value = what === 'set' ? this.field.value : null;
+    const value = what !== 'set' ? null : this.#isTouched ? this.field.value : this.#value;
+    if (what === 'set' && value === null) {
+      this.#say(['Nothing is stored: the value is not shown, and nobody has typed another one.'], 'mind');
+      return;
+    }
+    const shown = this.field.value;
     try {
       const write = await order(what, value === null ? { key } : { key, value });
       if (key !== this.#key) return;
-      this.#isTouched = false;
-      if (value === null) this.field.value = '';
+      if (this.field.value === shown) {  // else somebody has gone on typing
+        this.#isTouched = false;
+        if (value === null) this.#fill('');
+        else this.#value = value;
+      }
       this.#say(writeSentences(write, value), write.isEffective ? 'good' : 'mind');
     } catch (failure) {
       this.#say([failure.message], 'bad');

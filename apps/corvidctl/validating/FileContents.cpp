@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstddef>
+#include <string_view>
 #include <system_error>
 
 #include "cli/WrongUse.h"
@@ -21,9 +22,9 @@ using QuillCoreUtils::uninterrupted;
 /// Four times what a server's file may have.
 constexpr std::size_t LARGEST_IRREGULAR = 64 * 1024 * 1024;
 
-}  // namespace
-
-std::string readToEnd(const std::string& path) {
+/// Reads a file to its end and hands over each piece of it.
+template <class Take>
+void readPieces(const std::string& path, const Take& take) {
     const auto refuse = [&path](const char* expected) -> WrongUse {
         return WrongUse("validate: FILE '" + path + "': expected " + expected);
     };
@@ -32,19 +33,31 @@ std::string readToEnd(const std::string& path) {
     if (!file.isOpen() || fstat(file.get(), &status) != 0) {
         throw refuse("a file that can be read");
     }
-    std::string contents;
+    std::size_t size = 0;
     std::array<char, 65536> piece{};
     ssize_t count = 0;
     while ((count = uninterrupted([&] { return read(file.get(), piece.data(), piece.size()); })) > 0) {
-        contents.append(piece.data(), static_cast<std::size_t>(count));
-        if (!S_ISREG(status.st_mode) && contents.size() > LARGEST_IRREGULAR) {
+        size += static_cast<std::size_t>(count);
+        take(std::string_view(piece.data(), static_cast<std::size_t>(count)));
+        if (!S_ISREG(status.st_mode) && size > LARGEST_IRREGULAR) {
             throw refuse("a pipe or a device that ends within 64 MiB");
         }
     }
     if (count < 0) {
         throw refuse("a file that can be read");
     }
+}
+
+}  // namespace
+
+std::string readToEnd(const std::string& path) {
+    std::string contents;
+    readPieces(path, [&contents](std::string_view piece) { contents += piece; });
     return contents;
+}
+
+void readThrough(const std::string& path) {
+    readPieces(path, [](std::string_view) {});
 }
 
 FileInMemory::FileInMemory(const std::string& contents) : file_(memfd_create("document", MFD_CLOEXEC)) {

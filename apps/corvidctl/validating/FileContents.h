@@ -11,6 +11,9 @@ namespace corvidctl {
 /// @throws WrongUse with one line if it cannot be opened, be read to its end, or has more.
 std::string readToEnd(const std::string& path);
 
+/// The same, and keeps nothing of it: what is left is that it can be read.
+void readThrough(const std::string& path);
+
 /// A text that stands nowhere on disk and can be read as a file again and again. Any thread.
 class FileInMemory {
 public:

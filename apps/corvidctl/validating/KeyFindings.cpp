@@ -5,6 +5,7 @@
 
 #include "ConfigStoreConstants.h"
 #include "quill/StringUtils.h"
+#include "validating/ShownKey.h"
 
 namespace corvidctl {
 
@@ -21,7 +22,8 @@ bool isSettableByLink(const std::wstring& key) {
 
 }  // namespace
 
-KeyFindings::KeyFindings(const std::vector<Entry>& entries, FilePlace place) : entries_(entries), place_(place) {}
+KeyFindings::KeyFindings(const std::vector<Entry>& entries, FilePlace place, bool reveal)
+    : entries_(entries), place_(place), reveal_(reveal) {}
 
 std::vector<Finding> KeyFindings::find() {
     findings_.clear();
@@ -37,7 +39,7 @@ std::vector<Finding> KeyFindings::find() {
 void KeyFindings::noticeUnknownKey(const Entry& entry) {
     if (const std::optional<std::string> meant = known_.meantBy(entry.key)) {
         add(Severity::Warning, FindingKind::UnknownKey, entry,
-            "key is not known: " + toString(entry.name) + ", did you mean " + *meant + "?");
+            "key is not known: " + shownKey(entry.name, reveal_) + ", did you mean " + *meant + "?");
     }
 }
 
@@ -77,7 +79,7 @@ void KeyFindings::noticeSensitivity(const Entry& entry) {
 void KeyFindings::noticePlace(const Entry& entry) {
     if (place_ == FilePlace::ProvisioningCache && !isSettableByLink(entry.key)) {
         add(Severity::Warning, FindingKind::NotProvisionable, entry,
-            "no provisioning link can have set this key: " + toString(entry.name));
+            "no provisioning link can have set this key: " + shownKey(entry.name, reveal_));
     }
 }
 
@@ -88,7 +90,7 @@ const DocumentReport::Entry* KeyFindings::entryOf(const std::wstring& key) const
 }
 
 void KeyFindings::add(Severity severity, const char* kind, const Entry& entry, std::string text) {
-    findings_.push_back({severity, kind, entry.line, 0, toString(entry.key), std::move(text)});
+    findings_.push_back({severity, kind, entry.line, 0, shownKey(entry.key, reveal_), std::move(text)});
 }
 
 }  // namespace corvidctl

@@ -13,8 +13,9 @@ namespace corvidctl {
 /// What can be told of the keys of one file by what the module does with them, the other stores left aside.
 class KeyFindings {
 public:
-    /// @param entries must outlive this. @param place where the file stands.
-    KeyFindings(const std::vector<DocumentReport::Entry>& entries, FilePlace place);
+    /// @param entries must outlive this. @param place where the file stands. @param reveal show what a key holds of a
+    ///        secret.
+    KeyFindings(const std::vector<DocumentReport::Entry>& entries, FilePlace place, bool reveal);
 
     /// In the order of the entries.
     std::vector<Finding> find();
@@ -33,6 +34,7 @@ private:
 
     const std::vector<Entry>& entries_;
     const FilePlace place_;
+    const bool reveal_;
     const KnownKeys known_;
     std::vector<Finding> findings_;
 };

@@ -57,11 +57,18 @@ std::string withoutQuotes(const std::string& text) {
     return text.starts_with("Entity '") ? "an entity is used that is not defined" : text.substr(0, text.find('\n'));
 }
 
-void addFindings(ValidationView& view, Severity severity, const std::vector<DocumentReport::Finding>& findings) {
+/// What was found, as it may be shown: the parser quotes the file, other sentences end with a key or with no name at
+/// all.
+std::string textOf(const DocumentReport::Finding& finding, bool reveal) {
+    return finding.kind == Kind::Syntax ? withoutQuotes(finding.text)
+                                        : shownKey(QuillCoreUtils::toWideString(finding.text), reveal);
+}
+
+void addFindings(ValidationView& view, Severity severity, const std::vector<DocumentReport::Finding>& findings,
+                 bool reveal) {
     for (const DocumentReport::Finding& finding : findings) {
         view.findings.push_back({severity, wordOf(finding.kind), finding.line, finding.column,
-                                 QuillCoreUtils::toString(finding.key),
-                                 finding.kind == Kind::Syntax ? withoutQuotes(finding.text) : finding.text});
+                                 shownKey(finding.key, reveal), textOf(finding, reveal)});
     }
 }
 
@@ -70,8 +77,8 @@ void addEntries(ValidationView& view, const std::vector<DocumentReport::Entry>& 
         const bool sensitive = entry.sensitive || KnownKeys::isAlwaysSensitive(entry.key) || holdsSecret(entry.key);
         const std::wstring& shown =
             sensitive && !reveal ? ConfigStoreConstants::SENSITIVE_VALUE_REPLACEMENT : entry.value;
-        view.entries.push_back({QuillCoreUtils::toString(entry.key), QuillCoreUtils::toString(shown), entry.line,
-                                sensitive, entry.isMarkup});
+        view.entries.push_back(
+            {shownKey(entry.key, reveal), QuillCoreUtils::toString(shown), entry.line, sensitive, entry.isMarkup});
     }
 }
 
@@ -88,13 +95,13 @@ void noticeMove(ValidationView& view, const std::string& fileName) {
 
 /// @param path where the document lies, if not at its own place.
 std::vector<DocumentReport::Entry> inspectXml(ValidationView& view, const std::string& path,
-                                              const std::string& fileName) {
+                                              const std::string& fileName, bool reveal) {
     DocumentReport report = inspectDocument(path);
     view.valid = report.valid;
     view.form = report.form == DocumentReport::Form::Local ? Form::LocalFile : Form::Document;
     view.formIsGuessed = report.formIsGuessed;
-    addFindings(view, Severity::Error, report.errors);
-    addFindings(view, Severity::Warning, report.warnings);
+    addFindings(view, Severity::Error, report.errors, reveal);
+    addFindings(view, Severity::Warning, report.warnings, reveal);
     const bool isBroken = std::any_of(report.errors.begin(), report.errors.end(),
                                       [](const auto& error) { return error.kind != Kind::WrongForm; });
     if (isBroken) {
@@ -112,24 +119,24 @@ std::vector<DocumentReport::Entry> inspectLines(ValidationView& view, const std:
 }
 
 /// A document of which the name says that it is one. What its file does not give is no fault of the document.
-std::vector<DocumentReport::Entry> inspectNamedXml(ValidationView& view, const std::string& fileName) {
-    std::vector<DocumentReport::Entry> entries = inspectXml(view, view.file, fileName);
+std::vector<DocumentReport::Entry> inspectNamedXml(ValidationView& view, const std::string& fileName, bool reveal) {
+    std::vector<DocumentReport::Entry> entries = inspectXml(view, view.file, fileName, reveal);
     std::error_code error;
     if (!view.valid && std::filesystem::is_regular_file(view.file, error)) {
-        readToEnd(view.file);
+        readThrough(view.file);
     }
     return entries;
 }
 
 /// Reads the file, which may be a pipe, in the form that suits it.
-std::vector<DocumentReport::Entry> inspectFile(ValidationView& view, const std::string& fileName) {
+std::vector<DocumentReport::Entry> inspectFile(ValidationView& view, const std::string& fileName, bool reveal) {
     if (QuillCoreUtils::toLowercase(fileName).ends_with(".xml")) {
-        return inspectNamedXml(view, fileName);
+        return inspectNamedXml(view, fileName, reveal);
     }
     const std::string contents = readToEnd(view.file);
     const bool isNamed = isNamedProperties(fileName);
     if (!isNamed && !looksLikeProperties(contents)) {
-        return inspectXml(view, FileInMemory(contents).path(), fileName);
+        return inspectXml(view, FileInMemory(contents).path(), fileName, reveal);
     }
     view.formIsGuessed = !isNamed;
     return inspectLines(view, contents);
@@ -141,10 +148,10 @@ ValidationView validateFile(const std::string& file, bool reveal) {
     ValidationView view;
     view.file = file;
     const std::string fileName = FileUtils::getFileName(file);
-    const std::vector<DocumentReport::Entry> entries = inspectFile(view, fileName);
+    const std::vector<DocumentReport::Entry> entries = inspectFile(view, fileName, reveal);
     addEntries(view, entries, reveal);
     const FilePlace place = placeOf(fileName, view.form);
-    addAll(view.findings, KeyFindings(entries, place).find());
+    addAll(view.findings, KeyFindings(entries, place, reveal).find());
     addAll(view.findings, ValueFindings(entries, place).find());
     std::stable_sort(view.findings.begin(), view.findings.end(),
                      [](const Finding& one, const Finding& other) { return one.line < other.line; });

@@ -91,9 +91,9 @@ INSTANTIATE_TEST_SUITE_P(OfCommands, CtrlCAtTheStart, testing::ValuesIn(ROWS), [
 
 TEST_F(CtrlC, WaitsForNoModuleThatIsStillStarting) {
     support::HeldPipe held(directory_.path("bootstrap"));
-    const std::vector<Row> rows = {
-        {"delta", 1}, {"diff live live", 1}, {"simulate --set A=b", 1}, {"set --dry-run A b", 1},
-        {"watch", 0}, {"inspect", 0}};
+    const std::vector<Row> rows = {{"delta", 1}, {"diff live live", 1},  {"set --dry-run A b", 1},
+                                   {"fetch", 1}, {"fetch --dry-run", 1}, {"demo", 1},
+                                   {"watch", 0}, {"inspect", 0}};
     const std::map<std::string, std::string> before = filesThatMatter();
     for (const Row& row : rows) {
         held.write("\n");

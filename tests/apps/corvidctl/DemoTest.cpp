@@ -291,7 +291,6 @@ TEST_F(Tool, DemoEndsWhenItIsInterrupted) {
     support::ChildProcess demo(command({"--bootstrap", bootstrap, "demo"}), options);
     held.waitForReader();
     demo.signal(SIGINT);
-    held.end();
     const support::Ended ended = demo.wait();
     EXPECT_EQ(ended.status, 1);
     EXPECT_THAT(ended.error, testing::EndsWith("corvidctl: interrupted\n"));

@@ -123,6 +123,18 @@ TEST_F(Diff, HidesASecretOnBothSidesIfOneSideMarksIt) {
     EXPECT_THAT(run({"--reveal", words[0], words[1], words[2]}).out, HasSubstr("second"));
 }
 
+TEST_F(Diff, HidesTheValueOfAKeyThatHasTheNameOfASecretInIt) {
+    directory_.write("a.xml", localFile({{"ConnectionPassword ", "s3cret"}, {"ConnectionPassword=x y", "s3cret"}}));
+    directory_.write("b.properties", "ConnectionPassword x: s3cret\n");
+    for (const std::string& file : {directory_.path("a.xml"), directory_.path("b.properties")}) {
+        const support::Ended ended = run({"diff", file, "InMemoryConfigStore"});
+        EXPECT_EQ(ended.status, 1);
+        EXPECT_THAT(ended.out, HasSubstr("VALUE_HIDDEN"));
+        EXPECT_THAT(ended.out, Not(HasSubstr("s3cret")));
+        EXPECT_THAT(run({"--reveal", "diff", file, "InMemoryConfigStore"}).out, HasSubstr("s3cret"));
+    }
+}
+
 TEST_F(Diff, AppliesTheFipsRuleToDocumentsAsToStores) {
     directory_.write("a.xml", "<c><g><Telephony_P2P_Enabled>true</Telephony_P2P_Enabled></g></c>");
     directory_.write("b.properties", "Telephony_P2P_Enabled: false\n");

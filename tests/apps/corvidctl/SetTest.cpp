@@ -171,6 +171,18 @@ TEST_F(Tool, SetTellsWhatWillBeOnDiskWhereXmlCannotHoldAValue) {
     EXPECT_EQ(run({"get", "Odd"}).out, "a\xEF\xBF\xBD[31m\n");
 }
 
+TEST_F(Tool, SetHidesASecretInTheKey) {
+    for (const std::string key : {"ConnectionPassword=s3cret", "ConnectionPassword=s3cret\x01"}) {
+        const support::Ended ended = run({"--log-level", "2", "set", key, "x"});
+        EXPECT_EQ(ended.status, 0);
+        EXPECT_THAT(ended.out,
+                    testing::StartsWith("ConnectionPassword=VALUE_HIDDEN stored in LocalFileConfigStore.\n"));
+        EXPECT_THAT(ended.out + ended.error, Not(HasSubstr("s3cret")));
+    }
+    EXPECT_THAT(run({"--reveal", "set", "ConnectionPassword=s3cret\x01", "x"}).error,
+                HasSubstr("on disk it is \"ConnectionPassword=s3cret\xEF\xBF\xBD\"\n"));
+}
+
 TEST_F(Tool, SetTellsWhatWillBeOnDiskWhereXmlCannotHoldAKey) {
     EXPECT_THAT(run({"set", "O\x01k", "v"}).error,
                 HasSubstr("corvidctl: XML cannot hold every character of the key; on disk it is \"O\xEF\xBF\xBDk\"\n"));

@@ -285,15 +285,15 @@ TEST_F(Simulate, RefusesWrongWordsBeforeItReadsAnything) {
 
 TEST_F(Simulate, EndsWhenItIsInterruptedWithNoCopyLeft) {
     directory_.write("tmp/keep", "");
-    const std::string bootstrap = directory_.path("bootstrap");
+    const std::string bootstrap = directory_.path("install/bootstrap.properties");
+    std::filesystem::remove(bootstrap);
     support::HeldPipe held(bootstrap);
     held.write("\n");
     support::ChildProcess::Options options;
     options.environment = {{"TMPDIR", directory_.path("tmp")}};
-    support::ChildProcess simulation(command({"--bootstrap", bootstrap, "simulate", "--set", "A=b"}), options);
+    support::ChildProcess simulation(command({"simulate", "--set", "A=b"}), options);
     held.waitForReader();
     simulation.signal(SIGTERM);
-    held.end();
     const support::Ended ended = simulation.wait();
     EXPECT_EQ(ended.status, 1);
     EXPECT_EQ(ended.error, "corvidctl: interrupted\n");

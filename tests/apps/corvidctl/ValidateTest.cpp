@@ -206,6 +206,21 @@ TEST_F(Tool, ValidateHidesWhatMayBeASecretInALineOfMarkUp) {
     EXPECT_THAT(out, testing::Not(HasSubstr("mark-ignored")));
 }
 
+TEST_F(Tool, ValidateHidesASecretInAKeyOfALocalFile) {
+    const std::string entry = "<userConfig name=\"ConnectionPassword=s3\" value=\"s3cret\"/>";
+    const std::string file = directory_.write("a.xml", "<Corvid>" + entry + entry + "</Corvid>");
+    for (const std::string format : {"table", "json", "jsonl", "tsv"}) {
+        const std::string out = run({"-o", format, "validate", file}).out;
+        EXPECT_THAT(out, HasSubstr("counts: connectionpassword=VALUE_HIDDEN"));
+        EXPECT_THAT(out, Not(HasSubstr("s3")));
+    }
+    const json validation = asJson({"validate", file});
+    EXPECT_EQ(validation.at("keys"), json::array({"connectionpassword=VALUE_HIDDEN"}));
+    EXPECT_EQ(validation.at("entries").at(0).at("key"), "connectionpassword=VALUE_HIDDEN");
+    EXPECT_EQ(validation.at("findings").at(0).at("key"), "connectionpassword=VALUE_HIDDEN");
+    EXPECT_THAT(run({"--reveal", "validate", file}).out, HasSubstr("connectionpassword=s3  s3cret"));
+}
+
 TEST_F(Tool, ValidateWarnsOfValuesThatDoNotSayWhatTheySeemTo) {
     const std::string file = directory_.write("a.properties", "AllowUrlProvisioning:no\n");
     EXPECT_THAT(run({"validate", file}).out,

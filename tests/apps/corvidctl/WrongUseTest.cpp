@@ -127,6 +127,37 @@ TEST_F(WrongUseTool, WritesNeitherALogNorAJournalIntoAFileOfTheModule) {
     }
 }
 
+TEST_F(WrongUseTool, WritesNeitherALogNorAJournalIntoAFileOfAConfigurationThatTheCommandDoesNotUse) {
+    support::ChildProcess::Options options;
+    options.environment = {{"XDG_CONFIG_HOME", directory_.path("home")}};
+    const std::string users = directory_.write("home/corvid/corvidLocalConfig.xml", localFile({{"A", "b"}}));
+    const std::string copy = directory_.path("home/corvid/Cache/cachedTFTPConfigStore.xml");
+    std::filesystem::create_directories(directory_.path("home/corvid/Cache"));
+    const auto expectRefusal = [&](const std::vector<std::string>& words, const std::string& line) {
+        const auto before = files();
+        const support::Ended ended = run(words, options);
+        EXPECT_EQ(ended.status, 2) << line;
+        EXPECT_EQ(ended.error, "corvidctl: " + line + ": this file is the module's own, expected another one\n");
+        EXPECT_EQ(files(), before) << line;
+    };
+    for (const std::string& file : {users, copy}) {
+        expectRefusal({"--log-file", file, "get", "OnlyMine"}, "--log-file '" + file + "'");
+        expectRefusal({"--log-file", file, "demo"}, "--log-file '" + file + "'");
+    }
+    expectRefusal({"watch", "--journal", users}, "--journal '" + users + "'");
+    expectRefusal({"--log-file", localPath(), "validate", "/dev/null"}, "--log-file '" + localPath() + "'");
+}
+
+TEST_F(WrongUseTool, WritesNoLogIntoAFileOfTheSampleOrOfTheInstallation) {
+    for (const char* const name : {"sample/corvidLocalConfig.xml", "corvid-config-defaults.xml"}) {
+        corvidctl::Invocation invocation;
+        invocation.command = "demo";
+        invocation.installDirectory = directory_.path("install");
+        invocation.logFile = std::string(CORVID_DATA_DIRECTORY "/") + name;
+        EXPECT_THAT(corvidctl::checkInvocation(invocation), testing::StartsWith("--log-file")) << name;
+    }
+}
+
 TEST_F(WrongUseTool, WritesNoLogIntoAFileThatTheCommandItselfReadsOrWrites) {
     const std::string line = ": the command itself reads or writes this file, expected another one";
     const std::string a = directory_.write("a.xml", "<c><g><A>1</A></g></c>");
@@ -167,6 +198,33 @@ TEST_F(WrongUseTool, TakesALogThatTheCommandDoesNotRead) {
 
 TEST_F(WrongUseTool, TakesOneDeviceForTheInstallersFileAndTheLog) {
     EXPECT_EQ(run({"--bootstrap", "/dev/null", "--log-file", "/dev/null", "get", "OnlyMine"}).status, 0);
+}
+
+TEST_F(WrongUseTool, RefusesAPipeForTheInstallersFileWhereItIsReadMoreThanOnce) {
+    const auto runOnPipe = [this](std::vector<std::string> words) {
+        words.insert(words.begin(), {"--log-level", "2", "--bootstrap", "/dev/stdin"});
+        std::vector<std::string> all = {"/bin/sh", "-c", "echo 'Installed: 1' | \"$@\"", "sh"};
+        const std::vector<std::string> tool = command(words);
+        all.insert(all.end(), tool.begin(), tool.end());
+        return support::runProgram(all, {});
+    };
+    const std::string config = directory_.path("config");
+    const auto before = files();
+    const std::vector<std::vector<std::string>> uses = {{"simulate", "--set", "A=b"},
+                                                        {"set", "--require-effective", "A", "b"},
+                                                        {"diff", "live", "dir:" + config},
+                                                        {"diff", config, "LocalFileConfigStore"},
+                                                        {"diff", config, directory_.path("install")}};
+    for (const std::vector<std::string>& words : uses) {
+        const support::Ended ended = runOnPipe(words);
+        EXPECT_EQ(ended.status, 2) << words.front();
+        EXPECT_EQ(ended.error, "corvidctl: --bootstrap '/dev/stdin': expected no pipe, since " + words.front() +
+                                   " reads the file more than once\n");
+        EXPECT_EQ(files(), before);
+    }
+    EXPECT_EQ(runOnPipe({"get", "Installed"}).out, "1\n");
+    EXPECT_EQ(runOnPipe({"set", "--dry-run", "--require-effective", "A", "b"}).status, 0);
+    EXPECT_EQ(runOnPipe({"diff", "live", "LocalFileConfigStore"}).status, 1);
 }
 
 TEST_F(WrongUseTool, DoesNothingWhereNobodyReadsThePipeThatItsLogGoesTo) {

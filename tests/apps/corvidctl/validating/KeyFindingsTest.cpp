@@ -16,7 +16,7 @@ DocumentReport::Entry keyEntry(const std::wstring& name, const std::wstring& val
 
 std::vector<std::string> toldOfKeys(const Entries& entries, FilePlace place = FilePlace::ServerFile) {
     std::vector<std::string> lines;
-    for (const Finding& finding : KeyFindings(entries, place).find()) {
+    for (const Finding& finding : KeyFindings(entries, place, false).find()) {
         lines.push_back(std::to_string(finding.line) + ": " + wordOf(finding.severity) + ": " + finding.text + " [" +
                         finding.kind + "] " + finding.key);
     }
@@ -82,6 +82,14 @@ TEST(KeyFindings, TellWhatNoProvisioningLinkCanHaveSet) {
                 ElementsAre("2: warning: no provisioning link can have set this key: DockedWindow [not-provisionable] "
                             "dockedwindow"));
     EXPECT_THAT(toldOfKeys(entries, FilePlace::CachedFile), IsEmpty());
+}
+
+TEST(KeyFindings, TellNoSecretThatStandsInAKey) {
+    const Entries entries = {keyEntry(L"ConnectionPassword=s", L"x", 1)};
+    EXPECT_THAT(toldOfKeys(entries),
+                ElementsAre("1: warning: key is not known: ConnectionPassword=VALUE_HIDDEN, did you mean "
+                            "connectionpassword? [unknown-key] connectionpassword=VALUE_HIDDEN"));
+    EXPECT_EQ(KeyFindings(entries, FilePlace::ServerFile, true).find().front().key, "connectionpassword=s");
 }
 
 TEST(KeyFindings, NeverTellAValue) {
