@@ -63,8 +63,11 @@ protected:
     }
 
     void start() {
-        client_ =
-            std::make_unique<support::ChildProcess>(std::vector<std::string>{MEMORY_CLIENT_PROGRAM, directory_.path()});
+        // Where a library of the system calls a function for the first time, the loader that looks it up leaves the
+        // registers on the stack, and in them the end of a text that was copied.
+        client_ = std::make_unique<support::ChildProcess>(
+            std::vector<std::string>{MEMORY_CLIENT_PROGRAM, directory_.path()},
+            support::ChildProcess::Options{.environment = {{"LD_BIND_NOW", "1"}}});
     }
 
     bool canLookAtMemory() const { return ProcessMemory(client_->id()).isOpen(); }
