@@ -101,6 +101,21 @@ TEST_F(FuzzTable, HasNothingAgainstATargetThatGrewByNoMore) {
     }
 }
 
+TEST_F(FuzzTable, NamesATargetOfWhichAnInputTakesASecondOfProcessorTimeByItself) {
+    const std::string input = "build/found/chain-file-slow-unit-1";
+    const std::string printed = std::string("cat <<'END'\n") + endOfShortInputs + "END";
+    for (const auto& [alone, remark] :
+         {std::pair{"ulimit -t 2; while :; do :; done", "1 took a second"}, std::pair{"", "nothing"}}) {
+        writeScript("build/fuzz/fuzz/fuzz_chain_file", "case \"$*\" in\n*-report_slow_units=1*) : >" + input + "\n" +
+                                                           printed + "\n;;\n*" + input + ") " + alone +
+                                                           "\n;;\n*) exit 2;;\nesac");
+        const support::Ended ended = fuzz();
+        EXPECT_THAT(ended.out, testing::HasSubstr(std::string("| 95 MiB (?) | ") + remark + " |\n"));
+        EXPECT_EQ(ended.status, remark == std::string("nothing") ? 0 : 1) << ended.error;
+        EXPECT_EQ(directory_.exists(input), ended.status == 1);
+    }
+}
+
 TEST_F(FuzzTable, RunsWhatLedFurtherInTheWholeChainOnceMoreUnderAllSanitizers) {
     fs::create_directories(directory_.path("fuzz/corpus/whole-chain"));
     writeScript("build/fuzz-fast/fuzz/fuzz_whole_chain", std::string("cat <<'END'\n") + endOfShortInputs + "END");

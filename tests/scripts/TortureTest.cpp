@@ -179,6 +179,25 @@ exit 1)");
     EXPECT_EQ(ended.status, 1);
 }
 
+TEST_F(Torture, KeepsTheLogOfATrialThatFails) {
+    const fs::path lost = directory_.path("build/torture/lost");
+    testsDo("echo CORVID_TEST_SEED=13; exit 1");
+    torture({"order"});
+    EXPECT_EQ(directory_.read("build/torture/lost/order-13/log.txt"), "CORVID_TEST_SEED=13\n");
+
+    script("build/release/tests/memory_tests", "echo a secret was found; exit 1");
+    torture({"secrets"});
+    fs::path kept;
+    for (const fs::directory_entry& entry : fs::directory_iterator(lost)) {
+        kept = entry.path().filename().string().starts_with("secrets-20") ? entry.path() : kept;
+    }
+    EXPECT_EQ(directory_.read("build/torture/lost/" + kept.filename().string() + "/log.txt"), "a secret was found\n");
+
+    testsDo(R"(echo CORVID_TEST_SEED=14; printf 'order\twrites\t18\t0\t7\t\n' >>"$CORVID_TORTURE_TABLE")");
+    torture({"order"});
+    EXPECT_FALSE(directory_.exists("build/torture/lost/order-14")) << "it was well";
+}
+
 TEST_F(Torture, HasARowForEachFuzzTarget) {
     script("scripts/fuzz", R"(
 echo "fuzz $*" >&2
@@ -270,7 +289,7 @@ TEST_F(Torture, TellsOfEveryTrialInItsHelpAndOnThePage) {
             << name;
         EXPECT_NE(page.find("| `" + name + "` |"), std::string::npos) << name;
     }
-    EXPECT_EQ(count, 21);
+    EXPECT_EQ(count, 22);
 }
 
 }  // namespace

@@ -70,6 +70,11 @@ std::vector<Failure> allFailures() {
     return failures;
 }
 
+/// Whether the call can fail so: only a write can be a short one.
+bool comesTo(const Call& call, const Failure& failure) {
+    return failure.fault.kind != Fault::Kind::ShortWrite || call.name == "write";
+}
+
 /// What is tried in every run, however few are: a write that is interrupted, and what sets a damaged file aside.
 bool isTriedAlways(const Call& call, const Failure& failure) {
     const bool isOnce = failure.fault.kind == Fault::Kind::Fail && failure.fault.times == 1;
@@ -245,10 +250,9 @@ public:
         const std::vector<Failure> failures = allFailures();
         for (std::size_t call = 0; call < calls.size(); ++call) {
             for (const Failure& failure : failures) {
-                const bool isShort = failure.fault.kind == Fault::Kind::ShortWrite;
                 const bool isPicked =
                     isTriedAlways(calls[call], failure) || trial_.picks(wanted, calls.size() * failures.size());
-                if ((!isShort || calls[call].name == "write") && isPicked) {
+                if (comesTo(calls[call], failure) && isPicked) {
                     tryFailure(failure, calls, call, Then::AnotherWrite);
                     if (isTriedAgainByTheEnd(deed_) && failure.fault.times == 1) {
                         tryFailure(failure, calls, call, Then::TheEnd);
@@ -361,8 +365,8 @@ private:
         const std::vector<Call> calls = runTraced(scene_.folder(), start, {}).calls;
         for (std::size_t call = 0; call < calls.size(); ++call) {
             for (const Failure& failure : allFailures()) {
-                const bool isPicked = isTriedAlways(calls[call], failure) || trial_.picks(60, calls.size() * 14);
-                if (failure.fault.kind == Fault::Kind::Fail && isPicked) {
+                const bool isPicked = isTriedAlways(calls[call], failure) || trial_.picks(60, calls.size() * 16);
+                if (comesTo(calls[call], failure) && isPicked) {
                     tryFailure(failure, calls, call, start);
                 }
             }
