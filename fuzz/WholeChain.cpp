@@ -72,7 +72,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         for (const simulation::Step& step : steps) {
             std::fprintf(stderr, "    %s\n", describe(step).c_str());
         }
-        std::fprintf(stderr, "after step %zu: %s\n", difference->step, difference->text.c_str());
+        // The text may hold NULs, as the documents may.
+        std::fprintf(stderr, "after step %zu: ", difference->step);
+        std::fwrite(difference->text.data(), 1, difference->text.size(), stderr);
+        std::fputc('\n', stderr);
         std::abort();
     }
     return 0;

@@ -4,6 +4,8 @@
 #include <cstring>
 #include <utility>
 
+#include "quill/StringUtils.h"
+
 namespace simulation {
 
 namespace {
@@ -24,11 +26,13 @@ ChainOracle::StorePtr storeOf(const std::vector<ModelStore>& stores, const std::
 
 /// The copies of stores in the order of the stores' names, with that of the presence store behind the others.
 std::vector<ModelStore> copiesOf(const std::vector<ModelStore>& stores) {
-    std::map<std::pair<bool, std::string>, ModelStore> copies;
+    std::map<std::pair<bool, std::wstring>, ModelStore> copies;
     for (const ModelStore& store : stores) {
         if (store.name.starts_with("cached")) {
-            const std::string name = folded(store.name.substr(6, store.name.size() - 6 - std::strlen(".xml")));
-            copies[{name == "presenceconfigstore", name}] = store;
+            const std::string name = store.name.substr(6, store.name.size() - 6 - std::strlen(".xml"));
+            // Letters beyond ASCII are folded as well: the list that names the stores is a text of wide characters.
+            const std::wstring place = folded(QuillCoreUtils::toWideString(name));
+            copies[{place == L"presenceconfigstore", place}] = store;
         }
     }
     std::vector<ModelStore> inOrder;
