@@ -99,8 +99,16 @@ bool ReferenceHost::start() {
         stop();
         return false;
     }
-    startFeatureSet();
+    std::exception_ptr thrown;
+    try {
+        startFeatureSet();
+    } catch (...) {  // a client that is told of a value; the host runs all the same
+        thrown = std::current_exception();
+    }
     listenToPowerEvents();
+    if (thrown) {
+        std::rethrow_exception(thrown);
+    }
     return true;
 }
 

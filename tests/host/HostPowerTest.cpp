@@ -67,7 +67,12 @@ private:
 
 class ThrowingClient final : public ConfigValueObserver {
 public:
-    void OnValueChanged() override { throw std::runtime_error("a client's"); }
+    void OnValueChanged() override {
+        ++told;
+        throw std::runtime_error("a client's");
+    }
+
+    int told = 0;
 };
 
 /// A host on a bus of the test's own, with a login manager on it.
@@ -226,6 +231,31 @@ TEST_F(HostPower, TellsThatAPowerDownIsCalledOffThoughAClientThrowsAtTheStart) {
     set(host, L"A", L"1");
     host.persistAll();
     EXPECT_THAT(localFile(), HasSubstr("name=\"A\" value=\"1\""));
+    host.runOnDispatcher([&] {
+        EXPECT_GE(client->told, 1);
+        live.reset();
+    });
+}
+
+TEST_F(HostPower, IsListenedToThoughAClientThrowsAtTheStart) {
+    const auto client = std::make_shared<ThrowingClient>();
+    std::shared_ptr<ConfigValue> live;
+    ReferenceHost::Options withAClient = options();
+    withAClient.inject = [&](const std::shared_ptr<UnifiedFactory>& factory) {
+        recordTheLog();
+        InjectConfigService(factory);
+        const auto service = factory->getService<ConfigService>();
+        service->setInMemoryConfig(L"Memory", L"1");
+        live = service->getConfig(L"Memory");
+        live->addObserver(std::weak_ptr<ConfigValueObserver>(client));
+    };
+    ReferenceHost host(withAClient);
+    EXPECT_THROW(host.start(), std::runtime_error);
+    EXPECT_TRUE(isStarted(host));
+    log_->waitFor(LISTENING);
+    platform::getWorld()->systemMonitor->addPowerEventObserver(last_);
+    shutDown();
+    EXPECT_FALSE(isStarted(host));
     host.runOnDispatcher([&] { live.reset(); });
 }
 

@@ -82,6 +82,9 @@ public:
     /// stays off. Reads, writes and notifications work when this returns.
     /// @return false if the module could not be put in, or the log file not be opened: everything is down again, and
     ///         failure() says why. A second call, after a stop too, answers false.
+    ///
+    /// What a client that `inject` has put in throws, when the start of the feature set tells it of a value, comes out
+    /// here at the end: the host runs, as after true, until it is stopped.
     bool start();
 
     /// Why start() answered false, in one line.

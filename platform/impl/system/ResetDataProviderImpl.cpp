@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "quill/FirstException.h"
+
 void ResetDataProviderImpl::registerResetDataCallback(std::shared_ptr<ProviderResetDataCallback> callback) {
     if (callback == nullptr) {
         return;
@@ -25,9 +27,11 @@ void ResetDataProviderImpl::invokeResetData() {
         const tessel::ScopedLock lock(mutex_);
         callbacks = callbacks_;
     }
+    QuillCoreUtils::FirstException thrown("ResetDataProviderImpl");
     for (const std::shared_ptr<ProviderResetDataCallback>& callback : callbacks) {
-        callback->InvokeResetData();
+        thrown.keepOf([&] { callback->InvokeResetData(); }, "A further callback threw");
     }
+    thrown.rethrow();
 }
 
 void ResetDataProviderImpl::clear() {

@@ -13,7 +13,8 @@ public:
     void removeResetDataCallback(std::shared_ptr<ProviderResetDataCallback> callback) override;
 
     /// Calls all that are registered at this moment, in the order of registration, on the calling thread and with no
-    /// lock held.
+    /// lock held. All are called, whatever one throws; the first exception leaves then, each further one is a level 2
+    /// line.
     void invokeResetData();
 
     /// Drops every callback: the host's end, since a callback's owner usually holds the host in turn.

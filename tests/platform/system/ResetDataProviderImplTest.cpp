@@ -1,9 +1,12 @@
 #include "impl/system/ResetDataProviderImpl.h"
 
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "fakes/RecordingLogSink.h"
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -79,6 +82,17 @@ TEST_F(ResetDataProviderTest, HoldsNoLockWhileACallbackRuns) {
     EXPECT_THAT(invoked, IsEmpty());
     provider.invokeResetData();
     EXPECT_THAT(invoked, ElementsAre("late"));
+}
+
+TEST_F(ResetDataProviderTest, InvokesTheOthersBehindOneThatThrowsAndThrowsTheFirstExceptionThen) {
+    const fakes::ScopedRecordingLog log;
+    provider.registerResetDataCallback(std::make_shared<Callback>([] { throw std::runtime_error("first"); }));
+    provider.registerResetDataCallback(callback("a"));
+    provider.registerResetDataCallback(std::make_shared<Callback>([] { throw std::logic_error("second"); }));
+    provider.registerResetDataCallback(callback("b"));
+    EXPECT_THROW(provider.invokeResetData(), std::runtime_error);
+    EXPECT_THAT(invoked, ElementsAre("a", "b"));
+    EXPECT_THAT(log->texts(2), ElementsAre("A further callback threw: second"));
 }
 
 TEST_F(ResetDataProviderTest, IsUsedByManyThreadsAtOnce) {

@@ -19,6 +19,17 @@ protected:
         return store;
     }
 
+    /// The same of a careless maker's, whose keys cannot be had from the moment on when that is said.
+    class KeylessStore : public fakes::ScriptedStore {
+    public:
+        explicit KeylessStore(const std::string& name) : ScriptedStore(name, 45) { cached().with(L"other", L"value"); }
+        std::vector<std::wstring> getKeys() override {
+            return hasKeys ? ScriptedStore::getKeys() : throw std::runtime_error("no keys");
+        }
+
+        bool hasKeys = true;
+    };
+
     bool isCachedAs(const std::string& name) const { return exists("Cache/cached" + name + ".xml"); }
 };
 
@@ -232,6 +243,36 @@ TEST_F(DataResetInFlight, AClientThatThrowsKeepsNothingOfIt) {
     expectNothingOfTheUsers({L"key", L"late"});
     EXPECT_FALSE(exists("file"));
     adapter()->addConfigStore(cachedStore("Outside"));
+    EXPECT_TRUE(isCachedAs("Outside"));
+}
+
+TEST_F(DataResetInFlight, AStoreThatThrowsEndsItAndLaterStoresAreCached) {
+    injectAndStart();
+    adapter()->setInMemoryConfig(L"memory", L"value");
+    const auto careless = std::make_shared<KeylessStore>("Careless");
+    adapter()->addConfigStore(careless);
+    // The store in memory goes before that one.
+    atNextChange(L"memory", [&] {
+        adapter()->addConfigStore(cachedStore("Meanwhile"));
+        careless->hasKeys = false;
+    });
+    EXPECT_THROW(reset(), std::runtime_error);
+    EXPECT_TRUE(isCachedAs("Meanwhile"));
+    adapter()->addConfigStore(cachedStore("Later"));
+    EXPECT_TRUE(isCachedAs("Later"));
+}
+
+TEST_F(DataResetInFlight, AStoreThatCannotBeCachedAtItsEndKeepsNoOtherFromIt) {
+    injectAndStart();
+    put("file");
+    log->atNext("file with name: [file] deleted", [&] {
+        const auto careless = std::make_shared<KeylessStore>("Careless");
+        adapter()->addConfigStore(careless);
+        careless->hasKeys = false;
+        adapter()->addConfigStore(cachedStore("Outside"));
+    });
+    EXPECT_THROW(reset(), std::runtime_error);
+    EXPECT_FALSE(isCachedAs("Careless"));
     EXPECT_TRUE(isCachedAs("Outside"));
 }
 

@@ -1,4 +1,6 @@
 #include <latch>
+#include <map>
+#include <stdexcept>
 #include <thread>
 #include <utility>
 
@@ -286,4 +288,25 @@ TEST_F(RealThreads, AStoredValueIsNeverLostByStartsAndRefreshesAmongWrites) {
     for (const std::wstring& key : stored) {
         EXPECT_EQ(chainValue(key), L"value");
     }
+}
+
+TEST_F(RealThreads, AClientThatThrowsAtTheStopOfAnotherThreadDoesNotKeepTheOtherStoresInTheChain) {
+    adapter->StartFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    for (const auto& [name, priority] : std::map<std::string, int>{{"Goes first", 46}, {"Goes later", 45}}) {
+        const auto store = std::make_shared<fakes::ScriptedStore>(name, priority);
+        store->remote().with(QuillCoreUtils::toWideString(name), L"value");
+        adapter->addConfigStore(store);
+    }
+    int thrown = 0;
+    const auto client = std::make_shared<OnceClient>([&] {
+        ++thrown;
+        throw std::runtime_error("a client's");
+    });
+    watch(L"Goes first");
+    onDispatcher([&] { live->addObserver(std::weak_ptr<ConfigValueObserver>(client)); });
+    adapter->StopFeatureSet(CONFIG_SERVICE_ID, nullptr);
+    EXPECT_EQ(thrown, 1);
+    EXPECT_FALSE(adapter->IsFeatureSetStarted(CONFIG_SERVICE_ID));
+    EXPECT_FALSE(adapter->getConfigStoreManager()->containsStore("Goes first"));
+    EXPECT_FALSE(adapter->getConfigStoreManager()->containsStore("Goes later"));
 }

@@ -204,7 +204,7 @@ TEST_F(ReportGateTest, AnOperationThatFailsItselfThrowsBehindWhatAClientHasThrow
         throw std::logic_error("operation");
     }),
                  std::runtime_error);
-    EXPECT_THAT(log->texts(2), ElementsAre("A further report threw: operation"));
+    EXPECT_THAT(log->texts(2), ElementsAre("The operation itself threw as well: operation"));
 }
 
 TEST_F(ReportGateTest, AnOperationOfAnotherThreadLeavesWhatIsThrownToTheTasks) {

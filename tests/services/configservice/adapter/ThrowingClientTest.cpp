@@ -3,9 +3,11 @@
 #include "EdgeDownloadFixture.h"
 #include "OnceClient.h"
 
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::SizeIs;
 
 namespace {
@@ -171,9 +173,22 @@ TEST_F(ThrowingClient, AtAStoreThatIsRemovedLeavesNoLineOfItInTheList) {
     const auto store = std::make_shared<fakes::ScriptedStore>("Outside", 45);
     store->cached().with(L"outside", L"value");
     adapter()->addConfigStore(store);
-    ASSERT_THAT(get(L"PrimaryConfigStores"), testing::Not(L""));
+    ASSERT_THAT(get(L"PrimaryConfigStores"), Not(L""));
     throwAt(L"outside");
     EXPECT_THROW(adapter()->removeConfigStore("Outside"), std::runtime_error);
     EXPECT_EQ(get(L"PrimaryConfigStores"), L"");
     EXPECT_EQ(cacheFile("cachedOutside.xml"), "");
+}
+
+TEST_F(ThrowingClient, WhenAllCopiesAreRemovedKeepsNeitherAFileNorAStoreOfThem) {
+    writeLocal({{"PrimaryConfigStores", "A:240;B:241;"}});
+    writeCache("cachedA.xml", {{"first", "value"}});
+    writeCache("cachedB.xml", {{"second", "value"}});
+    injectAndStart();
+    ASSERT_THAT(chain(), AllOf(Contains("cachedA.xml"), Contains("cachedB.xml")));
+    throwAt(L"first");
+    EXPECT_THROW(adapter()->removeAllCachedConfigStores(), std::runtime_error);
+    EXPECT_THAT(chain(), AllOf(Not(Contains("cachedA.xml")), Not(Contains("cachedB.xml"))));
+    EXPECT_EQ(cacheFile("cachedA.xml"), "");
+    EXPECT_EQ(cacheFile("cachedB.xml"), "");
 }

@@ -3,6 +3,7 @@
 
 #include <stdexcept>
 
+#include "Observers.h"
 #include "ServiceFixture.h"
 
 namespace {
@@ -70,6 +71,16 @@ TEST_F(MasterReport, MasksBothValuesOfADefinedSensitiveKey) {
                             "[VALUE_HIDDEN] originalValueStoreName [Server]\n" +
                             MIDDLE + END);
     EXPECT_EQ(service->getConfig(L"Secret")->getValue(), L"hunter2");
+}
+
+TEST_F(MasterReport, MasksASensitiveKeysFirstValueThoughAnObserverThrowsWhenItIsTold) {
+    service->updateSensitiveKeyList(L"Secret");
+    const auto observer = std::make_shared<RecordingValueObserver>();
+    observer->hook = [](const std::string&) { throw std::runtime_error("observer"); };
+    const auto live = service->getConfig(L"Secret");
+    live->addObserver(observer);
+    EXPECT_THROW(report(L"Secret", L"hunter2"), std::runtime_error);
+    EXPECT_THAT(logged(), testing::Not(testing::HasSubstr("hunter2")));
 }
 
 TEST_F(MasterReport, ShowsTheStaleValueOfAnUndefinedSensitiveKeyInItsFirstBracket) {

@@ -9,6 +9,7 @@
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::IsEmpty;
 using Call = fakes::ScriptedFeatureSet::Call;
 
 /// A service over a feature set that reports each write and erasure before it returns, as the chain does on the
@@ -173,13 +174,75 @@ TEST_F(NotificationReentry, AnObserverAsksForTheNotifiersWhileItIsTold) {
     connection.lock()->disconnect();
 }
 
-TEST_F(NotificationReentry, AnExceptionOfAnObserverLeavesTheRestForTheNextReport) {
+TEST_F(NotificationReentry, AnObserverThatThrowsKeepsBackNeitherTheStoringNorTheTellingOfTheRest) {
+    const auto ahead = std::make_shared<RecordingValueObserver>();
+    const auto key = service->getConfig(L"Key");
+    key->removeObserver(observer);
+    key->addObserver(ahead);
+    key->addObserver(observer);
     inside = [] { throw std::runtime_error("observer"); };
-    EXPECT_THROW(report(L"Key", L"1"), std::runtime_error);
-    EXPECT_EQ(service->getConfig(L"Key")->getValue(), L"1");
-    EXPECT_FALSE(service->getConfig(L"Key")->getisDefined());
-    report(L"Key", L"1");
-    EXPECT_TRUE(service->getConfig(L"Key")->getisDefined());
+    EXPECT_THROW(service->OnConfigChanged(L"Key", L"1", L"2", true, true, L"Local", L"Server", false),
+                 std::runtime_error);
+    EXPECT_EQ(key->getValue(), L"1");
+    EXPECT_EQ(key->getOriginalValue(), L"2");
+    EXPECT_TRUE(key->getisOverridden());
+    EXPECT_TRUE(key->getisDefined());
+    EXPECT_EQ(key->getValueStoreName(), L"Local");
+    EXPECT_EQ(key->getOriginalValueStoreName(), L"Server");
+    const auto all =
+        ElementsAre("Value", "OriginalValue", "isOverridden", "isDefined", "ValueStoreName", "OriginalValueStoreName");
+    EXPECT_THAT(ahead->told, all);
+    EXPECT_THAT(observer->told, all);
+}
+
+TEST_F(NotificationReentry, OfSeveralExceptionsAboutOneReportTheFirstLeavesAndTheOthersAreLogged) {
+    observer->hook = [](const std::string& property) { throw std::runtime_error(property); };
+    const auto expectTheFirst = [](const auto& operation) {
+        try {
+            operation();
+            FAIL() << "nothing was thrown";
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), "Value");
+        }
+    };
+    const auto theOthers = ElementsAre("A further observer threw: isOverridden", "A further observer threw: isDefined",
+                                       "A further observer threw: ValueStoreName");
+    expectTheFirst([this] { report(L"Key", L"1"); });
+    EXPECT_THAT(log->texts(2), theOthers);
+    log->clear();
+    const auto other = service->getConfig(L"Other");
+    other->addObserver(observer);
+    report(L"Other", L"1", true);
+    expectTheFirst([this] { service->FireIfRequired(L"Other"); });
+    EXPECT_THAT(log->texts(2), theOthers);
+}
+
+TEST_F(NotificationReentry, AnObserverThatThrowsInABatchLeavesNothingToTellTwice) {
+    inside = [] { throw std::runtime_error("observer"); };
+    report(L"Key", L"1", true);
+    EXPECT_THROW(service->FireIfRequired(L"Key"), std::runtime_error);
+    EXPECT_THAT(observer->told, ElementsAre("Value", "isOverridden", "isDefined", "ValueStoreName"));
+    observer->told.clear();
+    report(L"Key", L"1", true);
+    service->FireIfRequired(L"Key");
+    EXPECT_THAT(observer->told, IsEmpty());
+}
+
+TEST_F(NotificationReentry, AnObserverThatWritesTheSameKeyAndThrowsLeavesTheNewerStateInFull) {
+    inside = [this] {
+        service->OnConfigChanged(L"Key", L"2", L"newer", false, true, L"Newer", L"", false);
+        throw std::runtime_error("observer");
+    };
+    EXPECT_THROW(service->OnConfigChanged(L"Key", L"1", L"older", true, true, L"Older", L"Older", false),
+                 std::runtime_error);
+    const auto key = service->getConfig(L"Key");
+    EXPECT_EQ(key->getValue(), L"2");
+    EXPECT_EQ(key->getOriginalValue(), L"newer");
+    EXPECT_FALSE(key->getisOverridden());
+    EXPECT_TRUE(key->getisDefined());
+    EXPECT_EQ(key->getValueStoreName(), L"Newer");
+    EXPECT_EQ(key->getOriginalValueStoreName(), L"");
+    EXPECT_THAT(observer->told, ElementsAre("Value", "Value", "OriginalValue", "isDefined", "ValueStoreName"));
 }
 
 TEST_F(NotificationReentry, AClientThatDisconnectsInsideANotificationLeavesNothingBehind) {

@@ -5,7 +5,16 @@
 #include "ConfigFeatureSet.h"
 #include "chain/DisableP2PCallOnFips.h"
 #include "chain/FetchAhead.h"
+#include "quill/FirstException.h"
 #include "quill/StringUtils.h"
+
+using QuillCoreUtils::FirstException;
+
+namespace {
+
+constexpr const char* LOGGER = "ConfigValueImpl";
+
+}  // namespace
 
 ConfigValueImpl::ConfigValueImpl(const std::shared_ptr<UnifiedFactory>& factory, const std::wstring& key)
     : ConfigValueBaseImpl(factory) {
@@ -77,30 +86,32 @@ void ConfigValueImpl::update(const std::wstring& value, const std::wstring& orig
     // An observer may change the key from inside its notification, and the newer state is then applied in full before
     // the fire returns. What is left of this older one must not land on top of it.
     const std::uint64_t state = ++newestState_;
+    FirstException thrown(LOGGER);
     if (value != currentValue()) {
         storeValue(value);
-        tell(&ConfigValueObserver::OnValueChanged);
+        tellAndKeep(&ConfigValueObserver::OnValueChanged, thrown);
     }
     if (state == newestState_ && originalValue != storedOriginalValue()) {
         storeOriginalValue(originalValue);
-        tell(&ConfigValueObserver::OnOriginalValueChanged);
+        tellAndKeep(&ConfigValueObserver::OnOriginalValueChanged, thrown);
     }
     if (state == newestState_ && isOverridden != storedIsOverridden()) {
         storeIsOverridden(isOverridden);
-        tell(&ConfigValueObserver::OnisOverriddenChanged);
+        tellAndKeep(&ConfigValueObserver::OnisOverriddenChanged, thrown);
     }
     if (state == newestState_ && isDefined != storedIsDefined()) {
         storeIsDefined(isDefined);
-        tell(&ConfigValueObserver::OnisDefinedChanged);
+        tellAndKeep(&ConfigValueObserver::OnisDefinedChanged, thrown);
     }
     if (state == newestState_ && valueStoreName != storedValueStoreName()) {
         storeValueStoreName(valueStoreName);
-        tell(&ConfigValueObserver::OnValueStoreNameChanged);
+        tellAndKeep(&ConfigValueObserver::OnValueStoreNameChanged, thrown);
     }
     if (state == newestState_ && originalValueStoreName != storedOriginalValueStoreName()) {
         storeOriginalValueStoreName(originalValueStoreName);
-        tell(&ConfigValueObserver::OnOriginalValueStoreNameChanged);
+        tellAndKeep(&ConfigValueObserver::OnOriginalValueStoreNameChanged, thrown);
     }
+    thrown.rethrow();
 }
 
 void ConfigValueImpl::silentUpdate(const std::wstring& value, const std::wstring& originalValue, bool isOverridden,
@@ -149,29 +160,24 @@ bool ConfigValueImpl::fetchAhead(unsigned step) const {
 }
 
 void ConfigValueImpl::fireRequired() {
-    // Each mark is cleared after its fire, so that an observer which causes the same mark again causes no second fire.
-    if (pendingValueFire_) {
-        fireValue();
-        pendingValueFire_ = false;
-    }
-    if (pendingOriginalValueFire_) {
-        fireOriginalValue();
-        pendingOriginalValueFire_ = false;
-    }
-    if (pendingisOverriddenFire_) {
-        fireisOverridden();
-        pendingisOverriddenFire_ = false;
-    }
-    if (pendingisDefinedFire_) {
-        fireisDefined();
-        pendingisDefinedFire_ = false;
-    }
-    if (pendingValueStoreNameFire_) {
-        fireValueStoreName();
-        pendingValueStoreNameFire_ = false;
-    }
-    if (pendingOriginalValueStoreNameFire_) {
-        fireOriginalValueStoreName();
-        pendingOriginalValueStoreNameFire_ = false;
-    }
+    FirstException thrown(LOGGER);
+    const auto fireIf = [&](bool& pending, void (ConfigValueObserver::*changed)()) {
+        if (pending) {
+            EnsureUpdateAccess(true);
+            tellAndKeep(changed, thrown);
+            // Behind the fire, so that an observer which causes the same mark again causes no second fire.
+            pending = false;
+        }
+    };
+    fireIf(pendingValueFire_, &ConfigValueObserver::OnValueChanged);
+    fireIf(pendingOriginalValueFire_, &ConfigValueObserver::OnOriginalValueChanged);
+    fireIf(pendingisOverriddenFire_, &ConfigValueObserver::OnisOverriddenChanged);
+    fireIf(pendingisDefinedFire_, &ConfigValueObserver::OnisDefinedChanged);
+    fireIf(pendingValueStoreNameFire_, &ConfigValueObserver::OnValueStoreNameChanged);
+    fireIf(pendingOriginalValueStoreNameFire_, &ConfigValueObserver::OnOriginalValueStoreNameChanged);
+    thrown.rethrow();
+}
+
+void ConfigValueImpl::tellAndKeep(void (ConfigValueObserver::*changed)(), FirstException& thrown) {
+    thrown.keepOf([&] { tell(changed); }, "A further observer threw");
 }

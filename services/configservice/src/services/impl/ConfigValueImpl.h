@@ -6,6 +6,10 @@
 
 #include "ConfigValueBaseImpl.h"
 
+namespace QuillCoreUtils {
+class FirstException;
+}
+
 /// The live object of one key: a snapshot of what the chain last said about it. Reads no store; a write goes to the
 /// feature set, and comes back through the service. Dispatcher thread only, construction included.
 class ConfigValueImpl : public ConfigValueBaseImpl {
@@ -35,8 +39,10 @@ public:
 
     /// Takes in a new state and tells observers of each property that differs, one property after another: an observer
     /// of the value still sees the former texts and flags beside it. If an observer causes a newer state to be taken in
-    /// meanwhile, the rest of this one is dropped. The caller keeps a reference to this object, for an observer may
-    /// drop all others. Neither reads nor clears what silentUpdate() left pending.
+    /// meanwhile, the rest of this one is dropped. One that throws keeps neither the other properties nor those who
+    /// observe them back: the first exception leaves at the end, each further one is a level 2 line. The caller keeps a
+    /// reference to this object, for an observer may drop all others. Neither reads nor clears what silentUpdate() left
+    /// pending.
     void update(const std::wstring& value, const std::wstring& originalValue, bool isOverridden, bool isDefined,
                 const std::wstring& valueStoreName, const std::wstring& originalValueStoreName);
 
@@ -45,8 +51,9 @@ public:
     void silentUpdate(const std::wstring& value, const std::wstring& originalValue, bool isOverridden, bool isDefined,
                       const std::wstring& valueStoreName, const std::wstring& originalValueStoreName);
 
-    /// Tells observers of what silentUpdate() has marked. A property that is marked again while its observers are being
-    /// told loses that mark. The caller keeps a reference to this object.
+    /// Tells observers of what silentUpdate() has marked, and leaves no mark. A property that is marked again while its
+    /// observers are being told loses that mark. What observers throw leaves at the end, as that of update() does. The
+    /// caller keeps a reference to this object.
     void fireRequired();
 
     /// Fetches ahead, of what silentUpdate() and fireRequired() will read, what lies so many steps from this pointer:
@@ -61,6 +68,8 @@ public:
     const std::wstring& currentValue() const;
 
 private:
+    void tellAndKeep(void (ConfigValueObserver::*changed)(), QuillCoreUtils::FirstException& thrown);
+
     std::uint64_t newestState_ = 0;  ///< number of the state that was taken in last
     bool pendingValueFire_ = false;
     bool pendingOriginalValueFire_ = false;

@@ -33,7 +33,7 @@ void ConfigAdapter::checkEdgeReady() {
     }
     const auto service = findSystemService("checkEdgeReady", "telephony is not watched");
     if (service != nullptr && service->isEdgeMode()) {
-        reportGate_->toTheEnd([&] { watchEdge(*service); });
+        watchEdge(*service);
     }
 }
 
@@ -120,14 +120,12 @@ void ConfigAdapter::onServerHealthInformationListChanged() {
     if (service == nullptr) {
         return;
     }
-    reportGate_->toTheEnd([&] {
-        if (takeInNewEntries(*service, wait)) {
-            edgeWatch_.end(wait);
-        } else if (edgeWatch_.hasBothEntries()) {
-            // The list has nothing more to offer.
-            edgeWatch_.endListConnection(wait);
-        }
-    });
+    if (takeInNewEntries(*service, wait)) {
+        edgeWatch_.end(wait);
+    } else if (edgeWatch_.hasBothEntries()) {
+        // The list has nothing more to offer.
+        edgeWatch_.endListConnection(wait);
+    }
 }
 
 bool ConfigAdapter::takeInNewEntries(const SystemService& service, EdgeWatch::Wait wait) {

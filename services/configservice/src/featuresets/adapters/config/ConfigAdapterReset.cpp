@@ -5,6 +5,7 @@
 #include "chain/CacheFiles.h"
 #include "quill/FileRemover.h"
 #include "quill/FileUtils.h"
+#include "quill/FirstException.h"
 #include "quill/FunctionTask.h"
 #include "quill/StringUtils.h"
 #include "remote/TftpConfigStore.h"
@@ -14,6 +15,7 @@
 
 using QuillCoreUtils::FileRemover;
 using QuillCoreUtils::FileUtils;
+using QuillCoreUtils::FirstException;
 
 namespace {
 
@@ -80,12 +82,19 @@ void ConfigAdapter::InvokeResetData() {
 }
 
 void ConfigAdapter::resetData() {
-    forgetUsersData();
+    // A store from outside may throw. Stores that are added from now on are to be cached all the same.
+    FirstException thrown("ConfigAdapter");
+    thrown.keepOf([this] { forgetUsersData(); }, "A further step of the data reset threw");
     for (const std::shared_ptr<ConfigStore>& store : endDataReset()) {
-        if (store->shouldCacheConfigStore()) {
-            cacheIfStillThere(store);
-        }
+        thrown.keepOf(
+            [&] {
+                if (store->shouldCacheConfigStore()) {
+                    cacheIfStillThere(store);
+                }
+            },
+            "A further step of the data reset threw");
     }
+    thrown.rethrow();
 }
 
 void ConfigAdapter::forgetUsersData() {

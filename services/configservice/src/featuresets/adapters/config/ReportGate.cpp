@@ -1,11 +1,9 @@
 #include "ReportGate.h"
 
-#include <exception>
 #include <limits>
 #include <utility>
 
 #include "quill/FunctionTask.h"
-#include "tessel/TesselLogger.h"
 
 ReportGate::ReportGate(std::shared_ptr<ServicesDispatcher> dispatcher) : dispatcher_(std::move(dispatcher)) {}
 
@@ -15,23 +13,6 @@ bool ReportGate::nothingIsAhead() {
     // Each report that this thread must not pass by was put in before: its own ones, and those of other threads that it
     // knows of.
     return isOnDispatcherThread() && waiting_.load() == 0;
-}
-
-void ReportGate::keepFirst(std::exception_ptr& first) {
-    if (first == nullptr) {
-        first = std::current_exception();
-        return;
-    }
-    static TesselLogger* const logger = TesselLogger_getLogger("ReportGate");
-    std::string text = "an exception of an unknown type";
-    try {
-        throw;
-    } catch (const std::exception& exception) {
-        text = exception.what();
-    } catch (...) {
-        // The type tells nothing that could be written.
-    }
-    TesselLog(logger, 2, __FILE__, __LINE__, "pass", "A further report threw: " + text);
 }
 
 void ReportGate::passThroughBox(Delivery delivery, std::string_view taskName) {

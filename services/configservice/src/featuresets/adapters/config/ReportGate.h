@@ -4,13 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "quill/FirstException.h"
 #include "tessel/Mutex.h"
 #include "unified/ServicesDispatcher.h"
 
@@ -65,18 +65,12 @@ public:
             steps();
             return;
         }
-        std::exception_ptr first;
+        QuillCoreUtils::FirstException thrown("ReportGate");
         {
-            const KeptAt here(thrown_, &first);
-            try {
-                steps();
-            } catch (...) {
-                keepFirst(first);
-            }
+            const KeptAt here(thrown_, &thrown);
+            thrown.keepOf(steps, "The operation itself threw as well");
         }
-        if (first != nullptr) {
-            std::rethrow_exception(first);
-        }
+        thrown.rethrow();
     }
 
     /// True on the dispatcher thread inside a delivery that pass() makes before it returns, which means: inside a
@@ -102,15 +96,15 @@ private:
     /// Says for a scope where exceptions of clients are kept; null: they go on to the caller.
     class KeptAt {
     public:
-        KeptAt(std::exception_ptr*& place, std::exception_ptr* here)
+        KeptAt(QuillCoreUtils::FirstException*& place, QuillCoreUtils::FirstException* here)
             : place_(place), former_(std::exchange(place, here)) {}
         ~KeptAt() { place_ = former_; }
         KeptAt(const KeptAt&) = delete;
         KeptAt& operator=(const KeptAt&) = delete;
 
     private:
-        std::exception_ptr*& place_;
-        std::exception_ptr* const former_;
+        QuillCoreUtils::FirstException*& place_;
+        QuillCoreUtils::FirstException* const former_;
     };
 
     struct Report {
@@ -120,23 +114,16 @@ private:
 
     bool isOnDispatcherThread() const;
 
-    /// Inside a catch block: keeps the exception if it is the first one, else says in the log what it was.
-    static void keepFirst(std::exception_ptr& first);
-
     /// On the dispatcher thread.
     template <typename Deliver>
     void deliver(const Deliver& delivery) {
-        std::exception_ptr* const kept = thrown_;
+        QuillCoreUtils::FirstException* const kept = thrown_;
         if (kept == nullptr) {
             delivery();
             return;
         }
         const KeptAt nowhere(thrown_, nullptr);
-        try {
-            delivery();
-        } catch (...) {
-            keepFirst(*kept);
-        }
+        kept->keepOf(delivery, "A further report threw");
     }
 
     void passThroughBox(Delivery delivery, std::string_view taskName);
@@ -149,7 +136,7 @@ private:
 
     const std::shared_ptr<ServicesDispatcher> dispatcher_;
     std::atomic<int> depth_ = 0;
-    std::exception_ptr* thrown_ = nullptr;  ///< dispatcher thread
+    QuillCoreUtils::FirstException* thrown_ = nullptr;  ///< dispatcher thread
     tessel::Mutex mutex_;
     std::deque<Report> box_ TESSEL_GUARDED_BY(mutex_);
     std::uint64_t lastTicket_ TESSEL_GUARDED_BY(mutex_) = 0;
