@@ -24,6 +24,7 @@
 #include "impl/unified/ServicesDispatcherImpl.h"
 #include "impl/unified/TaskDispatcherImpl.h"
 #include "impl/unified/ThreadPoolImpl.h"
+#include "quill/FirstException.h"
 #include "quill/FunctionTask.h"
 #include "system/World.h"
 #include "tessel/LogSink.h"
@@ -99,16 +100,11 @@ bool ReferenceHost::start() {
         stop();
         return false;
     }
-    std::exception_ptr thrown;
-    try {
-        startFeatureSet();
-    } catch (...) {  // a client that is told of a value; the host runs all the same
-        thrown = std::current_exception();
-    }
+    // A client that is told of a value may throw; the host runs all the same.
+    QuillCoreUtils::FirstException thrown("ReferenceHost");
+    thrown.keepOf([this] { startFeatureSet(); }, "The start threw as well");
     listenToPowerEvents();
-    if (thrown) {
-        std::rethrow_exception(thrown);
-    }
+    thrown.rethrow();
     return true;
 }
 
@@ -230,18 +226,13 @@ void ReferenceHost::reportPowerDown() {
 void ReferenceHost::reportPowerDownCalledOff() {
     parts_->httpTransport->allowRequests();
     runOnDispatcher([this] {
-        std::exception_ptr thrown;
+        // A client that is told of a value may throw; the others are told of the power all the same.
+        QuillCoreUtils::FirstException thrown("ReferenceHost");
         if (std::exchange(parts_->startsWhenCalledOff, false)) {
-            try {
-                startFeatureSet();
-            } catch (...) {  // a client that is told of a value; the others are told of the power all the same
-                thrown = std::current_exception();
-            }
+            thrown.keepOf([this] { startFeatureSet(); }, "The start threw as well");
         }
         parts_->systemMonitor->report(TesselSystemMonitor::PowerEventTypeEnum::PowerDownCalledOff);
-        if (thrown) {
-            std::rethrow_exception(thrown);
-        }
+        thrown.rethrow();
     });
 }
 
